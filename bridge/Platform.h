@@ -1,0 +1,45 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "bridge/AlertPresenter.h"
+#include "bridge/Application.h"
+#include "bridge/CaptureAuthorization.h"
+#include "bridge/DownloadService.h"
+#include "bridge/ImageDecoder.h"
+#include "bridge/KOBUCloud.h"
+#include "bridge/MainQueue.h"
+#include "bridge/NotificationCenter.h"
+#include "bridge/SystemVersion.h"
+#include "bridge/VEMOExtensionLauncher.h"
+#include "bridge/VEMOJSMsgRouter.h"
+#include "bridge/VEMOLogger.h"
+
+namespace vemo {
+
+/// Everything that a router is given: references to the platform's pieces.
+///
+/// Each piece must outlive the router. A router that the host has dropped can live a
+/// little longer, in work that is queued; a host that can't wait for the queue to be
+/// empty puts whatever owns the pieces into `owner`, which the router holds.
+struct Platform {
+  VEMOJSMsgRouter& baseRouter;
+  KOBUCloudClass& engineClass;
+  VEMOLogger& logger;
+  SystemLog& systemLog;
+  MainQueue& mainQueue;
+  NotificationCenter& notifications;
+  CrossProcessNotificationCenter& crossProcessNotifications;
+  CaptureAuthorization& captureAuthorization;
+  AlertPresenter& alerts;
+  Application& application;
+  DownloadService& downloads;
+  ImageDecoder& images;
+  SystemVersion& system;
+  VEMOExtensionLauncher& extensionLauncher;
+  std::string appGroup;  ///< VEMO_SDK_AppGroup: the default group shared with the extension
+  std::shared_ptr<const void> owner = nullptr;
+};
+
+}  // namespace vemo

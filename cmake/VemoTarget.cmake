@@ -1,0 +1,43 @@
+# What every target of the project shares. A target includes headers as
+# "room/Header.h" and sees only the rooms that it links.
+
+add_library(vemo_options INTERFACE)
+target_compile_features(vemo_options INTERFACE cxx_std_20)
+if(VEMO_DEVELOPER)
+  target_compile_options(vemo_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
+    -Woverloaded-virtual -Wnull-dereference -Werror)
+endif()
+if(VEMO_SANITIZE)
+  target_compile_options(vemo_options INTERFACE
+    -fsanitize=${VEMO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(vemo_options INTERFACE -fsanitize=${VEMO_SANITIZE})
+endif()
+
+# vemo_library(NAME ROOM SOURCES ... LINKS ...): a room as the library vemo_NAME.
+# The room's headers are reached through a folder that holds a link to this room
+# alone, so that a target can include only what it links.
+function(vemo_library name)
+  cmake_parse_arguments(ARG "" "ROOM" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
+  set(include "${PROJECT_BINARY_DIR}/include/${name}")
+  file(MAKE_DIRECTORY "${include}")
+  file(CREATE_LINK "${CMAKE_CURRENT_SOURCE_DIR}" "${include}/${ARG_ROOM}" SYMBOLIC)
+  if(ARG_SOURCES)
+    add_library(vemo_${name} STATIC ${ARG_SOURCES})
+    target_include_directories(vemo_${name} PUBLIC "${include}")
+    target_link_libraries(vemo_${name} PUBLIC ${ARG_LINKS} PRIVATE vemo_options ${ARG_PRIVATE_LINKS})
+  else()
+    add_library(vemo_${name} INTERFACE)
+    target_include_directories(vemo_${name} INTERFACE "${include}")
+    target_link_libraries(vemo_${name} INTERFACE ${ARG_LINKS})
+  endif()
+endfunction()
+
+# vemo_test(NAME SOURCES ... LINKS ...): a GoogleTest program; each of its cases is a test of ctest.
+function(vemo_test name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
+  target_link_libraries(${name} PRIVATE ${ARG_LINKS} GTest::gtest_main vemo_options)
+  gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST)
+endfunction()

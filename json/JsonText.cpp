@@ -1,0 +1,191 @@
+#include "json/JsonText.h"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+
+namespace vemo {
+namespace {
+
+constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
+
+unsigned char byteAt(std::string_view text, std::size_t i) {
+  return i < text.size() ? static_cast<unsigned char>(text[i]) : 0;
+}
+
+struct Sequence {
+  std::size_t length;  // bytes to consume
+  bool valid;
+};
+
+/// The UTF-8 sequence at the front of `text`, whose first byte is not ASCII. What is
+/// not valid is consumed up to the first byte that can't continue it.
+Sequence utf8Sequence(std::string_view text) {
+  const auto first = byteAt(text, 0);
+  unsigned char low = 0x80;
+  unsigned char high = 0xBF;
+  std::size_t length = 0;
+  if (first >= 0xC2 && first <= 0xDF) {
+    length = 2;
+  } else if (first >= 0xE0 && first <= 0xEF) {
+    length = 3;
+    if (first == 0xE0) low = 0xA0;   // no overlong forms
+    if (first == 0xED) high = 0x9F;  // no surrogates
+  } else if (first >= 0xF0 && first <= 0xF4) {
+    length = 4;
+    if (first == 0xF0) low = 0x90;
+    if (first == 0xF4) high = 0x8F;  // nothing above U+10FFFF
+  } else {
+    return {1, false};
+  }
+  for (std::size_t i = 1; i < length; ++i) {
+    const auto next = byteAt(text, i);
+    if (next < low || next > high) return {i, false};
+    low = 0x80;
+    high = 0xBF;
+  }
+  return {length, true};
+}
+
+void appendInteger(std::string& out, auto number) {
+  std::array<char, 24> digits;
+  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+  out.append(digits.data(), end);
+}
+
+/// The shortest text that reads back as the same number, in the form that ECMAScript
+/// gives numbers.
+void appendFloating(std::string& out, double number) {
+  if (!std::isfinite(number)) {
+    out += "null";  // JSON has no other word for it
+    return;
+  }
+  if (number == 0) {
+    out += '0';
+    return;
+  }
+  const double size = std::fabs(number);
+  const auto format = size >= 1e-6 && size < 1e21 ? std::chars_format::fixed
+                                                  : std::chars_format::scientific;
+  std::array<char, 64> digits;
+  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number, format).ptr;
+  std::string_view text(digits.data(), static_cast<std::size_t>(end - digits.data()));
+  const auto exponent = text.find('e');
+  out.append(text.substr(0, exponent));
+  if (exponent == std::string_view::npos) return;
+  out.append(text.substr(exponent, 2));  // "e+" or "e-"
+  text.remove_prefix(exponent + 2);
+  text.remove_prefix(text.find_first_not_of('0'));
+  out.append(text);
+}
+
+void appendEscape(std::string& out, unsigned char c) {
+  switch (c) {
+    case '"': out += "\\\""; return;
+    case '\\': out += "\\\\"; return;
+    case '\b': out += "\\b"; return;
+    case '\f': out += "\\f"; return;
+    case '\n': out += "\\n"; return;
+    case '\r': out += "\\r"; return;
+    case '\t': out += "\\t"; return;
+    default: break;
+  }
+  constexpr std::string_view hex = "0123456789abcdef";
+  out += "\\u00";
+  out += hex[c >> 4U];
+  out += hex[c & 0xFU];
+}
+
+}  // namespace
+
+void appendJsonString(std::string& out, std::string_view text) {
+  out += '"';
+  std::size_t plain = 0;  // start of what needs no change and is not yet copied
+  std::size_t i = 0;
+  while (i < text.size()) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    if (c >= 0x20 && c < 0x80 && c != '"' && c != '\\') {
+      ++i;
+      continue;
+    }
+    if (c >= 0x80) {
+      const auto [length, valid] = utf8Sequence(text.substr(i));
+      const auto sequence = text.substr(i, length);
+      const bool separator = sequence == "\xE2\x80\xA8" || sequence == "\xE2\x80\xA9";
+      if (valid && !separator) {
+        i += length;
+        continue;
+      }
+      out.append(text.substr(plain, i - plain));
+      if (!valid) {
+        out.append(kReplacement);
+      } else {
+        out += sequence.back() == '\xA8' ? "\\u2028" : "\\u2029";
+      }
+      i += length;
+    } else {
+      out.append(text.substr(plain, i - plain));
+      appendEscape(out, c);
+      ++i;
+    }
+    plain = i;
+  }
+  out.append(text.substr(plain));
+  out += '"';
+}
+
+void appendJsonText(std::string& out, const boost::json::object& object) {
+  out += '{';
+  bool first = true;
+  for (const auto& [key, value] : object) {
+    if (!first) out += ',';
+    first = false;
+    appendJsonString(out, {key.data(), key.size()});
+    out += ':';
+    appendJsonText(out, value);
+  }
+  out += '}';
+}
+
+void appendJsonText(std::string& out, const boost::json::array& array) {
+  out += '[';
+  bool first = true;
+  for (const auto& value : array) {
+    if (!first) out += ',';
+    first = false;
+    appendJsonText(out, value);
+  }
+  out += ']';
+}
+
+void appendJsonText(std::string& out, const boost::json::value& value) {
+  switch (value.kind()) {
+    case boost::json::kind::null: out += "null"; return;
+    case boost::json::kind::bool_: out += value.get_bool() ? "true" : "false"; return;
+    case boost::json::kind::int64: appendInteger(out, value.get_int64()); return;
+    case boost::json::kind::uint64: appendInteger(out, value.get_uint64()); return;
+    case boost::json::kind::double_: appendFloating(out, value.get_double()); return;
+    case boost::json::kind::string: {
+      const auto& text = value.get_string();
+      appendJsonString(out, {text.data(), text.size()});
+      return;
+    }
+    case boost::json::kind::array: appendJsonText(out, value.get_array()); return;
+    case boost::json::kind::object: appendJsonText(out, value.get_object()); return;
+  }
+}
+
+std::string validUtf8(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  while (!text.empty()) {
+    const auto [length, valid] = byteAt(text, 0) < 0x80 ? Sequence{1, true} : utf8Sequence(text);
+    out.append(valid ? text.substr(0, length) : kReplacement);
+    text.remove_prefix(length);
+  }
+  return out;
+}
+
+}  // namespace vemo

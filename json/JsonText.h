@@ -1,0 +1,34 @@
+#pragma once
+
+#include <boost/json/value.hpp>
+#include <string>
+#include <string_view>
+
+namespace vemo {
+
+// JSON text as the page, the log and the transcript get it: compact, UTF-8, keys in
+// insertion order, "/" and non-ASCII as they are, U+2028 and U+2029 escaped so that a
+// script holding the text also parses in web views older than ES2019. Floating
+// numbers are written as a page's own JSON.stringify writes them (1.5, 100, 1e+21,
+// null for what is not finite). Bytes that are no UTF-8 become U+FFFD.
+// Thread-safe: no state.
+
+/// Appends the JSON text of a value, an object or an array to `out`.
+void appendJsonText(std::string& out, const boost::json::value& value);
+void appendJsonText(std::string& out, const boost::json::object& object);
+void appendJsonText(std::string& out, const boost::json::array& array);
+
+/// Appends `text` as a JSON string, quotes included.
+void appendJsonString(std::string& out, std::string_view text);
+
+template <class Json>
+std::string jsonText(const Json& json) {
+  std::string out;
+  appendJsonText(out, json);
+  return out;
+}
+
+/// `text` with every sequence of bytes that is no UTF-8 replaced by U+FFFD.
+std::string validUtf8(std::string_view text);
+
+}  // namespace vemo
