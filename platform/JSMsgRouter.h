@@ -1,0 +1,86 @@
+#pragma once
+
+#include <boost/json/object.hpp>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include "bridge/Text.h"
+#include "bridge/VEMOJSMsgItem.h"
+#include "bridge/VEMOJSMsgRouter.h"
+#include "bridge/VEMOLogger.h"
+#include "bridge/VEMOWebView.h"
+#include "platform/ReplyDelivery.h"
+
+namespace vemo {
+
+/// The application's base router: decodes page messages, calls the wrapper of the
+/// command that a message names and delivers replies.
+///
+/// Threads: commands are registered before any is delivered; everything else may be
+/// called from any thread, by several at once. A command runs on the thread that
+/// hands in its message. No lock is held while calling out.
+///
+/// Lifetime: items keep the delivery alive and can be answered after the router is
+/// gone; the logger must outlive the router.
+class JSMsgRouter final : public VEMOJSMsgRouter {
+ public:
+  /// Longer messages are refused.
+  static constexpr std::size_t kMaxMessageBytes = std::size_t{1} << 20U;
+  /// Messages nested deeper are refused; the message itself is the first level.
+  static constexpr std::size_t kMaxMessageDepth = 32;
+
+  /// `delivery` is not null; `webView` may be.
+  JSMsgRouter(VEMOLogger& logger, std::shared_ptr<ReplyDelivery> delivery,
+              std::shared_ptr<VEMOWebView> webView);
+
+  /// An empty wrapper takes the name away.
+  void setMethod(Wrapper wrapper, const std::string& action) override;
+
+  std::shared_ptr<VEMOWebView> webView() const override;
+  /// Replaces the web view; commands under way keep the one they came with.
+  void setWebView(std::shared_ptr<VEMOWebView> webView);
+
+  /// Decodes one page message, runs its command and delivers the reply, unless the
+  /// command answers later.
+  void receive(std::string_view message);
+
+  /// The item of a page message. A message that can't be used (no JSON object, no
+  /// text head.action, params that are neither object nor null, over a limit, broken
+  /// UTF-8) is logged and gives an item that carries the error "bad message", and the
+  /// action and the cbid as far as they can be read.
+  std::shared_ptr<VEMOJSMsgItem> decode(std::string_view message);
+
+  /// An item as decode makes it, from its parts. `params` is moved, not copied.
+  std::shared_ptr<VEMOJSMsgItem> makeItem(VEMOJSMsgItemHead head,
+                                          std::optional<boost::json::object> params,
+                                          std::string nativecb, Text cbid);
+
+  /// Runs the command of `item` and delivers its reply to `webView` (null for none)
+  /// unless the handler marked the item as answering later. An item that carries an
+  /// error already is only delivered; an unknown action is answered with an error.
+  void dispatch(const std::shared_ptr<VEMOJSMsgItem>& item,
+                const std::shared_ptr<VEMOWebView>& webView);
+
+ private:
+  // Looks names up by view, without making a string.
+  struct NameHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view name) const {
+      return std::hash<std::string_view>{}(name);
+    }
+  };
+
+  VEMOLogger& logger_;
+  const std::shared_ptr<ReplyDelivery> delivery_;
+  std::unordered_map<std::string, Wrapper, NameHash, std::equal_to<>> methods_;
+  mutable std::mutex webViewMutex_;  // held for the copy alone
+  std::shared_ptr<VEMOWebView> webView_;
+};
+
+}  // namespace vemo

@@ -1,0 +1,64 @@
+#include "platform/ReplyDelivery.h"
+
+#include <array>
+#include <charconv>
+#include <utility>
+
+#include "json/JsonText.h"
+
+namespace vemo {
+namespace {
+
+void appendError(std::string& out, const VEMOJSError& error) {
+  out += ",\"error\":{\"module\":";
+  appendJsonString(out, error.module);
+  out += ",\"errcode\":";
+  std::array<char, 24> digits;
+  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), error.errcode).ptr;
+  out.append(digits.data(), end);
+  out += ",\"errmsg\":";
+  appendJsonString(out, error.errmsg ? std::string_view(*error.errmsg) : std::string_view());
+  out += '}';
+}
+
+}  // namespace
+
+void appendReplyJson(std::string& out, const VEMOJSMsgItem& item, std::string_view cbid) {
+  out += R"({"head":{"module":"kobu")";
+  if (!item.head().action.empty()) {
+    out += ",\"action\":";
+    appendJsonString(out, item.head().action);
+  }
+  out += ",\"cbid\":";
+  appendJsonString(out, cbid);
+  out += '}';
+  if (item.msgError()) appendError(out, *item.msgError());
+  if (item.msgRetval()) {
+    out += ",\"retval\":";
+    appendJsonText(out, *item.msgRetval());
+  }
+  out += '}';
+}
+
+MainThreadReplyDelivery::MainThreadReplyDelivery(MainQueue& mainQueue, std::string replyFunction)
+    : mainQueue_(mainQueue), replyFunction_(std::move(replyFunction)) {}
+
+void MainThreadReplyDelivery::deliver(const VEMOJSMsgItem& item, const Text& cbid,
+                                      const std::shared_ptr<VEMOWebView>& webView) {
+  if (!cbid || !webView) return;
+  std::string script;
+  script.reserve(256);  // most replies need one allocation
+  script += replyFunction_;
+  script += '(';
+  appendReplyJson(script, item, *cbid);
+  script += ')';
+  if (mainQueue_.isMainThread()) {
+    webView->loadJs(script, item.printLog());
+    return;
+  }
+  mainQueue_.dispatchAsync([webView, script = std::move(script), needLog = item.printLog()] {
+    webView->loadJs(script, needLog);
+  });
+}
+
+}  // namespace vemo
