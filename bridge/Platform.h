@@ -38,7 +38,9 @@ struct Platform {
   ImageDecoder& images;
   SystemVersion& system;
   VEMOExtensionLauncher& extensionLauncher;
-  std::string appGroup;  ///< VEMO_SDK_AppGroup: the default group shared with the extension
+  /// VEMO_SDK_AppGroup: the default group shared with the extension. Read at each use,
+  /// on the thread of the command; it lives as long as the other pieces.
+  const std::string& appGroup;
   std::shared_ptr<const void> owner = nullptr;
 };
 
