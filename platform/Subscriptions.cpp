@@ -1,0 +1,50 @@
+#include "platform/Subscriptions.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace vemo {
+
+void Subscriptions::add(const void* observer, const std::string& name, Callback callback) {
+  if (!callback) return;
+  auto subscription = std::make_shared<Subscription>(observer, name, std::move(callback));
+  const std::lock_guard lock(mutex_);
+  subscriptions_.push_back(std::move(subscription));
+}
+
+template <class Matches>
+void Subscriptions::end(Matches matches) {
+  std::vector<std::shared_ptr<Subscription>> ended;  // destroyed without the lock
+  const std::lock_guard lock(mutex_);
+  const auto kept = std::stable_partition(subscriptions_.begin(), subscriptions_.end(),
+                                          [&](const auto& entry) { return !matches(*entry); });
+  ended.assign(std::make_move_iterator(kept), std::make_move_iterator(subscriptions_.end()));
+  subscriptions_.erase(kept, subscriptions_.end());
+  for (const auto& entry : ended) entry->ended = true;
+}
+
+void Subscriptions::remove(const void* observer, const std::string& name) {
+  end([&](const Subscription& entry) { return entry.observer == observer && entry.name == name; });
+}
+
+void Subscriptions::removeEvery(const void* observer) {
+  end([&](const Subscription& entry) { return entry.observer == observer; });
+}
+
+void Subscriptions::clear() {
+  end([](const Subscription&) { return true; });
+}
+
+void Subscriptions::call(const std::string& name) const {
+  std::vector<std::shared_ptr<Subscription>> called;
+  {
+    const std::lock_guard lock(mutex_);
+    std::copy_if(subscriptions_.begin(), subscriptions_.end(), std::back_inserter(called),
+                 [&](const auto& entry) { return entry->name == name; });
+  }
+  for (const auto& entry : called) {
+    if (!entry->ended) entry->callback(name);
+  }
+}
+
+}  // namespace vemo

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace vemo {
+
+/// The subscriptions of a notification centre, in the order in which they were made.
+/// Any thread; the lock is never held while a callback is called or destroyed.
+class Subscriptions {
+ public:
+  using Callback = std::function<void(const std::string& name)>;
+
+  void add(const void* observer, const std::string& name, Callback callback);
+
+  /// Ends the subscriptions of `observer` to `name`; no call begins afterwards.
+  void remove(const void* observer, const std::string& name);
+  /// Ends every subscription of `observer`; no call begins afterwards.
+  void removeEvery(const void* observer);
+  /// Ends all.
+  void clear();
+
+  /// Calls those that are subscribed to `name` now, one after the other, on this
+  /// thread; what is ended meanwhile is not called any more, what is added waits for
+  /// the next time.
+  void call(const std::string& name) const;
+
+ private:
+  struct Subscription {
+    const void* observer;
+    std::string name;
+    Callback callback;
+    std::atomic<bool> ended = false;
+  };
+
+  template <class Matches>
+  void end(Matches matches);
+
+  mutable std::mutex mutex_;
+  std::vector<std::shared_ptr<Subscription>> subscriptions_;
+};
+
+}  // namespace vemo
