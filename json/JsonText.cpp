@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 
 namespace vemo {
 namespace {
@@ -55,30 +56,49 @@ void appendInteger(std::string& out, auto number) {
   out.append(digits.data(), end);
 }
 
-/// The shortest text that reads back as the same number, in the form that ECMAScript
-/// gives numbers.
+/// The shortest digits that read back as the same number, laid out as ECMAScript does.
 void appendFloating(std::string& out, double number) {
   if (!std::isfinite(number)) {
     out += "null";  // JSON has no other word for it
     return;
   }
   if (number == 0) {
-    out += '0';
+    out += '0';  // of either sign
     return;
   }
-  const double size = std::fabs(number);
-  const auto format = size >= 1e-6 && size < 1e21 ? std::chars_format::fixed
-                                                  : std::chars_format::scientific;
-  std::array<char, 64> digits;
-  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number, format).ptr;
-  std::string_view text(digits.data(), static_cast<std::size_t>(end - digits.data()));
-  const auto exponent = text.find('e');
-  out.append(text.substr(0, exponent));
-  if (exponent == std::string_view::npos) return;
-  out.append(text.substr(exponent, 2));  // "e+" or "e-"
-  text.remove_prefix(exponent + 2);
-  text.remove_prefix(text.find_first_not_of('0'));
-  out.append(text);
+  if (number < 0) out += '-';
+  // Digits and exponent are taken from d.ddde±xx: the fixed form would write the
+  // exact value of large numbers, with more digits than it takes to tell them apart.
+  std::array<char, 32> buffer;
+  const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), std::fabs(number),
+                                 std::chars_format::scientific)
+                       .ptr;
+  const std::string_view text(buffer.data(), static_cast<std::size_t>(end - buffer.data()));
+  const auto mark = text.find('e');
+  const auto fraction = mark > 2 ? text.substr(2, mark - 2) : std::string_view{};
+  int exponent = 0;
+  std::from_chars(text.data() + mark + 2, end, exponent);
+  if (text[mark + 1] == '-') exponent = -exponent;
+
+  if (exponent < -6 || exponent > 20) {
+    out.append(text.substr(0, mark));
+    out.append(text.substr(mark, 2));  // "e+" or "e-"
+    appendInteger(out, std::abs(exponent));
+  } else if (exponent < 0) {
+    out += "0.";
+    out.append(static_cast<std::size_t>(-exponent - 1), '0');
+    out += text.front();
+    out.append(fraction);
+  } else {
+    const auto whole = static_cast<std::size_t>(exponent);  // digits before the point, less one
+    out += text.front();
+    out.append(fraction.substr(0, whole));
+    if (fraction.size() < whole) out.append(whole - fraction.size(), '0');
+    if (fraction.size() > whole) {
+      out += '.';
+      out.append(fraction.substr(whole));
+    }
+  }
 }
 
 void appendEscape(std::string& out, unsigned char c) {

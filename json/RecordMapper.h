@@ -23,12 +23,14 @@
 namespace vemo {
 
 /// Where a mapping failed and what was expected there, such as "/bitrate: integer
-/// expected".
+/// expected". The path of the dictionary itself is empty.
 struct MappingError {
   std::string path;
   std::string_view expected;
 
-  std::string text() const { return path + ": " + std::string(expected) + " expected"; }
+  std::string text() const {
+    return (path.empty() ? "" : path + ": ") + std::string(expected) + " expected";
+  }
 };
 
 namespace mapping {
