@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "bridge/Text.h"
+
+namespace vemo {
+
+/// A text as payloads carry it: without line breaks, "(null)" when it is absent.
+std::string cleaned(const Text& text);
+
+/// A user id as replies carry it: as it is, "(null)" when it is absent or empty.
+std::string idOrNull(const Text& userId);
+
+/// An address as logs carry it: "0x" and lower-case hexadecimal digits.
+std::string addressText(const void* address);
+
+}  // namespace vemo

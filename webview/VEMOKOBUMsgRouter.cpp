@@ -1,0 +1,85 @@
+#include "webview/VEMOKOBUMsgRouter.h"
+
+#include "json/JsonText.h"
+
+namespace vemo {
+
+VEMOKOBUMsgRouter::VEMOKOBUMsgRouter(Platform platform) : platform_(std::move(platform)) {}
+
+std::shared_ptr<VEMOKOBUMsgRouter> VEMOKOBUMsgRouter::create(Platform platform) {
+  const std::shared_ptr<VEMOKOBUMsgRouter> router(new VEMOKOBUMsgRouter(std::move(platform)));
+  for (const auto* name : {kVEMOScreenKit_Started_Notify, kVEMOScreenKit_Paused_Notify,
+                           kVEMOScreenKit_Resumed_Notify, kVEMOScreenKit_Finished_Notify}) {
+    router->registerForScreenKitNotificationsWithName(name);
+  }
+  router->registRouter();
+  return router;
+}
+
+VEMOKOBUMsgRouter::~VEMOKOBUMsgRouter() {
+  enterCallback_.clear();
+  exitCallback_.clear();
+  switchAnchorCallback_.clear();
+  switchAudienceCallback_.clear();
+  launchScreenKitCallback_.clear();
+  startScreenCaptureCallback_.clear();
+  kobuEventListeners_.clear();
+  const auto engine = sharedKOBU_.load();
+  if (engine) engine->setDelegate(nullptr);
+  if (hasEnterRoom_ && engine) engine->exitRoom();
+  platform_.engineClass.destroySharedIntance();
+  sharedKOBU_.clear();
+  unregisterScreenKitNotifications();
+}
+
+Text VEMOKOBUMsgRouter::curEnteredRoomUserId() const {
+  const auto params = enterRoomParams_.load();
+  return params ? params->userId : Text{};
+}
+
+bool VEMOKOBUMsgRouter::isOwnUser(const Text& userId) const {
+  return !userId || userId == curEnteredRoomUserId();
+}
+
+// ---- Log records
+
+void VEMOKOBUMsgRouter::log(int level, std::string_view module, std::string_view actionName,
+                            std::string_view actionParam, std::optional<Result> result,
+                            const Site& site) {
+  const std::string_view path = site.where.file_name();
+  DUNLogParam record;
+  record.needReport = true;
+  record.level = level;
+  record.module = module;
+  record.actionName = actionName;
+  record.actionParam = actionParam;
+  if (result) {
+    record.errorCode = result->code;
+    record.errorDesc = result->description;
+  }
+  record.fileName = path.substr(path.rfind('/') + 1);
+  record.funcName = site.funcName;
+  record.line = site.where.line();
+  platform_.logger.log(record);
+}
+
+void VEMOKOBUMsgRouter::logRouter(int level, std::string_view actionName,
+                                  std::string_view actionParam, std::optional<Result> result,
+                                  const Site& site) {
+  log(level, "VEMOKOBUMsgRouter", actionName, actionParam, result, site);
+}
+
+void VEMOKOBUMsgRouter::logEnd(std::string_view actionName, std::string_view actionParam,
+                               std::int64_t code, const Text& desc, const Site& site) {
+  const bool failed = code != 0;
+  logRouter(failed ? DUNLogParam::kFailure : DUNLogParam::kInformation,
+            failed ? std::string(actionName) + "Failed" : std::string(actionName), actionParam,
+            Result{code, desc}, site);
+}
+
+void VEMOKOBUMsgRouter::logEvent(std::string_view name, const boost::json::object& payload,
+                                 std::optional<Result> result, const Site& site) {
+  log(DUNLogParam::kInformation, "SDKCallback", name, jsonText(payload), result, site);
+}
+
+}  // namespace vemo

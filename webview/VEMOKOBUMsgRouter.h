@@ -1,0 +1,374 @@
+#pragma once
+
+#include <atomic>
+#include <boost/json/object.hpp>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <source_location>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "bridge/KOBUCloudDelegate.h"
+#include "bridge/Platform.h"
+#include "bridge/VEMOKOBUEventListener.h"
+#include "webview/Command.h"
+#include "webview/Outcome.h"
+#include "webview/Published.h"
+
+namespace vemo {
+
+/// The completion of a room operation: `code` 0 is success, `desc` and `uid` may be
+/// absent, `number` is the time in milliseconds for an enter and the reason for an exit.
+using VEMORoomCallback =
+    std::function<void(VEMOModule module, std::int64_t code, const Text& desc, const Text& uid,
+                       std::int64_t number)>;
+
+/// The completion of any other operation: `code` 0 is success.
+using VEMOCallback = std::function<void(VEMOModule module, std::int64_t code, const Text& desc)>;
+
+/// What the screen-broadcast extension posts across processes.
+inline constexpr const char* kVEMOScreenKit_Started_Notify = "VEMOScreenKit_Started_Notify";
+inline constexpr const char* kVEMOScreenKit_Paused_Notify = "VEMOScreenKit_Paused_Notify";
+inline constexpr const char* kVEMOScreenKit_Resumed_Notify = "VEMOScreenKit_Resumed_Notify";
+inline constexpr const char* kVEMOScreenKit_Finished_Notify = "VEMOScreenKit_Finished_Notify";
+
+/// The router between a page and the real-time audio/video engine: 55 page commands
+/// become calls of the engine, the engine's 27 events become calls of page functions
+/// and of native listeners, and the host drives the same engine through the operations
+/// below.
+///
+/// Lifetime: made by create, held by the host. Everything that the router hands out
+/// (wrappers, completions, queued work) holds it weakly and does nothing once it is
+/// gone, save the main-thread work of an event, which keeps it until the event has been
+/// told. It may die on any thread. Dying leaves the room, destroys the engine and drops
+/// pending completions without calling them.
+///
+/// Threads: commands run where the base router delivers them; the operations of the
+/// host may be called from any thread; events come from the engine's threads. Scripts
+/// for events run on the main thread.
+///
+/// Nothing is thrown. A completion or listener that is null counts as none.
+class VEMOKOBUMsgRouter final : public KOBUCloudDelegate,
+                                public std::enable_shared_from_this<VEMOKOBUMsgRouter> {
+ public:
+  /// Makes a router on `platform`, subscribes it to the four notifications of the
+  /// broadcast extension and registers its commands with the base router. The engine is
+  /// made later, by the page's "initSDK".
+  static std::shared_ptr<VEMOKOBUMsgRouter> create(Platform platform);
+
+  ~VEMOKOBUMsgRouter() override;
+  VEMOKOBUMsgRouter(const VEMOKOBUMsgRouter&) = delete;
+  VEMOKOBUMsgRouter& operator=(const VEMOKOBUMsgRouter&) = delete;
+
+  // ---- Replies and page scripts
+
+  /// The callback envelope: "head" with the event's name unless it is empty, "retval"
+  /// with the value if there is one.
+  static boost::json::object callBackCommonJson(std::string_view name,
+                                                std::optional<boost::json::object> value);
+
+  /// Calls the page function `function` with `envelope`, on the main thread. Nothing
+  /// happens without a function name, an envelope or a web view.
+  void executeJSCallback(std::string function, std::optional<boost::json::object> envelope,
+                         bool needLog);
+
+  /// Sends one event to the page function registered under `name`; dropped when there is
+  /// none. `needLog` tells the web view whether to log the script.
+  void callBackToH5(std::string_view name, std::optional<boost::json::object> value, bool needLog);
+
+  using MainBlock = std::function<void(VEMOKOBUMsgRouter&)>;
+  /// Runs `block` at once on the main thread; from another thread queues it, to be
+  /// dropped if the router is gone by then. A null block does nothing.
+  void safeRunInMain(MainBlock block);
+  void asyncRunInMain(MainBlock block);
+
+  // ---- Room
+
+  /// Enters a room with `params`; a null record does nothing at all. `completion` replaces
+  /// that of an enter still under way, which is then never called.
+  void vemoEnterRoom(std::shared_ptr<const KOBUParams> params, std::int64_t appScene,
+                     VEMORoomCallback completion);
+  /// Leaves the room; `completion` replaces that of an exit still under way.
+  void zebExitRoom(VEMORoomCallback completion);
+  /// Become anchor or audience. Without an engine, or outside a room, `completion` is
+  /// never called; a second switch in the same direction replaces it.
+  void switchToAnchorRole(VEMOCallback completion);
+  void switchToAudienceRole(VEMOCallback completion);
+
+  /// True once the engine has reported the end of an enter, whatever its result.
+  bool hasEnterRoom() const { return hasEnterRoom_; }
+  /// The record of the present or last enter; null after leaving.
+  std::shared_ptr<const KOBUParams> enterRoomParams() const { return enterRoomParams_.load(); }
+  /// The user id of that record.
+  Text curEnteredRoomUserId() const;
+
+  // ---- Local media. An absent user id, or that of the entered room, is the own user;
+  // without an engine, or without a view, these do nothing.
+
+  /// The provider of views for the page's video commands; held weakly.
+  void setCustomRenderSource(const std::shared_ptr<VEMOUIRenderSource>& source);
+
+  /// Asks for the camera permission and starts the preview in `view`. The misspelling
+  /// is part of the name.
+  void startLocalPreivew(bool frontCamera, std::shared_ptr<NativeView> view);
+  void stopLocalPreview();
+  /// Shows a user's camera in `view`: the own preview through the permission gate, or
+  /// another user's main stream.
+  void kobuStartPreview(const Text& userId, std::shared_ptr<NativeView> view, bool frontCamera);
+  void kobuStopPreview(const Text& userId, const std::shared_ptr<NativeView>& view);
+  /// Starts the own microphone through the permission gate, or plays another user again.
+  void kobuStartAudio(const Text& userId, const std::shared_ptr<NativeView>& view);
+  /// Stops the own microphone, or mutes another user.
+  void kobuStopAudio(const Text& userId, const std::shared_ptr<NativeView>& view);
+
+  // ---- Remote media. Without an engine these do nothing.
+
+  /// Another user's shared screen; nothing for the own user or without a view.
+  void kobuStartSubStream(const Text& userId, std::shared_ptr<NativeView> view);
+  void kobuStopSubStream(const Text& userId, const std::shared_ptr<NativeView>& view);
+  void kobuStopAllRemoteVideo();
+  void kobuMuteAllRemoteVideo(bool mute);
+  void kobuMuteAllRemoteAudio(bool mute);
+
+  // ---- Diagnostics
+
+  /// Logs a device event and reports it to the page function that "registReport" named,
+  /// on the calling thread.
+  void reportEvent(const Text& event);
+
+  // ---- Listeners; held weakly. Run on the main thread: at once there, else queued.
+
+  void addKOBUEventListener(std::shared_ptr<VEMOKOBUEventListener> listener);
+  void removeKOBUEventListener(std::shared_ptr<VEMOKOBUEventListener> listener);
+  void removeAllKOBUEventListeners();
+  /// The listeners that are alive, in order. Main thread only.
+  std::vector<std::shared_ptr<VEMOKOBUEventListener>> kobuEventListeners() const;
+
+  // ---- Screen sharing
+
+  /// What this system can capture: 1 its own application (from 13.0), 2 the whole device
+  /// (from 11.0), 3 both. Found out once for the process, by the first router that asks.
+  std::int32_t kobuScreenCaptureSupportMode() const;
+
+  /// Subscribes to one cross-process notification; twice leaves one subscription.
+  void registerForScreenKitNotificationsWithName(const std::string& name);
+  void unregisterForScreenKitNotificationsWithName(const std::string& name);
+  void unregisterScreenKitNotifications();
+  /// Handles one notification of the broadcast extension, on the calling thread.
+  void onRecvScreenKitNotify(const std::string& name);
+
+  // ---- Events of the engine
+
+  void onError(std::int32_t errCode, const Text& errMsg,
+               const std::optional<boost::json::object>& extInfo) override;
+  void onWarning(std::int32_t warningCode, const Text& warningMsg,
+                 const std::optional<boost::json::object>& extInfo) override;
+  void onEnterRoom(std::int64_t result) override;
+  void onExitRoom(std::int64_t reason) override;
+  void onSwitchRole(std::int32_t errCode, const Text& errMsg) override;
+  void onRemoteUserEnterRoom(const Text& userId) override;
+  void onRemoteUserLeaveRoom(const Text& userId, std::int64_t reason) override;
+  void onAudioRouteChanged(std::int64_t route, std::int64_t fromRoute) override;
+  void onUserAudioAvailable(const Text& userId, bool available) override;
+  void onUserVideoAvailable(const Text& userId, bool available) override;
+  void onUserSubStreamAvailable(const Text& userId, bool available) override;
+  void onNetworkQuality(Shared<KOBUQualityInfo> localQuality,
+                        SharedList<KOBUQualityInfo> remoteQuality) override;
+  void onStatistics(Shared<KOBUStatistics> statistics) override;
+  void onUserVoiceVolume(SharedList<KOBUVolumeInfo> userVolumes,
+                         std::int64_t totalVolume) override;
+  void onConnectionLost() override;
+  void onTryToReconnect() override;
+  void onConnectionRecovery() override;
+  void onFirstVideoFrame(const Text& userId, std::int64_t streamType, std::int32_t width,
+                         std::int32_t height) override;
+  void onFirstAudioFrame(const Text& userId) override;
+  void onSendFirstLocalVideoFrame(std::int64_t streamType) override;
+  void onSendFirstLocalAudioFrame() override;
+  void onCameraDidReady() override;
+  void onMicDidReady() override;
+  void onScreenCaptureStarted() override;
+  void onScreenCapturePaused(std::int32_t reason) override;
+  void onScreenCaptureResumed(std::int32_t reason) override;
+  void onScreenCaptureStoped(std::int32_t reason) override;
+
+ private:
+  struct CommandTable;  // the 55 rows and the frame around every handler
+  struct Row;
+
+  using ItemPtr = std::shared_ptr<VEMOJSMsgItem>;
+  using WebViewPtr = std::shared_ptr<VEMOWebView>;
+  using CallbackNames = std::unordered_map<std::string, std::string>;
+
+  /// Where a record comes from: the routine in selector form and the place in the source.
+  struct Site {
+    std::string_view funcName;
+    std::source_location where;
+    // Implicit, so that a literal given at a logging call carries that call's place.
+    Site(const char* name, std::source_location place = std::source_location::current())
+        : funcName(name), where(place) {}
+    Site(std::string_view name, std::source_location place) : funcName(name), where(place) {}
+  };
+  struct Result {  // what a record says of how something ended
+    std::int64_t code;
+    std::optional<std::string_view> description;
+  };
+
+  explicit VEMOKOBUMsgRouter(Platform platform);
+  void registRouter();
+
+  // ---- Handlers, in the order of the command table. Those that take the engine are
+  // called only when there is one.
+  Outcome registCallBacks(const Command& command);
+  Outcome initSDK(const Command& command);
+  Outcome setLogParams(const Command& command);
+  Outcome getSDKVersion(const Command& command);
+  Outcome uninitSDK(const Command& command);
+  Outcome enterRoom(KOBUCloud& engine, const Command& command);
+  Outcome exitRoom(const Command& command);
+  Outcome showBugView(KOBUCloud& engine, const Command& command);
+  Outcome setDebugViewMargin(KOBUCloud& engine, const Command& command);
+  Outcome switchRole(KOBUCloud& engine, const Command& command);
+  Outcome setNetworkQosParam(KOBUCloud& engine, const Command& command);
+  Outcome setVideoEncoderParam(KOBUCloud& engine, const Command& command);
+  Outcome startLocalPreview(KOBUCloud& engine, const Command& command);
+  Outcome switchCamera(KOBUCloud& engine, const Command& command);
+  Outcome setLocalPreviewParams(KOBUCloud& engine, const Command& command);
+  Outcome enableEncSmallVideoStream(KOBUCloud& engine, const Command& command);
+  Outcome setRemoteVideoStreamType(KOBUCloud& engine, const Command& command);
+  Outcome stopLocalPreview(KOBUCloud& engine, const Command& command);
+  Outcome muteLocalVideo(KOBUCloud& engine, const Command& command);
+  Outcome startLocalAudio(KOBUCloud& engine, const Command& command);
+  Outcome stopLocalAudio(KOBUCloud& engine, const Command& command);
+  Outcome muteLocalAudio(KOBUCloud& engine, const Command& command);
+  Outcome startRemoteView(KOBUCloud& engine, const Command& command);
+  Outcome setRemotePreviewParams(KOBUCloud& engine, const Command& command);
+  Outcome stopRemoteView(KOBUCloud& engine, const Command& command);
+  Outcome stopAllRemoteView(KOBUCloud& engine, const Command& command);
+  Outcome muteRemoteVideoStream(KOBUCloud& engine, const Command& command);
+  Outcome muteAllRemoteVideoStreams(KOBUCloud& engine, const Command& command);
+  Outcome muteRemoteAudio(KOBUCloud& engine, const Command& command);
+  Outcome muteAllRemoteAudio(KOBUCloud& engine, const Command& command);
+  Outcome setRemoteAudioVolume(KOBUCloud& engine, const Command& command);
+  Outcome startRemoteSubStreamView(KOBUCloud& engine, const Command& command);
+  Outcome stopRemoteSubStreamView(KOBUCloud& engine, const Command& command);
+  Outcome setRemoteSubStreamPreviewParams(KOBUCloud& engine, const Command& command);
+  Outcome playMusic(KOBUCloud& engine, const Command& command);
+  Outcome setMusicInfo(KOBUCloud& engine, const Command& command);
+  Outcome stopMusic(KOBUCloud& engine, const Command& command);
+  Outcome pauseMusic(KOBUCloud& engine, const Command& command);
+  Outcome resumeMusic(KOBUCloud& engine, const Command& command);
+  Outcome startSpeedTest(KOBUCloud& engine, const Command& command);
+  Outcome stopSpeedTest(KOBUCloud& engine, const Command& command);
+  Outcome enableAudioVolumeEvaluation(KOBUCloud& engine, const Command& command);
+  Outcome setVideoMuteImage(KOBUCloud& engine, const Command& command);
+  Outcome getKOBUStats(const Command& command);
+  Outcome registReport(const Command& command);
+  Outcome setAudioRoute(KOBUCloud& engine, const Command& command);
+  Outcome setAudioVolume(KOBUCloud& engine, const Command& command);
+  Outcome getAudioVolume(KOBUCloud& engine, const Command& command);
+  Outcome callExperimentalAPI(KOBUCloud& engine, const Command& command);
+  Outcome isSupportScreenCapture(const Command& command);
+  Outcome launchScreenKit(const Command& command);
+  Outcome startScreenCapture(KOBUCloud& engine, const Command& command);
+  Outcome pauseScreenCapture(KOBUCloud& engine, const Command& command);
+  Outcome resumeScreenCapture(KOBUCloud& engine, const Command& command);
+  Outcome stopScreenCapture(KOBUCloud& engine, const Command& command);
+
+  // ---- Permission gate (permission_gate.cpp). Completions get the engine's module.
+  void innerStartLocalPreview(bool frontCamera, std::shared_ptr<NativeView> view,
+                              VEMOCallback completion);
+  void innerStartLocalAudio(std::int32_t quality, VEMOCallback completion);
+  void gotoSystemSetting(bool camera, VEMOCallback completion);
+  void startPreviewNow(bool frontCamera, const std::shared_ptr<NativeView>& view,
+                       const VEMOCallback& completion);
+  void startAudioNow(std::int32_t quality, const VEMOCallback& completion);
+
+  // ---- Answers of asynchronous commands. Each sets the error record whatever the code
+  // and delivers the item that it holds.
+  VEMOCallback plainAnswer(const Command& command);
+  VEMORoomCallback roomAnswer(const Command& command, std::string_view numberKey);
+  VEMOCallback loggedAnswer(const Command& command, const char* actionName, Site site);
+  static void setError(VEMOJSMsgItem& item, VEMOModule module, std::int64_t code, Text message);
+  /// A completion as the slots keep it: null when there is nothing to call.
+  template <class Callback>
+  static std::shared_ptr<const Callback> stored(Callback completion) {
+    return completion ? std::make_shared<const Callback>(std::move(completion)) : nullptr;
+  }
+
+  // ---- Common to commands and operations of the host
+  bool isOwnUser(const Text& userId) const;
+  std::shared_ptr<VEMOUIRenderSource> renderSource() const;
+  void startSwitch(std::int32_t role, Published<const VEMOCallback>& slot,
+                   VEMOCallback completion);
+  void stopPreviewAndReport(KOBUCloud& engine);
+  void stopAudioAndReport(KOBUCloud& engine);
+  void useMuteImage(const DownloadResult& result, std::int32_t fps, VEMOJSMsgItem& item);
+  Outcome showRemoteUser(KOBUCloud& engine, const Command& command, ViewType viewType,
+                         std::int32_t streamType);
+  Outcome controlScreenCapture(const Command& command, std::int64_t (KOBUCloud::*operation)(),
+                               KOBUCloud& engine, const char* failureText);
+  void compactListeners();
+
+  // ---- Log records
+  void log(int level, std::string_view module, std::string_view actionName,
+           std::string_view actionParam, std::optional<Result> result, const Site& site);
+  void logRouter(int level, std::string_view actionName, std::string_view actionParam,
+                 std::optional<Result> result, const Site& site);
+  /// The end of an operation: a failure record under `actionName` + "Failed" when the code
+  /// is not 0, else information.
+  void logEnd(std::string_view actionName, std::string_view actionParam, std::int64_t code,
+              const Text& desc, const Site& site);
+  void logEvent(std::string_view name, const boost::json::object& payload,
+                std::optional<Result> result, const Site& site);
+
+  // ---- Events (event_routing.cpp)
+  boost::json::object ownPayload() const;
+  bool isRegistered(std::string_view event) const;
+  void toPage(std::string_view event, boost::json::object payload);
+  template <class Operation, class... Args>
+  void tellListeners(Operation operation, const Args&... args);
+  template <class Work>
+  void onMain(Work work);
+  void plainEvent(std::string_view name, boost::json::object payload, const Site& site);
+  template <class Work>
+  void plainEvent(std::string_view name, boost::json::object payload, const Site& site,
+                  Work tellTheListeners);
+  boost::json::object availabilityPayload(const Text& userId, bool available) const;
+  void failEnter(std::int32_t errCode, const Text& errMsg);
+  void finishSwitch(std::int32_t role, Published<const VEMOCallback>& slot, std::int32_t errCode,
+                    const Text& errMsg);
+
+  /// `fn`, called with the router before its own arguments, or not at all once the
+  /// router is gone.
+  template <class Fn>
+  auto weakly(Fn fn) {
+    return [weak = weak_from_this(), fn = std::move(fn)](auto&&... args) {
+      if (const auto self = weak.lock()) fn(*self, std::forward<decltype(args)>(args)...);
+    };
+  }
+
+  const Platform platform_;
+
+  Published<KOBUCloud> sharedKOBU_;
+  Published<const VEMORoomCallback> enterCallback_;
+  Published<const VEMORoomCallback> exitCallback_;
+  Published<const VEMOCallback> switchAnchorCallback_;
+  Published<const VEMOCallback> switchAudienceCallback_;
+  Published<const VEMOCallback> launchScreenKitCallback_;
+  Published<const VEMOCallback> startScreenCaptureCallback_;
+  Published<const KOBUParams> enterRoomParams_;
+  std::atomic<bool> hasEnterRoom_ = false;
+  Published<const KOBUStatistics> lastStats_;
+  Published<const std::string> reportFunc_;
+  Published<const CallbackNames> jsCallBacks_;
+  Published<const std::weak_ptr<VEMOUIRenderSource>> customRenderSource_;
+  std::vector<std::weak_ptr<VEMOKOBUEventListener>> kobuEventListeners_;  // main thread only
+};
+
+}  // namespace vemo

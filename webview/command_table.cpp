@@ -1,0 +1,178 @@
+#include <algorithm>
+#include <array>
+#include <type_traits>
+
+#include "json/JsonText.h"
+#include "webview/TextForms.h"
+#include "webview/VEMOKOBUMsgRouter.h"
+
+namespace vemo {
+namespace {
+
+/// How a command's wrapper differs from the others.
+enum class Wrapper {
+  logged,     // a record of the call; refused without a web view
+  announced,  // the same, after a line in the system log
+  bare        // straight to the handler: no record, no web view needed
+};
+
+}  // namespace
+
+/// One command: its name, its handler within the frame, and the place of its row, which
+/// is where the record of the call says it comes from.
+struct VEMOKOBUMsgRouter::Row {
+  std::string_view name;
+  Outcome (*run)(VEMOKOBUMsgRouter& router, const Command& command);
+  Wrapper wrapper = Wrapper::logged;
+  std::source_location site = std::source_location::current();
+};
+
+struct VEMOKOBUMsgRouter::CommandTable {
+  using Router = VEMOKOBUMsgRouter;
+
+  /// Calls a handler. One that takes the engine is called only when there is one.
+  template <auto Handler>
+  static Outcome call(Router& router, const Command& command) {
+    if constexpr (std::is_invocable_v<decltype(Handler), Router&, KOBUCloud&, const Command&>) {
+      const auto engine = router.sharedKOBU_.load();
+      if (!engine) return notInitialised();
+      return (router.*Handler)(*engine, command);
+    } else {
+      return (router.*Handler)(command);
+    }
+  }
+
+  // The overloads that are handlers; the others are operations of the host.
+  static constexpr Outcome (Router::*stopLocalPreviewCommand)(KOBUCloud&, const Command&) =
+      &Router::stopLocalPreview;
+
+  // clang-format off
+  static constexpr auto rows = std::to_array<Row>({
+      {"registCallBacks", call<&Router::registCallBacks>},
+      {"initSDK", call<&Router::initSDK>},
+      {"setLogParams", call<&Router::setLogParams>},
+      {"getSDKVersion", call<&Router::getSDKVersion>, Wrapper::bare},
+      {"uninitSDK", call<&Router::uninitSDK>},
+      {"enterRoom", call<&Router::enterRoom>},
+      {"exitRoom", call<&Router::exitRoom>, Wrapper::announced},
+      {"showBugView", call<&Router::showBugView>},
+      {"setDebugViewMargin", call<&Router::setDebugViewMargin>},
+      {"switchRole", call<&Router::switchRole>},
+      {"setNetworkQosParam", call<&Router::setNetworkQosParam>},
+      {"setVideoEncoderParam", call<&Router::setVideoEncoderParam>},
+      {"startLocalPreview", call<&Router::startLocalPreview>},
+      {"switchCamera", call<&Router::switchCamera>},
+      {"setLocalPreviewParams", call<&Router::setLocalPreviewParams>},
+      {"enableEncSmallVideoStream", call<&Router::enableEncSmallVideoStream>},
+      {"setRemoteVideoStreamType", call<&Router::setRemoteVideoStreamType>},
+      {"stopLocalPreview", call<stopLocalPreviewCommand>},
+      {"muteLocalVideo", call<&Router::muteLocalVideo>},
+      {"startLocalAudio", call<&Router::startLocalAudio>},
+      {"stopLocalAudio", call<&Router::stopLocalAudio>},
+      {"muteLocalAudio", call<&Router::muteLocalAudio>},
+      {"startRemoteView", call<&Router::startRemoteView>},
+      {"setRemotePreviewParams", call<&Router::setRemotePreviewParams>},
+      {"stopRemoteView", call<&Router::stopRemoteView>},
+      {"stopAllRemoteView", call<&Router::stopAllRemoteView>},
+      {"muteRemoteVideoStream", call<&Router::muteRemoteVideoStream>},
+      {"muteAllRemoteVideoStreams", call<&Router::muteAllRemoteVideoStreams>},
+      {"muteRemoteAudio", call<&Router::muteRemoteAudio>},
+      {"muteAllRemoteAudio", call<&Router::muteAllRemoteAudio>},
+      {"setRemoteAudioVolume", call<&Router::setRemoteAudioVolume>},
+      {"startRemoteSubStreamView", call<&Router::startRemoteSubStreamView>},
+      {"stopRemoteSubStreamView", call<&Router::stopRemoteSubStreamView>},
+      {"setRemoteSubStreamPreviewParams", call<&Router::setRemoteSubStreamPreviewParams>},
+      {"playMusic", call<&Router::playMusic>},
+      {"setMusicInfo", call<&Router::setMusicInfo>},
+      {"stopMusic", call<&Router::stopMusic>},
+      {"pauseMusic", call<&Router::pauseMusic>},
+      {"resumeMusic", call<&Router::resumeMusic>},
+      {"startSpeedTest", call<&Router::startSpeedTest>},
+      {"stopSpeedTest", call<&Router::stopSpeedTest>},
+      {"enableAudioVolumeEvaluation", call<&Router::enableAudioVolumeEvaluation>},
+      {"setVideoMuteImage", call<&Router::setVideoMuteImage>},
+      {"getKOBUStats", call<&Router::getKOBUStats>, Wrapper::bare},
+      {"registReport", call<&Router::registReport>, Wrapper::bare},
+      {"setAudioRoute", call<&Router::setAudioRoute>},
+      {"setAudioVolume", call<&Router::setAudioVolume>},
+      {"getAudioVolume", call<&Router::getAudioVolume>},
+      {"callExperimentalAPI", call<&Router::callExperimentalAPI>},
+      {"isSupportScreenCapture", call<&Router::isSupportScreenCapture>},
+      {"launchScreenKit", call<&Router::launchScreenKit>},
+      {"startScreenCapture", call<&Router::startScreenCapture>},
+      {"pauseScreenCapture", call<&Router::pauseScreenCapture>},
+      {"resumeScreenCapture", call<&Router::resumeScreenCapture>},
+      {"stopScreenCapture", call<&Router::stopScreenCapture>},
+  });
+  // clang-format on
+
+  static constexpr bool allNamesDiffer() {
+    for (auto row = rows.begin(); row != rows.end(); ++row) {
+      if (std::any_of(row + 1, rows.end(), [&](const Row& other) { return other.name == row->name; }))
+        return false;
+    }
+    return true;
+  }
+
+  /// The text that a record of the call starts with, before the params.
+  static std::string entryPrefix(const WebViewPtr& webView) {
+    return webView ? "webview(" + addressText(webView.get()) + ") : " : std::string{};
+  }
+
+  static void run(Router& router, const Row& row, const ItemPtr& item, const WebViewPtr& webView) {
+    if (row.wrapper == Wrapper::bare) {
+      row.run(router, {item, webView, {}});
+      return;
+    }
+    if (row.wrapper == Wrapper::announced) {
+      router.platform_.systemLog.writeLine(std::string(row.name) + "::::::");
+    }
+    std::string entry = entryPrefix(webView);
+    const auto paramsStart = entry.size();
+    if (item->params()) {
+      appendJsonText(entry, *item->params());
+    } else {
+      entry += "{}";
+    }
+    constexpr std::string_view wrapperName = "-[VEMOKOBUMsgRouter registRouter]_wrapper";
+    if (!webView) {
+      router.logRouter(DUNLogParam::kInformation, row.name, entry,
+                       Result{kBadParameter, "webview is null"},
+                       Site(wrapperName, std::source_location::current()));
+      return;
+    }
+    router.logRouter(DUNLogParam::kInformation, row.name, entry, std::nullopt,
+                     Site(wrapperName, row.site));
+
+    const auto paramsText =
+        item->params() ? std::string_view(entry).substr(paramsStart) : std::string_view("(null)");
+    if (const auto failed = row.run(router, {item, webView, paramsText})) {
+      fail(router, row, *item, paramsText, *failed);
+    }
+  }
+
+  static void fail(Router& router, const Row& row, VEMOJSMsgItem& item,
+                   std::string_view paramsText, const Failure& failure) {
+    const std::string name(row.name);
+    const std::string funcName = "-[VEMOKOBUMsgRouter " + name + ":webView:]";
+    setError(item, failure.module, failure.code, std::string(failure.message));
+    router.logRouter(DUNLogParam::kFailure,
+                     failure.actionName.empty() ? name + "Failed" : std::string(failure.actionName),
+                     paramsText, Result{failure.code, failure.message},
+                     Site(funcName, failure.site));
+  }
+};
+
+void VEMOKOBUMsgRouter::registRouter() {
+  static_assert(CommandTable::rows.size() == 55);
+  static_assert(CommandTable::allNamesDiffer());
+  for (const auto& row : CommandTable::rows) {
+    platform_.baseRouter.setMethod(
+        weakly([&row](VEMOKOBUMsgRouter& router, const ItemPtr& item, const WebViewPtr& webView) {
+          CommandTable::run(router, row, item, webView);
+        }),
+        std::string(row.name));
+  }
+}
+
+}  // namespace vemo

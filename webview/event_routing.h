@@ -1,0 +1,46 @@
+#pragma once
+
+#include <memory>
+#include <utility>
+
+#include "webview/VEMOKOBUMsgRouter.h"
+
+// The common path of an event, for the files that tell events.
+
+namespace vemo {
+
+/// Runs `work(router)` on the main thread: at once there, else queued. The work holds the
+/// router until it has run, so an event that has arrived is told even when the host lets
+/// go of the router first.
+template <class Work>
+void VEMOKOBUMsgRouter::onMain(Work work) {
+  if (platform_.mainQueue.isMainThread()) {
+    work(*this);
+  } else {
+    platform_.mainQueue.dispatchAsync(
+        [self = shared_from_this(), work = std::move(work)]() mutable { work(*self); });
+  }
+}
+
+/// Calls `operation` of every live listener, in order, with `args`. Those that are alive
+/// when the walk begins are called, whatever a listener does to the list meanwhile.
+template <class Operation, class... Args>
+void VEMOKOBUMsgRouter::tellListeners(Operation operation, const Args&... args) {
+  if (kobuEventListeners_.empty()) return;
+  for (const auto& listener : kobuEventListeners()) (listener.get()->*operation)(args...);
+}
+
+/// An event that changes nothing in the router: logs it, tells the listeners through
+/// `tellTheListeners(router)` on the main thread, then the page.
+template <class Work>
+void VEMOKOBUMsgRouter::plainEvent(std::string_view name, boost::json::object payload,
+                                   const Site& site, Work tellTheListeners) {
+  logEvent(name, payload, std::nullopt, site);
+  onMain([name, payload = std::move(payload),
+          tell = std::move(tellTheListeners)](VEMOKOBUMsgRouter& router) mutable {
+    tell(router);
+    router.toPage(name, std::move(payload));
+  });
+}
+
+}  // namespace vemo

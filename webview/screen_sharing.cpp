@@ -1,0 +1,143 @@
+#include "json/JsonText.h"
+#include "json/RecordMapper.h"
+#include "webview/TextForms.h"
+#include "webview/VEMOKOBUMsgRouter.h"
+
+namespace vemo {
+namespace {
+
+constexpr std::int32_t kCaptureInApp = 1;
+constexpr std::int32_t kCaptureByReplaykit = 2;
+
+std::string_view eventWord(const std::string& notification) {
+  if (notification == kVEMOScreenKit_Started_Notify) return "started";
+  if (notification == kVEMOScreenKit_Paused_Notify) return "paused";
+  if (notification == kVEMOScreenKit_Resumed_Notify) return "resumed";
+  if (notification == kVEMOScreenKit_Finished_Notify) return "finished";
+  return {};
+}
+
+}  // namespace
+
+std::int32_t VEMOKOBUMsgRouter::kobuScreenCaptureSupportMode() const {
+  static const std::int32_t mode = (platform_.system.isAtLeast(13, 0, 0) ? kCaptureInApp : 0) +
+                                   (platform_.system.isAtLeast(11, 0, 0) ? kCaptureByReplaykit : 0);
+  return mode;
+}
+
+Outcome VEMOKOBUMsgRouter::isSupportScreenCapture(const Command& command) {
+  command.item->setMsgRetval({{"mode", kobuScreenCaptureSupportMode()}});
+  return success;
+}
+
+Outcome VEMOKOBUMsgRouter::launchScreenKit(const Command& command) {
+  if (!platform_.system.isAtLeast(11, 0, 0)) return paramError("not support launchScreenKit");
+  // 11.x has no way to launch the extension, and its users start it by hand: the command
+  // leaves no trace there.
+  if (!platform_.system.isAtLeast(12, 0, 0)) return success;
+  platform_.extensionLauncher.launch();
+  command.item->setIsAsyncTask(true);
+  launchScreenKitCallback_.publish(stored(plainAnswer(command)));
+  return success;
+}
+
+Outcome VEMOKOBUMsgRouter::startScreenCapture(KOBUCloud& engine, const Command& command) {
+  const auto number = command.number("screenCaptureMode");
+  const auto mode = number ? number->int32() : 0;
+  if (mode != kCaptureInApp && mode != kCaptureByReplaykit) {
+    return paramError("screenCaptureMode not found");
+  }
+  const auto encoder = recordFrom<KOBUVideoEncParam>(command.params());
+  if (!encoder) return paramError("parse KOBUVideoEncParam err");
+  const auto appGroup = command.nonEmptyText("appGroup").value_or(platform_.appGroup);
+
+  const bool inApp = mode == kCaptureInApp;
+  if (!platform_.system.isAtLeast(inApp ? 13 : 11, 0, 0)) {
+    return failure(kNotAvailable, "not support screencapture");
+  }
+  // The leading blank of the second text is part of what operators search for.
+  const std::string_view prefix = inApp ? "" : " startScreenCaptureByReplaykit ";
+  logRouter(DUNLogParam::kInformation, "kobuStartScreenCapture",
+            std::string(prefix) + "mode = " + std::to_string(mode) + ", appGroup = " + appGroup,
+            std::nullopt, "-[VEMOKOBUMsgRouter startScreenCapture:webView:]");
+  if (inApp) {
+    engine.startScreenCaptureInApp(*encoder);
+  } else {
+    engine.startScreenCaptureByReplaykit(*encoder, appGroup);
+  }
+  command.item->setIsAsyncTask(true);
+  startScreenCaptureCallback_.publish(
+      stored(VEMOCallback(weakly([item = command.item, webView = command.webView](
+                                     VEMOKOBUMsgRouter& router, VEMOModule module,
+                                     std::int64_t code, const Text& desc) {
+        setError(*item, module, code, desc);
+        item->setMsgRetval({{"userId", cleaned(router.curEnteredRoomUserId())}, {"reason", 0}});
+        item->executeJSCallbackIn(webView);
+      }))));
+  return success;
+}
+
+/// Pause, resume and stop: the reply carries the engine's own result, and there is no
+/// record of it.
+Outcome VEMOKOBUMsgRouter::controlScreenCapture(const Command& command,
+                                                std::int64_t (KOBUCloud::*operation)(),
+                                                KOBUCloud& engine, const char* failureText) {
+  if (!platform_.system.isAtLeast(11, 0, 0)) {
+    setError(*command.item, VEMOModule::KOBU, kNotAvailable, "not support screencapture");
+    return success;
+  }
+  const auto result = (engine.*operation)();
+  setError(*command.item, VEMOModule::KOBU, result, result != 0 ? Text(failureText) : Text{});
+  return success;
+}
+
+Outcome VEMOKOBUMsgRouter::pauseScreenCapture(KOBUCloud& engine, const Command& command) {
+  return controlScreenCapture(command, &KOBUCloud::pauseScreenCapture, engine,
+                              "pauseScreenCapture call failed");
+}
+
+Outcome VEMOKOBUMsgRouter::resumeScreenCapture(KOBUCloud& engine, const Command& command) {
+  return controlScreenCapture(command, &KOBUCloud::resumeScreenCapture, engine,
+                              "resumeScreenCapture call failed");
+}
+
+Outcome VEMOKOBUMsgRouter::stopScreenCapture(KOBUCloud& engine, const Command& command) {
+  return controlScreenCapture(command, &KOBUCloud::stopScreenCapture, engine,
+                              "stopScreenCapture call failed");
+}
+
+// ---- Notifications of the broadcast extension
+
+void VEMOKOBUMsgRouter::registerForScreenKitNotificationsWithName(const std::string& name) {
+  unregisterForScreenKitNotificationsWithName(name);
+  platform_.crossProcessNotifications.addObserver(
+      this, name, weakly([](VEMOKOBUMsgRouter& router, const std::string& received) {
+        router.onRecvScreenKitNotify(received);
+      }));
+}
+
+void VEMOKOBUMsgRouter::unregisterForScreenKitNotificationsWithName(const std::string& name) {
+  platform_.crossProcessNotifications.removeObserver(this, name);
+}
+
+void VEMOKOBUMsgRouter::unregisterScreenKitNotifications() {
+  platform_.crossProcessNotifications.removeEveryObserver(this);
+}
+
+void VEMOKOBUMsgRouter::onRecvScreenKitNotify(const std::string& name) {
+  if (name == kVEMOScreenKit_Started_Notify) {
+    if (const auto answer = launchScreenKitCallback_.load()) {
+      (*answer)(VEMOModule::KOBU, 0, std::nullopt);
+    }
+  }
+  // Whatever came, a launch under way is over: one that did not start is never answered.
+  launchScreenKitCallback_.clear();
+  const auto word = eventWord(name);
+  if (word.empty()) return;
+  auto payload = ownPayload();
+  payload["event"] = word;
+  plainEvent("onScreenKitEvent", std::move(payload),
+             "-[VEMOKOBUMsgRouter onRecvScreenKitNotify:]");
+}
+
+}  // namespace vemo
