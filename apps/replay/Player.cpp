@@ -1,0 +1,294 @@
+#include "Player.h"
+
+#include <algorithm>
+#include <boost/json/parse.hpp>
+#include <optional>
+#include <thread>
+#include <utility>
+
+#include "Operations.h"
+#include "webview/KOBUParams_VEMOExt.h"
+
+namespace vemo::replay {
+namespace {
+
+/// The verb's value when it can only be true.
+void requireTrue(const Step& step) {
+  if (!step.value<bool>()) throw ScenarioError(std::string(step.verbName) + " must be true");
+}
+
+/// Whether a refused message names an action all the same: an empty one is read, too.
+bool namesAction(const std::string& message) {
+  json::parse_options options;
+  options.max_depth = 256;
+  json::error_code problem;
+  const auto value = json::parse(message, problem, {}, options);
+  const auto* object = problem ? nullptr : value.if_object();
+  const auto* head = object ? object->if_contains("head") : nullptr;
+  const auto* fields = head ? head->if_object() : nullptr;
+  const auto* action = fields ? fields->if_contains("action") : nullptr;
+  return action && action->is_string();
+}
+
+template <class T>
+std::optional<T> takeOldest(std::deque<T>& open) {
+  if (open.empty()) return std::nullopt;
+  std::optional<T> oldest(std::move(open.front()));
+  open.pop_front();
+  return oldest;
+}
+
+}  // namespace
+
+Player::Player() {
+  const VEMOWebView& webView = *webView_;
+  logger_.setWebViewAddress(reinterpret_cast<std::uintptr_t>(&webView));
+  create();
+  mainQueue_.drain();
+}
+
+Player::~Player() { finish(); }
+
+void Player::play(const Step& step) {
+  recorder_.beginStep(++step_);
+  perform(step);
+  if (!step.hold) mainQueue_.drain();
+}
+
+std::map<std::string, int> Player::finish() {
+  recorder_.close();
+  mainQueue_.drain();
+  router_.reset();
+  crossProcess_.forget();
+  engineClass_.open() = {};
+  authorization_.open().clear();
+  alerts_.open().clear();
+  downloads_.open().clear();
+  objects_.clear();
+  return census_.alive();
+}
+
+void Player::perform(const Step& step) {
+  switch (step.verb) {
+    case Verb::device: return changeDevice(step.value<json::object>());
+    case Verb::command: return command(step);
+    case Verb::message: return message(step);
+    case Verb::event: return event(step);
+    case Verb::music: return music(step);
+    case Verb::speedTest: return speedTest(step);
+    case Verb::access: return access(step);
+    case Verb::press: return press(step);
+    case Verb::downloaded: return downloaded(step);
+    case Verb::notify: return notify(step);
+    case Verb::host: return host(step);
+    case Verb::listener: return listener(step);
+    case Verb::release: return objects_.releaseListener(step.value<std::string>());
+    case Verb::get: return get(step);
+    case Verb::drain:
+      requireTrue(step);
+      mainQueue_.drain();
+      return;
+    case Verb::free:
+      requireTrue(step);
+      router_.reset();
+      return;
+    case Verb::create:
+      requireTrue(step);
+      if (router_) throw ScenarioError("the host has a router already");
+      return create();
+  }
+}
+
+void Player::create() {
+  router_ = VEMOKOBUMsgRouter::create(Platform{baseRouter_, engineClass_, logger_, systemLog_,
+                                               mainQueue_, notifications_, crossProcess_,
+                                               authorization_, alerts_, application_, downloads_,
+                                               decoder_, version_, launcher_, device_.appGroup});
+  census_.watch("router", router_);
+  changeDevice({});
+}
+
+void Player::changeDevice(const json::object& changes) {
+  device_.merge(changes);
+  if (router_) router_->setCustomRenderSource(device_.views ? renderSource_ : nullptr);
+}
+
+std::string Player::label(const Step& step) const {
+  return step.optional<std::string>("as").value_or("#" + std::to_string(step_));
+}
+
+void Player::dispatch(const Step& step, const std::shared_ptr<VEMOJSMsgItem>& item, bool hasAction,
+                      const std::shared_ptr<VEMOWebView>& webView) {
+  replies_->label(item, label(step), hasAction);
+  census_.watch("item", item);
+  baseRouter_.dispatch(item, webView);
+}
+
+void Player::command(const Step& step) {
+  auto name = step.value<std::string>();
+  auto params = step.optional<json::object>("params");
+  auto nativecb = step.optional<std::string>("nativecb").value_or("");
+  const bool hasWebView = step.optional<bool>("webView").value_or(true);
+  label(step);  // fits, or is an error even when nobody listens
+  if (!router_) return;
+  const auto item = baseRouter_.makeItem({"kobu", std::move(name)}, std::move(params),
+                                         std::move(nativecb), std::nullopt);
+  dispatch(step, item, true, hasWebView ? webView_ : nullptr);
+}
+
+void Player::message(const Step& step) {
+  const auto text = step.value<std::string>();
+  label(step);
+  if (!router_) return;
+  const auto item = baseRouter_.decode(text);
+  const bool hasAction = !item->head().action.empty() || !item->msgError() || namesAction(text);
+  dispatch(step, item, hasAction, baseRouter_.webView());
+}
+
+void Player::onThread(const Step& step, std::string_view other,
+                      const std::function<void()>& work) {
+  const auto thread = step.optional<std::string>("thread");
+  if (thread && *thread != "main" && *thread != other) {
+    throw ScenarioError("thread must be \"main\" or \"" + std::string(other) + "\"");
+  }
+  if (thread == "main") return work();
+  std::thread(work).join();
+}
+
+void Player::event(const Step& step) {
+  const auto args = step.optional<json::array>("args").value_or(json::array());
+  const auto call = engineEvent(step.value<std::string>(), args, objects_, recorder_);
+  // Held here, so that a router that dies of the event dies on the main thread.
+  const auto delegate = engineClass_.delegate();
+  onThread(step, "engine", [&] {
+    if (delegate) call(*delegate);
+  });
+}
+
+void Player::music(const Step& step) {
+  const auto id = step.value<std::int32_t>();
+  const auto on = step.required<std::string>("on");
+  auto& music = engineClass_.open().music;
+  const auto found = music.find(id);
+  const auto* const playing = found == music.end() ? nullptr : &found->second;
+  if (on == "progress") {
+    if (step.has("code")) throw ScenarioError("progress has no code");
+    const auto progress = step.required<std::int64_t>("progressMs");
+    const auto duration = step.required<std::int64_t>("durationMs");
+    return onThread(step, "engine", [&] {
+      if (playing) playing->onProgress(progress, duration);
+    });
+  }
+  if (on != "start" && on != "complete") {
+    throw ScenarioError("on must be \"start\", \"progress\" or \"complete\"");
+  }
+  if (step.has("progressMs") || step.has("durationMs")) {
+    throw ScenarioError(on + " has no progressMs and no durationMs");
+  }
+  const auto code = step.required<std::int64_t>("code");
+  onThread(step, "engine", [&] {
+    if (playing) (on == "start" ? playing->onStart : playing->onComplete)(code);
+  });
+}
+
+void Player::speedTest(const Step& step) {
+  const auto result = std::make_shared<const KOBUSpeedTestResult>(
+      values::record<KOBUSpeedTestResult>(step.keys.at(step.verbName), step.verbName));
+  const auto completed = step.required<std::int64_t>("completed");
+  const auto total = step.required<std::int64_t>("total");
+  const auto& answer = engineClass_.open().speedTest;
+  onThread(step, "engine", [&] {
+    if (answer) answer(result, completed, total);
+  });
+}
+
+void Player::access(const Step& step) {
+  const bool granted = step.value<bool>();
+  auto& open = authorization_.open();
+  onThread(step, "other", [&] {
+    if (const auto answer = takeOldest(open)) (*answer)(granted);
+  });
+}
+
+void Player::press(const Step& step) {
+  const auto title = step.value<std::string>();
+  auto& open = alerts_.open();
+  if (open.empty()) return;
+  const auto& actions = open.front().actions;
+  const auto index = std::ranges::find(actions, title, &AlertAction::title) - actions.begin();
+  if (index == std::ssize(actions)) {
+    throw ScenarioError("the alert has no button \"" + title + "\"");
+  }
+  const auto alert = takeOldest(open);
+  if (const auto& handler = alert->actions[static_cast<std::size_t>(index)].handler) handler();
+}
+
+void Player::downloaded(const Step& step) {
+  requireTrue(step);
+  auto& open = downloads_.open();
+  onThread(step, "other", [&] {
+    if (const auto done = takeOldest(open)) (*done)(RecordingDownloads::result(device_.download));
+  });
+}
+
+void Player::notify(const Step& step) {
+  const auto name = step.value<std::string>();
+  onThread(step, "other", [&] {
+    if (router_) crossProcess_.callback()(name);
+  });
+}
+
+void Player::host(const Step& step) {
+  const auto args = step.optional<json::array>("args").value_or(json::array());
+  const auto call = hostOperation(step.value<std::string>(), args, objects_, recorder_);
+  if (router_) call(*router_);
+}
+
+void Player::listener(const Step& step) {
+  const auto known = listenerOperations();
+  std::vector<std::string> operations(known.begin(), known.end());
+  if (const auto chosen = step.optional<json::array>("ops")) {
+    operations.clear();
+    for (const auto& value : *chosen) {
+      operations.push_back(read<std::string>(value, "an operation of ops"));
+      if (std::ranges::find(known, operations.back()) == known.end()) {
+        throw ScenarioError("unknown operation \"" + operations.back() + "\" of a listener");
+      }
+    }
+  }
+  const auto made = std::make_shared<RecordingListener>(step.value<std::string>(),
+                                                        std::move(operations), recorder_);
+  census_.watch("listener", made);
+  objects_.addListener(made);
+}
+
+void Player::get(const Step& step) {
+  static constexpr auto names = std::to_array<std::string_view>(
+      {"hasEnterRoom", "curEnteredRoomUserId", "role", "switchToRole", "supportMode", "listeners"});
+  const auto of = step.value<std::string>();
+  if (std::ranges::find(names, of) == names.end()) {
+    throw ScenarioError("unknown value \"" + of + "\"");
+  }
+  if (!router_) return;
+  const auto params = router_->enterRoomParams();
+  json::value value;
+  if (of == "hasEnterRoom") {
+    value = router_->hasEnterRoom();
+  } else if (of == "curEnteredRoomUserId") {
+    value = jsonOf(router_->curEnteredRoomUserId());
+  } else if (of == "role") {
+    if (params) value = params->role;
+  } else if (of == "switchToRole") {
+    if (params) value = vemo::switchToRole(*params);
+  } else if (of == "supportMode") {
+    value = router_->kobuScreenCaptureSupportMode();
+  } else {
+    value = json::array();
+    for (const auto& listener : router_->kobuEventListeners()) {
+      value.as_array().push_back(jsonOf(dynamic_cast<RecordingListener&>(*listener).name()));
+    }
+  }
+  recorder_.write("value", {{"of", of}, {"value", std::move(value)}});
+}
+
+}  // namespace vemo::replay

@@ -1,0 +1,98 @@
+#pragma once
+
+#include <boost/json/object.hpp>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Census.h"
+#include "Device.h"
+#include "NamedObjects.h"
+#include "Recorder.h"
+#include "RecordingEngine.h"
+#include "RecordingLogger.h"
+#include "RecordingPlatform.h"
+#include "RecordingReplies.h"
+#include "Scenario.h"
+#include "platform/JSMsgRouter.h"
+#include "platform/MainThreadQueue.h"
+#include "webview/VEMOKOBUMsgRouter.h"
+
+namespace vemo::replay {
+
+/// A router on a phone that does nothing by itself, and the scenario's hand on both.
+/// The thread that makes it is the main thread, and the only one that may use it.
+class Player {
+ public:
+  /// Makes the router; what that does is step 0.
+  Player();
+  ~Player();
+  Player(const Player&) = delete;
+  Player& operator=(const Player&) = delete;
+
+  /// Does what the next step says. A step that can't be done is a ScenarioError and
+  /// has no effect.
+  void play(const Step& step);
+
+  /// What the router did since the last call.
+  std::vector<Recorder::Effect> takeEffects() { return recorder_.take(); }
+
+  /// Ends the run: nothing is written any more and everything is let go. What is alive
+  /// all the same, by kind, is a mistake of the router or of this tool.
+  std::map<std::string, int> finish();
+
+ private:
+  void perform(const Step& step);
+  void command(const Step& step);
+  void message(const Step& step);
+  void event(const Step& step);
+  void music(const Step& step);
+  void speedTest(const Step& step);
+  void access(const Step& step);
+  void press(const Step& step);
+  void downloaded(const Step& step);
+  void notify(const Step& step);
+  void host(const Step& step);
+  void listener(const Step& step);
+  void get(const Step& step);
+  void create();
+
+  void changeDevice(const json::object& changes);
+  void dispatch(const Step& step, const std::shared_ptr<VEMOJSMsgItem>& item, bool hasAction,
+                const std::shared_ptr<VEMOWebView>& webView);
+  std::string label(const Step& step) const;
+  /// Runs `work` on the main thread or on another, as the step's "thread" says; `other`
+  /// is the scenario's word for another thread, and the default.
+  void onThread(const Step& step, std::string_view other, const std::function<void()>& work);
+
+  MainThreadQueue mainQueue_;
+  Recorder recorder_{mainQueue_};
+  Device device_;
+  Census census_;
+  NamedObjects objects_;
+  RecordingLogger logger_{recorder_, objects_};
+  RecordingSystemLog systemLog_{recorder_};
+  RecordingEngineClass engineClass_{recorder_, device_, census_};
+  RecordingNotifications notifications_{recorder_};
+  RecordingCrossProcessCenter crossProcess_{recorder_};
+  RecordingAuthorization authorization_{recorder_, device_};
+  RecordingAlerts alerts_{recorder_};
+  RecordingApplication application_{recorder_, device_};
+  RecordingDownloads downloads_{recorder_};
+  RecordingDecoder decoder_;
+  DeviceVersion version_{device_};
+  RecordingLauncher launcher_{recorder_};
+  const std::shared_ptr<RecordingReplies> replies_ = std::make_shared<RecordingReplies>(recorder_);
+  const std::shared_ptr<RecordingWebView> webView_ = std::make_shared<RecordingWebView>(recorder_);
+  const std::shared_ptr<DeviceRenderSource> renderSource_ =
+      std::make_shared<DeviceRenderSource>(device_, objects_);
+  JSMsgRouter baseRouter_{logger_, replies_, webView_};
+  std::shared_ptr<VEMOKOBUMsgRouter> router_;  // null between "free" and "new"
+  std::int64_t step_ = 0;
+};
+
+}  // namespace vemo::replay

@@ -1,0 +1,71 @@
+#include "Replay.h"
+
+#include <istream>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "Matcher.h"
+#include "Player.h"
+#include "Scenario.h"
+#include "ScenarioError.h"
+#include "json/JsonText.h"
+
+namespace vemo::replay {
+namespace {
+
+void writeTranscript(std::ostream& out, const std::vector<Recorder::Effect>& effects) {
+  for (const auto& effect : effects) out << jsonText(effect) << '\n';
+  out.flush();  // what was done is known, however the run ends
+}
+
+/// One line, whatever the scenario put into the message.
+std::string oneLine(std::string text) {
+  for (auto& c : text) {
+    if (static_cast<unsigned char>(c) < ' ') c = ' ';
+  }
+  return text;
+}
+
+}  // namespace
+
+ExitStatus replay(std::istream& scenario, Mode mode, std::ostream& out, std::ostream& err) {
+  Player player;
+  auto status = kDone;
+  auto effects = player.takeEffects();
+  if (mode == Mode::transcript) writeTranscript(out, effects);
+
+  std::string line;
+  int step = 0;
+  for (int number = 1; std::getline(scenario, line); ++number) {
+    try {
+      const auto next = stepFrom(line);
+      if (!next) continue;
+      ++step;
+      player.play(*next);
+      effects = player.takeEffects();
+      if (mode == Mode::transcript) {
+        writeTranscript(out, effects);
+      } else if (next->expect) {
+        if (const auto difference = mismatch(*next->expect, next->partial, effects)) {
+          out << "line " << number << ", step " << step << ": " << *difference << '\n';
+          status = kExpectationFailed;
+        }
+      }
+    } catch (const ScenarioError& error) {
+      err << "line " << number << ": " << oneLine(error.what()) << '\n';
+      return kUnreadable;
+    }
+  }
+  if (scenario.bad()) {
+    err << "line " << step << ": the scenario can't be read on\n";
+    return kUnreadable;
+  }
+  for (const auto& [kind, count] : player.finish()) {
+    err << "left alive at the end: " << count << ' ' << kind << '\n';
+    status = kSomethingLeft;
+  }
+  return status;
+}
+
+}  // namespace vemo::replay

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <iosfwd>
+
+namespace vemo::replay {
+
+enum class Mode {
+  transcript,  ///< write what the router does
+  check,       ///< compare it with what the steps expect, write the differences
+};
+
+enum ExitStatus : int {
+  kDone = 0,
+  kExpectationFailed = 1,
+  kUnreadable = 2,
+  kSomethingLeft = 3,  ///< an object outlived the run: a mistake in the program
+};
+
+/// Plays `scenario` step by step and writes to `out` as `mode` says. What is wrong with
+/// the scenario is one line on `err`, with its line number. Call it on one thread only:
+/// that is the main thread.
+ExitStatus replay(std::istream& scenario, Mode mode, std::ostream& out, std::ostream& err);
+
+}  // namespace vemo::replay

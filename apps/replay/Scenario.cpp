@@ -1,0 +1,102 @@
+#include "Scenario.h"
+
+#include <algorithm>
+#include <array>
+#include <boost/json/parse.hpp>
+#include <utility>
+
+namespace vemo::replay {
+namespace {
+
+// Deeper than any message that the router takes, so that one can be written down.
+constexpr std::size_t kMaxDepth = 512;
+
+struct VerbRule {
+  std::string_view name;
+  Verb verb;
+  std::array<std::string_view, 6> keys;
+};
+
+constexpr auto rules = std::to_array<VerbRule>({
+    {"device", Verb::device, {}},
+    {"command", Verb::command, {"params", "nativecb", "webView", "as"}},
+    {"message", Verb::message, {"as"}},
+    {"event", Verb::event, {"args", "thread"}},
+    {"music", Verb::music, {"on", "code", "progressMs", "durationMs", "thread"}},
+    {"speedTest", Verb::speedTest, {"completed", "total", "thread"}},
+    {"access", Verb::access, {"thread"}},
+    {"press", Verb::press, {}},
+    {"downloaded", Verb::downloaded, {"thread"}},
+    {"notify", Verb::notify, {"thread"}},
+    {"host", Verb::host, {"args"}},
+    {"listener", Verb::listener, {"ops"}},
+    {"release", Verb::release, {}},
+    {"get", Verb::get, {}},
+    {"drain", Verb::drain, {}},
+    {"free", Verb::free, {}},
+    {"new", Verb::create, {}},
+});
+
+constexpr std::array<std::string_view, 3> commonKeys{"hold", "expect", "partial"};
+
+const VerbRule* ruleOf(std::string_view key) {
+  const auto rule = std::ranges::find(rules, key, &VerbRule::name);
+  return rule == rules.end() ? nullptr : &*rule;
+}
+
+json::object objectFrom(std::string_view line) {
+  json::parse_options options;
+  options.max_depth = kMaxDepth;
+  json::error_code problem;
+  auto value = json::parse(line, problem, {}, options);
+  if (problem) throw ScenarioError("no JSON: " + problem.message());
+  if (auto* object = value.if_object()) return std::move(*object);
+  throw ScenarioError("a step must be an object");
+}
+
+const VerbRule& verbOf(const json::object& keys) {
+  const VerbRule* verb = nullptr;
+  for (const auto& member : keys) {
+    const auto* rule = ruleOf(member.key());
+    if (!rule) continue;
+    if (verb) {
+      throw ScenarioError("two verbs, \"" + std::string(verb->name) + "\" and \"" +
+                          std::string(rule->name) + "\"");
+    }
+    verb = rule;
+  }
+  if (verb) return *verb;
+  if (keys.empty()) throw ScenarioError("a step without a verb");
+  throw ScenarioError("unknown verb \"" + std::string(keys.begin()->key()) + "\"");
+}
+
+void checkKeys(const json::object& keys, const VerbRule& rule) {
+  for (const auto& member : keys) {
+    const std::string_view key = member.key();
+    const bool known = key == rule.name || std::ranges::find(rule.keys, key) != rule.keys.end() ||
+                       std::ranges::find(commonKeys, key) != commonKeys.end();
+    if (!known || key.empty()) {
+      throw ScenarioError("unknown key \"" + std::string(key) + "\" of " + std::string(rule.name));
+    }
+  }
+}
+
+}  // namespace
+
+std::optional<Step> stepFrom(std::string_view line) {
+  if (line.starts_with('#') || line.find_first_not_of(" \t\r\v\f") == std::string_view::npos) {
+    return std::nullopt;
+  }
+  Step step;
+  step.keys = objectFrom(line);
+  const auto& rule = verbOf(step.keys);
+  checkKeys(step.keys, rule);
+  step.verb = rule.verb;
+  step.verbName = rule.name;
+  step.hold = step.optional<bool>("hold").value_or(false);
+  step.partial = step.optional<bool>("partial").value_or(false);
+  step.expect = step.optional<json::array>("expect");
+  return step;
+}
+
+}  // namespace vemo::replay

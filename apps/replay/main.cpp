@@ -1,0 +1,55 @@
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <string_view>
+#include <vector>
+
+#include "Replay.h"
+
+namespace {
+
+constexpr std::string_view kUsage =
+    "usage: vemo-replay [--check] FILE.jsonl\n"
+    "Plays a scenario of the router (- for standard input) and writes the transcript,\n"
+    "or, with --check, what differs from the steps' \"expect\".\n"
+    "Exit status: 0 done, 1 an expectation failed, 2 the scenario can't be read.\n";
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  using namespace vemo::replay;
+  auto mode = Mode::transcript;
+  std::vector<std::string_view> files;
+  for (const std::string_view argument : std::vector<std::string_view>(argv + 1, argv + argc)) {
+    if (argument == "--help") {
+      std::cout << kUsage;
+      return kDone;
+    }
+    if (argument == "--check") {
+      mode = Mode::check;
+    } else if (argument.starts_with("--")) {
+      std::cerr << "unknown option " << argument << '\n' << kUsage;
+      return kUnreadable;
+    } else {
+      files.push_back(argument);
+    }
+  }
+  if (files.size() != 1) {
+    std::cerr << kUsage;
+    return kUnreadable;
+  }
+  std::ios::sync_with_stdio(false);
+  const std::string name(files.front());
+  if (name == "-") return replay(std::cin, mode, std::cout, std::cerr);
+  std::ifstream file(name);
+  if (!file || file.peek() == std::ifstream::traits_type::eof()) {
+    // An empty file reads as a scenario without steps; a folder does not read at all.
+    if (!file.is_open() || file.bad() || errno == EISDIR) {
+      std::cerr << "line 0: " << name << " can't be read: " << std::strerror(errno) << '\n';
+      return kUnreadable;
+    }
+    file.clear();
+  }
+  return replay(file, mode, std::cout, std::cerr);
+}
