@@ -21,10 +21,16 @@ enum class Wrapper {
 /// One command: its name, its handler within the frame, and the place of its row, which
 /// is where the record of the call says it comes from.
 struct VEMOKOBUMsgRouter::Row {
+  using Run = Outcome (*)(VEMOKOBUMsgRouter& router, const Command& command);
+
+  constexpr Row(std::string_view command, Run handler, Wrapper kind = Wrapper::logged,
+                std::source_location place = std::source_location::current())
+      : name(command), run(handler), wrapper(kind), site(place) {}
+
   std::string_view name;
-  Outcome (*run)(VEMOKOBUMsgRouter& router, const Command& command);
-  Wrapper wrapper = Wrapper::logged;
-  std::source_location site = std::source_location::current();
+  Run run;
+  Wrapper wrapper;
+  std::source_location site;
 };
 
 struct VEMOKOBUMsgRouter::CommandTable {
