@@ -14,9 +14,26 @@ if(VEMO_SANITIZE)
   target_link_options(vemo_options INTERFACE -fsanitize=${VEMO_SANITIZE})
 endif()
 
+# The headers that most sources read are compiled once. Off where each source must show
+# that it includes what it uses.
+if(VEMO_PRECOMPILE)
+  set(VEMO_COMMON_HEADERS <boost/json.hpp> <algorithm> <atomic> <chrono> <condition_variable>
+    <functional> <map> <memory> <mutex> <optional> <string> <thread> <unordered_map> <vector>)
+  file(WRITE "${PROJECT_BINARY_DIR}/precompiled.cpp" "")
+  add_library(vemo_precompiled OBJECT "${PROJECT_BINARY_DIR}/precompiled.cpp")
+  target_link_libraries(vemo_precompiled PRIVATE Boost::json vemo_options)
+  target_precompile_headers(vemo_precompiled PRIVATE ${VEMO_COMMON_HEADERS})
+  if(VEMO_DEVELOPER)
+    add_library(vemo_precompiled_tests OBJECT "${PROJECT_BINARY_DIR}/precompiled.cpp")
+    target_link_libraries(vemo_precompiled_tests PRIVATE Boost::json GTest::gtest vemo_options)
+    target_precompile_headers(vemo_precompiled_tests PRIVATE ${VEMO_COMMON_HEADERS} <gtest/gtest.h>)
+  endif()
+endif()
+
 # vemo_library(NAME ROOM SOURCES ... LINKS ...): a room as the library vemo_NAME.
 # The room's headers are reached through a folder that holds a link to this room
-# alone, so that a target can include only what it links.
+# alone, so that a target can include only what it links. That each of them compiles on
+# its own is checked by the target all_verify_interface_header_sets.
 function(vemo_library name)
   cmake_parse_arguments(ARG "" "ROOM" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
   set(include "${PROJECT_BINARY_DIR}/include/${name}")
@@ -26,11 +43,18 @@ function(vemo_library name)
     add_library(vemo_${name} STATIC ${ARG_SOURCES})
     target_include_directories(vemo_${name} PUBLIC "${include}")
     target_link_libraries(vemo_${name} PUBLIC ${ARG_LINKS} PRIVATE vemo_options ${ARG_PRIVATE_LINKS})
+    if(VEMO_PRECOMPILE)
+      target_precompile_headers(vemo_${name} REUSE_FROM vemo_precompiled)
+    endif()
   else()
     add_library(vemo_${name} INTERFACE)
     target_include_directories(vemo_${name} INTERFACE "${include}")
     target_link_libraries(vemo_${name} INTERFACE ${ARG_LINKS})
   endif()
+  file(GLOB headers CONFIGURE_DEPENDS RELATIVE "${CMAKE_CURRENT_SOURCE_DIR}" *.h)
+  list(TRANSFORM headers PREPEND "${include}/${ARG_ROOM}/")
+  target_sources(vemo_${name} INTERFACE FILE_SET HEADERS BASE_DIRS "${include}" FILES ${headers})
+  set_target_properties(vemo_${name} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
 endfunction()
 
 # vemo_test(NAME SOURCES ... LINKS ...): a GoogleTest program; each of its cases is a test of ctest.
@@ -39,5 +63,8 @@ function(vemo_test name)
   add_executable(${name} ${ARG_SOURCES})
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
   target_link_libraries(${name} PRIVATE ${ARG_LINKS} GTest::gtest_main vemo_options)
+  if(VEMO_PRECOMPILE)
+    target_precompile_headers(${name} REUSE_FROM vemo_precompiled_tests)
+  endif()
   gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST)
 endfunction()
