@@ -23,7 +23,7 @@ namespace vemo {
 
 /// Where a JsonLineLogger writes, and how much it holds back.
 struct JsonLineLoggerOptions {
-  std::string file;  ///< path, its folders are made; empty: standard error
+  std::string file = {};  ///< path, its folders are made; empty: standard error
   std::size_t maxFileBytes = std::size_t{10} << 20U;  ///< a longer file is rotated; not 0
   std::size_t oldFiles = 3;        ///< rotated files kept: file.1.ext, file.2.ext, ...
   std::size_t queuedLines = 8192;  ///< lines that may wait to be written; not 0

@@ -1,0 +1,362 @@
+#include "platform/JSMsgRouter.h"
+
+#include <gtest/gtest.h>
+
+#include <boost/json/parse.hpp>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "Recorders.h"
+#include "contracts/VEMOJSMsgRouter_contract.h"
+#include "json/JsonText.h"
+#include "platform/MainThreadQueue.h"
+#include "platform/ReplyDelivery.h"
+
+namespace vemo {
+namespace {
+
+/// Keeps the replies: the JSON text and the cbid, absent ones included.
+class RecordingDelivery final : public ReplyDelivery {
+ public:
+  struct Reply {
+    std::string action;
+    std::optional<VEMOJSError> error;
+    Text cbid;
+    std::shared_ptr<VEMOWebView> webView;
+  };
+
+  void deliver(const VEMOJSMsgItem& item, const Text& cbid,
+               const std::shared_ptr<VEMOWebView>& webView) override {
+    replies.push_back({item.head().action, item.msgError(), cbid, webView});
+  }
+
+  std::vector<Reply> replies;
+};
+
+struct JSMsgRouterMaker {
+  VEMOJSMsgRouter& router() { return *router_; }
+  std::shared_ptr<VEMOWebView> webView() { return webView_; }
+  void command(const std::string& action, std::optional<boost::json::object> params,
+               bool withWebView) {
+    router_->dispatch(router_->makeItem({"kobu", action}, std::move(params), "", std::nullopt),
+                      withWebView ? webView_ : nullptr);
+  }
+  std::size_t replies() { return delivery_->replies.size(); }
+  void destroy() { router_.reset(); }
+
+  RecordingLogger logger_;
+  std::shared_ptr<RecordingDelivery> delivery_ = std::make_shared<RecordingDelivery>();
+  std::shared_ptr<VEMOWebView> webView_ = std::make_shared<RecordingWebView>();
+  std::unique_ptr<JSMsgRouter> router_ =
+      std::make_unique<JSMsgRouter>(logger_, delivery_, webView_);
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(JSMsgRouter, VEMOJSMsgRouterContract, JSMsgRouterMaker);
+
+struct JSMsgRouterTest : ::testing::Test {
+  RecordingLogger logger;
+  std::shared_ptr<RecordingDelivery> delivery = std::make_shared<RecordingDelivery>();
+  std::shared_ptr<RecordingWebView> webView = std::make_shared<RecordingWebView>();
+  JSMsgRouter router{logger, delivery, webView};
+  const VEMOJSError badMessage{"JS", -1, "bad message"};
+
+  /// Expects that `message` is refused, answered to `cbid` and logged, and that the
+  /// next message works.
+  void expectRefused(const std::string& message, const std::string& action, const Text& cbid) {
+    SCOPED_TRACE(message.substr(0, 100));
+    const auto records = logger.records().size();
+    delivery->replies.clear();
+    int calls = 0;
+    router.setMethod([&](const auto&, const auto&) { ++calls; }, "works");
+    router.setMethod([&](const auto&, const auto&) { ADD_FAILURE() << "was called"; }, "refused");
+    router.receive(message);
+    ASSERT_EQ(delivery->replies.size(), 1U);
+    EXPECT_EQ(delivery->replies[0].error, badMessage);
+    EXPECT_EQ(delivery->replies[0].action, action);
+    EXPECT_EQ(delivery->replies[0].cbid, cbid);
+    EXPECT_EQ(delivery->replies[0].webView, webView);
+    EXPECT_EQ(logger.records().size(), records + 1);
+    router.receive(R"({"head":{"action":"works"}})");
+    EXPECT_EQ(calls, 1);
+  }
+};
+
+TEST_F(JSMsgRouterTest, DecodesAWholeMessage) {
+  const auto item = router.decode(
+      R"({"head":{"module":"kobu","action":"switchRole"},"params":{"role":20,"deep":{"a":[1,"b"]}},)"
+      R"("cbid":"12","nativecb":"native"})");
+  EXPECT_EQ(item->head().module, "kobu");
+  EXPECT_EQ(item->head().action, "switchRole");
+  EXPECT_EQ(item->nativecb(), "native");
+  ASSERT_NE(item->params(), nullptr);
+  EXPECT_EQ(jsonText(*item->params()), R"({"role":20,"deep":{"a":[1,"b"]}})");
+  EXPECT_FALSE(item->msgError());
+  EXPECT_FALSE(item->isAsyncTask());
+  EXPECT_TRUE(item->printLog());
+  item->executeJSCallbackIn(webView);
+  ASSERT_EQ(delivery->replies.size(), 1U);
+  EXPECT_EQ(delivery->replies[0].cbid, "12");
+  EXPECT_TRUE(logger.records().empty());
+}
+
+TEST_F(JSMsgRouterTest, ParamsLiveInTheItemsArena) {
+  const auto item = router.decode(R"({"params":{"deep":{"a":[1]}},"head":{"action":"a"}})");
+  ASSERT_NE(item->params(), nullptr);
+  EXPECT_EQ(*item->params()->storage(), *item->arena());
+  EXPECT_EQ(*item->params()->at("deep").storage(), *item->arena());
+}
+
+TEST_F(JSMsgRouterTest, ParamsMayBeAbsentNullOrEmpty) {
+  EXPECT_EQ(router.decode(R"({"head":{"action":"a"}})")->params(), nullptr);
+  EXPECT_EQ(router.decode(R"({"head":{"action":"a"},"params":null})")->params(), nullptr);
+  const auto empty = router.decode(R"({"head":{"action":"a"},"params":{}})");
+  ASSERT_NE(empty->params(), nullptr);
+  EXPECT_TRUE(empty->params()->empty());
+  EXPECT_TRUE(logger.records().empty());
+}
+
+TEST_F(JSMsgRouterTest, TheModuleIsNotChecked) {
+  for (const auto* head : {R"({"action":"a"})", R"({"action":"a","module":"other"})",
+                           R"({"action":"a","module":7})", R"({"action":"a","module":null})"}) {
+    const auto item = router.decode(std::string(R"({"head":)") + head + "}");
+    EXPECT_FALSE(item->msgError()) << head;
+    EXPECT_EQ(item->head().action, "a");
+  }
+}
+
+TEST_F(JSMsgRouterTest, ACallbackThatIsNoTextCountsAsAbsent) {
+  for (const auto* value : {"1", "true", "null", "{}", "[\"a\"]", "1.5"}) {
+    delivery->replies.clear();
+    const auto item = router.decode(std::string(R"({"head":{"action":"a"},"cbid":)") + value +
+                                    R"(,"nativecb":)" + value + "}");
+    EXPECT_FALSE(item->msgError()) << value;
+    EXPECT_EQ(item->nativecb(), "");
+    item->executeJSCallbackIn(webView);
+    ASSERT_EQ(delivery->replies.size(), 1U);
+    EXPECT_EQ(delivery->replies[0].cbid, std::nullopt) << value;
+  }
+}
+
+TEST_F(JSMsgRouterTest, AnEmptyCbidIsOne) {
+  router.receive(R"({"head":{"action":"a"},"cbid":""})");
+  ASSERT_EQ(delivery->replies.size(), 1U);
+  EXPECT_EQ(delivery->replies[0].cbid, "");
+}
+
+TEST_F(JSMsgRouterTest, RefusesWhatIsNoJson) {
+  for (const auto* message :
+       {"", " ", "{", "hello", "{\"head\":{\"action\":\"refused\"}",
+        "{'head':{'action':'refused'}}", "{\"head\":{\"action\":\"refused\"}} x",
+        "{\"head\":{\"action\":\"refused\"},}", "{\"head\":{\"action\":\"refused\"}}{}",
+        "// no\n{\"head\":{\"action\":\"refused\"}}",
+        "{\"head\":{\"action\":\"refused\"},\"params\":{\"n\":NaN}}",
+        "{\"head\":{\"action\":\"ref\nused\"}}",
+        "\xEF\xBB\xBF{\"head\":{\"action\":\"refused\"}}"}) {
+    expectRefused(message, "", std::nullopt);
+  }
+  expectRefused(std::string("\0", 1), "", std::nullopt);
+}
+
+TEST_F(JSMsgRouterTest, RefusesWhatIsNoObject) {
+  for (const auto* message : {"null", "true", "1", "\"text\"", "[]", "[{\"head\":{}}]"}) {
+    expectRefused(message, "", std::nullopt);
+  }
+}
+
+TEST_F(JSMsgRouterTest, RefusesAMessageWithoutATextAction) {
+  for (const auto* head : {"null", "1", "\"refused\"", "[\"action\"]", "{}", R"({"action":null})",
+                           R"({"action":1})", R"({"action":true})", R"({"action":["refused"]})",
+                           R"({"action":{}})", R"({"Action":"refused"})"}) {
+    expectRefused(std::string(R"({"head":)") + head + R"(,"cbid":"5"})", "", "5");
+  }
+  expectRefused(R"({"cbid":"5"})", "", "5");
+  expectRefused("{}", "", std::nullopt);
+}
+
+TEST_F(JSMsgRouterTest, RefusesParamsThatAreNoObjectAndNamesTheAction) {
+  for (const auto* params : {"1", "true", "false", "\"text\"", "[]", "[{}]", "0.5"}) {
+    expectRefused(
+        std::string(R"({"head":{"action":"refused"},"cbid":"5","params":)") + params + "}",
+        "refused", "5");
+  }
+}
+
+TEST_F(JSMsgRouterTest, RefusesBrokenUtf8AndAnswersItsSender) {
+  for (const auto* bytes : {"\xFF", "\xC3", "\xC0\xAF", "\xED\xA0\x80", "\xF4\x90\x80\x80"}) {
+    expectRefused(std::string(R"({"head":{"action":"refused"},"params":{"a":")") + bytes +
+                      R"("},"cbid":"5"})",
+                  "refused", "5");
+  }
+}
+
+std::string nested(std::size_t levels) {
+  const auto arrays = levels - 2;  // the message and its params are levels too
+  return R"({"head":{"action":"refused"},"params":{"a":)" + std::string(arrays, '[') +
+         std::string(arrays, ']') + R"(},"cbid":"5"})";
+}
+
+TEST_F(JSMsgRouterTest, AcceptsThirtyTwoLevels) {
+  const auto item = router.decode(nested(32));
+  EXPECT_FALSE(item->msgError());
+  EXPECT_NE(item->params(), nullptr);
+}
+
+TEST_F(JSMsgRouterTest, RefusesDeeperMessagesAndAnswersTheirSender) {
+  expectRefused(nested(33), "refused", "5");
+  expectRefused(nested(200), "refused", "5");
+}
+
+TEST_F(JSMsgRouterTest, RefusesAbsurdNestingWithoutReadingIt) {
+  expectRefused(nested(100'000), "", std::nullopt);
+  expectRefused(std::string(1U << 20U, '['), "", std::nullopt);
+}
+
+std::string sized(std::size_t bytes) {
+  std::string message = R"({"head":{"action":"big"},"cbid":"5","params":{"text":""}})";
+  message.insert(message.size() - 3, bytes - message.size(), 'x');
+  return message;
+}
+
+TEST_F(JSMsgRouterTest, AcceptsOneMebibyte) {
+  const auto message = sized(JSMsgRouter::kMaxMessageBytes);
+  ASSERT_EQ(message.size(), 1048576U);
+  const auto item = router.decode(message);
+  EXPECT_FALSE(item->msgError());
+  EXPECT_GT(item->params()->at("text").as_string().size(), 1'000'000U);
+}
+
+TEST_F(JSMsgRouterTest, RefusesOneByteMore) {
+  expectRefused(sized(JSMsgRouter::kMaxMessageBytes + 1), "", std::nullopt);
+}
+
+TEST_F(JSMsgRouterTest, LogsARefusedMessage) {
+  router.receive(R"({"head":{}})");
+  EXPECT_EQ(logger.records(),
+            (std::vector<std::string>{
+                R"({"needReport":true,"level":4,"module":"VEMOJSMsgRouter",)"
+                R"("actionName":"badMessage","actionParam":"{\"head\":{}}","errorCode":-1,)"
+                R"("errorDesc":"bad message"})"}));
+}
+
+TEST_F(JSMsgRouterTest, LogsTheFirstTwoHundredBytesAsValidText) {
+  router.receive(std::string(300, 'x'));
+  router.receive(std::string(199, 'x') + "é");  // cut within the letter
+  const auto records = logger.records();
+  ASSERT_EQ(records.size(), 2U);
+  EXPECT_EQ(boost::json::parse(records[0]).at("actionParam").as_string(), std::string(200, 'x'));
+  EXPECT_EQ(boost::json::parse(records[1]).at("actionParam").as_string(), std::string(199, 'x') + "\uFFFD");
+}
+
+TEST_F(JSMsgRouterTest, HugeNumbersAreNoReasonToRefuse) {
+  const auto item = router.decode(
+      R"({"head":{"action":"a"},"params":{"a":1e400,"b":-1e400,"c":1e-400,"d":18446744073709551616}})");
+  EXPECT_FALSE(item->msgError());
+}
+
+TEST_F(JSMsgRouterTest, AnswersAnUnknownCommandAndGoesOn) {
+  router.receive(R"({"head":{"action":"fly"},"cbid":"1"})");
+  int calls = 0;
+  router.setMethod([&](const auto&, const auto&) { ++calls; }, "walk");
+  router.receive(R"({"head":{"action":"walk"},"cbid":"2"})");
+  ASSERT_EQ(delivery->replies.size(), 2U);
+  EXPECT_EQ(delivery->replies[0].action, "fly");
+  EXPECT_EQ(delivery->replies[0].error, (VEMOJSError{"JS", -1, "unknown action"}));
+  EXPECT_EQ(delivery->replies[0].cbid, "1");
+  EXPECT_EQ(delivery->replies[1].error, std::nullopt);
+  EXPECT_EQ(calls, 1);
+  EXPECT_TRUE(logger.records().empty());
+}
+
+TEST_F(JSMsgRouterTest, AnEmptyWrapperTakesTheNameAway) {
+  router.setMethod([](const auto&, const auto&) { ADD_FAILURE(); }, "walk");
+  router.setMethod(nullptr, "walk");
+  router.receive(R"({"head":{"action":"walk"},"cbid":"2"})");
+  ASSERT_EQ(delivery->replies.size(), 1U);
+  EXPECT_EQ(delivery->replies[0].error, (VEMOJSError{"JS", -1, "unknown action"}));
+}
+
+TEST_F(JSMsgRouterTest, CommandsAndRepliesGoToTheWebViewOfTheirMoment) {
+  const auto next = std::make_shared<RecordingWebView>();
+  router.setMethod([&](const auto&, const auto&) { router.setWebView(next); }, "reload");
+  router.receive(R"({"head":{"action":"reload"},"cbid":"1"})");
+  router.receive(R"({"head":{"action":"other"},"cbid":"2"})");
+  router.setWebView(nullptr);
+  router.receive(R"({"head":{"action":"other"},"cbid":"3"})");
+  ASSERT_EQ(delivery->replies.size(), 3U);
+  EXPECT_EQ(delivery->replies[0].webView, webView);
+  EXPECT_EQ(delivery->replies[1].webView, next);
+  EXPECT_EQ(delivery->replies[2].webView, nullptr);
+}
+
+TEST_F(JSMsgRouterTest, AnItemCanBeAnsweredAfterTheRouterIsGone) {
+  MainThreadQueue queue;
+  std::shared_ptr<VEMOJSMsgItem> open;
+  {
+    JSMsgRouter shortLived(logger, std::make_shared<MainThreadReplyDelivery>(queue, "reply"),
+                           webView);
+    shortLived.setMethod(
+        [&](const auto& item, const auto&) {
+          item->setIsAsyncTask(true);
+          open = item;
+        },
+        "play");
+    shortLived.receive(R"({"head":{"action":"play"},"params":{"id":1},"cbid":"9"})");
+  }
+  ASSERT_NE(open, nullptr);
+  EXPECT_TRUE(webView->scripts().empty());
+  EXPECT_EQ(jsonText(*open->params()), R"({"id":1})");
+  open->setMsgRetval({{"n", 1}});
+  open->executeJSCallbackIn(webView);
+  std::thread([&] {
+    open->setMsgRetval({{"n", 2}});
+    open->executeJSCallbackIn(webView);
+  }).join();
+  queue.drain();
+  const auto scripts = webView->scripts();
+  ASSERT_EQ(scripts.size(), 2U);
+  EXPECT_EQ(scripts[0].first,
+            R"(reply({"head":{"module":"kobu","action":"play","cbid":"9"},"retval":{"n":1}}))");
+  EXPECT_EQ(scripts[1].first,
+            R"(reply({"head":{"module":"kobu","action":"play","cbid":"9"},"retval":{"n":2}}))");
+}
+
+TEST_F(JSMsgRouterTest, MakesItemsFromTheirParts) {
+  boost::json::object params{{"a", 1}};
+  const auto* where = &*params.begin();
+  const auto item = router.makeItem({"kobu", "act"}, std::move(params), "native", "3");
+  EXPECT_EQ(item->head().module, "kobu");
+  EXPECT_EQ(item->head().action, "act");
+  EXPECT_EQ(item->nativecb(), "native");
+  ASSERT_NE(item->params(), nullptr);
+  EXPECT_EQ(&*item->params()->begin(), where) << "params were copied";
+  router.dispatch(item, nullptr);
+  ASSERT_EQ(delivery->replies.size(), 1U);
+  EXPECT_EQ(delivery->replies[0].cbid, "3");
+  EXPECT_EQ(delivery->replies[0].webView, nullptr);
+}
+
+TEST_F(JSMsgRouterTest, MessagesMayComeOnSeveralThreads) {
+  MainThreadQueue queue;
+  JSMsgRouter shared(logger, std::make_shared<MainThreadReplyDelivery>(queue, "reply"), webView);
+  shared.setMethod([](const auto& item, const auto&) { item->setMsgRetval({{"ok", true}}); }, "a");
+  const auto send = [&] {
+    for (int i = 0; i < 100; ++i) {
+      shared.receive(R"({"head":{"action":"a"},"cbid":"1"})");
+      shared.receive("broken");
+      shared.setWebView(webView);
+    }
+  };
+  std::thread other(send);
+  send();
+  other.join();
+  queue.drain();
+  EXPECT_EQ(webView->scripts().size(), 200U);  // broken ones name no cbid
+  EXPECT_EQ(logger.records().size(), 200U);
+}
+
+}  // namespace
+}  // namespace vemo

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <boost/json/object.hpp>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "bridge/VEMOLogger.h"
+#include "bridge/VEMOWebView.h"
+#include "json/JsonText.h"
+
+namespace vemo {
+
+/// A logger that keeps records: each field by name, in the record's order.
+class RecordingLogger final : public VEMOLogger {
+ public:
+  void log(const DUNLogParam& record) override {
+    boost::json::object fields;
+    const auto add = [&](const char* name, const auto& value) {
+      if (value) fields.emplace(name, *value);
+    };
+    add("needReport", record.needReport);
+    add("level", record.level);
+    add("module", record.module);
+    add("actionName", record.actionName);
+    add("actionParam", record.actionParam);
+    add("errorCode", record.errorCode);
+    add("errorDesc", record.errorDesc);
+    add("fileName", record.fileName);
+    add("funcName", record.funcName);
+    add("line", record.line);
+    const std::lock_guard lock(mutex_);
+    records_.push_back(jsonText(fields));
+  }
+  void updateLogConfig(const std::function<void(DUNLoggerConfig&)>& update) override {
+    update(config_);
+  }
+
+  std::vector<std::string> records() const {
+    const std::lock_guard lock(mutex_);
+    return records_;
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  std::vector<std::string> records_;
+  DUNLoggerConfig config_;
+};
+
+/// A web view that keeps its scripts, with whether they are to be logged.
+class RecordingWebView final : public VEMOWebView {
+ public:
+  using Script = std::pair<std::string, bool>;
+
+  void loadJs(const std::string& script, bool needLog) override {
+    const std::lock_guard lock(mutex_);
+    scripts_.emplace_back(script, needLog);
+  }
+
+  std::vector<Script> scripts() const {
+    const std::lock_guard lock(mutex_);
+    return scripts_;
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  std::vector<Script> scripts_;
+};
+
+}  // namespace vemo
