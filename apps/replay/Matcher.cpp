@@ -61,8 +61,8 @@ std::optional<std::string> wholeMismatch(const json::array& expected,
   for (std::size_t i = 0; i < std::min(expected.size(), effects.size()); ++i) {
     const json::value actual(effects[i]);
     if (const auto found = difference(expected[i], &actual)) {
-      return "effect " + std::to_string(i + 1) + " differs at " + found->text() + "\n  expected\n    " +
-             jsonText(expected[i]) + "\n  got" + listed({effects[i]});
+      return "effect " + std::to_string(i + 1) + " differs at " + found->text() +
+             "\n  expected\n    " + jsonText(expected[i]) + "\n  got" + listed({effects[i]});
     }
   }
   if (expected.size() == effects.size()) return std::nullopt;

@@ -145,8 +145,7 @@ void Player::message(const Step& step) {
   dispatch(step, item, hasAction, baseRouter_.webView());
 }
 
-void Player::onThread(const Step& step, std::string_view other,
-                      const std::function<void()>& work) {
+void Player::onThread(const Step& step, std::string_view other, const std::function<void()>& work) {
   const auto thread = step.optional<std::string>("thread");
   if (thread && *thread != "main" && *thread != other) {
     throw ScenarioError("thread must be \"main\" or \"" + std::string(other) + "\"");

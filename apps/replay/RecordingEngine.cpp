@@ -71,7 +71,11 @@ class Devices final : public KOBUDeviceManager {
 class RecordingEngineClass::Engine final : public KOBUCloud {
  public:
   Engine(Recorder& recorder, const Device& device, OpenEngineWork& open)
-      : call_(recorder, ""), device_(device), open_(open), audio_(recorder, open), devices_(recorder) {}
+      : call_(recorder, ""),
+        device_(device),
+        open_(open),
+        audio_(recorder, open),
+        devices_(recorder) {}
 
   std::shared_ptr<KOBUCloudDelegate> delegate() const { return delegate_.lock(); }
 

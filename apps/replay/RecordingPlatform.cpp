@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <boost/json/parse.hpp>
+#include <cctype>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -36,7 +36,8 @@ std::optional<Script> takenApart(std::string_view script) {
   if (!script.ends_with(')')) return std::nullopt;
   json::parse_options options;
   options.max_depth = 512;
-  for (auto open = script.find('('); open != std::string_view::npos; open = script.find('(', open + 1)) {
+  for (auto open = script.find('('); open != std::string_view::npos;
+       open = script.find('(', open + 1)) {
     const auto text = script.substr(open + 1, script.size() - open - 2);
     json::error_code problem;
     auto argument = json::parse(text, problem, {}, options);
@@ -75,12 +76,13 @@ void RecordingAlerts::present(Alert alert) {
   json::array buttons;
   for (const auto& action : alert.actions) {
     const bool destructive = action.style == AlertActionStyle::destructive;
-    json::object button{{"title", action.title}, {"style", destructive ? "destructive" : "default"}};
+    json::object button{{"title", action.title},
+                        {"style", destructive ? "destructive" : "default"}};
     buttons.push_back(std::move(button));
   }
-  recorder_.write("alert", {{"title", alert.title},
-                            {"message", alert.message},
-                            {"buttons", std::move(buttons)}});
+  recorder_.write(
+      "alert",
+      {{"title", alert.title}, {"message", alert.message}, {"buttons", std::move(buttons)}});
   open_.push_back(std::move(alert));
 }
 
@@ -126,8 +128,7 @@ bool DeviceVersion::isAtLeast(int major, int minor, int patch) const {
 std::shared_ptr<NativeView> DeviceRenderSource::renderViewOf(const Text& userId,
                                                              ViewType viewType) {
   if (!device_.views) return nullptr;
-  const auto key =
-      userId.value_or("(null)") + "/" + std::to_string(static_cast<int>(viewType));
+  const auto key = userId.value_or("(null)") + "/" + std::to_string(static_cast<int>(viewType));
   const auto found = device_.views->find(key);
   return found == device_.views->end() ? nullptr : objects_.view(found->second);
 }

@@ -1,5 +1,6 @@
 #include "Replay.h"
 
+#include <cstdint>
 #include <istream>
 #include <ostream>
 #include <string>
@@ -36,8 +37,10 @@ ExitStatus replay(std::istream& scenario, Mode mode, std::ostream& out, std::ost
   if (mode == Mode::transcript) writeTranscript(out, effects);
 
   std::string line;
-  int step = 0;
-  for (int number = 1; std::getline(scenario, line); ++number) {
+  std::int64_t step = 0;
+  std::int64_t number = 0;
+  while (std::getline(scenario, line)) {
+    ++number;
     try {
       const auto next = stepFrom(line);
       if (!next) continue;
@@ -58,7 +61,7 @@ ExitStatus replay(std::istream& scenario, Mode mode, std::ostream& out, std::ost
     }
   }
   if (scenario.bad()) {
-    err << "line " << step << ": the scenario can't be read on\n";
+    err << "line " << number + 1 << ": can't be read\n";
     return kUnreadable;
   }
   for (const auto& [kind, count] : player.finish()) {

@@ -43,10 +43,15 @@ struct Record;
 template <class T>
 struct Record<std::shared_ptr<const T>> : std::type_identity<T> {};
 template <class T>
-concept SharedRecord = requires { typename Record<T>::type; } && HasFields<typename Record<T>::type>;
+concept SharedRecord = requires {
+  typename Record<T>::type;
+}
+&&HasFields<typename Record<T>::type>;
 template <class T>
-concept SharedRecords = requires { typename Record<T>::type::value_type; } &&
-                        HasFields<typename Record<T>::type::value_type>;
+concept SharedRecords = requires {
+  typename Record<T>::type::value_type;
+}
+&&HasFields<typename Record<T>::type::value_type>;
 
 [[noreturn]] inline void refuse(std::string_view what, std::string_view expected) {
   throw ScenarioError(std::string(what) + " must be " + std::string(expected));

@@ -2,6 +2,7 @@
 #include <cstring>
 #include <fstream>
 #include <iostream>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -43,13 +44,11 @@ int main(int argc, char** argv) {
   const std::string name(files.front());
   if (name == "-") return replay(std::cin, mode, std::cout, std::cerr);
   std::ifstream file(name);
-  if (!file || file.peek() == std::ifstream::traits_type::eof()) {
-    // An empty file reads as a scenario without steps; a folder does not read at all.
-    if (!file.is_open() || file.bad() || errno == EISDIR) {
-      std::cerr << "line 0: " << name << " can't be read: " << std::strerror(errno) << '\n';
-      return kUnreadable;
-    }
-    file.clear();
+  file.peek();  // a folder can be opened, but not read
+  if (!file.is_open() || file.bad()) {
+    std::cerr << "line 0: " << name << " can't be read: " << std::strerror(errno) << '\n';
+    return kUnreadable;
   }
+  file.clear();  // an empty file is a scenario without steps
   return replay(file, mode, std::cout, std::cerr);
 }

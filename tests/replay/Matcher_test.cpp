@@ -1,0 +1,119 @@
+#include "Matcher.h"
+
+#include <gtest/gtest.h>
+
+#include <boost/json/parse.hpp>
+#include <string_view>
+
+namespace vemo::replay {
+namespace {
+
+bool matches(std::string_view expected, std::string_view actual) {
+  const auto value = json::parse(actual);
+  return !difference(json::parse(expected), &value);
+}
+
+std::string differenceText(std::string_view expected, std::string_view actual) {
+  const auto value = json::parse(actual);
+  const auto found = difference(json::parse(expected), &value);
+  return found ? found->text() : "";
+}
+
+std::vector<json::object> effects(std::string_view text) {
+  std::vector<json::object> list;
+  const auto all = json::parse(text);
+  for (const auto& value : all.as_array()) list.push_back(value.as_object());
+  return list;
+}
+
+std::string mismatchText(std::string_view expected, bool partial, std::string_view actual) {
+  return mismatch(json::parse(expected).as_array(), partial, effects(actual)).value_or("");
+}
+
+TEST(Matcher, AnObjectNeedsTheExpectedKeysOnly) {
+  EXPECT_TRUE(matches(R"({"a":1})", R"({"b":2,"a":1})"));
+  EXPECT_TRUE(matches("{}", R"({"a":1})"));
+  EXPECT_FALSE(matches(R"({"a":1})", R"({"a":2})"));
+  EXPECT_FALSE(matches(R"({"a":1})", R"({"b":1})"));
+}
+
+TEST(Matcher, NestedObjectsMatchInTheSameWay) {
+  EXPECT_TRUE(matches(R"({"a":{"b":{"c":1}}})", R"({"a":{"b":{"c":1,"d":2},"e":3}})"));
+  EXPECT_FALSE(matches(R"({"a":{"b":{"c":1}}})", R"({"a":{"b":{"d":2}}})"));
+  EXPECT_TRUE(matches(R"({"a":[{"b":1}]})", R"({"a":[{"b":1,"c":2}]})"));
+}
+
+TEST(Matcher, AStarMatchesAnythingThatIsThere) {
+  EXPECT_TRUE(matches(R"({"a":"*"})", R"({"a":{"b":[]}})"));
+  EXPECT_TRUE(matches(R"({"a":"*"})", R"({"a":null})"));
+  EXPECT_TRUE(matches(R"(["*"])", "[7]"));
+  EXPECT_FALSE(matches(R"({"a":"*"})", "{}"));
+  EXPECT_FALSE(matches(R"(["*"])", "[]"));
+  EXPECT_FALSE(matches(R"({"a":"**"})", R"({"a":"b"})"));
+}
+
+TEST(Matcher, NullMatchesNullAndWhatIsMissing) {
+  EXPECT_TRUE(matches(R"({"a":null})", R"({"a":null})"));
+  EXPECT_TRUE(matches(R"({"a":null})", "{}"));
+  EXPECT_FALSE(matches(R"({"a":null})", R"({"a":false})"));
+  EXPECT_FALSE(matches(R"({"a":null})", R"({"a":""})"));
+}
+
+TEST(Matcher, ArraysMatchElementByElement) {
+  EXPECT_TRUE(matches("[1,2]", "[1,2]"));
+  EXPECT_FALSE(matches("[1,2]", "[2,1]"));
+  EXPECT_FALSE(matches("[1]", "[1,2]"));
+  EXPECT_FALSE(matches("[1,2]", "[1]"));
+}
+
+TEST(Matcher, NumbersMatchByValue) {
+  EXPECT_TRUE(matches("0", "0.0"));
+  EXPECT_TRUE(matches("1e2", "100"));
+  EXPECT_TRUE(matches("9007199254740993", "9007199254740993"));
+  EXPECT_FALSE(matches("9007199254740993", "9007199254740992"));
+  EXPECT_TRUE(matches("18446744073709551615", "18446744073709551615"));
+  EXPECT_FALSE(matches("-1", "18446744073709551615"));
+  EXPECT_FALSE(matches("1", "1.5"));
+}
+
+TEST(Matcher, KindsAreNotMixed) {
+  EXPECT_FALSE(matches("1", "true"));
+  EXPECT_FALSE(matches("\"1\"", "1"));
+  EXPECT_FALSE(matches("{}", "[]"));
+  EXPECT_FALSE(matches("[]", "\"\""));
+  EXPECT_TRUE(matches("true", "true"));
+  EXPECT_FALSE(matches("\"a\"", "\"A\""));
+}
+
+TEST(Matcher, ADifferenceSaysWhere) {
+  EXPECT_EQ(differenceText(R"({"record":{"level":4}})", R"({"record":{"level":2}})"),
+            "/record/level: expected 4, got 2");
+  EXPECT_EQ(differenceText(R"({"args":[1,{"a":2}]})", R"({"args":[1,{}]})"),
+            "/args/1/a: expected 2, got nothing");
+  EXPECT_EQ(differenceText("1", "2"), "/: expected 1, got 2");
+}
+
+TEST(Matcher, AllEffectsMatchInOrder) {
+  constexpr std::string_view actual = R"([{"effect":"a"},{"effect":"b"}])";
+  EXPECT_EQ(mismatchText(R"([{"effect":"a"},{"effect":"b"}])", false, actual), "");
+  EXPECT_NE(mismatchText(R"([{"effect":"b"},{"effect":"a"}])", false, actual), "");
+  EXPECT_EQ(mismatchText("[]", false, "[]"), "");
+}
+
+TEST(Matcher, TooManyAndTooFewEffectsDiffer) {
+  EXPECT_EQ(mismatchText(R"([{"effect":"a"}])", false, R"([{"effect":"a"},{"effect":"b"}])"),
+            "expected 1 effects, got 2; too many are\n    {\"effect\":\"b\"}");
+  EXPECT_EQ(mismatchText(R"([{"effect":"a"},{"effect":"b"}])", false, R"([{"effect":"a"}])"),
+            "expected 2 effects, got 1; the first missing\n    {\"effect\":\"b\"}");
+}
+
+TEST(Matcher, APartialExpectationIsASubsequence) {
+  constexpr std::string_view actual = R"([{"effect":"a"},{"effect":"b"},{"effect":"c"}])";
+  EXPECT_EQ(mismatchText(R"([{"effect":"a"},{"effect":"c"}])", true, actual), "");
+  EXPECT_EQ(mismatchText("[]", true, actual), "");
+  EXPECT_NE(mismatchText(R"([{"effect":"c"},{"effect":"a"}])", true, actual), "");
+  EXPECT_NE(mismatchText(R"([{"effect":"a"},{"effect":"a"}])", true, actual), "");
+}
+
+}  // namespace
+}  // namespace vemo::replay
