@@ -27,13 +27,21 @@ inline constexpr std::int32_t kSwitchUnknownRole = -3304;
 // Screen capture: results of pausing, resuming and stopping.
 inline constexpr std::int64_t kNotCapturing = -3310;
 
-// Music: code of the start callback.
+// Music: codes of the start callback.
 inline constexpr std::int64_t kMusicNotFound = -4001;
+inline constexpr std::int64_t kMusicBadRange = -4002;  ///< nothing lies between start and end
+
+/// Result of switching the camera while it is off; the choice is kept all the same.
+inline constexpr std::int32_t kCameraOff = -1301;
 
 // Warnings: onWarning.
 inline constexpr std::int32_t kWarnBadValue = 1101;        ///< a number that can't be used
 inline constexpr std::int32_t kWarnUnknownApi = 1102;      ///< an experimental call it doesn't know
 inline constexpr std::int32_t kWarnBadApiText = 1103;      ///< an experimental call that is no JSON
 inline constexpr std::int32_t kWarnCaptureRunning = 1104;  ///< screen capture started twice
+
+// Audio routes.
+inline constexpr std::int32_t kRouteSpeaker = 0;
+inline constexpr std::int32_t kRouteEarpiece = 1;
 
 }  // namespace vemo

@@ -53,6 +53,7 @@ struct RemoteUserSnapshot {
   bool audioMuted = false;  ///< by this phone
   bool videoMuted = false;
   std::int32_t volume = 100;         ///< of its audio on this phone, 0 to 100
+  std::uint32_t heard = 0;           ///< how loud it is on this phone now, 0 to 100
   std::int32_t preferredStream = 0;  ///< 0 the main picture, 1 the small one
 };
 
