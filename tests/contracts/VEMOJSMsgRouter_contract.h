@@ -45,8 +45,9 @@ TYPED_TEST_P(VEMOJSMsgRouterContract, CallsTheWrapperOfTheAction) {
         EXPECT_EQ(webView, this->maker_.webView());
         ASSERT_NE(item, nullptr);
         EXPECT_EQ(item->head().action, "mute");
-        ASSERT_NE(item->params(), nullptr);
-        EXPECT_EQ(*item->params(), (boost::json::object{{"on", true}}));
+        const auto* params = item->params();
+        ASSERT_NE(params, nullptr);
+        EXPECT_EQ(*params, (boost::json::object{{"on", true}}));
         EXPECT_FALSE(item->isAsyncTask());
         EXPECT_TRUE(item->printLog());
         EXPECT_FALSE(item->msgError());

@@ -57,6 +57,14 @@ struct JSMsgRouterMaker {
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(JSMsgRouter, VEMOJSMsgRouterContract, JSMsgRouterMaker);
 
+/// The params of an item that is expected to have some.
+const boost::json::object& paramsOf(const VEMOJSMsgItem& item) {
+  static const boost::json::object none;
+  const auto* params = item.params();
+  EXPECT_NE(params, nullptr);
+  return params ? *params : none;
+}
+
 struct JSMsgRouterTest : ::testing::Test {
   RecordingLogger logger;
   std::shared_ptr<RecordingDelivery> delivery = std::make_shared<RecordingDelivery>();
@@ -92,8 +100,7 @@ TEST_F(JSMsgRouterTest, DecodesAWholeMessage) {
   EXPECT_EQ(item->head().module, "kobu");
   EXPECT_EQ(item->head().action, "switchRole");
   EXPECT_EQ(item->nativecb(), "native");
-  ASSERT_NE(item->params(), nullptr);
-  EXPECT_EQ(jsonText(*item->params()), R"({"role":20,"deep":{"a":[1,"b"]}})");
+  EXPECT_EQ(jsonText(paramsOf(*item)), R"({"role":20,"deep":{"a":[1,"b"]}})");
   EXPECT_FALSE(item->msgError());
   EXPECT_FALSE(item->isAsyncTask());
   EXPECT_TRUE(item->printLog());
@@ -105,17 +112,16 @@ TEST_F(JSMsgRouterTest, DecodesAWholeMessage) {
 
 TEST_F(JSMsgRouterTest, ParamsLiveInTheItemsArena) {
   const auto item = router.decode(R"({"params":{"deep":{"a":[1]}},"head":{"action":"a"}})");
-  ASSERT_NE(item->params(), nullptr);
-  EXPECT_EQ(*item->params()->storage(), *item->arena());
-  EXPECT_EQ(*item->params()->at("deep").storage(), *item->arena());
+  const auto& params = paramsOf(*item);
+  EXPECT_EQ(*params.storage(), *item->arena());
+  EXPECT_EQ(*params.at("deep").storage(), *item->arena());
 }
 
 TEST_F(JSMsgRouterTest, ParamsMayBeAbsentNullOrEmpty) {
   EXPECT_EQ(router.decode(R"({"head":{"action":"a"}})")->params(), nullptr);
   EXPECT_EQ(router.decode(R"({"head":{"action":"a"},"params":null})")->params(), nullptr);
   const auto empty = router.decode(R"({"head":{"action":"a"},"params":{}})");
-  ASSERT_NE(empty->params(), nullptr);
-  EXPECT_TRUE(empty->params()->empty());
+  EXPECT_TRUE(paramsOf(*empty).empty());
   EXPECT_TRUE(logger.records().empty());
 }
 
@@ -226,7 +232,7 @@ TEST_F(JSMsgRouterTest, AcceptsOneMebibyte) {
   ASSERT_EQ(message.size(), 1048576U);
   const auto item = router.decode(message);
   EXPECT_FALSE(item->msgError());
-  EXPECT_GT(item->params()->at("text").as_string().size(), 1'000'000U);
+  EXPECT_GT(paramsOf(*item).at("text").as_string().size(), 1'000'000U);
 }
 
 TEST_F(JSMsgRouterTest, RefusesOneByteMore) {
@@ -248,7 +254,8 @@ TEST_F(JSMsgRouterTest, LogsTheFirstTwoHundredBytesAsValidText) {
   const auto records = logger.records();
   ASSERT_EQ(records.size(), 2U);
   EXPECT_EQ(boost::json::parse(records[0]).at("actionParam").as_string(), std::string(200, 'x'));
-  EXPECT_EQ(boost::json::parse(records[1]).at("actionParam").as_string(), std::string(199, 'x') + "\uFFFD");
+  EXPECT_EQ(boost::json::parse(records[1]).at("actionParam").as_string(),
+            std::string(199, 'x') + "\uFFFD");
 }
 
 TEST_F(JSMsgRouterTest, HugeNumbersAreNoReasonToRefuse) {
@@ -308,7 +315,7 @@ TEST_F(JSMsgRouterTest, AnItemCanBeAnsweredAfterTheRouterIsGone) {
   }
   ASSERT_NE(open, nullptr);
   EXPECT_TRUE(webView->scripts().empty());
-  EXPECT_EQ(jsonText(*open->params()), R"({"id":1})");
+  EXPECT_EQ(jsonText(paramsOf(*open)), R"({"id":1})");
   open->setMsgRetval({{"n", 1}});
   open->executeJSCallbackIn(webView);
   std::thread([&] {
@@ -331,8 +338,7 @@ TEST_F(JSMsgRouterTest, MakesItemsFromTheirParts) {
   EXPECT_EQ(item->head().module, "kobu");
   EXPECT_EQ(item->head().action, "act");
   EXPECT_EQ(item->nativecb(), "native");
-  ASSERT_NE(item->params(), nullptr);
-  EXPECT_EQ(&*item->params()->begin(), where) << "params were copied";
+  EXPECT_EQ(&*paramsOf(*item).begin(), where) << "params were copied";
   router.dispatch(item, nullptr);
   ASSERT_EQ(delivery->replies.size(), 1U);
   EXPECT_EQ(delivery->replies[0].cbid, "3");
