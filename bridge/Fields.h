@@ -22,6 +22,8 @@ template <class Record>
 struct Fields;
 
 template <class Record>
-concept HasFields = requires { Fields<Record>::table; };
+concept HasFields = requires {
+  Fields<Record>::table;
+};
 
 }  // namespace vemo

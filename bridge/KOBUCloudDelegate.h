@@ -22,8 +22,8 @@ using SharedList = std::shared_ptr<const std::vector<Record>>;
 /// The engine's events, in the order in which the router declares them.
 ///
 /// Threads: the engine calls them on a thread of its own, or on the main thread, one
-/// at a time, with no lock held; references are valid during the call only. A text
-/// or dictionary that the engine did not give is absent.
+/// at a time, with no lock held, and hold the delegate for the call; references are valid during
+/// the call only. A text or dictionary that the engine did not give is absent.
 class KOBUCloudDelegate {
  public:
   virtual ~KOBUCloudDelegate() = default;

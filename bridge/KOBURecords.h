@@ -30,7 +30,7 @@ struct KOBUParams {
   std::int32_t role = kKOBURoleAnchor;
 
   /// Numbers that others attach to the record under keys of their own; they live
-  /// and are copied with it and are no properties of it.
+  /// and are copied with it and are no properties of it. Keys are literals.
   std::map<std::string_view, std::int64_t> associated;
 };
 template <>
@@ -120,14 +120,13 @@ struct KOBULocalStatistics {
 };
 template <>
 struct Fields<KOBULocalStatistics> {
-  static constexpr std::tuple table{
-      Field{"width", &KOBULocalStatistics::width},
-      Field{"height", &KOBULocalStatistics::height},
-      Field{"frameRate", &KOBULocalStatistics::frameRate},
-      Field{"videoBitrate", &KOBULocalStatistics::videoBitrate},
-      Field{"audioSampleRate", &KOBULocalStatistics::audioSampleRate},
-      Field{"audioBitrate", &KOBULocalStatistics::audioBitrate},
-      Field{"streamType", &KOBULocalStatistics::streamType}};
+  static constexpr std::tuple table{Field{"width", &KOBULocalStatistics::width},
+                                    Field{"height", &KOBULocalStatistics::height},
+                                    Field{"frameRate", &KOBULocalStatistics::frameRate},
+                                    Field{"videoBitrate", &KOBULocalStatistics::videoBitrate},
+                                    Field{"audioSampleRate", &KOBULocalStatistics::audioSampleRate},
+                                    Field{"audioBitrate", &KOBULocalStatistics::audioBitrate},
+                                    Field{"streamType", &KOBULocalStatistics::streamType}};
 };
 
 /// Statistics of one stream that is received.
@@ -172,16 +171,15 @@ struct KOBUStatistics {
 };
 template <>
 struct Fields<KOBUStatistics> {
-  static constexpr std::tuple table{
-      Field{"appCpu", &KOBUStatistics::appCpu},
-      Field{"systemCpu", &KOBUStatistics::systemCpu},
-      Field{"rtt", &KOBUStatistics::rtt},
-      Field{"upLoss", &KOBUStatistics::upLoss},
-      Field{"downLoss", &KOBUStatistics::downLoss},
-      Field{"sentBytes", &KOBUStatistics::sentBytes},
-      Field{"receivedBytes", &KOBUStatistics::receivedBytes},
-      Field{"localStatistics", &KOBUStatistics::localStatistics},
-      Field{"remoteStatistics", &KOBUStatistics::remoteStatistics}};
+  static constexpr std::tuple table{Field{"appCpu", &KOBUStatistics::appCpu},
+                                    Field{"systemCpu", &KOBUStatistics::systemCpu},
+                                    Field{"rtt", &KOBUStatistics::rtt},
+                                    Field{"upLoss", &KOBUStatistics::upLoss},
+                                    Field{"downLoss", &KOBUStatistics::downLoss},
+                                    Field{"sentBytes", &KOBUStatistics::sentBytes},
+                                    Field{"receivedBytes", &KOBUStatistics::receivedBytes},
+                                    Field{"localStatistics", &KOBUStatistics::localStatistics},
+                                    Field{"remoteStatistics", &KOBUStatistics::remoteStatistics}};
 };
 
 /// What a speed test found of one server.
@@ -194,11 +192,11 @@ struct KOBUSpeedTestResult {
 };
 template <>
 struct Fields<KOBUSpeedTestResult> {
-  static constexpr std::tuple table{
-      Field{"ip", &KOBUSpeedTestResult::ip}, Field{"quality", &KOBUSpeedTestResult::quality},
-      Field{"upLostRate", &KOBUSpeedTestResult::upLostRate},
-      Field{"downLostRate", &KOBUSpeedTestResult::downLostRate},
-      Field{"rtt", &KOBUSpeedTestResult::rtt}};
+  static constexpr std::tuple table{Field{"ip", &KOBUSpeedTestResult::ip},
+                                    Field{"quality", &KOBUSpeedTestResult::quality},
+                                    Field{"upLostRate", &KOBUSpeedTestResult::upLostRate},
+                                    Field{"downLostRate", &KOBUSpeedTestResult::downLostRate},
+                                    Field{"rtt", &KOBUSpeedTestResult::rtt}};
 };
 
 /// One piece of music to play.

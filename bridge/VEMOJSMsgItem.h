@@ -1,9 +1,9 @@
 #pragma once
 
+#include <array>
 #include <boost/json/monotonic_resource.hpp>
 #include <boost/json/object.hpp>
 #include <boost/json/storage_ptr.hpp>
-#include <array>
 #include <cstddef>
 #include <memory>
 #include <optional>

@@ -25,7 +25,7 @@ class VEMOJSMsgRouter {
 
   /// Registers `wrapper` under the command name `action`; a name registered again
   /// replaces the earlier wrapper. Not to be called while commands are delivered.
-  virtual void setMethod(Wrapper wrapper, const std::string& action) = 0;
+  virtual void setMethod(const std::string& action, Wrapper wrapper) = 0;
 
   /// The page's web view; null when there is none. Any thread.
   virtual std::shared_ptr<VEMOWebView> webView() const = 0;

@@ -9,8 +9,9 @@ namespace vemo {
 
 /// A native listener to room and media events. It overrides the operations it wants.
 ///
-/// Threads: called on the main thread, after the router's own state has changed and
-/// before the page hears of the event; it may add and remove listeners meanwhile.
+/// Threads: called on the main thread, after the router's own state has changed (save that
+/// the room's record is still there while its exit is told) and before the page hears of
+/// the event; it may add and remove listeners meanwhile.
 /// The router holds listeners weakly. Arguments are the engine's own.
 class VEMOKOBUEventListener {
  public:

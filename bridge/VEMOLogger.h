@@ -15,16 +15,16 @@ struct DUNLogParam {
   static constexpr int kInformation = 2;  ///< entries, successes, events
   static constexpr int kFailure = 4;      ///< failures
 
-  std::optional<bool> needReport;              ///< whether the record goes upstream too
-  std::optional<int> level;                    ///< kInformation or kFailure
-  std::optional<std::string_view> module;      ///< who logs: a class name or "SDKCallback"
-  std::optional<std::string_view> actionName;  ///< command, command + "Failed", or event
-  std::optional<std::string_view> actionParam; ///< the call's arguments as text, UTF-8
-  std::optional<std::int64_t> errorCode;       ///< set on failures and results
-  std::optional<std::string_view> errorDesc;   ///< message of a failure, text of a result
-  std::optional<std::string_view> fileName;    ///< source file, without folders
-  std::optional<std::string_view> funcName;    ///< routine, such as "-[Class name:with:]"
-  std::optional<std::uint_least32_t> line;     ///< source line; distinct for each site
+  std::optional<bool> needReport;               ///< whether the record goes upstream too
+  std::optional<int> level;                     ///< kInformation or kFailure
+  std::optional<std::string_view> module;       ///< who logs: a class name or "SDKCallback"
+  std::optional<std::string_view> actionName;   ///< command, command + "Failed", or event
+  std::optional<std::string_view> actionParam;  ///< the call's arguments as text, UTF-8
+  std::optional<std::int64_t> errorCode;        ///< set on failures and results
+  std::optional<std::string_view> errorDesc;    ///< message of a failure, text of a result
+  std::optional<std::string_view> fileName;     ///< source file, without folders
+  std::optional<std::string_view> funcName;     ///< routine, such as "-[Class name:with:]"
+  std::optional<std::uint_least32_t> line;      ///< source line; distinct for each site
 };
 
 /// The logger's settings that the router changes.

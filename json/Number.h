@@ -22,8 +22,8 @@ class Number {
   /// As an integer type: an integer narrows as a cast between integer types does, a
   /// floating number truncates toward zero and stops at the type's limits.
   template <std::integral T>
-    requires(!std::same_as<T, bool>)
-  T as() const {
+  requires(!std::same_as<T, bool>) T as()
+  const {
     switch (value_.kind()) {
       case boost::json::kind::int64: return static_cast<T>(value_.get_int64());
       case boost::json::kind::uint64: return static_cast<T>(value_.get_uint64());
@@ -32,13 +32,13 @@ class Number {
     }
   }
 
-  /// As a floating type: the nearest value.
+  /// As a floating type: the nearest value, infinite beyond the type's largest.
   template <std::floating_point T>
   T as() const {
     switch (value_.kind()) {
       case boost::json::kind::int64: return static_cast<T>(value_.get_int64());
       case boost::json::kind::uint64: return static_cast<T>(value_.get_uint64());
-      case boost::json::kind::double_: return static_cast<T>(value_.get_double());
+      case boost::json::kind::double_: return nearest<T>(value_.get_double());
       default: return static_cast<T>(value_.get_bool());
     }
   }
@@ -71,6 +71,14 @@ class Number {
     if (number <= low) return std::numeric_limits<T>::min();
     if (number >= high) return std::numeric_limits<T>::max();
     return static_cast<T>(number);
+  }
+
+  template <class T>
+  static T nearest(double number) {
+    constexpr auto largest = static_cast<double>(std::numeric_limits<T>::max());
+    if (std::isnan(number) || std::fabs(number) <= largest) return static_cast<T>(number);
+    return std::copysign(std::numeric_limits<T>::infinity(),
+                         static_cast<T>(std::copysign(1.0, number)));
   }
 
   boost::json::value value_;  // a scalar: holds no memory

@@ -19,4 +19,11 @@ std::optional<Number> numberInText(std::string_view text) {
   return problem ? std::nullopt : Number::from(value);
 }
 
+std::optional<boost::json::object> objectInText(std::string_view text) {
+  boost::json::error_code problem;
+  auto value = boost::json::parse(text, problem);
+  if (problem || !value.is_object()) return std::nullopt;
+  return std::move(value.get_object());
+}
+
 }  // namespace vemo::mapping

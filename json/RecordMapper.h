@@ -4,6 +4,7 @@
 #include <boost/json/object.hpp>
 #include <boost/json/value.hpp>
 #include <charconv>
+#include <cmath>
 #include <concepts>
 #include <cstddef>
 #include <optional>
@@ -37,6 +38,9 @@ namespace mapping {
 
 using Json = boost::json::value;
 
+/// The object that `text` is the JSON of.
+std::optional<boost::json::object> objectInText(std::string_view text);
+
 /// A number written as text: what Boost.JSON reads as a number from the whole of it.
 std::optional<Number> numberInText(std::string_view text);
 
@@ -64,7 +68,7 @@ bool integerInText(std::string_view text, T& to) {
 }
 
 template <class T>
-  requires std::is_arithmetic_v<T>
+requires std::is_arithmetic_v<T>
 bool readNumber(const Json& from, T& to, MappingError& error) {
   if (const auto number = Number::from(from)) {
     to = number->as<T>();
@@ -73,8 +77,11 @@ bool readNumber(const Json& from, T& to, MappingError& error) {
   if (const auto* json = from.if_string()) {
     const std::string_view text(json->data(), json->size());
     if constexpr (std::same_as<T, bool>) {
-      if (text == "true" || text == "1") return to = true;
-      if (text == "false" || text == "0") return !(to = false);
+      const bool yes = text == "true" || text == "1";
+      if (yes || text == "false" || text == "0") {
+        to = yes;
+        return true;
+      }
     } else if constexpr (std::integral<T>) {
       if (integerInText(text, to)) return true;
     } else if (const auto number = numberInText(text)) {
@@ -91,7 +98,8 @@ inline bool readText(const Json& from, Text& to, MappingError& error) {
     to.emplace(text->data(), text->size());
     return true;
   }
-  if (from.is_number()) {
+  // A number too large for JSON to write again has no text of its own.
+  if (from.is_number() && !(from.is_double() && !std::isfinite(from.get_double()))) {
     to = jsonText(from);
     return true;
   }
@@ -199,6 +207,13 @@ std::optional<Record> recordFrom(const boost::json::object* dictionary,
   }
   if (error && !record) *error = std::move(reason);
   return record;
+}
+
+/// The record that the object in `text` describes; nothing when the text is no JSON object.
+template <HasFields Record>
+std::optional<Record> recordFrom(std::string_view text, MappingError* error = nullptr) {
+  const auto dictionary = mapping::objectInText(text);
+  return recordFrom<Record>(dictionary ? &*dictionary : nullptr, error);
 }
 
 /// The dictionary that describes `record`: every property under its name, in the

@@ -95,7 +95,7 @@ JSMsgRouter::JSMsgRouter(VEMOLogger& logger, std::shared_ptr<ReplyDelivery> deli
                          std::shared_ptr<VEMOWebView> webView)
     : logger_(logger), delivery_(std::move(delivery)), webView_(std::move(webView)) {}
 
-void JSMsgRouter::setMethod(Wrapper wrapper, const std::string& action) {
+void JSMsgRouter::setMethod(const std::string& action, Wrapper wrapper) {
   if (wrapper) {
     methods_.insert_or_assign(action, std::move(wrapper));
   } else {

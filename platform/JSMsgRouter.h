@@ -40,7 +40,7 @@ class JSMsgRouter final : public VEMOJSMsgRouter {
               std::shared_ptr<VEMOWebView> webView);
 
   /// An empty wrapper takes the name away.
-  void setMethod(Wrapper wrapper, const std::string& action) override;
+  void setMethod(const std::string& action, Wrapper wrapper) override;
 
   std::shared_ptr<VEMOWebView> webView() const override;
   /// Replaces the web view; commands under way keep the one they came with.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <boost/json/object.hpp>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -25,6 +26,20 @@ struct Command {
 
   std::optional<Number> number(std::string_view key) const {
     return vemo_safeNSNumberForKey(params(), key);
+  }
+
+  /// The integer value under `key` when it lies from `min` to `max`, else `fallback`.
+  std::int32_t int32InRange(std::string_view key, std::int32_t min, std::int32_t max,
+                            std::int32_t fallback) const {
+    const auto found = number(key);
+    const auto value = found ? found->int32() : fallback;
+    return value >= min && value <= max ? value : fallback;
+  }
+
+  /// Whether there is a number under `key` that is not zero.
+  bool flag(std::string_view key) const {
+    const auto found = number(key);
+    return found && found->boolean();
   }
 
   std::optional<std::string_view> text(std::string_view key) const {

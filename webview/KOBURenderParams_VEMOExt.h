@@ -1,22 +1,37 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <tuple>
 
 #include "bridge/KOBURecords.h"
+#include "json/RecordMapper.h"
 
 namespace vemo {
 
-/// The render parameters as pages describe them: "mode" and "mirror" are further names
-/// of the fill mode and the mirror type. They are read after the record's own names, so
-/// they win. Nothing is stored beside the record, and it is written with its own names.
-struct KOBURenderParams_VEMOExt : KOBURenderParams {};
+// The render parameters as pages describe them: "mode" and "mirror" are further names of
+// the fill mode and the mirror type. Nothing is stored beside the record, and it is
+// written to JSON under its own names.
 
+inline std::int32_t mode(const KOBURenderParams& params) { return params.fillMode; }
+inline void setMode(KOBURenderParams& params, std::int32_t mode) { params.fillMode = mode; }
+
+inline std::int32_t mirror(const KOBURenderParams& params) { return params.mirrorType; }
+inline void setMirror(KOBURenderParams& params, std::int32_t mirror) { params.mirrorType = mirror; }
+
+/// The record as the mapper reads it from a page: the further names come after the
+/// record's own, so they win.
+struct KOBURenderParamsOfPage : KOBURenderParams {};
 template <>
-struct Fields<KOBURenderParams_VEMOExt> {
-  static constexpr auto table =
-      std::tuple_cat(Fields<KOBURenderParams>::table,
-                     std::tuple{Field{"mode", &KOBURenderParams::fillMode},
-                                Field{"mirror", &KOBURenderParams::mirrorType}});
+struct Fields<KOBURenderParamsOfPage> {
+  static constexpr auto table = std::tuple_cat(
+      Fields<KOBURenderParams>::table, std::tuple{Field{"mode", &KOBURenderParams::fillMode},
+                                                  Field{"mirror", &KOBURenderParams::mirrorType}});
 };
+
+/// The record that a page's dictionary describes; nothing when it describes none.
+inline std::optional<KOBURenderParams> renderParamsFrom(const boost::json::object* dictionary) {
+  return recordFrom<KOBURenderParamsOfPage>(dictionary);
+}
 
 }  // namespace vemo

@@ -2,10 +2,10 @@
 
 #include <cstdint>
 #include <optional>
-#include <source_location>
 #include <string_view>
 
 #include "bridge/VEMOModule.h"
+#include "webview/Place.h"
 
 namespace vemo {
 
@@ -14,7 +14,7 @@ namespace vemo {
 struct Failure {
   std::int64_t code;
   std::string_view message;  // a literal
-  std::source_location site;
+  Place site;
   VEMOModule module = VEMOModule::JS;
   std::string_view actionName = {};  // empty: the command's name with "Failed"
 
@@ -41,17 +41,15 @@ inline constexpr std::int64_t kBadParameter = -1;
 inline constexpr std::int64_t kNotAvailable = -2;  // engine not initialised, feature missing
 inline constexpr std::int64_t kNotInRoom = -3;
 
-inline Failure failure(std::int64_t code, std::string_view message,
-                       std::source_location site = std::source_location::current()) {
+inline Failure failure(std::int64_t code, std::string_view message, Place site = Place::here()) {
   return {code, message, site};
 }
 
-inline Failure paramError(std::string_view message,
-                          std::source_location site = std::source_location::current()) {
+inline Failure paramError(std::string_view message, Place site = Place::here()) {
   return {kBadParameter, message, site};
 }
 
-inline Failure notInitialised(std::source_location site = std::source_location::current()) {
+inline Failure notInitialised(Place site = Place::here()) {
   return {kNotAvailable, "not initSDK", site};
 }
 

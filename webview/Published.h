@@ -11,8 +11,9 @@ namespace vemo {
 /// which, T being const, never changes under its eyes. Empty until something is
 /// published.
 ///
-/// Threads: every operation from any thread. The lock inside is held for the swap
-/// alone; an old version is destroyed outside it, by whoever lets go last.
+/// Threads: every operation from any thread. The lock inside is held for the swap, or the
+/// copy of modify, alone; an old version is destroyed outside it, by whoever lets go last.
+/// (A lock, because the thread sanitizer reports this library's atomic shared pointer.)
 template <class T>
 class Published {
  public:

@@ -12,9 +12,7 @@ std::string cleaned(const Text& text) {
   return result;
 }
 
-std::string idOrNull(const Text& userId) {
-  return userId && !userId->empty() ? *userId : "(null)";
-}
+std::string idOrNull(const Text& userId) { return userId && !userId->empty() ? *userId : "(null)"; }
 
 std::string addressText(const void* address) {
   std::array<char, 16> digits;

@@ -24,11 +24,11 @@ VEMOKOBUMsgRouter::~VEMOKOBUMsgRouter() {
   launchScreenKitCallback_.clear();
   startScreenCaptureCallback_.clear();
   kobuEventListeners_.clear();
-  const auto engine = sharedKOBU_.load();
+  auto engine = sharedKOBU_.take();
   if (engine) engine->setDelegate(nullptr);
   if (hasEnterRoom_ && engine) engine->exitRoom();
   platform_.engineClass.destroySharedIntance();
-  sharedKOBU_.clear();
+  engine.reset();  // gone before the subscriptions are
   unregisterScreenKitNotifications();
 }
 
@@ -46,7 +46,6 @@ bool VEMOKOBUMsgRouter::isOwnUser(const Text& userId) const {
 void VEMOKOBUMsgRouter::log(int level, std::string_view module, std::string_view actionName,
                             std::string_view actionParam, std::optional<Result> result,
                             const Site& site) {
-  const std::string_view path = site.where.file_name();
   DUNLogParam record;
   record.needReport = true;
   record.level = level;
@@ -57,9 +56,9 @@ void VEMOKOBUMsgRouter::log(int level, std::string_view module, std::string_view
     record.errorCode = result->code;
     record.errorDesc = result->description;
   }
-  record.fileName = path.substr(path.rfind('/') + 1);
+  record.fileName = site.place.file;
   record.funcName = site.funcName;
-  record.line = site.where.line();
+  record.line = site.place.line;
   platform_.logger.log(record);
 }
 

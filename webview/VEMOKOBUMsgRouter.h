@@ -6,7 +6,6 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <source_location>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -18,15 +17,15 @@
 #include "bridge/VEMOKOBUEventListener.h"
 #include "webview/Command.h"
 #include "webview/Outcome.h"
+#include "webview/Place.h"
 #include "webview/Published.h"
 
 namespace vemo {
 
 /// The completion of a room operation: `code` 0 is success, `desc` and `uid` may be
 /// absent, `number` is the time in milliseconds for an enter and the reason for an exit.
-using VEMORoomCallback =
-    std::function<void(VEMOModule module, std::int64_t code, const Text& desc, const Text& uid,
-                       std::int64_t number)>;
+using VEMORoomCallback = std::function<void(VEMOModule module, std::int64_t code, const Text& desc,
+                                            const Text& uid, std::int64_t number)>;
 
 /// The completion of any other operation: `code` 0 is success.
 using VEMOCallback = std::function<void(VEMOModule module, std::int64_t code, const Text& desc)>;
@@ -83,7 +82,9 @@ class VEMOKOBUMsgRouter final : public KOBUCloudDelegate,
 
   using MainBlock = std::function<void(VEMOKOBUMsgRouter&)>;
   /// Runs `block` at once on the main thread; from another thread queues it, to be
-  /// dropped if the router is gone by then. A null block does nothing.
+  /// dropped if the router is gone by then. A null block does nothing. The two names are
+  /// those that hosts know; they do the same. The router's own events are queued so that
+  /// they keep the router, which these don't.
   void safeRunInMain(MainBlock block);
   void asyncRunInMain(MainBlock block);
 
@@ -100,15 +101,20 @@ class VEMOKOBUMsgRouter final : public KOBUCloudDelegate,
   void switchToAnchorRole(VEMOCallback completion);
   void switchToAudienceRole(VEMOCallback completion);
 
-  /// True once the engine has reported the end of an enter, whatever its result.
+  /// True once the engine has reported the end of an enter, whatever its result; false
+  /// again with the page's next "enterRoom", "exitRoom" or "uninitSDK". The operations
+  /// above leave it as it is.
   bool hasEnterRoom() const { return hasEnterRoom_; }
-  /// The record of the present or last enter; null after leaving.
+  /// The record of the present enter, with the role of now; null before entering, after
+  /// leaving and after "uninitSDK". A change of role publishes a new record: the one that
+  /// was entered with stays as it was.
   std::shared_ptr<const KOBUParams> enterRoomParams() const { return enterRoomParams_.load(); }
   /// The user id of that record.
   Text curEnteredRoomUserId() const;
 
-  // ---- Local media. An absent user id, or that of the entered room, is the own user;
-  // without an engine, or without a view, these do nothing.
+  // ---- Local media. Without an engine these do nothing; the four named kobu... also do
+  // nothing without a view. For them an absent user id, or that of the entered room, is
+  // the own user.
 
   /// The provider of views for the page's video commands; held weakly.
   void setCustomRenderSource(const std::shared_ptr<VEMOUIRenderSource>& source);
@@ -180,8 +186,7 @@ class VEMOKOBUMsgRouter final : public KOBUCloudDelegate,
   void onNetworkQuality(Shared<KOBUQualityInfo> localQuality,
                         SharedList<KOBUQualityInfo> remoteQuality) override;
   void onStatistics(Shared<KOBUStatistics> statistics) override;
-  void onUserVoiceVolume(SharedList<KOBUVolumeInfo> userVolumes,
-                         std::int64_t totalVolume) override;
+  void onUserVoiceVolume(SharedList<KOBUVolumeInfo> userVolumes, std::int64_t totalVolume) override;
   void onConnectionLost() override;
   void onTryToReconnect() override;
   void onConnectionRecovery() override;
@@ -208,11 +213,10 @@ class VEMOKOBUMsgRouter final : public KOBUCloudDelegate,
   /// Where a record comes from: the routine in selector form and the place in the source.
   struct Site {
     std::string_view funcName;
-    std::source_location where;
+    Place place;
     // Implicit, so that a literal given at a logging call carries that call's place.
-    Site(const char* name, std::source_location place = std::source_location::current())
-        : funcName(name), where(place) {}
-    Site(std::string_view name, std::source_location place) : funcName(name), where(place) {}
+    Site(const char* name, Place at = Place::here()) : funcName(name), place(at) {}
+    Site(std::string_view name, Place at) : funcName(name), place(at) {}
   };
   struct Result {  // what a record says of how something ended
     std::int64_t code;
@@ -285,12 +289,20 @@ class VEMOKOBUMsgRouter final : public KOBUCloudDelegate,
                               VEMOCallback completion);
   void innerStartLocalAudio(std::int32_t quality, VEMOCallback completion);
   void gotoSystemSetting(bool camera, VEMOCallback completion);
-  void startPreviewNow(bool frontCamera, const std::shared_ptr<NativeView>& view,
-                       const VEMOCallback& completion);
-  void startAudioNow(std::int32_t quality, const VEMOCallback& completion);
+  struct GateRequest {
+    bool frontCamera;                  // camera
+    std::shared_ptr<NativeView> view;  // camera
+    std::int32_t quality;              // microphone
+    VEMOCallback completion;           // not empty
+  };
+  struct GatedDevice;
+  static const GatedDevice kCamera;
+  static const GatedDevice kMicrophone;
+  void passGate(const GatedDevice& device, GateRequest request);
+  void startDevice(const GatedDevice& device, const GateRequest& request);
 
   // ---- Answers of asynchronous commands. Each sets the error record whatever the code
-  // and delivers the item that it holds.
+  // and delivers the item that it holds. Names and keys are literals: they are kept.
   VEMOCallback plainAnswer(const Command& command);
   VEMORoomCallback roomAnswer(const Command& command, std::string_view numberKey);
   VEMOCallback loggedAnswer(const Command& command, const char* actionName, Site site);
@@ -304,15 +316,12 @@ class VEMOKOBUMsgRouter final : public KOBUCloudDelegate,
   // ---- Common to commands and operations of the host
   bool isOwnUser(const Text& userId) const;
   std::shared_ptr<VEMOUIRenderSource> renderSource() const;
-  void startSwitch(std::int32_t role, Published<const VEMOCallback>& slot,
-                   VEMOCallback completion);
+  void startSwitch(std::int32_t role, Published<const VEMOCallback>& slot, VEMOCallback completion);
   void stopPreviewAndReport(KOBUCloud& engine);
   void stopAudioAndReport(KOBUCloud& engine);
   void useMuteImage(const DownloadResult& result, std::int32_t fps, VEMOJSMsgItem& item);
-  Outcome showRemoteUser(KOBUCloud& engine, const Command& command, ViewType viewType,
-                         std::int32_t streamType);
-  Outcome controlScreenCapture(const Command& command, std::int64_t (KOBUCloud::*operation)(),
-                               KOBUCloud& engine, const char* failureText);
+  Outcome controlScreenCapture(KOBUCloud& engine, const Command& command,
+                               std::int64_t (KOBUCloud::*operation)(), const char* failureText);
   void compactListeners();
 
   // ---- Log records
@@ -327,7 +336,7 @@ class VEMOKOBUMsgRouter final : public KOBUCloudDelegate,
   void logEvent(std::string_view name, const boost::json::object& payload,
                 std::optional<Result> result, const Site& site);
 
-  // ---- Events (event_routing.cpp)
+  // ---- Events (event_routing.h, event_routing.cpp). Names are literals: they are kept.
   boost::json::object ownPayload() const;
   bool isRegistered(std::string_view event) const;
   void toPage(std::string_view event, boost::json::object payload);

@@ -21,45 +21,40 @@ Outcome VEMOKOBUMsgRouter::playMusic(KOBUCloud& engine, const Command& command) 
   const auto audioId = command.number("audioId");
   if (!audioId) return paramError("audioId param error");
   auto music = recordFrom<PWAudioMusicParam>(command.params());
-  const auto flag = [&](std::string_view key) {
-    const auto number = command.number(key);
-    return number && number->boolean();
-  };
   if (!music || !music->path || music->path->empty()) return paramError("path param error");
   music->ID = audioId->int32();
 
   command.item->setIsAsyncTask(true);
-  const auto open = std::make_shared<const PlayMusicAnswer>(PlayMusicAnswer{
-      command.item, command.webView, std::string(command.paramsText), music->ID});
-  constexpr const char* site = "-[VEMOKOBUMsgRouter playMusic:webView:]";
+  const auto open = std::make_shared<const PlayMusicAnswer>(
+      PlayMusicAnswer{command.item, command.webView, std::string(command.paramsText), music->ID});
+  constexpr std::string_view routine = "-[VEMOKOBUMsgRouter playMusic:webView:]";
 
   const auto end = [&](bool wanted, const char* state, const char* error,
-                       std::source_location where = std::source_location::current()) {
-    return weakly([open, wanted, state, error, where](VEMOKOBUMsgRouter& router,
-                                                      std::int64_t code) {
+                       Place place = Place::here()) {
+    return weakly([open, wanted, state, error, site = Site(routine, place)](
+                      VEMOKOBUMsgRouter& router, std::int64_t code) {
       if (!wanted) return;
       const Text desc = code != 0 ? Text(error) : std::nullopt;
       setError(*open->item, VEMOModule::KOBU, code, desc);
-      router.logEnd("playMusic", open->paramsText, code, desc, Site(std::string_view(site), where));
-      open->item->setMsgRetval(
-          {{"audioId", open->musicId}, {"state", state}, {"errCode", code}});
+      router.logEnd("playMusic", open->paramsText, code, desc, site);
+      open->item->setMsgRetval({{"audioId", open->musicId}, {"state", state}, {"errCode", code}});
       open->item->executeJSCallbackIn(open->webView);
     });
   };
-  auto onStart = end(flag("onStart"), "onStart", "play onStart error");
-  auto onComplete = end(flag("onComplete"), "onComplete", "play onComplete error");
-  auto onProgress = weakly([open, wanted = flag("onProgress")](
-                               VEMOKOBUMsgRouter& router, std::int64_t progressMs,
-                               std::int64_t durationMs) {
-    if (!wanted) return;
-    setError(*open->item, VEMOModule::KOBU, 0, std::nullopt);
-    router.logEnd("playMusic", open->paramsText, 0, std::nullopt, site);
-    open->item->setMsgRetval({{"audioId", open->musicId},
-                              {"state", "onProgress"},
-                              {"progressMs", progressMs},
-                              {"durationMs", durationMs}});
-    open->item->executeJSCallbackIn(open->webView);
-  });
+  auto onStart = end(command.flag("onStart"), "onStart", "play onStart error");
+  auto onComplete = end(command.flag("onComplete"), "onComplete", "play onComplete error");
+  auto onProgress =
+      weakly([open, wanted = command.flag("onProgress")](
+                 VEMOKOBUMsgRouter& router, std::int64_t progressMs, std::int64_t durationMs) {
+        if (!wanted) return;
+        setError(*open->item, VEMOModule::KOBU, 0, std::nullopt);
+        router.logEnd("playMusic", open->paramsText, 0, std::nullopt, Site(routine, Place::here()));
+        open->item->setMsgRetval({{"audioId", open->musicId},
+                                  {"state", "onProgress"},
+                                  {"progressMs", progressMs},
+                                  {"durationMs", durationMs}});
+        open->item->executeJSCallbackIn(open->webView);
+      });
   engine.getAudioEffectManager().startPlayMusic(*music, std::move(onStart), std::move(onProgress),
                                                 std::move(onComplete));
   return success;

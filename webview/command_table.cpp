@@ -18,19 +18,27 @@ enum class Wrapper {
 
 }  // namespace
 
-/// One command: its name, its handler within the frame, and the place of its row, which
-/// is where the record of the call says it comes from.
+/// One command: its name, its handler within the frame, and the place of its row.
+///
+/// The frame stands in the source once, so the line of its own code would say nothing of
+/// the command. The records that it writes say the row instead, with a site number for a
+/// line: the row's line for the call itself, that plus 1000 when the web view is missing,
+/// plus 2000 when the engine is.
 struct VEMOKOBUMsgRouter::Row {
-  using Run = Outcome (*)(VEMOKOBUMsgRouter& router, const Command& command);
+  using Run = Outcome (*)(VEMOKOBUMsgRouter& router, const Row& row, const Command& command);
+  static constexpr std::uint_least32_t kNoWebView = 1000;
+  static constexpr std::uint_least32_t kNoEngine = 2000;
 
   constexpr Row(std::string_view command, Run handler, Wrapper kind = Wrapper::logged,
-                std::source_location place = std::source_location::current())
+                Place place = Place::here())
       : name(command), run(handler), wrapper(kind), site(place) {}
+
+  Place placeOf(std::uint_least32_t record = 0) const { return {site.file, site.line + record}; }
 
   std::string_view name;
   Run run;
   Wrapper wrapper;
-  std::source_location site;
+  Place site;
 };
 
 struct VEMOKOBUMsgRouter::CommandTable {
@@ -38,10 +46,10 @@ struct VEMOKOBUMsgRouter::CommandTable {
 
   /// Calls a handler. One that takes the engine is called only when there is one.
   template <auto Handler>
-  static Outcome call(Router& router, const Command& command) {
+  static Outcome call(Router& router, const Row& row, const Command& command) {
     if constexpr (std::is_invocable_v<decltype(Handler), Router&, KOBUCloud&, const Command&>) {
       const auto engine = router.sharedKOBU_.load();
-      if (!engine) return notInitialised();
+      if (!engine) return notInitialised(row.placeOf(Row::kNoEngine));
       return (router.*Handler)(*engine, command);
     } else {
       return (router.*Handler)(command);
@@ -114,7 +122,8 @@ struct VEMOKOBUMsgRouter::CommandTable {
 
   static constexpr bool allNamesDiffer() {
     for (auto row = rows.begin(); row != rows.end(); ++row) {
-      if (std::any_of(row + 1, rows.end(), [&](const Row& other) { return other.name == row->name; }))
+      if (std::any_of(row + 1, rows.end(),
+                      [&](const Row& other) { return other.name == row->name; }))
         return false;
     }
     return true;
@@ -127,7 +136,7 @@ struct VEMOKOBUMsgRouter::CommandTable {
 
   static void run(Router& router, const Row& row, const ItemPtr& item, const WebViewPtr& webView) {
     if (row.wrapper == Wrapper::bare) {
-      row.run(router, {item, webView, {}});
+      row.run(router, row, {item, webView, {}});
       return;
     }
     if (row.wrapper == Wrapper::announced) {
@@ -144,21 +153,21 @@ struct VEMOKOBUMsgRouter::CommandTable {
     if (!webView) {
       router.logRouter(DUNLogParam::kInformation, row.name, entry,
                        Result{kBadParameter, "webview is null"},
-                       Site(wrapperName, std::source_location::current()));
+                       Site(wrapperName, row.placeOf(Row::kNoWebView)));
       return;
     }
     router.logRouter(DUNLogParam::kInformation, row.name, entry, std::nullopt,
-                     Site(wrapperName, row.site));
+                     Site(wrapperName, row.placeOf()));
 
     const auto paramsText =
         item->params() ? std::string_view(entry).substr(paramsStart) : std::string_view("(null)");
-    if (const auto failed = row.run(router, {item, webView, paramsText})) {
+    if (const auto failed = row.run(router, row, {item, webView, paramsText})) {
       fail(router, row, *item, paramsText, *failed);
     }
   }
 
-  static void fail(Router& router, const Row& row, VEMOJSMsgItem& item,
-                   std::string_view paramsText, const Failure& failure) {
+  static void fail(Router& router, const Row& row, VEMOJSMsgItem& item, std::string_view paramsText,
+                   const Failure& failure) {
     const std::string name(row.name);
     const std::string funcName = "-[VEMOKOBUMsgRouter " + name + ":webView:]";
     setError(item, failure.module, failure.code, std::string(failure.message));
@@ -174,10 +183,10 @@ void VEMOKOBUMsgRouter::registRouter() {
   static_assert(CommandTable::allNamesDiffer());
   for (const auto& row : CommandTable::rows) {
     platform_.baseRouter.setMethod(
+        std::string(row.name),
         weakly([&row](VEMOKOBUMsgRouter& router, const ItemPtr& item, const WebViewPtr& webView) {
           CommandTable::run(router, row, item, webView);
-        }),
-        std::string(row.name));
+        }));
   }
 }
 

@@ -55,8 +55,8 @@ Outcome VEMOKOBUMsgRouter::startSpeedTest(KOBUCloud& engine, const Command& comm
         // The message tells pages progress from the end; the code stays 0.
         const std::string state = completed == total ? "done" : "ing";
         setError(*item, VEMOModule::KOBU, 0, state);
-        router.logRouter(DUNLogParam::kInformation, "startSpeedTest", paramsText,
-                         Result{0, state}, "-[VEMOKOBUMsgRouter startSpeedTest:webView:]");
+        router.logRouter(DUNLogParam::kInformation, "startSpeedTest", paramsText, Result{0, state},
+                         "-[VEMOKOBUMsgRouter startSpeedTest:webView:]");
         boost::json::object value{{"totalCount", total}, {"completedCount", completed}};
         if (result) value["result"] = dictionaryFrom(*result);
         item->setMsgRetval(std::move(value));

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <array>
-#include <atomic>
 
 #include "webview/KOBUParams_VEMOExt.h"
 #include "webview/TextForms.h"
@@ -79,6 +78,8 @@ void VEMOKOBUMsgRouter::onEnterRoom(std::int64_t result) {
     if (const auto completion = router.enterCallback_.load()) {
       (*completion)(VEMOModule::KOBU, 0, std::nullopt, router.curEnteredRoomUserId(), result);
     }
+    // After the call, whatever it did: a completion that enters again by itself loses the
+    // new completion here.
     router.enterCallback_.clear();
     router.tellListeners(&Listener::onVEMOEnterRoom, result, router.curEnteredRoomUserId());
     router.toPage("onEnterRoom", std::move(payload));
@@ -217,24 +218,21 @@ void VEMOKOBUMsgRouter::onAudioRouteChanged(std::int64_t route, std::int64_t fro
 }
 
 void VEMOKOBUMsgRouter::onConnectionLost() {
-  plainEvent("onConnectionLost", ownPayload(), "-[VEMOKOBUMsgRouter onConnectionLost]",
-             [](VEMOKOBUMsgRouter& router) {
-               router.tellListeners(&Listener::onVEMOConnectionLost);
-             });
+  plainEvent(
+      "onConnectionLost", ownPayload(), "-[VEMOKOBUMsgRouter onConnectionLost]",
+      [](VEMOKOBUMsgRouter& router) { router.tellListeners(&Listener::onVEMOConnectionLost); });
 }
 
 void VEMOKOBUMsgRouter::onTryToReconnect() {
-  plainEvent("onTryToReconnect", ownPayload(), "-[VEMOKOBUMsgRouter onTryToReconnect]",
-             [](VEMOKOBUMsgRouter& router) {
-               router.tellListeners(&Listener::onVEMOTryToReconnect);
-             });
+  plainEvent(
+      "onTryToReconnect", ownPayload(), "-[VEMOKOBUMsgRouter onTryToReconnect]",
+      [](VEMOKOBUMsgRouter& router) { router.tellListeners(&Listener::onVEMOTryToReconnect); });
 }
 
 void VEMOKOBUMsgRouter::onConnectionRecovery() {
-  plainEvent("onConnectionRecovery", ownPayload(), "-[VEMOKOBUMsgRouter onConnectionRecovery]",
-             [](VEMOKOBUMsgRouter& router) {
-               router.tellListeners(&Listener::onVEMOConnectionRecovery);
-             });
+  plainEvent(
+      "onConnectionRecovery", ownPayload(), "-[VEMOKOBUMsgRouter onConnectionRecovery]",
+      [](VEMOKOBUMsgRouter& router) { router.tellListeners(&Listener::onVEMOConnectionRecovery); });
 }
 
 void VEMOKOBUMsgRouter::onSendFirstLocalVideoFrame(std::int64_t streamType) {
@@ -270,7 +268,8 @@ void VEMOKOBUMsgRouter::onScreenCaptureStarted() {
     });
   }
   // Cleared here, on the event's thread: an answer that had to hop finds nothing to call,
-  // unless a newer start has taken the slot. Pages wait for the event, not the answer.
+  // unless a newer start has taken the slot. That is deliberate: a page that was not
+  // answered still gets the event.
   startScreenCaptureCallback_.clear();
   plainEvent("onScreenCaptureStarted", std::move(payload),
              "-[VEMOKOBUMsgRouter onScreenCaptureStarted]");

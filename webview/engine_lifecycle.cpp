@@ -1,4 +1,3 @@
-#include "json/JsonText.h"
 #include "webview/VEMOKOBUMsgRouter.h"
 
 // Making and releasing the engine, its log settings and its debug panel.
@@ -55,7 +54,7 @@ Outcome VEMOKOBUMsgRouter::showBugView(KOBUCloud& engine, const Command& command
 
 Outcome VEMOKOBUMsgRouter::setDebugViewMargin(KOBUCloud& engine, const Command& command) {
   const auto userId = command.nonEmptyText("userId");
-  if (!userId) return success;  // pages may ask before anybody is shown
+  if (!userId) return success;  // deliberately no error
   const auto inset = [&](std::string_view key) {
     const auto number = command.number(key);
     return number ? number->as<float>() : 0.0F;

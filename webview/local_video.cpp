@@ -1,5 +1,4 @@
 #include "json/JsonText.h"
-#include "json/RecordMapper.h"
 #include "webview/KOBURenderParams_VEMOExt.h"
 #include "webview/TextForms.h"
 #include "webview/VEMOKOBUMsgRouter.h"
@@ -7,8 +6,7 @@
 namespace vemo {
 namespace {
 
-constexpr std::int32_t kDefaultMuteImageFps = 5;
-constexpr std::int32_t kMinMuteImageFps = 5;
+constexpr std::int32_t kMinMuteImageFps = 5;  // the default too
 constexpr std::int32_t kMaxMuteImageFps = 10;
 constexpr std::int64_t kNoImageData = -2;
 
@@ -37,13 +35,12 @@ Outcome VEMOKOBUMsgRouter::startLocalPreview(KOBUCloud&, const Command& command)
 }
 
 Outcome VEMOKOBUMsgRouter::switchCamera(KOBUCloud& engine, const Command& command) {
-  const auto front = command.number("frontCamera");
-  engine.getDeviceManager().switchCamera(front && front->boolean());
+  engine.getDeviceManager().switchCamera(command.flag("frontCamera"));
   return success;
 }
 
 Outcome VEMOKOBUMsgRouter::setLocalPreviewParams(KOBUCloud& engine, const Command& command) {
-  if (const auto params = recordFrom<KOBURenderParams_VEMOExt>(command.params())) {
+  if (const auto params = renderParamsFrom(command.params())) {
     engine.setLocalRenderParams(*params);
   }
   if (const auto rotation = command.number("encoderRotation")) {
@@ -73,17 +70,15 @@ Outcome VEMOKOBUMsgRouter::setVideoMuteImage(KOBUCloud&, const Command& command)
   if (!url || !platform_.downloads.isUrl(std::string(*url))) {
     return paramError("imgUrl params error");
   }
-  const auto wanted = command.number("fps");
-  const bool usable = wanted && wanted->int32() >= kMinMuteImageFps &&
-                      wanted->int32() <= kMaxMuteImageFps;
-  const auto fps = usable ? wanted->int32() : kDefaultMuteImageFps;
+  const auto fps =
+      command.int32InRange("fps", kMinMuteImageFps, kMaxMuteImageFps, kMinMuteImageFps);
   command.item->setIsAsyncTask(true);
-  platform_.downloads.download(
-      std::string(*url), weakly([item = command.item, webView = command.webView, fps](
-                                    VEMOKOBUMsgRouter& router, const DownloadResult& result) {
-        router.useMuteImage(result, fps, *item);
-        item->executeJSCallbackIn(webView);
-      }));
+  platform_.downloads.download(std::string(*url),
+                               weakly([item = command.item, webView = command.webView, fps](
+                                          VEMOKOBUMsgRouter& router, const DownloadResult& result) {
+                                 router.useMuteImage(result, fps, *item);
+                                 item->executeJSCallbackIn(webView);
+                               }));
   return success;
 }
 
@@ -110,8 +105,8 @@ void VEMOKOBUMsgRouter::useMuteImage(const DownloadResult& result, std::int32_t 
 
 void VEMOKOBUMsgRouter::startLocalPreivew(bool frontCamera, std::shared_ptr<NativeView> view) {
   if (!sharedKOBU_.load()) return;
-  const auto params = jsonText(
-      boost::json::object{{"front", frontCamera}, {"view", addressText(view.get())}});
+  const auto params =
+      jsonText(boost::json::object{{"front", frontCamera}, {"view", addressText(view.get())}});
   innerStartLocalPreview(
       frontCamera, std::move(view),
       weakly([params](VEMOKOBUMsgRouter& router, VEMOModule, std::int64_t code, const Text& desc) {
@@ -137,9 +132,8 @@ void VEMOKOBUMsgRouter::kobuStartPreview(const Text& userId, std::shared_ptr<Nat
     engine->startRemoteView(*userId, kKOBUStreamTypeMain, std::move(view));
     return;
   }
-  const auto params = jsonText(boost::json::object{{"front", frontCamera},
-                                                   {"view", addressText(view.get())},
-                                                   {"userId", cleaned(userId)}});
+  const auto params = jsonText(boost::json::object{
+      {"front", frontCamera}, {"view", addressText(view.get())}, {"userId", cleaned(userId)}});
   // The outcome is information here, not a failure: the host watches its own preview.
   innerStartLocalPreview(
       frontCamera, std::move(view),

@@ -6,106 +6,109 @@
 namespace vemo {
 namespace {
 
-constexpr std::int64_t kCameraRefused = -1314;
-constexpr std::int64_t kMicrophoneRefused = -1317;
-
 void replaceAll(std::string& text, std::string_view what, std::string_view by) {
   for (auto at = text.find(what); at != std::string::npos; at = text.find(what, at + by.size())) {
     text.replace(at, what.size(), by);
   }
 }
 
+std::int64_t refusalCode(bool camera) { return camera ? -1314 : -1317; }
+
 }  // namespace
 
-void VEMOKOBUMsgRouter::startPreviewNow(bool frontCamera, const std::shared_ptr<NativeView>& view,
-                                        const VEMOCallback& completion) {
-  const auto engine = sharedKOBU_.load();
-  if (!engine) return;  // released while the user was asked
-  engine->startLocalPreview(frontCamera, view);
-  reportEvent("enable_camera");
-  completion(VEMOModule::KOBU, 0, "");
-}
+/// What the gate does for one device.
+struct VEMOKOBUMsgRouter::GatedDevice {
+  MediaType permission;    // whose status decides
+  MediaType asked;         // what the user is asked for
+  bool camera;             // of which device the alert speaks
+  const char* refusal;     // the answer when the user says no
+  const char* startEvent;  // what is reported of a start
+  void (*start)(KOBUCloud& engine, const GateRequest& request);
+};
 
-void VEMOKOBUMsgRouter::startAudioNow(std::int32_t quality, const VEMOCallback& completion) {
-  const auto engine = sharedKOBU_.load();
-  if (!engine) return;
-  engine->startLocalAudio(quality);
-  reportEvent("enable_mic");
-  completion(VEMOModule::KOBU, 0, "");
-}
+const VEMOKOBUMsgRouter::GatedDevice VEMOKOBUMsgRouter::kCamera{
+    MediaType::video,
+    MediaType::video,
+    true,
+    "user not allowed access camera",
+    "enable_camera",
+    [](KOBUCloud& engine, const GateRequest& request) {
+      engine.startLocalPreview(request.frontCamera, request.view);
+    }};
+
+// The microphone's status is read, but camera access is what the user is asked for, and
+// that answer decides: deliberate, part of the interface as it stands.
+const VEMOKOBUMsgRouter::GatedDevice VEMOKOBUMsgRouter::kMicrophone{
+    MediaType::audio,
+    MediaType::video,
+    false,
+    "user not allowed access mic",
+    "enable_mic",
+    [](KOBUCloud& engine, const GateRequest& request) { engine.startLocalAudio(request.quality); }};
 
 void VEMOKOBUMsgRouter::innerStartLocalPreview(bool frontCamera, std::shared_ptr<NativeView> view,
                                                VEMOCallback completion) {
-  if (!sharedKOBU_.load()) return;
-  auto& authorization = platform_.captureAuthorization;
-  switch (authorization.authorizationStatus(MediaType::video)) {
-    case AuthorizationStatus::denied:
-    case AuthorizationStatus::restricted: gotoSystemSetting(true, std::move(completion)); return;
-    case AuthorizationStatus::notDetermined:
-      authorization.requestAccess(
-          MediaType::video,
-          weakly([frontCamera, view = std::move(view), completion = std::move(completion)](
-                     VEMOKOBUMsgRouter& router, bool granted) {
-            if (granted) {
-              router.startPreviewNow(frontCamera, view, completion);
-            } else {
-              completion(VEMOModule::KOBU, kCameraRefused, "user not allowed access camera");
-            }
-          }));
-      return;
-    case AuthorizationStatus::authorized: break;
-  }
-  startPreviewNow(frontCamera, view, completion);
+  passGate(kCamera, {frontCamera, std::move(view), 0, std::move(completion)});
 }
 
 void VEMOKOBUMsgRouter::innerStartLocalAudio(std::int32_t quality, VEMOCallback completion) {
+  passGate(kMicrophone, {false, nullptr, quality, std::move(completion)});
+}
+
+void VEMOKOBUMsgRouter::passGate(const GatedDevice& device, GateRequest request) {
   if (!sharedKOBU_.load()) return;
   auto& authorization = platform_.captureAuthorization;
-  switch (authorization.authorizationStatus(MediaType::audio)) {
+  switch (authorization.authorizationStatus(device.permission)) {
     case AuthorizationStatus::denied:
-    case AuthorizationStatus::restricted: gotoSystemSetting(false, std::move(completion)); return;
+    case AuthorizationStatus::restricted:
+      gotoSystemSetting(device.camera, std::move(request.completion));
+      return;
     case AuthorizationStatus::notDetermined:
-      // Camera access is asked for, not the microphone's, and that answer decides: the
-      // pages in the field count on one prompt for a lesson.
       authorization.requestAccess(
-          MediaType::video, weakly([quality, completion = std::move(completion)](
-                                       VEMOKOBUMsgRouter& router, bool granted) {
+          device.asked,
+          weakly([&device, request = std::move(request)](VEMOKOBUMsgRouter& router, bool granted) {
             if (granted) {
-              router.startAudioNow(quality, completion);
+              router.startDevice(device, request);
             } else {
-              completion(VEMOModule::KOBU, kMicrophoneRefused, "user not allowed access mic");
+              request.completion(VEMOModule::KOBU, refusalCode(device.camera), device.refusal);
             }
           }));
       return;
     case AuthorizationStatus::authorized: break;
   }
-  startAudioNow(quality, completion);
+  startDevice(device, request);
+}
+
+void VEMOKOBUMsgRouter::startDevice(const GatedDevice& device, const GateRequest& request) {
+  const auto engine = sharedKOBU_.load();
+  if (!engine) return;  // released while the user was asked
+  device.start(*engine, request);
+  reportEvent(device.startEvent);
+  request.completion(VEMOModule::KOBU, 0, "");
 }
 
 void VEMOKOBUMsgRouter::gotoSystemSetting(bool camera, VEMOCallback completion) {
   const auto& application = platform_.application;
   const std::string device = camera ? "相机" : "麦克风";
-  const auto code = camera ? kCameraRefused : kMicrophoneRefused;
+  const auto code = refusalCode(camera);
 
   Alert alert;
   alert.title =
       "“" + application.information("CFBundleName").value_or("(null)") + "”想访问您的" + device;
   alert.message =
-      application
-          .information(camera ? "NSCameraUsageDescription" : "NSMicrophoneUsageDescription")
+      application.information(camera ? "NSCameraUsageDescription" : "NSMicrophoneUsageDescription")
           .value_or("");
   if (alert.message.empty()) {
     alert.message = "因%@权限受限，无法正常访问%@，请前往设置%@访问权限。";
     replaceAll(alert.message, "%@", device);
   }
   alert.actions.push_back(
-      {"不允许", AlertActionStyle::normal,
-       weakly([camera, code, completion](VEMOKOBUMsgRouter&) {
+      {"不允许", AlertActionStyle::normal, weakly([camera, code, completion](VEMOKOBUMsgRouter&) {
          completion(VEMOModule::KOBU, code,
                     camera ? "user don't goto setting set camera auth"
                            : "user don't goto setting set mic auth");
        })});
-  // The microphone's answers speak of the camera too; pages compare these texts.
+  // The microphone's answers speak of the camera too: deliberate, part of the interface.
   alert.actions.push_back(
       {"前往设置", AlertActionStyle::destructive,
        weakly([code, completion = std::move(completion)](VEMOKOBUMsgRouter& router) {

@@ -1,4 +1,3 @@
-#include "json/RecordMapper.h"
 #include "webview/KOBURenderParams_VEMOExt.h"
 #include "webview/VEMOKOBUMsgRouter.h"
 
@@ -7,9 +6,16 @@ namespace {
 
 /// "streamType": 0 to 2; anything else, or none, is the main stream.
 std::int32_t streamTypeOf(const Command& command) {
-  const auto number = command.number("streamType");
-  const auto type = number ? number->int32() : kKOBUStreamTypeMain;
-  return type >= kKOBUStreamTypeMain && type <= kKOBUStreamTypeSub ? type : kKOBUStreamTypeMain;
+  return command.int32InRange("streamType", kKOBUStreamTypeMain, kKOBUStreamTypeSub,
+                              kKOBUStreamTypeMain);
+}
+
+Failure noRenderSource(Place site = Place::here()) {
+  return failure(kNotAvailable, "no render source", site).from(VEMOModule::KOBU);
+}
+
+Failure noRenderView(Place site = Place::here()) {
+  return failure(kNotAvailable, "no found render view", site).from(VEMOModule::KOBU);
 }
 
 }  // namespace
@@ -24,33 +30,35 @@ Outcome VEMOKOBUMsgRouter::setRemoteVideoStreamType(KOBUCloud& engine, const Com
   return success;
 }
 
-Outcome VEMOKOBUMsgRouter::showRemoteUser(KOBUCloud& engine, const Command& command,
-                                          ViewType viewType, std::int32_t streamType) {
+Outcome VEMOKOBUMsgRouter::startRemoteView(KOBUCloud& engine, const Command& command) {
   const auto userId = command.nonEmptyText("userId");
   if (!userId) return paramError("userId param error");
   const auto source = renderSource();
-  if (!source) return failure(kNotAvailable, "no render source").from(VEMOModule::KOBU);
-  auto view = source->renderViewOf(*userId, viewType);
-  if (!view) return failure(kNotAvailable, "no found render view").from(VEMOModule::KOBU);
-  engine.startRemoteView(*userId, streamType, std::move(view));
+  if (!source) return noRenderSource();
+  // The camera view serves every stream type here.
+  auto view = source->renderViewOf(*userId, ViewType::camera);
+  if (!view) return noRenderView();
+  engine.startRemoteView(*userId, streamTypeOf(command), std::move(view));
   return success;
 }
 
-Outcome VEMOKOBUMsgRouter::startRemoteView(KOBUCloud& engine, const Command& command) {
-  // The camera view serves every stream type here.
-  return showRemoteUser(engine, command, ViewType::camera, streamTypeOf(command));
-}
-
 Outcome VEMOKOBUMsgRouter::startRemoteSubStreamView(KOBUCloud& engine, const Command& command) {
-  return showRemoteUser(engine, command, ViewType::subStream, kKOBUStreamTypeSub);
+  const auto userId = command.nonEmptyText("userId");
+  if (!userId) return paramError("userId param error");
+  const auto source = renderSource();
+  if (!source) return noRenderSource();
+  auto view = source->renderViewOf(*userId, ViewType::subStream);
+  if (!view) return noRenderView();
+  engine.startRemoteView(*userId, kKOBUStreamTypeSub, std::move(view));
+  return success;
 }
 
 Outcome VEMOKOBUMsgRouter::setRemotePreviewParams(KOBUCloud& engine, const Command& command) {
   const auto userId = command.nonEmptyText("userId");
-  if (!userId) return success;  // no error for a missing user: pages call it for empty seats
-  const auto params = recordFrom<KOBURenderParams_VEMOExt>(command.params());
+  if (!userId) return success;  // here a missing user is deliberately no error
+  const auto params = renderParamsFrom(command.params());
   if (!params) {
-    // Logged under another command's name: operators' filters know it by that name.
+    // Logged under another command's name: part of the interface as it stands.
     return paramError("render param error").loggedAs("stopRemoteViewFailed");
   }
   engine.setRemoteRenderParams(*userId, streamTypeOf(command), *params);
@@ -61,7 +69,7 @@ Outcome VEMOKOBUMsgRouter::setRemoteSubStreamPreviewParams(KOBUCloud& engine,
                                                            const Command& command) {
   const auto userId = command.nonEmptyText("userId");
   if (!userId) return paramError("userId param error");
-  if (const auto params = recordFrom<KOBURenderParams_VEMOExt>(command.params())) {
+  if (const auto params = renderParamsFrom(command.params())) {
     engine.setRemoteRenderParams(*userId, kKOBUStreamTypeSub, *params);
   }
   return success;

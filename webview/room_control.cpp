@@ -9,8 +9,7 @@ namespace vemo {
 
 /// The completion that answers a room command: {"userId", `numberKey`: number} beside an
 /// error record that is set whatever the code.
-VEMORoomCallback VEMOKOBUMsgRouter::roomAnswer(const Command& command,
-                                               std::string_view numberKey) {
+VEMORoomCallback VEMOKOBUMsgRouter::roomAnswer(const Command& command, std::string_view numberKey) {
   return weakly([item = command.item, webView = command.webView, numberKey](
                     VEMOKOBUMsgRouter&, VEMOModule module, std::int64_t code, const Text& desc,
                     const Text& uid, std::int64_t number) {

@@ -1,4 +1,3 @@
-#include "json/JsonText.h"
 #include "json/RecordMapper.h"
 #include "webview/TextForms.h"
 #include "webview/VEMOKOBUMsgRouter.h"
@@ -6,6 +5,7 @@
 namespace vemo {
 namespace {
 
+// The modes that a page asks for, and the bits of what a system supports.
 constexpr std::int32_t kCaptureInApp = 1;
 constexpr std::int32_t kCaptureByReplaykit = 2;
 
@@ -20,8 +20,12 @@ std::string_view eventWord(const std::string& notification) {
 }  // namespace
 
 std::int32_t VEMOKOBUMsgRouter::kobuScreenCaptureSupportMode() const {
-  static const std::int32_t mode = (platform_.system.isAtLeast(13, 0, 0) ? kCaptureInApp : 0) +
-                                   (platform_.system.isAtLeast(11, 0, 0) ? kCaptureByReplaykit : 0);
+  static const std::int32_t mode = [this] {
+    std::int32_t supported = 0;
+    if (platform_.system.isAtLeast(13, 0, 0)) supported += kCaptureInApp;
+    if (platform_.system.isAtLeast(11, 0, 0)) supported += kCaptureByReplaykit;
+    return supported;
+  }();
   return mode;
 }
 
@@ -32,8 +36,7 @@ Outcome VEMOKOBUMsgRouter::isSupportScreenCapture(const Command& command) {
 
 Outcome VEMOKOBUMsgRouter::launchScreenKit(const Command& command) {
   if (!platform_.system.isAtLeast(11, 0, 0)) return paramError("not support launchScreenKit");
-  // 11.x has no way to launch the extension, and its users start it by hand: the command
-  // leaves no trace there.
+  // On 11.x the command deliberately leaves no trace: no launch, no error, no value.
   if (!platform_.system.isAtLeast(12, 0, 0)) return success;
   platform_.extensionLauncher.launch();
   command.item->setIsAsyncTask(true);
@@ -66,10 +69,9 @@ Outcome VEMOKOBUMsgRouter::startScreenCapture(KOBUCloud& engine, const Command& 
     engine.startScreenCaptureByReplaykit(*encoder, appGroup);
   }
   command.item->setIsAsyncTask(true);
-  startScreenCaptureCallback_.publish(
-      stored(VEMOCallback(weakly([item = command.item, webView = command.webView](
-                                     VEMOKOBUMsgRouter& router, VEMOModule module,
-                                     std::int64_t code, const Text& desc) {
+  startScreenCaptureCallback_.publish(stored(VEMOCallback(weakly(
+      [item = command.item, webView = command.webView](VEMOKOBUMsgRouter& router, VEMOModule module,
+                                                       std::int64_t code, const Text& desc) {
         setError(*item, module, code, desc);
         item->setMsgRetval({{"userId", cleaned(router.curEnteredRoomUserId())}, {"reason", 0}});
         item->executeJSCallbackIn(webView);
@@ -79,9 +81,9 @@ Outcome VEMOKOBUMsgRouter::startScreenCapture(KOBUCloud& engine, const Command& 
 
 /// Pause, resume and stop: the reply carries the engine's own result, and there is no
 /// record of it.
-Outcome VEMOKOBUMsgRouter::controlScreenCapture(const Command& command,
+Outcome VEMOKOBUMsgRouter::controlScreenCapture(KOBUCloud& engine, const Command& command,
                                                 std::int64_t (KOBUCloud::*operation)(),
-                                                KOBUCloud& engine, const char* failureText) {
+                                                const char* failureText) {
   if (!platform_.system.isAtLeast(11, 0, 0)) {
     setError(*command.item, VEMOModule::KOBU, kNotAvailable, "not support screencapture");
     return success;
@@ -92,17 +94,17 @@ Outcome VEMOKOBUMsgRouter::controlScreenCapture(const Command& command,
 }
 
 Outcome VEMOKOBUMsgRouter::pauseScreenCapture(KOBUCloud& engine, const Command& command) {
-  return controlScreenCapture(command, &KOBUCloud::pauseScreenCapture, engine,
+  return controlScreenCapture(engine, command, &KOBUCloud::pauseScreenCapture,
                               "pauseScreenCapture call failed");
 }
 
 Outcome VEMOKOBUMsgRouter::resumeScreenCapture(KOBUCloud& engine, const Command& command) {
-  return controlScreenCapture(command, &KOBUCloud::resumeScreenCapture, engine,
+  return controlScreenCapture(engine, command, &KOBUCloud::resumeScreenCapture,
                               "resumeScreenCapture call failed");
 }
 
 Outcome VEMOKOBUMsgRouter::stopScreenCapture(KOBUCloud& engine, const Command& command) {
-  return controlScreenCapture(command, &KOBUCloud::stopScreenCapture, engine,
+  return controlScreenCapture(engine, command, &KOBUCloud::stopScreenCapture,
                               "stopScreenCapture call failed");
 }
 
@@ -136,8 +138,7 @@ void VEMOKOBUMsgRouter::onRecvScreenKitNotify(const std::string& name) {
   if (word.empty()) return;
   auto payload = ownPayload();
   payload["event"] = word;
-  plainEvent("onScreenKitEvent", std::move(payload),
-             "-[VEMOKOBUMsgRouter onRecvScreenKitNotify:]");
+  plainEvent("onScreenKitEvent", std::move(payload), "-[VEMOKOBUMsgRouter onRecvScreenKitNotify:]");
 }
 
 }  // namespace vemo

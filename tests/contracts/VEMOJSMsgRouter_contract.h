@@ -38,8 +38,7 @@ TYPED_TEST_SUITE_P(VEMOJSMsgRouterContract);
 TYPED_TEST_P(VEMOJSMsgRouterContract, CallsTheWrapperOfTheAction) {
   int calls = 0;
   const auto thread = std::this_thread::get_id();
-  this->router().setMethod(
-      [&](const auto& item, const auto& webView) {
+  this->router().setMethod("mute", [&](const auto& item, const auto& webView) {
         ++calls;
         EXPECT_EQ(std::this_thread::get_id(), thread);
         EXPECT_EQ(webView, this->maker_.webView());
@@ -52,22 +51,19 @@ TYPED_TEST_P(VEMOJSMsgRouterContract, CallsTheWrapperOfTheAction) {
         EXPECT_TRUE(item->printLog());
         EXPECT_FALSE(item->msgError());
         EXPECT_FALSE(item->msgRetval());
-      },
-      "mute");
-  this->router().setMethod([&](const auto&, const auto&) { ADD_FAILURE(); }, "other");
+      });
+  this->router().setMethod("other", [&](const auto&, const auto&) { ADD_FAILURE(); });
   this->maker_.command("mute", boost::json::object{{"on", true}}, true);
   EXPECT_EQ(calls, 1);
 }
 
 TYPED_TEST_P(VEMOJSMsgRouterContract, PassesAbsentParamsAndWebViewAsNull) {
   int calls = 0;
-  this->router().setMethod(
-      [&](const auto& item, const auto& webView) {
+  this->router().setMethod("mute", [&](const auto& item, const auto& webView) {
         ++calls;
         EXPECT_EQ(item->params(), nullptr);
         EXPECT_EQ(webView, nullptr);
-      },
-      "mute");
+      });
   this->maker_.command("mute", std::nullopt, false);
   EXPECT_EQ(calls, 1);
 }
@@ -75,32 +71,28 @@ TYPED_TEST_P(VEMOJSMsgRouterContract, PassesAbsentParamsAndWebViewAsNull) {
 TYPED_TEST_P(VEMOJSMsgRouterContract, ReplacesTheWrapperOfANameRegisteredAgain) {
   const auto token = std::make_shared<int>();
   int calls = 0;
-  this->router().setMethod([token](const auto&, const auto&) { ADD_FAILURE(); }, "mute");
-  this->router().setMethod([&](const auto&, const auto&) { ++calls; }, "mute");
+  this->router().setMethod("mute", [token](const auto&, const auto&) { ADD_FAILURE(); });
+  this->router().setMethod("mute", [&](const auto&, const auto&) { ++calls; });
   EXPECT_EQ(token.use_count(), 1) << "the earlier wrapper is kept";
   this->maker_.command("mute", std::nullopt, true);
   EXPECT_EQ(calls, 1);
 }
 
 TYPED_TEST_P(VEMOJSMsgRouterContract, RepliesWhenASynchronousHandlerReturns) {
-  this->router().setMethod(
-      [&](const auto& item, const auto&) {
+  this->router().setMethod("ask", [&](const auto& item, const auto&) {
         item->setMsgRetval({{"version", "1"}});
         EXPECT_EQ(this->maker_.replies(), 0U);
-      },
-      "ask");
+      });
   this->maker_.command("ask", std::nullopt, true);
   EXPECT_EQ(this->maker_.replies(), 1U);
 }
 
 TYPED_TEST_P(VEMOJSMsgRouterContract, RepliesEachTimeAnAsynchronousItemIsAnswered) {
   typename TestFixture::ItemPtr open;
-  this->router().setMethod(
-      [&](const auto& item, const auto&) {
+  this->router().setMethod("ask", [&](const auto& item, const auto&) {
         item->setIsAsyncTask(true);
         open = item;
-      },
-      "ask");
+      });
   this->maker_.command("ask", std::nullopt, true);
   EXPECT_EQ(this->maker_.replies(), 0U);
   ASSERT_NE(open, nullptr);
@@ -119,7 +111,7 @@ TYPED_TEST_P(VEMOJSMsgRouterContract, GivesItsWebViewToAnyThread) {
 
 TYPED_TEST_P(VEMOJSMsgRouterContract, LetsGoOfWrappersWhenItDies) {
   const auto token = std::make_shared<int>();
-  this->router().setMethod([token](const auto&, const auto&) {}, "mute");
+  this->router().setMethod("mute", [token](const auto&, const auto&) {});
   EXPECT_EQ(token.use_count(), 2);
   this->maker_.destroy();
   EXPECT_EQ(token.use_count(), 1);

@@ -65,10 +65,10 @@ TEST(JsonText, EscapesKeysToo) {
 }
 
 TEST(JsonText, ReplacesBytesThatAreNoUtf8) {
-  EXPECT_EQ(quoted("a\x80z"), "\"a\uFFFDz\"");                      // a continuation alone
-  EXPECT_EQ(quoted("\xC0\xAF"), "\"\uFFFD\uFFFD\"");                // overlong
-  EXPECT_EQ(quoted("\xE0\x80\x80"), "\"\uFFFD\uFFFD\uFFFD\"");      // overlong
-  EXPECT_EQ(quoted("\xED\xA0\x80"), "\"\uFFFD\uFFFD\uFFFD\"");      // a surrogate
+  EXPECT_EQ(quoted("a\x80z"), "\"a\uFFFDz\"");                            // a continuation alone
+  EXPECT_EQ(quoted("\xC0\xAF"), "\"\uFFFD\uFFFD\"");                      // overlong
+  EXPECT_EQ(quoted("\xE0\x80\x80"), "\"\uFFFD\uFFFD\uFFFD\"");            // overlong
+  EXPECT_EQ(quoted("\xED\xA0\x80"), "\"\uFFFD\uFFFD\uFFFD\"");            // a surrogate
   EXPECT_EQ(quoted("\xF4\x90\x80\x80"), "\"\uFFFD\uFFFD\uFFFD\uFFFD\"");  // above U+10FFFF
   EXPECT_EQ(quoted("\xFF"), "\"\uFFFD\"");
 }
@@ -81,8 +81,8 @@ TEST(JsonText, ReplacesATruncatedSequenceOnceAndKeepsWhatFollows) {
 }
 
 TEST(JsonText, KeepsTheFirstAndLastCharacterOfEachLength) {
-  for (const auto* text : {"\u0080", "\u07FF", "\u0800", "\uD7FF", "\uE000", "\uFFFF",
-                           "\U00010000", "\U0010FFFF"}) {
+  for (const auto* text :
+       {"\u0080", "\u07FF", "\u0800", "\uD7FF", "\uE000", "\uFFFF", "\U00010000", "\U0010FFFF"}) {
     EXPECT_EQ(quoted(text), "\"" + std::string(text) + "\"");
   }
 }

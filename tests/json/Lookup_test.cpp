@@ -27,8 +27,8 @@ TEST_F(Lookup, FindsNumbersAndBooleans) {
 }
 
 TEST_F(Lookup, TakesNothingElseForANumber) {
-  for (const auto* key : {"text", "empty", "digits", "null", "array", "none", "object", "missing",
-                          "INT", ""}) {
+  for (const auto* key :
+       {"text", "empty", "digits", "null", "array", "none", "object", "missing", "INT", ""}) {
     EXPECT_FALSE(vemo_safeNSNumberForKey(dictionary_, key)) << key;
   }
 }

@@ -86,7 +86,8 @@ TEST(Number, NoNumberIsOutOfReach) {
 }
 
 TEST(Number, AnythingButZeroIsTrue) {
-  for (const auto* json : {"1", "-1", "0.1", "-0.5", "4294967296", "18446744073709551615", "true"}) {
+  for (const auto* json :
+       {"1", "-1", "0.1", "-0.5", "4294967296", "18446744073709551615", "true"}) {
     EXPECT_TRUE(number(json).boolean()) << json;
   }
   for (const auto* json : {"0", "-0", "0.0", "-0.0", "false"}) {
@@ -111,6 +112,14 @@ TEST(Number, OutlivesTheValueItWasReadFrom) {
   const auto held = Number::from(value);
   value = "something else";
   EXPECT_EQ(held->int32(), 7);
+}
+
+TEST(Number, BeyondTheLargestSingleIsInfinite) {
+  EXPECT_EQ(Number::from(boost::json::value(1e300))->as<float>(),
+            std::numeric_limits<float>::infinity());
+  EXPECT_EQ(Number::from(boost::json::value(-1e300))->as<float>(),
+            -std::numeric_limits<float>::infinity());
+  EXPECT_EQ(Number::from(boost::json::value(0.1))->as<float>(), 0.1F);
 }
 
 }  // namespace

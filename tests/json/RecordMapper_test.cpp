@@ -128,9 +128,9 @@ TEST(RecordMapper, AnIntegerTakesTextThatIsWhollyADecimalIntegerInRange) {
 }
 
 TEST(RecordMapper, AnIntegerTakesNothingElse) {
-  for (const auto* json : {R"("")", R"(" 1")", R"("1 ")", R"("+")", R"("-")", R"("+-1")", R"("-+1")",
-                           R"("--1")", R"("1.0")", R"("1e2")", R"("0x1")", R"("1\u0000")",
-                           R"("true")", R"("2147483648")", "[]", "[1]", "{}"}) {
+  for (const auto* json : {R"("")", R"(" 1")", R"("1 ")", R"("+")", R"("-")", R"("+-1")",
+                           R"("-+1")", R"("--1")", R"("1.0")", R"("1e2")", R"("0x1")",
+                           R"("1\u0000")", R"("true")", R"("2147483648")", "[]", "[1]", "{}"}) {
     EXPECT_FALSE(sampleWith("i32", json)) << json;
   }
   EXPECT_FALSE(sampleWith("u32", R"("-1")"));
@@ -159,10 +159,10 @@ TEST(RecordMapper, AFloatingPropertyTakesTextThatIsWhollyAJsonNumber) {
 
 TEST(RecordMapper, AFloatingPropertyTakesNothingElse) {
   for (const auto* json :
-       {R"("")", R"("+")", R"("-")", R"("+-1")", R"("++1")", R"("--1")", R"(" 1")", R"("1 ")",
-        R"("- 1")", R"("\n1")", R"("1,2")", R"("1 2")", R"("01")", R"(".5")", R"("1.")", R"("1e")",
-        R"("inf")", R"("NaN")", R"("Infinity")", R"("true")", R"("null")", R"("[1]")", R"("0x10")",
-        "[]", "{}"}) {
+       {R"("")",    R"("+")",    R"("-")",   R"("+-1")", R"("++1")",      R"("--1")",  R"(" 1")",
+        R"("1 ")",  R"("- 1")",  R"("\n1")", R"("1,2")", R"("1 2")",      R"("01")",   R"(".5")",
+        R"("1.")",  R"("1e")",   R"("inf")", R"("NaN")", R"("Infinity")", R"("true")", R"("null")",
+        R"("[1]")", R"("0x10")", "[]",       "{}"}) {
     EXPECT_FALSE(sampleWith("floating", json)) << json;
   }
 }
@@ -170,8 +170,8 @@ TEST(RecordMapper, AFloatingPropertyTakesNothingElse) {
 // Boolean properties
 
 TEST(RecordMapper, ABooleanTakesBooleansNumbersAndFourTexts) {
-  for (const auto* json : {"true", "1", "-1", "0.5", "18446744073709551615", R"("true")",
-                           R"("1")"}) {
+  for (const auto* json :
+       {"true", "1", "-1", "0.5", "18446744073709551615", R"("true")", R"("1")"}) {
     ASSERT_TRUE(sampleWith("flag", json)) << json;
     EXPECT_TRUE(sampleWith("flag", json)->flag) << json;
   }
@@ -305,6 +305,22 @@ TEST(RecordMapper, BuildsInTheStorageItIsGiven) {
   EXPECT_EQ(*object.at("text").storage(), *storage);
   EXPECT_EQ(*object.at("inner").storage(), *storage);
   EXPECT_EQ(*object.at("list").as_array().at(0).storage(), *storage);
+}
+
+TEST(RecordMapper, TextThatIsNoJsonObjectGivesNoRecord) {
+  for (const char* text : {"", " ", "[]", "1", "null", "{} {}", "{\"text\":", "{\"number\":{}}"}) {
+    EXPECT_FALSE(recordFrom<Inner>(std::string_view(text))) << text;
+  }
+  const auto record = recordFrom<Inner>(std::string_view(R"( {"number":3,"text":"x"} )"));
+  ASSERT_TRUE(record);
+  EXPECT_EQ(record->number, 3);
+  EXPECT_EQ(record->text, "x");
+}
+
+TEST(RecordMapper, NumberTooLargeForJsonIsNoText) {
+  MappingError error;
+  EXPECT_FALSE(recordFrom<Inner>(std::string_view(R"({"text":1e400})"), &error));
+  EXPECT_EQ(error.text(), "/text: text expected");
 }
 
 TEST(RecordMapper, ReadsBackWhatItWrote) {

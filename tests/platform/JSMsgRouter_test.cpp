@@ -79,8 +79,8 @@ struct JSMsgRouterTest : ::testing::Test {
     const auto records = logger.records().size();
     delivery->replies.clear();
     int calls = 0;
-    router.setMethod([&](const auto&, const auto&) { ++calls; }, "works");
-    router.setMethod([&](const auto&, const auto&) { ADD_FAILURE() << "was called"; }, "refused");
+    router.setMethod("works", [&](const auto&, const auto&) { ++calls; });
+    router.setMethod("refused", [&](const auto&, const auto&) { ADD_FAILURE() << "was called"; });
     router.receive(message);
     ASSERT_EQ(delivery->replies.size(), 1U);
     EXPECT_EQ(delivery->replies[0].error, badMessage);
@@ -267,7 +267,7 @@ TEST_F(JSMsgRouterTest, HugeNumbersAreNoReasonToRefuse) {
 TEST_F(JSMsgRouterTest, AnswersAnUnknownCommandAndGoesOn) {
   router.receive(R"({"head":{"action":"fly"},"cbid":"1"})");
   int calls = 0;
-  router.setMethod([&](const auto&, const auto&) { ++calls; }, "walk");
+  router.setMethod("walk", [&](const auto&, const auto&) { ++calls; });
   router.receive(R"({"head":{"action":"walk"},"cbid":"2"})");
   ASSERT_EQ(delivery->replies.size(), 2U);
   EXPECT_EQ(delivery->replies[0].action, "fly");
@@ -279,8 +279,8 @@ TEST_F(JSMsgRouterTest, AnswersAnUnknownCommandAndGoesOn) {
 }
 
 TEST_F(JSMsgRouterTest, AnEmptyWrapperTakesTheNameAway) {
-  router.setMethod([](const auto&, const auto&) { ADD_FAILURE(); }, "walk");
-  router.setMethod(nullptr, "walk");
+  router.setMethod("walk", [](const auto&, const auto&) { ADD_FAILURE(); });
+  router.setMethod("walk", nullptr);
   router.receive(R"({"head":{"action":"walk"},"cbid":"2"})");
   ASSERT_EQ(delivery->replies.size(), 1U);
   EXPECT_EQ(delivery->replies[0].error, (VEMOJSError{"JS", -1, "unknown action"}));
@@ -288,7 +288,7 @@ TEST_F(JSMsgRouterTest, AnEmptyWrapperTakesTheNameAway) {
 
 TEST_F(JSMsgRouterTest, CommandsAndRepliesGoToTheWebViewOfTheirMoment) {
   const auto next = std::make_shared<RecordingWebView>();
-  router.setMethod([&](const auto&, const auto&) { router.setWebView(next); }, "reload");
+  router.setMethod("reload", [&](const auto&, const auto&) { router.setWebView(next); });
   router.receive(R"({"head":{"action":"reload"},"cbid":"1"})");
   router.receive(R"({"head":{"action":"other"},"cbid":"2"})");
   router.setWebView(nullptr);
@@ -305,12 +305,10 @@ TEST_F(JSMsgRouterTest, AnItemCanBeAnsweredAfterTheRouterIsGone) {
   {
     JSMsgRouter shortLived(logger, std::make_shared<MainThreadReplyDelivery>(queue, "reply"),
                            webView);
-    shortLived.setMethod(
-        [&](const auto& item, const auto&) {
+    shortLived.setMethod("play", [&](const auto& item, const auto&) {
           item->setIsAsyncTask(true);
           open = item;
-        },
-        "play");
+        });
     shortLived.receive(R"({"head":{"action":"play"},"params":{"id":1},"cbid":"9"})");
   }
   ASSERT_NE(open, nullptr);
@@ -348,7 +346,7 @@ TEST_F(JSMsgRouterTest, MakesItemsFromTheirParts) {
 TEST_F(JSMsgRouterTest, MessagesMayComeOnSeveralThreads) {
   MainThreadQueue queue;
   JSMsgRouter shared(logger, std::make_shared<MainThreadReplyDelivery>(queue, "reply"), webView);
-  shared.setMethod([](const auto& item, const auto&) { item->setMsgRetval({{"ok", true}}); }, "a");
+  shared.setMethod("a", [](const auto& item, const auto&) { item->setMsgRetval({{"ok", true}}); });
   const auto send = [&] {
     for (int i = 0; i < 100; ++i) {
       shared.receive(R"({"head":{"action":"a"},"cbid":"1"})");

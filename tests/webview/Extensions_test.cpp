@@ -41,9 +41,9 @@ TEST(KOBUParamsExtension, NumbersAreCopiedWithTheRecordAndAreNoProperties) {
   EXPECT_EQ(jsonText(dictionaryFrom(params)), R"({"sdkAppId":0,"roomId":0,"role":20})");
 }
 
-std::optional<KOBURenderParams_VEMOExt> renderParams(const char* json) {
+std::optional<KOBURenderParams> renderParams(const char* json) {
   const auto value = boost::json::parse(json);
-  return recordFrom<KOBURenderParams_VEMOExt>(&value.as_object());
+  return renderParamsFrom(&value.as_object());
 }
 
 TEST(KOBURenderParamsExtension, ModeAndMirrorAreFillModeAndMirrorType) {
@@ -52,6 +52,21 @@ TEST(KOBURenderParamsExtension, ModeAndMirrorAreFillModeAndMirrorType) {
   EXPECT_EQ(params->fillMode, 1);
   EXPECT_EQ(params->mirrorType, 2);
   EXPECT_EQ(params->rotation, 3);
+}
+
+TEST(KOBURenderParamsExtension, PropertiesReadAndSetTheRecordsOwn) {
+  KOBURenderParams params;
+  setMode(params, 1);
+  setMirror(params, 2);
+  EXPECT_EQ(params.fillMode, 1);
+  EXPECT_EQ(params.mirrorType, 2);
+  EXPECT_EQ(mode(params), 1);
+  EXPECT_EQ(mirror(params), 2);
+}
+
+TEST(KOBURenderParamsExtension, TheRecordIsWrittenWithItsOwnNames) {
+  EXPECT_EQ(jsonText(dictionaryFrom(*renderParams(R"({"mode":1,"mirror":2})"))),
+            R"({"rotation":0,"fillMode":1,"mirrorType":2})");
 }
 
 TEST(KOBURenderParamsExtension, TheyWinOverTheRecordsOwnNamesWhateverTheOrder) {
