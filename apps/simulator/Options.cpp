@@ -1,0 +1,69 @@
+#include "simulator/Options.h"
+
+#include <getopt.h>
+
+#include <array>
+#include <charconv>
+#include <string_view>
+
+namespace vemo {
+namespace {
+
+template <class Number>
+bool read(std::string_view text, Number& number) {
+  const auto [end, problem] = std::from_chars(text.data(), text.data() + text.size(), number);
+  return problem == std::errc{} && end == text.data() + text.size();
+}
+
+}  // namespace
+
+std::optional<SimulatorOptions> optionsFrom(int argc, char** argv, std::string& error) {
+  constexpr std::array kLong{option{"port", required_argument, nullptr, 'p'},
+                             option{"page", required_argument, nullptr, 'd'},
+                             option{"seed", required_argument, nullptr, 's'},
+                             option{"room-capacity", required_argument, nullptr, 'r'},
+                             option{"log", required_argument, nullptr, 'l'},
+                             option{"help", no_argument, nullptr, 'h'},
+                             option{nullptr, 0, nullptr, 0}};
+  SimulatorOptions options;
+  optind = 0;  // begin anew, whatever was read before
+  opterr = 0;
+  for (int found; (found = getopt_long(argc, argv, ":", kLong.data(), nullptr)) != -1;) {
+    bool good = true;
+    switch (found) {
+      case 'p': good = read(optarg, options.port); break;
+      case 'd': options.pageFolder = optarg; break;
+      case 's': good = read(optarg, options.seed); break;
+      case 'r': good = read(optarg, options.roomCapacity) && options.roomCapacity > 0; break;
+      case 'l': options.logFile = optarg; break;
+      case 'h': options.help = true; break;
+      case ':': error = std::string(argv[optind - 1]) + " needs a value."; return std::nullopt;
+      default: error = std::string("Unknown option ") + argv[optind - 1] + "."; return std::nullopt;
+    }
+    if (!good) {
+      error = "\"" + std::string(optarg) + "\" is no value for that option; see --help.";
+      return std::nullopt;
+    }
+  }
+  if (optind < argc) {
+    error = std::string("Unexpected argument ") + argv[optind] + ".";
+    return std::nullopt;
+  }
+  return options;
+}
+
+std::string usage() {
+  return R"(Usage: vemo-simulator [options]
+Plays phones in a browser: every page that connects is a phone of its own, in one
+simulated classroom cloud. Listens on the loopback interface only.
+
+  --port N            listen on port N (8377); 0 takes any free one
+  --page DIR          serve the built page in DIR
+  --seed N            seed of the simulated cloud (1)
+  --room-capacity N   how many fit into a room (50)
+  --log FILE          write the log to FILE, not to standard error
+  --help              show this text
+)";
+}
+
+}  // namespace vemo

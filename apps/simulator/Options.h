@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace vemo {
+
+struct SimulatorOptions {
+  std::uint16_t port = 8377;
+  std::string pageFolder;  ///< empty: where the build put the page
+  std::uint64_t seed = 1;
+  std::size_t roomCapacity = 50;
+  std::string logFile;  ///< empty: standard error
+  bool help = false;
+};
+
+/// What the command line says; nothing, with a sentence in `error`, when it says it
+/// wrongly.
+std::optional<SimulatorOptions> optionsFrom(int argc, char** argv, std::string& error);
+
+/// The text of --help.
+std::string usage();
+
+}  // namespace vemo

@@ -1,0 +1,157 @@
+#include "simulator/Phone.h"
+
+#include <algorithm>
+#include <array>
+#include <boost/json/parse.hpp>
+#include <boost/json/value.hpp>
+#include <chrono>
+#include <utility>
+
+#include "json/JsonText.h"
+#include "json/Lookup.h"
+#include "platform/InProcessCrossProcessCenter.h"
+#include "platform/InProcessNotificationCenter.h"
+#include "platform/JSMsgRouter.h"
+#include "platform/ReplyDelivery.h"
+#include "simulator/OfflineDownloads.h"
+#include "simulator/PageWebView.h"
+#include "simulator/PhoneScreen.h"
+#include "simulator/PhoneServices.h"
+#include "webview/VEMOKOBUMsgRouter.h"
+
+namespace vemo {
+
+struct Phone::Parts {
+  Parts(const PhoneEnvironment& given, std::shared_ptr<PageSocket> socket)
+      : environment(given),
+        page(std::move(socket)),
+        engineClass(given.cloud.makeEngineClass()),
+        services(page, given.mainQueue),
+        downloads(given.mainQueue),
+        screen(std::make_shared<PhoneScreen>()),
+        baseRouter(given.logger,
+                   std::make_shared<MainThreadReplyDelivery>(given.mainQueue, "vemoBridge.onReply"),
+                   std::make_shared<PageWebView>(page)) {}
+
+  Platform platform(std::shared_ptr<const void> owner) {
+    return {.baseRouter = baseRouter,
+            .engineClass = *engineClass,
+            .logger = environment.logger,
+            .systemLog = environment.systemLog,
+            .mainQueue = environment.mainQueue,
+            .notifications = notifications,
+            .crossProcessNotifications = extensionNotifications,
+            .captureAuthorization = services,
+            .alerts = services,
+            .application = services,
+            .downloads = downloads,
+            .images = images,
+            .system = services,
+            .extensionLauncher = services,
+            .appGroup = services.appGroup(),
+            .owner = std::move(owner)};
+  }
+
+  const PhoneEnvironment environment;
+  const std::shared_ptr<PageSocket> page;
+  const std::shared_ptr<PhoneEngineClass> engineClass;
+  InProcessNotificationCenter notifications;
+  InProcessCrossProcessCenter extensionNotifications;
+  PhoneServices services;
+  OfflineDownloads downloads;
+  NoImages images;
+  const std::shared_ptr<PhoneScreen> screen;
+  JSMsgRouter baseRouter;
+};
+
+Phone::Phone(const PhoneEnvironment& environment, std::shared_ptr<PageSocket> page)
+    : parts_(std::make_shared<Parts>(environment, std::move(page))),
+      router_(VEMOKOBUMsgRouter::create(parts_->platform(parts_))) {
+  router_->setCustomRenderSource(parts_->screen);
+  parts_->services.sendSettings();
+}
+
+Phone::~Phone() = default;
+
+void Phone::onText(std::string_view text) {
+  boost::json::error_code problem;
+  const auto value = boost::json::parse({text.data(), text.size()}, problem);
+  const auto* frame = problem ? nullptr : value.if_object();
+  const auto wrong = frame ? handle(*frame) : std::string("this is no JSON object");
+  if (wrong.empty()) return;
+  parts_->environment.note("a page sent a frame that can't be used: " + wrong);
+  parts_->page->send(jsonText(boost::json::object{{"kind", "problem"}, {"text", wrong}}));
+}
+
+// Each kind of frame in turn; says what is wrong with it, or nothing.
+std::string Phone::handle(const boost::json::object& frame) {
+  const auto kind = vemo_safeNSStringForKey(&frame, "kind").value_or("");
+  if (kind == "message") {
+    const auto message = vemo_safeNSStringForKey(&frame, "text");
+    if (!message) return "a message has no text";
+    parts_->baseRouter.receive(*message);
+    return {};
+  }
+  if (kind == "network") return handleNetwork(frame);
+  if (kind == "broadcast") return handleBroadcast(frame);
+  if (kind == "pictures") {
+    const auto phone = parts_->engineClass->snapshot();
+    parts_->page->send(jsonText(boost::json::object{
+        {"kind", "pictures"},
+        {"pictures", phone ? PhoneScreen::pictures(*phone) : boost::json::array()}}));
+    return {};
+  }
+  if (kind == "settings") {
+    const auto* changes = frame.if_contains("settings");
+    if (!changes || !changes->is_object()) return "there are no settings in it";
+    return parts_->services.change(changes->get_object());
+  }
+  if (kind == "answer") {
+    const auto granted = vemo_safeNSNumberForKey(&frame, "granted");
+    if (!granted) return "an answer says not whether access is granted";
+    return parts_->services.answer(vemo_safeNSStringForKey(&frame, "media").value_or(""),
+                                   granted->boolean());
+  }
+  if (kind == "press") {
+    const auto alert = vemo_safeNSNumberForKey(&frame, "alert");
+    const auto button = vemo_safeNSNumberForKey(&frame, "button");
+    if (!alert || !button) return "a press names no alert and button";
+    return parts_->services.press(alert->as<std::int64_t>(), button->as<std::size_t>());
+  }
+  return "its kind is unknown";
+}
+
+std::string Phone::handleNetwork(const boost::json::object& frame) {
+  if (const auto drop = vemo_safeNSNumberForKey(&frame, "drop")) {
+    if (drop->boolean()) {
+      parts_->engineClass->dropConnection();
+    } else {
+      parts_->engineClass->restoreConnection();
+    }
+    return {};
+  }
+  const auto delay = vemo_safeNSNumberForKey(&frame, "delay");
+  const auto upLoss = vemo_safeNSNumberForKey(&frame, "upLoss");
+  const auto downLoss = vemo_safeNSNumberForKey(&frame, "downLoss");
+  if (!delay || !upLoss || !downLoss) return "it doesn't say how the network is to be";
+  const auto within = [](const Number& number, int limit) {
+    return std::clamp(number.int32(), 0, limit);
+  };
+  NetworkProfile network;
+  network.delay = std::chrono::milliseconds(within(*delay, 5000));
+  network.jitter = network.delay / 5;
+  network.upLoss = static_cast<std::uint32_t>(within(*upLoss, 100));
+  network.downLoss = static_cast<std::uint32_t>(within(*downLoss, 100));
+  parts_->engineClass->setNetwork(network);
+  return {};
+}
+
+std::string Phone::handleBroadcast(const boost::json::object& frame) {
+  constexpr std::array<std::string_view, 4> kEvents{"Started", "Paused", "Resumed", "Finished"};
+  const auto event = vemo_safeNSStringForKey(&frame, "event").value_or("");
+  if (std::ranges::find(kEvents, event) == kEvents.end()) return "the broadcast has no such event";
+  parts_->extensionNotifications.post("VEMOScreenKit_" + std::string(event) + "_Notify");
+  return {};
+}
+
+}  // namespace vemo

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <boost/json/object.hpp>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "bridge/MainQueue.h"
+#include "bridge/VEMOLogger.h"
+#include "engine/ClassroomCloud.h"
+#include "simulator/PageSocket.h"
+
+namespace vemo {
+
+class VEMOKOBUMsgRouter;
+
+/// What all phones of a simulator share; outlives them.
+struct PhoneEnvironment {
+  ClassroomCloud& cloud;
+  VEMOLogger& logger;
+  SystemLog& systemLog;
+  MainQueue& mainQueue;
+  /// Takes a line for the operator. Main thread.
+  std::function<void(std::string_view line)> note;
+};
+
+/// One connected page as a phone of its own: its router, its web view, its engine in the
+/// shared cloud. When the page is gone the phone drops its router, which leaves the room.
+///
+/// Frames from the page are JSON objects with a "kind": "message" (text: a page
+/// message), "network" (drop: whether the connection is cut, or delay, upLoss, downLoss),
+/// "settings" (settings: changes), "answer" (media, granted), "press" (alert, button),
+/// "broadcast" (event: "Started" and so on) and "pictures" (asks what the views show).
+/// To the page: "script" (text, needLog), "settings", "prompt", "alert", "openSettings",
+/// "broadcastPicker", "pictures" and "problem" (text: why a frame could not be used).
+class Phone final : public PageListener {
+ public:
+  Phone(const PhoneEnvironment& environment, std::shared_ptr<PageSocket> page);
+  ~Phone() override;
+
+  void onText(std::string_view text) override;
+
+ private:
+  struct Parts;
+
+  std::string handle(const boost::json::object& frame);
+  std::string handleNetwork(const boost::json::object& frame);
+  std::string handleBroadcast(const boost::json::object& frame);
+
+  const std::shared_ptr<Parts> parts_;  // kept by the router too, which may live on a little
+  std::shared_ptr<VEMOKOBUMsgRouter> router_;
+};
+
+}  // namespace vemo

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <boost/json/array.hpp>
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "bridge/VEMOUIRenderSource.h"
+#include "engine/EngineSnapshot.h"
+
+namespace vemo {
+
+/// A native view of a simulated phone; the page's frame draws it above the page, over
+/// the element that names the same user and view type.
+class PhoneView final : public NativeView {
+ public:
+  PhoneView(std::string userId, ViewType type) : userId_(std::move(userId)), type_(type) {}
+
+  const std::string& userId() const { return userId_; }
+  ViewType type() const { return type_; }
+
+ private:
+  const std::string userId_;
+  const ViewType type_;
+};
+
+/// The host's views: one for each user and view type, made when it is asked for. Used on
+/// the main thread alone.
+class PhoneScreen final : public VEMOUIRenderSource {
+ public:
+  /// Null for an absent or empty user id: nobody is in a room then.
+  std::shared_ptr<NativeView> renderViewOf(const Text& userId, ViewType viewType) override;
+
+  /// What the views show in `phone`, for the page's frame to draw: those that show
+  /// something, the own one first.
+  static boost::json::array pictures(const PhoneSnapshot& phone);
+
+ private:
+  std::map<std::pair<std::string, ViewType>, std::shared_ptr<PhoneView>> views_;
+};
+
+}  // namespace vemo

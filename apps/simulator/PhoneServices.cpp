@@ -1,0 +1,140 @@
+#include "simulator/PhoneServices.h"
+
+#include <optional>
+#include <utility>
+
+#include "json/JsonText.h"
+
+namespace vemo {
+namespace {
+
+std::string_view nameOf(MediaType media) {
+  return media == MediaType::video ? "camera" : "microphone";
+}
+
+}  // namespace
+
+PhoneServices::PhoneServices(std::shared_ptr<PageSocket> page, MainQueue& mainQueue)
+    : page_(std::move(page)), mainQueue_(mainQueue) {}
+
+AuthorizationStatus& PhoneServices::statusOf(MediaType media) {
+  return media == MediaType::video ? settings_.camera : settings_.microphone;
+}
+
+AuthorizationStatus PhoneServices::authorizationStatus(MediaType media) const {
+  const std::lock_guard lock(mutex_);
+  return media == MediaType::video ? settings_.camera : settings_.microphone;
+}
+
+void PhoneServices::requestAccess(MediaType media, Answer answer) {
+  std::optional<AuthorizationStatus> decided;
+  bool first = false;
+  {
+    const std::lock_guard lock(mutex_);
+    if (const auto status = statusOf(media); status != AuthorizationStatus::notDetermined) {
+      decided = status;
+    } else {
+      auto& waiting = asked_[media];
+      first = waiting.empty();
+      waiting.push_back(std::move(answer));
+    }
+  }
+  if (decided) {
+    mainQueue_.dispatchAsync([answer = std::move(answer), granted = *decided ==
+                              AuthorizationStatus::authorized] { answer(granted); });
+  } else if (first) {
+    const auto why = information(media == MediaType::video ? "NSCameraUsageDescription"
+                                                           : "NSMicrophoneUsageDescription");
+    page_->send(jsonText(boost::json::object{{"kind", "prompt"},
+                                             {"media", nameOf(media)},
+                                             {"application", information("CFBundleName").value_or("")},
+                                             {"description", why.value_or("")}}));
+  }
+}
+
+std::string PhoneServices::answer(std::string_view name, bool granted) {
+  const auto media = name == nameOf(MediaType::video) ? MediaType::video : MediaType::audio;
+  std::vector<Answer> answers;
+  if (name == nameOf(media)) {
+    const std::lock_guard lock(mutex_);
+    answers.swap(asked_[media]);
+    if (!answers.empty())
+      statusOf(media) = granted ? AuthorizationStatus::authorized : AuthorizationStatus::denied;
+  }
+  if (answers.empty()) return "nobody asked for the " + std::string(name);
+  sendSettings();
+  for (const auto& tell : answers) tell(granted);
+  return {};
+}
+
+void PhoneServices::present(Alert alert) {
+  boost::json::array buttons;
+  for (const auto& action : alert.actions)
+    buttons.push_back({{"title", action.title},
+                       {"destructive", action.style == AlertActionStyle::destructive}});
+  boost::json::object frame{{"kind", "alert"},
+                            {"title", alert.title},
+                            {"message", alert.message},
+                            {"buttons", std::move(buttons)}};
+  {
+    const std::lock_guard lock(mutex_);
+    frame["id"] = ++lastAlert_;
+    alerts_.emplace(lastAlert_, std::move(alert));
+  }
+  page_->send(jsonText(frame));
+}
+
+std::string PhoneServices::press(std::int64_t id, std::size_t button) {
+  Alert alert;
+  {
+    const std::lock_guard lock(mutex_);
+    const auto shown = alerts_.find(id);
+    if (shown == alerts_.end() || button >= shown->second.actions.size())
+      return "there is no such alert or button";
+    alert = std::move(shown->second);
+    alerts_.erase(shown);
+  }
+  if (const auto& pressed = alert.actions[button].handler) pressed();
+  return {};
+}
+
+Text PhoneServices::information(std::string_view key) const {
+  const std::lock_guard lock(mutex_);
+  const auto found = settings_.bundle.find(std::string(key));
+  return found == settings_.bundle.end() ? Text() : Text(found->second);
+}
+
+bool PhoneServices::canOpenSettings() const {
+  const std::lock_guard lock(mutex_);
+  return settings_.canOpenSettings;
+}
+
+void PhoneServices::openSettings() { page_->send(R"({"kind":"openSettings"})"); }
+
+bool PhoneServices::isAtLeast(int major, int minor, int patch) const {
+  const std::lock_guard lock(mutex_);
+  return vemo::isAtLeast(settings_.os, major, minor, patch);
+}
+
+void PhoneServices::launch() { page_->send(R"({"kind":"broadcastPicker"})"); }
+
+void PhoneServices::sendSettings() {
+  boost::json::object frame{{"kind", "settings"}};
+  {
+    const std::lock_guard lock(mutex_);
+    frame["settings"] = jsonOf(settings_);
+  }
+  page_->send(jsonText(frame));
+}
+
+std::string PhoneServices::change(const boost::json::object& changes) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (auto wrong = apply(changes, settings_); !wrong.empty()) return wrong;
+    appGroup_ = settings_.appGroup;
+  }
+  sendSettings();
+  return {};
+}
+
+}  // namespace vemo

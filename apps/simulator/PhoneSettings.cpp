@@ -1,0 +1,104 @@
+#include "simulator/PhoneSettings.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "json/Lookup.h"
+
+namespace vemo {
+namespace {
+
+constexpr std::array<std::string_view, 4> kStatusNames{"notDetermined", "restricted", "denied",
+                                                       "authorized"};
+
+std::string_view nameOf(AuthorizationStatus status) {
+  return kStatusNames.at(static_cast<std::size_t>(status));
+}
+
+std::optional<AuthorizationStatus> statusOf(std::string_view name) {
+  const auto found = std::ranges::find(kStatusNames, name);
+  if (found == kStatusNames.end()) return std::nullopt;
+  return static_cast<AuthorizationStatus>(found - kStatusNames.begin());
+}
+
+// One to three numbers joined by dots; what is left out is 0.
+std::optional<std::array<int, 3>> versionOf(std::string_view text) {
+  std::array<int, 3> version{};
+  for (std::size_t part = 0; part < version.size(); ++part) {
+    const auto [end, problem] =
+        std::from_chars(text.data(), text.data() + text.size(), version.at(part));
+    if (problem != std::errc{} || version.at(part) < 0) return std::nullopt;
+    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+    if (text.empty()) return version;
+    if (!text.starts_with('.')) return std::nullopt;
+    text.remove_prefix(1);
+  }
+  return std::nullopt;
+}
+
+bool applyBundle(const boost::json::value& value, PhoneSettings& settings) {
+  const auto* object = value.if_object();
+  if (!object) return false;
+  std::map<std::string, std::string> bundle;
+  for (const auto& [key, text] : *object) {
+    if (!text.is_string()) return false;
+    bundle.emplace(key, text.get_string());
+  }
+  settings.bundle = std::move(bundle);
+  return true;
+}
+
+bool applyOne(const boost::json::object& changes, std::string_view key, PhoneSettings& settings) {
+  const auto text = vemo_safeNSStringForKey(&changes, key);
+  if (key == "os") {
+    if (!text || !versionOf(*text)) return false;
+    settings.os = *text;
+  } else if (key == "camera" || key == "microphone") {
+    const auto status = text ? statusOf(*text) : std::nullopt;
+    if (!status) return false;
+    (key == "camera" ? settings.camera : settings.microphone) = *status;
+  } else if (key == "bundle") {
+    return applyBundle(changes.at(key), settings);
+  } else if (key == "canOpenSettings") {
+    const auto* can = changes.at(key).if_bool();
+    if (!can) return false;
+    settings.canOpenSettings = *can;
+  } else if (key == "appGroup") {
+    if (!text) return false;
+    settings.appGroup = *text;
+  } else {
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+boost::json::object jsonOf(const PhoneSettings& settings) {
+  boost::json::object bundle;
+  for (const auto& [key, text] : settings.bundle) bundle[key] = text;
+  return {{"os", settings.os},
+          {"camera", nameOf(settings.camera)},
+          {"microphone", nameOf(settings.microphone)},
+          {"bundle", std::move(bundle)},
+          {"canOpenSettings", settings.canOpenSettings},
+          {"appGroup", settings.appGroup}};
+}
+
+std::string apply(const boost::json::object& changes, PhoneSettings& settings) {
+  auto changed = settings;
+  for (const auto& [key, value] : changes)
+    if (!applyOne(changes, key, changed)) return "the phone has no such setting: " + std::string(key);
+  settings = std::move(changed);
+  return {};
+}
+
+bool isAtLeast(const std::string& have, int major, int minor, int patch) {
+  return versionOf(have).value_or(std::array{0, 0, 0}) >= std::array{major, minor, patch};
+}
+
+}  // namespace vemo

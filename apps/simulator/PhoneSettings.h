@@ -1,0 +1,32 @@
+#pragma once
+
+#include <boost/json/object.hpp>
+#include <map>
+#include <string>
+
+#include "bridge/CaptureAuthorization.h"
+
+namespace vemo {
+
+/// What can be chosen about a simulated phone.
+struct PhoneSettings {
+  std::string os = "17.0.0";  ///< major.minor.patch
+  AuthorizationStatus camera = AuthorizationStatus::notDetermined;
+  AuthorizationStatus microphone = AuthorizationStatus::notDetermined;
+  std::map<std::string, std::string> bundle{{"CFBundleName", "Classroom"}};
+  bool canOpenSettings = true;
+  std::string appGroup = "group.vemo.classroom";
+};
+
+/// The settings as the page's frame shows them; permissions are "notDetermined",
+/// "restricted", "denied" and "authorized".
+boost::json::object jsonOf(const PhoneSettings& settings);
+
+/// Takes over the keys of `changes`. A key that is unknown or a value that can't be
+/// used changes nothing at all; the result then says which, else it is empty.
+std::string apply(const boost::json::object& changes, PhoneSettings& settings);
+
+/// Whether version `have` is at least major.minor.patch.
+bool isAtLeast(const std::string& have, int major, int minor, int patch);
+
+}  // namespace vemo

@@ -1,0 +1,80 @@
+#include "simulator/StaticFiles.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <fstream>
+#include <system_error>
+#include <utility>
+
+namespace vemo {
+namespace {
+
+constexpr std::uintmax_t kMaxFileBytes = std::uintmax_t{32} << 20U;
+
+bool isPlainName(std::string_view name) {
+  constexpr std::string_view kAllowed =
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789._-";
+  return !name.empty() && !name.starts_with('.') &&
+         name.find_first_not_of(kAllowed) == std::string_view::npos;
+}
+
+}  // namespace
+
+std::optional<std::filesystem::path> fileFor(const std::filesystem::path& folder,
+                                             std::string_view target) {
+  target = target.substr(0, target.find('?'));
+  if (!target.starts_with('/')) return std::nullopt;
+  target.remove_prefix(1);
+  if (target.empty()) target = "index.html";
+
+  std::filesystem::path relative;
+  while (!target.empty()) {
+    const auto end = target.find('/');
+    const auto name = target.substr(0, end);
+    if (!isPlainName(name)) return std::nullopt;
+    relative /= name;
+    target.remove_prefix(end == std::string_view::npos ? target.size() : end + 1);
+  }
+
+  // A link inside the folder may still point out of it.
+  std::error_code problem;
+  const auto root = std::filesystem::canonical(folder, problem);
+  if (problem) return std::nullopt;
+  auto file = std::filesystem::canonical(root / relative, problem);
+  if (problem || !std::filesystem::is_regular_file(file, problem)) return std::nullopt;
+  const auto [inRoot, inFile] = std::mismatch(root.begin(), root.end(), file.begin(), file.end());
+  if (inRoot != root.end()) return std::nullopt;
+  return file;
+}
+
+std::string_view contentType(const std::filesystem::path& file) {
+  constexpr auto kTypes = std::to_array<std::pair<std::string_view, std::string_view>>({
+      {".html", "text/html; charset=utf-8"},
+      {".css", "text/css; charset=utf-8"},
+      {".js", "text/javascript; charset=utf-8"},
+      {".json", "application/json"},
+      {".map", "application/json"},
+      {".svg", "image/svg+xml"},
+      {".png", "image/png"},
+      {".jpg", "image/jpeg"},
+      {".ico", "image/x-icon"},
+      {".txt", "text/plain; charset=utf-8"},
+  });
+  const auto extension = file.extension().string();
+  const auto found = std::ranges::find(kTypes, std::string_view(extension),
+                                       [](const auto& type) { return type.first; });
+  return found == kTypes.end() ? "application/octet-stream" : found->second;
+}
+
+std::optional<std::string> readFile(const std::filesystem::path& file) {
+  std::error_code problem;
+  const auto size = std::filesystem::file_size(file, problem);
+  if (problem || size > kMaxFileBytes) return std::nullopt;
+  std::ifstream in(file, std::ios::binary);
+  std::string bytes(static_cast<std::size_t>(size), '\0');
+  if (!in.read(bytes.data(), static_cast<std::streamsize>(bytes.size()))) return std::nullopt;
+  return bytes;
+}
+
+}  // namespace vemo

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace vemo {
+
+/// The regular file in `folder` that a request for `target` means ("/" is the index,
+/// a query is ignored); nothing when there is none, when the target could lead out of
+/// the folder, or when it names a hidden file. Names hold letters, digits and "._-"
+/// alone, so there is nothing to decode.
+std::optional<std::filesystem::path> fileFor(const std::filesystem::path& folder,
+                                             std::string_view target);
+
+/// The media type of a file by its extension.
+std::string_view contentType(const std::filesystem::path& file);
+
+/// All bytes of a file; nothing when it can't be read or is longer than 32 MiB.
+std::optional<std::string> readFile(const std::filesystem::path& file);
+
+}  // namespace vemo

@@ -1,0 +1,428 @@
+#include "simulator/WebServer.h"
+
+#include <algorithm>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/signal_set.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/beast/core.hpp>
+#include <boost/beast/http.hpp>
+#include <boost/beast/websocket.hpp>
+#include <chrono>
+#include <csignal>
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "simulator/StaticFiles.h"
+
+namespace vemo {
+
+namespace asio = boost::asio;
+namespace beast = boost::beast;
+namespace http = beast::http;
+namespace websocket = beast::websocket;
+using asio::ip::tcp;
+using Request = http::request<http::string_body>;
+using Response = http::response<http::string_body>;
+
+namespace {
+
+constexpr std::size_t kMaxHeaderBytes = 16'384;
+constexpr std::uint64_t kMaxBodyBytes = 1024;  // nothing here reads a body
+constexpr auto kHttpTimeout = std::chrono::seconds(30);
+constexpr auto kFarewell = std::chrono::milliseconds(500);
+
+class PageConnection;
+
+/// What is to be sent to one page. Handed out to any thread, so it knows when the
+/// connection, and with it the server's loop, is no longer there.
+class Outbox final : public PageSocket {
+ public:
+  Outbox(asio::io_context& io, std::size_t limit) : io_(io), limit_(limit) {}
+
+  void attach(std::weak_ptr<PageConnection> connection) { connection_ = std::move(connection); }
+
+  void send(std::string text) override;
+
+  /// The frames that wait, oldest first. `overflow` is set when the page reads too slowly.
+  std::deque<std::string> take(bool& overflow) {
+    const std::lock_guard lock(mutex_);
+    scheduled_ = false;
+    overflow = unsent_ > limit_;
+    return std::exchange(frames_, {});
+  }
+
+  void wasSent(std::size_t bytes) {
+    const std::lock_guard lock(mutex_);
+    unsent_ -= bytes;
+  }
+
+  void close() {
+    std::deque<std::string> unsent;  // freed without the lock
+    const std::lock_guard lock(mutex_);
+    closed_ = true;
+    unsent.swap(frames_);
+  }
+
+ private:
+  asio::io_context& io_;
+  const std::size_t limit_;
+  std::weak_ptr<PageConnection> connection_;
+  std::mutex mutex_;
+  std::deque<std::string> frames_;
+  std::size_t unsent_ = 0;
+  bool scheduled_ = false;
+  bool closed_ = false;
+};
+
+std::string_view view(beast::string_view text) { return {text.data(), text.size()}; }
+
+}  // namespace
+
+struct WebServerState {
+  explicit WebServerState(WebServerOptions given) : options(std::move(given)) {}
+
+  WebServerOptions options;
+  asio::io_context io{1};
+  tcp::acceptor acceptor{io};
+  asio::signal_set signals{io};
+  asio::steady_timer pause{io};
+  asio::steady_timer farewell{io};
+  std::vector<std::string> hosts;  // the names by which the server may be called
+  PageListenerFactory makeListener;
+  std::vector<std::weak_ptr<PageConnection>> pages;
+  std::size_t pageCount = 0;
+  bool stopping = false;
+
+  void accept();
+  void stop();
+  void pageLeft() {
+    --pageCount;
+    std::erase_if(pages, [](const auto& page) { return page.expired(); });
+    if (stopping && pageCount == 0) io.stop();
+  }
+
+  bool knowsHost(std::string_view host) const {
+    return std::ranges::find(hosts, host) != hosts.end();
+  }
+  bool knowsOrigin(std::string_view origin) const {
+    constexpr std::string_view kScheme = "http://";
+    return origin.starts_with(kScheme) && knowsHost(origin.substr(kScheme.size()));
+  }
+};
+
+namespace {
+
+/// One page: reads its frames and writes what its outbox holds.
+class PageConnection final : public std::enable_shared_from_this<PageConnection> {
+ public:
+  PageConnection(WebServerState& state, tcp::socket socket)
+      : state_(state),
+        stream_(std::move(socket)),
+        outbox_(std::make_shared<Outbox>(state.io, state.options.maxUnsentBytes)) {
+    ++state_.pageCount;
+  }
+  ~PageConnection() { finish(); }
+  PageConnection(const PageConnection&) = delete;
+  PageConnection& operator=(const PageConnection&) = delete;
+
+  void start(const Request& request) {
+    outbox_->attach(weak_from_this());
+    state_.pages.push_back(weak_from_this());
+    stream_.set_option(websocket::stream_base::timeout{
+        std::chrono::seconds(10), std::chrono::seconds(60), /*keep_alive_pings=*/true});
+    stream_.read_message_max(state_.options.maxFrameBytes);
+    stream_.text(true);
+    stream_.async_accept(request, [self = shared_from_this()](beast::error_code problem) {
+      if (problem) return self->finish();
+      self->listener_ = self->state_.makeListener(self->outbox_);
+      self->read();
+    });
+  }
+
+  /// Writes what the outbox holds, unless a write is under way that will.
+  void flush() {
+    if (finished_) return;
+    bool overflow = false;
+    auto frames = outbox_->take(overflow);
+    if (overflow) return drop("doesn't read what it is sent");
+    std::ranges::move(frames, std::back_inserter(unsent_));
+    if (!writing_) write();
+  }
+
+  void sayGoodbye() {
+    stream_.async_close(websocket::close_code::going_away,
+                        [self = shared_from_this()](beast::error_code) { self->finish(); });
+  }
+
+  /// The page is gone: nothing of it is left when this returns.
+  void finish() {
+    if (std::exchange(finished_, true)) return;
+    outbox_->close();
+    listener_.reset();
+    state_.pageLeft();
+  }
+
+ private:
+  void read() {
+    stream_.async_read(buffer_, [self = shared_from_this()](beast::error_code problem,
+                                                            std::size_t) { self->onRead(problem); });
+  }
+
+  void onRead(beast::error_code problem) {
+    if (finished_) return;
+    if (problem == websocket::error::message_too_big || problem == websocket::error::buffer_overflow)
+      return drop("sent a frame that is too long");
+    if (problem) return finish();
+    if (stream_.got_text()) {
+      const auto bytes = buffer_.cdata();
+      listener_->onText({static_cast<const char*>(bytes.data()), bytes.size()});
+    } else {
+      state_.options.note("a page sent a binary frame; ignored");
+    }
+    buffer_.consume(buffer_.size());
+    if (!finished_) read();
+  }
+
+  void write() {
+    if (unsent_.empty()) return;
+    writing_ = true;
+    stream_.async_write(asio::buffer(unsent_.front()),
+                        [self = shared_from_this()](beast::error_code problem, std::size_t bytes) {
+                          self->writing_ = false;
+                          if (problem) return self->finish();
+                          self->outbox_->wasSent(bytes);
+                          self->unsent_.pop_front();
+                          self->write();
+                        });
+  }
+
+  void drop(std::string_view why) {
+    state_.options.note("dropped a page that " + std::string(why));
+    finish();
+    beast::get_lowest_layer(stream_).close();
+  }
+
+  WebServerState& state_;
+  websocket::stream<beast::tcp_stream, /*deflateSupported=*/false> stream_;
+  beast::flat_buffer buffer_;
+  std::shared_ptr<Outbox> outbox_;
+  std::unique_ptr<PageListener> listener_;
+  std::deque<std::string> unsent_;
+  bool writing_ = false;
+  bool finished_ = false;
+};
+
+void Outbox::send(std::string text) {
+  const std::lock_guard lock(mutex_);
+  if (closed_ || unsent_ > limit_) return;
+  unsent_ += text.size();
+  frames_.push_back(std::move(text));
+  if (std::exchange(scheduled_, true)) return;
+  // Under the lock, so that close() returns only when no one uses the loop any more.
+  asio::post(io_, [connection = connection_] {
+    if (const auto page = connection.lock()) page->flush();
+  });
+}
+
+/// One HTTP connection, until it ends or becomes a page's WebSocket.
+class HttpConnection final : public std::enable_shared_from_this<HttpConnection> {
+ public:
+  HttpConnection(WebServerState& state, tcp::socket socket) : state_(state), stream_(std::move(socket)) {}
+
+  void read() {
+    parser_.emplace();
+    parser_->header_limit(kMaxHeaderBytes);
+    parser_->body_limit(kMaxBodyBytes);
+    stream_.expires_after(kHttpTimeout);
+    http::async_read(stream_, buffer_, *parser_,
+                     [self = shared_from_this()](beast::error_code problem, std::size_t) {
+                       self->onRead(problem);
+                     });
+  }
+
+ private:
+  void onRead(beast::error_code problem) {
+    if (problem == http::error::header_limit)
+      return refuse(http::status::request_header_fields_too_large, "The header is too long.");
+    if (problem == http::error::body_limit)
+      return refuse(http::status::payload_too_large, "The body is too long.");
+    if (problem && problem.category() == make_error_code(http::error::end_of_stream).category() &&
+        problem != http::error::end_of_stream && problem != http::error::partial_message)
+      return refuse(http::status::bad_request, "This is no HTTP request.");
+    if (problem) return;  // the client has gone or is idle
+
+    auto request = parser_->release();
+    if (websocket::is_upgrade(request) && request.target() == "/phone") {
+      const auto why = refusal(request);
+      if (!why.empty()) return refuse(http::status::forbidden, why);
+      stream_.expires_never();
+      auto page = std::make_shared<PageConnection>(state_, stream_.release_socket());
+      return page->start(request);
+    }
+    respond(answer(request), request.keep_alive());
+  }
+
+  // A page of another origin may connect to any address of this machine and give its
+  // own name the address 127.0.0.1; the Host and the Origin it then sends give it away.
+  std::string_view refusal(const Request& request) const {
+    if (!state_.knowsHost(view(request[http::field::host])))
+      return "This server answers only to its own address.";
+    if (!state_.knowsOrigin(view(request[http::field::origin])))
+      return "Only pages of this server may connect.";
+    return {};
+  }
+
+  Response answer(const Request& request) const {
+    if (!state_.knowsHost(view(request[http::field::host])))
+      return text(http::status::misdirected_request, "This server answers only to its own address.");
+    if (request.method() != http::verb::get && request.method() != http::verb::head) {
+      auto response = text(http::status::method_not_allowed, "Only GET and HEAD are served.");
+      response.set(http::field::allow, "GET, HEAD");
+      return response;
+    }
+    if (request.target() == "/phone")
+      return text(http::status::upgrade_required, "This is the address of a WebSocket.");
+    const auto file = fileFor(state_.options.pageFolder, view(request.target()));
+    auto bytes = file ? readFile(*file) : std::nullopt;
+    if (!bytes) return text(http::status::not_found, "There is no such file.");
+
+    Response response(http::status::ok, 11);
+    response.set(http::field::content_type, contentType(*file));
+    const auto size = bytes->size();
+    if (request.method() == http::verb::get) response.body() = std::move(*bytes);
+    response.content_length(size);
+    return response;
+  }
+
+  static Response text(http::status status, std::string_view sentence) {
+    Response response(status, 11);
+    response.set(http::field::content_type, "text/plain; charset=utf-8");
+    response.body() = std::string(sentence) + "\n";
+    response.prepare_payload();
+    return response;
+  }
+
+  void refuse(http::status status, std::string_view sentence) {
+    respond(text(status, sentence), /*keepAlive=*/false);
+  }
+
+  void respond(Response response, bool keepAlive) {
+    response.set(http::field::server, "vemo-simulator");
+    response.set(http::field::cache_control, "no-cache");
+    response.set("X-Content-Type-Options", "nosniff");
+    // The web view runs the scripts that the application gives it, hence unsafe-eval.
+    response.set("Content-Security-Policy",
+                 "default-src 'self'; script-src 'self' 'unsafe-eval'; img-src 'self' data: blob:; "
+                 "frame-ancestors 'self'; base-uri 'none'; form-action 'none'");
+    response.keep_alive(keepAlive);
+    response_ = std::move(response);
+    stream_.expires_after(kHttpTimeout);
+    http::async_write(stream_, response_,
+                      [self = shared_from_this(), keepAlive](beast::error_code problem, std::size_t) {
+                        if (problem) return;
+                        if (keepAlive) return self->read();
+                        beast::error_code ignored;
+                        self->stream_.socket().shutdown(tcp::socket::shutdown_send, ignored);
+                      });
+  }
+
+  WebServerState& state_;
+  beast::tcp_stream stream_;
+  beast::flat_buffer buffer_{kMaxHeaderBytes + kMaxBodyBytes};
+  std::optional<http::request_parser<http::string_body>> parser_;
+  Response response_;
+};
+
+}  // namespace
+
+void WebServerState::accept() {
+  acceptor.async_accept([this](beast::error_code problem, tcp::socket socket) {
+    if (problem == asio::error::operation_aborted || stopping) return;
+    if (problem) {  // such as no free file descriptor: try again a little later
+      options.note("can't accept a connection: " + problem.message());
+      pause.expires_after(std::chrono::milliseconds(100));
+      pause.async_wait([this](beast::error_code stopped) {
+        if (!stopped) accept();
+      });
+      return;
+    }
+    std::make_shared<HttpConnection>(*this, std::move(socket))->read();
+    accept();
+  });
+}
+
+void WebServerState::stop() {
+  if (std::exchange(stopping, true)) return;
+  beast::error_code ignored;
+  acceptor.close(ignored);
+  pause.cancel();
+  signals.cancel(ignored);
+  if (pageCount == 0) return io.stop();
+  for (const auto& page : std::vector(pages))
+    if (const auto alive = page.lock()) alive->sayGoodbye();
+  farewell.expires_after(kFarewell);  // a page that doesn't answer is left behind
+  farewell.async_wait([this](beast::error_code) { io.stop(); });
+}
+
+std::unique_ptr<WebServer> WebServer::open(WebServerOptions options, std::string& error) {
+  std::error_code missing;
+  if (!std::filesystem::is_regular_file(options.pageFolder / "index.html", missing)) {
+    error = "There is no built page in " + options.pageFolder.string() + " (no index.html).";
+    return nullptr;
+  }
+  auto state = std::make_unique<WebServerState>(std::move(options));
+  const tcp::endpoint address(asio::ip::address_v4::loopback(), state->options.port);
+  beast::error_code problem;
+  auto& acceptor = state->acceptor;
+  acceptor.open(address.protocol(), problem);
+  if (!problem) acceptor.set_option(asio::socket_base::reuse_address(true), problem);
+  if (!problem) acceptor.bind(address, problem);
+  if (!problem) acceptor.listen(asio::socket_base::max_listen_connections, problem);
+  if (problem) {
+    const auto port = std::to_string(state->options.port);
+    error = problem == asio::error::address_in_use
+                ? "Port " + port + " is in use by another program."
+                : "Can't listen on port " + port + ": " + problem.message() + ".";
+    return nullptr;
+  }
+  const auto port = std::to_string(acceptor.local_endpoint().port());
+  state->hosts = {"127.0.0.1:" + port, "localhost:" + port};
+  if (port == "80") state->hosts.insert(state->hosts.end(), {"127.0.0.1", "localhost"});
+  return std::unique_ptr<WebServer>(new WebServer(std::move(state)));
+}
+
+WebServer::WebServer(std::unique_ptr<WebServerState> state) : state_(std::move(state)) {}
+
+WebServer::~WebServer() = default;
+
+std::uint16_t WebServer::port() const { return state_->acceptor.local_endpoint().port(); }
+
+void WebServer::run(PageListenerFactory makeListener) {
+  state_->makeListener = std::move(makeListener);
+  state_->accept();
+  state_->io.run();
+  for (const auto& page : std::vector(state_->pages))
+    if (const auto alive = page.lock()) alive->finish();
+  state_->makeListener = nullptr;
+}
+
+void WebServer::post(std::function<void()> task) { asio::post(state_->io, std::move(task)); }
+
+void WebServer::stop() {
+  asio::post(state_->io, [this] { state_->stop(); });
+}
+
+void WebServer::stopOnSignals() {
+  state_->signals.add(SIGINT);
+  state_->signals.add(SIGTERM);
+  state_->signals.async_wait([this](beast::error_code problem, int) {
+    if (!problem) state_->stop();
+  });
+}
+
+}  // namespace vemo

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "simulator/PageSocket.h"
+
+namespace vemo {
+
+struct WebServerOptions {
+  std::uint16_t port = 0;            ///< 0: any free one
+  std::filesystem::path pageFolder;  ///< what is served, subfolders included
+  /// Longer frames of a page end its connection. A page message travels quoted in a
+  /// frame, which can make it longer by half or more.
+  std::size_t maxFrameBytes = std::size_t{4} << 20U;
+  /// A page for which more than this waits to be sent is dropped.
+  std::size_t maxUnsentBytes = std::size_t{16} << 20U;
+  /// Takes a line for the operator, such as why a page was dropped. Server's thread.
+  std::function<void(std::string_view line)> note = [](std::string_view) {};
+};
+
+struct WebServerState;
+
+/// An HTTP server on the loopback interface: files of a folder, and a WebSocket at
+/// "/phone" for pages of its own. Requests that name another host, and WebSockets of
+/// pages that came from elsewhere, are refused, so no foreign page can reach it.
+///
+/// Threads: run makes its caller the server's thread; post and stop from any.
+class WebServer {
+ public:
+  /// A server that listens already; null, with a sentence in `error`, when it can't.
+  static std::unique_ptr<WebServer> open(WebServerOptions options, std::string& error);
+  ~WebServer();
+  WebServer(const WebServer&) = delete;
+  WebServer& operator=(const WebServer&) = delete;
+
+  std::uint16_t port() const;
+
+  /// Serves until stop; every listener has been destroyed when it returns.
+  void run(PageListenerFactory makeListener);
+
+  /// Runs `task` on the server's thread, in the order of posting.
+  void post(std::function<void()> task);
+
+  /// Says goodbye to all pages and ends run. More than once is no harm.
+  void stop();
+
+  /// Stops on SIGINT and SIGTERM.
+  void stopOnSignals();
+
+ private:
+  explicit WebServer(std::unique_ptr<WebServerState> state);
+  std::unique_ptr<WebServerState> state_;
+};
+
+}  // namespace vemo

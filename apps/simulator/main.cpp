@@ -1,0 +1,79 @@
+#include <exception>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "engine/ClassroomCloud.h"
+#include "platform/JsonLineLogger.h"
+#include "platform/MainThreadQueue.h"
+#include "platform/StreamSystemLog.h"
+#include "simulator/Options.h"
+#include "simulator/Phone.h"
+#include "simulator/SimulatedMusic.h"
+#include "simulator/WebServer.h"
+
+namespace {
+
+constexpr int kUsageError = 2;
+
+int fail(std::string_view sentence) {
+  std::cerr << "vemo-simulator: " << sentence << '\n';
+  return kUsageError;
+}
+
+int run(int argc, char** argv) {
+  using namespace vemo;
+  std::string error;
+  const auto options = optionsFrom(argc, argv, error);
+  if (!options) return fail(error);
+  if (options->help) {
+    std::cout << usage();
+    return 0;
+  }
+
+  const auto note = [](std::string_view line) { std::cerr << "vemo-simulator: " << line << '\n'; };
+  WebServerOptions web;
+  web.port = options->port;
+  web.pageFolder = options->pageFolder.empty() ? VEMO_PAGE_FOLDER : options->pageFolder;
+  web.note = note;
+  const auto server = WebServer::open(std::move(web), error);
+  if (!server) return fail(error);
+
+  JsonLineLoggerOptions logging;
+  logging.file = options->logFile;
+  const auto logger = JsonLineLogger::create(logging, &error);
+  if (!logger) return fail("Can't write the log: " + error);
+  StreamSystemLog systemLog;
+
+  MainThreadQueue* work = nullptr;
+  MainThreadQueue mainQueue([&] { server->post([&] { work->drain(); }); });
+  work = &mainQueue;
+  {
+    CloudOptions cloudOptions;
+    cloudOptions.seed = options->seed;
+    cloudOptions.roomCapacity = options->roomCapacity;
+    cloudOptions.musicDuration = simulatedMusic;
+    ClassroomCloud cloud(cloudOptions);
+    const PhoneEnvironment environment{cloud, *logger, systemLog, mainQueue, note};
+
+    server->stopOnSignals();
+    std::cout << "http://127.0.0.1:" << server->port() << "/" << std::endl;
+    server->run([&](std::shared_ptr<PageSocket> page) {
+      return std::make_unique<Phone>(environment, std::move(page));
+    });
+  }
+  mainQueue.drain();  // what the last phones left behind
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return run(argc, argv);
+  } catch (const std::exception& problem) {
+    return fail(std::string("Stopped: ") + problem.what());
+  }
+}

@@ -1,0 +1,23 @@
+// Bundles the pages into dist/, which the simulator serves.
+import { build } from 'esbuild';
+import { cp, mkdir, rm } from 'node:fs/promises';
+
+const here = new URL('.', import.meta.url);
+const dist = new URL('dist/', here);
+
+await rm(dist, { recursive: true, force: true });
+await mkdir(dist);
+await build({
+  absWorkingDir: here.pathname,
+  entryPoints: { shell: 'src/shell/main.ts', classroom: 'src/classroom/main.ts' },
+  bundle: true,
+  format: 'esm',
+  target: 'es2021',
+  sourcemap: true,
+  minify: true,
+  outdir: 'dist',
+  logLevel: 'warning',
+});
+for (const file of ['index.html', 'classroom.html', 'icon.svg']) {
+  await cp(new URL(file, here), new URL(file, dist));
+}

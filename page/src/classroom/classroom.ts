@@ -1,0 +1,331 @@
+// The class as this page knows it: who is in the room, what the own devices do, and the
+// commands that change it. It draws nothing.
+
+import { Bridge, BridgeError, type JsonObject } from '../bridge';
+import { errorInWords, exitInWords, leaveInWords } from '../words';
+import { LocalMedia } from './localMedia';
+import { ScreenShare } from './screenShare';
+
+export const anchorRole = 20;
+export const audienceRole = 21;
+const onlineClassScene = 1;
+
+export type Phase = 'connecting' | 'stopped' | 'outside' | 'entering' | 'inside' | 'leaving';
+export type Connection = 'good' | 'lost' | 'reconnecting';
+export type Tone = 'info' | 'good' | 'bad';
+
+export interface Person {
+  userId: string;
+  own: boolean;
+  audio: boolean;
+  video: boolean;
+  screen: boolean;
+  /** 0 to 100. */
+  volume: number;
+  /** 0 unknown, 1 excellent to 6 unusable. */
+  quality: number;
+  /** What this page has asked for: how the person is heard and seen here. */
+  audioMuted: boolean;
+  videoMuted: boolean;
+  playVolume: number;
+}
+
+export interface EnterForm {
+  name: string;
+  roomId: number;
+  role: number;
+  sdkAppId: number;
+  userSig: string;
+}
+
+/** A failure in words, with the router's own text. */
+export interface Problem {
+  words: string;
+  detail: string;
+}
+
+export interface Watcher {
+  /** Something that is drawn has changed. */
+  changed(): void;
+  /** Something worth a passing notice has happened. */
+  notice(text: string, tone: Tone): void;
+}
+
+export class Classroom {
+  phase: Phase = 'connecting';
+  connection: Connection = 'good';
+  role = audienceRole;
+  roomId = 0;
+  userId = '';
+  version = '';
+  problem: Problem | undefined;
+  statistics: JsonObject | undefined;
+  readonly people = new Map<string, Person>();
+  readonly media: LocalMedia;
+  readonly share: ScreenShare;
+
+  constructor(
+    readonly bridge: Bridge,
+    readonly watcher: Watcher,
+  ) {
+    this.media = new LocalMedia(this);
+    this.share = new ScreenShare(this);
+    this.listen();
+    bridge.onState = (state) => {
+      if (state === 'ready') void this.start();
+      if (state === 'stopped') {
+        this.reset();
+        this.phase = 'stopped';
+        watcher.changed();
+      }
+    };
+  }
+
+  get own(): Person | undefined {
+    return this.people.get(this.userId);
+  }
+
+  /** Connects to the application, again where it had stopped. */
+  connect(): void {
+    this.phase = 'connecting';
+    this.problem = undefined;
+    this.watcher.changed();
+    this.bridge.connect();
+  }
+
+  async enter(form: EnterForm): Promise<void> {
+    this.reset();
+    this.phase = 'entering';
+    this.problem = undefined;
+    this.userId = form.name;
+    this.roomId = form.roomId;
+    this.role = form.role;
+    this.watcher.changed();
+    try {
+      const { elapsed } = await this.bridge.call('enterRoom', {
+        sdkAppId: form.sdkAppId,
+        userId: form.name,
+        userSig: form.userSig,
+        roomId: form.roomId,
+        role: form.role,
+        appScene: onlineClassScene,
+        autoRecvAudio: true,
+        autoRecvVideo: true,
+      });
+      if (Number(elapsed) < 0) throw new BridgeError('enterRoom', Number(elapsed), '');
+      this.phase = 'inside';
+      this.person(form.name);
+      this.notice(`You are in room ${form.roomId}.`, 'good');
+    } catch (error) {
+      this.failedToEnter(error);
+    }
+    this.watcher.changed();
+  }
+
+  async leave(): Promise<void> {
+    this.phase = 'leaving';
+    this.watcher.changed();
+    await this.attempt('exitRoom');
+    if (this.phase !== 'leaving') return;
+    this.reset();
+    this.phase = 'outside';
+    this.watcher.changed();
+  }
+
+  /** Goes on stage or back to the audience; the answer comes when the room has agreed. */
+  async switchRole(role: number): Promise<void> {
+    const done = await this.attempt('switchRole', { role }, { nativecb: 'switchRole' });
+    if (!done) return;
+    this.role = role;
+    if (role === audienceRole) this.media.takenAway();
+    this.notice(role === anchorRole ? 'You are on stage.' : 'You are in the audience.', 'good');
+    this.watcher.changed();
+  }
+
+  /** Sends a command; a failure becomes a notice. Gives its value, or nothing. */
+  async attempt(
+    command: string,
+    params?: JsonObject,
+    options?: { nativecb?: string },
+  ): Promise<JsonObject | undefined> {
+    try {
+      return await this.bridge.call(command, params, options);
+    } catch (error) {
+      if (!(error instanceof BridgeError)) throw error;
+      if (!error.stopped) {
+        const detail = error.message && ` (${error.message})`;
+        this.notice(`${errorInWords(error.code)}${detail}`, 'bad');
+      }
+      return undefined;
+    }
+  }
+
+  notice(text: string, tone: Tone): void {
+    this.watcher.notice(text, tone);
+  }
+
+  private async start(): Promise<void> {
+    try {
+      await this.bridge.register();
+      await this.bridge.call('initSDK');
+      this.version = String((await this.bridge.call('getSDKVersion'))['version'] ?? '');
+      await this.share.ask();
+      this.phase = 'outside';
+    } catch (error) {
+      if (error instanceof BridgeError && error.stopped) return;
+      this.problem = inWords(error);
+      this.phase = 'outside';
+    }
+    this.watcher.changed();
+  }
+
+  private failedToEnter(error: unknown): void {
+    this.reset();
+    if (this.phase === 'stopped') return;
+    this.phase = 'outside';
+    this.problem = inWords(error);
+  }
+
+  private reset(): void {
+    this.people.clear();
+    this.connection = 'good';
+    this.statistics = undefined;
+    this.media.takenAway();
+    this.share.ended();
+  }
+
+  private person(userId: string): Person {
+    let person = this.people.get(userId);
+    if (!person) {
+      person = {
+        userId,
+        own: userId === this.userId,
+        audio: false,
+        video: false,
+        screen: false,
+        volume: 0,
+        quality: 0,
+        audioMuted: false,
+        videoMuted: false,
+        playVolume: 100,
+      };
+      this.people.set(userId, person);
+    }
+    return person;
+  }
+
+  // Events reach the page for as long as its router lives; those of a room that the page
+  // has left, or failed to enter, change nothing here.
+  private listen(): void {
+    const inRoom = (handler: (value: JsonObject) => void) => (value: JsonObject) => {
+      if (this.phase !== 'inside') return;
+      handler(value);
+      this.watcher.changed();
+    };
+    const { bridge } = this;
+
+    bridge.on('onEnterRoom', () => {});
+    bridge.on(
+      'onExitRoom',
+      inRoom(({ reason }) => {
+        this.reset();
+        this.phase = 'outside';
+        const words = exitInWords(Number(reason));
+        this.problem = words ? { words, detail: '' } : undefined;
+      }),
+    );
+    bridge.on('onError', ({ errCode, errMsg }) => {
+      if (this.phase !== 'inside') return;
+      this.notice(`${errorInWords(Number(errCode))} (${String(errMsg)})`, 'bad');
+    });
+    bridge.on('onWarning', ({ warningMsg }) => this.notice(String(warningMsg), 'info'));
+
+    bridge.on(
+      'onRemoteUserEnterRoom',
+      inRoom(({ remoteUserId }) => {
+        this.person(String(remoteUserId));
+        this.notice(`${String(remoteUserId)} came in.`, 'info');
+      }),
+    );
+    bridge.on(
+      'onRemoteUserLeaveRoom',
+      inRoom(({ remoteUserId, reason }) => {
+        this.people.delete(String(remoteUserId));
+        this.notice(`${String(remoteUserId)} ${leaveInWords(Number(reason))}.`, 'info');
+      }),
+    );
+    bridge.on(
+      'onUserAudioAvailable',
+      inRoom(({ availableUserId, available }) => {
+        this.person(String(availableUserId)).audio = Boolean(available);
+      }),
+    );
+    bridge.on(
+      'onUserVideoAvailable',
+      inRoom(({ availableUserId, available }) => {
+        const person = this.person(String(availableUserId));
+        person.video = Boolean(available);
+        const userId = person.userId;
+        if (person.video) void this.attempt('startRemoteView', { userId, streamType: 0 });
+        else void this.attempt('stopRemoteView', { userId, streamType: 0 });
+      }),
+    );
+    bridge.on(
+      'onUserSubStreamAvailable',
+      inRoom(({ availableUserId, available }) => {
+        const person = this.person(String(availableUserId));
+        person.screen = Boolean(available);
+        const userId = person.userId;
+        if (person.screen) void this.attempt('startRemoteSubStreamView', { userId });
+        else void this.attempt('stopRemoteSubStreamView', { userId });
+      }),
+    );
+
+    bridge.on(
+      'onUserVoiceVolume',
+      inRoom(({ userVolumes }) => {
+        const volumes = new Map(
+          records(userVolumes).map(({ userId, volume }) => [String(userId), Number(volume)]),
+        );
+        for (const person of this.people.values()) person.volume = volumes.get(person.userId) ?? 0;
+      }),
+    );
+    bridge.on(
+      'onNetworkQuality',
+      inRoom(({ localQuality, remoteQuality }) => {
+        for (const { userId, quality } of [...records([localQuality]), ...records(remoteQuality)]) {
+          const person = this.people.get(String(userId));
+          if (person) person.quality = Number(quality);
+        }
+      }),
+    );
+    bridge.on(
+      'onStatistics',
+      inRoom(({ statistics }) => {
+        this.statistics = records([statistics])[0];
+      }),
+    );
+
+    const connection = (state: Connection, text: string, tone: Tone) =>
+      inRoom(() => {
+        this.connection = state;
+        this.notice(text, tone);
+      });
+    bridge.on('onConnectionLost', connection('lost', 'The connection is lost.', 'bad'));
+    bridge.on('onTryToReconnect', connection('reconnecting', 'Trying to reconnect …', 'info'));
+    bridge.on('onConnectionRecovery', connection('good', 'The connection is back.', 'good'));
+  }
+}
+
+/** The objects in a list of an event; what is something else is left out. */
+export function records(list: unknown): JsonObject[] {
+  if (!Array.isArray(list)) return [];
+  return list.filter((item): item is JsonObject => typeof item === 'object' && item !== null);
+}
+
+function inWords(error: unknown): Problem {
+  if (error instanceof BridgeError) {
+    return { words: errorInWords(error.code), detail: error.message };
+  }
+  return { words: 'Something went wrong.', detail: String(error) };
+}

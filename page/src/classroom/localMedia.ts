@@ -1,0 +1,90 @@
+// The own microphone and camera.
+
+import type { Classroom } from './classroom';
+
+/** Off: not started, or stopped. Muted: running, but the others get nothing of it. */
+export type DeviceState = 'off' | 'starting' | 'on' | 'muted';
+
+export class LocalMedia {
+  microphone: DeviceState = 'off';
+  camera: DeviceState = 'off';
+  frontCamera = true;
+  /** 1 speech, 2 default, 3 music. */
+  audioQuality = 2;
+
+  constructor(private readonly room: Classroom) {
+    const { bridge } = room;
+    bridge.on('onMicDidReady', () => {});
+    bridge.on('onCameraDidReady', () => {});
+    bridge.on('onSendFirstLocalAudioFrame', () => {});
+    bridge.on('onSendFirstLocalVideoFrame', () => {});
+    bridge.on('onAudioRouteChanged', ({ route }) =>
+      room.notice(Number(route) === 0 ? 'Sound comes from the speaker.' : 'Sound comes from the earpiece.', 'info'),
+    );
+  }
+
+  /** The room, or the stage, is left: the devices are off. */
+  takenAway(): void {
+    this.microphone = 'off';
+    this.camera = 'off';
+  }
+
+  /** Starts the microphone, or mutes or unmutes it once it runs. */
+  async toggleMicrophone(): Promise<void> {
+    if (this.microphone === 'off') return this.startMicrophone();
+    if (this.microphone === 'starting') return;
+    const mute = this.microphone === 'on';
+    if (await this.room.attempt('muteLocalAudio', { mute })) this.microphone = mute ? 'muted' : 'on';
+    this.changed();
+  }
+
+  async startMicrophone(): Promise<void> {
+    this.microphone = 'starting';
+    this.changed();
+    const started = await this.room.attempt('startLocalAudio', { quality: this.audioQuality });
+    this.microphone = started ? 'on' : 'off';
+    this.changed();
+  }
+
+  async stopMicrophone(): Promise<void> {
+    if (await this.room.attempt('stopLocalAudio')) this.microphone = 'off';
+    this.changed();
+  }
+
+  /** Starts the camera, or mutes or unmutes it once it runs. */
+  async toggleCamera(): Promise<void> {
+    if (this.camera === 'off') return this.startCamera();
+    if (this.camera === 'starting') return;
+    const mute = this.camera === 'on';
+    if (await this.room.attempt('muteLocalVideo', { mute })) this.camera = mute ? 'muted' : 'on';
+    this.changed();
+  }
+
+  async startCamera(): Promise<void> {
+    this.camera = 'starting';
+    this.changed();
+    const started = await this.room.attempt('startLocalPreview', { frontCamera: this.frontCamera });
+    this.camera = started ? 'on' : 'off';
+    this.changed();
+  }
+
+  async stopCamera(): Promise<void> {
+    if (await this.room.attempt('stopLocalPreview')) this.camera = 'off';
+    this.changed();
+  }
+
+  async switchCamera(): Promise<void> {
+    const frontCamera = !this.frontCamera;
+    if (await this.room.attempt('switchCamera', { frontCamera })) this.frontCamera = frontCamera;
+    this.changed();
+  }
+
+  private changed(): void {
+    const own = this.room.own;
+    if (own) {
+      own.audio = this.microphone === 'on';
+      own.video = this.camera === 'on' || this.camera === 'muted';
+    }
+    this.room.watcher.changed();
+  }
+}

@@ -1,0 +1,118 @@
+// The people in the room, a tile each, and a wide tile for a shared screen.
+
+import { h, icon, setData } from '../dom';
+import { hueOf } from '../hue';
+import { qualityInWords } from '../words';
+import type { Classroom, Person } from './classroom';
+
+const cameraView = 0;
+const screenView = 2;
+
+interface Tile {
+  element: HTMLElement;
+  update(): void;
+}
+
+export class Tiles {
+  readonly element = h('section', { class: 'tiles', 'aria-label': 'People', 'data-native-clip': '' });
+  private readonly tiles = new Map<string, Tile>();
+
+  constructor(private readonly classroom: Classroom) {}
+
+  update(): void {
+    const { people } = this.classroom;
+    const wanted = new Map<string, () => Tile>();
+    for (const person of people.values())
+      if (person.screen) wanted.set(`${person.userId}/${screenView}`, () => screenTile(person));
+    for (const person of people.values())
+      wanted.set(`${person.userId}/${cameraView}`, () => personTile(person, this.classroom));
+
+    for (const [name, tile] of this.tiles) {
+      if (wanted.has(name)) continue;
+      tile.element.remove();
+      this.tiles.delete(name);
+    }
+    for (const [name, make] of wanted) {
+      let tile = this.tiles.get(name);
+      if (!tile) {
+        tile = make();
+        this.tiles.set(name, tile);
+        if (name.endsWith(`/${screenView}`)) this.element.prepend(tile.element);
+        else this.element.append(tile.element);
+      }
+      tile.update();
+    }
+    setData(this.element, 'count', String(Math.min(people.size, 9)));
+    setData(this.element, 'screen', [...people.values()].some(({ screen }) => screen) ? 'yes' : 'no');
+  }
+}
+
+function personTile(first: Person, classroom: Classroom): Tile {
+  const { userId, own } = first;
+  const picture = h(
+    'div',
+    { class: 'picture' },
+    h('span', { class: 'avatar', style: `--hue: ${hueOf(userId)}` }, initials(userId)),
+  );
+  const microphone = h('span', { class: 'state' });
+  const camera = h('span', { class: 'state' });
+  const level = h('span', { class: 'level-bar' });
+  const meter = h(
+    'span',
+    { class: 'level', role: 'meter', 'aria-label': 'Volume', 'aria-valuemin': 0, 'aria-valuemax': 100 },
+    level,
+  );
+  const quality = h('span', { class: 'quality', role: 'img' }, h('i'), h('i'), h('i'), h('i'));
+  const name = own ? `${userId} (you)` : userId;
+  const element = h(
+    'article',
+    { class: 'tile', 'data-user': userId, 'aria-label': name },
+    picture,
+    h('footer', {}, microphone, camera, h('span', { class: 'name' }, name), meter, quality),
+  );
+  const show = (state: HTMLElement, on: boolean, yes: 'mic' | 'camera', no: 'micOff' | 'cameraOff') => {
+    const value = on ? 'on' : 'off';
+    if (state.dataset['state'] === value) return;
+    setData(state, 'state', value);
+    state.replaceChildren(icon(on ? yes : no));
+    state.title = `${yes === 'mic' ? 'Microphone' : 'Camera'} ${value}`;
+  };
+  return {
+    element,
+    update() {
+      const person = classroom.people.get(userId);
+      if (!person) return;
+      show(microphone, person.audio, 'mic', 'micOff');
+      show(camera, person.video, 'camera', 'cameraOff');
+      setData(picture, 'nativeView', person.video ? `${userId}/${cameraView}` : undefined);
+      setData(element, 'speaking', person.volume > 10 ? 'yes' : 'no');
+      level.style.width = `${person.volume}%`;
+      meter.setAttribute('aria-valuenow', String(person.volume));
+      setData(quality, 'quality', String(person.quality));
+      const words = `Network ${qualityInWords(person.quality)}`;
+      if (quality.title !== words) {
+        quality.title = words;
+        quality.setAttribute('aria-label', words);
+      }
+    },
+  };
+}
+
+function screenTile({ userId }: Person): Tile {
+  const element = h(
+    'article',
+    { class: 'tile screen', 'data-screen-of': userId, 'aria-label': `Screen of ${userId}` },
+    h('div', { class: 'picture', 'data-native-view': `${userId}/${screenView}` }),
+    h('footer', {}, icon('screen'), h('span', { class: 'name' }, `${userId} shares a screen`)),
+  );
+  return { element, update() {} };
+}
+
+function initials(userId: string): string {
+  const words = userId.split(/\s+/).filter(Boolean);
+  return words
+    .slice(0, 2)
+    .map((word) => [...word][0] ?? '')
+    .join('')
+    .toUpperCase();
+}

@@ -1,0 +1,111 @@
+// The simulator's shell: a phone whose web view is a frame with the classroom page.
+
+import { h, icon, setData } from '../dom';
+import './shell.css';
+import { PhoneLink } from './link';
+import { NativeViews } from './nativeViews';
+import { Overlays } from './overlays';
+import { Panel } from './panel';
+
+const picturesEveryMs = 250;
+
+const frame = h('iframe', { class: 'web-view', title: 'Classroom' });
+const views = new NativeViews(frame);
+const link = new PhoneLink({
+  onState(state) {
+    setData(document.body, 'phone', state);
+    if (state === 'ready') return;
+    overlays.clear();
+    views.show([]);
+    if (state === 'stopped') panel.problem('The simulator has stopped.');
+    else panel.note('A new page connects.');
+  },
+  onFrame(received) {
+    switch (received.kind) {
+      case 'script':
+        return panel.ran(received.text, received.needLog);
+      case 'settings':
+        application = received.settings.bundle['CFBundleName'] ?? 'the application';
+        panel.setSettings(received.settings);
+        return overlays.setSettings(received.settings);
+      case 'prompt':
+        return overlays.showPrompt(received);
+      case 'alert':
+        return overlays.showAlert(received);
+      case 'openSettings':
+        return overlays.showSettings();
+      case 'broadcastPicker':
+        return overlays.showBroadcastPicker(application);
+      case 'pictures':
+        return views.show(received.pictures);
+      case 'problem':
+        return panel.problem(received.text);
+    }
+  },
+  onMessage: (text) => panel.sent(text),
+  onScriptError: (script, error) => panel.problem(`${String(error)} in ${script.slice(0, 200)}`),
+});
+let application = 'the application';
+const overlays = new Overlays(link);
+const panel = new Panel(link, () => showPanel(false));
+window.vemoHost = link;
+
+function showPanel(open: boolean): void {
+  setData(document.body, 'panel', open ? 'open' : 'closed');
+  panelButton.setAttribute('aria-expanded', String(open));
+}
+function showDevice(kind: 'phone' | 'tablet'): void {
+  setData(device, 'device', kind);
+  phoneButton.setAttribute('aria-pressed', String(kind === 'phone'));
+  tabletButton.setAttribute('aria-pressed', String(kind === 'tablet'));
+}
+function toolButton(name: Parameters<typeof icon>[0], title: string, press: () => void): HTMLElement {
+  const button = h('button', { class: 'icon-button', title, 'aria-label': title, onclick: press });
+  button.append(icon(name));
+  return button;
+}
+
+const clock = h('span', { class: 'clock' });
+const tick = () => (clock.textContent = new Date().toTimeString().slice(0, 5));
+tick();
+setInterval(tick, 10_000);
+
+const device = h(
+  'div',
+  { class: 'device' },
+  h(
+    'div',
+    { class: 'status-bar', 'aria-hidden': 'true' },
+    clock,
+    h('span', { class: 'battery' }, h('span')),
+  ),
+  h('div', { class: 'screen' }, frame, views.element, overlays.element),
+);
+const phoneButton = toolButton('phone', 'Phone', () => showDevice('phone'));
+const tabletButton = toolButton('tablet', 'Tablet', () => showDevice('tablet'));
+const panelButton = toolButton('log', 'Developer panel', () =>
+  showPanel(document.body.dataset['panel'] !== 'open'),
+);
+const reloadButton = toolButton('refresh', 'Reload the page', () =>
+  frame.contentWindow?.location.reload(),
+);
+
+document.body.append(
+  h(
+    'header',
+    { class: 'toolbar' },
+    h('img', { src: 'icon.svg', alt: '', width: 24, height: 24 }),
+    h('h1', {}, 'vemo simulator'),
+    h('div', { class: 'segmented' }, phoneButton, tabletButton),
+    reloadButton,
+    panelButton,
+  ),
+  h('main', { class: 'desk' }, device),
+  panel.element,
+);
+showDevice(innerWidth >= 1000 ? 'tablet' : 'phone');
+showPanel(false);
+frame.src = 'classroom.html';
+setInterval(() => {
+  if (frame.contentDocument?.querySelector('[data-native-view]')) link.send({ kind: 'pictures' });
+}, picturesEveryMs);

@@ -1,0 +1,249 @@
+// The native views of the phone, drawn above the page: each over the element of the page
+// that names its user and view type (data-native-view="USER/TYPE").
+
+import { h } from '../dom';
+import { hueOf } from '../hue';
+import type { Picture } from './link';
+
+interface Shown {
+  picture: Picture;
+  canvas: HTMLCanvasElement;
+}
+
+export class NativeViews {
+  readonly element = h('div', { class: 'native-views' });
+  private readonly shown = new Map<string, Shown>();
+
+  constructor(private readonly frame: HTMLIFrameElement) {
+    const draw = (time: number) => {
+      this.draw(time);
+      requestAnimationFrame(draw);
+    };
+    requestAnimationFrame(draw);
+  }
+
+  /** Shows exactly these pictures. */
+  show(pictures: Picture[]): void {
+    const named = new Map(pictures.map((picture) => [`${picture.userId}/${picture.viewType}`, picture]));
+    for (const [name, { canvas }] of this.shown) {
+      if (named.has(name)) continue;
+      canvas.remove();
+      this.shown.delete(name);
+    }
+    for (const [name, picture] of named) {
+      const known = this.shown.get(name);
+      if (known) {
+        known.picture = picture;
+        continue;
+      }
+      const canvas = h('canvas', { class: 'native-view', 'data-view': name });
+      this.element.append(canvas);
+      this.shown.set(name, { picture, canvas });
+    }
+  }
+
+  private draw(time: number): void {
+    const page = this.frame.contentDocument;
+    for (const [name, { picture, canvas }] of this.shown) {
+      const place = page?.querySelector<HTMLElement>(`[data-native-view="${CSS.escape(name)}"]`);
+      const box = place?.getBoundingClientRect();
+      if (!place || !box || box.width < 2 || box.height < 2) {
+        canvas.style.display = 'none';
+        continue;
+      }
+      this.lay(canvas, place, box);
+      paint(canvas, picture, time);
+      canvas.dataset['kind'] = picture.muteImage ? 'muteImage' : 'live';
+    }
+  }
+
+  // Lays the view over its place, cut off where the place is scrolled out of sight.
+  private lay(canvas: HTMLCanvasElement, place: HTMLElement, box: DOMRect): void {
+    const clip = place.closest('[data-native-clip]')?.getBoundingClientRect();
+    const style = canvas.style;
+    style.display = 'block';
+    style.transform = `translate(${box.left}px, ${box.top}px)`;
+    style.width = `${box.width}px`;
+    style.height = `${box.height}px`;
+    style.borderRadius = getComputedStyle(place).borderRadius;
+    const cut = clip
+      ? [clip.top - box.top, box.right - clip.right, box.bottom - clip.bottom, clip.left - box.left]
+      : [0, 0, 0, 0];
+    style.clipPath = cut.some((edge) => edge > 0)
+      ? `inset(${cut.map((edge) => `${Math.max(0, edge)}px`).join(' ')})`
+      : '';
+    const scale = Math.min(devicePixelRatio, 2);
+    const width = Math.round(box.width * scale);
+    const height = Math.round(box.height * scale);
+    if (canvas.width !== width) canvas.width = width;
+    if (canvas.height !== height) canvas.height = height;
+  }
+}
+
+// Turned, mirrored and fitted as the sender and the viewer have set it.
+function paint(canvas: HTMLCanvasElement, picture: Picture, time: number): void {
+  const context = canvas.getContext('2d');
+  if (!context) return;
+  const { width, height } = canvas;
+  context.setTransform(1, 0, 0, 1, 0, 0);
+  context.fillStyle = '#0b0e14';
+  context.fillRect(0, 0, width, height);
+
+  const across = Math.max(picture.width, 16);
+  const down = Math.max(picture.height, 16);
+  const turns = (((picture.rotation + picture.drawing.rotation) % 4) + 4) % 4;
+  const [shownAcross, shownDown] = turns % 2 ? [down, across] : [across, down];
+  const byWidth = width / shownAcross;
+  const byHeight = height / shownDown;
+  const scale = picture.drawing.fillMode === 1 ? Math.min(byWidth, byHeight) : Math.max(byWidth, byHeight);
+
+  context.translate(width / 2, height / 2);
+  if (isMirrored(picture)) context.scale(-1, 1);
+  context.rotate((turns * Math.PI) / 2);
+  context.scale(scale, scale);
+  context.translate(-across / 2, -down / 2);
+  context.beginPath();
+  context.rect(0, 0, across, down);
+  context.clip();
+  if (picture.muteImage) paintMuteImage(context, picture, across, down);
+  else if (picture.viewType === 2) paintScreen(context, picture, across, down, time);
+  else paintPerson(context, picture, across, down, time);
+  paintLabel(context, picture, across, down);
+}
+
+// Automatic mirroring shows the own front camera as a mirror does.
+function isMirrored({ mirror, front, drawing }: Picture): boolean {
+  const byViewer = drawing.mirrorType === 1 || (drawing.mirrorType === 0 && front);
+  return mirror !== byViewer;
+}
+
+function paintPerson(
+  context: CanvasRenderingContext2D,
+  { userId, fps }: Picture,
+  across: number,
+  down: number,
+  time: number,
+): void {
+  const hue = hueOf(userId);
+  // The picture moves only as often as the stream has frames.
+  const frame = Math.floor((time / 1000) * Math.max(fps, 1)) / Math.max(fps, 1);
+  const sky = context.createLinearGradient(0, 0, across, down);
+  sky.addColorStop(0, `hsl(${hue} 42% 34%)`);
+  sky.addColorStop(1, `hsl(${(hue + 40) % 360} 46% 20%)`);
+  context.fillStyle = sky;
+  context.fillRect(0, 0, across, down);
+
+  const unit = Math.min(across, down);
+  context.fillStyle = `hsl(${hue} 60% 60% / 0.14)`;
+  for (let ring = 0; ring < 4; ++ring) {
+    const at = ((frame / 9 + ring / 4) % 1) * across * 1.4 - across * 0.2;
+    context.beginPath();
+    context.arc(at, down * (0.25 + 0.17 * ring), unit * (0.16 + 0.05 * ring), 0, 2 * Math.PI);
+    context.fill();
+  }
+
+  // Head and shoulders, nodding a little.
+  const sway = Math.sin(frame * 1.3 + hue) * unit * 0.02;
+  const nod = Math.sin(frame * 2.1 + hue) * unit * 0.012;
+  const middle = across / 2 + sway;
+  context.fillStyle = `hsl(${(hue + 200) % 360} 38% 52%)`;
+  context.beginPath();
+  context.ellipse(across / 2, down * 1.05, unit * 0.36, unit * 0.36, 0, 0, 2 * Math.PI);
+  context.fill();
+  context.fillStyle = `hsl(${(hue + 25) % 360} 48% 76%)`;
+  context.beginPath();
+  context.ellipse(middle, down * 0.47 + nod, unit * 0.155, unit * 0.195, 0, 0, 2 * Math.PI);
+  context.fill();
+  context.fillStyle = `hsl(${(hue + 10) % 360} 35% 22%)`;
+  context.beginPath();
+  context.ellipse(middle, down * 0.36 + nod, unit * 0.165, unit * 0.115, 0, Math.PI, 2 * Math.PI);
+  context.fill();
+  const blink = frame % 4 < 0.15 ? 0.2 : 1;
+  context.fillStyle = '#23252f';
+  for (const side of [-1, 1]) {
+    context.beginPath();
+    context.ellipse(
+      middle + side * unit * 0.055,
+      down * 0.46 + nod,
+      unit * 0.014,
+      unit * 0.02 * blink,
+      0,
+      0,
+      2 * Math.PI,
+    );
+    context.fill();
+  }
+  context.strokeStyle = '#23252f';
+  context.lineWidth = unit * 0.01;
+  context.lineCap = 'round';
+  context.beginPath();
+  context.arc(middle, down * 0.52 + nod, unit * 0.05, 0.25 * Math.PI, 0.75 * Math.PI);
+  context.stroke();
+}
+
+function paintScreen(
+  context: CanvasRenderingContext2D,
+  { userId }: Picture,
+  across: number,
+  down: number,
+  time: number,
+): void {
+  const hue = hueOf(userId);
+  context.fillStyle = '#f6f7fb';
+  context.fillRect(0, 0, across, down);
+  context.fillStyle = `hsl(${hue} 55% 52%)`;
+  context.fillRect(0, 0, across, down * 0.1);
+  const lines = 7;
+  const written = (time / 350) % (lines * 8);
+  for (let line = 0; line < lines; ++line) {
+    const full = across * (0.3 + 0.42 * (((line * 37) % 10) / 10));
+    const part = Math.min(1, Math.max(0, (written - line * 6) / 6));
+    context.fillStyle = '#ccd2e0';
+    context.fillRect(across * 0.08, down * (0.2 + line * 0.1), full * part, down * 0.035);
+  }
+  for (let bar = 0; bar < 5; ++bar) {
+    const tall = down * (0.15 + 0.2 * (1 + Math.sin(time / 900 + bar * 1.4)));
+    context.fillStyle = `hsl(${(hue + bar * 22) % 360} 60% 60%)`;
+    context.fillRect(across * (0.66 + bar * 0.052), down * 0.88 - tall, across * 0.036, tall);
+  }
+}
+
+function paintMuteImage(
+  context: CanvasRenderingContext2D,
+  { userId }: Picture,
+  across: number,
+  down: number,
+): void {
+  const hue = hueOf(userId);
+  const unit = Math.min(across, down);
+  context.fillStyle = `hsl(${hue} 30% 26%)`;
+  context.fillRect(0, 0, across, down);
+  context.strokeStyle = `hsl(${hue} 40% 70%)`;
+  context.lineWidth = unit * 0.02;
+  context.strokeRect(unit * 0.08, unit * 0.08, across - unit * 0.16, down - unit * 0.16);
+  context.fillStyle = `hsl(${hue} 40% 82%)`;
+  context.font = `600 ${unit * 0.1}px system-ui, sans-serif`;
+  context.textAlign = 'center';
+  context.textBaseline = 'middle';
+  context.fillText('camera paused', across / 2, down / 2);
+}
+
+// The corner of the picture itself: it turns and mirrors with it, which makes both visible.
+function paintLabel(
+  context: CanvasRenderingContext2D,
+  picture: Picture,
+  across: number,
+  down: number,
+): void {
+  const unit = Math.min(across, down);
+  const kind = picture.viewType === 2 ? 'screen' : picture.front ? 'front' : 'back';
+  context.font = `500 ${unit * 0.055}px system-ui, sans-serif`;
+  context.textAlign = 'left';
+  context.textBaseline = 'alphabetic';
+  context.fillStyle = picture.viewType === 2 ? '#6b7285' : 'rgb(255 255 255 / 0.75)';
+  context.fillText(
+    `${kind} ${picture.width}×${picture.height} · ${picture.fps} fps`,
+    unit * 0.05,
+    down - unit * 0.05,
+  );
+}

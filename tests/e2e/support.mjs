@@ -1,0 +1,173 @@
+// Starts the simulator and Chromium, and drives classroom pages.
+
+import { spawn } from 'node:child_process';
+import { existsSync } from 'node:fs';
+import { createRequire } from 'node:module';
+import { createInterface } from 'node:readline';
+import { fileURLToPath } from 'node:url';
+
+// The browser's driver is installed with the page's other packages.
+const require = createRequire(new URL('../../page/package.json', import.meta.url));
+const { chromium } = require('playwright-core');
+
+const root = fileURLToPath(new URL('../..', import.meta.url));
+export const simulatorProgram =
+  process.env.VEMO_SIMULATOR ?? `${root}build/release/apps/simulator/vemo-simulator`;
+const waitMs = 20_000;
+
+/**
+ * A running simulator: its `address`, what it wrote to standard error, and how to end it.
+ * A program that ends before it is ready is an error that holds its last words.
+ */
+export async function startSimulator(options = []) {
+  const child = spawn(simulatorProgram, ['--port', '0', ...options], {
+    stdio: ['ignore', 'pipe', 'pipe'],
+  });
+  const errors = [];
+  const ended = new Promise((resolve) => {
+    child.once('exit', (code, signal) => resolve({ code, signal }));
+    child.once('error', (error) => resolve({ code: null, signal: null, error }));
+  });
+  const errorLines = createInterface({ input: child.stderr });
+  const watchers = new Set();
+  errorLines.on('line', (line) => {
+    errors.push(line);
+    for (const watcher of watchers) watcher();
+  });
+  const firstLine = new Promise((resolve) => {
+    createInterface({ input: child.stdout }).once('line', resolve);
+  });
+  const address = await Promise.race([firstLine, ended.then(() => undefined)]);
+  if (!address) throw new Error(`the simulator did not start: ${errors.join('\n')}`);
+  return {
+    address,
+    errors,
+    /** Waits until a line of standard error fits. */
+    errorLine(fits) {
+      return new Promise((resolve, reject) => {
+        const timer = setTimeout(() => {
+          watchers.delete(look);
+          reject(new Error(`no such line in:\n${errors.join('\n')}`));
+        }, waitMs);
+        const look = () => {
+          const line = errors.find(fits);
+          if (line === undefined) return;
+          clearTimeout(timer);
+          watchers.delete(look);
+          resolve(line);
+        };
+        watchers.add(look);
+        look();
+      });
+    },
+    stop(signal = 'SIGTERM') {
+      if (child.exitCode === null && child.signalCode === null) child.kill(signal);
+      return ended;
+    },
+  };
+}
+
+export async function startBrowser() {
+  const candidates = [process.env.CHROMIUM, '/usr/bin/chromium', '/usr/bin/chromium-browser'];
+  const executablePath = candidates.find((path) => path && existsSync(path));
+  if (!executablePath) throw new Error('Chromium is not installed (or set CHROMIUM to its path).');
+  return chromium.launch({
+    executablePath,
+    args: [
+      ...(process.getuid?.() === 0 ? ['--no-sandbox'] : []),
+      '--disable-gpu',
+      '--disable-quic',
+      '--no-first-run',
+      '--disable-background-networking',
+      '--disable-component-update',
+      '--disable-sync',
+    ],
+  });
+}
+
+/** A phone: a browser page with the simulator's shell, and the classroom page in it. */
+export class Phone {
+  constructor(page) {
+    this.page = page;
+    this.problems = [];
+    page.on('pageerror', (error) => this.problems.push(String(error)));
+    page.on('console', (message) => {
+      if (message.type() === 'error') this.problems.push(message.text());
+    });
+  }
+
+  /** Opens a phone in `context` and waits until its page can be used. */
+  static async open(context, address) {
+    const phone = new Phone(await context.newPage());
+    phone.page.setDefaultTimeout(waitMs);
+    await phone.page.goto(address);
+    await phone.inPhase('outside');
+    return phone;
+  }
+
+  /** The classroom page. */
+  get view() {
+    return this.page.frameLocator('iframe');
+  }
+
+  async inPhase(phase) {
+    await this.view.locator(`body[data-phase="${phase}"]`).waitFor();
+  }
+
+  async fillIn({ name, room = 101, role = 'stage', application, signature }) {
+    await this.view.getByLabel('Your name').fill(name);
+    await this.view.getByLabel('Room', { exact: true }).fill(String(room));
+    await this.view.locator('.choice').nth(role === 'stage' ? 0 : 1).click();
+    if (application === undefined && signature === undefined) return;
+    const more = this.view.locator('details.options');
+    if (!(await more.evaluate((element) => element.open))) await more.locator('summary').click();
+    if (application !== undefined)
+      await this.view.getByLabel('Application').fill(String(application));
+    if (signature !== undefined) await this.view.getByLabel('Signature').fill(signature);
+  }
+
+  async enter(form) {
+    await this.fillIn(form);
+    await this.view.getByRole('button', { name: 'Enter room' }).click();
+    await this.inPhase('inside');
+  }
+
+  async tryToEnter(form) {
+    await this.fillIn(form);
+    await this.view.getByRole('button', { name: 'Enter room' }).click();
+    await this.view.locator('.problem strong').filter({ hasText: /./ }).waitFor();
+    return this.view.locator('.problem').innerText();
+  }
+
+  control(name) {
+    return this.view.locator(`[data-control="${name}"]`);
+  }
+
+  tile(userId) {
+    return this.view.locator(`.tile[data-user="${userId}"]`);
+  }
+
+  screenTile(userId) {
+    return this.view.locator(`.tile[data-screen-of="${userId}"]`);
+  }
+
+  /** A native view that the shell draws above the page. */
+  nativeView(userId, viewType = 0) {
+    return this.page.locator(`canvas[data-view="${userId}/${viewType}"]`);
+  }
+
+  /** The names of those in the room, in the order of the tiles. */
+  async people() {
+    return this.view.locator('.tile[data-user]').evaluateAll((tiles) => tiles.map((tile) => tile.dataset.user));
+  }
+
+  dialog(kind) {
+    return this.page.locator(`[data-dialog="${kind}"]`);
+  }
+
+  async answerPrompt(media, allow) {
+    await this.dialog(`prompt-${media}`)
+      .getByRole('button', { name: allow ? 'Allow' : 'Don’t Allow', exact: true })
+      .click();
+  }
+}
