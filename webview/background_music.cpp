@@ -27,7 +27,7 @@ Outcome VEMOKOBUMsgRouter::playMusic(KOBUCloud& engine, const Command& command) 
   command.item->setIsAsyncTask(true);
   const auto open = std::make_shared<const PlayMusicAnswer>(
       PlayMusicAnswer{command.item, command.webView, std::string(command.paramsText), music->ID});
-  constexpr std::string_view routine = "-[VEMOKOBUMsgRouter playMusic:webView:]";
+  static constexpr std::string_view routine = "-[VEMOKOBUMsgRouter playMusic:webView:]";
 
   const auto end = [&](bool wanted, const char* state, const char* error,
                        Place place = Place::here()) {
