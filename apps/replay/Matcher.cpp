@@ -1,19 +1,28 @@
 #include "Matcher.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
+#include <cstdint>
 
 #include "json/JsonText.h"
 
 namespace vemo::replay {
 namespace {
 
+/// Whether `number` has the value of the integer `other`, which no double may hold exactly.
+bool isInteger(double number, const json::value& other) {
+  constexpr double kBeyondUint64 = 18446744073709551616.0;
+  constexpr double kInt64Limit = 9223372036854775808.0;
+  if (number != std::trunc(number) || number < -kInt64Limit || number >= kBeyondUint64)
+    return false;
+  return number < kInt64Limit ? other == json::value(static_cast<std::int64_t>(number))
+                              : other == json::value(static_cast<std::uint64_t>(number));
+}
+
 bool sameNumber(const json::value& a, const json::value& b) {
-  if (a.is_double() || b.is_double()) {
-    // Exact only as far as a double reaches, like the numbers of a page.
-    return a.to_number<double>() == b.to_number<double>();
-  }
-  return a == b;  // integers of either kind, by value
+  if (a.is_double() == b.is_double()) return a == b;  // integers of either kind, by value
+  return a.is_double() ? isInteger(a.get_double(), b) : isInteger(b.get_double(), a);
 }
 
 std::optional<Difference> differs(const json::value& expected, const json::value* actual) {
@@ -49,7 +58,7 @@ std::optional<Difference> arrayDifference(const json::array& expected, const jso
   return std::nullopt;
 }
 
-/// The effect without what every effect has, in few words.
+/// The effects, one a line.
 std::string listed(const std::vector<json::object>& effects) {
   std::string text;
   for (const auto& effect : effects) text += "\n    " + jsonText(effect);
