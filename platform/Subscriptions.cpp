@@ -1,7 +1,6 @@
 #include "platform/Subscriptions.h"
 
 #include <algorithm>
-#include <iterator>
 
 namespace vemo {
 
@@ -16,10 +15,11 @@ template <class Matches>
 void Subscriptions::end(Matches matches) {
   std::vector<std::shared_ptr<Subscription>> ended;  // destroyed without the lock
   const std::lock_guard lock(mutex_);
-  const auto kept = std::stable_partition(subscriptions_.begin(), subscriptions_.end(),
-                                          [&](const auto& entry) { return !matches(*entry); });
-  ended.assign(std::make_move_iterator(kept), std::make_move_iterator(subscriptions_.end()));
-  subscriptions_.erase(kept, subscriptions_.end());
+  std::erase_if(subscriptions_, [&](const auto& entry) {
+    const bool matching = matches(*entry);
+    if (matching) ended.push_back(entry);
+    return matching;
+  });
   for (const auto& entry : ended) entry->ended = true;
 }
 
