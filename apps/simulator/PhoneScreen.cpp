@@ -8,11 +8,12 @@ namespace vemo {
 namespace {
 
 void addPicture(boost::json::array& pictures, const std::shared_ptr<NativeView>& native,
-                const PictureSnapshot& picture) {
+                const PictureSnapshot& picture, bool own) {
   const auto* view = dynamic_cast<const PhoneView*>(native.get());
   if (!view || picture.kind == PictureKind::none) return;
   pictures.push_back({{"userId", view->userId()},
                       {"viewType", static_cast<int>(view->type())},
+                      {"own", own},
                       {"muteImage", picture.kind == PictureKind::muteImage},
                       {"width", picture.width},
                       {"height", picture.height},
@@ -34,8 +35,9 @@ std::shared_ptr<NativeView> PhoneScreen::renderViewOf(const Text& userId, ViewTy
 
 boost::json::array PhoneScreen::pictures(const PhoneSnapshot& phone) {
   boost::json::array pictures;
-  addPicture(pictures, phone.video.view, phone.video.picture);
-  for (const auto& remote : phone.remoteViews) addPicture(pictures, remote.view, remote.picture);
+  addPicture(pictures, phone.video.view, phone.video.picture, true);
+  for (const auto& remote : phone.remoteViews)
+    addPicture(pictures, remote.view, remote.picture, false);
   return pictures;
 }
 

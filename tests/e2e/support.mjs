@@ -139,6 +139,14 @@ export class Phone {
     return this.view.locator('.problem').innerText();
   }
 
+  /** Waits until nothing fades in any more. */
+  async settled() {
+    await this.page.evaluate(async () => {
+      const fading = document.getAnimations().filter(({ effect }) => effect.getTiming().iterations < 9);
+      await Promise.all(fading.map(({ finished }) => finished.catch(() => {})));
+    });
+  }
+
   control(name) {
     return this.view.locator(`[data-control="${name}"]`);
   }

@@ -4,15 +4,17 @@ import { h } from '../dom';
 import type { Tone } from './classroom';
 
 const shownMs = 5000;
-const most = 3;
 
+/** Shows the latest notice, above the tiles, where no native view covers it. */
 export class Toasts {
   readonly element = h('div', { class: 'toasts', role: 'status', 'aria-live': 'polite' });
 
   show(text: string, tone: Tone): void {
     const toast = h('div', { class: `toast ${tone}` }, text);
-    this.element.append(toast);
-    while (this.element.childElementCount > most) this.element.firstElementChild?.remove();
+    // The last one is seen; what went wrong stays in sight while other news comes.
+    const bad = this.element.querySelector('.bad');
+    if (bad && tone !== 'bad') bad.before(toast);
+    else this.element.append(toast);
     setTimeout(() => toast.remove(), shownMs);
   }
 }

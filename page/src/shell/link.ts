@@ -5,6 +5,8 @@ import type { Host, HostConnection, HostState } from '../host';
 export interface Picture {
   userId: string;
   viewType: number;
+  /** The own camera or screen. */
+  own: boolean;
   muteImage: boolean;
   width: number;
   height: number;

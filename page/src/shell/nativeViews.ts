@@ -112,8 +112,8 @@ function paint(canvas: HTMLCanvasElement, picture: Picture, time: number): void 
 }
 
 // Automatic mirroring shows the own front camera as a mirror does.
-function isMirrored({ mirror, front, drawing }: Picture): boolean {
-  const byViewer = drawing.mirrorType === 1 || (drawing.mirrorType === 0 && front);
+function isMirrored({ own, mirror, front, drawing }: Picture): boolean {
+  const byViewer = drawing.mirrorType === 1 || (drawing.mirrorType === 0 && own && front);
   return mirror !== byViewer;
 }
 
@@ -150,11 +150,11 @@ function paintPerson(
   context.beginPath();
   context.ellipse(across / 2, down * 1.05, unit * 0.36, unit * 0.36, 0, 0, 2 * Math.PI);
   context.fill();
-  context.fillStyle = `hsl(${(hue + 25) % 360} 48% 76%)`;
+  context.fillStyle = `hsl(${22 + (hue % 14)} ${38 + (hue % 20)}% ${48 + ((hue * 7) % 34)}%)`;
   context.beginPath();
   context.ellipse(middle, down * 0.47 + nod, unit * 0.155, unit * 0.195, 0, 0, 2 * Math.PI);
   context.fill();
-  context.fillStyle = `hsl(${(hue + 10) % 360} 35% 22%)`;
+  context.fillStyle = `hsl(${18 + ((hue * 3) % 22)} 30% ${14 + ((hue * 5) % 18)}%)`;
   context.beginPath();
   context.ellipse(middle, down * 0.36 + nod, unit * 0.165, unit * 0.115, 0, Math.PI, 2 * Math.PI);
   context.fill();
@@ -228,7 +228,7 @@ function paintMuteImage(
   context.fillText('camera paused', across / 2, down / 2);
 }
 
-// The corner of the picture itself: it turns and mirrors with it, which makes both visible.
+// A part of the picture itself: it turns and mirrors with it, which makes both visible.
 function paintLabel(
   context: CanvasRenderingContext2D,
   picture: Picture,
@@ -238,12 +238,12 @@ function paintLabel(
   const unit = Math.min(across, down);
   const kind = picture.viewType === 2 ? 'screen' : picture.front ? 'front' : 'back';
   context.font = `500 ${unit * 0.055}px system-ui, sans-serif`;
-  context.textAlign = 'left';
+  context.textAlign = 'center';
   context.textBaseline = 'alphabetic';
   context.fillStyle = picture.viewType === 2 ? '#6b7285' : 'rgb(255 255 255 / 0.75)';
   context.fillText(
     `${kind} ${picture.width}×${picture.height} · ${picture.fps} fps`,
-    unit * 0.05,
+    across / 2,
     down - unit * 0.05,
   );
 }
