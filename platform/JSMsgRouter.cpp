@@ -3,6 +3,9 @@
 #include <array>
 #include <boost/json/parser.hpp>
 #include <boost/json/value.hpp>
+#include <charconv>
+#include <cstddef>
+#include <string>
 #include <utility>
 
 #include "bridge/VEMOModule.h"
@@ -37,6 +40,36 @@ class Item final : public VEMOJSMsgItem {
   const std::shared_ptr<ReplyDelivery> delivery_;
   Text cbid_;
 };
+
+/// `text` with each escape of half a surrogate pair replaced by that of U+FFFD. Pages
+/// write such halves for a text cut inside an emoji, and the parser refuses them.
+std::string withWholePairs(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  const auto escape = [&](std::size_t at) {  // the code unit written at `at`; 0 for none
+    unsigned unit = 0;
+    if (text.size() < at + 6 || text[at] != '\\' || text[at + 1] != 'u') return 0U;
+    const auto* digits = text.data() + at + 2;
+    return std::from_chars(digits, digits + 4, unit, 16).ptr == digits + 4 ? unit : 0U;
+  };
+  const auto isHigh = [](unsigned unit) { return unit >= 0xD800 && unit <= 0xDBFF; };
+  const auto isLow = [](unsigned unit) { return unit >= 0xDC00 && unit <= 0xDFFF; };
+  std::size_t at = 0;
+  while (at < text.size()) {
+    const auto unit = escape(at);
+    std::size_t length = text[at] == '\\' ? 2 : 1;
+    if (isHigh(unit) && isLow(escape(at + 6))) {
+      length = 12;
+    } else if (isHigh(unit) || isLow(unit)) {
+      out += "\\ufffd";
+      at += 6;
+      continue;
+    }
+    out += text.substr(at, length);
+    at += length;
+  }
+  return out;
+}
 
 /// The JSON value in `text`, in memory of `storage`; nothing when it is no JSON.
 std::optional<boost::json::value> parsed(std::string_view text, std::size_t maxDepth,
@@ -78,13 +111,19 @@ bool takeContent(boost::json::object& message, Item& item) {
 
 bool takeMessage(std::string_view text, Item& item) {
   if (text.size() > JSMsgRouter::kMaxMessageBytes) return false;
-  if (auto message = parsed(text, JSMsgRouter::kMaxMessageDepth, item.arena())) {
+  auto message = parsed(text, JSMsgRouter::kMaxMessageDepth, item.arena());
+  std::string mended;
+  if (!message) {
+    mended = withWholePairs(text);
+    message = parsed(mended, JSMsgRouter::kMaxMessageDepth, item.arena());
+  }
+  if (message) {
     auto* object = message->if_object();
     return object && takeAddress(*object, item) && takeContent(*object, item);
   }
   // Too deep, or broken UTF-8: the sender may still be known, and waits.
-  if (const auto message = parsed(validUtf8(text), kReadableDepth, {})) {
-    if (const auto* object = message->if_object()) takeAddress(*object, item);
+  if (const auto readable = parsed(validUtf8(mended), kReadableDepth, {})) {
+    if (const auto* object = readable->if_object()) takeAddress(*object, item);
   }
   return false;
 }

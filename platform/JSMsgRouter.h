@@ -53,7 +53,8 @@ class JSMsgRouter final : public VEMOJSMsgRouter {
   /// The item of a page message. A message that can't be used (no JSON object, no
   /// text head.action, params that are neither object nor null, over a limit, broken
   /// UTF-8) is logged and gives an item that carries the error "bad message", and the
-  /// action and the cbid as far as they can be read.
+  /// action and the cbid as far as they can be read; of one that is too long, neither is.
+  /// Half a surrogate pair, which pages can write as an escape, reads as U+FFFD.
   std::shared_ptr<VEMOJSMsgItem> decode(std::string_view message);
 
   /// An item as decode makes it, from its parts. `params` is moved, not copied.

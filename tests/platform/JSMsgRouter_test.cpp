@@ -205,6 +205,16 @@ std::string nested(std::size_t levels) {
          std::string(arrays, ']') + R"(},"cbid":"5"})";
 }
 
+TEST_F(JSMsgRouterTest, HalfASurrogatePairIsAReplacementCharacter) {
+  const auto item = router.decode(
+      R"({"head":{"action":"enterRoom"},"params":{"cut":"a\ud83d","low":"\uDE00b","whole":"\ud83d\ude00",)"
+      R"("twice":"\ud83d\ud83d\ude00","text":"\\ud83d"}})");
+  EXPECT_FALSE(item->msgError());
+  EXPECT_EQ(
+      jsonText(paramsOf(*item)),
+      R"({"cut":"a�","low":"�b","whole":"😀","twice":"�😀","text":"\\ud83d"})");
+}
+
 TEST_F(JSMsgRouterTest, AcceptsThirtyTwoLevels) {
   const auto item = router.decode(nested(32));
   EXPECT_FALSE(item->msgError());
@@ -306,9 +316,9 @@ TEST_F(JSMsgRouterTest, AnItemCanBeAnsweredAfterTheRouterIsGone) {
     JSMsgRouter shortLived(logger, std::make_shared<MainThreadReplyDelivery>(queue, "reply"),
                            webView);
     shortLived.setMethod("play", [&](const auto& item, const auto&) {
-          item->setIsAsyncTask(true);
-          open = item;
-        });
+      item->setIsAsyncTask(true);
+      open = item;
+    });
     shortLived.receive(R"({"head":{"action":"play"},"params":{"id":1},"cbid":"9"})");
   }
   ASSERT_NE(open, nullptr);
