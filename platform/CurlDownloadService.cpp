@@ -46,6 +46,14 @@ bool isAbsoluteUrl(std::string_view text) {
          std::none_of(text.begin(), text.end(), isBlankOrControl);
 }
 
+/// Whether the scheme of an absolute URL is one that we serve.
+bool isServed(std::string_view url) {
+  std::string scheme(url.substr(0, url.find(':')));
+  std::transform(scheme.begin(), scheme.end(), scheme.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+  return scheme == "http" || scheme == "https";
+}
+
 /// One download: its handle, what has come so far and who waits for it.
 class Transfer {
  public:
@@ -55,7 +63,9 @@ class Transfer {
 
   /// Makes the handle, ready to be run.
   CURLcode prepare(const CurlDownloadOptions& options) {
-    if (!isAbsoluteUrl(url_)) return CURLE_URL_MALFORMAT;  // libcurl would guess a scheme
+    // libcurl would guess a scheme, or call one that it doesn't know malformed.
+    if (!isAbsoluteUrl(url_)) return CURLE_URL_MALFORMAT;
+    if (!isServed(url_)) return CURLE_UNSUPPORTED_PROTOCOL;
     maxBytes_ = options.maxBytes;
     file_ = TemporaryFile::create(options.folder);
     if (!file_) return CURLE_WRITE_ERROR;

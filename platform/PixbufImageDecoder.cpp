@@ -20,21 +20,22 @@ void checkSize(GdkPixbufLoader* loader, gint width, gint height, gpointer tooLar
   gdk_pixbuf_loader_set_size(loader, 0, 0);
 }
 
+/// What a file that is cut short leaves out must not show what the memory held before.
+void blank(GdkPixbufLoader* loader, gpointer) {
+  gdk_pixbuf_fill(gdk_pixbuf_loader_get_pixbuf(loader), 0);
+}
+
 std::shared_ptr<VEMOImage> imageOf(const GdkPixbuf* pixbuf) {
-  const auto width = static_cast<std::size_t>(gdk_pixbuf_get_width(pixbuf));
-  const auto height = static_cast<std::size_t>(gdk_pixbuf_get_height(pixbuf));
-  const auto stride = static_cast<std::size_t>(gdk_pixbuf_get_rowstride(pixbuf));
-  const auto channels = static_cast<std::size_t>(gdk_pixbuf_get_n_channels(pixbuf));
-  const bool alpha = gdk_pixbuf_get_has_alpha(pixbuf) != 0;
-  const auto* pixels = gdk_pixbuf_read_pixels(pixbuf);
+  const std::unique_ptr<GdkPixbuf, Unref> withAlpha(gdk_pixbuf_add_alpha(pixbuf, FALSE, 0, 0, 0));
+  if (!withAlpha) return nullptr;
+  const auto width = static_cast<std::size_t>(gdk_pixbuf_get_width(withAlpha.get()));
+  const auto height = static_cast<std::size_t>(gdk_pixbuf_get_height(withAlpha.get()));
+  const auto stride = static_cast<std::size_t>(gdk_pixbuf_get_rowstride(withAlpha.get()));
+  const auto* row = gdk_pixbuf_read_pixels(withAlpha.get());
   std::vector<std::uint8_t> rgba;
   rgba.reserve(width * height * 4);
-  for (std::size_t y = 0; y < height; ++y) {
-    const auto* pixel = pixels + y * stride;
-    for (std::size_t x = 0; x < width; ++x, pixel += channels) {
-      rgba.insert(rgba.end(), pixel, pixel + 3);
-      rgba.push_back(alpha ? pixel[3] : 0xFF);
-    }
+  for (std::size_t y = 0; y < height; ++y, row += stride) {
+    rgba.insert(rgba.end(), row, row + width * 4);
   }
   return std::make_shared<DecodedImage>(width, height, std::move(rgba));
 }
@@ -45,6 +46,7 @@ std::shared_ptr<VEMOImage> PixbufImageDecoder::decode(const std::string& bytes) 
   const std::unique_ptr<GdkPixbufLoader, Unref> loader(gdk_pixbuf_loader_new());
   bool tooLarge = false;
   g_signal_connect(loader.get(), "size-prepared", G_CALLBACK(checkSize), &tooLarge);
+  g_signal_connect(loader.get(), "area-prepared", G_CALLBACK(blank), nullptr);
   const bool written =
       gdk_pixbuf_loader_write(loader.get(), reinterpret_cast<const guchar*>(bytes.data()),
                               bytes.size(), nullptr) != 0;

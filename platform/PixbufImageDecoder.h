@@ -30,11 +30,12 @@ class DecodedImage final : public VEMOImage {
 };
 
 /// Decodes by gdk-pixbuf: PNG, JPEG, GIF (its first picture), BMP and whatever else the
-/// system has loaders for. Gives a DecodedImage. Any thread.
+/// system has loaders for. Gives a DecodedImage; of a file that is cut short, the part
+/// that is there on black, or null. Any thread.
 class PixbufImageDecoder final : public ImageDecoder {
  public:
   /// Images of more pixels are refused, before memory is taken for them.
-  static constexpr std::size_t kMaxPixels = std::size_t{64} << 20U;
+  static constexpr std::size_t kMaxPixels = std::size_t{16} << 20U;
 
   std::shared_ptr<VEMOImage> decode(const std::string& bytes) const override;
 };

@@ -1,0 +1,146 @@
+// The program vemo-broadcast and the launcher that starts it, over a bus, from one
+// process to another.
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "PrivateBus.h"
+#include "contracts/Arrivals.h"
+#include "contracts/VEMOExtensionLauncher_contract.h"
+#include "platform/DBusCrossProcessCenter.h"
+#include "platform/ProcessExtensionLauncher.h"
+#include "platform/StreamSystemLog.h"
+
+namespace vemo {
+namespace {
+
+const std::string kProgram = VEMO_BROADCAST;
+
+/// A bus on which this process hears the four notifications, by their middle word.
+class Listener {
+ public:
+  Listener() {
+    for (const std::string word : {"Started", "Paused", "Resumed", "Finished"}) {
+      center_->addObserver(this, "VEMOScreenKit_" + word + "_Notify",
+                           [this, word](const std::string&) { heard.add(word); });
+    }
+  }
+
+  PrivateBus bus;
+  Arrivals<std::string> heard;
+
+ private:
+  std::unique_ptr<DBusCrossProcessCenter> center_ = DBusCrossProcessCenter::create(bus.address());
+};
+
+struct Ended {
+  int status = -1;
+  std::string said;  // on both outputs
+};
+
+Ended run(const std::string& shellCommand) {
+  Ended ended;
+  auto* const pipe = ::popen((shellCommand + " 2>&1").c_str(), "r");
+  for (int c = std::fgetc(pipe); c != EOF; c = std::fgetc(pipe)) ended.said += static_cast<char>(c);
+  const int status = ::pclose(pipe);
+  if (WIFEXITED(status)) ended.status = WEXITSTATUS(status);
+  return ended;
+}
+
+std::string on(const PrivateBus& bus) {
+  return "DBUS_SESSION_BUS_ADDRESS='" + bus.address() + "' ";
+}
+
+TEST(Broadcast, PostsWhatItsArgumentsName) {
+  Listener listener;
+  const auto ended = run(on(listener.bus) + kProgram + " started paused resumed finished started");
+  EXPECT_EQ(ended.status, 0);
+  EXPECT_EQ(ended.said, "");
+  EXPECT_EQ(listener.heard.next(5),
+            (std::vector<std::string>{"Started", "Paused", "Resumed", "Finished", "Started"}));
+}
+
+TEST(Broadcast, PostsWhatTheLinesOfItsInputName) {
+  Listener listener;
+  const auto ended =
+      run("printf 'finished\\n\\nstarted\\r\\npaused' | " + on(listener.bus) + kProgram);
+  EXPECT_EQ(ended.status, 0);
+  EXPECT_EQ(listener.heard.next(3), (std::vector<std::string>{"Finished", "Started", "Paused"}));
+}
+
+TEST(Broadcast, PostsNothingWhenAnArgumentIsUnknown) {
+  Listener listener;
+  const auto ended = run(on(listener.bus) + kProgram + " started Started");
+  EXPECT_EQ(ended.status, 2);
+  EXPECT_NE(ended.said.find("\"Started\""), std::string::npos) << ended.said;
+  run(on(listener.bus) + kProgram + " finished");
+  EXPECT_EQ(listener.heard.next(), "Finished");
+}
+
+TEST(Broadcast, StopsAtALineThatItDoesNotKnow) {
+  Listener listener;
+  const auto ended = run("printf 'started\\nstart\\npaused\\n' | " + on(listener.bus) + kProgram);
+  EXPECT_EQ(ended.status, 2);
+  EXPECT_NE(ended.said.find("line 2"), std::string::npos) << ended.said;
+  EXPECT_NE(ended.said.find("\"start\""), std::string::npos) << ended.said;
+  EXPECT_EQ(listener.heard.next(), "Started");
+  EXPECT_EQ(listener.heard.count(), 0U);
+}
+
+TEST(Broadcast, SaysThatThereIsNoBus) {
+  const auto ended =
+      run("DBUS_SESSION_BUS_ADDRESS=unix:path=/nonexistent " + kProgram + " started");
+  EXPECT_EQ(ended.status, 2);
+  EXPECT_NE(ended.said.find("no session bus"), std::string::npos) << ended.said;
+}
+
+TEST(Broadcast, ExplainsItself) {
+  const auto ended = run(kProgram + " --help");
+  EXPECT_EQ(ended.status, 0);
+  EXPECT_NE(ended.said.find("usage: vemo-broadcast"), std::string::npos);
+}
+
+/// Launches the program, and hears from it.
+struct ProcessExtensionLauncherMaker {
+  ProcessExtensionLauncherMaker() {
+    ::setenv("DBUS_SESSION_BUS_ADDRESS", listener_.bus.address().c_str(), 1);
+  }
+  ~ProcessExtensionLauncherMaker() { ::unsetenv("DBUS_SESSION_BUS_ADDRESS"); }
+  ProcessExtensionLauncherMaker(const ProcessExtensionLauncherMaker&) = delete;
+  ProcessExtensionLauncherMaker& operator=(const ProcessExtensionLauncherMaker&) = delete;
+
+  VEMOExtensionLauncher& launcher() { return launcher_; }
+  bool launched(int times) {
+    while (heard_ < times && listener_.heard.next() == "Started") ++heard_;
+    return heard_ == times && listener_.heard.count() == 0 && log_.str().empty();
+  }
+
+  Listener listener_;
+  int heard_ = 0;
+  std::ostringstream log_;
+  StreamSystemLog systemLog_{log_};
+  ProcessExtensionLauncher launcher_{systemLog_, {kProgram, "started"}};
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Process, VEMOExtensionLauncherContract,
+                               ProcessExtensionLauncherMaker);
+
+TEST(ProcessExtensionLauncher, TellsTheSystemLogWhatCannotBeStarted) {
+  std::ostringstream log;
+  StreamSystemLog systemLog(log);
+  ProcessExtensionLauncher launcher(systemLog, {"/nonexistent/extension"});
+  launcher.launch();
+  EXPECT_EQ(log.str(),
+            "can't start the broadcast extension /nonexistent/extension: "
+            "No such file or directory\n");
+}
+
+}  // namespace
+}  // namespace vemo
