@@ -132,32 +132,39 @@ class Client : public std::enable_shared_from_this<Client> {
 
   PhoneSnapshot snapshot() const;
 
-  /// Calls `event` with the delegate, if it is still alive then, on the callback thread.
+  /// Calls `event` with the delegate, if there is one then, on the callback thread.
   template <class Event>
   void emit(Event event) {
-    callBack(delegate, std::move(event));
+    callBack([](const Client& self) { return self.delegate.lock(); }, std::move(event));
   }
 
-  /// Calls `call` with what `target` points to, if that is still alive then, on the
-  /// callback thread.
-  template <class Target, class Call>
-  void callBack(std::weak_ptr<Target> target, Call call) {
+  /// Calls `call` with what `find` finds, if that is not null, on the callback thread.
+  /// `find` is called with this and with the lock held, `call` without it.
+  template <class Find, class Call>
+  void callBack(Find find, Call call) {
     world_.post(Time(0),
-                [self = shared_from_this(), target = std::move(target), call = std::move(call)] {
-                  std::shared_ptr<Target> strong;
+                [self = shared_from_this(), find = std::move(find), call = std::move(call)] {
+                  decltype(find(*self)) found;
                   {
                     const World::Guard guard(self->world_);
-                    if (!self->closed_) strong = target.lock();
+                    if (!self->closed_) found = find(*self);
                   }
-                  if (strong) call(*strong);
+                  if (found) call(*found);
                 });
   }
 
-  void warn(std::int32_t code, const std::string& text) {
-    emit([code, text](auto& to) { to.onWarning(code, text, std::nullopt); });
+  /// Calls `call` with what `target` points to, if it is still alive then; as the last
+  /// call, in any case.
+  template <class Target, class Call>
+  void callBackTo(std::shared_ptr<Target> target, bool isLast, Call call) {
+    callBack([weak = std::weak_ptr(target), kept = isLast ? target : nullptr](
+                 const Client&) { return kept ? kept : weak.lock(); },
+             std::move(call));
   }
-  /// `param`, or the engine's own choice, with a warning, where it can't be used.
-  KOBUVideoEncParam usable(const KOBUVideoEncParam& param);
+
+  void warn(std::int32_t code, const std::string& text);
+  /// Whether an encoder can use `param`; warns when it can't.
+  bool accepts(const KOBUVideoEncParam& param);
 
   /// Runs `step` after `delay` with the lock held, unless `epoch`, a member of this,
   /// has moved on by then.
@@ -178,7 +185,6 @@ class Client : public std::enable_shared_from_this<Client> {
   bool isUser(const std::string& user) const {
     return state_ != RoomState::outside && userId_ == user;
   }
-  bool isClosed() const { return closed_; }
 
   std::weak_ptr<KOBUCloudDelegate> delegate;
   Epoch visit = 0;         // of rooms

@@ -14,7 +14,8 @@ void Client::startCapture(const KOBUVideoEncParam& param, bool broadcast,
     warn(kWarnCaptureRunning, "the screen is captured already");
     return;
   }
-  capture = {CaptureState::capturing, broadcast, appGroup, usable(param)};
+  capture = {CaptureState::capturing, broadcast, appGroup,
+             accepts(param) ? param : KOBUVideoEncParam()};
   later(kCaptureStart, ++capturing_, [](Client& self) {
     self.captureReady_ = true;
     self.emit([](auto& to) { to.onScreenCaptureStarted(); });

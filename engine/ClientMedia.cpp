@@ -2,7 +2,6 @@
 
 #include "engine/Client.h"
 #include "engine/Encoding.h"
-#include "engine/EngineCodes.h"
 
 namespace vemo {
 namespace {
@@ -193,12 +192,6 @@ VideoStream Client::pictureOf(const std::string& user, MediaKind kind) const {
     case kKOBUStreamTypeSub: return publisher->captureStream();
     default: return cameraStream(publisher->video.encoder);
   }
-}
-
-KOBUVideoEncParam Client::usable(const KOBUVideoEncParam& param) {
-  if (isUsable(param)) return param;
-  warn(kWarnBadValue, "video encoder parameters that can't be used");
-  return {};
 }
 
 }  // namespace vemo

@@ -11,24 +11,6 @@ constexpr std::int32_t kShortestVolumeInterval = 100;
 
 }  // namespace
 
-Client::Client(World& world, std::shared_ptr<Handset> handset)
-    : world_(world), handset_(std::move(handset)) {}
-
-void Client::close() {
-  quitRoom(handset_->isConnected() ? kLeaveLeft : kLeaveTimedOut);
-  endVisit();
-  closed_ = true;
-  state_ = RoomState::outside;
-  music.close();
-  speedTest.stop();
-  world_.discard(std::move(video.view));
-  world_.discard(std::move(video.muteImage));
-}
-
-const NetworkProfile& Client::network() const {
-  return handset_->network ? *handset_->network : world_.options().network;
-}
-
 void Client::enter(const KOBUParams& params, std::int64_t scene, bool signatureGood) {
   if (state_ != RoomState::outside) {
     emit([](auto& to) { to.onError(kAlreadyInRoom, "already in a room", std::nullopt); });

@@ -40,7 +40,8 @@ PictureSnapshot Client::pictureIn(const std::string& user, MediaKind kind) const
       picture.kind = PictureKind::live;
       picture.muteImage = nullptr;
       setStream(picture, stream);
-    } else if (picture.kind == PictureKind::live || !isSeen(user)) {
+    } else if (picture.kind != PictureKind::muteImage || cutOff_ || !isSeen(user) ||
+               isVideoMuted(user)) {
       picture = {};
     }
   }

@@ -74,7 +74,7 @@ void CloudPhone::setLocalRenderParams(const KOBURenderParams& params) {
 
 void CloudPhone::setVideoEncoderParam(const KOBUVideoEncParam& param) {
   const auto client = locked();
-  client->video.encoder = client->usable(param);
+  if (client->accepts(param)) client->video.encoder = param;
 }
 
 void CloudPhone::setVideoEncoderRotation(std::int32_t rotation) {
@@ -88,7 +88,9 @@ void CloudPhone::setGSensorMode(std::int32_t mode) { locked()->video.sensorMode 
 void CloudPhone::enableEncSmallVideoStream(bool enable, const KOBUVideoEncParam* quality) {
   const auto client = locked();
   client->video.smallStream.reset();
-  if (enable) client->video.smallStream = client->usable(quality ? *quality : KOBUVideoEncParam());
+  if (!enable) return;
+  client->video.smallStream.emplace();
+  if (quality && client->accepts(*quality)) client->video.smallStream = *quality;
 }
 
 void CloudPhone::startLocalAudio(std::int32_t quality) { locked()->startMicrophone(quality); }

@@ -38,7 +38,7 @@ void MusicPlayer::begin(Track& track, std::optional<Time> duration) {
   } else {
     code = kMusicNotFound;
   }
-  client_.callBack(std::weak_ptr(track.callbacks), [code, kept = track.callbacks](auto& to) {
+  client_.callBackTo(track.callbacks, code != 0, [code](auto& to) {
     if (to.onStart) to.onStart(code);
   });
   if (code != 0) {
@@ -68,7 +68,7 @@ void MusicPlayer::tick(Track& track) {
     --track.loopsLeft;
     play(track, Time(track.music.startTimeMs));
   } else {
-    client_.callBack(std::weak_ptr(track.callbacks), [kept = track.callbacks](auto& to) {
+    client_.callBackTo(track.callbacks, true, [](auto& to) {
       if (to.onComplete) to.onComplete(0);
     });
     erase(tracks_.find(track.music.ID));
@@ -93,10 +93,10 @@ void MusicPlayer::later(Time delay, Track& track, Step step) {
 }
 
 void MusicPlayer::reportProgress(const Track& track, Time position) {
-  client_.callBack(std::weak_ptr(track.callbacks),
-                   [position = position.count(), duration = track.duration.count()](auto& to) {
-                     if (to.onProgress) to.onProgress(position, duration);
-                   });
+  client_.callBackTo(track.callbacks, false,
+                     [position = position.count(), duration = track.duration.count()](auto& to) {
+                       if (to.onProgress) to.onProgress(position, duration);
+                     });
 }
 
 void MusicPlayer::erase(Tracks::iterator track) {

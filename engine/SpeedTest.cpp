@@ -54,10 +54,9 @@ void SpeedTest::measured(std::size_t index) {
   const auto total = static_cast<std::int64_t>(servers.size());
   const auto completed = result ? static_cast<std::int64_t>(index) + 1 : total;
   const bool isLast = completed == total;
-  client_.callBack(std::weak_ptr(completion_),
-                   [result, completed, total, kept = isLast ? completion_ : nullptr](auto& to) {
-                     if (to) to(result, completed, total);
-                   });
+  client_.callBackTo(completion_, isLast, [result, completed, total](auto& to) {
+    if (to) to(result, completed, total);
+  });
   if (isLast) {
     stop();
   } else {

@@ -94,7 +94,7 @@ class World {
   Time randomTime(Time limit) {
     return Time(random(static_cast<std::uint64_t>(std::max<Time::rep>(limit.count(), 0))));
   }
-  /// How loud the user of a phone speaks now, 1 to 100.
+  /// How loud the user of a phone speaks now, 20 to 100.
   std::uint32_t voice(const Handset& handset) const;
 
   std::optional<Refusal> refusal(const KOBUParams& params, bool signatureGood) const;
@@ -114,8 +114,6 @@ class World {
   bool suspended = false;
 
  private:
-  friend class Guard;
-
   CloudOptions options_;
   mutable std::mutex mutex_;
   mutable std::vector<std::shared_ptr<const void>> discarded_;

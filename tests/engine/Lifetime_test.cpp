@@ -65,6 +65,20 @@ TEST(Lifetime, ADelegateIsKeptWeakly) {
   EXPECT_EQ(alice.snapshot().room, RoomState::inside);
 }
 
+TEST(Lifetime, EventsUnderWayGoToTheDelegateOfTheirArrival) {
+  Classroom classroom;
+  const auto alice = classroom.phone();
+  const auto next = std::make_shared<Recorder>();
+  alice->setAudioRoute(kRouteEarpiece);
+  alice->setDelegate(next);
+  classroom.advance(10);
+  alice->setAudioRoute(kRouteSpeaker);
+  alice->setDelegate(nullptr);
+  classroom.advance(10);
+  EXPECT_TRUE(alice.events->lines().empty());
+  EXPECT_EQ(next->lines(), Lines{"onAudioRouteChanged 1 0"});
+}
+
 TEST(Lifetime, NoEventComesOnceTheLastHolderLetGo) {
   Classroom classroom;
   auto alice = classroom.phone();

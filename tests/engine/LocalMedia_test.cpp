@@ -77,6 +77,9 @@ TEST_F(LocalMedia, AMutedCameraShowsTheMuteImage) {
     EXPECT_EQ(picture.muteImage, image);
     EXPECT_EQ(picture.fps, 7);
   }
+  bob->muteRemoteVideoStream("alice", true);
+  EXPECT_EQ(bob.snapshot().remoteViews.at(0).picture.kind, PictureKind::none);
+  bob->muteRemoteVideoStream("alice", false);
   alice->setVideoMuteImage(nullptr, 5);
   EXPECT_EQ(bob.snapshot().remoteViews.at(0).picture.kind, PictureKind::none);
   EXPECT_EQ(alice.snapshot().video.picture.kind, PictureKind::none);
@@ -129,9 +132,10 @@ TEST_F(LocalMedia, EncoderAndRenderParametersAreKeptAndSeen) {
 }
 
 TEST_F(LocalMedia, EncoderParametersThatCannotBeUsedAreReported) {
+  alice->setVideoEncoderParam({1280, 720, 30, 1200, 300, true});
   alice->setVideoEncoderParam({-1, 720, 30, 1200, 300, true});
   EXPECT_EQ(happened(alice), Lines{"onWarning 1101 video encoder parameters that can't be used"});
-  EXPECT_EQ(alice.snapshot().video.encoder.width, 0);
+  EXPECT_EQ(alice.snapshot().video.encoder.width, 1280);
   alice->enableEncSmallVideoStream(true, nullptr);
   EXPECT_TRUE(alice.snapshot().video.smallStream.has_value());
   alice->enableEncSmallVideoStream(false, nullptr);

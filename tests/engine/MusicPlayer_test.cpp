@@ -121,6 +121,17 @@ TEST_F(MusicPlayer, StopsAndLetsGo) {
   EXPECT_EQ(after(5000), Lines{});
 }
 
+TEST_F(MusicPlayer, SaysNothingOnceStopped) {
+  // The stop comes while the music is loaded, on the callback thread.
+  const auto bob = classroom.phone();
+  bob.events->onLine = [&](const std::string&) { player.stopPlayMusic(7); };
+  start(song());
+  classroom.advance(40);
+  bob->setAudioRoute(kRouteEarpiece);
+  EXPECT_EQ(after(5000), Lines{});
+  EXPECT_TRUE(held.expired());
+}
+
 TEST_F(MusicPlayer, BeginsAnewUnderTheSameId) {
   start(song());
   EXPECT_EQ(after(450), (Lines{"start 0", "200/1000", "400/1000"}));
