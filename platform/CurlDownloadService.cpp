@@ -206,7 +206,9 @@ class CurlDownloadService::Worker {
 
   void finish(CURL* easy, CURLcode code) {
     curl_multi_remove_handle(multi_.get(), easy);
-    const auto transfer = std::move(transfers_.extract(easy).mapped());
+    const auto found = transfers_.find(easy);
+    const auto transfer = std::move(found->second);
+    transfers_.erase(found);
     transfer->finish(code);
   }
 

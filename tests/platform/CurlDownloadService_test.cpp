@@ -181,11 +181,12 @@ TEST_F(CurlDownloadServiceTest, LeavesNoNamesInTheFolder) {
 
 TEST_F(CurlDownloadServiceTest, ADownloadThatHangsHoldsUpNoOther) {
   Arrivals<DownloadResult> hanging;
+  CurlDownloadService busy(options());
   for (int i = 0; i < 3; ++i) {
-    service.download(server.url("/silent/"),
-                     [&](DownloadResult result) { hanging.add(std::move(result)); });
+    busy.download(server.url("/silent/"),
+                  [&](DownloadResult result) { hanging.add(std::move(result)); });
   }
-  EXPECT_NE(fetched(server.url("/file/10")).file, nullptr);
+  EXPECT_NE(fetched(server.url("/file/10"), busy).file, nullptr);
   EXPECT_EQ(hanging.count(), 0U);
 }
 
