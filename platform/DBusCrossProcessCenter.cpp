@@ -137,7 +137,15 @@ class DBusCrossProcessCenter::Connection {
       if (processed > 0) continue;  // there may be more
       wait(connected);
     }
-    bus_.reset();  // hands over what was sent
+    awaitBus();
+    bus_.reset();
+  }
+
+  /// Waits until the bus has taken what was sent. A connection that closes with something
+  /// unread, as its own notifications may be, can lose what it sent last.
+  void awaitBus() {
+    sd_bus_call_method(bus_.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                       "org.freedesktop.DBus.Peer", "Ping", nullptr, nullptr, "");
   }
 
   /// Sends what was posted; whether it is time to end.
