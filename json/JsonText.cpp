@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 
 namespace vemo {
 namespace {
@@ -48,6 +49,27 @@ Sequence utf8Sequence(std::string_view text) {
     high = 0xBF;
   }
   return {length, true};
+}
+
+/// How many bytes at the front of `text` a JSON string holds as they are: ASCII without
+/// control characters, quotes and backslashes.
+std::size_t plainPrefix(std::string_view text) {
+  std::size_t i = 0;
+  // Eight at a time. A byte that is less than n, or n, sets its own high bit, or a
+  // higher one, in the difference; those above ASCII have it set already.
+  constexpr std::uint64_t ones = 0x0101010101010101;
+  for (std::uint64_t word = 0; i + sizeof word <= text.size(); i += sizeof word) {
+    std::memcpy(&word, text.data() + i, sizeof word);
+    const auto control = word - ones * 0x20;
+    const auto quote = (word ^ (ones * '"')) - ones;
+    const auto backslash = (word ^ (ones * '\\')) - ones;
+    if (((word | control | quote | backslash) & (ones * 0x80)) != 0) break;
+  }
+  const auto isPlain = [](unsigned char c) {
+    return c >= 0x20 && c < 0x80 && c != '"' && c != '\\';
+  };
+  while (i < text.size() && isPlain(static_cast<unsigned char>(text[i]))) ++i;
+  return i;
 }
 
 void appendInteger(std::string& out, auto number) {
@@ -122,37 +144,31 @@ void appendEscape(std::string& out, unsigned char c) {
 
 void appendJsonString(std::string& out, std::string_view text) {
   out += '"';
-  std::size_t plain = 0;  // start of what needs no change and is not yet copied
-  std::size_t i = 0;
-  while (i < text.size()) {
-    const auto c = static_cast<unsigned char>(text[i]);
-    if (c >= 0x20 && c < 0x80 && c != '"' && c != '\\') {
-      ++i;
-      continue;
-    }
-    if (c >= 0x80) {
-      const auto [length, valid] = utf8Sequence(text.substr(i));
-      const auto sequence = text.substr(i, length);
-      const bool separator = sequence == "\xE2\x80\xA8" || sequence == "\xE2\x80\xA9";
-      if (valid && !separator) {
-        i += length;
-        continue;
-      }
-      out.append(text.substr(plain, i - plain));
-      if (!valid) {
-        out.append(kReplacement);
-      } else {
-        out += sequence.back() == '\xA8' ? "\\u2028" : "\\u2029";
-      }
-      i += length;
+  for (;;) {
+    const auto plain = plainPrefix(text);
+    out.append(text.substr(0, plain));
+    text.remove_prefix(plain);
+    if (text.empty()) break;
+
+    std::size_t length = 1;
+    if (byteAt(text, 0) < 0x80) {
+      appendEscape(out, byteAt(text, 0));
     } else {
-      out.append(text.substr(plain, i - plain));
-      appendEscape(out, c);
-      ++i;
+      const auto sequence = utf8Sequence(text);
+      length = sequence.length;
+      const auto bytes = text.substr(0, length);
+      if (!sequence.valid) {
+        out.append(kReplacement);
+      } else if (bytes == "\xE2\x80\xA8") {
+        out += "\\u2028";
+      } else if (bytes == "\xE2\x80\xA9") {
+        out += "\\u2029";
+      } else {
+        out.append(bytes);
+      }
     }
-    plain = i;
+    text.remove_prefix(length);
   }
-  out.append(text.substr(plain));
   out += '"';
 }
 

@@ -25,6 +25,7 @@ void appendJsonString(std::string& out, std::string_view text);
 template <class Json>
 std::string jsonText(const Json& json) {
   std::string out;
+  out.reserve(128);  // most texts need one allocation
   appendJsonText(out, json);
   return out;
 }
