@@ -26,6 +26,7 @@ std::optional<std::filesystem::path> fileFor(const std::filesystem::path& folder
   target = target.substr(0, target.find('?'));
   if (!target.starts_with('/')) return std::nullopt;
   target.remove_prefix(1);
+  if (target.ends_with('/')) return std::nullopt;
   if (target.empty()) target = "index.html";
 
   std::filesystem::path relative;

@@ -138,7 +138,7 @@ class PageConnection final : public std::enable_shared_from_this<PageConnection>
     stream_.read_message_max(state_.options.maxFrameBytes);
     stream_.text(true);
     stream_.async_accept(request, [self = shared_from_this()](beast::error_code problem) {
-      if (problem) return self->finish();
+      if (problem || self->finished_) return self->finish();
       self->listener_ = self->state_.makeListener(self->outbox_);
       self->read();
     });
@@ -155,6 +155,7 @@ class PageConnection final : public std::enable_shared_from_this<PageConnection>
   }
 
   void sayGoodbye() {
+    if (!listener_) return hangUp();  // still shaking hands, which a goodbye may not interrupt
     stream_.async_close(websocket::close_code::going_away,
                         [self = shared_from_this()](beast::error_code) { self->finish(); });
   }
@@ -203,6 +204,10 @@ class PageConnection final : public std::enable_shared_from_this<PageConnection>
 
   void drop(std::string_view why) {
     state_.options.note("dropped a page that " + std::string(why));
+    hangUp();
+  }
+
+  void hangUp() {
     finish();
     beast::get_lowest_layer(stream_).close();
   }

@@ -1,0 +1,47 @@
+#include "simulator/PhoneSettings.h"
+
+#include <gtest/gtest.h>
+
+#include <boost/json/parse.hpp>
+
+namespace vemo::test {
+namespace {
+
+std::string applied(std::string_view changes, PhoneSettings& settings) {
+  return apply(boost::json::parse({changes.data(), changes.size()}).as_object(), settings);
+}
+
+TEST(PhoneSettings, AreWrittenAsTheyAreRead) {
+  PhoneSettings settings;
+  const std::string_view changes =
+      R"({"os":"11.4.0","camera":"denied","microphone":"restricted",)"
+      R"("bundle":{"CFBundleName":"Lesson"},"canOpenSettings":false,"appGroup":"group"})";
+  EXPECT_EQ(applied(changes, settings), "");
+  EXPECT_EQ(jsonOf(settings),
+            boost::json::parse({changes.data(), changes.size()}).as_object());
+}
+
+TEST(PhoneSettings, OneBadKeyChangesNothing) {
+  for (const auto* changes :
+       {R"({"camera":"denied","nose":true})", R"({"camera":"denied","os":"1.2.3.4"})",
+        R"({"camera":"denied","os":""})", R"({"camera":"denied","os":"1."})",
+        R"({"camera":"denied","os":"-1"})", R"({"camera":"denied","microphone":3})",
+        R"({"camera":"denied","microphone":"yes"})", R"({"camera":"denied","bundle":{"a":1}})",
+        R"({"camera":"denied","bundle":[]})", R"({"camera":"denied","canOpenSettings":1})",
+        R"({"camera":"denied","appGroup":null})"}) {
+    PhoneSettings settings;
+    EXPECT_NE(applied(changes, settings), "") << changes;
+    EXPECT_EQ(settings.camera, AuthorizationStatus::notDetermined) << changes;
+  }
+}
+
+TEST(PhoneSettings, VersionsCompareByTheirParts) {
+  EXPECT_TRUE(isAtLeast("13.0.0", 13, 0, 0));
+  EXPECT_TRUE(isAtLeast("13", 12, 9, 9));
+  EXPECT_TRUE(isAtLeast("11.4", 11, 4, 0));
+  EXPECT_FALSE(isAtLeast("11.4", 11, 4, 1));
+  EXPECT_FALSE(isAtLeast("9.9.9", 10, 0, 0));
+}
+
+}  // namespace
+}  // namespace vemo::test

@@ -1,0 +1,303 @@
+#include "simulator/Phone.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <initializer_list>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "engine/EngineCodes.h"
+#include "json/JsonText.h"
+#include "platform/JSMsgRouter.h"
+#include "platform/MainThreadQueue.h"
+#include "simulator/FakePage.h"
+
+namespace vemo::test {
+namespace {
+
+using boost::json::object;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+class NoLog final : public VEMOLogger, public SystemLog {
+ public:
+  void log(const DUNLogParam&) override {}
+  void updateLogConfig(const std::function<void(DUNLoggerConfig&)>& update) override {
+    DUNLoggerConfig config;
+    update(config);
+  }
+  void writeLine(std::string_view) override {}
+};
+
+CloudOptions cloudOptions(std::shared_ptr<Clock> clock) {
+  CloudOptions options;
+  options.clock = std::move(clock);
+  options.roomCapacity = 2;
+  return options;
+}
+
+/// Phones in a cloud whose clock the test drives, each with a page that remembers.
+class PhoneTest : public testing::Test {
+ protected:
+  struct Handset {
+    std::shared_ptr<FakePage> page = std::make_shared<FakePage>();
+    std::unique_ptr<Phone> phone;
+
+    object reply(std::string_view cbid) const {
+      const auto found = page->reply(cbid);
+      EXPECT_TRUE(found) << "no reply to " << cbid;
+      return found.value_or(object());
+    }
+    std::int64_t code(std::string_view cbid) const {
+      const auto found = reply(cbid);
+      return found.contains("error") ? found.at("error").at("errcode").as_int64() : 0;
+    }
+    std::string problem() const {
+      const auto problems = page->frames("problem");
+      return problems.empty() ? "" : std::string(problems.back().at("text").as_string());
+    }
+  };
+
+  Handset connect() {
+    Handset handset;
+    handset.phone = std::make_unique<Phone>(environment_, handset.page);
+    return handset;
+  }
+
+  /// A phone that has entered room 7 as `userId`, on stage, with its events registered.
+  Handset entered(const std::string& userId) {
+    auto handset = connect();
+    boost::json::array callbacks;
+    for (const auto* name : {"onRemoteUserEnterRoom", "onRemoteUserLeaveRoom", "onConnectionLost",
+                             "onConnectionRecovery", "onUserVideoAvailable"})
+      callbacks.push_back({{"sdkcbName", name}, {"jsRecvcbName", "on"}});
+    command(handset, "registCallBacks", {{"callbacks", std::move(callbacks)}}, "callbacks");
+    command(handset, "initSDK", {}, "init");
+    command(handset, "enterRoom", enterParams(userId, "good"), "enter");
+    EXPECT_EQ(handset.code("enter"), 0);
+    return handset;
+  }
+
+  static object enterParams(const std::string& userId, const std::string& signature) {
+    return {{"sdkAppId", 1}, {"userId", userId}, {"userSig", signature},
+            {"roomId", 7},   {"appScene", 1},    {"role", 20}};
+  }
+
+  void frame(const Handset& handset, const object& frame) {
+    handset.phone->onText(jsonText(frame));
+    pass(milliseconds(0));
+  }
+  void message(const Handset& handset, const std::string& text) {
+    frame(handset, {{"kind", "message"}, {"text", text}});
+  }
+  void command(const Handset& handset, std::string_view action, object params,
+               std::string_view cbid, milliseconds wait = seconds(1)) {
+    message(handset, jsonText(object{{"head", {{"module", "kobu"}, {"action", action}}},
+                                     {"params", std::move(params)},
+                                     {"cbid", cbid}}));
+    pass(wait);
+  }
+
+  /// Lets time pass in the cloud, and the main thread do its work.
+  void pass(milliseconds time) {
+    clock_->advance(time);
+    while (mainQueue_.drain() > 0) clock_->advance(milliseconds(0));
+  }
+
+  std::shared_ptr<ManualClock> clock_ = std::make_shared<ManualClock>();
+  NoLog log_;
+  MainThreadQueue mainQueue_;
+  std::vector<std::string> notes_;
+  ClassroomCloud cloud_{cloudOptions(clock_)};
+  PhoneEnvironment environment_{cloud_, log_, log_, mainQueue_,
+                                [this](std::string_view line) { notes_.emplace_back(line); }};
+};
+
+TEST_F(PhoneTest, ShowsItsSettingsAtOnce) {
+  const auto handset = connect();
+  const auto settings = handset.page->frames("settings");
+  ASSERT_EQ(settings.size(), 1U);
+  EXPECT_EQ(settings[0].at("settings").at("camera"), "notDetermined");
+}
+
+TEST_F(PhoneTest, TwoPhonesMeetInARoomAndPart) {
+  const auto ada = entered("ada");
+  auto ben = entered("ben");
+  ASSERT_EQ(ada.page->events("onRemoteUserEnterRoom").size(), 1U);
+  EXPECT_EQ(ada.page->events("onRemoteUserEnterRoom")[0].at("remoteUserId"), "ben");
+
+  command(ben, "exitRoom", {}, "exit");
+  EXPECT_EQ(ben.code("exit"), 0);
+  ASSERT_EQ(ada.page->events("onRemoteUserLeaveRoom").size(), 1U);
+  EXPECT_EQ(ada.page->events("onRemoteUserLeaveRoom")[0].at("reason"), 0);
+}
+
+TEST_F(PhoneTest, FailedEntersAreAnsweredWithTheEnginesCode) {
+  const auto ada = entered("ada");
+  const auto ben = connect();
+  command(ben, "initSDK", {}, "init");
+  command(ben, "enterRoom", enterParams("ben", "bad"), "bad signature");
+  EXPECT_EQ(ben.code("bad signature"), kEnterBadSignature);
+  const auto eve = entered("eve");
+  command(ben, "enterRoom", enterParams("ben", "good"), "full");
+  EXPECT_EQ(ben.code("full"), kEnterRoomFull);
+}
+
+TEST_F(PhoneTest, APageThatGoesFreesItsRouterAndHearsNothingMore) {
+  const auto ada = entered("ada");
+  auto ben = entered("ben");
+  message(ben, R"({"head":{"module":"kobu","action":"exitRoom"},"cbid":"late"})");
+  const auto heard = ben.page->count();
+  ben.phone.reset();
+  pass(seconds(1));
+  EXPECT_EQ(ben.page->count(), heard) << "the reply of a page that has gone was sent";
+  EXPECT_EQ(ben.page.use_count(), 1) << "something of the phone still lives";
+  EXPECT_EQ(ada.page->events("onRemoteUserLeaveRoom").size(), 1U);
+  ASSERT_EQ(cloud_.rooms().size(), 1U);
+  EXPECT_EQ(cloud_.rooms()[0].users, std::vector<std::string>{"ada"});
+}
+
+TEST_F(PhoneTest, APageThatGoesWhileEnteringLeavesNothingBehind) {
+  auto ada = connect();
+  message(ada, R"({"head":{"module":"kobu","action":"initSDK"}})");
+  message(ada, jsonText(object{{"head", {{"module", "kobu"}, {"action", "enterRoom"}}},
+                               {"params", enterParams("ada", "good")},
+                               {"cbid", "enter"}}));
+  ada.phone.reset();
+  pass(seconds(5));
+  EXPECT_FALSE(ada.page->reply("enter"));
+  EXPECT_EQ(ada.page.use_count(), 1);
+  EXPECT_TRUE(cloud_.rooms().empty());
+}
+
+TEST_F(PhoneTest, BadMessagesAreAnsweredAndTheNextOneWorks) {
+  const auto handset = connect();
+  const std::string deep(JSMsgRouter::kMaxMessageDepth + 1, '[');
+  for (const std::string& text :
+       {std::string(), std::string("{"), std::string("[]"), std::string("42"), deep,
+        std::string(R"({"head":{}})"), std::string(R"({"head":{"action":1},"cbid":"x"})"),
+        std::string(JSMsgRouter::kMaxMessageBytes + 1, ' ')})
+    message(handset, text);
+  EXPECT_EQ(handset.reply("x").at("error").at("errmsg"), "bad message");
+
+  std::string tooLong = R"({"head":{"module":"kobu","action":"initSDK"},"cbid":"long","params":{"a":")";
+  tooLong += std::string(JSMsgRouter::kMaxMessageBytes, 'a') + "\"}}";
+  message(handset, tooLong);
+  command(handset, "noSuchCommand", {}, "unknown");
+  EXPECT_EQ(handset.reply("unknown").at("error").at("errmsg"), "unknown action");
+  command(handset, "initSDK", {}, "init");
+  EXPECT_EQ(handset.code("init"), 0);
+  EXPECT_TRUE(notes_.empty());
+}
+
+TEST_F(PhoneTest, FramesThatCannotBeUsedAreToldOf) {
+  const auto handset = connect();
+  const std::vector<std::pair<std::string, std::string>> bad{
+      {"", "this is no JSON object"},
+      {"[]", "this is no JSON object"},
+      {"{}", "its kind is unknown"},
+      {R"({"kind":7})", "its kind is unknown"},
+      {R"({"kind":"message"})", "a message has no text"},
+      {R"({"kind":"network"})", "it doesn't say how the network is to be"},
+      {R"({"kind":"broadcast","event":"x"})", "the broadcast has no such event"},
+      {R"({"kind":"settings"})", "there are no settings in it"},
+      {R"({"kind":"settings","settings":{"os":"new"}})", "the phone has no such setting: os"},
+      {R"({"kind":"answer","media":"camera"})", "an answer says not whether access is granted"},
+      {R"({"kind":"answer","media":"camera","granted":true})", "nobody asked for the camera"},
+      {R"({"kind":"answer","media":"nose","granted":true})", "nobody asked for the nose"},
+      {R"({"kind":"press","alert":1})", "a press names no alert and button"},
+      {R"({"kind":"press","alert":1,"button":0})", "there is no such alert or button"}};
+  for (const auto& [text, wrong] : bad) {
+    handset.phone->onText(text);
+    EXPECT_EQ(handset.problem(), wrong) << text;
+  }
+  EXPECT_EQ(notes_.size(), bad.size());
+  command(handset, "initSDK", {}, "init");
+  EXPECT_EQ(handset.code("init"), 0);
+}
+
+TEST_F(PhoneTest, TheNetworkCanBeCutAndRestored) {
+  const auto ada = entered("ada");
+  frame(ada, {{"kind", "network"}, {"drop", true}});
+  pass(seconds(10));
+  EXPECT_EQ(ada.page->events("onConnectionLost").size(), 1U);
+  frame(ada, {{"kind", "network"}, {"drop", false}});
+  pass(seconds(10));
+  EXPECT_EQ(ada.page->events("onConnectionRecovery").size(), 1U);
+  frame(ada, {{"kind", "network"}, {"delay", 9e9}, {"upLoss", -3}, {"downLoss", 10}});
+  EXPECT_EQ(ada.problem(), "");
+}
+
+TEST_F(PhoneTest, AGrantedCameraStartsAndTheOthersSeeIt) {
+  const auto ada = entered("ada");
+  const auto ben = entered("ben");
+  command(ada, "startLocalPreview", {}, "camera");
+  ASSERT_EQ(ada.page->frames("prompt").size(), 1U);
+  EXPECT_EQ(ada.page->frames("prompt")[0].at("media"), "camera");
+  EXPECT_FALSE(ada.page->reply("camera"));
+
+  frame(ada, {{"kind", "answer"}, {"media", "camera"}, {"granted", true}});
+  EXPECT_EQ(ada.code("camera"), 0);
+  EXPECT_EQ(ada.page->frames("settings").back().at("settings").at("camera"), "authorized");
+  pass(seconds(2));
+  ASSERT_FALSE(ben.page->events("onUserVideoAvailable").empty());
+
+  command(ben, "startRemoteView", {{"userId", "ada"}}, "view");
+  EXPECT_EQ(ben.code("view"), 0);
+  frame(ben, {{"kind", "pictures"}});
+  const auto pictures = ben.page->frames("pictures").back().at("pictures").as_array();
+  ASSERT_EQ(pictures.size(), 1U);
+  EXPECT_EQ(pictures[0].at("userId"), "ada");
+  EXPECT_EQ(pictures[0].at("own"), false);
+}
+
+TEST_F(PhoneTest, OnePromptServesAllWhoWaitForIt) {
+  const auto ada = entered("ada");
+  command(ada, "startLocalPreview", {}, "first");
+  command(ada, "startLocalPreview", {}, "second");
+  EXPECT_EQ(ada.page->frames("prompt").size(), 1U);
+  frame(ada, {{"kind", "answer"}, {"media", "camera"}, {"granted", false}});
+  EXPECT_EQ(ada.code("first"), -1314);
+  EXPECT_EQ(ada.code("second"), -1314);
+  EXPECT_EQ(ada.page->frames("settings").back().at("settings").at("camera"), "denied");
+}
+
+TEST_F(PhoneTest, ARefusedCameraRaisesAnAlertThatLeadsToTheSettings) {
+  const auto ada = entered("ada");
+  frame(ada, {{"kind", "settings"}, {"settings", {{"camera", "denied"}}}});
+  command(ada, "startLocalPreview", {}, "camera");
+  const auto alerts = ada.page->frames("alert");
+  ASSERT_EQ(alerts.size(), 1U);
+  EXPECT_EQ(alerts[0].at("title"), "“Classroom”想访问您的相机");
+  EXPECT_EQ(alerts[0].at("message"), "因相机权限受限，无法正常访问相机，请前往设置相机访问权限。");
+  const auto& buttons = alerts[0].at("buttons").as_array();
+  ASSERT_EQ(buttons.size(), 2U);
+  EXPECT_EQ(buttons[0], (object{{"title", "不允许"}, {"destructive", false}}));
+  EXPECT_EQ(buttons[1], (object{{"title", "前往设置"}, {"destructive", true}}));
+
+  const auto id = alerts[0].at("id");
+  frame(ada, {{"kind", "press"}, {"alert", id}, {"button", 2}});
+  EXPECT_EQ(ada.problem(), "there is no such alert or button");
+  frame(ada, {{"kind", "press"}, {"alert", id}, {"button", 1}});
+  EXPECT_EQ(ada.code("camera"), -1314);
+  EXPECT_EQ(ada.page->frames("openSettings").size(), 1U);
+  frame(ada, {{"kind", "press"}, {"alert", id}, {"button", 1}});
+  EXPECT_EQ(ada.page->frames("openSettings").size(), 1U) << "an alert was pressed twice";
+}
+
+TEST_F(PhoneTest, AnAnswerToAPageThatHasGoneIsHarmless) {
+  auto ada = entered("ada");
+  frame(ada, {{"kind", "settings"}, {"settings", {{"microphone", "restricted"}}}});
+  command(ada, "startLocalPreview", {}, "camera");
+  command(ada, "startLocalAudio", {}, "microphone");
+  ASSERT_EQ(ada.page->frames("alert").size(), 1U);
+  ada.phone.reset();
+  pass(seconds(1));
+  EXPECT_EQ(ada.page.use_count(), 1) << "a prompt or an alert keeps the phone alive";
+}
+
+}  // namespace
+}  // namespace vemo::test

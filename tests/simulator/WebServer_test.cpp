@@ -1,0 +1,325 @@
+#include "simulator/WebServer.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/read.hpp>
+#include <boost/asio/write.hpp>
+#include <boost/beast/core.hpp>
+#include <boost/beast/http.hpp>
+#include <boost/beast/websocket.hpp>
+#include <condition_variable>
+#include <fstream>
+#include <mutex>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace vemo::test {
+namespace {
+
+namespace asio = boost::asio;
+namespace beast = boost::beast;
+namespace http = beast::http;
+namespace websocket = beast::websocket;
+using asio::ip::tcp;
+
+/// Lines, or anything else, that one thread adds and another waits for.
+class Lines {
+ public:
+  void add(std::string_view line) {
+    const std::lock_guard lock(mutex_);
+    lines_.emplace_back(line);
+    changed_.notify_all();
+  }
+  /// Waits until there are `count` lines.
+  std::vector<std::string> wait(std::size_t count) {
+    std::unique_lock lock(mutex_);
+    EXPECT_TRUE(changed_.wait_for(lock, std::chrono::seconds(20),
+                                  [&] { return lines_.size() >= count; }));
+    return lines_;
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::vector<std::string> lines_;
+};
+
+/// Answers each frame by itself, or by many of them when it reads "flood".
+class Echo final : public PageListener {
+ public:
+  Echo(std::shared_ptr<PageSocket> page, Lines& events) : page_(std::move(page)), events_(events) {
+    events_.add("came");
+  }
+  ~Echo() override { events_.add("left"); }
+
+  void onText(std::string_view text) override {
+    if (text == "flood") {
+      for (int i = 0; i < 4000; ++i) page_->send(std::string(10'000, 'f'));
+    } else {
+      page_->send(std::string(text));
+    }
+  }
+
+ private:
+  std::shared_ptr<PageSocket> page_;
+  Lines& events_;
+};
+
+class WebServerTest : public testing::Test {
+ protected:
+  WebServerTest() {
+    std::filesystem::create_directories(folder_ / "page" / "sub");
+    write("page/index.html", "<p>index</p>");
+    write("page/app.js", "let a;");
+    write("page/sub/style.css", "p {}");
+    write("page/.hidden", "secret");
+    write("secret.txt", "secret");
+    std::filesystem::create_symlink(folder_ / "secret.txt", folder_ / "page" / "link.txt");
+
+    WebServerOptions options;
+    options.pageFolder = folder_ / "page";
+    options.maxFrameBytes = 50'000;
+    options.maxUnsentBytes = 20'000'000;
+    options.note = [this](std::string_view line) { notes_.add(line); };
+    std::string error;
+    server_ = WebServer::open(options, error);
+    EXPECT_TRUE(server_) << error;
+    host_ = "127.0.0.1:" + std::to_string(server_->port());
+    thread_ = std::thread([this] {
+      server_->run([this](std::shared_ptr<PageSocket> page) {
+        return std::make_unique<Echo>(std::move(page), events_);
+      });
+    });
+  }
+  ~WebServerTest() override {
+    server_->stop();
+    thread_.join();
+    std::filesystem::remove_all(folder_);
+  }
+
+  void write(const std::string& name, std::string_view text) const {
+    std::ofstream(folder_ / name) << text;
+  }
+
+  tcp::socket connected() {
+    tcp::socket socket(io_);
+    socket.connect({asio::ip::address_v4::loopback(), server_->port()});
+    return socket;
+  }
+
+  http::response<http::string_body> get(const std::string& target, http::verb verb = http::verb::get,
+                                        const std::string& host = "") {
+    http::request<http::string_body> request(verb, target, 11);
+    request.set(http::field::host, host.empty() ? host_ : host);
+    auto socket = connected();
+    http::write(socket, request);
+    beast::flat_buffer buffer;
+    http::response_parser<http::string_body> parser;
+    parser.skip(verb == http::verb::head);
+    http::read(socket, buffer, parser);
+    return parser.release();
+  }
+
+  /// The answer to bytes that need be no request.
+  http::response<http::string_body> answerTo(const std::string& bytes) {
+    auto socket = connected();
+    asio::write(socket, asio::buffer(bytes));
+    beast::flat_buffer buffer;
+    http::response<http::string_body> response;
+    http::read(socket, buffer, response);
+    return response;
+  }
+
+  using Page = websocket::stream<tcp::socket>;
+
+  /// A page of `origin` that has shaken hands, or the refusal's status.
+  std::pair<std::unique_ptr<Page>, http::status> page(const std::string& origin,
+                                                      const std::string& host = "") {
+    auto stream = std::make_unique<Page>(connected());
+    stream->set_option(websocket::stream_base::decorator([&](websocket::request_type& request) {
+      if (!origin.empty()) request.set(http::field::origin, origin);
+    }));
+    websocket::response_type response;
+    beast::error_code problem;
+    stream->handshake(response, host.empty() ? host_ : host, "/phone", problem);
+    if (problem) stream.reset();
+    return {std::move(stream), response.result()};
+  }
+  std::unique_ptr<Page> ownPage() { return page("http://" + host_).first; }
+
+  static std::string read(Page& page) {
+    beast::flat_buffer buffer;
+    page.read(buffer);
+    return beast::buffers_to_string(buffer.data());
+  }
+
+  const std::filesystem::path folder_ =
+      std::filesystem::temp_directory_path() /
+      ("vemo-web-" + std::to_string(getpid()) + "-" +
+       testing::UnitTest::GetInstance()->current_test_info()->name());
+  Lines notes_;
+  Lines events_;
+  std::unique_ptr<WebServer> server_;
+  std::string host_;
+  std::thread thread_;
+  asio::io_context io_;
+};
+
+TEST_F(WebServerTest, ServesTheFilesOfItsFolder) {
+  const auto index = get("/");
+  EXPECT_EQ(index.result(), http::status::ok);
+  EXPECT_EQ(index.body(), "<p>index</p>");
+  EXPECT_EQ(index[http::field::content_type], "text/html; charset=utf-8");
+  EXPECT_EQ(get("/app.js?v=1")[http::field::content_type], "text/javascript; charset=utf-8");
+  EXPECT_EQ(get("/sub/style.css")[http::field::content_type], "text/css; charset=utf-8");
+  const auto head = get("/app.js", http::verb::head);
+  EXPECT_EQ(head[http::field::content_length], "6");
+  EXPECT_EQ(head.body(), "");
+}
+
+TEST_F(WebServerTest, ServesNothingElse) {
+  for (const auto* target :
+       {"/none.txt", "/../secret.txt", "/sub/../../secret.txt", "/..%2fsecret.txt",
+        "/%2e%2e/secret.txt", "/..\\secret.txt", "//etc/passwd", "/.hidden", "/link.txt", "/sub",
+        "/sub/", "/index.html/", "/index.html%00.js", "etc/passwd"}) {
+    const auto response = get(target);
+    EXPECT_EQ(response.result(), http::status::not_found) << target;
+    EXPECT_EQ(response.body().find("secret"), std::string::npos) << target;
+  }
+  EXPECT_EQ(get("/", http::verb::post).result(), http::status::method_not_allowed);
+  EXPECT_EQ(get("/phone").result(), http::status::upgrade_required);
+}
+
+TEST_F(WebServerTest, RefusesWhatIsNoProperRequest) {
+  EXPECT_EQ(answerTo("what is this?\r\n\r\n").result(), http::status::bad_request);
+  EXPECT_EQ(answerTo("GET / HTTP/1.1\r\nX: " + std::string(20'000, 'x')).result(),
+            http::status::request_header_fields_too_large);
+  EXPECT_EQ(answerTo("POST / HTTP/1.1\r\nContent-Length: 99999999\r\n\r\n").result(),
+            http::status::payload_too_large);
+  EXPECT_EQ(get("/").result(), http::status::ok);
+}
+
+TEST_F(WebServerTest, AnswersOnlyToItsOwnName) {
+  EXPECT_EQ(get("/", http::verb::get, "evil.example").result(), http::status::misdirected_request);
+  EXPECT_EQ(get("/", http::verb::get, "127.0.0.1:1").result(), http::status::misdirected_request);
+  const auto port = host_.substr(host_.find(':'));
+  EXPECT_EQ(get("/", http::verb::get, "localhost" + port).result(), http::status::ok);
+}
+
+TEST_F(WebServerTest, LetsOnlyItsOwnPagesConnect) {
+  const auto port = host_.substr(host_.find(':'));
+  EXPECT_EQ(page("http://evil.example").second, http::status::forbidden);
+  EXPECT_EQ(page("https://" + host_).second, http::status::forbidden);
+  EXPECT_EQ(page("null").second, http::status::forbidden);
+  EXPECT_EQ(page("").second, http::status::forbidden);
+  EXPECT_EQ(page("http://evil.example" + port, "evil.example" + port).second,
+            http::status::forbidden);
+  EXPECT_TRUE(page("http://" + host_).first);
+  EXPECT_TRUE(page("http://localhost" + port, "localhost" + port).first);
+}
+
+TEST_F(WebServerTest, CarriesFramesInOrder) {
+  const auto mine = ownPage();
+  ASSERT_TRUE(mine);
+  for (const auto* text : {"one", "two", "three"}) mine->write(asio::buffer(std::string(text)));
+  EXPECT_EQ(read(*mine), "one");
+  EXPECT_EQ(read(*mine), "two");
+  EXPECT_EQ(read(*mine), "three");
+}
+
+TEST_F(WebServerTest, AListenerGoesWithItsPage) {
+  auto mine = ownPage();
+  ASSERT_TRUE(mine);
+  EXPECT_EQ(events_.wait(1).back(), "came");
+  mine->close(websocket::close_code::normal);
+  EXPECT_EQ(events_.wait(2).back(), "left");
+
+  auto torn = ownPage();
+  events_.wait(3);
+  torn->next_layer().close();
+  EXPECT_EQ(events_.wait(4).back(), "left");
+}
+
+TEST_F(WebServerTest, IgnoresBinaryFramesAndEndsOnTooLongOnes) {
+  const auto mine = ownPage();
+  ASSERT_TRUE(mine);
+  mine->binary(true);
+  mine->write(asio::buffer(std::string("bits")));
+  mine->text(true);
+  mine->write(asio::buffer(std::string("still here")));
+  EXPECT_EQ(read(*mine), "still here");
+  EXPECT_EQ(notes_.wait(1).back(), "a page sent a binary frame; ignored");
+
+  beast::error_code problem;
+  mine->write(asio::buffer(std::string(60'000, 'x')), problem);
+  EXPECT_EQ(events_.wait(2).back(), "left");
+  EXPECT_EQ(notes_.wait(2).back(), "dropped a page that sent a frame that is too long");
+}
+
+TEST_F(WebServerTest, EndsOnBrokenText) {
+  const auto mine = ownPage();
+  ASSERT_TRUE(mine);
+  beast::error_code problem;
+  mine->write(asio::buffer(std::string("\xff\xfe")), problem);
+  beast::flat_buffer buffer;
+  mine->read(buffer, problem);
+  EXPECT_EQ(problem, websocket::error::closed);
+  EXPECT_EQ(mine->reason().code, websocket::close_code::bad_payload);
+  EXPECT_EQ(events_.wait(2).back(), "left");
+}
+
+TEST_F(WebServerTest, DropsAPageThatDoesNotRead) {
+  const auto slow = ownPage();
+  ASSERT_TRUE(slow);
+  slow->write(asio::buffer(std::string("flood")));
+  EXPECT_EQ(notes_.wait(1).back(), "dropped a page that doesn't read what it is sent");
+  EXPECT_EQ(events_.wait(2).back(), "left");
+
+  const auto other = ownPage();
+  other->write(asio::buffer(std::string("hello")));
+  EXPECT_EQ(read(*other), "hello");
+}
+
+TEST_F(WebServerTest, SaysGoodbyeWhenItStops) {
+  const auto mine = ownPage();
+  ASSERT_TRUE(mine);
+  server_->stop();
+  beast::flat_buffer buffer;
+  beast::error_code problem;
+  mine->read(buffer, problem);
+  EXPECT_EQ(problem, websocket::error::closed);
+  EXPECT_EQ(mine->reason().code, websocket::close_code::going_away);
+  EXPECT_EQ(events_.wait(2).back(), "left");
+}
+
+TEST_F(WebServerTest, TasksRunOnItsThreadInOrder) {
+  Lines done;
+  for (const auto* name : {"a", "b", "c"}) {
+    server_->post([&done, name, this] {
+      EXPECT_EQ(std::this_thread::get_id(), thread_.get_id());
+      done.add(name);
+    });
+  }
+  EXPECT_EQ(done.wait(3), (std::vector<std::string>{"a", "b", "c"}));
+}
+
+TEST_F(WebServerTest, SaysWhyItCannotOpen) {
+  std::string error;
+  WebServerOptions busy;
+  busy.port = server_->port();
+  busy.pageFolder = folder_ / "page";
+  EXPECT_FALSE(WebServer::open(busy, error));
+  EXPECT_EQ(error, "Port " + std::to_string(busy.port) + " is in use by another program.");
+
+  WebServerOptions missing;
+  missing.pageFolder = folder_ / "nowhere";
+  EXPECT_FALSE(WebServer::open(missing, error));
+  EXPECT_EQ(error, "There is no built page in " + missing.pageFolder.string() + " (no index.html).");
+}
+
+}  // namespace
+}  // namespace vemo::test
