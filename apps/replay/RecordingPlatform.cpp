@@ -88,7 +88,8 @@ void RecordingAlerts::present(Alert alert) {
 
 Text RecordingApplication::information(std::string_view key) const {
   const auto found = device_.bundle.find(key);
-  return found == device_.bundle.end() ? Text() : found->second;
+  if (found == device_.bundle.end()) return std::nullopt;
+  return found->second;
 }
 
 bool RecordingDownloads::isUrl(const std::string& text) const {
@@ -112,9 +113,9 @@ void RecordingDownloads::download(const std::string& url, Done done) {
 
 DownloadResult RecordingDownloads::result(const DownloadOutcome& outcome) {
   if (outcome.error) return {outcome.error, nullptr};
-  if (!outcome.data) return {std::nullopt, std::make_shared<File>(std::nullopt)};
-  return {std::nullopt,
-          std::make_shared<File>(std::string(outcome.image ? kImageBytes : kOtherBytes))};
+  std::optional<std::string> bytes;
+  if (outcome.data) bytes.emplace(outcome.image ? kImageBytes : kOtherBytes);
+  return {std::nullopt, std::make_shared<File>(std::move(bytes))};
 }
 
 std::shared_ptr<VEMOImage> RecordingDecoder::decode(const std::string& bytes) const {

@@ -4,6 +4,7 @@
 
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -43,7 +44,7 @@ std::vector<std::string> effectsOf(const std::string& transcript, int fromStep =
 }
 
 std::string fileText(const std::string& name) {
-  std::ifstream file(std::string(VEMO_REPLAY_TEST_DATA) + "/" + name);
+  std::ifstream file(std::filesystem::path(VEMO_REPLAY_TEST_DATA) / name);
   EXPECT_TRUE(file) << name;
   return {std::istreambuf_iterator<char>(file), {}};
 }
