@@ -287,6 +287,7 @@ TEST_F(WebServerTest, DropsAPageThatDoesNotRead) {
 TEST_F(WebServerTest, SaysGoodbyeWhenItStops) {
   const auto mine = ownPage();
   ASSERT_TRUE(mine);
+  events_.wait(1);  // the server knows too that it is connected
   server_->stop();
   beast::flat_buffer buffer;
   beast::error_code problem;
