@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <boost/json/parse.hpp>
+#include <limits>
 #include <string_view>
 
 namespace vemo::replay {
@@ -57,6 +58,12 @@ TEST(Matcher, NullMatchesNullAndWhatIsMissing) {
   EXPECT_TRUE(matches(R"({"a":null})", "{}"));
   EXPECT_FALSE(matches(R"({"a":null})", R"({"a":false})"));
   EXPECT_FALSE(matches(R"({"a":null})", R"({"a":""})"));
+}
+
+TEST(Matcher, WhatIsNotFiniteIsNullAsInTheTranscript) {
+  const json::value infinity(std::numeric_limits<double>::infinity());
+  EXPECT_FALSE(difference(nullptr, &infinity));
+  EXPECT_TRUE(difference(0, &infinity));
 }
 
 TEST(Matcher, ArraysMatchElementByElement) {
