@@ -18,6 +18,6 @@ await build({
   outdir: 'dist',
   logLevel: 'warning',
 });
-for (const file of ['index.html', 'classroom.html', 'icon.svg']) {
+for (const file of ['index.html', 'classroom.html', 'icon.svg', 'camera-paused.png']) {
   await cp(new URL(file, here), new URL(file, dist));
 }

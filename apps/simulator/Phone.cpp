@@ -13,7 +13,6 @@
 #include "platform/InProcessNotificationCenter.h"
 #include "platform/JSMsgRouter.h"
 #include "platform/ReplyDelivery.h"
-#include "simulator/OfflineDownloads.h"
 #include "simulator/PageWebView.h"
 #include "simulator/PhoneScreen.h"
 #include "simulator/PhoneServices.h"
@@ -27,7 +26,6 @@ struct Phone::Parts {
         page(std::move(socket)),
         engineClass(given.cloud.makeEngineClass()),
         services(page, given.mainQueue),
-        downloads(given.mainQueue),
         screen(std::make_shared<PhoneScreen>()),
         baseRouter(given.logger,
                    std::make_shared<MainThreadReplyDelivery>(given.mainQueue, "vemoBridge.onReply"),
@@ -44,8 +42,8 @@ struct Phone::Parts {
             .captureAuthorization = services,
             .alerts = services,
             .application = services,
-            .downloads = downloads,
-            .images = images,
+            .downloads = environment.downloads,
+            .images = environment.images,
             .system = services,
             .extensionLauncher = services,
             .appGroup = services.appGroup(),
@@ -58,8 +56,6 @@ struct Phone::Parts {
   InProcessNotificationCenter notifications;
   InProcessCrossProcessCenter extensionNotifications;
   PhoneServices services;
-  OfflineDownloads downloads;
-  NoImages images;
   const std::shared_ptr<PhoneScreen> screen;
   JSMsgRouter baseRouter;
 };
@@ -95,10 +91,7 @@ std::string Phone::handle(const boost::json::object& frame) {
   if (kind == "network") return handleNetwork(frame);
   if (kind == "broadcast") return handleBroadcast(frame);
   if (kind == "pictures") {
-    const auto phone = parts_->engineClass->snapshot();
-    parts_->page->send(jsonText(boost::json::object{
-        {"kind", "pictures"},
-        {"pictures", phone ? PhoneScreen::pictures(*phone) : boost::json::array()}}));
+    sendPictures();
     return {};
   }
   if (kind == "settings") {
@@ -119,6 +112,17 @@ std::string Phone::handle(const boost::json::object& frame) {
     return parts_->services.press(alert->as<std::int64_t>(), button->as<std::size_t>());
   }
   return "its kind is unknown";
+}
+
+void Phone::sendPictures() {
+  const auto phone = parts_->engineClass->snapshot();
+  auto pictures = phone ? parts_->screen->pictures(*phone) : boost::json::array();
+  for (auto& image : parts_->screen->newImages()) {
+    image["kind"] = "image";
+    parts_->page->send(jsonText(image));
+  }
+  parts_->page->send(
+      jsonText(boost::json::object{{"kind", "pictures"}, {"pictures", std::move(pictures)}}));
 }
 
 std::string Phone::handleNetwork(const boost::json::object& frame) {

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "bridge/DownloadService.h"
+#include "bridge/ImageDecoder.h"
 #include "bridge/MainQueue.h"
 #include "bridge/VEMOLogger.h"
 #include "engine/ClassroomCloud.h"
@@ -21,6 +23,8 @@ struct PhoneEnvironment {
   VEMOLogger& logger;
   SystemLog& systemLog;
   MainQueue& mainQueue;
+  DownloadService& downloads;
+  ImageDecoder& images;
   /// Takes a line for the operator. Main thread.
   std::function<void(std::string_view line)> note;
 };
@@ -33,7 +37,8 @@ struct PhoneEnvironment {
 /// "settings" (settings: changes), "answer" (media, granted), "press" (alert, button),
 /// "broadcast" (event: "Started" and so on) and "pictures" (asks what the views show).
 /// To the page: "script" (text, needLog), "settings", "prompt", "alert", "openSettings",
-/// "broadcastPicker", "pictures" and "problem" (text: why a frame could not be used).
+/// "broadcastPicker", "pictures", "image" (id, width, height, rgba: a mute image that
+/// pictures name) and "problem" (text: why a frame could not be used).
 class Phone final : public PageListener {
  public:
   Phone(const PhoneEnvironment& environment, std::shared_ptr<PageSocket> page);
@@ -45,6 +50,7 @@ class Phone final : public PageListener {
   struct Parts;
 
   std::string handle(const boost::json::object& frame);
+  void sendPictures();
   std::string handleNetwork(const boost::json::object& frame);
   std::string handleBroadcast(const boost::json::object& frame);
 

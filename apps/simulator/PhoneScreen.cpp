@@ -1,30 +1,9 @@
 #include "simulator/PhoneScreen.h"
 
-#include <boost/json/object.hpp>
-
 #include "json/RecordMapper.h"
+#include "simulator/Thumbnail.h"
 
 namespace vemo {
-namespace {
-
-void addPicture(boost::json::array& pictures, const std::shared_ptr<NativeView>& native,
-                const PictureSnapshot& picture, bool own) {
-  const auto* view = dynamic_cast<const PhoneView*>(native.get());
-  if (!view || picture.kind == PictureKind::none) return;
-  pictures.push_back({{"userId", view->userId()},
-                      {"viewType", static_cast<int>(view->type())},
-                      {"own", own},
-                      {"muteImage", picture.kind == PictureKind::muteImage},
-                      {"width", picture.width},
-                      {"height", picture.height},
-                      {"fps", picture.fps},
-                      {"front", picture.front},
-                      {"rotation", picture.rotation},
-                      {"mirror", picture.mirror},
-                      {"drawing", dictionaryFrom(picture.drawing)}});
-}
-
-}  // namespace
 
 std::shared_ptr<NativeView> PhoneScreen::renderViewOf(const Text& userId, ViewType viewType) {
   if (!userId || userId->empty()) return nullptr;
@@ -35,10 +14,43 @@ std::shared_ptr<NativeView> PhoneScreen::renderViewOf(const Text& userId, ViewTy
 
 boost::json::array PhoneScreen::pictures(const PhoneSnapshot& phone) {
   boost::json::array pictures;
-  addPicture(pictures, phone.video.view, phone.video.picture, true);
-  for (const auto& remote : phone.remoteViews)
-    addPicture(pictures, remote.view, remote.picture, false);
+  std::map<std::shared_ptr<VEMOImage>, std::int64_t> shown;
+  const auto add = [&](const auto& native, const PictureSnapshot& picture, bool own) {
+    const auto* view = dynamic_cast<const PhoneView*>(native.get());
+    if (!view || picture.kind == PictureKind::none) return;
+    const auto& image = picture.muteImage;
+    const auto number = picture.kind == PictureKind::muteImage && image ? numberOf(image) : 0;
+    if (number > 0) shown.emplace(image, number);
+    pictures.push_back({{"userId", view->userId()},
+                        {"viewType", static_cast<int>(view->type())},
+                        {"own", own},
+                        {"muteImage", number},
+                        {"width", picture.width},
+                        {"height", picture.height},
+                        {"fps", picture.fps},
+                        {"front", picture.front},
+                        {"rotation", picture.rotation},
+                        {"mirror", picture.mirror},
+                        {"drawing", dictionaryFrom(picture.drawing)}});
+  };
+  add(phone.video.view, phone.video.picture, true);
+  for (const auto& remote : phone.remoteViews) add(remote.view, remote.picture, false);
+  images_ = std::move(shown);
   return pictures;
 }
+
+// 0 for an image that this program did not decode.
+std::int64_t PhoneScreen::numberOf(const std::shared_ptr<VEMOImage>& image) {
+  if (const auto known = images_.find(image); known != images_.end()) return known->second;
+  const auto* decoded = dynamic_cast<const DecodedImage*>(image.get());
+  if (!decoded) return 0;
+  auto frame = thumbnail(*decoded);
+  frame["id"] = ++lastImage_;
+  newImages_.push_back(std::move(frame));
+  images_.emplace(image, lastImage_);
+  return lastImage_;
+}
+
+std::vector<boost::json::object> PhoneScreen::newImages() { return std::exchange(newImages_, {}); }
 
 }  // namespace vemo

@@ -1,10 +1,13 @@
 #pragma once
 
 #include <boost/json/array.hpp>
+#include <boost/json/object.hpp>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "bridge/VEMOUIRenderSource.h"
 #include "engine/EngineSnapshot.h"
@@ -33,11 +36,21 @@ class PhoneScreen final : public VEMOUIRenderSource {
   std::shared_ptr<NativeView> renderViewOf(const Text& userId, ViewType viewType) override;
 
   /// What the views show in `phone`, for the page's frame to draw: those that show
-  /// something, the own one first.
-  static boost::json::array pictures(const PhoneSnapshot& phone);
+  /// something, the own one first. A mute image goes by a number.
+  boost::json::array pictures(const PhoneSnapshot& phone);
+
+  /// The mute images that pictures() has numbered since the last call, with "id" and the
+  /// members of a thumbnail.
+  std::vector<boost::json::object> newImages();
 
  private:
+  std::int64_t numberOf(const std::shared_ptr<VEMOImage>& image);
+
   std::map<std::pair<std::string, ViewType>, std::shared_ptr<PhoneView>> views_;
+  // Held as long as they are shown, so that no other image takes the same address.
+  std::map<std::shared_ptr<VEMOImage>, std::int64_t> images_;
+  std::vector<boost::json::object> newImages_;
+  std::int64_t lastImage_ = 0;
 };
 
 }  // namespace vemo

@@ -6,8 +6,10 @@
 #include <utility>
 
 #include "engine/ClassroomCloud.h"
+#include "platform/CurlDownloadService.h"
 #include "platform/JsonLineLogger.h"
 #include "platform/MainThreadQueue.h"
+#include "platform/PixbufImageDecoder.h"
 #include "platform/StreamSystemLog.h"
 #include "simulator/Options.h"
 #include "simulator/Phone.h"
@@ -50,13 +52,15 @@ int run(int argc, char** argv) {
   MainThreadQueue* work = nullptr;
   MainThreadQueue mainQueue([&] { server->post([&] { work->drain(); }); });
   work = &mainQueue;
+  CurlDownloadService downloads;
+  PixbufImageDecoder images;
   {
     CloudOptions cloudOptions;
     cloudOptions.seed = options->seed;
     cloudOptions.roomCapacity = options->roomCapacity;
     cloudOptions.musicDuration = simulatedMusic;
     ClassroomCloud cloud(cloudOptions);
-    const PhoneEnvironment environment{cloud, *logger, systemLog, mainQueue, note};
+    const PhoneEnvironment environment{cloud, *logger, systemLog, mainQueue, downloads, images, note};
 
     server->stopOnSignals();
     std::cout << "http://127.0.0.1:" << server->port() << "/" << std::endl;

@@ -13,6 +13,7 @@
 #include "json/JsonText.h"
 #include "platform/JSMsgRouter.h"
 #include "platform/MainThreadQueue.h"
+#include "platform/PixbufImageDecoder.h"
 #include "simulator/FakePage.h"
 
 namespace vemo::test {
@@ -31,6 +32,32 @@ class NoLog final : public VEMOLogger, public SystemLog {
   }
   void writeLine(std::string_view) override {}
 };
+
+/// Downloads that end at once with these bytes, decoded by the real decoder.
+class Bytes final : public DownloadService, public DownloadedFile {
+ public:
+  explicit Bytes(std::string bytes) : bytes_(std::move(bytes)) {}
+  bool isUrl(const std::string& text) const override { return !text.empty(); }
+  void download(const std::string&, std::function<void(DownloadResult)> done) override {
+    done({std::nullopt, std::make_shared<Bytes>(bytes_)});
+  }
+  std::optional<std::string> readAll() const override { return bytes_; }
+
+ private:
+  std::string bytes_;
+};
+
+/// A bitmap of one white pixel.
+std::string whitePixel() {
+  std::string bytes(58, '\0');
+  bytes.replace(0, 3, {'B', 'M', 58});
+  bytes[10] = 54;
+  bytes[14] = 40;
+  bytes[18] = bytes[22] = bytes[26] = 1;
+  bytes[28] = 24;
+  bytes.replace(54, 3, "\xff\xff\xff");
+  return bytes;
+}
 
 CloudOptions cloudOptions(std::shared_ptr<Clock> clock) {
   CloudOptions options;
@@ -112,7 +139,9 @@ class PhoneTest : public testing::Test {
   MainThreadQueue mainQueue_;
   std::vector<std::string> notes_;
   ClassroomCloud cloud_{cloudOptions(clock_)};
-  PhoneEnvironment environment_{cloud_, log_, log_, mainQueue_,
+  Bytes downloads_{whitePixel()};
+  PixbufImageDecoder images_;
+  PhoneEnvironment environment_{cloud_, log_, log_, mainQueue_, downloads_, images_,
                                 [this](std::string_view line) { notes_.emplace_back(line); }};
 };
 
@@ -252,6 +281,23 @@ TEST_F(PhoneTest, AGrantedCameraStartsAndTheOthersSeeIt) {
   ASSERT_EQ(pictures.size(), 1U);
   EXPECT_EQ(pictures[0].at("userId"), "ada");
   EXPECT_EQ(pictures[0].at("own"), false);
+}
+
+TEST_F(PhoneTest, AMuteImageIsSentOnceAndShownByItsNumber) {
+  const auto ada = entered("ada");
+  frame(ada, {{"kind", "settings"}, {"settings", {{"camera", "authorized"}}}});
+  command(ada, "setVideoMuteImage", {{"imgUrl", "http://somewhere/image"}}, "image");
+  command(ada, "startLocalPreview", {}, "camera");
+  command(ada, "muteLocalVideo", {{"mute", true}}, "mute");
+  EXPECT_EQ(ada.code("image"), 0);
+  frame(ada, {{"kind", "pictures"}});
+  frame(ada, {{"kind", "pictures"}});
+  const auto images = ada.page->frames("image");
+  ASSERT_EQ(images.size(), 1U);
+  EXPECT_EQ(images[0].at("rgba"), "ffffffff");
+  const auto pictures = ada.page->frames("pictures").back().at("pictures").as_array();
+  ASSERT_EQ(pictures.size(), 1U);
+  EXPECT_EQ(pictures[0].at("muteImage"), images[0].at("id"));
 }
 
 TEST_F(PhoneTest, OnePromptServesAllWhoWaitForIt) {

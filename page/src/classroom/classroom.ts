@@ -24,9 +24,7 @@ export interface Person {
   volume: number;
   /** 0 unknown, 1 excellent to 6 unusable. */
   quality: number;
-  /** What this page has asked for: how the person is heard and seen here. */
-  audioMuted: boolean;
-  videoMuted: boolean;
+  /** 0 to 100, how loud the person is played here. */
   playVolume: number;
 }
 
@@ -57,6 +55,8 @@ export class Classroom {
   role = audienceRole;
   roomId = 0;
   userId = '';
+  sdkAppId = 0;
+  userSig = '';
   version = '';
   problem: Problem | undefined;
   statistics: JsonObject | undefined;
@@ -98,6 +98,8 @@ export class Classroom {
     this.phase = 'entering';
     this.problem = undefined;
     this.userId = form.name;
+    this.sdkAppId = form.sdkAppId;
+    this.userSig = form.userSig;
     this.roomId = form.roomId;
     this.role = form.role;
     this.watcher.changed();
@@ -139,6 +141,24 @@ export class Classroom {
     this.role = role;
     if (role === audienceRole) this.media.takenAway();
     this.notice(role === anchorRole ? 'You are on stage.' : 'You are in the audience.', 'good');
+    this.watcher.changed();
+  }
+
+  /** Opens the views of all who send a picture. */
+  async showEverybody(): Promise<void> {
+    for (const { userId, own, video, screen } of this.people.values()) {
+      if (own) continue;
+      if (video) await this.attempt('startRemoteView', { userId, streamType: 0 });
+      if (screen) await this.attempt('startRemoteSubStreamView', { userId });
+    }
+  }
+
+  /** Ends the engine, which leaves the room, and starts another one. */
+  async restartEngine(): Promise<void> {
+    await this.attempt('uninitSDK');
+    this.reset();
+    this.phase = 'outside';
+    await this.attempt('initSDK');
     this.watcher.changed();
   }
 
@@ -205,8 +225,6 @@ export class Classroom {
         screen: false,
         volume: 0,
         quality: 0,
-        audioMuted: false,
-        videoMuted: false,
         playVolume: 100,
       };
       this.people.set(userId, person);

@@ -2,20 +2,36 @@
 
 import { h, icon, setData, type IconName } from '../dom';
 import type { Classroom } from './classroom';
+import { devicesPage } from './devicesPage';
+import { musicPage } from './musicPage';
+import { networkPage } from './networkPage';
+import { peoplePage } from './peoplePage';
 import { sharePage } from './sharePage';
 
 /** One page of the drawer. */
 export interface DrawerPage {
   element: HTMLElement;
   update(): void;
+  /** The room has been left. */
+  leave?(): void;
 }
 
 const pages = {
+  people: { title: 'People', make: peoplePage },
+  devices: { title: 'Devices', make: devicesPage },
+  music: { title: 'Music', make: musicPage },
+  network: { title: 'Network', make: networkPage },
   share: { title: 'Share the screen', make: sharePage },
 } satisfies Record<string, { title: string; make: (classroom: Classroom) => DrawerPage }>;
 type PageName = keyof typeof pages;
 
-const buttonFaces: Partial<Record<PageName, IconName>> = {};
+/** The pages that have a button of their own. */
+const buttonFaces: Partial<Record<PageName, IconName>> = {
+  people: 'people',
+  devices: 'sliders',
+  music: 'music',
+  network: 'chart',
+};
 
 export class Drawer {
   readonly element = h('aside', { class: 'drawer' });
@@ -50,6 +66,13 @@ export class Drawer {
 
   update(): void {
     if (this.open) this.made.get(this.open)?.update();
+  }
+
+  /** The room has been left: the drawer begins anew with the next one. */
+  leave(): void {
+    for (const page of this.made.values()) page.leave?.();
+    this.made.clear();
+    this.show(undefined);
   }
 
   private show(name: PageName | undefined): void {

@@ -41,9 +41,12 @@ function start(): void {
     ),
   );
 
+  let wasInRoom = false;
   const draw = () => {
     const { phase } = classroom;
     const inRoom = phase === 'inside' || phase === 'leaving';
+    if (wasInRoom && !inRoom) room.leaveRoom();
+    wasInRoom = inRoom;
     const screen = phase === 'stopped' ? stopped : inRoom ? room.element : join.element;
     if (screen.parentElement !== document.body) {
       document.body.replaceChildren(screen, toasts.element);

@@ -75,6 +75,11 @@ export class RoomScreen {
     this.drawer.update();
   }
 
+  /** The room has been left. */
+  leaveRoom(): void {
+    this.drawer.leave();
+  }
+
   private switchRole(): Promise<void> {
     const { role } = this.classroom;
     return this.classroom.switchRole(role === anchorRole ? audienceRole : anchorRole);

@@ -7,7 +7,8 @@ export interface Picture {
   viewType: number;
   /** The own camera or screen. */
   own: boolean;
-  muteImage: boolean;
+  /** The number of the image shown instead of the camera; 0 for none. */
+  muteImage: number;
   width: number;
   height: number;
   fps: number;
@@ -41,6 +42,7 @@ export type FromPhone =
   | { kind: 'openSettings' }
   | { kind: 'broadcastPicker' }
   | { kind: 'pictures'; pictures: Picture[] }
+  | { kind: 'image'; id: number; width: number; height: number; rgba: string }
   | { kind: 'problem'; text: string };
 
 /** What the simulator understands. */

@@ -38,6 +38,8 @@ const link = new PhoneLink({
         return overlays.showBroadcastPicker(application);
       case 'pictures':
         return views.show(received.pictures);
+      case 'image':
+        return views.addImage(received);
       case 'problem':
         return panel.problem(received.text);
     }

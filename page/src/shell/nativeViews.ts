@@ -3,7 +3,7 @@
 
 import { h } from '../dom';
 import { hueOf } from '../hue';
-import type { Picture } from './link';
+import type { FromPhone, Picture } from './link';
 
 interface Shown {
   picture: Picture;
@@ -13,6 +13,7 @@ interface Shown {
 export class NativeViews {
   readonly element = h('div', { class: 'native-views' });
   private readonly shown = new Map<string, Shown>();
+  private readonly images = new Map<number, HTMLCanvasElement>();
 
   constructor(private readonly frame: HTMLIFrameElement) {
     const draw = (time: number) => {
@@ -22,8 +23,18 @@ export class NativeViews {
     requestAnimationFrame(draw);
   }
 
+  /** A mute image, which pictures name by its number from now on. */
+  addImage({ id, width, height, rgba }: Extract<FromPhone, { kind: 'image' }>): void {
+    const canvas = h('canvas', { width, height });
+    const pixels = Uint8ClampedArray.from(rgba.match(/../g) ?? [], (byte) => parseInt(byte, 16));
+    canvas.getContext('2d')?.putImageData(new ImageData(pixels, width, height), 0, 0);
+    this.images.set(id, canvas);
+  }
+
   /** Shows exactly these pictures. */
   show(pictures: Picture[]): void {
+    const used = new Set(pictures.map(({ muteImage }) => muteImage));
+    for (const id of this.images.keys()) if (!used.has(id)) this.images.delete(id);
     const named = new Map(pictures.map((picture) => [`${picture.userId}/${picture.viewType}`, picture]));
     for (const [name, { canvas }] of this.shown) {
       if (named.has(name)) continue;
@@ -52,7 +63,7 @@ export class NativeViews {
         continue;
       }
       this.lay(canvas, place, box);
-      paint(canvas, picture, time);
+      paint(canvas, picture, this.images.get(picture.muteImage), time);
       canvas.dataset['kind'] = picture.muteImage ? 'muteImage' : 'live';
     }
   }
@@ -81,7 +92,12 @@ export class NativeViews {
 }
 
 // Turned, mirrored and fitted as the sender and the viewer have set it.
-function paint(canvas: HTMLCanvasElement, picture: Picture, time: number): void {
+function paint(
+  canvas: HTMLCanvasElement,
+  picture: Picture,
+  image: HTMLCanvasElement | undefined,
+  time: number,
+): void {
   const context = canvas.getContext('2d');
   if (!context) return;
   const { width, height } = canvas;
@@ -105,7 +121,7 @@ function paint(canvas: HTMLCanvasElement, picture: Picture, time: number): void 
   context.beginPath();
   context.rect(0, 0, across, down);
   context.clip();
-  if (picture.muteImage) paintMuteImage(context, picture, across, down);
+  if (image) context.drawImage(image, 0, 0, across, down);
   else if (picture.viewType === 2) paintScreen(context, picture, across, down, time);
   else paintPerson(context, picture, across, down, time);
   paintLabel(context, picture, across, down);
@@ -206,26 +222,6 @@ function paintScreen(
     context.fillStyle = `hsl(${(hue + bar * 22) % 360} 60% 60%)`;
     context.fillRect(across * (0.66 + bar * 0.052), down * 0.88 - tall, across * 0.036, tall);
   }
-}
-
-function paintMuteImage(
-  context: CanvasRenderingContext2D,
-  { userId }: Picture,
-  across: number,
-  down: number,
-): void {
-  const hue = hueOf(userId);
-  const unit = Math.min(across, down);
-  context.fillStyle = `hsl(${hue} 30% 26%)`;
-  context.fillRect(0, 0, across, down);
-  context.strokeStyle = `hsl(${hue} 40% 70%)`;
-  context.lineWidth = unit * 0.02;
-  context.strokeRect(unit * 0.08, unit * 0.08, across - unit * 0.16, down - unit * 0.16);
-  context.fillStyle = `hsl(${hue} 40% 82%)`;
-  context.font = `600 ${unit * 0.1}px system-ui, sans-serif`;
-  context.textAlign = 'center';
-  context.textBaseline = 'middle';
-  context.fillText('camera paused', across / 2, down / 2);
 }
 
 // A part of the picture itself: it turns and mirrors with it, which makes both visible.

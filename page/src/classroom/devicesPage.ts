@@ -1,0 +1,127 @@
+// The own camera, microphone and sound.
+
+import { h } from '../dom';
+import type { Classroom } from './classroom';
+import { button, choice, row, section, slider, toggle } from './controls';
+import type { DrawerPage } from './drawer';
+
+const resolutions = [
+  ['320x180', '320 × 180'],
+  ['640x360', '640 × 360'],
+  ['1280x720', '1280 × 720'],
+] as const;
+const qualities = [
+  [1, 'Speech'],
+  [2, 'Standard'],
+  [3, 'Music'],
+] as const;
+const routes = [
+  [0, 'Speaker'],
+  [1, 'Earpiece'],
+] as const;
+const intervals = [
+  [0, 'Never'],
+  [200, 'Often'],
+  [500, 'Twice a second'],
+] as const;
+const turns = [
+  [0, 'Upright'],
+  [1, '90°'],
+  [2, '180°'],
+  [3, '270°'],
+] as const;
+const fills = [
+  [0, 'Fill'],
+  [1, 'Fit'],
+] as const;
+const mirrors = [
+  [0, 'Automatic'],
+  [1, 'Mirrored'],
+  [2, 'As it is'],
+] as const;
+
+export function devicesPage(classroom: Classroom): DrawerPage {
+  const { media } = classroom;
+  const preview = { mode: 0, mirror: 0, rotation: 0 };
+  const draw = (change: Partial<typeof preview>) => {
+    Object.assign(preview, change);
+    return classroom.attempt('setLocalPreviewParams', preview);
+  };
+  const encode = (size: string) => {
+    const [width, height] = size.split('x').map(Number);
+    return classroom.attempt('setVideoEncoderParam', { width, height, fps: 15, bitrate: 800 });
+  };
+  const pauseImage = async () => {
+    const imgUrl = new URL('camera-paused.png', location.href).href;
+    if (await classroom.attempt('setVideoMuteImage', { imgUrl, fps: 5 }))
+      classroom.notice('This picture is shown while your camera is paused.', 'good');
+  };
+
+  const stopCamera = button('Turn off', () => media.stopCamera());
+  const flip = button('Switch camera', () => media.switchCamera());
+  const stopMicrophone = button('Turn off', () => media.stopMicrophone());
+  const capture = slider('Microphone volume', 100, (captureVolume) =>
+    classroom.attempt('setAudioVolume', { captureVolume }),
+  );
+  const playout = slider('Sound volume', 100, (playoutVolume) =>
+    classroom.attempt('setAudioVolume', { playoutVolume }),
+  );
+  const readVolumes = async () => {
+    const volumes = await classroom.attempt('getAudioVolume', { capture: true, playout: true });
+    if (!volumes) return;
+    for (const [made, volume] of [
+      [capture, volumes['captureVolume']],
+      [playout, volumes['playoutVolume']],
+    ] as const) {
+      made.input.value = String(volume);
+      made.show(String(volume));
+    }
+  };
+  void readVolumes();
+
+  return {
+    element: h(
+      'div',
+      { class: 'stack' },
+      section(
+        'Camera',
+        row(flip, stopCamera),
+        choice('Sent as', resolutions, '640x360', encode),
+        toggle('Send a small picture too', false, (enable) =>
+          classroom.attempt('enableEncSmallVideoStream', {
+            enable,
+            ...(enable ? { width: 160, height: 90, fps: 10, bitrate: 100 } : {}),
+          }),
+        ),
+        choice('Own picture', fills, 0, (mode) => draw({ mode })),
+        choice('Mirror', mirrors, 0, (mirror) => draw({ mirror })),
+        choice('Turned', turns, 0, (rotation) => draw({ rotation })),
+        choice('Turned for others', turns, 0, (encoderRotation) =>
+          classroom.attempt('setLocalPreviewParams', { ...preview, encoderRotation }),
+        ),
+        toggle('Mirrored for others', false, (encoderMirror) =>
+          classroom.attempt('setLocalPreviewParams', { ...preview, encoderMirror }),
+        ),
+        button('Picture while paused', pauseImage),
+      ),
+      section(
+        'Microphone and sound',
+        row(stopMicrophone),
+        choice('Quality', qualities, media.audioQuality, (quality) => {
+          media.audioQuality = quality;
+          return media.microphone === 'off' ? undefined : media.startMicrophone();
+        }),
+        capture.element,
+        playout.element,
+        choice('Heard from', routes, 0, (route) => classroom.attempt('setAudioRoute', { route })),
+        choice('Show levels', intervals, 500, (interval) =>
+          classroom.attempt('enableAudioVolumeEvaluation', { interval }),
+        ),
+      ),
+    ),
+    update() {
+      flip.disabled = stopCamera.disabled = media.camera === 'off' || media.camera === 'starting';
+      stopMicrophone.disabled = media.microphone === 'off' || media.microphone === 'starting';
+    },
+  };
+}

@@ -1,0 +1,91 @@
+// How the others are heard and seen here.
+
+import { h } from '../dom';
+import type { Classroom, Person } from './classroom';
+import { button, choice, row, section, slider, toggle } from './controls';
+import type { DrawerPage } from './drawer';
+
+const mainStream = 0;
+const fills = [
+  [0, 'Fill'],
+  [1, 'Fit'],
+] as const;
+const mirrors = [
+  [0, 'Automatic'],
+  [1, 'Mirrored'],
+  [2, 'As it is'],
+] as const;
+const turns = [
+  [0, 'Upright'],
+  [1, '90°'],
+  [2, '180°'],
+  [3, '270°'],
+] as const;
+const streams = [
+  [0, 'Full picture'],
+  [1, 'Small picture'],
+] as const;
+
+export function peoplePage(classroom: Classroom): DrawerPage {
+  const list = h('div', { class: 'stack' });
+  const empty = h('p', { class: 'hint' }, 'Nobody else is here yet.');
+  const known = new Map<string, HTMLElement>();
+  const all = section(
+    'Everybody',
+    toggle('Silence all', false, (mute) => classroom.attempt('muteAllRemoteAudio', { mute })),
+    toggle('Hide all cameras', false, (mute) =>
+      classroom.attempt('muteAllRemoteVideoStreams', { mute }),
+    ),
+    row(
+      button('Close all views', () => classroom.attempt('stopAllRemoteView')),
+      button('Open them again', () => classroom.showEverybody()),
+    ),
+  );
+  return {
+    element: h('div', { class: 'stack' }, all, empty, list),
+    update() {
+      const others = [...classroom.people.values()].filter(({ own }) => !own);
+      empty.hidden = others.length > 0;
+      for (const [userId, card] of known) {
+        if (classroom.people.has(userId)) continue;
+        card.remove();
+        known.delete(userId);
+      }
+      for (const person of others) {
+        if (known.has(person.userId)) continue;
+        const card = personCard(classroom, person);
+        known.set(person.userId, card);
+        list.append(card);
+      }
+    },
+  };
+}
+
+function personCard(classroom: Classroom, { userId, playVolume }: Person): HTMLElement {
+  const drawing = { mode: 0, mirror: 0, rotation: 0 };
+  const draw = (change: Partial<typeof drawing>) => {
+    Object.assign(drawing, change);
+    return classroom.attempt('setRemotePreviewParams', { userId, streamType: mainStream, ...drawing });
+  };
+  return h(
+    'details',
+    { class: 'person', 'data-person': userId },
+    h('summary', {}, userId),
+    toggle('Silence', false, (mute) => classroom.attempt('muteRemoteAudio', { userId, mute })),
+    toggle('Hide the camera', false, (mute) =>
+      classroom.attempt('muteRemoteVideoStream', { userId, mute }),
+    ),
+    slider('Volume', playVolume, (volume) =>
+      classroom.attempt('setRemoteAudioVolume', { userId, volume }),
+    ).element,
+    choice('Stream', streams, 0, (type) =>
+      classroom.attempt('setRemoteVideoStreamType', { userId, type }),
+    ),
+    choice('Picture', fills, 0, (mode) => draw({ mode })),
+    choice('Mirror', mirrors, 0, (mirror) => draw({ mirror })),
+    choice('Turned', turns, 0, (rotation) => draw({ rotation })),
+    choice('Shared screen', fills, 0, (mode) =>
+      classroom.attempt('setRemoteSubStreamPreviewParams', { userId, mode }),
+    ),
+  );
+}
