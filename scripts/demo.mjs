@@ -51,17 +51,27 @@ async function lesson(simulator, browser) {
   await picture(teacher, 'permission');
   await teacher.answerPrompt('camera', true);
   await teacher.view.locator('[data-control="Microphone"][data-look="on"]').waitFor();
-  tell('The teacher allows access and speaks.');
   await ada.view.locator('.tile[data-user="Ms. Novak"][data-speaking="yes"]').waitFor();
-  tell('Ada hears her.');
-
+  tell('The teacher allows access and speaks; Ada hears her.');
   await teacher.control('Camera').click();
   await ada.nativeView('Ms. Novak').waitFor();
   tell('The teacher turns her camera on; Ada sees her.');
+
   await ada.control('Camera').click();
-  await ada.answerPrompt('camera', true);
+  await ada.answerPrompt('camera', false);
+  await ada.view.locator('.toast.bad').waitFor();
+  tell('Ada refuses the camera, and is told that it needs her permission.');
+  await ada.control('Camera').click();
+  await ada.dialog('alert').waitFor();
+  await picture(ada, 'denied');
+  await ada.dialog('alert').getByRole('button', { name: '前往设置' }).click();
+  await ada.page.locator('.settings-page').getByText('Camera').click();
+  await ada.page.locator('.settings-row:first-child input:checked').waitFor();
+  await picture(ada, 'settings');
+  await ada.page.getByRole('button', { name: 'Back to Classroom' }).click();
+  await ada.control('Camera').click();
   await teacher.nativeView('Ada').waitFor();
-  tell('Ada turns hers on too.');
+  tell('She tries again, is led to the settings, allows it there, and is seen.');
 
   const ben = await Phone.open(handset, simulator.address);
   await ben.enter({ name: 'Ben', role: 'audience' });
@@ -73,6 +83,52 @@ async function lesson(simulator, browser) {
   await teacher.view.locator('.tile[data-user="Ben"] .quality[data-quality="1"]').waitFor();
   await picture(teacher, 'class-of-three');
   await picture(ben, 'small-phone');
+
+  await teacher.openPage('music');
+  await teacher.view.getByRole('button', { name: 'Play', exact: true }).click();
+  await teacher.view.locator('.player output', { hasText: 'of 0:12' }).waitFor();
+  tell('The teacher plays the morning bell to the class.');
+  await picture(teacher, 'music');
+  await teacher.view.getByRole('slider', { name: 'Position' }).fill('11000');
+  await teacher.view.locator('.player', { hasText: 'has ended' }).waitFor();
+  tell('She seeks near its end; it ends.');
+
+  await teacher.openPage('people');
+  await teacher.view.getByText('Silence all').click();
+  await ada.control('Microphone').click();
+  await ada.view.locator('[data-control="Microphone"][data-look="on"]').waitFor();
+  await teacher.view.locator('.tile[data-user="Ada"] .state[title="Microphone on"]').waitFor();
+  await teacher.view.locator('.tile[data-user="Ada"][data-speaking="no"]').waitFor();
+  tell('She silences everybody; Ada speaks and is not heard.');
+  await teacher.view.getByText('Silence all').click();
+  await teacher.view.locator('.tile[data-user="Ada"][data-speaking="yes"]').waitFor();
+  tell('She lets them speak again; Ada is heard.');
+
+  await teacher.control('Share').click();
+  await teacher.view.getByRole('button', { name: 'Share this application' }).click();
+  await ada.nativeView('Ms. Novak', 2).waitFor();
+  await ben.nativeView('Ms. Novak', 2).waitFor();
+  tell('The teacher shares her screen with the class.');
+  await picture(ada, 'shared-screen');
+  await picture(ben, 'shared-screen-small');
+  await teacher.view.getByRole('button', { name: 'Stop sharing' }).click();
+  await ada.screenTile('Ms. Novak').waitFor({ state: 'detached' });
+  tell('She stops sharing.');
+
+  await ada.openPage('devices');
+  await ada.view.getByRole('button', { name: 'Picture while paused' }).click();
+  await ada.view.locator('.toast', { hasText: 'This picture' }).waitFor();
+  await ada.control('Camera').click();
+  await ada.page.locator('canvas[data-view="Ada/0"][data-kind="muteImage"]').waitFor();
+  tell('Ada pauses her camera behind a picture.');
+  await picture(ada, 'devices');
+  await ada.control('Camera').click();
+
+  await teacher.openPage('network');
+  await teacher.view.getByRole('button', { name: 'Measure' }).click();
+  await teacher.view.getByText('Done.').waitFor();
+  tell('The teacher measures the network.');
+  await picture(teacher, 'network');
 
   await ada.page.reload();
   await teacher.tile('Ada').waitFor({ state: 'detached' });
@@ -86,6 +142,8 @@ async function lesson(simulator, browser) {
   await ben.inPhase('outside');
   await teacher.tile('Ben').waitFor({ state: 'detached' });
   tell(`Ben leaves. In the room: ${(await teacher.people()).join(', ')}.`);
+  await teacher.page.getByRole('button', { name: 'Developer panel' }).click();
+  await picture(teacher, 'log');
 
   await simulator.stop();
   await teacher.inPhase('stopped');

@@ -38,7 +38,10 @@ export async function startSimulator(options = []) {
     createInterface({ input: child.stdout }).once('line', resolve);
   });
   const address = await Promise.race([firstLine, ended.then(() => undefined)]);
-  if (!address) throw new Error(`the simulator did not start: ${errors.join('\n')}`);
+  if (!address) {
+    const { error } = await ended;
+    throw new Error(`the simulator did not start: ${error?.message ?? errors.join('\n')}`);
+  }
   return {
     address,
     errors,
@@ -167,6 +170,22 @@ export class Phone {
   /** The names of those in the room, in the order of the tiles. */
   async people() {
     return this.view.locator('.tile[data-user]').evaluateAll((tiles) => tiles.map((tile) => tile.dataset.user));
+  }
+
+  /** Opens a page of the drawer: people, devices, music or network. */
+  async openPage(name) {
+    await this.view.locator(`[data-page="${name}"]`).click();
+    await this.view.locator('.drawer').waitFor();
+  }
+
+  /** Chooses a permission in the phone's panel: notDetermined, authorized, denied, restricted. */
+  async setPermission(device, status) {
+    const panel = this.page.locator('.panel');
+    if (!(await panel.isVisible()))
+      await this.page.getByRole('button', { name: 'Developer panel' }).click();
+    await panel.getByRole('tab', { name: 'Phone' }).click();
+    await panel.getByLabel(device, { exact: true }).selectOption(status);
+    await this.page.getByRole('button', { name: 'Close panel' }).click();
   }
 
   dialog(kind) {

@@ -37,6 +37,7 @@ export function slider(
 ): { element: HTMLLabelElement; input: HTMLInputElement; show(text: string): void } {
   const shown = h('output', {}, String(value));
   const input = h('input', {
+    'aria-label': title || undefined,
     type: 'range',
     min: '0',
     max: String(most),
@@ -61,6 +62,7 @@ export function choice<T extends string | number>(
   const list = h(
     'select',
     {
+      'aria-label': title,
       onchange: () => {
         const picked = options[list.selectedIndex];
         if (picked) pick(picked[0]);

@@ -109,5 +109,6 @@ showDevice(innerWidth >= 1000 ? 'tablet' : 'phone');
 showPanel(false);
 frame.src = 'classroom.html';
 setInterval(() => {
-  if (frame.contentDocument?.querySelector('[data-native-view]')) link.send({ kind: 'pictures' });
+  const hasPlace = frame.contentDocument?.querySelector('[data-native-view]');
+  if (hasPlace || !views.isEmpty) link.send({ kind: 'pictures' });
 }, picturesEveryMs);

@@ -23,6 +23,11 @@ export class NativeViews {
     requestAnimationFrame(draw);
   }
 
+  /** Whether any view shows something. */
+  get isEmpty(): boolean {
+    return this.shown.size === 0;
+  }
+
   /** A mute image, which pictures name by its number from now on. */
   addImage({ id, width, height, rgba }: Extract<FromPhone, { kind: 'image' }>): void {
     const canvas = h('canvas', { width, height });

@@ -97,7 +97,7 @@ export class Panel {
         h('span', {}, label),
         h(
           'select',
-          { onchange: (event: Event) => pick((event.target as HTMLSelectElement).value) },
+          { 'aria-label': label, onchange: (event: Event) => pick((event.target as HTMLSelectElement).value) },
           ...options.map(([key, title]) =>
             h('option', { value: key, selected: key === value }, title),
           ),

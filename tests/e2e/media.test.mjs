@@ -1,0 +1,182 @@
+// Camera, microphone, music, screen sharing and the phone's own prompts, as people use them.
+
+import assert from 'node:assert/strict';
+import { after, afterEach, before, beforeEach, test } from 'node:test';
+import { Phone, startBrowser, startSimulator } from './support.mjs';
+
+let browser;
+let simulator;
+let context;
+let phones;
+
+before(async () => {
+  browser = await startBrowser();
+});
+after(async () => {
+  await browser?.close();
+});
+beforeEach(async () => {
+  simulator = await startSimulator(['--log', '/dev/null']);
+  context = await browser.newContext({ viewport: { width: 1280, height: 860 } });
+  phones = [];
+});
+afterEach(async () => {
+  const problems = phones.flatMap((phone) => phone.problems);
+  await context.close();
+  await simulator.stop();
+  assert.deepEqual(problems, [], 'a page had errors');
+});
+
+async function entered(name) {
+  const phone = await Phone.open(context, simulator.address);
+  phones.push(phone);
+  await phone.enter({ name });
+  return phone;
+}
+
+test('a camera is asked for, seen by others, paused with a picture, and turned off', async () => {
+  const ada = await entered('Ada');
+  const ben = await entered('Ben');
+  await ada.control('Camera').click();
+  await ada.answerPrompt('camera', true);
+  await ada.nativeView('Ada').waitFor();
+  await ben.nativeView('Ada').waitFor();
+
+  await ada.openPage('devices');
+  await ada.view.getByRole('button', { name: 'Picture while paused' }).click();
+  await ada.view.getByText('This picture is shown').waitFor({ state: 'attached' });
+  await ada.control('Camera').click();
+  await ada.page.locator('canvas[data-view="Ada/0"][data-kind="muteImage"]').waitFor();
+
+  await ada.view.getByRole('button', { name: 'Turn off' }).first().click();
+  await ben.nativeView('Ada').waitFor({ state: 'detached' });
+});
+
+test('a native view lies exactly over its place in the page', async () => {
+  const ada = await entered('Ada');
+  await ada.control('Camera').click();
+  await ada.answerPrompt('camera', true);
+  await ada.nativeView('Ada').waitFor();
+  const place = await ada.tile('Ada').locator('.picture').boundingBox();
+  const view = await ada.nativeView('Ada').boundingBox();
+  for (const side of ['x', 'y', 'width', 'height'])
+    assert.ok(Math.abs(place[side] - view[side]) < 1.5, `${side}: ${place[side]} ${view[side]}`);
+});
+
+test('a refused camera stays off; a denied one leads to the settings', async () => {
+  const ada = await entered('Ada');
+  await ada.control('Camera').click();
+  await ada.answerPrompt('camera', false);
+  await ada.view.locator('.toast', { hasText: 'permission' }).waitFor();
+  await ada.view.locator('.toast', { hasText: 'user not allowed access camera' }).waitFor();
+
+  await ada.control('Camera').click();
+  const alert = ada.dialog('alert');
+  await alert.getByText('“Classroom”想访问您的相机').waitFor();
+  await alert.getByText('因相机权限受限，无法正常访问相机，请前往设置相机访问权限。').waitFor();
+  await alert.getByRole('button', { name: '前往设置' }).click();
+  const settings = ada.page.locator('.settings-page');
+  await settings.getByText('Camera').click();
+  await settings.locator('.settings-row:first-child input:checked').waitFor();
+  await settings.getByRole('button', { name: 'Back to Classroom' }).click();
+  await ada.control('Camera').click();
+  await ada.nativeView('Ada').waitFor();
+});
+
+test('a denied microphone says so when the alert is declined', async () => {
+  const ada = await entered('Ada');
+  await ada.setPermission('Microphone', 'denied');
+  await ada.control('Microphone').click();
+  const alert = ada.dialog('alert');
+  await alert.getByText('“Classroom”想访问您的麦克风').waitFor();
+  await alert.getByRole('button', { name: '不允许' }).click();
+  await ada.view.locator('.toast', { hasText: "user don't goto setting set mic auth" }).waitFor();
+  await ada.view.locator('[data-control="Microphone"][data-look=""]').waitFor();
+});
+
+test('others can be silenced and hidden, one or all', async () => {
+  const ada = await entered('Ada');
+  const ben = await entered('Ben');
+  await ada.setPermission('Camera', 'authorized');
+  await ada.setPermission('Microphone', 'authorized');
+  await ada.control('Microphone').click();
+  await ada.control('Camera').click();
+  await ben.nativeView('Ada').waitFor();
+  await ben.view.locator('.tile[data-user="Ada"][data-speaking="yes"]').waitFor();
+
+  await ben.openPage('people');
+  const card = ben.view.locator('[data-person="Ada"]');
+  await card.locator('summary').click();
+  await card.getByText('Silence').click();
+  await ben.view.locator('.tile[data-user="Ada"][data-speaking="no"]').waitFor();
+  await card.getByText('Silence').click();
+  await ben.view.locator('.tile[data-user="Ada"][data-speaking="yes"]').waitFor();
+  await ben.view.getByText('Hide all cameras').click();
+  await ben.nativeView('Ada').waitFor({ state: 'detached' });
+  await ben.view.getByText('Hide all cameras').click();
+  await ben.nativeView('Ada').waitFor();
+});
+
+test('music plays, pauses, is sought in and ends; a lost piece is told of', async () => {
+  const ada = await entered('Ada');
+  await ada.openPage('music');
+  const status = ada.view.locator('.player .hint');
+  await ada.view.getByRole('button', { name: 'Play', exact: true }).click();
+  await status.filter({ hasText: 'Playing “Morning bell”.' }).waitFor();
+  await ada.view.locator('.player output', { hasText: 'of 0:12' }).waitFor();
+  await ada.view.getByRole('button', { name: 'Pause', exact: true }).click();
+  await status.filter({ hasText: 'is paused' }).waitFor();
+  await ada.view.getByRole('button', { name: 'Play', exact: true }).click();
+  await ada.view.getByRole('slider', { name: 'Position' }).fill('11000');
+  await status.filter({ hasText: 'has ended' }).waitFor();
+
+  await ada.view.getByLabel('Piece', { exact: true }).selectOption('A lost recording');
+  await ada.view.getByRole('button', { name: 'Play', exact: true }).click();
+  await status.filter({ hasText: 'can’t be found. (play onStart error)' }).waitFor();
+});
+
+test('the application’s screen is shared, paused and no longer shared', async () => {
+  const ada = await entered('Ada');
+  const ben = await entered('Ben');
+  await ada.control('Share').click();
+  await ada.view.getByRole('button', { name: 'Share this application' }).click();
+  await ada.view.getByText('The others see your screen.').waitFor();
+  await ben.nativeView('Ada', 2).waitFor();
+  await ada.view.getByRole('button', { name: 'Pause', exact: true }).click();
+  await ada.view.locator('.drawer').getByText('Sharing is paused.').waitFor();
+  await ada.view.getByRole('button', { name: 'Resume' }).click();
+  await ada.view.getByText('The others see your screen.').waitFor();
+  await ada.view.getByRole('button', { name: 'Stop sharing' }).click();
+  await ben.screenTile('Ada').waitFor({ state: 'detached' });
+});
+
+test('the whole screen is shared through the broadcast picker', async () => {
+  const ada = await entered('Ada');
+  const ben = await entered('Ben');
+  await ada.control('Share').click();
+  await ada.view.getByRole('button', { name: 'Share the whole screen' }).click();
+  await ada.dialog('broadcast').getByRole('button', { name: 'Start Broadcast' }).click();
+  await ben.nativeView('Ada', 2).waitFor();
+});
+
+test('the speed test reports each server and the statistics come', async () => {
+  const ada = await entered('Ada');
+  await ada.openPage('network');
+  await ada.view.getByRole('button', { name: 'Measure' }).click();
+  await ada.view.getByText('Done.').waitFor();
+  assert.equal(await ada.view.locator('.results li').count(), 3);
+  await ada.view.locator('.figure', { hasText: 'Delay' }).waitFor();
+});
+
+test('restarting the engine leaves the room, and another can be entered', async () => {
+  const ada = await entered('Ada');
+  const ben = await entered('Ben');
+  await ben.tile('Ada').waitFor();
+  await ada.openPage('network');
+  await ada.view.getByText('For developers').click();
+  await ada.view.getByRole('button', { name: 'Restart the engine' }).click();
+  await ada.inPhase('outside');
+  await ben.tile('Ada').waitFor({ state: 'detached' });
+  await ada.enter({ name: 'Ada' });
+  await ben.tile('Ada').waitFor();
+});
