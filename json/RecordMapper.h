@@ -188,6 +188,50 @@ Json written(const T& from, const boost::json::storage_ptr& storage) {
   }
 }
 
+template <class T>
+void appendWritten(std::string& out, const T& from);
+
+template <class Record>
+void appendWrittenRecord(std::string& out, const Record& from) {
+  out += '{';
+  bool first = true;
+  const auto key = [&](std::string_view name) {
+    if (!first) out += ',';
+    first = false;
+    appendJsonString(out, name);
+    out += ':';
+  };
+  const auto writeField = [&](const auto& field) {
+    const auto& member = from.*field.member;
+    if constexpr (std::same_as<std::remove_cvref_t<decltype(member)>, Text>) {
+      if (!member) return;
+      key(field.name);
+      appendJsonString(out, *member);
+    } else {
+      key(field.name);
+      appendWritten(out, member);
+    }
+  };
+  std::apply([&](const auto&... field) { (writeField(field), ...); }, Fields<Record>::table);
+  out += '}';
+}
+
+template <class T>
+void appendWritten(std::string& out, const T& from) {
+  if constexpr (std::is_arithmetic_v<T>) {
+    appendJsonText(out, Json(from));
+  } else if constexpr (IsList<T>::value) {
+    out += '[';
+    for (const auto& item : from) {
+      if (&item != from.data()) out += ',';
+      appendWritten(out, item);
+    }
+    out += ']';
+  } else {
+    appendWrittenRecord(out, from);
+  }
+}
+
 }  // namespace mapping
 
 /// The record that `dictionary` describes: keys are matched to property names exactly,
@@ -224,7 +268,14 @@ boost::json::object dictionaryFrom(const Record& record,
   return mapping::writtenRecord(record, storage);
 }
 
-/// The same for a list of records.
+/// Appends the JSON text of what dictionaryFrom gives for `record`, without making it; a
+/// list of records gives an array.
+template <class RecordOrList>
+void appendRecordText(std::string& out, const RecordOrList& record) {
+  mapping::appendWritten(out, record);
+}
+
+/// The dictionaries of a list of records.
 template <HasFields Record>
 boost::json::array arrayFrom(const std::vector<Record>& records,
                              const boost::json::storage_ptr& storage = {}) {

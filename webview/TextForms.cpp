@@ -12,6 +12,14 @@ std::string cleaned(const Text& text) {
   return result;
 }
 
+void addCleaned(JsonObjectText& object, std::string_view key, const Text& text) {
+  if (text && text->find_first_of("\r\n") == std::string::npos) {
+    object.add(key, *text);  // most texts need no copy
+  } else {
+    object.add(key, cleaned(text));
+  }
+}
+
 std::string idOrNull(const Text& userId) { return userId && !userId->empty() ? *userId : "(null)"; }
 
 std::string addressText(const void* address) {

@@ -1,7 +1,5 @@
 #include "webview/VEMOKOBUMsgRouter.h"
 
-#include "json/JsonText.h"
-
 namespace vemo {
 
 VEMOKOBUMsgRouter::VEMOKOBUMsgRouter(Platform platform) : platform_(std::move(platform)) {}
@@ -76,9 +74,9 @@ void VEMOKOBUMsgRouter::logEnd(std::string_view actionName, std::string_view act
             Result{code, desc}, site);
 }
 
-void VEMOKOBUMsgRouter::logEvent(std::string_view name, const boost::json::object& payload,
+void VEMOKOBUMsgRouter::logEvent(std::string_view name, std::string_view payload,
                                  std::optional<Result> result, const Site& site) {
-  log(DUNLogParam::kInformation, "SDKCallback", name, jsonText(payload), result, site);
+  log(DUNLogParam::kInformation, "SDKCallback", name, payload, result, site);
 }
 
 }  // namespace vemo

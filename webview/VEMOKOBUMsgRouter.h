@@ -4,17 +4,18 @@
 #include <boost/json/object.hpp>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include "bridge/KOBUCloudDelegate.h"
 #include "bridge/Platform.h"
 #include "bridge/VEMOKOBUEventListener.h"
+#include "json/JsonObjectText.h"
 #include "webview/Command.h"
 #include "webview/Outcome.h"
 #include "webview/Place.h"
@@ -208,7 +209,7 @@ class VEMOKOBUMsgRouter final : public KOBUCloudDelegate,
 
   using ItemPtr = std::shared_ptr<VEMOJSMsgItem>;
   using WebViewPtr = std::shared_ptr<VEMOWebView>;
-  using CallbackNames = std::unordered_map<std::string, std::string>;
+  using CallbackNames = std::map<std::string, std::string, std::less<>>;
 
   /// Where a record comes from: the routine in selector form and the place in the source.
   struct Site {
@@ -333,22 +334,23 @@ class VEMOKOBUMsgRouter final : public KOBUCloudDelegate,
   /// is not 0, else information.
   void logEnd(std::string_view actionName, std::string_view actionParam, std::int64_t code,
               const Text& desc, const Site& site);
-  void logEvent(std::string_view name, const boost::json::object& payload,
-                std::optional<Result> result, const Site& site);
+  void logEvent(std::string_view name, std::string_view payload, std::optional<Result> result,
+                const Site& site);
 
   // ---- Events (event_routing.h, event_routing.cpp). Names are literals: they are kept.
-  boost::json::object ownPayload() const;
+  JsonObjectText ownPayload() const;
   bool isRegistered(std::string_view event) const;
-  void toPage(std::string_view event, boost::json::object payload);
+  /// What callBackToH5 does, on the main thread, for a payload that is text already.
+  void toPage(std::string_view event, std::string_view payload, bool needLog);
   template <class Operation, class... Args>
   void tellListeners(Operation operation, const Args&... args);
   template <class Work>
   void onMain(Work work);
-  void plainEvent(std::string_view name, boost::json::object payload, const Site& site);
+  void plainEvent(std::string_view name, JsonObjectText payload, const Site& site);
   template <class Work>
-  void plainEvent(std::string_view name, boost::json::object payload, const Site& site,
+  void plainEvent(std::string_view name, JsonObjectText payload, const Site& site,
                   Work tellTheListeners);
-  boost::json::object availabilityPayload(const Text& userId, bool available) const;
+  JsonObjectText availabilityPayload(const Text& userId, bool available) const;
   void failEnter(std::int32_t errCode, const Text& errMsg);
   void finishSwitch(std::int32_t role, Published<const VEMOCallback>& slot, std::int32_t errCode,
                     const Text& errMsg);

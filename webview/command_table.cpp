@@ -129,11 +129,6 @@ struct VEMOKOBUMsgRouter::CommandTable {
     return true;
   }
 
-  /// The text that a record of the call starts with, before the params.
-  static std::string entryPrefix(const WebViewPtr& webView) {
-    return webView ? "webview(" + addressText(webView.get()) + ") : " : std::string{};
-  }
-
   static void run(Router& router, const Row& row, const ItemPtr& item, const WebViewPtr& webView) {
     if (row.wrapper == Wrapper::bare) {
       row.run(router, row, {item, webView, {}});
@@ -142,7 +137,9 @@ struct VEMOKOBUMsgRouter::CommandTable {
     if (row.wrapper == Wrapper::announced) {
       router.platform_.systemLog.writeLine(std::string(row.name) + "::::::");
     }
-    std::string entry = entryPrefix(webView);
+    std::string entry;
+    entry.reserve(256);  // most records need one allocation
+    if (webView) entry.append("webview(").append(addressText(webView.get())).append(") : ");
     const auto paramsStart = entry.size();
     if (item->params()) {
       appendJsonText(entry, *item->params());

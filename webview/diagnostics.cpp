@@ -102,8 +102,9 @@ Outcome VEMOKOBUMsgRouter::registReport(const Command& command) {
 }
 
 void VEMOKOBUMsgRouter::reportEvent(const Text& event) {
-  logRouter(DUNLogParam::kInformation, "reportEvent",
-            jsonText(boost::json::object{{"event", cleaned(event)}}), std::nullopt,
+  JsonObjectText logged;
+  addCleaned(logged, "event", event);
+  logRouter(DUNLogParam::kInformation, "reportEvent", logged.text(), std::nullopt,
             "-[VEMOKOBUMsgRouter reportEvent:]");
   const auto function = reportFunc_.load();
   if (!function || function->empty() || !event || event->empty()) return;

@@ -28,13 +28,13 @@ void VEMOKOBUMsgRouter::onError(std::int32_t errCode, const Text& errMsg,
                                 const std::optional<boost::json::object>& extInfo) {
   if (isEnterFailure(errCode)) failEnter(errCode, errMsg);
   auto payload = ownPayload();
-  payload["errCode"] = errCode;
-  payload["errMsg"] = cleaned(errMsg);
-  payload["extInfo"] = extInfo.value_or(boost::json::object{});
-  logEvent("onError", payload, Result{errCode, errMsg},
+  payload.add("errCode", errCode);
+  addCleaned(payload, "errMsg", errMsg);
+  payload.add("extInfo", extInfo ? *extInfo : boost::json::object{});
+  logEvent("onError", payload.text(), Result{errCode, errMsg},
            "-[VEMOKOBUMsgRouter onError:errMsg:extInfo:]");
-  onMain([payload = std::move(payload)](VEMOKOBUMsgRouter& router) mutable {
-    router.toPage("onError", std::move(payload));
+  onMain([payload = std::move(payload)](VEMOKOBUMsgRouter& router) {
+    router.toPage("onError", payload.text(), true);
   });
 }
 
@@ -53,13 +53,13 @@ void VEMOKOBUMsgRouter::failEnter(std::int32_t errCode, const Text& errMsg) {
 void VEMOKOBUMsgRouter::onWarning(std::int32_t warningCode, const Text& warningMsg,
                                   const std::optional<boost::json::object>& extInfo) {
   auto payload = ownPayload();
-  payload["warningCode"] = static_cast<std::uint32_t>(warningCode);
-  payload["warningMsg"] = cleaned(warningMsg);
-  payload["extInfo"] = extInfo.value_or(boost::json::object{});
-  logEvent("onWarning", payload, Result{warningCode, warningMsg},
+  payload.add("warningCode", static_cast<std::uint32_t>(warningCode));
+  addCleaned(payload, "warningMsg", warningMsg);
+  payload.add("extInfo", extInfo ? *extInfo : boost::json::object{});
+  logEvent("onWarning", payload.text(), Result{warningCode, warningMsg},
            "-[VEMOKOBUMsgRouter onWarning:warningMsg:extInfo:]");
-  onMain([payload = std::move(payload)](VEMOKOBUMsgRouter& router) mutable {
-    router.toPage("onWarning", std::move(payload));
+  onMain([payload = std::move(payload)](VEMOKOBUMsgRouter& router) {
+    router.toPage("onWarning", payload.text(), true);
   });
 }
 
@@ -67,9 +67,9 @@ void VEMOKOBUMsgRouter::onWarning(std::int32_t warningCode, const Text& warningM
 
 void VEMOKOBUMsgRouter::onEnterRoom(std::int64_t result) {
   auto payload = ownPayload();
-  payload["elapsed"] = result;
-  logEvent("onEnterRoom", payload, std::nullopt, "-[VEMOKOBUMsgRouter onEnterRoom:]");
-  onMain([result, payload = std::move(payload)](VEMOKOBUMsgRouter& router) mutable {
+  payload.add("elapsed", result);
+  logEvent("onEnterRoom", payload.text(), std::nullopt, "-[VEMOKOBUMsgRouter onEnterRoom:]");
+  onMain([result, payload = std::move(payload)](VEMOKOBUMsgRouter& router) {
     constexpr std::int32_t volumeIntervalMs = 500;
     if (const auto engine = router.sharedKOBU_.load()) {
       engine->enableAudioVolumeEvaluation(volumeIntervalMs);
@@ -82,22 +82,22 @@ void VEMOKOBUMsgRouter::onEnterRoom(std::int64_t result) {
     // new completion here.
     router.enterCallback_.clear();
     router.tellListeners(&Listener::onVEMOEnterRoom, result, router.curEnteredRoomUserId());
-    router.toPage("onEnterRoom", std::move(payload));
+    router.toPage("onEnterRoom", payload.text(), true);
   });
   platform_.notifications.post(VEMOEnterClassRoomCompleteNotify);
 }
 
 void VEMOKOBUMsgRouter::onExitRoom(std::int64_t reason) {
   auto payload = ownPayload();
-  payload["reason"] = reason;
-  logEvent("onExitRoom", payload, std::nullopt, "-[VEMOKOBUMsgRouter onExitRoom:]");
-  onMain([reason, payload = std::move(payload)](VEMOKOBUMsgRouter& router) mutable {
+  payload.add("reason", reason);
+  logEvent("onExitRoom", payload.text(), std::nullopt, "-[VEMOKOBUMsgRouter onExitRoom:]");
+  onMain([reason, payload = std::move(payload)](VEMOKOBUMsgRouter& router) {
     if (const auto completion = router.exitCallback_.load()) {
       (*completion)(VEMOModule::KOBU, 0, std::nullopt, router.curEnteredRoomUserId(), reason);
     }
     router.exitCallback_.clear();
     router.tellListeners(&Listener::onVEMOExitRoom, reason, router.curEnteredRoomUserId());
-    router.toPage("onExitRoom", std::move(payload));
+    router.toPage("onExitRoom", payload.text(), true);
     router.enterRoomParams_.clear();
   });
 }
@@ -105,17 +105,17 @@ void VEMOKOBUMsgRouter::onExitRoom(std::int64_t reason) {
 void VEMOKOBUMsgRouter::onSwitchRole(std::int32_t errCode, const Text& errMsg) {
   const auto room = enterRoomParams_.load();
   auto payload = ownPayload();
-  payload["appScene"] = room ? appScene(*room) : 0;
-  payload["fromRole"] = room ? room->role : 0;
-  payload["toRole"] = room ? switchToRole(*room) : 0;
-  payload["errCode"] = errCode;
-  payload["errMsg"] = cleaned(errMsg);
-  logEvent("onSwitchRole", payload, Result{errCode, errMsg},
+  payload.add("appScene", room ? appScene(*room) : 0);
+  payload.add("fromRole", room ? room->role : 0);
+  payload.add("toRole", room ? switchToRole(*room) : 0);
+  payload.add("errCode", errCode);
+  addCleaned(payload, "errMsg", errMsg);
+  logEvent("onSwitchRole", payload.text(), Result{errCode, errMsg},
            "-[VEMOKOBUMsgRouter onSwitchRole:errMsg:]");
-  onMain([errCode, errMsg, payload = std::move(payload)](VEMOKOBUMsgRouter& router) mutable {
+  onMain([errCode, errMsg, payload = std::move(payload)](VEMOKOBUMsgRouter& router) {
     router.finishSwitch(kKOBURoleAudience, router.switchAudienceCallback_, errCode, errMsg);
     router.finishSwitch(kKOBURoleAnchor, router.switchAnchorCallback_, errCode, errMsg);
-    router.toPage("onSwitchRole", std::move(payload));
+    router.toPage("onSwitchRole", payload.text(), true);
     router.enterRoomParams_.modify(
         [](KOBUParams& params) { setSwitchToRole(params, params.role); });
   });
@@ -138,7 +138,7 @@ void VEMOKOBUMsgRouter::finishSwitch(std::int32_t role, Published<const VEMOCall
 
 void VEMOKOBUMsgRouter::onRemoteUserEnterRoom(const Text& userId) {
   auto payload = ownPayload();
-  payload["remoteUserId"] = cleaned(userId);
+  addCleaned(payload, "remoteUserId", userId);
   plainEvent("onRemoteUserEnterRoom", std::move(payload),
              "-[VEMOKOBUMsgRouter onRemoteUserEnterRoom:]", [userId](VEMOKOBUMsgRouter& router) {
                router.tellListeners(&Listener::onVEMORemoteUserEnterRoom, userId);
@@ -147,8 +147,8 @@ void VEMOKOBUMsgRouter::onRemoteUserEnterRoom(const Text& userId) {
 
 void VEMOKOBUMsgRouter::onRemoteUserLeaveRoom(const Text& userId, std::int64_t reason) {
   auto payload = ownPayload();
-  payload["remoteUserId"] = cleaned(userId);
-  payload["reason"] = reason;
+  addCleaned(payload, "remoteUserId", userId);
+  payload.add("reason", reason);
   plainEvent("onRemoteUserLeaveRoom", std::move(payload),
              "-[VEMOKOBUMsgRouter onRemoteUserLeaveRoom:reason:]",
              [userId, reason](VEMOKOBUMsgRouter& router) {
@@ -156,11 +156,12 @@ void VEMOKOBUMsgRouter::onRemoteUserLeaveRoom(const Text& userId, std::int64_t r
              });
 }
 
-boost::json::object VEMOKOBUMsgRouter::availabilityPayload(const Text& userId,
-                                                           bool available) const {
-  return {{"availableUserId", cleaned(userId)},
-          {"userId", cleaned(curEnteredRoomUserId())},
-          {"available", available}};
+JsonObjectText VEMOKOBUMsgRouter::availabilityPayload(const Text& userId, bool available) const {
+  JsonObjectText payload;
+  addCleaned(payload, "availableUserId", userId);
+  addCleaned(payload, "userId", curEnteredRoomUserId());
+  payload.add("available", available);
+  return payload;
 }
 
 void VEMOKOBUMsgRouter::onUserAudioAvailable(const Text& userId, bool available) {
@@ -190,17 +191,17 @@ void VEMOKOBUMsgRouter::onUserSubStreamAvailable(const Text& userId, bool availa
 void VEMOKOBUMsgRouter::onFirstVideoFrame(const Text& userId, std::int64_t streamType,
                                           std::int32_t width, std::int32_t height) {
   auto payload = ownPayload();
-  payload["remoteUserId"] = cleaned(userId);
-  payload["streamType"] = streamType;
-  payload["width"] = width;
-  payload["height"] = height;
+  addCleaned(payload, "remoteUserId", userId);
+  payload.add("streamType", streamType);
+  payload.add("width", width);
+  payload.add("height", height);
   plainEvent("onFirstVideoFrame", std::move(payload),
              "-[VEMOKOBUMsgRouter onFirstVideoFrame:streamType:width:height:]");
 }
 
 void VEMOKOBUMsgRouter::onFirstAudioFrame(const Text& userId) {
   auto payload = ownPayload();
-  payload["remoteUserId"] = cleaned(userId);
+  addCleaned(payload, "remoteUserId", userId);
   plainEvent("onFirstAudioFrame", std::move(payload), "-[VEMOKOBUMsgRouter onFirstAudioFrame:]");
 }
 
@@ -208,8 +209,8 @@ void VEMOKOBUMsgRouter::onFirstAudioFrame(const Text& userId) {
 
 void VEMOKOBUMsgRouter::onAudioRouteChanged(std::int64_t route, std::int64_t fromRoute) {
   auto payload = ownPayload();
-  payload["route"] = route;
-  payload["fromRoute"] = fromRoute;
+  payload.add("route", route);
+  payload.add("fromRoute", fromRoute);
   plainEvent("onAudioRouteChanged", std::move(payload),
              "-[VEMOKOBUMsgRouter onAudioRouteChanged:fromRoute:]",
              [route, fromRoute](VEMOKOBUMsgRouter& router) {
@@ -237,7 +238,7 @@ void VEMOKOBUMsgRouter::onConnectionRecovery() {
 
 void VEMOKOBUMsgRouter::onSendFirstLocalVideoFrame(std::int64_t streamType) {
   auto payload = ownPayload();
-  payload["streamType"] = streamType;
+  payload.add("streamType", streamType);
   plainEvent("onSendFirstLocalVideoFrame", std::move(payload),
              "-[VEMOKOBUMsgRouter onSendFirstLocalVideoFrame:]");
 }
@@ -259,7 +260,7 @@ void VEMOKOBUMsgRouter::onMicDidReady() {
 
 void VEMOKOBUMsgRouter::onScreenCaptureStarted() {
   auto payload = ownPayload();
-  payload["reason"] = 0;
+  payload.add("reason", 0);
   if (startScreenCaptureCallback_.load()) {
     safeRunInMain([](VEMOKOBUMsgRouter& router) {
       if (const auto answer = router.startScreenCaptureCallback_.load()) {
@@ -277,21 +278,21 @@ void VEMOKOBUMsgRouter::onScreenCaptureStarted() {
 
 void VEMOKOBUMsgRouter::onScreenCapturePaused(std::int32_t reason) {
   auto payload = ownPayload();
-  payload["reason"] = reason;
+  payload.add("reason", reason);
   plainEvent("onScreenCapturePaused", std::move(payload),
              "-[VEMOKOBUMsgRouter onScreenCapturePaused:]");
 }
 
 void VEMOKOBUMsgRouter::onScreenCaptureResumed(std::int32_t reason) {
   auto payload = ownPayload();
-  payload["reason"] = reason;
+  payload.add("reason", reason);
   plainEvent("onScreenCaptureResumed", std::move(payload),
              "-[VEMOKOBUMsgRouter onScreenCaptureResumed:]");
 }
 
 void VEMOKOBUMsgRouter::onScreenCaptureStoped(std::int32_t reason) {
   auto payload = ownPayload();
-  payload["reason"] = reason;
+  payload.add("reason", reason);
   plainEvent("onScreenCaptureStoped", std::move(payload),
              "-[VEMOKOBUMsgRouter onScreenCaptureStoped:]");
 }

@@ -68,20 +68,37 @@ void VEMOKOBUMsgRouter::removeAllKOBUEventListeners() {
 
 // ---- The common path of an event
 
-boost::json::object VEMOKOBUMsgRouter::ownPayload() const {
-  return {{"userId", cleaned(curEnteredRoomUserId())}};
+JsonObjectText VEMOKOBUMsgRouter::ownPayload() const {
+  JsonObjectText payload;
+  addCleaned(payload, "userId", curEnteredRoomUserId());
+  return payload;
 }
 
 bool VEMOKOBUMsgRouter::isRegistered(std::string_view event) const {
   const auto functions = jsCallBacks_.load();
-  return functions && functions->contains(std::string(event));
+  return functions && functions->contains(event);
 }
 
-void VEMOKOBUMsgRouter::toPage(std::string_view event, boost::json::object payload) {
-  callBackToH5(event, std::move(payload), true);
+void VEMOKOBUMsgRouter::toPage(std::string_view event, std::string_view payload, bool needLog) {
+  const auto functions = jsCallBacks_.load();
+  if (!functions) return;
+  const auto function = functions->find(event);
+  if (function == functions->end()) return;
+  const auto webView = platform_.baseRouter.webView();
+  if (!webView) return;
+  // The text of the callback envelope, around a payload that is text already.
+  std::string script;
+  script.reserve(function->second.size() + event.size() + payload.size() + 64);
+  script += function->second;
+  script += R"(({"head":{"module":"kobucb","action":)";
+  appendJsonString(script, event);
+  script += R"(},"retval":)";
+  script += payload;
+  script += "})";
+  webView->loadJs(script, needLog);
 }
 
-void VEMOKOBUMsgRouter::plainEvent(std::string_view name, boost::json::object payload,
+void VEMOKOBUMsgRouter::plainEvent(std::string_view name, JsonObjectText payload,
                                    const Site& site) {
   plainEvent(name, std::move(payload), site, [](VEMOKOBUMsgRouter&) {});
 }

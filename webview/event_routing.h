@@ -37,13 +37,13 @@ void VEMOKOBUMsgRouter::tellListeners(Operation operation, const Args&... args) 
 /// An event that changes nothing in the router: logs it, tells the listeners through
 /// `tellTheListeners(router)` on the main thread, then the page.
 template <class Work>
-void VEMOKOBUMsgRouter::plainEvent(std::string_view name, boost::json::object payload,
-                                   const Site& site, Work tellTheListeners) {
-  logEvent(name, payload, std::nullopt, site);
+void VEMOKOBUMsgRouter::plainEvent(std::string_view name, JsonObjectText payload, const Site& site,
+                                   Work tellTheListeners) {
+  logEvent(name, payload.text(), std::nullopt, site);
   onMain([name, payload = std::move(payload),
-          tell = std::move(tellTheListeners)](VEMOKOBUMsgRouter& router) mutable {
+          tell = std::move(tellTheListeners)](VEMOKOBUMsgRouter& router) {
     tell(router);
-    router.toPage(name, std::move(payload));
+    router.toPage(name, payload.text(), true);
   });
 }
 

@@ -55,7 +55,7 @@ Outcome VEMOKOBUMsgRouter::setAudioVolume(KOBUCloud& engine, const Command& comm
 }
 
 Outcome VEMOKOBUMsgRouter::getAudioVolume(KOBUCloud& engine, const Command& command) {
-  boost::json::object volumes;
+  boost::json::object volumes(2, command.item->arena());
   if (command.flag("capture")) volumes["captureVolume"] = engine.getAudioCaptureVolume();
   if (command.flag("playout")) volumes["playoutVolume"] = engine.getAudioPlayoutVolume();
   if (volumes.empty()) return paramError("params error");

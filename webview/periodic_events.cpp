@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <atomic>
 
-#include "json/RecordMapper.h"
 #include "webview/event_routing.h"
 
 // What the engine measures again and again: quality, statistics, volumes. To spare the
@@ -41,14 +40,15 @@ void VEMOKOBUMsgRouter::onNetworkQuality(Shared<KOBUQualityInfo> localQuality,
     router.tellListeners(&Listener::onVEMONetworkQuality, local, remote);
     if (!router.isRegistered("onNetworkQuality")) return;
     const auto ownId = router.curEnteredRoomUserId();
-    boost::json::object payload{{"userId", ownId.value_or("")}};
+    JsonObjectText payload;
+    payload.add("userId", ownId.value_or(""));
     if (local) {
       auto named = *local;
       named.userId = ownId;
-      payload["localQuality"] = dictionaryFrom(named);
+      payload.add("localQuality", named);
     }
-    if (remote) payload["remoteQuality"] = arrayFrom(*remote);
-    router.callBackToH5("onNetworkQuality", std::move(payload), false);
+    if (remote) payload.add("remoteQuality", *remote);
+    router.toPage("onNetworkQuality", payload.text(), false);
   });
 }
 
@@ -57,11 +57,11 @@ void VEMOKOBUMsgRouter::onStatistics(Shared<KOBUStatistics> statistics) {
   onMain([statistics = std::move(statistics)](VEMOKOBUMsgRouter& router) {
     router.tellListeners(&Listener::onVEMOStatistics, statistics);
     if (!router.isRegistered("onStatistics")) return;
-    boost::json::object payload;
-    if (statistics) payload["statistics"] = dictionaryFrom(*statistics);
+    JsonObjectText payload;
+    if (statistics) payload.add("statistics", *statistics);
     const auto ownId = router.curEnteredRoomUserId();
-    if (ownId && !ownId->empty()) payload["userId"] = *ownId;
-    router.callBackToH5("onStatistics", std::move(payload), false);
+    if (ownId && !ownId->empty()) payload.add("userId", *ownId);
+    router.toPage("onStatistics", payload.text(), false);
   });
 }
 
@@ -74,12 +74,13 @@ void VEMOKOBUMsgRouter::onUserVoiceVolume(SharedList<KOBUVolumeInfo> userVolumes
     const bool wanted = router.isRegistered("onUserVoiceVolume");
     const bool recorded = count % kVolumeRecordEvery == 0;
     if (!wanted && !recorded) return;
-    boost::json::object payload{{"totalVolume", totalVolume}};
-    if (volumes) payload["userVolumes"] = arrayFrom(*volumes);
-    if (wanted) router.callBackToH5("onUserVoiceVolume", payload, false);
+    JsonObjectText payload;
+    payload.add("totalVolume", totalVolume);
+    if (volumes) payload.add("userVolumes", *volumes);
+    if (wanted) router.toPage("onUserVoiceVolume", payload.text(), false);
     if (!recorded) return;
-    payload["count"] = count;  // for the log only
-    router.logEvent("onUserVoiceVolume", payload, std::nullopt,
+    payload.add("count", count);  // for the log only
+    router.logEvent("onUserVoiceVolume", payload.text(), std::nullopt,
                     "-[VEMOKOBUMsgRouter onUserVoiceVolume:totalVolume:]");
   });
 }

@@ -56,7 +56,7 @@ void VEMOKOBUMsgRouter::callBackToH5(std::string_view name,
                                      std::optional<boost::json::object> value, bool needLog) {
   const auto functions = jsCallBacks_.load();
   if (!functions) return;
-  const auto function = functions->find(std::string(name));
+  const auto function = functions->find(name);
   if (function == functions->end() || function->second.empty()) return;
   executeJSCallback(function->second, callBackCommonJson(name, std::move(value)), needLog);
 }

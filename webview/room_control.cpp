@@ -14,7 +14,11 @@ VEMORoomCallback VEMOKOBUMsgRouter::roomAnswer(const Command& command, std::stri
                     VEMOKOBUMsgRouter&, VEMOModule module, std::int64_t code, const Text& desc,
                     const Text& uid, std::int64_t number) {
     setError(*item, module, code, desc);
-    item->setMsgRetval({{"userId", idOrNull(uid)}, {numberKey, number}});
+    // In the item's arena: a room command is answered twice at the most.
+    boost::json::object value(2, item->arena());
+    value.emplace("userId", idOrNull(uid));
+    value.emplace(numberKey, number);
+    item->setMsgRetval(std::move(value));
     item->executeJSCallbackIn(webView);
   });
 }

@@ -137,7 +137,7 @@ void VEMOKOBUMsgRouter::onRecvScreenKitNotify(const std::string& name) {
   const auto word = eventWord(name);
   if (word.empty()) return;
   auto payload = ownPayload();
-  payload["event"] = word;
+  payload.add("event", word);
   plainEvent("onScreenKitEvent", std::move(payload), "-[VEMOKOBUMsgRouter onRecvScreenKitNotify:]");
 }
 
