@@ -74,7 +74,7 @@ std::size_t plainPrefix(std::string_view text) {
 
 void appendInteger(std::string& out, auto number) {
   std::array<char, 24> digits;
-  const auto* const end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+  auto* const end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
   out.append(digits.data(), end);
 }
 
@@ -92,9 +92,9 @@ void appendFloating(std::string& out, double number) {
   // Digits and exponent are taken from d.ddde±xx: the fixed form would write the
   // exact value of large numbers, with more digits than it takes to tell them apart.
   std::array<char, 32> buffer;
-  const auto* const end = std::to_chars(buffer.data(), buffer.data() + buffer.size(),
-                                        std::fabs(number), std::chars_format::scientific)
-                              .ptr;
+  auto* const end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), std::fabs(number),
+                                  std::chars_format::scientific)
+                        .ptr;
   const std::string_view text(buffer.data(), static_cast<std::size_t>(end - buffer.data()));
   const auto mark = text.find('e');
   const auto fraction = mark > 2 ? text.substr(2, mark - 2) : std::string_view{};
