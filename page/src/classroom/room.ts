@@ -68,7 +68,7 @@ export class RoomScreen {
       camera === 'on' ? 'on' : camera === 'muted' ? 'muted' : '',
     );
     this.screen.show('screen', share.state === 'off' ? 'Share' : 'Sharing', share.state === 'off' ? '' : 'on');
-    this.role.show('hand', onStage ? 'To audience' : 'On stage', '');
+    this.role.show('hand', onStage ? 'Audience' : 'On stage', '');
     for (const device of [this.microphone, this.camera, this.screen]) device.enable(onStage);
     this.leave.enable(phase === 'inside');
     this.tiles.update();

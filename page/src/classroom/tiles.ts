@@ -8,6 +8,12 @@ import type { Classroom, Person } from './classroom';
 const cameraView = 0;
 const screenView = 2;
 
+const gap = 14;
+const footerHeight = 42;
+const smallestTile = 150;
+const pictureRatio = 16 / 10;
+const screenRatio = 16 / 9;
+
 interface Tile {
   element: HTMLElement;
   update(): void;
@@ -17,7 +23,9 @@ export class Tiles {
   readonly element = h('section', { class: 'tiles', 'aria-label': 'People', 'data-native-clip': '' });
   private readonly tiles = new Map<string, Tile>();
 
-  constructor(private readonly classroom: Classroom) {}
+  constructor(private readonly classroom: Classroom) {
+    new ResizeObserver(() => this.lay()).observe(this.element);
+  }
 
   update(): void {
     const { people } = this.classroom;
@@ -42,8 +50,25 @@ export class Tiles {
       }
       tile.update();
     }
-    setData(this.element, 'count', String(Math.min(people.size, 9)));
     setData(this.element, 'screen', [...people.values()].some(({ screen }) => screen) ? 'yes' : 'no');
+    this.lay();
+  }
+
+  // Makes the tiles as wide as they can be and still all fit.
+  private lay(): void {
+    const count = this.classroom.people.size;
+    const width = this.element.clientWidth - 8;
+    const height = this.element.clientHeight - 8;
+    let best = smallestTile;
+    for (let columns = 1; columns <= count; ++columns) {
+      const rows = Math.ceil(count / columns);
+      const byWidth = (width - gap * (columns - 1)) / columns;
+      const byHeight = ((height - gap * (rows - 1)) / rows - footerHeight) * pictureRatio;
+      best = Math.max(best, Math.min(byWidth, byHeight));
+    }
+    const { style } = this.element;
+    style.setProperty('--tile', `${Math.floor(Math.min(best, width))}px`);
+    style.setProperty('--screen', `${Math.floor((height - footerHeight) * screenRatio)}px`);
   }
 }
 

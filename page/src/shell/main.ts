@@ -55,6 +55,7 @@ window.vemoHost = link;
 function showPanel(open: boolean): void {
   setData(document.body, 'panel', open ? 'open' : 'closed');
   panelButton.setAttribute('aria-expanded', String(open));
+  if (open) panel.opened();
 }
 function showDevice(kind: 'phone' | 'tablet'): void {
   setData(device, 'device', kind);

@@ -119,7 +119,7 @@ function paint(
   const scale = picture.drawing.fillMode === 1 ? Math.min(byWidth, byHeight) : Math.max(byWidth, byHeight);
 
   context.translate(width / 2, height / 2);
-  if (isMirrored(picture)) context.scale(-1, 1);
+  if (!image && isMirrored(picture)) context.scale(-1, 1);
   context.rotate((turns * Math.PI) / 2);
   context.scale(scale, scale);
   context.translate(-across / 2, -down / 2);
@@ -129,7 +129,7 @@ function paint(
   if (image) context.drawImage(image, 0, 0, across, down);
   else if (picture.viewType === 2) paintScreen(context, picture, across, down, time);
   else paintPerson(context, picture, across, down, time);
-  paintLabel(context, picture, across, down);
+  if (!image) paintLabel(context, picture, across, down);
 }
 
 // Automatic mirroring shows the own front camera as a mirror does.
@@ -236,7 +236,7 @@ function paintLabel(
   across: number,
   down: number,
 ): void {
-  const unit = Math.min(across, down);
+  const unit = Math.min(across, down) * (picture.viewType === 2 ? 0.6 : 1);
   const kind = picture.viewType === 2 ? 'screen' : picture.front ? 'front' : 'back';
   context.font = `500 ${unit * 0.055}px system-ui, sans-serif`;
   context.textAlign = 'center';

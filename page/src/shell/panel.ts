@@ -56,6 +56,11 @@ export class Panel {
     select('log');
   }
 
+  /** The panel has been opened: the log shows its end. */
+  opened(): void {
+    this.entries.scrollTop = this.entries.scrollHeight;
+  }
+
   /** A page message on its way to the phone. */
   sent(text: string): void {
     const message = parsed(text);
@@ -69,7 +74,9 @@ export class Panel {
     const message = parsed(json);
     const code = message?.error?.errcode ?? 0;
     const isReply = message?.head?.cbid !== undefined;
-    const name = message?.head?.action ?? script.slice(0, 40);
+    const action = message?.head?.action ?? script.slice(0, 40);
+    const reported = message?.params?.event;
+    const name = reported ? `${action}: ${reported}` : action;
     const failed = code !== 0 || name === 'onError';
     this.add(isReply ? 'reply' : 'event', name, json, failed);
   }
@@ -210,6 +217,7 @@ export class Panel {
 interface AnyMessage {
   head?: { action?: string; cbid?: string };
   error?: { errcode?: number };
+  params?: { event?: string };
 }
 
 function parsed(text: string): AnyMessage | undefined {
