@@ -75,10 +75,17 @@ class Number {
 
   template <class T>
   static T nearest(double number) {
-    constexpr auto largest = static_cast<double>(std::numeric_limits<T>::max());
-    if (std::isnan(number) || std::fabs(number) <= largest) return static_cast<T>(number);
-    return std::copysign(std::numeric_limits<T>::infinity(),
-                         static_cast<T>(std::copysign(1.0, number)));
+    // A conversion that the language leaves open beyond the type's largest value: up to
+    // half a step above it, that value is the nearest.
+    constexpr T largest = std::numeric_limits<T>::max();
+    const double size = std::fabs(number);
+    if (!(size > static_cast<double>(largest))) return static_cast<T>(number);
+    const double step =
+        static_cast<double>(largest) - static_cast<double>(std::nextafter(largest, T{0}));
+    const T beyond = size < static_cast<double>(largest) + step / 2
+                         ? largest
+                         : std::numeric_limits<T>::infinity();
+    return number < 0 ? -beyond : beyond;
   }
 
   boost::json::value value_;  // a scalar: holds no memory

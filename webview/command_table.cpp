@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <initializer_list>
 #include <type_traits>
 
 #include "json/JsonText.h"
@@ -165,13 +166,18 @@ struct VEMOKOBUMsgRouter::CommandTable {
 
   static void fail(Router& router, const Row& row, VEMOJSMsgItem& item, std::string_view paramsText,
                    const Failure& failure) {
-    const std::string name(row.name);
-    const std::string funcName = "-[VEMOKOBUMsgRouter " + name + ":webView:]";
     setError(item, failure.module, failure.code, std::string(failure.message));
-    router.logRouter(DUNLogParam::kFailure,
-                     failure.actionName.empty() ? name + "Failed" : std::string(failure.actionName),
-                     paramsText, Result{failure.code, failure.message},
-                     Site(funcName, failure.site));
+    const auto joined = [](std::initializer_list<std::string_view> parts) {
+      std::string text;
+      text.reserve(80);  // one allocation for the longest name
+      for (const auto part : parts) text += part;
+      return text;
+    };
+    const auto actionName =
+        failure.actionName.empty() ? joined({row.name, "Failed"}) : std::string(failure.actionName);
+    const auto funcName = joined({"-[VEMOKOBUMsgRouter ", row.name, ":webView:]"});
+    router.logRouter(DUNLogParam::kFailure, actionName, paramsText,
+                     Result{failure.code, failure.message}, Site(funcName, failure.site));
   }
 };
 

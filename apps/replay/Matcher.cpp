@@ -10,24 +10,16 @@
 namespace vemo::replay {
 namespace {
 
-/// Whether `number` has the value of the integer `other`, which no double may hold exactly.
-bool isInteger(double number, const json::value& other) {
-  constexpr double kBeyondUint64 = 18446744073709551616.0;
-  constexpr double kInt64Limit = 9223372036854775808.0;
-  if (number != std::trunc(number) || number < -kInt64Limit || number >= kBeyondUint64)
-    return false;
-  return number < kInt64Limit ? other == json::value(static_cast<std::int64_t>(number))
-                              : other == json::value(static_cast<std::uint64_t>(number));
-}
-
 /// Whether the transcript has null here: JSON has no other word for what is not finite.
 bool isWrittenNull(const json::value& value) {
   return value.is_null() || (value.is_double() && !std::isfinite(value.get_double()));
 }
 
+/// Integers by their exact value; with a floating number on either side, as floating
+/// numbers: its shortest digits may read back as an integer beside it.
 bool sameNumber(const json::value& a, const json::value& b) {
-  if (a.is_double() == b.is_double()) return a == b;  // integers of either kind, by value
-  return a.is_double() ? isInteger(a.get_double(), b) : isInteger(b.get_double(), a);
+  if (a.is_double() == b.is_double()) return a == b;
+  return a.to_number<double>() == b.to_number<double>();
 }
 
 std::optional<Difference> differs(const json::value& expected, const json::value* actual) {

@@ -120,6 +120,13 @@ TEST(Number, BeyondTheLargestSingleIsInfinite) {
   EXPECT_EQ(Number::from(boost::json::value(-1e300))->as<float>(),
             -std::numeric_limits<float>::infinity());
   EXPECT_EQ(Number::from(boost::json::value(0.1))->as<float>(), 0.1F);
+  // How the largest single is often printed: a little above it.
+  EXPECT_EQ(Number::from(boost::json::value(3.4028235e38))->as<float>(),
+            std::numeric_limits<float>::max());
+  EXPECT_EQ(Number::from(boost::json::value(-3.4028235e38))->as<float>(),
+            -std::numeric_limits<float>::max());
+  EXPECT_EQ(Number::from(boost::json::value(3.4028236e38))->as<float>(),
+            std::numeric_limits<float>::infinity());
 }
 
 }  // namespace
