@@ -88,12 +88,12 @@ class FakePlatform : private SystemLog,
   InProcessCrossProcessCenter crossProcess;
   FakeEngineClass engineClass;
   std::shared_ptr<FakeWebView> webView = std::make_shared<FakeWebView>();
-  JSMsgRouter baseRouter{
-      logger, std::make_shared<MainThreadReplyDelivery>(mainQueue, "reply"), webView};
+  JSMsgRouter baseRouter{logger, std::make_shared<MainThreadReplyDelivery>(mainQueue, "reply"),
+                         webView};
 
   Platform pieces() {
-    return {baseRouter, engineClass,  logger, *this, mainQueue, notifications, crossProcess, *this,
-            *this,      *this,        *this,  *this, *this,     *this,         appGroup_};
+    return {baseRouter, engineClass, logger, *this, mainQueue, notifications, crossProcess, *this,
+            *this,      *this,       *this,  *this, *this,     *this,         appGroup_};
   }
 
   /// Sends a page message without waiting for queued work.
