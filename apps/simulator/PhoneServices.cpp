@@ -40,15 +40,18 @@ void PhoneServices::requestAccess(MediaType media, Answer answer) {
     }
   }
   if (decided) {
-    mainQueue_.dispatchAsync([answer = std::move(answer), granted = *decided ==
-                              AuthorizationStatus::authorized] { answer(granted); });
+    mainQueue_.dispatchAsync(
+        [answer = std::move(answer), granted = *decided == AuthorizationStatus::authorized] {
+          answer(granted);
+        });
   } else if (first) {
     const auto why = information(media == MediaType::video ? "NSCameraUsageDescription"
                                                            : "NSMicrophoneUsageDescription");
-    page_->send(jsonText(boost::json::object{{"kind", "prompt"},
-                                             {"media", nameOf(media)},
-                                             {"application", information("CFBundleName").value_or("")},
-                                             {"description", why.value_or("")}}));
+    page_->send(
+        jsonText(boost::json::object{{"kind", "prompt"},
+                                     {"media", nameOf(media)},
+                                     {"application", information("CFBundleName").value_or("")},
+                                     {"description", why.value_or("")}}));
   }
 }
 
@@ -70,8 +73,8 @@ std::string PhoneServices::answer(std::string_view name, bool granted) {
 void PhoneServices::present(Alert alert) {
   boost::json::array buttons;
   for (const auto& action : alert.actions)
-    buttons.push_back({{"title", action.title},
-                       {"destructive", action.style == AlertActionStyle::destructive}});
+    buttons.push_back(
+        {{"title", action.title}, {"destructive", action.style == AlertActionStyle::destructive}});
   boost::json::object frame{{"kind", "alert"},
                             {"title", alert.title},
                             {"message", alert.message},

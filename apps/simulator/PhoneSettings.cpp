@@ -92,7 +92,8 @@ boost::json::object jsonOf(const PhoneSettings& settings) {
 std::string apply(const boost::json::object& changes, PhoneSettings& settings) {
   auto changed = settings;
   for (const auto& [key, value] : changes)
-    if (!applyOne(changes, key, changed)) return "the phone has no such setting: " + std::string(key);
+    if (!applyOne(changes, key, changed))
+      return "the phone has no such setting: " + std::string(key);
   settings = std::move(changed);
   return {};
 }

@@ -170,13 +170,16 @@ class PageConnection final : public std::enable_shared_from_this<PageConnection>
 
  private:
   void read() {
-    stream_.async_read(buffer_, [self = shared_from_this()](beast::error_code problem,
-                                                            std::size_t) { self->onRead(problem); });
+    stream_.async_read(buffer_,
+                       [self = shared_from_this()](beast::error_code problem, std::size_t) {
+                         self->onRead(problem);
+                       });
   }
 
   void onRead(beast::error_code problem) {
     if (finished_) return;
-    if (problem == websocket::error::message_too_big || problem == websocket::error::buffer_overflow)
+    if (problem == websocket::error::message_too_big ||
+        problem == websocket::error::buffer_overflow)
       return drop("sent a frame that is too long");
     if (problem) return finish();
     if (stream_.got_text()) {
@@ -237,7 +240,8 @@ void Outbox::send(std::string text) {
 /// One HTTP connection, until it ends or becomes a page's WebSocket.
 class HttpConnection final : public std::enable_shared_from_this<HttpConnection> {
  public:
-  HttpConnection(WebServerState& state, tcp::socket socket) : state_(state), stream_(std::move(socket)) {}
+  HttpConnection(WebServerState& state, tcp::socket socket)
+      : state_(state), stream_(std::move(socket)) {}
 
   void read() {
     parser_.emplace();
@@ -284,7 +288,8 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
 
   Response answer(const Request& request) const {
     if (!state_.knowsHost(view(request[http::field::host])))
-      return text(http::status::misdirected_request, "This server answers only to its own address.");
+      return text(http::status::misdirected_request,
+                  "This server answers only to its own address.");
     if (request.method() != http::verb::get && request.method() != http::verb::head) {
       auto response = text(http::status::method_not_allowed, "Only GET and HEAD are served.");
       response.set(http::field::allow, "GET, HEAD");
@@ -327,13 +332,14 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
     response.keep_alive(keepAlive);
     response_ = std::move(response);
     stream_.expires_after(kHttpTimeout);
-    http::async_write(stream_, response_,
-                      [self = shared_from_this(), keepAlive](beast::error_code problem, std::size_t) {
-                        if (problem) return;
-                        if (keepAlive) return self->read();
-                        beast::error_code ignored;
-                        self->stream_.socket().shutdown(tcp::socket::shutdown_send, ignored);
-                      });
+    http::async_write(
+        stream_, response_,
+        [self = shared_from_this(), keepAlive](beast::error_code problem, std::size_t) {
+          if (problem) return;
+          if (keepAlive) return self->read();
+          beast::error_code ignored;
+          self->stream_.socket().shutdown(tcp::socket::shutdown_send, ignored);
+        });
   }
 
   WebServerState& state_;

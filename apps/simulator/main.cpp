@@ -60,7 +60,8 @@ int run(int argc, char** argv) {
     cloudOptions.roomCapacity = options->roomCapacity;
     cloudOptions.musicDuration = simulatedMusic;
     ClassroomCloud cloud(cloudOptions);
-    const PhoneEnvironment environment{cloud, *logger, systemLog, mainQueue, downloads, images, note};
+    const PhoneEnvironment environment{cloud,     *logger, systemLog, mainQueue,
+                                       downloads, images,  note};
 
     server->stopOnSignals();
     std::cout << "http://127.0.0.1:" << server->port() << "/" << std::endl;

@@ -28,9 +28,9 @@ TEST(Options, HaveDefaults) {
 
 TEST(Options, AreRead) {
   std::string error;
-  const auto options = parsed({"--port", "0", "--page=x", "--seed", "99", "--room-capacity", "2",
-                               "--log", "y", "--help"},
-                              error);
+  const auto options = parsed(
+      {"--port", "0", "--page=x", "--seed", "99", "--room-capacity", "2", "--log", "y", "--help"},
+      error);
   ASSERT_TRUE(options);
   EXPECT_EQ(options->port, 0);
   EXPECT_EQ(options->pageFolder, "x");

@@ -17,8 +17,7 @@ TEST(PhoneSettings, AreWrittenAsTheyAreRead) {
       R"({"os":"11.4.0","camera":"denied","microphone":"restricted",)"
       R"("bundle":{"CFBundleName":"Lesson"},"canOpenSettings":false,"appGroup":"group"})";
   EXPECT_EQ(applied(changes, settings), "");
-  EXPECT_EQ(jsonOf(settings),
-            boost::json::parse({changes.data(), changes.size()}).as_object());
+  EXPECT_EQ(jsonOf(settings), boost::json::parse({changes.data(), changes.size()}).as_object());
 }
 
 TEST(PhoneSettings, OneBadKeyChangesNothing) {

@@ -141,8 +141,10 @@ class PhoneTest : public testing::Test {
   ClassroomCloud cloud_{cloudOptions(clock_)};
   Bytes downloads_{whitePixel()};
   PixbufImageDecoder images_;
-  PhoneEnvironment environment_{cloud_, log_, log_, mainQueue_, downloads_, images_,
-                                [this](std::string_view line) { notes_.emplace_back(line); }};
+  PhoneEnvironment environment_{
+      cloud_, log_, log_, mainQueue_, downloads_, images_, [this](std::string_view line) {
+        notes_.emplace_back(line);
+      }};
 };
 
 TEST_F(PhoneTest, ShowsItsSettingsAtOnce) {
@@ -212,8 +214,9 @@ TEST_F(PhoneTest, BadMessagesAreAnsweredAndTheNextOneWorks) {
     message(handset, text);
   EXPECT_EQ(handset.reply("x").at("error").at("errmsg"), "bad message");
 
-  std::string tooLong = R"({"head":{"module":"kobu","action":"initSDK"},"cbid":"long","params":{"a":")";
-  tooLong += std::string(JSMsgRouter::kMaxMessageBytes, 'a') + "\"}}";
+  std::string tooLong =
+      R"({"head":{"module":"kobu","action":"initSDK"},"cbid":"long","params":{"a":")";
+  tooLong.append(JSMsgRouter::kMaxMessageBytes, 'a').append("\"}}");
   message(handset, tooLong);
   command(handset, "noSuchCommand", {}, "unknown");
   EXPECT_EQ(handset.reply("unknown").at("error").at("errmsg"), "unknown action");

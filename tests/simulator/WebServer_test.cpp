@@ -37,8 +37,8 @@ class Lines {
   /// Waits until there are `count` lines.
   std::vector<std::string> wait(std::size_t count) {
     std::unique_lock lock(mutex_);
-    EXPECT_TRUE(changed_.wait_for(lock, std::chrono::seconds(20),
-                                  [&] { return lines_.size() >= count; }));
+    EXPECT_TRUE(
+        changed_.wait_for(lock, std::chrono::seconds(20), [&] { return lines_.size() >= count; }));
     return lines_;
   }
 
@@ -111,7 +111,8 @@ class WebServerTest : public testing::Test {
     return socket;
   }
 
-  http::response<http::string_body> get(const std::string& target, http::verb verb = http::verb::get,
+  http::response<http::string_body> get(const std::string& target,
+                                        http::verb verb = http::verb::get,
                                         const std::string& host = "") {
     http::request<http::string_body> request(verb, target, 11);
     request.set(http::field::host, host.empty() ? host_ : host);
@@ -319,7 +320,8 @@ TEST_F(WebServerTest, SaysWhyItCannotOpen) {
   WebServerOptions missing;
   missing.pageFolder = folder_ / "nowhere";
   EXPECT_FALSE(WebServer::open(missing, error));
-  EXPECT_EQ(error, "There is no built page in " + missing.pageFolder.string() + " (no index.html).");
+  EXPECT_EQ(error,
+            "There is no built page in " + missing.pageFolder.string() + " (no index.html).");
 }
 
 }  // namespace
