@@ -79,7 +79,9 @@ class VEMOJSMsgItem {
   virtual void executeJSCallbackIn(const std::shared_ptr<VEMOWebView>& /*webView*/) {}
 
  private:
-  std::array<unsigned char, 1024> inlineMemory_;  // most messages need no more
+  // Enough for most messages, and small enough for the item to be allocated quickly:
+  // the C library keeps freed blocks of up to about a kilobyte at hand.
+  std::array<unsigned char, 640> inlineMemory_;
   boost::json::monotonic_resource arena_{inlineMemory_.data(), inlineMemory_.size()};
   VEMOJSMsgItemHead head_;
   std::optional<boost::json::object> params_;

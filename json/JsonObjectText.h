@@ -18,10 +18,7 @@ namespace vemo {
 /// added once.
 class JsonObjectText {
  public:
-  JsonObjectText() {
-    text_.reserve(160);  // most need one allocation
-    text_ = "{}";
-  }
+  JsonObjectText() : text_("{}") { text_.reserve(160); }  // most need one allocation
 
   const std::string& text() const { return text_; }
 

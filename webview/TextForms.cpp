@@ -25,8 +25,10 @@ std::string idOrNull(const Text& userId) { return userId && !userId->empty() ? *
 std::string addressText(const void* address) {
   std::array<char, 16> digits;
   const auto number = reinterpret_cast<std::uintptr_t>(address);
-  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number, 16).ptr;
-  return "0x" + std::string(digits.data(), end);
+  auto* const end = std::to_chars(digits.data(), digits.data() + digits.size(), number, 16).ptr;
+  std::string text("0x");
+  text.append(digits.data(), end);
+  return text;
 }
 
 }  // namespace vemo

@@ -36,7 +36,7 @@ Outcome VEMOKOBUMsgRouter::startRemoteView(KOBUCloud& engine, const Command& com
   const auto source = renderSource();
   if (!source) return noRenderSource();
   // The camera view serves every stream type here.
-  auto view = source->renderViewOf(*userId, ViewType::camera);
+  auto view = source->renderViewOf(userId, ViewType::camera);
   if (!view) return noRenderView();
   engine.startRemoteView(*userId, streamTypeOf(command), std::move(view));
   return success;
@@ -47,7 +47,7 @@ Outcome VEMOKOBUMsgRouter::startRemoteSubStreamView(KOBUCloud& engine, const Com
   if (!userId) return paramError("userId param error");
   const auto source = renderSource();
   if (!source) return noRenderSource();
-  auto view = source->renderViewOf(*userId, ViewType::subStream);
+  auto view = source->renderViewOf(userId, ViewType::subStream);
   if (!view) return noRenderView();
   engine.startRemoteView(*userId, kKOBUStreamTypeSub, std::move(view));
   return success;
