@@ -19,6 +19,7 @@ void ProcessExtensionLauncher::launch() {
   reap();
   auto words = command_;
   std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
   for (auto& word : words) arguments.push_back(word.data());
   arguments.push_back(nullptr);
   posix_spawn_file_actions_t actions;

@@ -28,7 +28,7 @@ std::optional<SimulatorOptions> optionsFrom(int argc, char** argv, std::string& 
   SimulatorOptions options;
   optind = 0;  // begin anew, whatever was read before
   opterr = 0;
-  for (int found; (found = getopt_long(argc, argv, ":", kLong.data(), nullptr)) != -1;) {
+  for (int found = 0; (found = getopt_long(argc, argv, ":", kLong.data(), nullptr)) != -1;) {
     bool good = true;
     switch (found) {
       case 'p': good = read(optarg, options.port); break;

@@ -41,6 +41,7 @@ void PhoneServices::requestAccess(MediaType media, Answer answer) {
   }
   if (decided) {
     mainQueue_.dispatchAsync(
+        // Not moved yet: only what is not decided waits. NOLINTNEXTLINE(bugprone-use-after-move)
         [answer = std::move(answer), granted = *decided == AuthorizationStatus::authorized] {
           answer(granted);
         });

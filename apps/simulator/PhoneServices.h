@@ -55,10 +55,10 @@ class PhoneServices final : public CaptureAuthorization,
   void sendSettings();
   /// Changes settings; says what is wrong with them, or nothing. See vemo::apply.
   std::string change(const boost::json::object& changes);
-  /// The user's answer to the prompt for `media` ("camera" or "microphone").
-  std::string answer(std::string_view media, bool granted);
+  /// The user's answer to the prompt for the device `name` ("camera" or "microphone").
+  std::string answer(std::string_view name, bool granted);
   /// A button of an alert was pressed.
-  std::string press(std::int64_t alert, std::size_t button);
+  std::string press(std::int64_t id, std::size_t button);
 
   /// The application group, which is read on the thread of commands: the main thread.
   const std::string& appGroup() const { return appGroup_; }
