@@ -24,11 +24,10 @@ void CountingWebView::loadJs(const std::string& script, bool /*needLog*/) {
 BenchPlatform::BenchPlatform()
     : baseRouter(logger, std::make_shared<MainThreadReplyDelivery>(mainQueue, "reply"), webView) {
   const auto fake = rest_.pieces();
-  router = VEMOKOBUMsgRouter::create({baseRouter, fake.engineClass, logger, fake.systemLog,
-                                      mainQueue, fake.notifications, fake.crossProcessNotifications,
-                                      fake.captureAuthorization, fake.alerts, fake.application,
-                                      fake.downloads, fake.images, fake.system,
-                                      fake.extensionLauncher, fake.appGroup});
+  router = VEMOKOBUMsgRouter::create(
+      {baseRouter, fake.engineClass, logger, fake.systemLog, mainQueue, fake.notifications,
+       fake.crossProcessNotifications, fake.captureAuthorization, fake.alerts, fake.application,
+       fake.downloads, fake.images, fake.system, fake.extensionLauncher, fake.appGroup});
   baseRouter.receive(R"({"head":{"module":"kobu","action":"initSDK"}})");
 }
 

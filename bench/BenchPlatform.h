@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "bridge/Platform.h"
-#include "support/FakePlatform.h"
+#include "testing/FakePlatform.h"
 #include "webview/VEMOKOBUMsgRouter.h"
 
 namespace vemo::bench {

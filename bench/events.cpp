@@ -34,17 +34,33 @@ void enter(BenchPlatform& platform) {
 }
 
 Shared<KOBUStatistics> statisticsOfTen() {
-  KOBUStatistics statistics{.appCpu = 23, .systemCpu = 51, .rtt = 48, .upLoss = 1, .downLoss = 2,
-                            .sentBytes = 123456789, .receivedBytes = 987654321,
-                            .localStatistics = {}, .remoteStatistics = {}};
-  statistics.localStatistics.push_back({.width = 640, .height = 360, .frameRate = 15,
-                                        .videoBitrate = 602, .audioSampleRate = 48000,
-                                        .audioBitrate = 50, .streamType = 0});
+  KOBUStatistics statistics{.appCpu = 23,
+                            .systemCpu = 51,
+                            .rtt = 48,
+                            .upLoss = 1,
+                            .downLoss = 2,
+                            .sentBytes = 123456789,
+                            .receivedBytes = 987654321,
+                            .localStatistics = {},
+                            .remoteStatistics = {}};
+  statistics.localStatistics.push_back({.width = 640,
+                                        .height = 360,
+                                        .frameRate = 15,
+                                        .videoBitrate = 602,
+                                        .audioSampleRate = 48000,
+                                        .audioBitrate = 50,
+                                        .streamType = 0});
   for (int i = 0; i < 10; ++i) {
-    statistics.remoteStatistics.push_back(
-        {.userId = "student_20210917_0" + std::to_string(i), .packetLoss = 1, .width = 320,
-         .height = 180, .frameRate = 15, .videoBitrate = 198, .audioSampleRate = 48000,
-         .audioBitrate = 48, .jitterBufferDelay = 120, .streamType = 0});
+    statistics.remoteStatistics.push_back({.userId = "student_20210917_0" + std::to_string(i),
+                                           .packetLoss = 1,
+                                           .width = 320,
+                                           .height = 180,
+                                           .frameRate = 15,
+                                           .videoBitrate = 198,
+                                           .audioSampleRate = 48000,
+                                           .audioBitrate = 48,
+                                           .jitterBufferDelay = 120,
+                                           .streamType = 0});
   }
   return std::make_shared<const KOBUStatistics>(std::move(statistics));
 }

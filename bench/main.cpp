@@ -52,10 +52,9 @@ class RatioReporter final : public benchmark::BenchmarkReporter {
       if (json == best_.end()) continue;
       out << std::left << std::setw(34) << stem << std::right << std::fixed << std::setprecision(0)
           << std::setw(12) << routers.nanoseconds << std::setw(12) << json->second.nanoseconds
-          << std::setprecision(2) << std::setw(8)
-          << routers.nanoseconds / json->second.nanoseconds << std::setprecision(1)
-          << std::setw(16) << routers.allocations << std::setw(14) << json->second.allocations
-          << '\n';
+          << std::setprecision(2) << std::setw(8) << routers.nanoseconds / json->second.nanoseconds
+          << std::setprecision(1) << std::setw(16) << routers.allocations << std::setw(14)
+          << json->second.allocations << '\n';
     }
   }
 

@@ -1,13 +1,13 @@
 #include "platform/CrossProcessCenter.h"
 
-#include "platform/DBusCrossProcessCenter.h"
-#include "platform/InProcessCrossProcessCenter.h"
+#include "platform/DBusNotificationCenter.h"
+#include "platform/LoopbackNotificationCenter.h"
 
 namespace vemo {
 
 std::unique_ptr<CrossProcessNotificationCenter> makeCrossProcessCenter(std::string* whyNoBus) {
-  if (auto center = DBusCrossProcessCenter::create({}, whyNoBus)) return center;
-  return std::make_unique<InProcessCrossProcessCenter>();
+  if (auto center = DBusNotificationCenter::create({}, whyNoBus)) return center;
+  return std::make_unique<LoopbackNotificationCenter>();
 }
 
 }  // namespace vemo

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/DBusCrossProcessCenter.h"
+#include "platform/DBusNotificationCenter.h"
 #include "webview/VEMOKOBUMsgRouter.h"
 
 namespace {
@@ -67,7 +67,7 @@ int main(int argc, char** argv) {
     if (!events.back()) return kUsageError;
   }
   std::string error;
-  const auto center = vemo::DBusCrossProcessCenter::create({}, &error);
+  const auto center = vemo::DBusNotificationCenter::create({}, &error);
   if (!center) {
     std::cerr << "vemo-broadcast: " << error << '\n';
     return kUsageError;

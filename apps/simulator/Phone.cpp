@@ -9,9 +9,9 @@
 
 #include "json/JsonText.h"
 #include "json/Lookup.h"
-#include "platform/InProcessCrossProcessCenter.h"
 #include "platform/InProcessNotificationCenter.h"
 #include "platform/JSMsgRouter.h"
+#include "platform/LoopbackNotificationCenter.h"
 #include "platform/ReplyDelivery.h"
 #include "simulator/PageWebView.h"
 #include "simulator/PhoneScreen.h"
@@ -52,9 +52,9 @@ struct Phone::Parts {
 
   const PhoneEnvironment environment;
   const std::shared_ptr<PageSocket> page;
-  const std::shared_ptr<PhoneEngineClass> engineClass;
+  const std::shared_ptr<SimulatedEngineClass> engineClass;
   InProcessNotificationCenter notifications;
-  InProcessCrossProcessCenter extensionNotifications;
+  LoopbackNotificationCenter extensionNotifications;
   PhoneServices services;
   const std::shared_ptr<PhoneScreen> screen;
   JSMsgRouter baseRouter;

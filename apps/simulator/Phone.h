@@ -10,7 +10,7 @@
 #include "bridge/ImageDecoder.h"
 #include "bridge/MainQueue.h"
 #include "bridge/VEMOLogger.h"
-#include "engine/ClassroomCloud.h"
+#include "simulation/ClassroomCloud.h"
 #include "simulator/PageSocket.h"
 
 namespace vemo {

@@ -12,10 +12,10 @@ std::shared_ptr<NativeView> PhoneScreen::renderViewOf(const Text& userId, ViewTy
   return view;
 }
 
-boost::json::array PhoneScreen::pictures(const PhoneSnapshot& phone) {
+boost::json::array PhoneScreen::pictures(const EngineSnapshot& phone) {
   boost::json::array pictures;
   std::map<std::shared_ptr<VEMOImage>, std::int64_t> shown;
-  const auto add = [&](const auto& native, const PictureSnapshot& picture, bool own) {
+  const auto add = [&](const auto& native, const Picture& picture, bool own) {
     const auto* view = dynamic_cast<const PhoneView*>(native.get());
     if (!view || picture.kind == PictureKind::none) return;
     const auto& image = picture.muteImage;

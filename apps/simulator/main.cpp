@@ -5,12 +5,12 @@
 #include <string_view>
 #include <utility>
 
-#include "engine/ClassroomCloud.h"
 #include "platform/CurlDownloadService.h"
 #include "platform/JsonLineLogger.h"
 #include "platform/MainThreadQueue.h"
 #include "platform/PixbufImageDecoder.h"
 #include "platform/StreamSystemLog.h"
+#include "simulation/ClassroomCloud.h"
 #include "simulator/Options.h"
 #include "simulator/Phone.h"
 #include "simulator/SimulatedMusic.h"

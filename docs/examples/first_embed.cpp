@@ -6,15 +6,15 @@
 #include <string>
 #include <string_view>
 
-#include "engine/ClassroomCloud.h"
 #include "platform/CurlDownloadService.h"
-#include "platform/InProcessCrossProcessCenter.h"
 #include "platform/InProcessNotificationCenter.h"
 #include "platform/JSMsgRouter.h"
 #include "platform/JsonLineLogger.h"
+#include "platform/LoopbackNotificationCenter.h"
 #include "platform/MainThreadQueue.h"
 #include "platform/PixbufImageDecoder.h"
 #include "platform/StreamSystemLog.h"
+#include "simulation/ClassroomCloud.h"
 #include "webview/VEMOKOBUMsgRouter.h"
 
 namespace {
@@ -59,15 +59,15 @@ int main() {
 
   vemo::StreamSystemLog systemLog;
   vemo::InProcessNotificationCenter notifications;
-  vemo::InProcessCrossProcessCenter crossProcess;
+  vemo::LoopbackNotificationCenter crossProcess;
   vemo::CurlDownloadService downloads;
   vemo::PixbufImageDecoder images;
   Phone phone;  // permissions, alerts, settings page, system version, extension
   const std::string appGroup = "group.vemo.classroom";
 
   const auto router = vemo::VEMOKOBUMsgRouter::create(
-      {baseRouter, *engineClass, *logger, systemLog, mainQueue, notifications, crossProcess,
-       phone, phone, phone, downloads, images, phone, phone, appGroup});
+      {baseRouter, *engineClass, *logger, systemLog, mainQueue, notifications, crossProcess, phone,
+       phone, phone, downloads, images, phone, phone, appGroup});
 
   // What the page posts. It answers: nativeReply({"head":{...},"error":{...,"errcode":0,...}})
   baseRouter.receive(R"({"head":{"module":"kobu","action":"initSDK"},"cbid":"1"})");

@@ -13,11 +13,11 @@
 #include <vector>
 
 #include "PrivateBus.h"
-#include "contracts/Arrivals.h"
-#include "contracts/VEMOExtensionLauncher_contract.h"
-#include "platform/DBusCrossProcessCenter.h"
+#include "platform/DBusNotificationCenter.h"
 #include "platform/ProcessExtensionLauncher.h"
 #include "platform/StreamSystemLog.h"
+#include "testing/Arrivals.h"
+#include "testing/contracts/VEMOExtensionLauncher_contract.h"
 
 namespace vemo {
 namespace {
@@ -38,7 +38,7 @@ class Listener {
   Arrivals<std::string> heard;
 
  private:
-  std::unique_ptr<DBusCrossProcessCenter> center_ = DBusCrossProcessCenter::create(bus.address());
+  std::unique_ptr<DBusNotificationCenter> center_ = DBusNotificationCenter::create(bus.address());
 };
 
 struct Ended {

@@ -13,8 +13,8 @@
 #include <utility>
 
 #include "HttpServer.h"
-#include "contracts/Arrivals.h"
-#include "contracts/DownloadService_contract.h"
+#include "testing/Arrivals.h"
+#include "testing/contracts/DownloadService_contract.h"
 
 namespace vemo {
 namespace {

@@ -12,10 +12,10 @@
 #include <vector>
 
 #include "Recorders.h"
-#include "contracts/VEMOJSMsgRouter_contract.h"
 #include "json/JsonText.h"
 #include "platform/MainThreadQueue.h"
 #include "platform/ReplyDelivery.h"
+#include "testing/contracts/VEMOJSMsgRouter_contract.h"
 
 namespace vemo {
 namespace {
@@ -210,9 +210,8 @@ TEST_F(JSMsgRouterTest, HalfASurrogatePairIsAReplacementCharacter) {
       R"({"head":{"action":"enterRoom"},"params":{"cut":"a\ud83d","low":"\uDE00b","whole":"\ud83d\ude00",)"
       R"("twice":"\ud83d\ud83d\ude00","text":"\\ud83d"}})");
   EXPECT_FALSE(item->msgError());
-  EXPECT_EQ(
-      jsonText(paramsOf(*item)),
-      R"({"cut":"a�","low":"�b","whole":"😀","twice":"�😀","text":"\\ud83d"})");
+  EXPECT_EQ(jsonText(paramsOf(*item)),
+            R"({"cut":"a�","low":"�b","whole":"😀","twice":"�😀","text":"\\ud83d"})");
 }
 
 TEST_F(JSMsgRouterTest, AcceptsThirtyTwoLevels) {

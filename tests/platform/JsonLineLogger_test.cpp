@@ -21,7 +21,7 @@
 #include <thread>
 #include <vector>
 
-#include "contracts/VEMOLogger_contract.h"
+#include "testing/contracts/VEMOLogger_contract.h"
 
 namespace vemo {
 namespace {

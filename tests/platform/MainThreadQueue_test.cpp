@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "contracts/Arrivals.h"
-#include "contracts/MainQueue_contract.h"
+#include "testing/Arrivals.h"
+#include "testing/contracts/MainQueue_contract.h"
 
 namespace vemo {
 namespace {

@@ -3,11 +3,11 @@
 #include <memory>
 #include <thread>
 
-#include "contracts/Arrivals.h"
-#include "contracts/CrossProcessNotificationCenter_contract.h"
-#include "contracts/NotificationCenter_contract.h"
-#include "platform/InProcessCrossProcessCenter.h"
 #include "platform/InProcessNotificationCenter.h"
+#include "platform/LoopbackNotificationCenter.h"
+#include "testing/Arrivals.h"
+#include "testing/contracts/CrossProcessNotificationCenter_contract.h"
+#include "testing/contracts/NotificationCenter_contract.h"
 
 namespace vemo {
 namespace {
@@ -24,8 +24,8 @@ struct InProcessCrossProcessMaker {
   void settle() {}
   void destroy() { center_.reset(); }
 
-  std::unique_ptr<InProcessCrossProcessCenter> center_ =
-      std::make_unique<InProcessCrossProcessCenter>();
+  std::unique_ptr<LoopbackNotificationCenter> center_ =
+      std::make_unique<LoopbackNotificationCenter>();
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(InProcess, CrossProcessNotificationCenterContract,
                                InProcessCrossProcessMaker);
@@ -41,8 +41,8 @@ TEST(InProcessNotificationCenter, DoesNotCallWhatWasRemovedDuringThePost) {
   EXPECT_EQ(calls, 0);
 }
 
-TEST(InProcessCrossProcessCenter, CallsOnOneThreadOfItsOwn) {
-  InProcessCrossProcessCenter center;
+TEST(LoopbackNotificationCenter, CallsOnOneThreadOfItsOwn) {
+  LoopbackNotificationCenter center;
   int observer = 0;
   Arrivals<std::thread::id> threads;
   center.addObserver(&observer, "a",
@@ -55,9 +55,9 @@ TEST(InProcessCrossProcessCenter, CallsOnOneThreadOfItsOwn) {
   EXPECT_EQ(threads.next(), first);
 }
 
-TEST(InProcessCrossProcessCenter, IsAWorldOfItsOwn) {
-  InProcessCrossProcessCenter center;
-  InProcessCrossProcessCenter other;
+TEST(LoopbackNotificationCenter, IsAWorldOfItsOwn) {
+  LoopbackNotificationCenter center;
+  LoopbackNotificationCenter other;
   int observer = 0;
   Arrivals<int> arrivals;
   other.addObserver(&observer, "a", [&](const std::string&) { arrivals.add(1); });

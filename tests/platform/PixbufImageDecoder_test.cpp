@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "contracts/ImageDecoder_contract.h"
+#include "testing/contracts/ImageDecoder_contract.h"
 
 namespace vemo {
 namespace {

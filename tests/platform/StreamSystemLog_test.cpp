@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "contracts/SystemLog_contract.h"
+#include "testing/contracts/SystemLog_contract.h"
 
 namespace vemo {
 namespace {

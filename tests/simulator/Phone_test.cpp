@@ -9,11 +9,11 @@
 #include <utility>
 #include <vector>
 
-#include "engine/EngineCodes.h"
 #include "json/JsonText.h"
 #include "platform/JSMsgRouter.h"
 #include "platform/MainThreadQueue.h"
 #include "platform/PixbufImageDecoder.h"
+#include "simulation/EngineCodes.h"
 #include "simulator/FakePage.h"
 
 namespace vemo::test {

@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "json/JsonText.h"
-#include "support/FakePlatform.h"
+#include "testing/FakePlatform.h"
 #include "webview/VEMOKOBUMsgRouter.h"
 
 // What a session written down can't reach: calls that a host makes itself, threads that

@@ -1,1 +1,1 @@
-#include "engine/Clock.h"
+#include "simulation/Clock.h"

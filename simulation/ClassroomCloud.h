@@ -1,0 +1,132 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "bridge/KOBUCloud.h"
+#include "simulation/Clock.h"
+#include "simulation/EngineSnapshot.h"
+
+namespace vemo {
+
+class World;
+class Handset;
+
+/// How a phone's network behaves.
+struct NetworkProfile {
+  std::chrono::milliseconds delay{25};  ///< one way, between the phone and the cloud
+  std::chrono::milliseconds jitter{5};  ///< measured delays are longer by up to this
+  std::uint32_t upLoss = 0;             ///< percent of what the phone sends
+  std::uint32_t downLoss = 0;           ///< percent of what it receives
+};
+
+/// A server that a speed test measures.
+struct SpeedTestServer {
+  std::string ip;
+  std::chrono::milliseconds distance{0};  ///< added to the phone's own delay, one way
+};
+
+struct CloudOptions {
+  std::uint64_t seed = 1;
+  std::shared_ptr<Clock> clock;  ///< null: a RealClock
+  NetworkProfile network;        ///< of a phone that was given none of its own
+  std::size_t roomCapacity = 50;
+  std::vector<std::uint32_t> applications;  ///< known ones; empty: any but 0
+
+  // The three functions are called on the thread of the operation that needs them,
+  // perhaps by several threads at once.
+  /// Whether a user may enter with its signature; null: when it is neither empty nor "bad".
+  std::function<bool(const KOBUParams& params)> signatureIsGood;
+  /// How long the music at a path is; nothing when there is none. Null: there is none.
+  std::function<std::optional<std::chrono::milliseconds>(const std::string& path)> musicDuration;
+
+  std::vector<SpeedTestServer> speedTestServers{{"10.0.0.1", std::chrono::milliseconds(5)},
+                                                {"10.0.0.2", std::chrono::milliseconds(20)},
+                                                {"10.0.0.3", std::chrono::milliseconds(60)}};
+
+  std::chrono::milliseconds enterTimeout{10'000};  ///< until an unanswered enter has failed
+  std::chrono::milliseconds lostAfter{4'000};      ///< until a phone notices that it is cut off
+  std::chrono::milliseconds goneAfter{30'000};     ///< until the others see it leave
+  std::string version = "1.0.0";
+};
+
+/// The engine class of one simulated phone, and that phone's network.
+///
+/// Threads: any.
+class SimulatedEngineClass final : public KOBUCloudClass {
+ public:
+  SimulatedEngineClass(std::shared_ptr<World> world, std::shared_ptr<Handset> handset);
+  ~SimulatedEngineClass() override;
+
+  std::string getSDKVersion() override;
+  std::shared_ptr<KOBUCloud> sharedInstance() override;
+  void destroySharedIntance() override;
+  void setLogLevel(std::int32_t level) override;
+  void setConsoleEnabled(bool enabled) override;
+  void setLogCompressEnabled(bool enabled) override;
+  void setLogDirPath(const std::string& path) override;
+
+  /// The instance's state; nothing when there is none.
+  std::optional<EngineSnapshot> snapshot() const;
+  LogSettings logSettings() const;
+
+  /// Holds until changed, for this instance and later ones.
+  void setNetwork(const NetworkProfile& profile);
+  /// Cuts the phone off. It notices after CloudOptions::lostAfter (onConnectionLost,
+  /// onTryToReconnect); the others see it leave with reason 1 after goneAfter.
+  void dropConnection();
+  /// Ends that: onConnectionRecovery if the loss was noticed, and the room as it is now.
+  void restoreConnection();
+
+ private:
+  std::shared_ptr<World> world_;
+  std::shared_ptr<Handset> handset_;
+};
+
+/// A classroom cloud in one process, simulated: phones that share rooms, each behind
+/// the engine's interface. A room is what one application calls by one number.
+///
+/// Time: everything takes simulated time by the options' clock. The same seed and the
+/// same steps give the same events.
+///
+/// Threads: any. All events and callbacks of all phones are called on one thread of
+/// the cloud's own, one at a time, with no lock held; delegates are locked for the
+/// call. A cloud that is destroyed stops calling; its phones live on and hear nothing.
+/// It and its phones may be destroyed by a callback.
+class ClassroomCloud {
+ public:
+  explicit ClassroomCloud(CloudOptions options = {});
+  ~ClassroomCloud();
+  ClassroomCloud(const ClassroomCloud&) = delete;
+  ClassroomCloud& operator=(const ClassroomCloud&) = delete;
+
+  /// A new phone, with its connection up and no instance.
+  std::shared_ptr<SimulatedEngineClass> makeEngineClass();
+
+  // The operator's side. A user who is not there is ignored.
+  /// Of the phones that are in a room, or on the way into one, as `userId`; see
+  /// SimulatedEngineClass.
+  void dropConnection(const std::string& userId);
+  void restoreConnection(const std::string& userId);
+  void setNetwork(const std::string& userId, const NetworkProfile& profile);
+  /// Puts a user out of a room: onExitRoom(1); the others see reason 2.
+  void removeUser(std::uint32_t sdkAppId, std::uint32_t roomId, const std::string& userId);
+  /// Closes a room: onExitRoom(2) for everyone in it.
+  void dismissRoom(std::uint32_t sdkAppId, std::uint32_t roomId);
+  /// While suspended, nobody can enter.
+  void setSuspended(bool suspended);
+
+  /// By application and number.
+  std::vector<RoomSnapshot> rooms() const;
+
+ private:
+  std::shared_ptr<World> world_;
+};
+
+}  // namespace vemo

@@ -1,0 +1,258 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "simulation/Encoding.h"
+#include "simulation/EngineSnapshot.h"
+#include "simulation/MusicPlayer.h"
+#include "simulation/SpeedTest.h"
+#include "simulation/World.h"
+
+namespace vemo {
+
+enum class MediaKind { audio, video, subStream };
+
+/// What a client knows of another user, and of what it receives from it.
+struct KnownUser {
+  struct Stream {
+    bool available = false;
+    bool firstFrameShown = false;
+  };
+
+  bool visible = false;
+  Stream audio, video, subStream;
+  std::uint64_t lastAnnouncement = 0;
+
+  Stream& stream(MediaKind kind) {
+    return kind == MediaKind::audio ? audio : kind == MediaKind::video ? video : subStream;
+  }
+  const Stream& stream(MediaKind kind) const {
+    return kind == MediaKind::audio ? audio : kind == MediaKind::video ? video : subStream;
+  }
+};
+
+/// What a client wants of another user, known or not. An absent wish leaves it to
+/// what is wanted of all users.
+struct RemoteWish {
+  std::optional<bool> audioMuted;
+  std::optional<bool> videoMuted;
+  std::int32_t volume = 100;
+  std::int32_t preferredStream = kKOBUStreamTypeMain;
+};
+
+/// Whether audio and video are received without being asked for.
+struct ReceiveMode {
+  bool audio = true;
+  bool video = true;
+};
+
+/// Where a remote stream is shown.
+struct RemoteView {
+  std::int32_t streamType = kKOBUStreamTypeMain;
+  std::shared_ptr<NativeView> view;
+};
+
+/// The state of one engine instance: of its user in the room and of its media.
+///
+/// Part of the world: used with the world's lock held, by its instance, by the other
+/// clients and by its own timed steps.
+class Client : public std::enable_shared_from_this<Client> {
+ public:
+  /// Counts what happens to a thing with timed steps; a step is void once its thing
+  /// has moved on.
+  using Epoch = std::uint64_t;
+  using Time = World::Time;
+
+  Client(World& world, std::shared_ptr<Handset> handset);
+
+  /// Leaves and ends all calls for good.
+  void close();
+
+  // Room (ClientRoom.cpp)
+  void enter(const KOBUParams& params, std::int64_t scene, bool signatureGood);
+  void exit();
+  void switchRole(std::int32_t role);
+  /// Leaves with onExitRoom(`exitReason`), of which the others see `othersReason`.
+  void putOut(std::int64_t exitReason, std::int64_t othersReason);
+  /// Learns what another user shows; `reason` is that of a leave.
+  void learn(const std::string& user, const Presence& shown, std::uint64_t announcement,
+             std::int64_t reason);
+  void forgetRoom() { room_ = nullptr; }
+  void setVolumeInterval(std::int32_t intervalMs);
+
+  // Connection (ClientConnection.cpp)
+  void connectionDropped();
+  void connectionRestored();
+
+  // Local media (ClientMedia.cpp)
+  void startCamera(bool front, std::shared_ptr<NativeView> view);
+  void stopCamera();
+  void startMicrophone(std::int32_t quality);
+  void stopMicrophone();
+  /// Tells the others if what this client shows has changed.
+  void publish();
+  bool sends(MediaKind kind) const;
+  /// How loud the microphone is, 0 to 100.
+  std::uint32_t loudness() const;
+
+  // Remote media (ClientMedia.cpp)
+  /// Reports first frames of what is received of `user` now.
+  void receive(const std::string& user);
+  void receiveAll();
+  void stopRemoteViews();
+  bool receives(const std::string& user, MediaKind kind) const;
+  bool isAudioMuted(const std::string& user) const;  // by this client
+  bool isVideoMuted(const std::string& user) const;
+  /// The stream type in which `user`'s camera or screen would come now, and its picture.
+  std::int32_t shownStream(const std::string& user, MediaKind kind) const;
+  VideoStream pictureOf(const std::string& user, MediaKind kind) const;
+
+  // Screen capture (ClientCapture.cpp)
+  void startCapture(const KOBUVideoEncParam& param, bool broadcast, const std::string& appGroup);
+  std::int64_t pauseCapture();
+  std::int64_t resumeCapture();
+  std::int64_t stopCapture();
+  /// The stream of a running capture; nothing moves in it while that is paused.
+  VideoStream captureStream() const;
+
+  // Measuring (ClientStatistics.cpp)
+  /// Reports quality and statistics; what flows now is taken to have flowed for `period`.
+  void measure(Time period);
+  /// Reports how loud everyone is.
+  void listen();
+  /// How loud `user` is on this phone before its playout volume, 0 to 100.
+  std::uint32_t heard(const std::string& user) const;
+
+  EngineSnapshot snapshot() const;
+
+  /// Calls `event` with the delegate, if there is one then, on the callback thread.
+  template <class Event>
+  void emit(Event event) {
+    callBack([](const Client& self) { return self.delegate.lock(); }, std::move(event));
+  }
+
+  /// Calls `call` with what `find` finds, if that is not null, on the callback thread.
+  /// `find` is called with this and with the lock held, `call` without it.
+  template <class Find, class Call>
+  void callBack(Find find, Call call) {
+    world_.post(Time(0),
+                [self = shared_from_this(), find = std::move(find), call = std::move(call)] {
+                  decltype(find(*self)) found;
+                  {
+                    const World::Guard guard(self->world_);
+                    if (!self->closed_) found = find(*self);
+                  }
+                  if (found) call(*found);
+                });
+  }
+
+  /// Calls `call` with what `target` points to, if it is still alive then; as the last
+  /// call, in any case.
+  template <class Target, class Call>
+  void callBackTo(std::shared_ptr<Target> target, bool isLast, Call call) {
+    callBack([weak = std::weak_ptr(target), kept = isLast ? target : nullptr](
+                 const Client&) { return kept ? kept : weak.lock(); },
+             std::move(call));
+  }
+
+  void warn(std::int32_t code, const std::string& text);
+  /// Whether an encoder can use `param`; warns when it can't.
+  bool accepts(const KOBUVideoEncParam& param);
+
+  /// Runs `step` after `delay` with the lock held, unless `epoch`, a member of this,
+  /// has moved on by then.
+  template <class Step>
+  void later(Time delay, const Epoch& epoch, Step step) {
+    world_.post(delay, [self = shared_from_this(), &epoch, at = epoch, step = std::move(step)] {
+      const World::Guard guard(self->world_);
+      if (!self->closed_ && epoch == at) step(*self);
+    });
+  }
+
+  World& world() const { return world_; }
+  Handset& handset() const { return *handset_; }
+  const NetworkProfile& network() const;
+  Time roundTrip() const { return 2 * network().delay; }
+  /// Empty when there is none.
+  const std::string& userId() const { return userId_; }
+  bool isUser(const std::string& user) const {
+    return state_ != RoomState::outside && userId_ == user;
+  }
+
+  std::weak_ptr<KOBUCloudDelegate> delegate;
+  Epoch visit = 0;         // of rooms
+  const Epoch always = 0;  // of steps that are never void
+  ReceiveMode nextReceiveMode;
+  LocalVideo video;
+  LocalAudio audio;
+  std::map<std::string, RemoteWish> wishes;
+  std::optional<bool> allAudioMuted, allVideoMuted;
+  std::map<std::pair<std::string, MediaKind>, RemoteView> views;
+  std::map<std::pair<std::string, MediaKind>, KOBURenderParams> drawings;
+  ScreenCapture capture;
+  MusicPlayer music{*this};
+  SpeedTest speedTest{*this};
+  std::int32_t debugView = 0;
+  std::map<std::string, EdgeInsets> debugViewMargins;
+  std::vector<std::string> experimentalCalls;
+
+ private:
+  void arrive(bool signatureGood);
+  void failEntering(std::int32_t code, std::string_view text);
+  void join(Room& room);
+  /// Takes the client out of its room, of which the others see `reason`.
+  void quitRoom(std::int64_t reason);
+  /// Ends what belongs to a visit.
+  void endVisit();
+  void startListening();
+  void resume();
+  void noticeLoss();
+  Presence presence() const;
+  bool isSeen(const std::string& user) const;
+  Picture ownPicture() const;
+  Picture pictureIn(const std::string& user, MediaKind kind) const;
+  std::vector<KOBULocalStatistics> measureSent() const;
+  std::vector<KOBURemoteStatistics> measureReceived() const;
+  void startMeasuring();
+  void reportFirstSent(MediaKind kind, std::int64_t streamType, Time frame);
+  void showFirstFrame(const std::string& user, MediaKind kind);
+
+  World& world_;
+  const std::shared_ptr<Handset> handset_;
+  bool closed_ = false;
+
+  RoomState state_ = RoomState::outside;
+  KOBUParams params_;
+  std::string userId_;
+  std::int64_t scene_ = 0;
+  Time enteringSince_{0};
+  Room* room_ = nullptr;  // null while the cloud does not know the client as a member
+  ReceiveMode receiveMode_;
+  std::map<std::string, KnownUser> known_;
+  Presence announced_;
+  Epoch listening_ = 0;
+  Epoch connection_ = 0;
+  bool cutOff_ = false;  // in a room, and not in step with it since the connection dropped
+  bool lossNoticed_ = false;
+  std::optional<std::int64_t> putOutMeanwhile_;  // while cut off: the reason to exit
+
+  Epoch camera_ = 0;
+  Epoch microphone_ = 0;
+  Epoch capturing_ = 0;
+  bool cameraReady_ = false;
+  bool microphoneReady_ = false;
+  bool captureReady_ = false;
+  std::map<MediaKind, bool> firstSent_;
+
+  std::uint64_t sentBytes_ = 0;
+  std::uint64_t receivedBytes_ = 0;
+};
+
+}  // namespace vemo

@@ -1,0 +1,124 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "bridge/Platform.h"
+#include "platform/InProcessNotificationCenter.h"
+#include "platform/JSMsgRouter.h"
+#include "platform/LoopbackNotificationCenter.h"
+#include "platform/MainThreadQueue.h"
+#include "testing/FakeEngine.h"
+
+namespace vemo {
+
+/// A record as it was when it was logged.
+struct LoggedRecord {
+  int level = 0;
+  std::string module, actionName, actionParam, fileName, funcName;
+  std::optional<std::int64_t> errorCode;
+  Text errorDesc;
+  std::uint_least32_t line = 0;
+};
+
+class FakeLogger final : public VEMOLogger {
+ public:
+  void log(const DUNLogParam& record) override {
+    const auto text = [](const std::optional<std::string_view>& view) {
+      return std::string(view.value_or(""));
+    };
+    const std::lock_guard lock(mutex_);
+    records_.push_back({record.level.value_or(0), text(record.module), text(record.actionName),
+                        text(record.actionParam), text(record.fileName), text(record.funcName),
+                        record.errorCode, record.errorDesc ? Text(*record.errorDesc) : Text{},
+                        record.line.value_or(0)});
+  }
+  void updateLogConfig(const std::function<void(DUNLoggerConfig&)>& update) override {
+    const std::lock_guard lock(mutex_);
+    update(config_);
+  }
+  std::vector<LoggedRecord> take() {
+    const std::lock_guard lock(mutex_);
+    return std::exchange(records_, {});
+  }
+
+ private:
+  std::mutex mutex_;
+  std::vector<LoggedRecord> records_;
+  DUNLoggerConfig config_;
+};
+
+class FakeWebView final : public VEMOWebView {
+ public:
+  void loadJs(const std::string& script, bool /*needLog*/) override {
+    const std::lock_guard lock(mutex_);
+    scripts_.push_back(script);
+  }
+  std::vector<std::string> take() {
+    const std::lock_guard lock(mutex_);
+    return std::exchange(scripts_, {});
+  }
+
+ private:
+  std::mutex mutex_;
+  std::vector<std::string> scripts_;
+};
+
+/// Every piece of a platform, for tests that look at one router from outside. The main
+/// thread is the test's; what is authorised, installed or downloaded is the simplest case.
+class FakePlatform : private SystemLog,
+                     private CaptureAuthorization,
+                     private AlertPresenter,
+                     private Application,
+                     private DownloadService,
+                     private ImageDecoder,
+                     private SystemVersion,
+                     private VEMOExtensionLauncher {
+ public:
+  FakeLogger logger;
+  MainThreadQueue mainQueue;
+  InProcessNotificationCenter notifications;
+  LoopbackNotificationCenter crossProcess;
+  FakeEngineClass engineClass;
+  std::shared_ptr<FakeWebView> webView = std::make_shared<FakeWebView>();
+  JSMsgRouter baseRouter{logger, std::make_shared<MainThreadReplyDelivery>(mainQueue, "reply"),
+                         webView};
+
+  Platform pieces() {
+    return {baseRouter, engineClass, logger, *this, mainQueue, notifications, crossProcess, *this,
+            *this,      *this,       *this,  *this, *this,     *this,         appGroup_};
+  }
+
+  /// Sends a page message without waiting for queued work.
+  void send(const std::string& action, const std::string& params = "{}") {
+    baseRouter.receive(R"({"head":{"module":"kobu","action":")" + action + R"("},"params":)" +
+                       params + R"(,"cbid":"1"})");
+  }
+
+ private:
+  void writeLine(std::string_view) override {}
+  AuthorizationStatus authorizationStatus(MediaType) const override {
+    return AuthorizationStatus::authorized;
+  }
+  void requestAccess(MediaType, std::function<void(bool)>) override {}
+  void present(Alert) override {}
+  Text information(std::string_view) const override { return std::nullopt; }
+  bool canOpenSettings() const override { return false; }
+  void openSettings() override {}
+  bool isUrl(const std::string&) const override { return false; }
+  void download(const std::string&, std::function<void(DownloadResult)>) override {}
+  std::shared_ptr<VEMOImage> decode(const std::string&) const override { return nullptr; }
+  bool isAtLeast(int, int, int) const override { return true; }
+  void launch() override {}
+
+  const std::string appGroup_ = "group.test";
+};
+
+}  // namespace vemo

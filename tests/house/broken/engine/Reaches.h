@@ -1,1 +1,0 @@
-#  include "webview/Outcome.h"
