@@ -21,14 +21,15 @@ void CountingWebView::loadJs(const std::string& script, bool /*needLog*/) {
   if (keeps) kept = script;
 }
 
-BenchPlatform::BenchPlatform()
-    : baseRouter(logger, std::make_shared<MainThreadReplyDelivery>(mainQueue, "reply"), webView) {
+BenchPlatform::BenchPlatform() {
   const auto fake = rest_.pieces();
   router = VEMOKOBUMsgRouter::create(
-      {baseRouter, fake.engineClass, logger, fake.systemLog, mainQueue, fake.notifications,
+      std::make_unique<JSMsgRouter>(
+          logger, std::make_shared<MainThreadReplyDelivery>(mainQueue, "reply"), webView),
+      {fake.engineClass, logger, fake.systemLog, mainQueue, fake.notifications,
        fake.crossProcessNotifications, fake.captureAuthorization, fake.alerts, fake.application,
        fake.downloads, fake.images, fake.system, fake.extensionLauncher, fake.appGroup});
-  baseRouter.receive(R"({"head":{"module":"kobu","action":"initSDK"}})");
+  router->receive(R"({"head":{"module":"kobu","action":"initSDK"}})");
 }
 
 void mustBeSame(const std::string& what, const std::string& routers, const std::string& jsons) {

@@ -73,7 +73,6 @@ class BenchPlatform {
   FakePlatform rest_;
 
  public:
-  JSMsgRouter baseRouter;
   std::shared_ptr<VEMOKOBUMsgRouter> router;
 
   /// What `work` leaves: the last record's action parameter and the last script.

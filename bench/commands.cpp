@@ -64,7 +64,7 @@ void throughRouter(benchmark::State& state, const Command& command) {
   const auto before = allocations();
   for (auto round : state) {
     static_cast<void>(round);
-    platform.baseRouter.receive(command.message);
+    platform.router->receive(command.message);
   }
   state.counters["allocations"] = benchmark::Counter(static_cast<double>(allocations() - before),
                                                      benchmark::Counter::kAvgIterations);
@@ -99,7 +99,7 @@ void jsonAlone(benchmark::State& state, const Command& command) {
   jsonRound(json, command, replyValue, texts);  // grows the texts to their size
 
   BenchPlatform platform;
-  const auto routers = platform.textsOf([&] { platform.baseRouter.receive(command.message); });
+  const auto routers = platform.textsOf([&] { platform.router->receive(command.message); });
   const auto params = routers.logged.find('{');  // after the web view's address
   mustBeSame("the logged text of " + std::string(command.name),
              params == std::string::npos ? "" : routers.logged.substr(params), texts.logged);

@@ -23,7 +23,7 @@ const std::string kRemoteId = "student_20210917_04";
 
 /// A router in a room, with page functions for the events measured.
 void enter(BenchPlatform& platform) {
-  platform.baseRouter.receive(
+  platform.router->receive(
       R"({"head":{"module":"kobu","action":"registCallBacks"},"params":{"callbacks":[)"
       R"({"sdkcbName":"onRemoteUserEnterRoom","jsRecvcbName":"onNativeEvent"},)"
       R"({"sdkcbName":"onStatistics","jsRecvcbName":"onNativeEvent"}]}})");

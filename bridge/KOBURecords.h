@@ -35,6 +35,7 @@ struct KOBUParams {
 };
 template <>
 struct Fields<KOBUParams> {
+  static constexpr std::string_view name = "KOBUParams";
   static constexpr std::tuple table{
       Field{"sdkAppId", &KOBUParams::sdkAppId}, Field{"userId", &KOBUParams::userId},
       Field{"userSig", &KOBUParams::userSig}, Field{"roomId", &KOBUParams::roomId},
@@ -50,6 +51,7 @@ struct KOBURenderParams {
 };
 template <>
 struct Fields<KOBURenderParams> {
+  static constexpr std::string_view name = "KOBURenderParams";
   static constexpr std::tuple table{Field{"rotation", &KOBURenderParams::rotation},
                                     Field{"fillMode", &KOBURenderParams::fillMode},
                                     Field{"mirrorType", &KOBURenderParams::mirrorType}};
@@ -66,6 +68,7 @@ struct KOBUVideoEncParam {
 };
 template <>
 struct Fields<KOBUVideoEncParam> {
+  static constexpr std::string_view name = "KOBUVideoEncParam";
   static constexpr std::tuple table{
       Field{"width", &KOBUVideoEncParam::width},
       Field{"height", &KOBUVideoEncParam::height},
@@ -82,6 +85,7 @@ struct KOBUNetworkQosParam {
 };
 template <>
 struct Fields<KOBUNetworkQosParam> {
+  static constexpr std::string_view name = "KOBUNetworkQosParam";
   static constexpr std::tuple table{Field{"preference", &KOBUNetworkQosParam::preference},
                                     Field{"controlMode", &KOBUNetworkQosParam::controlMode}};
 };
@@ -93,6 +97,7 @@ struct KOBUQualityInfo {
 };
 template <>
 struct Fields<KOBUQualityInfo> {
+  static constexpr std::string_view name = "KOBUQualityInfo";
   static constexpr std::tuple table{Field{"userId", &KOBUQualityInfo::userId},
                                     Field{"quality", &KOBUQualityInfo::quality}};
 };
@@ -104,6 +109,7 @@ struct KOBUVolumeInfo {
 };
 template <>
 struct Fields<KOBUVolumeInfo> {
+  static constexpr std::string_view name = "KOBUVolumeInfo";
   static constexpr std::tuple table{Field{"userId", &KOBUVolumeInfo::userId},
                                     Field{"volume", &KOBUVolumeInfo::volume}};
 };
@@ -120,6 +126,7 @@ struct KOBULocalStatistics {
 };
 template <>
 struct Fields<KOBULocalStatistics> {
+  static constexpr std::string_view name = "KOBULocalStatistics";
   static constexpr std::tuple table{Field{"width", &KOBULocalStatistics::width},
                                     Field{"height", &KOBULocalStatistics::height},
                                     Field{"frameRate", &KOBULocalStatistics::frameRate},
@@ -144,6 +151,7 @@ struct KOBURemoteStatistics {
 };
 template <>
 struct Fields<KOBURemoteStatistics> {
+  static constexpr std::string_view name = "KOBURemoteStatistics";
   static constexpr std::tuple table{
       Field{"userId", &KOBURemoteStatistics::userId},
       Field{"packetLoss", &KOBURemoteStatistics::packetLoss},
@@ -171,6 +179,7 @@ struct KOBUStatistics {
 };
 template <>
 struct Fields<KOBUStatistics> {
+  static constexpr std::string_view name = "KOBUStatistics";
   static constexpr std::tuple table{Field{"appCpu", &KOBUStatistics::appCpu},
                                     Field{"systemCpu", &KOBUStatistics::systemCpu},
                                     Field{"rtt", &KOBUStatistics::rtt},
@@ -192,6 +201,7 @@ struct KOBUSpeedTestResult {
 };
 template <>
 struct Fields<KOBUSpeedTestResult> {
+  static constexpr std::string_view name = "KOBUSpeedTestResult";
   static constexpr std::tuple table{Field{"ip", &KOBUSpeedTestResult::ip},
                                     Field{"quality", &KOBUSpeedTestResult::quality},
                                     Field{"upLostRate", &KOBUSpeedTestResult::upLostRate},
@@ -210,6 +220,7 @@ struct PWAudioMusicParam {
 };
 template <>
 struct Fields<PWAudioMusicParam> {
+  static constexpr std::string_view name = "PWAudioMusicParam";
   static constexpr std::tuple table{Field{"ID", &PWAudioMusicParam::ID},
                                     Field{"path", &PWAudioMusicParam::path},
                                     Field{"loopCount", &PWAudioMusicParam::loopCount},
@@ -227,6 +238,7 @@ struct EdgeInsets {
 };
 template <>
 struct Fields<EdgeInsets> {
+  static constexpr std::string_view name = "EdgeInsets";
   static constexpr std::tuple table{
       Field{"top", &EdgeInsets::top}, Field{"left", &EdgeInsets::left},
       Field{"bottom", &EdgeInsets::bottom}, Field{"right", &EdgeInsets::right}};

@@ -13,7 +13,6 @@
 #include "bridge/NotificationCenter.h"
 #include "bridge/SystemVersion.h"
 #include "bridge/VEMOExtensionLauncher.h"
-#include "bridge/VEMOJSMsgRouter.h"
 #include "bridge/VEMOLogger.h"
 
 namespace vemo {
@@ -24,7 +23,6 @@ namespace vemo {
 /// little longer, in work that is queued; a host that can't wait for the queue to be
 /// empty puts whatever owns the pieces into `owner`, which the router holds.
 struct Platform {
-  VEMOJSMsgRouter& baseRouter;
   KOBUCloudClass& engineClass;
   VEMOLogger& logger;
   SystemLog& systemLog;

@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "bridge/VEMOJSMsgItem.h"
 #include "bridge/VEMOWebView.h"
@@ -11,9 +12,8 @@ namespace vemo {
 
 /// The application's generic message router: it decodes page messages into items,
 /// calls what is registered under an item's action name and delivers the replies.
-/// A router for one subject, such as VEMOKOBUMsgRouter, plugs its commands into it.
-///
-/// Ownership: outlives the routers that are plugged in, and keeps their wrappers.
+/// A router for one subject, such as VEMOKOBUMsgRouter, is one too: it owns another that
+/// does this and registers its commands with it.
 class VEMOJSMsgRouter {
  public:
   /// Called with the item and the web view that the command came from (null when
@@ -27,8 +27,16 @@ class VEMOJSMsgRouter {
   /// replaces the earlier wrapper. Not to be called while commands are delivered.
   virtual void setMethod(const std::string& action, Wrapper wrapper) = 0;
 
+  /// Decodes one page message, runs its command on this thread and delivers the reply,
+  /// unless the command answers later. A message that can't be used is answered with an
+  /// error as far as it says who waits. Any thread, by several at once.
+  virtual void receive(std::string_view message) = 0;
+
   /// The page's web view; null when there is none. Any thread.
   virtual std::shared_ptr<VEMOWebView> webView() const = 0;
+  /// Replaces the web view, null for none; commands under way keep the one they came
+  /// with. Any thread.
+  virtual void setWebView(std::shared_ptr<VEMOWebView> webView) = 0;
 };
 
 }  // namespace vemo

@@ -43,12 +43,8 @@ class JSMsgRouter final : public VEMOJSMsgRouter {
   void setMethod(const std::string& action, Wrapper wrapper) override;
 
   std::shared_ptr<VEMOWebView> webView() const override;
-  /// Replaces the web view; commands under way keep the one they came with.
-  void setWebView(std::shared_ptr<VEMOWebView> webView);
-
-  /// Decodes one page message, runs its command and delivers the reply, unless the
-  /// command answers later.
-  void receive(std::string_view message);
+  void setWebView(std::shared_ptr<VEMOWebView> webView) override;
+  void receive(std::string_view message) override;
 
   /// The item of a page message. A message that can't be used (no JSON object, no
   /// text head.action, params that are neither object nor null, over a limit, broken

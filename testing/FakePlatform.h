@@ -88,18 +88,24 @@ class FakePlatform : private SystemLog,
   LoopbackNotificationCenter crossProcess;
   FakeEngineClass engineClass;
   std::shared_ptr<FakeWebView> webView = std::make_shared<FakeWebView>();
-  JSMsgRouter baseRouter{logger, std::make_shared<MainThreadReplyDelivery>(mainQueue, "reply"),
-                         webView};
 
-  Platform pieces() {
-    return {baseRouter, engineClass, logger, *this, mainQueue, notifications, crossProcess, *this,
-            *this,      *this,       *this,  *this, *this,     *this,         appGroup_};
+  /// A base router for a router on this platform; `send` goes to the latest one.
+  std::unique_ptr<VEMOJSMsgRouter> makeBaseRouter() {
+    auto base = std::make_unique<JSMsgRouter>(
+        logger, std::make_shared<MainThreadReplyDelivery>(mainQueue, "reply"), webView);
+    base_ = base.get();
+    return base;
   }
 
-  /// Sends a page message without waiting for queued work.
+  Platform pieces() {
+    return {engineClass, logger, *this, mainQueue, notifications, crossProcess, *this,
+            *this,       *this,  *this, *this,     *this,         *this,        appGroup_};
+  }
+
+  /// Sends a page message without waiting for queued work. The router must be there.
   void send(const std::string& action, const std::string& params = "{}") {
-    baseRouter.receive(R"({"head":{"module":"kobu","action":")" + action + R"("},"params":)" +
-                       params + R"(,"cbid":"1"})");
+    base_->receive(R"({"head":{"module":"kobu","action":")" + action + R"("},"params":)" + params +
+                   R"(,"cbid":"1"})");
   }
 
  private:
@@ -119,6 +125,7 @@ class FakePlatform : private SystemLog,
   void launch() override {}
 
   const std::string appGroup_ = "group.test";
+  VEMOJSMsgRouter* base_ = nullptr;
 };
 
 }  // namespace vemo

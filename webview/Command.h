@@ -1,56 +1,202 @@
 #pragma once
 
 #include <boost/json/object.hpp>
+#include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <string>
 #include <string_view>
+#include <type_traits>
 
 #include "bridge/VEMOJSMsgItem.h"
 #include "bridge/VEMOWebView.h"
 #include "json/Lookup.h"
+#include "json/RecordMapper.h"
+
+// What a command takes, told once: a parameter is a type, a handler's declaration lists
+// the parameters that it reads, and no other can be read. The table and the reference
+// that pages are given are made from the same lists.
 
 namespace vemo {
 
-/// One command on its way through its handler: the item, the web view it came from,
-/// and its parameters as text and by typed lookup.
-struct Command {
+/// What is told of a value beside its type. `example` is JSON text.
+struct Words {
+  std::string_view name;
+  std::string_view about;
+  std::string_view unit = {};
+  std::string_view example = {};
+};
+
+/// A parameter whose value is a T: a class derived from this has `words`, and
+///   std::int32_t and other numbers   a JSON number or boolean, converted as Number says
+///   bool                             the same; true unless it is zero
+///   std::string_view                 a text; points into the message
+/// A static `missing` is the text of the error when it is not there, instead of the row's.
+template <class T>
+struct Parameter {
+  using Value = T;
+};
+
+/// A text that counts as missing when it is empty.
+struct NonEmptyText : Parameter<std::string_view> {
+  static constexpr bool nonEmpty = true;
+};
+
+/// An integer that is replaced by a fallback when it is missing or out of range.
+template <std::int32_t Min, std::int32_t Max, std::int32_t Fallback>
+struct Ranged : Parameter<std::int32_t> {
+  static constexpr std::int32_t min = Min;
+  static constexpr std::int32_t max = Max;
+  static constexpr std::int32_t fallback = Fallback;
+};
+
+/// A record of the engine that the params as a whole describe, by the mapper's rules.
+template <class Record, class Mapped = Record>
+struct RecordParameter : Parameter<Record> {
+  using Properties = Mapped;  // whose names the page uses
+  static std::optional<Record> read(const boost::json::object* params) {
+    return recordFrom<Mapped>(params);
+  }
+};
+
+/// The value of the parameter P in `params`; nothing when it is missing or of another type.
+template <class P>
+std::optional<typename P::Value> valueOf(const boost::json::object* params) {
+  using Value = typename P::Value;
+  if constexpr (requires { P::read(params); }) {
+    return P::read(params);
+  } else if constexpr (std::same_as<Value, std::string_view>) {
+    auto text = vemo_safeNSStringForKey(params, P::words.name);
+    if constexpr (requires { P::nonEmpty; }) {
+      if (text && text->empty()) text.reset();
+    }
+    return text;
+  } else {
+    const auto number = vemo_safeNSNumberForKey(params, P::words.name);
+    if constexpr (requires { P::fallback; }) {
+      const auto value = number ? number->int32() : P::fallback;
+      return value >= P::min && value <= P::max ? value : P::fallback;
+    } else {
+      if (!number) return std::nullopt;
+      return number->template as<Value>();
+    }
+  }
+}
+
+// How a list of parameters names one: by itself when the command fails without it, else
+
+/// ... when the command does without it,
+template <class P>
+struct Maybe {};
+
+/// ... when another value stands in for it,
+template <class P, auto Instead>
+struct Or {};
+
+/// ... when the handler itself says in which order things fail,
+template <class P>
+struct Checked {};
+
+/// and a value that no page gives, between those that it does.
+template <auto Constant>
+struct Always {};
+
+/// What the forms above have in common: the parameter, the value that a handler gets, and
+/// whether the command's frame fails without it.
+template <class P>
+struct Listed {
+  using Of = P;
+  static constexpr bool isRequired = !requires { P::fallback; };
+  static auto value(const boost::json::object* params) { return *valueOf<P>(params); }
+};
+template <class P>
+struct Listed<Maybe<P>> {
+  using Of = P;
+  static constexpr bool isRequired = false;
+  static auto value(const boost::json::object* params) { return valueOf<P>(params); }
+};
+template <class P, auto Instead>
+struct Listed<Or<P, Instead>> {
+  using Of = P;
+  static constexpr bool isRequired = false;
+  static auto value(const boost::json::object* params) {
+    return valueOf<P>(params).value_or(Instead);
+  }
+};
+template <class P>
+struct Listed<Checked<P>> : Listed<Maybe<P>> {};
+template <auto Constant>
+struct Listed<Always<Constant>> {
+  using Of = void;
+  static constexpr bool isRequired = false;
+  static auto value(const boost::json::object*) { return Constant; }
+};
+
+/// One command on its way: the item and the web view that it came from.
+struct Call {
   const std::shared_ptr<VEMOJSMsgItem>& item;
   const std::shared_ptr<VEMOWebView>& webView;
   /// The params as JSON text, written once for all records of the command; "(null)"
   /// when there are none. Valid until the handler returns.
   std::string_view paramsText;
+};
 
-  const boost::json::object* params() const { return item->params(); }
+/// A call whose parameters are those listed, in one of the forms above.
+template <class... List>
+class Command : public Call {
+ public:
+  explicit Command(const Call& call) : Call(call) {}
 
-  std::optional<Number> number(std::string_view key) const {
-    return vemo_safeNSNumberForKey(params(), key);
+  /// The value of the parameter P; for one that may be missing, an optional.
+  template <class P>
+  auto get() const {
+    static_assert((std::same_as<typename Listed<List>::Of, P> || ...),
+                  "this is no parameter of the command: list it in the handler's declaration");
+    return find<P, List...>();
   }
 
-  /// The integer value under `key` when it lies from `min` to `max`, else `fallback`.
-  std::int32_t int32InRange(std::string_view key, std::int32_t min, std::int32_t max,
-                            std::int32_t fallback) const {
-    const auto found = number(key);
-    const auto value = found ? found->int32() : fallback;
-    return value >= min && value <= max ? value : fallback;
+  /// The position in the list of the first required parameter that is not there, with its
+  /// own error text if it has one; nothing when all are.
+  struct Missing {
+    std::size_t position;
+    std::string_view text;
+  };
+  std::optional<Missing> missing() const {
+    std::optional<Missing> first;
+    std::size_t position = 0;
+    static_cast<void>((lacks<List>(first, position++) || ...));
+    return first;
   }
 
-  /// Whether there is a number under `key` that is not zero.
-  bool flag(std::string_view key) const {
-    const auto found = number(key);
-    return found && found->boolean();
+ private:
+  template <class P, class First, class... Rest>
+  auto find() const {
+    if constexpr (std::same_as<typename Listed<First>::Of, P>) {
+      return Listed<First>::value(item->params());
+    } else {
+      return find<P, Rest...>();
+    }
   }
 
-  std::optional<std::string_view> text(std::string_view key) const {
-    return vemo_safeNSStringForKey(params(), key);
+  template <class Entry>
+  bool lacks(std::optional<Missing>& first, std::size_t position) const {
+    if constexpr (Listed<Entry>::isRequired) {
+      using P = typename Listed<Entry>::Of;
+      if (!valueOf<P>(item->params())) {
+        first = Missing{position, ownText<P>()};
+      }
+    }
+    return first.has_value();
   }
 
-  /// The text under `key`; nothing when it is absent or empty.
-  std::optional<std::string> nonEmptyText(std::string_view key) const {
-    const auto found = text(key);
-    if (!found || found->empty()) return std::nullopt;
-    return std::string(*found);
+  template <class P>
+  static constexpr std::string_view ownText() {
+    if constexpr (requires { P::missing; }) {
+      return P::missing;
+    } else {
+      return {};
+    }
   }
 };
 

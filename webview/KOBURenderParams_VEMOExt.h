@@ -24,6 +24,7 @@ inline void setMirror(KOBURenderParams& params, std::int32_t mirror) { params.mi
 struct KOBURenderParamsOfPage : KOBURenderParams {};
 template <>
 struct Fields<KOBURenderParamsOfPage> {
+  static constexpr std::string_view name = Fields<KOBURenderParams>::name;
   static constexpr auto table = std::tuple_cat(
       Fields<KOBURenderParams>::table, std::tuple{Field{"mode", &KOBURenderParams::fillMode},
                                                   Field{"mirror", &KOBURenderParams::mirrorType}});

@@ -2,10 +2,13 @@
 
 namespace vemo {
 
-VEMOKOBUMsgRouter::VEMOKOBUMsgRouter(Platform platform) : platform_(std::move(platform)) {}
+VEMOKOBUMsgRouter::VEMOKOBUMsgRouter(std::unique_ptr<VEMOJSMsgRouter> base, Platform platform)
+    : platform_(std::move(platform)), base_(std::move(base)) {}
 
-std::shared_ptr<VEMOKOBUMsgRouter> VEMOKOBUMsgRouter::create(Platform platform) {
-  const std::shared_ptr<VEMOKOBUMsgRouter> router(new VEMOKOBUMsgRouter(std::move(platform)));
+std::shared_ptr<VEMOKOBUMsgRouter> VEMOKOBUMsgRouter::create(std::unique_ptr<VEMOJSMsgRouter> base,
+                                                             Platform platform) {
+  const std::shared_ptr<VEMOKOBUMsgRouter> router(
+      new VEMOKOBUMsgRouter(std::move(base), std::move(platform)));
   for (const auto* name : {kVEMOScreenKit_Started_Notify, kVEMOScreenKit_Paused_Notify,
                            kVEMOScreenKit_Resumed_Notify, kVEMOScreenKit_Finished_Notify}) {
     router->registerForScreenKitNotificationsWithName(name);
@@ -15,28 +18,63 @@ std::shared_ptr<VEMOKOBUMsgRouter> VEMOKOBUMsgRouter::create(Platform platform) 
 }
 
 VEMOKOBUMsgRouter::~VEMOKOBUMsgRouter() {
-  enterCallback_.clear();
-  exitCallback_.clear();
-  switchAnchorCallback_.clear();
-  switchAudienceCallback_.clear();
-  launchScreenKitCallback_.clear();
-  startScreenCaptureCallback_.clear();
-  kobuEventListeners_.clear();
+  room_.enterCallback.clear();
+  room_.exitCallback.clear();
+  room_.switchAnchorCallback.clear();
+  room_.switchAudienceCallback.clear();
+  sharing_.launchCallback.clear();
+  sharing_.startCallback.clear();
+  receivers_.listeners.clear();
   auto engine = sharedKOBU_.take();
   if (engine) engine->setDelegate(nullptr);
-  if (hasEnterRoom_ && engine) engine->exitRoom();
+  if (room_.entered && engine) engine->exitRoom();
   platform_.engineClass.destroySharedIntance();
   engine.reset();  // gone before the subscriptions are
   unregisterScreenKitNotifications();
 }
 
-Text VEMOKOBUMsgRouter::curEnteredRoomUserId() const {
-  const auto params = enterRoomParams_.load();
-  return params ? params->userId : Text{};
+// ---- The base router's operations
+
+void VEMOKOBUMsgRouter::setMethod(const std::string& action, Wrapper wrapper) {
+  base_->setMethod(action, std::move(wrapper));
 }
 
-bool VEMOKOBUMsgRouter::isOwnUser(const Text& userId) const {
-  return !userId || userId == curEnteredRoomUserId();
+std::shared_ptr<VEMOWebView> VEMOKOBUMsgRouter::webView() const { return base_->webView(); }
+
+void VEMOKOBUMsgRouter::setWebView(std::shared_ptr<VEMOWebView> webView) {
+  base_->setWebView(std::move(webView));
+}
+
+void VEMOKOBUMsgRouter::receive(std::string_view message) {
+  // The base router is ours: it must not go while it works, whoever lets go of us meanwhile.
+  const auto self = shared_from_this();
+  base_->receive(message);
+}
+
+// ---- Answers of commands
+
+void VEMOKOBUMsgRouter::setError(VEMOJSMsgItem& item, VEMOModule module, std::int64_t code,
+                                 Text message) {
+  item.setMsgError({std::string(moduleText(module)), code, std::move(message)});
+}
+
+VEMOCallback VEMOKOBUMsgRouter::plainAnswer(const Call& call) {
+  return weakly([item = call.item, webView = call.webView](VEMOKOBUMsgRouter&, VEMOModule module,
+                                                           std::int64_t code, const Text& desc) {
+    setError(*item, module, code, desc);
+    item->executeJSCallbackIn(webView);
+  });
+}
+
+VEMOCallback VEMOKOBUMsgRouter::loggedAnswer(const Call& call, const char* actionName, Site site) {
+  return weakly([item = call.item, webView = call.webView, actionName, site,
+                 params = std::string(call.paramsText)](VEMOKOBUMsgRouter& router,
+                                                        VEMOModule module, std::int64_t code,
+                                                        const Text& desc) {
+    setError(*item, module, code, desc);
+    router.logEnd(actionName, params, code, desc, site);
+    item->executeJSCallbackIn(webView);
+  });
 }
 
 // ---- Log records
@@ -72,11 +110,6 @@ void VEMOKOBUMsgRouter::logEnd(std::string_view actionName, std::string_view act
   logRouter(failed ? DUNLogParam::kFailure : DUNLogParam::kInformation,
             failed ? std::string(actionName) + "Failed" : std::string(actionName), actionParam,
             Result{code, desc}, site);
-}
-
-void VEMOKOBUMsgRouter::logEvent(std::string_view name, std::string_view payload,
-                                 std::optional<Result> result, const Site& site) {
-  log(DUNLogParam::kInformation, "SDKCallback", name, payload, result, site);
 }
 
 }  // namespace vemo

@@ -14,12 +14,14 @@
 
 #include "bridge/KOBUCloudDelegate.h"
 #include "bridge/Platform.h"
+#include "bridge/VEMOJSMsgRouter.h"
 #include "bridge/VEMOKOBUEventListener.h"
 #include "json/JsonObjectText.h"
 #include "webview/Command.h"
 #include "webview/Outcome.h"
 #include "webview/Place.h"
 #include "webview/Published.h"
+#include "webview/parameters.h"
 
 namespace vemo {
 
@@ -37,10 +39,12 @@ inline constexpr const char* kVEMOScreenKit_Paused_Notify = "VEMOScreenKit_Pause
 inline constexpr const char* kVEMOScreenKit_Resumed_Notify = "VEMOScreenKit_Resumed_Notify";
 inline constexpr const char* kVEMOScreenKit_Finished_Notify = "VEMOScreenKit_Finished_Notify";
 
-/// The router between a page and the real-time audio/video engine: 55 page commands
-/// become calls of the engine, the engine's 27 events become calls of page functions
-/// and of native listeners, and the host drives the same engine through the operations
-/// below.
+/// The router between a page and the real-time audio/video engine: page commands become
+/// calls of the engine, the engine's events become calls of page functions and of native
+/// listeners, and the host drives the same engine through the operations below.
+///
+/// To its host it is a VEMOJSMsgRouter: it owns the one that decodes messages and delivers
+/// replies, so once it is gone there is nothing left that a message could reach.
 ///
 /// Lifetime: made by create, held by the host. Everything that the router hands out
 /// (wrappers, completions, queued work) holds it weakly and does nothing once it is
@@ -48,24 +52,33 @@ inline constexpr const char* kVEMOScreenKit_Finished_Notify = "VEMOScreenKit_Fin
 /// told. It may die on any thread. Dying leaves the room, destroys the engine and drops
 /// pending completions without calling them.
 ///
-/// Threads: commands run where the base router delivers them; the operations of the
+/// Threads: commands run on the thread that hands in their message; the operations of the
 /// host may be called from any thread; events come from the engine's threads. Scripts
 /// for events run on the main thread.
 ///
 /// Nothing is thrown. A completion or listener that is null counts as none.
-class VEMOKOBUMsgRouter final : public KOBUCloudDelegate,
+class VEMOKOBUMsgRouter final : public VEMOJSMsgRouter,
+                                public KOBUCloudDelegate,
                                 public std::enable_shared_from_this<VEMOKOBUMsgRouter> {
  public:
-  /// Makes a router on `platform`, subscribes it to the four notifications of the
-  /// broadcast extension and registers its commands with the base router. The engine is
-  /// made later, by the page's "initSDK".
-  static std::shared_ptr<VEMOKOBUMsgRouter> create(Platform platform);
+  /// Makes a router on `platform` that decodes messages and delivers replies by `base`,
+  /// which is not null; subscribes it to the four notifications of the broadcast extension
+  /// and registers its commands. The engine is made later, by the page's "initSDK".
+  static std::shared_ptr<VEMOKOBUMsgRouter> create(std::unique_ptr<VEMOJSMsgRouter> base,
+                                                   Platform platform);
 
   ~VEMOKOBUMsgRouter() override;
   VEMOKOBUMsgRouter(const VEMOKOBUMsgRouter&) = delete;
   VEMOKOBUMsgRouter& operator=(const VEMOKOBUMsgRouter&) = delete;
 
-  // ---- Replies and page scripts
+  // ---- The base router's operations; `receive` keeps the router until it returns.
+
+  void setMethod(const std::string& action, Wrapper wrapper) override;
+  std::shared_ptr<VEMOWebView> webView() const override;
+  void setWebView(std::shared_ptr<VEMOWebView> webView) override;
+  void receive(std::string_view message) override;
+
+  // ---- Page scripts
 
   /// The callback envelope: "head" with the event's name unless it is empty, "retval"
   /// with the value if there is one.
@@ -105,11 +118,11 @@ class VEMOKOBUMsgRouter final : public KOBUCloudDelegate,
   /// True once the engine has reported the end of an enter, whatever its result; false
   /// again with the page's next "enterRoom", "exitRoom" or "uninitSDK". The operations
   /// above leave it as it is.
-  bool hasEnterRoom() const { return hasEnterRoom_; }
+  bool hasEnterRoom() const { return room_.entered; }
   /// The record of the present enter, with the role of now; null before entering, after
   /// leaving and after "uninitSDK". A change of role publishes a new record: the one that
   /// was entered with stays as it was.
-  std::shared_ptr<const KOBUParams> enterRoomParams() const { return enterRoomParams_.load(); }
+  std::shared_ptr<const KOBUParams> enterRoomParams() const { return room_.params.load(); }
   /// The user id of that record.
   Text curEnteredRoomUserId() const;
 
@@ -204,8 +217,7 @@ class VEMOKOBUMsgRouter final : public KOBUCloudDelegate,
   void onScreenCaptureStoped(std::int32_t reason) override;
 
  private:
-  struct CommandTable;  // the 55 rows and the frame around every handler
-  struct Row;
+  friend struct CommandTable;  // the rows, and the frame around every handler
 
   using ItemPtr = std::shared_ptr<VEMOJSMsgItem>;
   using WebViewPtr = std::shared_ptr<VEMOWebView>;
@@ -224,66 +236,77 @@ class VEMOKOBUMsgRouter final : public KOBUCloudDelegate,
     std::optional<std::string_view> description;
   };
 
-  explicit VEMOKOBUMsgRouter(Platform platform);
+  VEMOKOBUMsgRouter(std::unique_ptr<VEMOJSMsgRouter> base, Platform platform);
   void registRouter();
 
-  // ---- Handlers, in the order of the command table. Those that take the engine are
+  // ---- Handlers, in the order of the command table; a command that is not here is its
+  // row alone. Each lists the parameters that it reads. Those that take the engine are
   // called only when there is one.
-  Outcome registCallBacks(const Command& command);
-  Outcome initSDK(const Command& command);
-  Outcome setLogParams(const Command& command);
-  Outcome getSDKVersion(const Command& command);
-  Outcome uninitSDK(const Command& command);
-  Outcome enterRoom(KOBUCloud& engine, const Command& command);
-  Outcome exitRoom(const Command& command);
-  Outcome showBugView(KOBUCloud& engine, const Command& command);
-  Outcome setDebugViewMargin(KOBUCloud& engine, const Command& command);
-  Outcome switchRole(KOBUCloud& engine, const Command& command);
-  Outcome setNetworkQosParam(KOBUCloud& engine, const Command& command);
-  Outcome setVideoEncoderParam(KOBUCloud& engine, const Command& command);
-  Outcome startLocalPreview(KOBUCloud& engine, const Command& command);
-  Outcome switchCamera(KOBUCloud& engine, const Command& command);
-  Outcome setLocalPreviewParams(KOBUCloud& engine, const Command& command);
-  Outcome enableEncSmallVideoStream(KOBUCloud& engine, const Command& command);
-  Outcome setRemoteVideoStreamType(KOBUCloud& engine, const Command& command);
-  Outcome stopLocalPreview(KOBUCloud& engine, const Command& command);
-  Outcome muteLocalVideo(KOBUCloud& engine, const Command& command);
-  Outcome startLocalAudio(KOBUCloud& engine, const Command& command);
-  Outcome stopLocalAudio(KOBUCloud& engine, const Command& command);
-  Outcome muteLocalAudio(KOBUCloud& engine, const Command& command);
-  Outcome startRemoteView(KOBUCloud& engine, const Command& command);
-  Outcome setRemotePreviewParams(KOBUCloud& engine, const Command& command);
-  Outcome stopRemoteView(KOBUCloud& engine, const Command& command);
-  Outcome stopAllRemoteView(KOBUCloud& engine, const Command& command);
-  Outcome muteRemoteVideoStream(KOBUCloud& engine, const Command& command);
-  Outcome muteAllRemoteVideoStreams(KOBUCloud& engine, const Command& command);
-  Outcome muteRemoteAudio(KOBUCloud& engine, const Command& command);
-  Outcome muteAllRemoteAudio(KOBUCloud& engine, const Command& command);
-  Outcome setRemoteAudioVolume(KOBUCloud& engine, const Command& command);
-  Outcome startRemoteSubStreamView(KOBUCloud& engine, const Command& command);
-  Outcome stopRemoteSubStreamView(KOBUCloud& engine, const Command& command);
-  Outcome setRemoteSubStreamPreviewParams(KOBUCloud& engine, const Command& command);
-  Outcome playMusic(KOBUCloud& engine, const Command& command);
-  Outcome setMusicInfo(KOBUCloud& engine, const Command& command);
-  Outcome stopMusic(KOBUCloud& engine, const Command& command);
-  Outcome pauseMusic(KOBUCloud& engine, const Command& command);
-  Outcome resumeMusic(KOBUCloud& engine, const Command& command);
-  Outcome startSpeedTest(KOBUCloud& engine, const Command& command);
-  Outcome stopSpeedTest(KOBUCloud& engine, const Command& command);
-  Outcome enableAudioVolumeEvaluation(KOBUCloud& engine, const Command& command);
-  Outcome setVideoMuteImage(KOBUCloud& engine, const Command& command);
-  Outcome getKOBUStats(const Command& command);
-  Outcome registReport(const Command& command);
-  Outcome setAudioRoute(KOBUCloud& engine, const Command& command);
-  Outcome setAudioVolume(KOBUCloud& engine, const Command& command);
-  Outcome getAudioVolume(KOBUCloud& engine, const Command& command);
-  Outcome callExperimentalAPI(KOBUCloud& engine, const Command& command);
-  Outcome isSupportScreenCapture(const Command& command);
-  Outcome launchScreenKit(const Command& command);
-  Outcome startScreenCapture(KOBUCloud& engine, const Command& command);
-  Outcome pauseScreenCapture(KOBUCloud& engine, const Command& command);
-  Outcome resumeScreenCapture(KOBUCloud& engine, const Command& command);
-  Outcome stopScreenCapture(KOBUCloud& engine, const Command& command);
+  Outcome registCallBacks(const Command<Checked<param::Callbacks>>& command);
+  Outcome initSDK(const Command<>& command);
+  Outcome setLogParams(
+      const Command<Maybe<param::LogLevel>, Maybe<param::ConsoleEnable>,
+                    Maybe<param::CompressEnable>, Maybe<param::LogDirPath>>& command);
+  Outcome getSDKVersion(const Command<>& command);
+  Outcome uninitSDK(const Command<>& command);
+  Outcome enterRoom(
+      KOBUCloud& engine,
+      const Command<param::AppScene, Or<param::AutoRecvAudio, true>, Or<param::AutoRecvVideo, true>,
+                    Checked<param::EnterParams>>& command);
+  Outcome exitRoom(const Command<>& command);
+  Outcome setDebugViewMargin(
+      KOBUCloud& engine,
+      const Command<Maybe<param::UserId>, Or<param::Top, 0.0F>, Or<param::Left, 0.0F>,
+                    Or<param::Bottom, 0.0F>, Or<param::Right, 0.0F>>& command);
+  Outcome switchRole(KOBUCloud& engine, const Command<Checked<param::Role>>& command);
+  Outcome startLocalPreview(KOBUCloud& engine,
+                            const Command<Or<param::FrontCamera, true>>& command);
+  Outcome setLocalPreviewParams(
+      KOBUCloud& engine,
+      const Command<Maybe<param::RenderParams>, Maybe<param::EncoderRotation>,
+                    Maybe<param::EncoderMirror>, Maybe<param::SensorMode>>& command);
+  Outcome enableEncSmallVideoStream(
+      KOBUCloud& engine,
+      const Command<Maybe<param::EnableSmallStream>, Maybe<param::Encoder>>& command);
+  Outcome stopLocalPreview(KOBUCloud& engine, const Command<>& command);
+  Outcome startLocalAudio(KOBUCloud& engine, const Command<param::AudioQuality>& command);
+  Outcome stopLocalAudio(KOBUCloud& engine, const Command<>& command);
+  Outcome startRemoteView(KOBUCloud& engine,
+                          const Command<param::UserId, param::StreamType>& command);
+  Outcome setRemotePreviewParams(KOBUCloud& engine,
+                                 const Command<Maybe<param::UserId>, param::StreamType,
+                                               Checked<param::RenderParams>>& command);
+  Outcome startRemoteSubStreamView(KOBUCloud& engine, const Command<param::UserId>& command);
+  Outcome setRemoteSubStreamPreviewParams(
+      KOBUCloud& engine, const Command<param::UserId, Maybe<param::RenderParams>>& command);
+  Outcome playMusic(
+      KOBUCloud& engine,
+      const Command<param::AudioId, Checked<param::Music>, Or<param::OnStart, false>,
+                    Or<param::OnProgress, false>, Or<param::OnComplete, false>>& command);
+  Outcome setMusicInfo(
+      KOBUCloud& engine,
+      const Command<Maybe<param::AudioId>, Maybe<param::MusicPosition>, Maybe<param::MusicVolume>,
+                    Maybe<param::MusicPlayoutVolume>, Maybe<param::MusicPublishVolume>>& command);
+  Outcome startSpeedTest(KOBUCloud& engine,
+                         const Command<param::SdkAppId, param::UserId, param::UserSig>& command);
+  Outcome setVideoMuteImage(KOBUCloud& engine,
+                            const Command<param::ImgUrl, param::MuteImageFps>& command);
+  Outcome getKOBUStats(const Command<>& command);
+  Outcome registReport(const Command<Maybe<param::ReportFunc>>& command);
+  Outcome setAudioVolume(
+      KOBUCloud& engine,
+      const Command<Maybe<param::CaptureVolume>, Maybe<param::PlayoutVolume>>& command);
+  Outcome getAudioVolume(
+      KOBUCloud& engine,
+      const Command<Or<param::Capture, false>, Or<param::Playout, false>>& command);
+  Outcome isSupportScreenCapture(const Command<>& command);
+  Outcome launchScreenKit(const Command<>& command);
+  Outcome startScreenCapture(KOBUCloud& engine,
+                             const Command<param::ScreenCaptureMode, Checked<param::Encoder>,
+                                           Maybe<param::AppGroup>>& command);
+  Outcome pauseScreenCapture(KOBUCloud& engine, const Command<>& command);
+  Outcome resumeScreenCapture(KOBUCloud& engine, const Command<>& command);
+  Outcome stopScreenCapture(KOBUCloud& engine, const Command<>& command);
 
   // ---- Permission gate (permission_gate.cpp). Completions get the engine's module.
   void innerStartLocalPreview(bool frontCamera, std::shared_ptr<NativeView> view,
@@ -304,9 +327,9 @@ class VEMOKOBUMsgRouter final : public KOBUCloudDelegate,
 
   // ---- Answers of asynchronous commands. Each sets the error record whatever the code
   // and delivers the item that it holds. Names and keys are literals: they are kept.
-  VEMOCallback plainAnswer(const Command& command);
-  VEMORoomCallback roomAnswer(const Command& command, std::string_view numberKey);
-  VEMOCallback loggedAnswer(const Command& command, const char* actionName, Site site);
+  VEMOCallback plainAnswer(const Call& call);
+  VEMORoomCallback roomAnswer(const Call& call, std::string_view numberKey);
+  VEMOCallback loggedAnswer(const Call& call, const char* actionName, Site site);
   static void setError(VEMOJSMsgItem& item, VEMOModule module, std::int64_t code, Text message);
   /// A completion as the slots keep it: null when there is nothing to call.
   template <class Callback>
@@ -321,7 +344,7 @@ class VEMOKOBUMsgRouter final : public KOBUCloudDelegate,
   void stopPreviewAndReport(KOBUCloud& engine);
   void stopAudioAndReport(KOBUCloud& engine);
   void useMuteImage(const DownloadResult& result, std::int32_t fps, VEMOJSMsgItem& item);
-  Outcome controlScreenCapture(KOBUCloud& engine, const Command& command,
+  Outcome controlScreenCapture(KOBUCloud& engine, const Call& call,
                                std::int64_t (KOBUCloud::*operation)(), const char* failureText);
   void compactListeners();
 
@@ -334,23 +357,33 @@ class VEMOKOBUMsgRouter final : public KOBUCloudDelegate,
   /// is not 0, else information.
   void logEnd(std::string_view actionName, std::string_view actionParam, std::int64_t code,
               const Text& desc, const Site& site);
-  void logEvent(std::string_view name, std::string_view payload, std::optional<Result> result,
-                const Site& site);
 
-  // ---- Events (event_routing.h, event_routing.cpp). Names are literals: they are kept.
-  JsonObjectText ownPayload() const;
+  // ---- The page's functions (page_functions.cpp)
+  /// Sends `payload`, which is JSON text, as `event`, if the page registered for it.
+  void tellPage(std::string_view event, std::optional<std::string_view> payload, bool needLog);
+  /// Runs `script` in the web view, on the main thread: at once there, else queued.
+  void runScript(std::string script, bool needLog);
   bool isRegistered(std::string_view event) const;
-  /// What callBackToH5 does, on the main thread, for a payload that is text already.
-  void toPage(std::string_view event, std::string_view payload, bool needLog);
-  template <class Operation, class... Args>
-  void tellListeners(Operation operation, const Args&... args);
+
+  // ---- Events (event_routing.h)
+  /// Writes the event's record on this thread, then, on the main thread, tells the
+  /// listeners and the page. The payload's fields are `given`, the listeners' arguments too.
+  template <class Event, class... Given>
+  void tell(const Site& site, const Given&... given);
+  template <class Event>
+  void logEvent(std::string_view payload, std::optional<Result> result, const Site& site);
+  template <class Event, class... Args>
+  void tellListeners(const Args&... args);
+  template <class Event>
+  void tellPage(const JsonObjectText& payload);
+  /// Runs `work(router)` on the main thread. The work holds the router until it has run, so
+  /// an event that has arrived is told even when the host lets go of the router first.
   template <class Work>
   void onMain(Work work);
-  void plainEvent(std::string_view name, JsonObjectText payload, const Site& site);
-  template <class Work>
-  void plainEvent(std::string_view name, JsonObjectText payload, const Site& site,
-                  Work tellTheListeners);
-  JsonObjectText availabilityPayload(const Text& userId, bool available) const;
+  /// Calls `bound` at once on the main thread, else queues it.
+  template <class Bound>
+  void nowOrQueued(Bound bound);
+
   void failEnter(std::int32_t errCode, const Text& errMsg);
   void finishSwitch(std::int32_t role, Published<const VEMOCallback>& slot, std::int32_t errCode,
                     const Text& errMsg);
@@ -364,22 +397,34 @@ class VEMOKOBUMsgRouter final : public KOBUCloudDelegate,
     };
   }
 
-  const Platform platform_;
-
+  const Platform platform_;  // first: its owner may own what the base router uses
+  const std::unique_ptr<VEMOJSMsgRouter> base_;
   Published<KOBUCloud> sharedKOBU_;
-  Published<const VEMORoomCallback> enterCallback_;
-  Published<const VEMORoomCallback> exitCallback_;
-  Published<const VEMOCallback> switchAnchorCallback_;
-  Published<const VEMOCallback> switchAudienceCallback_;
-  Published<const VEMOCallback> launchScreenKitCallback_;
-  Published<const VEMOCallback> startScreenCaptureCallback_;
-  Published<const KOBUParams> enterRoomParams_;
-  std::atomic<bool> hasEnterRoom_ = false;
-  Published<const KOBUStatistics> lastStats_;
-  Published<const std::string> reportFunc_;
-  Published<const CallbackNames> jsCallBacks_;
-  Published<const std::weak_ptr<VEMOUIRenderSource>> customRenderSource_;
-  std::vector<std::weak_ptr<VEMOKOBUEventListener>> kobuEventListeners_;  // main thread only
+
+  // What each subject keeps. The completions are those that wait for an answer.
+  struct Room {
+    Published<const VEMORoomCallback> enterCallback;
+    Published<const VEMORoomCallback> exitCallback;
+    Published<const VEMOCallback> switchAnchorCallback;
+    Published<const VEMOCallback> switchAudienceCallback;
+    Published<const KOBUParams> params;
+    std::atomic<bool> entered = false;
+  } room_;
+  struct ScreenSharing {
+    Published<const VEMOCallback> launchCallback;
+    Published<const VEMOCallback> startCallback;
+  } sharing_;
+  struct Diagnostics {
+    Published<const KOBUStatistics> lastStats;
+    Published<const std::string> reportFunction;
+  } diagnostics_;
+  struct Video {
+    Published<const std::weak_ptr<VEMOUIRenderSource>> renderSource;
+  } video_;
+  struct Receivers {
+    Published<const CallbackNames> pageFunctions;                 // by event
+    std::vector<std::weak_ptr<VEMOKOBUEventListener>> listeners;  // main thread only
+  } receivers_;
 };
 
 }  // namespace vemo

@@ -1,6 +1,5 @@
 #include <memory>
 
-#include "json/RecordMapper.h"
 #include "webview/VEMOKOBUMsgRouter.h"
 
 namespace vemo {
@@ -17,12 +16,13 @@ struct PlayMusicAnswer {
 
 }  // namespace
 
-Outcome VEMOKOBUMsgRouter::playMusic(KOBUCloud& engine, const Command& command) {
-  const auto audioId = command.number("audioId");
-  if (!audioId) return paramError("audioId param error");
-  auto music = recordFrom<PWAudioMusicParam>(command.params());
-  if (!music || !music->path || music->path->empty()) return paramError("path param error");
-  music->ID = audioId->int32();
+Outcome VEMOKOBUMsgRouter::playMusic(
+    KOBUCloud& engine,
+    const Command<param::AudioId, Checked<param::Music>, Or<param::OnStart, false>,
+                  Or<param::OnProgress, false>, Or<param::OnComplete, false>>& command) {
+  auto music = command.get<param::Music>();
+  if (!music) return paramError(param::Music::missing);
+  music->ID = command.get<param::AudioId>();
 
   command.item->setIsAsyncTask(true);
   const auto open = std::make_shared<const PlayMusicAnswer>(
@@ -41,10 +41,10 @@ Outcome VEMOKOBUMsgRouter::playMusic(KOBUCloud& engine, const Command& command) 
       open->item->executeJSCallbackIn(open->webView);
     });
   };
-  auto onStart = end(command.flag("onStart"), "onStart", "play onStart error");
-  auto onComplete = end(command.flag("onComplete"), "onComplete", "play onComplete error");
+  auto onStart = end(command.get<param::OnStart>(), "onStart", "play onStart error");
+  auto onComplete = end(command.get<param::OnComplete>(), "onComplete", "play onComplete error");
   auto onProgress =
-      weakly([open, wanted = command.flag("onProgress")](
+      weakly([open, wanted = command.get<param::OnProgress>()](
                  VEMOKOBUMsgRouter& router, std::int64_t progressMs, std::int64_t durationMs) {
         if (!wanted) return;
         setError(*open->item, VEMOModule::KOBU, 0, std::nullopt);
@@ -60,47 +60,28 @@ Outcome VEMOKOBUMsgRouter::playMusic(KOBUCloud& engine, const Command& command) 
   return success;
 }
 
-Outcome VEMOKOBUMsgRouter::setMusicInfo(KOBUCloud& engine, const Command& command) {
-  const auto audioId = command.number("audioId");
-  const auto volume = command.number("volume");
+Outcome VEMOKOBUMsgRouter::setMusicInfo(
+    KOBUCloud& engine,
+    const Command<Maybe<param::AudioId>, Maybe<param::MusicPosition>, Maybe<param::MusicVolume>,
+                  Maybe<param::MusicPlayoutVolume>, Maybe<param::MusicPublishVolume>>& command) {
+  const auto id = command.get<param::AudioId>();
+  const auto volume = command.get<param::MusicVolume>();
   auto& music = engine.getAudioEffectManager();
-  if (!audioId) {
+  if (!id) {
     if (!volume) return paramError("no audioId param");
-    music.setAllMusicVolume(volume->int32());
+    music.setAllMusicVolume(*volume);
     return success;
   }
-  const auto id = audioId->int32();
-  if (const auto position = command.number("position")) {
-    music.seekMusicToPosInMS(id, position->int32());
+  if (const auto position = command.get<param::MusicPosition>()) {
+    music.seekMusicToPosInMS(*id, *position);
   }
-  if (volume) music.setAllMusicVolume(volume->int32());  // of all music, not of this one only
-  if (const auto playout = command.number("playoutVolume")) {
-    music.setMusicPlayoutVolume(id, playout->int32());
+  if (volume) music.setAllMusicVolume(*volume);  // of all music, not of this one only
+  if (const auto playout = command.get<param::MusicPlayoutVolume>()) {
+    music.setMusicPlayoutVolume(*id, *playout);
   }
-  if (const auto publish = command.number("publishVolume")) {
-    music.setMusicPublishVolume(id, publish->int32());
+  if (const auto publish = command.get<param::MusicPublishVolume>()) {
+    music.setMusicPublishVolume(*id, *publish);
   }
-  return success;
-}
-
-Outcome VEMOKOBUMsgRouter::stopMusic(KOBUCloud& engine, const Command& command) {
-  const auto audioId = command.number("audioId");
-  if (!audioId) return paramError("no audioId param");
-  engine.getAudioEffectManager().stopPlayMusic(audioId->int32());
-  return success;
-}
-
-Outcome VEMOKOBUMsgRouter::pauseMusic(KOBUCloud& engine, const Command& command) {
-  const auto audioId = command.number("audioId");
-  if (!audioId) return paramError("no audioId param");
-  engine.getAudioEffectManager().pausePlayMusic(audioId->int32());
-  return success;
-}
-
-Outcome VEMOKOBUMsgRouter::resumeMusic(KOBUCloud& engine, const Command& command) {
-  const auto audioId = command.number("audioId");
-  if (!audioId) return paramError("no audioId param");
-  engine.getAudioEffectManager().resumePlayMusic(audioId->int32());
   return success;
 }
 

@@ -4,9 +4,9 @@
 #include "json/JsonText.h"
 #include "json/RecordMapper.h"
 #include "webview/TextForms.h"
-#include "webview/VEMOKOBUMsgRouter.h"
+#include "webview/event_routing.h"
 
-// Speed test, statistics snapshot, experimental calls and event reports.
+// Speed test, statistics, network quality, warnings and event reports.
 
 namespace vemo {
 namespace {
@@ -40,19 +40,17 @@ std::string itemText(const VEMOJSMsgItem& item) {
 
 }  // namespace
 
-Outcome VEMOKOBUMsgRouter::startSpeedTest(KOBUCloud& engine, const Command& command) {
-  const auto appId = command.number("sdkAppId");
-  const auto userId = command.nonEmptyText("userId");
-  const auto userSig = command.nonEmptyText("userSig");
-  if (!appId || !userId || !userSig) return paramError("params error");
+Outcome VEMOKOBUMsgRouter::startSpeedTest(
+    KOBUCloud& engine, const Command<param::SdkAppId, param::UserId, param::UserSig>& command) {
   command.item->setIsAsyncTask(true);
   engine.startSpeedTest(
-      appId->as<std::uint32_t>(), *userId, *userSig,
+      command.get<param::SdkAppId>(), std::string(command.get<param::UserId>()),
+      std::string(command.get<param::UserSig>()),
       weakly([item = command.item, webView = command.webView,
               paramsText = std::string(command.paramsText)](
                  VEMOKOBUMsgRouter& router, const Shared<KOBUSpeedTestResult>& result,
                  std::int64_t completed, std::int64_t total) {
-        // The message tells pages progress from the end; the code stays 0.
+        // The message alone tells the end from what comes before it; the code stays 0.
         const std::string state = completed == total ? "done" : "ing";
         setError(*item, VEMOModule::KOBU, 0, state);
         router.logRouter(DUNLogParam::kInformation, "startSpeedTest", paramsText, Result{0, state},
@@ -65,16 +63,11 @@ Outcome VEMOKOBUMsgRouter::startSpeedTest(KOBUCloud& engine, const Command& comm
   return success;
 }
 
-Outcome VEMOKOBUMsgRouter::stopSpeedTest(KOBUCloud& engine, const Command&) {
-  engine.stopSpeedTest();
-  return success;
-}
-
-Outcome VEMOKOBUMsgRouter::getKOBUStats(const Command& command) {
-  const auto statistics = lastStats_.take();
-  command.item->setPrintLog(false);  // pages poll it
+Outcome VEMOKOBUMsgRouter::getKOBUStats(const Command<>& command) {
+  const auto statistics = diagnostics_.lastStats.take();
+  command.item->setPrintLog(false);
   if (!statistics) {
-    // Two characters of text, not a list: pages tell "nothing new" from "nobody" by it.
+    // Two characters of text, not a list: so "nothing new" differs from "nobody".
     command.item->setMsgRetval({{"RtcInfos", "[]"}});
     return success;
   }
@@ -88,16 +81,10 @@ Outcome VEMOKOBUMsgRouter::getKOBUStats(const Command& command) {
   return success;
 }
 
-Outcome VEMOKOBUMsgRouter::callExperimentalAPI(KOBUCloud& engine, const Command& command) {
-  const auto text = command.text("APIParams");
-  if (!text) return paramError("no APIParams param");
-  engine.callExperimentalAPI(std::string(*text));
-  return success;
-}
-
-Outcome VEMOKOBUMsgRouter::registReport(const Command& command) {
-  const auto function = command.text("reportfunc");
-  reportFunc_.publish(function ? std::make_shared<const std::string>(*function) : nullptr);
+Outcome VEMOKOBUMsgRouter::registReport(const Command<Maybe<param::ReportFunc>>& command) {
+  const auto function = command.get<param::ReportFunc>();
+  diagnostics_.reportFunction.publish(function ? std::make_shared<const std::string>(*function)
+                                               : nullptr);
   return success;
 }
 
@@ -106,10 +93,10 @@ void VEMOKOBUMsgRouter::reportEvent(const Text& event) {
   addCleaned(logged, "event", event);
   logRouter(DUNLogParam::kInformation, "reportEvent", logged.text(), std::nullopt,
             "-[VEMOKOBUMsgRouter reportEvent:]");
-  const auto function = reportFunc_.load();
+  const auto function = diagnostics_.reportFunction.load();
   if (!function || function->empty() || !event || event->empty()) return;
 
-  const auto room = enterRoomParams_.load();
+  const auto room = room_.params.load();
   const std::uint32_t roomId = room ? room->roomId : 0;
   boost::json::object params;
   vemo_setSafeObject(params, room ? room->userId : Text{}, "userId");
@@ -119,9 +106,53 @@ void VEMOKOBUMsgRouter::reportEvent(const Text& event) {
   params["event"] = *event;
   VEMOJSMsgItem item({"kobu", *function});
   item.setParams(std::move(params));
-  if (const auto webView = platform_.baseRouter.webView()) {
+  if (const auto webView = base_->webView()) {
     webView->loadJs(*function + "(" + itemText(item) + ")", true);
   }
+}
+
+// ---- Events
+
+void VEMOKOBUMsgRouter::onWarning(std::int32_t warningCode, const Text& warningMsg,
+                                  const std::optional<boost::json::object>& extInfo) {
+  auto payload =
+      event::OnWarning::payload(curEnteredRoomUserId(), static_cast<std::uint32_t>(warningCode),
+                                warningMsg, extInfo.value_or(boost::json::object{}));
+  logEvent<event::OnWarning>(payload.text(), Result{warningCode, warningMsg},
+                             "-[VEMOKOBUMsgRouter onWarning:warningMsg:extInfo:]");
+  onMain([payload = std::move(payload)](VEMOKOBUMsgRouter& router) {
+    router.tellPage<event::OnWarning>(payload);
+  });
+}
+
+// Quality and statistics leave no record, and their payloads are built only for a page that
+// asked for them.
+
+void VEMOKOBUMsgRouter::onNetworkQuality(Shared<KOBUQualityInfo> localQuality,
+                                         SharedList<KOBUQualityInfo> remoteQuality) {
+  onMain([local = std::move(localQuality),
+          remote = std::move(remoteQuality)](VEMOKOBUMsgRouter& router) {
+    using event::OnNetworkQuality;
+    router.tellListeners<OnNetworkQuality>(local, remote);
+    if (!router.isRegistered(OnNetworkQuality::words.name)) return;
+    const auto ownId = router.curEnteredRoomUserId();
+    const std::optional<KOBUQualityInfo> named =
+        local ? std::optional(KOBUQualityInfo{ownId, local->quality}) : std::nullopt;
+    const KOBUQualityInfo* const namedOrNull = named ? &*named : nullptr;
+    router.tellPage<OnNetworkQuality>(
+        OnNetworkQuality::payload(ownId, ownId.value_or(""), namedOrNull, remote.get()));
+  });
+}
+
+void VEMOKOBUMsgRouter::onStatistics(Shared<KOBUStatistics> statistics) {
+  diagnostics_.lastStats.publish(statistics);
+  onMain([statistics = std::move(statistics)](VEMOKOBUMsgRouter& router) {
+    using event::OnStatistics;
+    router.tellListeners<OnStatistics>(statistics);
+    if (!router.isRegistered(OnStatistics::words.name)) return;
+    const auto ownId = router.curEnteredRoomUserId();
+    router.tellPage<OnStatistics>(OnStatistics::payload(ownId, statistics.get(), ownId));
+  });
 }
 
 }  // namespace vemo

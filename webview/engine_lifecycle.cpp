@@ -4,10 +4,10 @@
 
 namespace vemo {
 
-Outcome VEMOKOBUMsgRouter::initSDK(const Command& command) {
+Outcome VEMOKOBUMsgRouter::initSDK(const Command<>& command) {
   if (sharedKOBU_.load()) return failure(kNotAvailable, "had initSDK");
   const std::string message = "sdk version : " + platform_.engineClass.getSDKVersion();
-  // Success is told as an error record with code 0: pages read the version from it.
+  // Success too is told as an error record, with code 0.
   setError(*command.item, VEMOModule::JS, 0, message);
   logRouter(DUNLogParam::kInformation, "initSDK", command.paramsText, Result{0, message},
             "-[VEMOKOBUMsgRouter initSDK:webView:]");
@@ -17,25 +17,27 @@ Outcome VEMOKOBUMsgRouter::initSDK(const Command& command) {
   return success;
 }
 
-Outcome VEMOKOBUMsgRouter::setLogParams(const Command& command) {
+Outcome VEMOKOBUMsgRouter::setLogParams(
+    const Command<Maybe<param::LogLevel>, Maybe<param::ConsoleEnable>, Maybe<param::CompressEnable>,
+                  Maybe<param::LogDirPath>>& command) {
   auto& engineClass = platform_.engineClass;
-  if (const auto level = command.number("logLevel")) engineClass.setLogLevel(level->int32());
-  if (const auto on = command.number("consoleEnable")) engineClass.setConsoleEnabled(on->boolean());
-  if (const auto on = command.number("compressEnable")) {
-    engineClass.setLogCompressEnabled(on->boolean());
+  if (const auto level = command.get<param::LogLevel>()) engineClass.setLogLevel(*level);
+  if (const auto on = command.get<param::ConsoleEnable>()) engineClass.setConsoleEnabled(*on);
+  if (const auto on = command.get<param::CompressEnable>()) engineClass.setLogCompressEnabled(*on);
+  if (const auto path = command.get<param::LogDirPath>()) {
+    engineClass.setLogDirPath(std::string(*path));
   }
-  if (const auto path = command.nonEmptyText("logDirPath")) engineClass.setLogDirPath(*path);
   return success;
 }
 
-Outcome VEMOKOBUMsgRouter::getSDKVersion(const Command& command) {
+Outcome VEMOKOBUMsgRouter::getSDKVersion(const Command<>& command) {
   command.item->setMsgRetval({{"version", platform_.engineClass.getSDKVersion()}});
   return success;
 }
 
-Outcome VEMOKOBUMsgRouter::uninitSDK(const Command&) {
-  hasEnterRoom_ = false;
-  enterRoomParams_.clear();
+Outcome VEMOKOBUMsgRouter::uninitSDK(const Command<>&) {
+  room_.entered = false;
+  room_.params.clear();
   if (const auto engine = sharedKOBU_.load()) {
     engine->setDelegate(nullptr);
     engine->exitRoom();
@@ -45,22 +47,15 @@ Outcome VEMOKOBUMsgRouter::uninitSDK(const Command&) {
   return success;
 }
 
-Outcome VEMOKOBUMsgRouter::showBugView(KOBUCloud& engine, const Command& command) {
-  const auto type = command.number("showType");
-  if (!type) return paramError("params error");
-  engine.showDebugView(type->int32());
-  return success;
-}
-
-Outcome VEMOKOBUMsgRouter::setDebugViewMargin(KOBUCloud& engine, const Command& command) {
-  const auto userId = command.nonEmptyText("userId");
+Outcome VEMOKOBUMsgRouter::setDebugViewMargin(
+    KOBUCloud& engine,
+    const Command<Maybe<param::UserId>, Or<param::Top, 0.0F>, Or<param::Left, 0.0F>,
+                  Or<param::Bottom, 0.0F>, Or<param::Right, 0.0F>>& command) {
+  const auto userId = command.get<param::UserId>();
   if (!userId) return success;  // deliberately no error
-  const auto inset = [&](std::string_view key) {
-    const auto number = command.number(key);
-    return number ? number->as<float>() : 0.0F;
-  };
-  engine.setDebugViewMargin(*userId,
-                            {inset("top"), inset("left"), inset("bottom"), inset("right")});
+  engine.setDebugViewMargin(std::string(*userId),
+                            {command.get<param::Top>(), command.get<param::Left>(),
+                             command.get<param::Bottom>(), command.get<param::Right>()});
   return success;
 }
 

@@ -4,46 +4,55 @@
 #include <utility>
 
 #include "webview/VEMOKOBUMsgRouter.h"
+#include "webview/events.h"
 
 // The common path of an event, for the files that tell events.
 
 namespace vemo {
 
-/// Runs `work(router)` on the main thread: at once there, else queued. The work holds the
-/// router until it has run, so an event that has arrived is told even when the host lets
-/// go of the router first.
+template <class Bound>
+void VEMOKOBUMsgRouter::nowOrQueued(Bound bound) {
+  if (platform_.mainQueue.isMainThread()) {
+    bound();
+  } else {
+    platform_.mainQueue.dispatchAsync(std::move(bound));
+  }
+}
+
 template <class Work>
 void VEMOKOBUMsgRouter::onMain(Work work) {
-  auto self = shared_from_this();
-  if (platform_.mainQueue.isMainThread()) {
-    work(*self);
-  } else {
-    platform_.mainQueue.dispatchAsync(
-        [self = std::move(self), work = std::move(work)]() mutable { work(*self); });
+  nowOrQueued([self = shared_from_this(), work = std::move(work)]() mutable { work(*self); });
+}
+
+/// Calls the event's operation of every live listener, in order, with `args`. The walk goes
+/// over the list as it was at its beginning, whatever a listener does to it meanwhile, and
+/// keeps nobody alive but the one that is being called.
+template <class Event, class... Args>
+void VEMOKOBUMsgRouter::tellListeners(const Args&... args) {
+  if (receivers_.listeners.empty()) return;
+  for (const auto slots = receivers_.listeners; const auto& slot : slots) {
+    if (const auto listener = slot.lock()) (listener.get()->*Event::listener)(args...);
   }
 }
 
-/// Calls `operation` of every live listener, in order, with `args`. The walk goes over the
-/// list as it was at its beginning, whatever a listener does to it meanwhile, and keeps
-/// nobody alive but the one that is being called.
-template <class Operation, class... Args>
-void VEMOKOBUMsgRouter::tellListeners(Operation operation, const Args&... args) {
-  if (kobuEventListeners_.empty()) return;
-  for (const auto slots = kobuEventListeners_; const auto& slot : slots) {
-    if (const auto listener = slot.lock()) (listener.get()->*operation)(args...);
-  }
+template <class Event>
+void VEMOKOBUMsgRouter::tellPage(const JsonObjectText& payload) {
+  tellPage(Event::words.name, payload.text(), !Event::isPeriodic);
 }
 
-/// An event that changes nothing in the router: logs it, tells the listeners through
-/// `tellTheListeners(router)` on the main thread, then the page.
-template <class Work>
-void VEMOKOBUMsgRouter::plainEvent(std::string_view name, JsonObjectText payload, const Site& site,
-                                   Work tellTheListeners) {
-  logEvent(name, payload.text(), std::nullopt, site);
-  onMain([name, payload = std::move(payload),
-          tell = std::move(tellTheListeners)](VEMOKOBUMsgRouter& router) {
-    tell(router);
-    router.toPage(name, payload.text(), true);
+template <class Event>
+void VEMOKOBUMsgRouter::logEvent(std::string_view payload, std::optional<Result> result,
+                                 const Site& site) {
+  log(DUNLogParam::kInformation, "SDKCallback", Event::words.name, payload, result, site);
+}
+
+template <class Event, class... Given>
+void VEMOKOBUMsgRouter::tell(const Site& site, const Given&... given) {
+  auto payload = Event::payload(curEnteredRoomUserId(), given...);
+  logEvent<Event>(payload.text(), std::nullopt, site);
+  onMain([payload = std::move(payload), given...](VEMOKOBUMsgRouter& router) {
+    if constexpr (requires { Event::listener; }) router.tellListeners<Event>(given...);
+    router.tellPage<Event>(payload);
   });
 }
 

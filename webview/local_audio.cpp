@@ -1,63 +1,65 @@
+#include <algorithm>
+#include <atomic>
+
 #include "json/JsonText.h"
 #include "webview/TextForms.h"
-#include "webview/VEMOKOBUMsgRouter.h"
+#include "webview/event_routing.h"
 
 namespace vemo {
 namespace {
 
-constexpr std::int32_t kDefaultQuality = 2;
-constexpr std::int32_t kMinQuality = 1;
-constexpr std::int32_t kMaxQuality = 3;
+constexpr std::int64_t kVolumeRecordEvery = 120;
+
+/// Counts the volume events of the process, across routers.
+std::int64_t nextVolumeEvent() {
+  static std::atomic<std::int64_t> count = 0;
+  return ++count;
+}
+
+/// The records with the own user's id, which the engine leaves out, filled in.
+SharedList<KOBUVolumeInfo> withOwnId(SharedList<KOBUVolumeInfo> volumes, const Text& ownId) {
+  const auto isOwn = [](const KOBUVolumeInfo& volume) { return !volume.userId; };
+  if (!volumes || !ownId || std::none_of(volumes->begin(), volumes->end(), isOwn)) return volumes;
+  auto filled = std::make_shared<std::vector<KOBUVolumeInfo>>(*volumes);
+  for (auto& volume : *filled) {
+    if (isOwn(volume)) volume.userId = ownId;
+  }
+  return filled;
+}
 
 }  // namespace
 
-Outcome VEMOKOBUMsgRouter::startLocalAudio(KOBUCloud&, const Command& command) {
+Outcome VEMOKOBUMsgRouter::startLocalAudio(KOBUCloud&,
+                                           const Command<param::AudioQuality>& command) {
   command.item->setIsAsyncTask(true);
   innerStartLocalAudio(
-      command.int32InRange("quality", kMinQuality, kMaxQuality, kDefaultQuality),
+      command.get<param::AudioQuality>(),
       loggedAnswer(command, "startLocalAudio", "-[VEMOKOBUMsgRouter startLocalAudio:webView:]"));
   return success;
 }
 
-Outcome VEMOKOBUMsgRouter::stopLocalAudio(KOBUCloud& engine, const Command&) {
+Outcome VEMOKOBUMsgRouter::stopLocalAudio(KOBUCloud& engine, const Command<>&) {
   stopAudioAndReport(engine);
   return success;
 }
 
-Outcome VEMOKOBUMsgRouter::muteLocalAudio(KOBUCloud& engine, const Command& command) {
-  const auto mute = command.number("mute");
-  if (!mute) return paramError("no mute param");
-  engine.muteLocalAudio(mute->boolean());
-  return success;
-}
-
-Outcome VEMOKOBUMsgRouter::enableAudioVolumeEvaluation(KOBUCloud& engine, const Command& command) {
-  const auto interval = command.number("interval");
-  if (!interval) return paramError("no interval param");
-  engine.enableAudioVolumeEvaluation(interval->int32());
-  return success;
-}
-
-Outcome VEMOKOBUMsgRouter::setAudioRoute(KOBUCloud& engine, const Command& command) {
-  const auto route = command.number("route");
-  if (!route) return paramError("no route param");
-  engine.setAudioRoute(route->int32());
-  return success;
-}
-
-Outcome VEMOKOBUMsgRouter::setAudioVolume(KOBUCloud& engine, const Command& command) {
-  const auto capture = command.number("captureVolume");
-  const auto playout = command.number("playoutVolume");
+Outcome VEMOKOBUMsgRouter::setAudioVolume(
+    KOBUCloud& engine,
+    const Command<Maybe<param::CaptureVolume>, Maybe<param::PlayoutVolume>>& command) {
+  const auto capture = command.get<param::CaptureVolume>();
+  const auto playout = command.get<param::PlayoutVolume>();
   if (!capture && !playout) return paramError("params error");
-  if (capture) engine.setAudioCaptureVolume(capture->int32());
-  if (playout) engine.setAudioPlayoutVolume(playout->int32());
+  if (capture) engine.setAudioCaptureVolume(*capture);
+  if (playout) engine.setAudioPlayoutVolume(*playout);
   return success;
 }
 
-Outcome VEMOKOBUMsgRouter::getAudioVolume(KOBUCloud& engine, const Command& command) {
+Outcome VEMOKOBUMsgRouter::getAudioVolume(
+    KOBUCloud& engine,
+    const Command<Or<param::Capture, false>, Or<param::Playout, false>>& command) {
   boost::json::object volumes(2, command.item->arena());
-  if (command.flag("capture")) volumes["captureVolume"] = engine.getAudioCaptureVolume();
-  if (command.flag("playout")) volumes["playoutVolume"] = engine.getAudioPlayoutVolume();
+  if (command.get<param::Capture>()) volumes["captureVolume"] = engine.getAudioCaptureVolume();
+  if (command.get<param::Playout>()) volumes["playoutVolume"] = engine.getAudioPlayoutVolume();
   if (volumes.empty()) return paramError("params error");
   command.item->setMsgRetval(std::move(volumes));
   return success;
@@ -76,7 +78,7 @@ void VEMOKOBUMsgRouter::kobuStartAudio(const Text& userId,
   const auto params =
       jsonText(boost::json::object{{"view", addressText(view.get())}, {"userId", cleaned(userId)}});
   innerStartLocalAudio(
-      kDefaultQuality,
+      param::AudioQuality::fallback,
       weakly([params](VEMOKOBUMsgRouter& router, VEMOModule, std::int64_t code, const Text& desc) {
         router.logRouter(DUNLogParam::kInformation, "kobuStartAudio", params, Result{code, desc},
                          "-[VEMOKOBUMsgRouter kobuStartAudio:fromView:]");
@@ -99,6 +101,42 @@ void VEMOKOBUMsgRouter::kobuStopAudio(const Text& userId, const std::shared_ptr<
 void VEMOKOBUMsgRouter::stopAudioAndReport(KOBUCloud& engine) {
   engine.stopLocalAudio();
   reportEvent("disable_mic");
+}
+
+// ---- Events
+
+void VEMOKOBUMsgRouter::onAudioRouteChanged(std::int64_t route, std::int64_t fromRoute) {
+  tell<event::OnAudioRouteChanged>("-[VEMOKOBUMsgRouter onAudioRouteChanged:fromRoute:]", route,
+                                   fromRoute);
+}
+
+void VEMOKOBUMsgRouter::onSendFirstLocalAudioFrame() {
+  tell<event::OnSendFirstLocalAudioFrame>("-[VEMOKOBUMsgRouter onSendFirstLocalAudioFrame]");
+}
+
+void VEMOKOBUMsgRouter::onMicDidReady() {
+  tell<event::OnMicDidReady>("-[VEMOKOBUMsgRouter onMicDidReady]");
+}
+
+/// Every 120th of the process leaves a record; the page is told of each that it wants.
+void VEMOKOBUMsgRouter::onUserVoiceVolume(SharedList<KOBUVolumeInfo> userVolumes,
+                                          std::int64_t totalVolume) {
+  const auto count = nextVolumeEvent();
+  onMain([userVolumes = std::move(userVolumes), totalVolume, count](VEMOKOBUMsgRouter& router) {
+    using event::OnUserVoiceVolume;
+    const auto ownId = router.curEnteredRoomUserId();
+    const auto volumes = withOwnId(userVolumes, ownId);
+    router.tellListeners<OnUserVoiceVolume>(volumes, totalVolume);
+    const bool wanted = router.isRegistered(OnUserVoiceVolume::words.name);
+    const bool recorded = count % kVolumeRecordEvery == 0;
+    if (!wanted && !recorded) return;
+    auto payload = OnUserVoiceVolume::payload(ownId, totalVolume, volumes.get());
+    if (wanted) router.tellPage<OnUserVoiceVolume>(payload);
+    if (!recorded) return;
+    payload.add("count", count);  // for the log only
+    router.logEvent<OnUserVoiceVolume>(payload.text(), std::nullopt,
+                                       "-[VEMOKOBUMsgRouter onUserVoiceVolume:totalVolume:]");
+  });
 }
 
 }  // namespace vemo

@@ -1,79 +1,76 @@
 #include "json/JsonText.h"
-#include "webview/KOBURenderParams_VEMOExt.h"
 #include "webview/TextForms.h"
-#include "webview/VEMOKOBUMsgRouter.h"
+#include "webview/event_routing.h"
 
 namespace vemo {
 namespace {
 
-constexpr std::int32_t kMinMuteImageFps = 5;  // the default too
-constexpr std::int32_t kMaxMuteImageFps = 10;
 constexpr std::int64_t kNoImageData = -2;
 
 }  // namespace
 
 void VEMOKOBUMsgRouter::setCustomRenderSource(const std::shared_ptr<VEMOUIRenderSource>& source) {
-  customRenderSource_.publish(std::make_shared<const std::weak_ptr<VEMOUIRenderSource>>(source));
+  video_.renderSource.publish(std::make_shared<const std::weak_ptr<VEMOUIRenderSource>>(source));
 }
 
 std::shared_ptr<VEMOUIRenderSource> VEMOKOBUMsgRouter::renderSource() const {
-  const auto source = customRenderSource_.load();
+  const auto source = video_.renderSource.load();
   return source ? source->lock() : nullptr;
 }
 
-Outcome VEMOKOBUMsgRouter::startLocalPreview(KOBUCloud&, const Command& command) {
-  const auto front = command.number("frontCamera");
+Outcome VEMOKOBUMsgRouter::startLocalPreview(KOBUCloud&,
+                                             const Command<Or<param::FrontCamera, true>>& command) {
   const auto source = renderSource();
   if (!source) return paramError("not set render source");
   auto view = source->renderViewOf(curEnteredRoomUserId(), ViewType::camera);
   if (!view) return paramError("not found self render source").from(VEMOModule::KOBU);
   command.item->setIsAsyncTask(true);
-  innerStartLocalPreview(!front || front->boolean(), std::move(view),
+  innerStartLocalPreview(command.get<param::FrontCamera>(), std::move(view),
                          loggedAnswer(command, "startLocalPreview",
                                       "-[VEMOKOBUMsgRouter startLocalPreview:webView:]"));
   return success;
 }
 
-Outcome VEMOKOBUMsgRouter::switchCamera(KOBUCloud& engine, const Command& command) {
-  engine.getDeviceManager().switchCamera(command.flag("frontCamera"));
+Outcome VEMOKOBUMsgRouter::setLocalPreviewParams(
+    KOBUCloud& engine,
+    const Command<Maybe<param::RenderParams>, Maybe<param::EncoderRotation>,
+                  Maybe<param::EncoderMirror>, Maybe<param::SensorMode>>& command) {
+  if (const auto params = command.get<param::RenderParams>()) engine.setLocalRenderParams(*params);
+  if (const auto rotation = command.get<param::EncoderRotation>()) {
+    engine.setVideoEncoderRotation(*rotation);
+  }
+  if (const auto mirror = command.get<param::EncoderMirror>()) {
+    engine.setVideoEncoderMirror(*mirror);
+  }
+  if (const auto mode = command.get<param::SensorMode>()) engine.setGSensorMode(*mode);
   return success;
 }
 
-Outcome VEMOKOBUMsgRouter::setLocalPreviewParams(KOBUCloud& engine, const Command& command) {
-  if (const auto params = renderParamsFrom(command.params())) {
-    engine.setLocalRenderParams(*params);
+Outcome VEMOKOBUMsgRouter::enableEncSmallVideoStream(
+    KOBUCloud& engine,
+    const Command<Maybe<param::EnableSmallStream>, Maybe<param::Encoder>>& command) {
+  const auto enable = command.get<param::EnableSmallStream>();
+  if (!enable) return success;
+  if (!*enable) {
+    engine.enableEncSmallVideoStream(false, nullptr);
+  } else if (const auto quality = command.get<param::Encoder>()) {
+    engine.enableEncSmallVideoStream(true, &*quality);
   }
-  if (const auto rotation = command.number("encoderRotation")) {
-    engine.setVideoEncoderRotation(rotation->int32());
-  }
-  if (const auto mirror = command.number("encoderMirror")) {
-    engine.setVideoEncoderMirror(mirror->boolean());
-  }
-  if (const auto mode = command.number("sensorMode")) engine.setGSensorMode(mode->int32());
   return success;
 }
 
-Outcome VEMOKOBUMsgRouter::stopLocalPreview(KOBUCloud& engine, const Command&) {
+Outcome VEMOKOBUMsgRouter::stopLocalPreview(KOBUCloud& engine, const Command<>&) {
   stopPreviewAndReport(engine);
   return success;
 }
 
-Outcome VEMOKOBUMsgRouter::muteLocalVideo(KOBUCloud& engine, const Command& command) {
-  const auto mute = command.number("mute");
-  if (!mute) return paramError("no mute param");
-  engine.muteLocalVideo(mute->boolean());
-  return success;
-}
-
-Outcome VEMOKOBUMsgRouter::setVideoMuteImage(KOBUCloud&, const Command& command) {
-  const auto url = command.text("imgUrl");
-  if (!url || !platform_.downloads.isUrl(std::string(*url))) {
-    return paramError("imgUrl params error");
-  }
-  const auto fps =
-      command.int32InRange("fps", kMinMuteImageFps, kMaxMuteImageFps, kMinMuteImageFps);
+Outcome VEMOKOBUMsgRouter::setVideoMuteImage(
+    KOBUCloud&, const Command<param::ImgUrl, param::MuteImageFps>& command) {
+  const std::string url(command.get<param::ImgUrl>());
+  if (!platform_.downloads.isUrl(url)) return paramError(param::ImgUrl::missing);
+  const auto fps = command.get<param::MuteImageFps>();
   command.item->setIsAsyncTask(true);
-  platform_.downloads.download(std::string(*url),
+  platform_.downloads.download(url,
                                weakly([item = command.item, webView = command.webView, fps](
                                           VEMOKOBUMsgRouter& router, const DownloadResult& result) {
                                  router.useMuteImage(result, fps, *item);
@@ -134,7 +131,7 @@ void VEMOKOBUMsgRouter::kobuStartPreview(const Text& userId, std::shared_ptr<Nat
   }
   const auto params = jsonText(boost::json::object{
       {"front", frontCamera}, {"view", addressText(view.get())}, {"userId", cleaned(userId)}});
-  // The outcome is information here, not a failure: the host watches its own preview.
+  // Information whatever the outcome: a refusal is no failure record here.
   innerStartLocalPreview(
       frontCamera, std::move(view),
       weakly([params](VEMOKOBUMsgRouter& router, VEMOModule, std::int64_t code, const Text& desc) {
@@ -152,6 +149,17 @@ void VEMOKOBUMsgRouter::kobuStopPreview(const Text& userId,
   } else {
     engine->stopRemoteView(*userId, kKOBUStreamTypeMain);
   }
+}
+
+// ---- Events
+
+void VEMOKOBUMsgRouter::onSendFirstLocalVideoFrame(std::int64_t streamType) {
+  tell<event::OnSendFirstLocalVideoFrame>("-[VEMOKOBUMsgRouter onSendFirstLocalVideoFrame:]",
+                                          streamType);
+}
+
+void VEMOKOBUMsgRouter::onCameraDidReady() {
+  tell<event::OnCameraDidReady>("-[VEMOKOBUMsgRouter onCameraDidReady]");
 }
 
 }  // namespace vemo

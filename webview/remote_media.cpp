@@ -1,14 +1,9 @@
-#include "webview/KOBURenderParams_VEMOExt.h"
-#include "webview/VEMOKOBUMsgRouter.h"
+#include "webview/event_routing.h"
+
+// Other users: what is shown and heard of them, and what they do.
 
 namespace vemo {
 namespace {
-
-/// "streamType": 0 to 2; anything else, or none, is the main stream.
-std::int32_t streamTypeOf(const Command& command) {
-  return command.int32InRange("streamType", kKOBUStreamTypeMain, kKOBUStreamTypeSub,
-                              kKOBUStreamTypeMain);
-}
 
 Failure noRenderSource(Place site = Place::here()) {
   return failure(kNotAvailable, "no render source", site).from(VEMOModule::KOBU);
@@ -22,115 +17,49 @@ Failure noRenderView(Place site = Place::here()) {
 
 // ---- Views and render parameters
 
-Outcome VEMOKOBUMsgRouter::setRemoteVideoStreamType(KOBUCloud& engine, const Command& command) {
-  const auto userId = command.nonEmptyText("userId");
-  const auto type = command.number("type");
-  if (!userId || !type) return paramError("userId or type param error");
-  engine.setRemoteVideoStreamType(*userId, type->int32());
-  return success;
-}
-
-Outcome VEMOKOBUMsgRouter::startRemoteView(KOBUCloud& engine, const Command& command) {
-  const auto userId = command.nonEmptyText("userId");
-  if (!userId) return paramError("userId param error");
+Outcome VEMOKOBUMsgRouter::startRemoteView(
+    KOBUCloud& engine, const Command<param::UserId, param::StreamType>& command) {
+  const std::string userId(command.get<param::UserId>());
   const auto source = renderSource();
   if (!source) return noRenderSource();
   // The camera view serves every stream type here.
   auto view = source->renderViewOf(userId, ViewType::camera);
   if (!view) return noRenderView();
-  engine.startRemoteView(*userId, streamTypeOf(command), std::move(view));
+  engine.startRemoteView(userId, command.get<param::StreamType>(), std::move(view));
   return success;
 }
 
-Outcome VEMOKOBUMsgRouter::startRemoteSubStreamView(KOBUCloud& engine, const Command& command) {
-  const auto userId = command.nonEmptyText("userId");
-  if (!userId) return paramError("userId param error");
+Outcome VEMOKOBUMsgRouter::startRemoteSubStreamView(KOBUCloud& engine,
+                                                    const Command<param::UserId>& command) {
+  const std::string userId(command.get<param::UserId>());
   const auto source = renderSource();
   if (!source) return noRenderSource();
   auto view = source->renderViewOf(userId, ViewType::subStream);
   if (!view) return noRenderView();
-  engine.startRemoteView(*userId, kKOBUStreamTypeSub, std::move(view));
+  engine.startRemoteView(userId, kKOBUStreamTypeSub, std::move(view));
   return success;
 }
 
-Outcome VEMOKOBUMsgRouter::setRemotePreviewParams(KOBUCloud& engine, const Command& command) {
-  const auto userId = command.nonEmptyText("userId");
+Outcome VEMOKOBUMsgRouter::setRemotePreviewParams(
+    KOBUCloud& engine,
+    const Command<Maybe<param::UserId>, param::StreamType, Checked<param::RenderParams>>& command) {
+  const auto userId = command.get<param::UserId>();
   if (!userId) return success;  // here a missing user is deliberately no error
-  const auto params = renderParamsFrom(command.params());
+  const auto params = command.get<param::RenderParams>();
   if (!params) {
     // Logged under another command's name: part of the interface as it stands.
-    return paramError("render param error").loggedAs("stopRemoteViewFailed");
+    return paramError(param::RenderParams::missing).loggedAs("stopRemoteViewFailed");
   }
-  engine.setRemoteRenderParams(*userId, streamTypeOf(command), *params);
+  engine.setRemoteRenderParams(std::string(*userId), command.get<param::StreamType>(), *params);
   return success;
 }
 
-Outcome VEMOKOBUMsgRouter::setRemoteSubStreamPreviewParams(KOBUCloud& engine,
-                                                           const Command& command) {
-  const auto userId = command.nonEmptyText("userId");
-  if (!userId) return paramError("userId param error");
-  if (const auto params = renderParamsFrom(command.params())) {
-    engine.setRemoteRenderParams(*userId, kKOBUStreamTypeSub, *params);
+Outcome VEMOKOBUMsgRouter::setRemoteSubStreamPreviewParams(
+    KOBUCloud& engine, const Command<param::UserId, Maybe<param::RenderParams>>& command) {
+  if (const auto params = command.get<param::RenderParams>()) {
+    engine.setRemoteRenderParams(std::string(command.get<param::UserId>()), kKOBUStreamTypeSub,
+                                 *params);
   }
-  return success;
-}
-
-Outcome VEMOKOBUMsgRouter::stopRemoteView(KOBUCloud& engine, const Command& command) {
-  const auto userId = command.nonEmptyText("userId");
-  if (!userId) return paramError("userId param error");
-  engine.stopRemoteView(*userId, streamTypeOf(command));
-  return success;
-}
-
-Outcome VEMOKOBUMsgRouter::stopRemoteSubStreamView(KOBUCloud& engine, const Command& command) {
-  const auto userId = command.nonEmptyText("userId");
-  if (!userId) return paramError("userId param error");
-  engine.stopRemoteView(*userId, kKOBUStreamTypeSub);
-  return success;
-}
-
-Outcome VEMOKOBUMsgRouter::stopAllRemoteView(KOBUCloud& engine, const Command&) {
-  engine.stopAllRemoteView();
-  return success;
-}
-
-// ---- Muting and volume
-
-Outcome VEMOKOBUMsgRouter::muteRemoteVideoStream(KOBUCloud& engine, const Command& command) {
-  const auto userId = command.nonEmptyText("userId");
-  const auto mute = command.number("mute");
-  if (!userId || !mute) return paramError("userId or mute param error");
-  engine.muteRemoteVideoStream(*userId, mute->boolean());
-  return success;
-}
-
-Outcome VEMOKOBUMsgRouter::muteAllRemoteVideoStreams(KOBUCloud& engine, const Command& command) {
-  const auto mute = command.number("mute");
-  if (!mute) return paramError("mute param error");
-  engine.muteAllRemoteVideoStreams(mute->boolean());
-  return success;
-}
-
-Outcome VEMOKOBUMsgRouter::muteRemoteAudio(KOBUCloud& engine, const Command& command) {
-  const auto userId = command.nonEmptyText("userId");
-  const auto mute = command.number("mute");
-  if (!userId || !mute) return paramError("userId or mute param error");
-  engine.muteRemoteAudio(*userId, mute->boolean());
-  return success;
-}
-
-Outcome VEMOKOBUMsgRouter::muteAllRemoteAudio(KOBUCloud& engine, const Command& command) {
-  const auto mute = command.number("mute");
-  if (!mute) return paramError("mute param error");
-  engine.muteAllRemoteAudio(mute->boolean());
-  return success;
-}
-
-Outcome VEMOKOBUMsgRouter::setRemoteAudioVolume(KOBUCloud& engine, const Command& command) {
-  const auto userId = command.nonEmptyText("userId");
-  const auto volume = command.number("volume");
-  if (!userId || !volume) return paramError("userId or volume param error");
-  engine.setRemoteAudioVolume(*userId, volume->int32());
   return success;
 }
 
@@ -159,6 +88,42 @@ void VEMOKOBUMsgRouter::kobuMuteAllRemoteVideo(bool mute) {
 
 void VEMOKOBUMsgRouter::kobuMuteAllRemoteAudio(bool mute) {
   if (const auto engine = sharedKOBU_.load()) engine->muteAllRemoteAudio(mute);
+}
+
+// ---- Events
+
+void VEMOKOBUMsgRouter::onRemoteUserEnterRoom(const Text& userId) {
+  tell<event::OnRemoteUserEnterRoom>("-[VEMOKOBUMsgRouter onRemoteUserEnterRoom:]", userId);
+}
+
+void VEMOKOBUMsgRouter::onRemoteUserLeaveRoom(const Text& userId, std::int64_t reason) {
+  tell<event::OnRemoteUserLeaveRoom>("-[VEMOKOBUMsgRouter onRemoteUserLeaveRoom:reason:]", userId,
+                                     reason);
+}
+
+void VEMOKOBUMsgRouter::onUserAudioAvailable(const Text& userId, bool available) {
+  tell<event::OnUserAudioAvailable>("-[VEMOKOBUMsgRouter onUserAudioAvailable:available:]", userId,
+                                    available);
+}
+
+void VEMOKOBUMsgRouter::onUserVideoAvailable(const Text& userId, bool available) {
+  tell<event::OnUserVideoAvailable>("-[VEMOKOBUMsgRouter onUserVideoAvailable:available:]", userId,
+                                    available);
+}
+
+void VEMOKOBUMsgRouter::onUserSubStreamAvailable(const Text& userId, bool available) {
+  tell<event::OnUserSubStreamAvailable>("-[VEMOKOBUMsgRouter onUserSubStreamAvailable:available:]",
+                                        userId, available);
+}
+
+void VEMOKOBUMsgRouter::onFirstVideoFrame(const Text& userId, std::int64_t streamType,
+                                          std::int32_t width, std::int32_t height) {
+  tell<event::OnFirstVideoFrame>("-[VEMOKOBUMsgRouter onFirstVideoFrame:streamType:width:height:]",
+                                 userId, streamType, width, height);
+}
+
+void VEMOKOBUMsgRouter::onFirstAudioFrame(const Text& userId) {
+  tell<event::OnFirstAudioFrame>("-[VEMOKOBUMsgRouter onFirstAudioFrame:]", userId);
 }
 
 }  // namespace vemo

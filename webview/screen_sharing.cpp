@@ -1,13 +1,12 @@
-#include "json/RecordMapper.h"
 #include "webview/TextForms.h"
-#include "webview/VEMOKOBUMsgRouter.h"
+#include "webview/event_routing.h"
 
 namespace vemo {
 namespace {
 
-// The modes that a page asks for, and the bits of what a system supports.
-constexpr std::int32_t kCaptureInApp = 1;
-constexpr std::int32_t kCaptureByReplaykit = 2;
+// What a page asks for, and as bits, what a system supports.
+constexpr auto kCaptureInApp = param::ScreenCaptureMode::inApp;
+constexpr auto kCaptureByReplaykit = param::ScreenCaptureMode::byReplaykit;
 
 std::string_view eventWord(const std::string& notification) {
   if (notification == kVEMOScreenKit_Started_Notify) return "started";
@@ -29,36 +28,36 @@ std::int32_t VEMOKOBUMsgRouter::kobuScreenCaptureSupportMode() const {
   return mode;
 }
 
-Outcome VEMOKOBUMsgRouter::isSupportScreenCapture(const Command& command) {
+Outcome VEMOKOBUMsgRouter::isSupportScreenCapture(const Command<>& command) {
   command.item->setMsgRetval({{"mode", kobuScreenCaptureSupportMode()}});
   return success;
 }
 
-Outcome VEMOKOBUMsgRouter::launchScreenKit(const Command& command) {
+Outcome VEMOKOBUMsgRouter::launchScreenKit(const Command<>& command) {
   if (!platform_.system.isAtLeast(11, 0, 0)) return paramError("not support launchScreenKit");
   // On 11.x the command deliberately leaves no trace: no launch, no error, no value.
   if (!platform_.system.isAtLeast(12, 0, 0)) return success;
   platform_.extensionLauncher.launch();
   command.item->setIsAsyncTask(true);
-  launchScreenKitCallback_.publish(stored(plainAnswer(command)));
+  sharing_.launchCallback.publish(stored(plainAnswer(command)));
   return success;
 }
 
-Outcome VEMOKOBUMsgRouter::startScreenCapture(KOBUCloud& engine, const Command& command) {
-  const auto number = command.number("screenCaptureMode");
-  const auto mode = number ? number->int32() : 0;
-  if (mode != kCaptureInApp && mode != kCaptureByReplaykit) {
-    return paramError("screenCaptureMode not found");
-  }
-  const auto encoder = recordFrom<KOBUVideoEncParam>(command.params());
-  if (!encoder) return paramError("parse KOBUVideoEncParam err");
-  const auto appGroup = command.nonEmptyText("appGroup").value_or(platform_.appGroup);
+Outcome VEMOKOBUMsgRouter::startScreenCapture(
+    KOBUCloud& engine,
+    const Command<param::ScreenCaptureMode, Checked<param::Encoder>, Maybe<param::AppGroup>>&
+        command) {
+  const auto mode = command.get<param::ScreenCaptureMode>();
+  const auto encoder = command.get<param::Encoder>();
+  if (!encoder) return paramError(param::Encoder::missing);
+  const auto given = command.get<param::AppGroup>();
+  const std::string appGroup(given ? *given : std::string_view(platform_.appGroup));
 
   const bool inApp = mode == kCaptureInApp;
   if (!platform_.system.isAtLeast(inApp ? 13 : 11, 0, 0)) {
     return failure(kNotAvailable, "not support screencapture");
   }
-  // The leading blank of the second text is part of what operators search for.
+  // The leading blank of the second text is part of it.
   const std::string_view prefix = inApp ? "" : " startScreenCaptureByReplaykit ";
   logRouter(DUNLogParam::kInformation, "kobuStartScreenCapture",
             std::string(prefix) + "mode = " + std::to_string(mode) + ", appGroup = " + appGroup,
@@ -69,7 +68,7 @@ Outcome VEMOKOBUMsgRouter::startScreenCapture(KOBUCloud& engine, const Command& 
     engine.startScreenCaptureByReplaykit(*encoder, appGroup);
   }
   command.item->setIsAsyncTask(true);
-  startScreenCaptureCallback_.publish(stored(VEMOCallback(weakly(
+  sharing_.startCallback.publish(stored(VEMOCallback(weakly(
       [item = command.item, webView = command.webView](VEMOKOBUMsgRouter& router, VEMOModule module,
                                                        std::int64_t code, const Text& desc) {
         setError(*item, module, code, desc);
@@ -81,29 +80,29 @@ Outcome VEMOKOBUMsgRouter::startScreenCapture(KOBUCloud& engine, const Command& 
 
 /// Pause, resume and stop: the reply carries the engine's own result, and there is no
 /// record of it.
-Outcome VEMOKOBUMsgRouter::controlScreenCapture(KOBUCloud& engine, const Command& command,
+Outcome VEMOKOBUMsgRouter::controlScreenCapture(KOBUCloud& engine, const Call& call,
                                                 std::int64_t (KOBUCloud::*operation)(),
                                                 const char* failureText) {
   if (!platform_.system.isAtLeast(11, 0, 0)) {
-    setError(*command.item, VEMOModule::KOBU, kNotAvailable, "not support screencapture");
+    setError(*call.item, VEMOModule::KOBU, kNotAvailable, "not support screencapture");
     return success;
   }
   const auto result = (engine.*operation)();
-  setError(*command.item, VEMOModule::KOBU, result, result != 0 ? Text(failureText) : Text{});
+  setError(*call.item, VEMOModule::KOBU, result, result != 0 ? Text(failureText) : Text{});
   return success;
 }
 
-Outcome VEMOKOBUMsgRouter::pauseScreenCapture(KOBUCloud& engine, const Command& command) {
+Outcome VEMOKOBUMsgRouter::pauseScreenCapture(KOBUCloud& engine, const Command<>& command) {
   return controlScreenCapture(engine, command, &KOBUCloud::pauseScreenCapture,
                               "pauseScreenCapture call failed");
 }
 
-Outcome VEMOKOBUMsgRouter::resumeScreenCapture(KOBUCloud& engine, const Command& command) {
+Outcome VEMOKOBUMsgRouter::resumeScreenCapture(KOBUCloud& engine, const Command<>& command) {
   return controlScreenCapture(engine, command, &KOBUCloud::resumeScreenCapture,
                               "resumeScreenCapture call failed");
 }
 
-Outcome VEMOKOBUMsgRouter::stopScreenCapture(KOBUCloud& engine, const Command& command) {
+Outcome VEMOKOBUMsgRouter::stopScreenCapture(KOBUCloud& engine, const Command<>& command) {
   return controlScreenCapture(engine, command, &KOBUCloud::stopScreenCapture,
                               "stopScreenCapture call failed");
 }
@@ -128,17 +127,49 @@ void VEMOKOBUMsgRouter::unregisterScreenKitNotifications() {
 
 void VEMOKOBUMsgRouter::onRecvScreenKitNotify(const std::string& name) {
   if (name == kVEMOScreenKit_Started_Notify) {
-    if (const auto answer = launchScreenKitCallback_.load()) {
+    if (const auto answer = sharing_.launchCallback.load()) {
       (*answer)(VEMOModule::KOBU, 0, std::nullopt);
     }
   }
   // Whatever came, a launch under way is over: one that did not start is never answered.
-  launchScreenKitCallback_.clear();
+  sharing_.launchCallback.clear();
   const auto word = eventWord(name);
   if (word.empty()) return;
-  auto payload = ownPayload();
-  payload.add("event", word);
-  plainEvent("onScreenKitEvent", std::move(payload), "-[VEMOKOBUMsgRouter onRecvScreenKitNotify:]");
+  tell<event::OnScreenKitEvent>("-[VEMOKOBUMsgRouter onRecvScreenKitNotify:]", word);
+}
+
+// ---- Events of the engine
+
+void VEMOKOBUMsgRouter::onScreenCaptureStarted() {
+  auto payload = event::OnScreenCaptureStarted::payload(curEnteredRoomUserId(), std::int32_t{0});
+  if (sharing_.startCallback.load()) {
+    safeRunInMain([](VEMOKOBUMsgRouter& router) {
+      if (const auto answer = router.sharing_.startCallback.load()) {
+        (*answer)(VEMOModule::KOBU, 0, std::nullopt);
+      }
+    });
+  }
+  // Cleared here, on the event's thread: an answer that had to hop finds nothing to call,
+  // unless a newer start has taken the slot. That is deliberate: a page that was not
+  // answered still gets the event.
+  sharing_.startCallback.clear();
+  logEvent<event::OnScreenCaptureStarted>(payload.text(), std::nullopt,
+                                          "-[VEMOKOBUMsgRouter onScreenCaptureStarted]");
+  onMain([payload = std::move(payload)](VEMOKOBUMsgRouter& router) {
+    router.tellPage<event::OnScreenCaptureStarted>(payload);
+  });
+}
+
+void VEMOKOBUMsgRouter::onScreenCapturePaused(std::int32_t reason) {
+  tell<event::OnScreenCapturePaused>("-[VEMOKOBUMsgRouter onScreenCapturePaused:]", reason);
+}
+
+void VEMOKOBUMsgRouter::onScreenCaptureResumed(std::int32_t reason) {
+  tell<event::OnScreenCaptureResumed>("-[VEMOKOBUMsgRouter onScreenCaptureResumed:]", reason);
+}
+
+void VEMOKOBUMsgRouter::onScreenCaptureStoped(std::int32_t reason) {
+  tell<event::OnScreenCaptureStoped>("-[VEMOKOBUMsgRouter onScreenCaptureStoped:]", reason);
 }
 
 }  // namespace vemo

@@ -90,6 +90,7 @@ void Player::perform(const Step& step) {
       return;
     case Verb::free:
       requireTrue(step);
+      base_ = nullptr;
       router_.reset();
       return;
     case Verb::create:
@@ -100,10 +101,12 @@ void Player::perform(const Step& step) {
 }
 
 void Player::create() {
-  router_ = VEMOKOBUMsgRouter::create(Platform{baseRouter_, engineClass_, logger_, systemLog_,
-                                               mainQueue_, notifications_, crossProcess_,
-                                               authorization_, alerts_, application_, downloads_,
-                                               decoder_, version_, launcher_, device_.appGroup});
+  auto base = std::make_unique<JSMsgRouter>(logger_, replies_, webView_);
+  base_ = base.get();
+  router_ = VEMOKOBUMsgRouter::create(
+      std::move(base), Platform{engineClass_, logger_, systemLog_, mainQueue_, notifications_,
+                                crossProcess_, authorization_, alerts_, application_, downloads_,
+                                decoder_, version_, launcher_, device_.appGroup});
   census_.watch("router", router_);
   changeDevice({});
 }
@@ -121,7 +124,7 @@ void Player::dispatch(const Step& step, const std::shared_ptr<VEMOJSMsgItem>& it
                       const std::shared_ptr<VEMOWebView>& webView) {
   replies_->label(item, label(step), hasAction);
   census_.watch("item", item);
-  baseRouter_.dispatch(item, webView);
+  base_->dispatch(item, webView);
 }
 
 void Player::command(const Step& step) {
@@ -131,8 +134,8 @@ void Player::command(const Step& step) {
   const bool hasWebView = step.optional<bool>("webView").value_or(true);
   label(step);  // fits, or is an error even when nobody listens
   if (!router_) return;
-  const auto item = baseRouter_.makeItem({"kobu", std::move(name)}, std::move(params),
-                                         std::move(nativecb), std::nullopt);
+  const auto item = base_->makeItem({"kobu", std::move(name)}, std::move(params),
+                                    std::move(nativecb), std::nullopt);
   dispatch(step, item, true, hasWebView ? webView_ : nullptr);
 }
 
@@ -140,9 +143,9 @@ void Player::message(const Step& step) {
   const auto text = step.value<std::string>();
   label(step);
   if (!router_) return;
-  const auto item = baseRouter_.decode(text);
+  const auto item = base_->decode(text);
   const bool hasAction = !item->head().action.empty() || !item->msgError() || namesAction(text);
-  dispatch(step, item, hasAction, baseRouter_.webView());
+  dispatch(step, item, hasAction, base_->webView());
 }
 
 void Player::onThread(const Step& step, std::string_view other, const std::function<void()>& work) {

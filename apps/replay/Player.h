@@ -90,8 +90,9 @@ class Player {
   const std::shared_ptr<RecordingWebView> webView_ = std::make_shared<RecordingWebView>(recorder_);
   const std::shared_ptr<DeviceRenderSource> renderSource_ =
       std::make_shared<DeviceRenderSource>(device_, objects_);
-  JSMsgRouter baseRouter_{logger_, replies_, webView_};
-  std::shared_ptr<VEMOKOBUMsgRouter> router_;  // null between "free" and "new"
+  // Both null between "free" and "new"; the base is the router's.
+  std::shared_ptr<VEMOKOBUMsgRouter> router_;
+  JSMsgRouter* base_ = nullptr;
   std::int64_t step_ = 0;
 };
 

@@ -26,14 +26,17 @@ struct Phone::Parts {
         page(std::move(socket)),
         engineClass(given.cloud.makeEngineClass()),
         services(page, given.mainQueue),
-        screen(std::make_shared<PhoneScreen>()),
-        baseRouter(given.logger,
-                   std::make_shared<MainThreadReplyDelivery>(given.mainQueue, "vemoBridge.onReply"),
-                   std::make_shared<PageWebView>(page)) {}
+        screen(std::make_shared<PhoneScreen>()) {}
+
+  std::unique_ptr<VEMOJSMsgRouter> makeBaseRouter() const {
+    return std::make_unique<JSMsgRouter>(
+        environment.logger,
+        std::make_shared<MainThreadReplyDelivery>(environment.mainQueue, "vemoBridge.onReply"),
+        std::make_shared<PageWebView>(page));
+  }
 
   Platform platform(std::shared_ptr<const void> owner) {
-    return {.baseRouter = baseRouter,
-            .engineClass = *engineClass,
+    return {.engineClass = *engineClass,
             .logger = environment.logger,
             .systemLog = environment.systemLog,
             .mainQueue = environment.mainQueue,
@@ -57,12 +60,11 @@ struct Phone::Parts {
   LoopbackNotificationCenter extensionNotifications;
   PhoneServices services;
   const std::shared_ptr<PhoneScreen> screen;
-  JSMsgRouter baseRouter;
 };
 
 Phone::Phone(const PhoneEnvironment& environment, std::shared_ptr<PageSocket> page)
     : parts_(std::make_shared<Parts>(environment, std::move(page))),
-      router_(VEMOKOBUMsgRouter::create(parts_->platform(parts_))) {
+      router_(VEMOKOBUMsgRouter::create(parts_->makeBaseRouter(), parts_->platform(parts_))) {
   router_->setCustomRenderSource(parts_->screen);
   parts_->services.sendSettings();
 }
@@ -85,7 +87,7 @@ std::string Phone::handle(const boost::json::object& frame) {
   if (kind == "message") {
     const auto message = vemo_safeNSStringForKey(&frame, "text");
     if (!message) return "a message has no text";
-    parts_->baseRouter.receive(*message);
+    router_->receive(*message);
     return {};
   }
   if (kind == "network") return handleNetwork(frame);

@@ -50,11 +50,7 @@ class PrintedPage final : public vemo::VEMOWebView {
 int main() {
   vemo::MainThreadQueue mainQueue;
   auto logger = vemo::JsonLineLogger::create({});  // to standard error
-  vemo::JSMsgRouter baseRouter(
-      *logger, std::make_shared<vemo::MainThreadReplyDelivery>(mainQueue, "nativeReply"),
-      std::make_shared<PrintedPage>());
-
-  vemo::ClassroomCloud cloud;  // simulated; your engine goes here
+  vemo::ClassroomCloud cloud;                      // simulated; your engine goes here
   const auto engineClass = cloud.makeEngineClass();
 
   vemo::StreamSystemLog systemLog;
@@ -66,11 +62,14 @@ int main() {
   const std::string appGroup = "group.vemo.classroom";
 
   const auto router = vemo::VEMOKOBUMsgRouter::create(
-      {baseRouter, *engineClass, *logger, systemLog, mainQueue, notifications, crossProcess, phone,
-       phone, phone, downloads, images, phone, phone, appGroup});
+      std::make_unique<vemo::JSMsgRouter>(
+          *logger, std::make_shared<vemo::MainThreadReplyDelivery>(mainQueue, "nativeReply"),
+          std::make_shared<PrintedPage>()),
+      {*engineClass, *logger, systemLog, mainQueue, notifications, crossProcess, phone, phone,
+       phone, downloads, images, phone, phone, appGroup});
 
   // What the page posts. It answers: nativeReply({"head":{...},"error":{...,"errcode":0,...}})
-  baseRouter.receive(R"({"head":{"module":"kobu","action":"initSDK"},"cbid":"1"})");
+  router->receive(R"({"head":{"module":"kobu","action":"initSDK"},"cbid":"1"})");
   mainQueue.drain();
 }
 // [end]

@@ -1,0 +1,72 @@
+#include <initializer_list>
+
+#include "json/JsonText.h"
+#include "webview/TextForms.h"
+#include "webview/command_table.h"
+
+// The frame that every command runs in: its record, its guard, and what becomes of a failure.
+
+namespace vemo {
+
+void VEMOKOBUMsgRouter::registRouter() {
+  for (const auto& row : CommandTable::rows()) {
+    setMethod(std::string(row.name), weakly([&row](VEMOKOBUMsgRouter& router, const ItemPtr& item,
+                                                   const WebViewPtr& webView) {
+                CommandTable::run(router, row, item, webView);
+              }));
+  }
+}
+
+void CommandTable::run(Router& router, const Row& row, const std::shared_ptr<VEMOJSMsgItem>& item,
+                       const std::shared_ptr<VEMOWebView>& webView) {
+  if (row.wrapper == Wrapper::bare) {
+    row.action.run(router, row, {item, webView, {}});
+    return;
+  }
+  if (row.wrapper == Wrapper::announced) {
+    router.platform_.systemLog.writeLine(std::string(row.name) + "::::::");
+  }
+  std::string entry;
+  entry.reserve(256);  // most records need one allocation
+  if (webView) entry.append("webview(").append(addressText(webView.get())).append(") : ");
+  const auto paramsStart = entry.size();
+  if (item->params()) {
+    appendJsonText(entry, *item->params());
+  } else {
+    entry += "{}";
+  }
+  constexpr std::string_view wrapperName = "-[VEMOKOBUMsgRouter registRouter]_wrapper";
+  if (!webView) {
+    router.logRouter(DUNLogParam::kInformation, row.name, entry,
+                     Router::Result{kBadParameter, "webview is null"},
+                     Router::Site(wrapperName, row.placeOf(Row::kNoWebView)));
+    return;
+  }
+  router.logRouter(DUNLogParam::kInformation, row.name, entry, std::nullopt,
+                   Router::Site(wrapperName, row.placeOf()));
+
+  const auto paramsText =
+      item->params() ? std::string_view(entry).substr(paramsStart) : std::string_view("(null)");
+  if (const auto failed = row.action.run(router, row, {item, webView, paramsText})) {
+    fail(router, row, *item, paramsText, *failed);
+  }
+}
+
+void CommandTable::fail(Router& router, const Row& row, VEMOJSMsgItem& item,
+                        std::string_view paramsText, const Failure& failure) {
+  Router::setError(item, failure.module, failure.code, std::string(failure.message));
+  const auto joined = [](std::initializer_list<std::string_view> parts) {
+    std::string text;
+    text.reserve(80);  // one allocation for the longest name
+    for (const auto part : parts) text += part;
+    return text;
+  };
+  const auto actionName =
+      failure.actionName.empty() ? joined({row.name, "Failed"}) : std::string(failure.actionName);
+  const auto funcName = joined({"-[VEMOKOBUMsgRouter ", row.name, ":webView:]"});
+  router.logRouter(DUNLogParam::kFailure, actionName, paramsText,
+                   Router::Result{failure.code, failure.message},
+                   Router::Site(funcName, failure.site));
+}
+
+}  // namespace vemo

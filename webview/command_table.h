@@ -1,0 +1,232 @@
+#pragma once
+
+#include <array>
+#include <boost/json/array.hpp>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <type_traits>
+
+#include "webview/VEMOKOBUMsgRouter.h"
+#include "webview/telling.h"
+
+// The table of the commands: what a row can say, and the two kinds of action behind one.
+
+namespace vemo {
+
+/// When a command is answered.
+enum class Answered : std::uint8_t {
+  once,   ///< when its handler returns
+  later,  ///< once, when the engine, the user or a download has answered
+  many    ///< again and again
+};
+
+/// What must be there for a command to be more than refused.
+enum class Guard : std::uint8_t { none, engine, room };
+
+/// How a command's wrapper differs from the others.
+enum class Wrapper : std::uint8_t {
+  logged,     ///< a record of the call; refused without a web view
+  announced,  ///< the same, after a line in the system log
+  bare        ///< straight to the handler: no record, no web view needed
+};
+
+/// A field of a reply's value. `members` tells those of an object, or of a list's elements.
+struct ResultField {
+  Words words;
+  std::string_view type;
+  bool mayBeAbsent = false;
+  boost::json::array (*members)() = nullptr;
+};
+
+/// A way in which a command fails; an empty text is the engine's, or a device's, own.
+struct ErrorWords {
+  std::int64_t code = 0;
+  std::string_view text;
+  std::string_view when;
+  VEMOModule module = VEMOModule::JS;
+};
+
+/// At most `Capacity` values, in a table that is made when compiled.
+template <class T, std::size_t Capacity>
+struct Few {
+  std::array<T, Capacity> values{};
+  std::size_t count = 0;
+
+  constexpr void add(const T& value) { values.at(count++) = value; }
+  constexpr std::span<const T> all() const { return std::span(values).first(count); }
+};
+
+struct CommandTable {
+  using Router = VEMOKOBUMsgRouter;
+  struct Row;
+
+  /// What a row does, and what that takes.
+  struct Action {
+    Outcome (*run)(Router& router, const Row& row, const Call& call);
+    Guard guard;
+    boost::json::array (*parameters)(std::string_view rowsText);
+    std::string_view (*textWithoutParams)(std::string_view rowsText);
+  };
+
+  /// One command. Only what comes first is needed to run it; the rest tells page developers
+  /// what they can rely on, and is held by a test that sends every command.
+  ///
+  /// The frame around the handlers stands in the source once, so the line of its own code
+  /// would say nothing of the command. The records that it writes say the row instead, with
+  /// a site number for a line: the row's line for the call itself, plus a thousand for each
+  /// further kind of record.
+  struct Row {
+    static constexpr std::uint_least32_t kNoWebView = 1000;
+    static constexpr std::uint_least32_t kNoEngine = 2000;
+    static constexpr std::uint_least32_t kNoParameter = 3000;  // and more for the next ones
+
+    constexpr Row(std::string_view command, Action whatItDoes,
+                  std::string_view textWithoutParameter = {}, Place place = Place::here())
+        : name(command),
+          action(whatItDoes),
+          badParameter(textWithoutParameter),
+          site(place),
+          guard(whatItDoes.guard) {}
+
+    constexpr Row wrapped(Wrapper kind) const {
+      return with([&](Row& row) { row.wrapper = kind; });
+    }
+    constexpr Row guarded(Guard by) const {
+      return with([&](Row& row) { row.guard = by; });
+    }
+    /// The subject, by the stem of the source file that holds it.
+    constexpr Row in(std::string_view stem) const {
+      return with([&](Row& row) { row.subject = stem; });
+    }
+    constexpr Row does(std::string_view what) const {
+      return with([&](Row& row) { row.about = what; });
+    }
+    constexpr Row gives(const ResultField& field) const {
+      return with([&](Row& row) { row.result.add(field); });
+    }
+    constexpr Row fails(const ErrorWords& error) const {
+      return with([&](Row& row) { row.errors.add(error); });
+    }
+    constexpr Row answers(Answered how) const {
+      return with([&](Row& row) { row.answered = how; });
+    }
+    constexpr Row unanswered(std::string_view when) const {
+      return with([&](Row& row) { row.unansweredWhen = when; });
+    }
+
+    Place placeOf(std::uint_least32_t record = 0) const { return {site.file, site.line + record}; }
+
+    std::string_view name;
+    Action action;
+    std::string_view badParameter;
+    Place site;
+    Guard guard;
+    Wrapper wrapper = Wrapper::logged;
+    Answered answered = Answered::once;
+    std::string_view subject, about, unansweredWhen;
+    Few<ResultField, 5> result;
+    Few<ErrorWords, 3> errors;
+
+   private:
+    template <class Change>
+    constexpr Row with(Change change) const {
+      Row row = *this;
+      change(row);
+      return row;
+    }
+  };
+
+  /// All commands, in the order in which they are registered.
+  static std::span<const Row> rows();
+
+  /// Runs a command within its frame.
+  static void run(Router& router, const Row& row, const std::shared_ptr<VEMOJSMsgItem>& item,
+                  const std::shared_ptr<VEMOWebView>& webView);
+
+ private:
+  template <auto Handler>
+  struct HandlerOf;
+  template <auto Operation, class... List>
+  static Outcome callEngine(Router& router, const Row& row, const Call& call);
+
+  /// Calls a handler. One that takes the engine is called only when there is one, and any
+  /// only when its required parameters are there.
+  template <auto Handler>
+  static constexpr Action call = HandlerOf<Handler>::action;
+
+  /// Reads the parameters listed and makes one call of the engine, or of a manager of it.
+  template <auto Operation, class... List>
+  static constexpr Action engine{&callEngine<Operation, List...>, Guard::engine,
+                                 &telling::parameters<List...>,
+                                 &telling::textWithoutParams<List...>};
+
+  static void fail(Router& router, const Row& row, VEMOJSMsgItem& item, std::string_view paramsText,
+                   const Failure& failure);
+
+  static Failure noEngine(const Row& row) { return notInitialised(row.placeOf(Row::kNoEngine)); }
+  template <class Missing>
+  static Failure noParameter(const Row& row, const Missing& missing) {
+    const auto record =
+        Row::kNoParameter + 1000 * static_cast<std::uint_least32_t>(missing.position);
+    return paramError(missing.text.empty() ? row.badParameter : missing.text, row.placeOf(record));
+  }
+
+  static KOBUCloud& ownerOf(KOBUCloud& engine, KOBUCloud*) { return engine; }
+  static PWAudioEffectManager& ownerOf(KOBUCloud& engine, PWAudioEffectManager*) {
+    return engine.getAudioEffectManager();
+  }
+  static KOBUDeviceManager& ownerOf(KOBUCloud& engine, KOBUDeviceManager*) {
+    return engine.getDeviceManager();
+  }
+  template <class Owner, class Result, class... Args>
+  static Owner* ownerType(Result (Owner::*)(Args...)) {
+    return nullptr;
+  }
+
+  /// A value as an operation takes it.
+  static std::string argument(std::string_view text) { return std::string(text); }
+  template <class T>
+  static const T& argument(const T& value) {
+    return value;
+  }
+};
+
+template <auto Operation, class... List>
+Outcome CommandTable::callEngine(Router& router, const Row& row, const Call& call) {
+  const auto engine = router.sharedKOBU_.load();
+  if (!engine) return noEngine(row);
+  const Command<List...> command(call);
+  if (const auto missing = command.missing()) return noParameter(row, *missing);
+  auto& owner = ownerOf(*engine, ownerType(Operation));
+  (owner.*Operation)(argument(Listed<List>::value(call.item->params()))...);
+  return success;
+}
+
+template <class... List, Outcome (VEMOKOBUMsgRouter::*Handler)(KOBUCloud&, const Command<List...>&)>
+struct CommandTable::HandlerOf<Handler> {
+  static Outcome run(Router& router, const Row& row, const Call& call) {
+    const auto engine = router.sharedKOBU_.load();
+    if (!engine) return noEngine(row);
+    const Command<List...> command(call);
+    if (const auto missing = command.missing()) return noParameter(row, *missing);
+    return (router.*Handler)(*engine, command);
+  }
+  static constexpr Action action{&run, Guard::engine, &telling::parameters<List...>,
+                                 &telling::textWithoutParams<List...>};
+};
+
+template <class... List, Outcome (VEMOKOBUMsgRouter::*Handler)(const Command<List...>&)>
+struct CommandTable::HandlerOf<Handler> {
+  static Outcome run(Router& router, const Row& row, const Call& call) {
+    const Command<List...> command(call);
+    if (const auto missing = command.missing()) return noParameter(row, *missing);
+    return (router.*Handler)(command);
+  }
+  static constexpr Action action{&run, Guard::none, &telling::parameters<List...>,
+                                 &telling::textWithoutParams<List...>};
+};
+
+}  // namespace vemo

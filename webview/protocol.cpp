@@ -1,0 +1,139 @@
+#include "webview/protocol.h"
+
+#include <algorithm>
+#include <string>
+
+#include "webview/command_table.h"
+#include "webview/events.h"
+#include "webview/telling.h"
+
+namespace vemo {
+namespace {
+
+namespace json = boost::json;
+using telling::addMembers;
+using telling::typeName;
+
+std::string_view nameOf(Answered answered) {
+  switch (answered) {
+    case Answered::once: return "once";
+    case Answered::later: return "later";
+    case Answered::many: return "many";
+  }
+  return {};
+}
+
+std::string_view nameOf(Guard guard) {
+  switch (guard) {
+    case Guard::none: return "none";
+    case Guard::engine: return "engine";
+    case Guard::room: return "room";
+  }
+  return {};
+}
+
+json::object tell(const ResultField& field) {
+  auto told = telling::tell(field.words, field.type);
+  if (field.mayBeAbsent) told["mayBeAbsent"] = true;
+  if (field.members) told["members"] = field.members();
+  return told;
+}
+
+json::object tell(const ErrorWords& error) {
+  json::object told{{"module", moduleText(error.module)}};
+  told["code"] = error.code == 0 ? json::value(nullptr) : json::value(error.code);
+  told["text"] = error.text.empty() ? json::value(nullptr) : json::value(error.text);
+  told["when"] = error.when;
+  return told;
+}
+
+/// The errors that follow from guard and parameters, then those that the row adds.
+json::array errorsOf(const CommandTable::Row& row, const json::array& params) {
+  json::array told;
+  if (row.guard != Guard::none) {
+    told.push_back(tell(ErrorWords{kNotAvailable, "not initSDK", "there is no engine"}));
+  }
+  const auto add = [&](const json::value& text, const std::string& when) {
+    for (auto& known : told) {
+      auto& error = known.get_object();
+      if (error["text"] != text) continue;
+      error["when"] = std::string(error["when"].get_string()) + "; " + when;
+      return;
+    }
+    const std::string_view words(text.get_string().data(), text.get_string().size());
+    told.push_back(tell(ErrorWords{kBadParameter, words, when}));
+  };
+  for (const auto& param : params) {
+    const auto& object = param.get_object();
+    const std::string name = "\"" + std::string(object.at("name").get_string()) + "\"";
+    const auto* missing = object.if_contains("onMissing");
+    const auto* wrong = object.if_contains("onWrongType");
+    if (missing) {
+      add(*missing, name + " is missing or of another type");
+    } else if (wrong) {
+      add(*wrong, name + " is of another type");
+    }
+  }
+  for (const auto& error : row.errors.all()) told.push_back(tell(error));
+  return told;
+}
+
+json::object tell(const CommandTable::Row& row) {
+  auto params = row.action.parameters(row.badParameter);
+  json::object told{{"name", row.name},
+                    {"subject", row.subject},
+                    {"about", row.about},
+                    {"guard", nameOf(row.guard)},
+                    {"answered", nameOf(row.answered)}};
+  if (!row.unansweredWhen.empty()) told["unansweredWhen"] = row.unansweredWhen;
+  if (const auto text = row.action.textWithoutParams(row.badParameter); !text.empty()) {
+    told["onNoParams"] = text;
+  }
+  json::array result;
+  for (const auto& field : row.result.all()) result.push_back(tell(field));
+  told["errors"] = errorsOf(row, params);
+  told["params"] = std::move(params);
+  told["result"] = std::move(result);
+  return told;
+}
+
+template <class Field>
+json::object tellField() {
+  using Given = typename Field::Given;
+  if constexpr (requires { typename Field::Of; }) {
+    auto told = telling::tell(Field::words, typeName<typename Field::Of>());
+    addMembers<typename Field::Of>(told);
+    told["mayBeAbsent"] = true;
+    return told;
+  } else {
+    auto told = telling::tell(Field::words, typeName<Given>());
+    if constexpr (requires { Field::mayBeAbsent; }) told["mayBeAbsent"] = true;
+    return told;
+  }
+}
+
+template <class Event>
+json::object tellEvent() {
+  const std::string name(Event::words.name);
+  json::object told{{"name", name},
+                    {"subject", Event::subject},
+                    {"about", Event::words.about},
+                    {"periodic", Event::isPeriodic}};
+  if constexpr (requires { Event::listener; }) told["listener"] = "onVEMO" + name.substr(2);
+  json::array payload;
+  Event::forEachField([&]<class Field>(const Field&) { payload.push_back(tellField<Field>()); });
+  told["payload"] = std::move(payload);
+  return told;
+}
+
+}  // namespace
+
+boost::json::object protocol() {
+  json::array commands;
+  for (const auto& row : CommandTable::rows()) commands.push_back(tell(row));
+  json::array events;
+  AllEvents::forEach([&]<class Event>(const Event&) { events.push_back(tellEvent<Event>()); });
+  return {{"commands", std::move(commands)}, {"events", std::move(events)}};
+}
+
+}  // namespace vemo
