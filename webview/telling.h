@@ -2,6 +2,7 @@
 
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
+#include <boost/json/parse.hpp>
 #include <concepts>
 #include <cstdint>
 #include <string>
