@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <boost/json/object.hpp>
 #include <concepts>
 #include <cstddef>
@@ -7,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string_view>
+#include <tuple>
 #include <type_traits>
 
 #include "bridge/VEMOJSMsgItem.h"
@@ -102,13 +104,15 @@ struct Checked {};
 template <auto Constant>
 struct Always {};
 
-/// What the forms above have in common: the parameter, the value that a handler gets, and
-/// whether the command's frame fails without it.
+/// What the forms above have in common: the parameter, whether the command's frame fails
+/// without it, the value that a handler gets, and what a row that has no handler hands to
+/// the engine: nothing only where the frame has failed.
 template <class P>
 struct Listed {
   using Of = P;
   static constexpr bool isRequired = !requires { P::fallback; };
-  static auto value(const boost::json::object* params) { return *valueOf<P>(params); }
+  static auto found(const boost::json::object* params) { return valueOf<P>(params); }
+  static auto value(const boost::json::object* params) { return *found(params); }
 };
 template <class P>
 struct Listed<Maybe<P>> {
@@ -123,6 +127,7 @@ struct Listed<Or<P, Instead>> {
   static auto value(const boost::json::object* params) {
     return valueOf<P>(params).value_or(Instead);
   }
+  static auto found(const boost::json::object* params) { return std::optional(value(params)); }
 };
 template <class P>
 struct Listed<Checked<P>> : Listed<Maybe<P>> {};
@@ -130,7 +135,7 @@ template <auto Constant>
 struct Listed<Always<Constant>> {
   using Of = void;
   static constexpr bool isRequired = false;
-  static auto value(const boost::json::object*) { return Constant; }
+  static auto found(const boost::json::object*) { return std::optional(Constant); }
 };
 
 /// One command on its way: the item and the web view that it came from.
@@ -163,10 +168,19 @@ class Command : public Call {
     std::string_view text;
   };
   std::optional<Missing> missing() const {
-    std::optional<Missing> first;
-    std::size_t position = 0;
-    static_cast<void>((lacks<List>(first, position++) || ...));
-    return first;
+    return firstMissing([this]<class Entry>(std::size_t) {
+      return !valueOf<typename Listed<Entry>::Of>(item->params());
+    });
+  }
+  /// The same for values that were found already, one for each of the list.
+  template <class Values>
+  static std::optional<Missing> missingIn(const Values& values) {
+    return std::apply(
+        [](const auto&... value) {
+          const std::array<bool, sizeof...(value)> there{value.has_value()...};
+          return firstMissing([&there]<class Entry>(std::size_t i) { return !there[i]; });
+        },
+        values);
   }
 
  private:
@@ -179,15 +193,21 @@ class Command : public Call {
     }
   }
 
-  template <class Entry>
-  bool lacks(std::optional<Missing>& first, std::size_t position) const {
-    if constexpr (Listed<Entry>::isRequired) {
-      using P = typename Listed<Entry>::Of;
-      if (!valueOf<P>(item->params())) {
-        first = Missing{position, ownText<P>()};
+  /// `lacks.operator()<Entry>(position)` says whether that one is not there.
+  template <class Lacks>
+  static std::optional<Missing> firstMissing(const Lacks& lacks) {
+    std::optional<Missing> first;
+    [[maybe_unused]] const auto look = [&]<class Entry>(std::size_t position) {
+      if constexpr (Listed<Entry>::isRequired) {
+        if (lacks.template operator()<Entry>(position)) {
+          first = Missing{position, ownText<typename Listed<Entry>::Of>()};
+        }
       }
-    }
-    return first.has_value();
+      return first.has_value();
+    };
+    [[maybe_unused]] std::size_t position = 0;
+    static_cast<void>((look.template operator()<List>(position++) || ...));
+    return first;
   }
 
   template <class P>

@@ -7,6 +7,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <type_traits>
 
 #include "webview/VEMOKOBUMsgRouter.h"
@@ -198,10 +199,11 @@ template <auto Operation, class... List>
 Outcome CommandTable::callEngine(Router& router, const Row& row, const Call& call) {
   const auto engine = router.sharedKOBU_.load();
   if (!engine) return noEngine(row);
-  const Command<List...> command(call);
-  if (const auto missing = command.missing()) return noParameter(row, *missing);
+  // Read once: for a record that is most of the work.
+  const std::tuple values{Listed<List>::found(call.item->params())...};
+  if (const auto missing = Command<List...>::missingIn(values)) return noParameter(row, *missing);
   auto& owner = ownerOf(*engine, ownerType(Operation));
-  (owner.*Operation)(argument(Listed<List>::value(call.item->params()))...);
+  std::apply([&](const auto&... value) { (owner.*Operation)(argument(*value)...); }, values);
   return success;
 }
 
