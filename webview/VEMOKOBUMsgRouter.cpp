@@ -1,14 +1,15 @@
 #include "webview/VEMOKOBUMsgRouter.h"
 
+#include "bridge/ScreenKitNotifications.h"
+
 namespace vemo {
 
 VEMOKOBUMsgRouter::VEMOKOBUMsgRouter(Platform platform) : platform_(std::move(platform)) {}
 
 std::shared_ptr<VEMOKOBUMsgRouter> VEMOKOBUMsgRouter::create(Platform platform) {
   const std::shared_ptr<VEMOKOBUMsgRouter> router(new VEMOKOBUMsgRouter(std::move(platform)));
-  for (const auto* name : {kVEMOScreenKit_Started_Notify, kVEMOScreenKit_Paused_Notify,
-                           kVEMOScreenKit_Resumed_Notify, kVEMOScreenKit_Finished_Notify}) {
-    router->registerForScreenKitNotificationsWithName(name);
+  for (const auto& notification : kScreenKitNotifications) {
+    router->registerForScreenKitNotificationsWithName(notification.name);
   }
   router->registRouter();
   return router;
