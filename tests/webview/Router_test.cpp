@@ -183,8 +183,9 @@ TEST(RouterThatOwnsItsPieces, MayDieInATaskOfItsOwnQueue) {
   const std::weak_ptr<FakePlatform> watched = platform;
   auto pieces = platform->pieces();
   pieces.owner = platform;
-  auto router = VEMOKOBUMsgRouter::create(pieces);
-  router->onConnectionLost();  // is queued, and holds the router until it is told
+  auto router = VEMOKOBUMsgRouter::create(std::move(pieces));
+  // Queued from there, and holds the router until it is told.
+  std::thread([&] { router->onConnectionLost(); }).join();
   auto& queue = platform->mainQueue;
   router.reset();
   platform.reset();
