@@ -11,7 +11,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -168,7 +167,8 @@ class LivingProgram {
 /// The state of a process as the system shows it, such as 'S' or 'Z'; 0 when there is none.
 char stateOf(const std::string& id) {
   std::ifstream file("/proc/" + id + "/stat");
-  std::string text((std::istreambuf_iterator<char>(file)), {});
+  std::string text;
+  std::getline(file, text);  // stays empty when the process goes meanwhile
   const auto name = text.rfind(") ");
   return name == std::string::npos ? '\0' : text[name + 2];
 }
