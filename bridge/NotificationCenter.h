@@ -27,7 +27,8 @@ class NotificationCenter {
   /// Adds a subscription of `observer` to `name`.
   virtual void addObserver(const void* observer, const std::string& name, Callback callback) = 0;
 
-  /// Ends every subscription of `observer`; a call already under way still finishes.
+  /// Ends every subscription of `observer`; a call already under way still finishes, and
+  /// a centre may wait for one on another thread, save inside a callback.
   virtual void removeEveryObserver(const void* observer) = 0;
 };
 
@@ -49,11 +50,13 @@ class CrossProcessNotificationCenter {
   /// Adds a subscription of `observer` to `name`; twice added, twice called.
   virtual void addObserver(const void* observer, const std::string& name, Callback callback) = 0;
 
-  /// Ends the subscriptions of `observer` to `name`; none is no error.
+  /// Ends the subscriptions of `observer` to `name`, as removeEveryObserver does; none
+  /// is no error.
   virtual void removeObserver(const void* observer, const std::string& name) = 0;
 
   /// Ends every subscription of `observer`. A call already under way on another
-  /// thread still finishes; none begins after the return.
+  /// thread still finishes, and a centre may wait for that, save inside a callback; none
+  /// begins after the return. So call it with nothing held that a callback waits for.
   virtual void removeEveryObserver(const void* observer) = 0;
 };
 

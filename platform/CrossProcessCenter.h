@@ -4,12 +4,14 @@
 #include <string>
 
 #include "bridge/NotificationCenter.h"
+#include "platform/DBusNotificationCenter.h"
 
 namespace vemo {
 
-/// A centre on the session bus, where there is one; else one that reaches this process
-/// only, and `whyNoBus`, if given, says why.
+/// A centre on the bus that `options` name, the session bus unless they say otherwise,
+/// where there is one; else one that reaches this process only, and `whyNoBus`, if given,
+/// says why.
 std::unique_ptr<CrossProcessNotificationCenter> makeCrossProcessCenter(
-    std::string* whyNoBus = nullptr);
+    DBusNotificationCenterOptions options = {}, std::string* whyNoBus = nullptr);
 
 }  // namespace vemo

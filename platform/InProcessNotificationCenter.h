@@ -8,7 +8,8 @@
 namespace vemo {
 
 /// The notification centre of one process. A subscription ended during a post is not
-/// called any more by it; one added meanwhile is called from the next post on.
+/// called any more by it; one added meanwhile is called from the next post on. A
+/// removal waits for calls under way on other threads (see Subscriptions).
 class InProcessNotificationCenter final : public NotificationCenter {
  public:
   void post(const std::string& name) override;

@@ -11,7 +11,8 @@ namespace vemo {
 /// simulated phones and systems without a bus. Each has its own world.
 ///
 /// Callbacks arrive on one thread of the centre, which starts with the first post.
-/// A notification reaches those who are subscribed when its turn comes.
+/// A notification reaches those who are subscribed when its turn comes. A removal waits
+/// for a call under way on that thread (see Subscriptions).
 class LoopbackNotificationCenter final : public CrossProcessNotificationCenter {
  public:
   LoopbackNotificationCenter();

@@ -1,17 +1,63 @@
 #include "platform/MainThreadQueue.h"
 
+#include <condition_variable>
+#include <deque>
+#include <mutex>
 #include <utility>
 
 namespace vemo {
 
+struct MainThreadQueue::State {
+  explicit State(std::function<void()> wakeHost) : wake(std::move(wakeHost)) {}
+
+  const std::function<void()> wake;
+  std::mutex mutex;
+  std::condition_variable changed;
+  std::deque<std::function<void()>> tasks;
+  bool stopping = false;
+  bool closed = false;      // the queue is gone
+  bool performing = false;  // main thread only
+
+  std::size_t waiting() {
+    const std::lock_guard lock(mutex);
+    return tasks.size();
+  }
+
+  std::function<void()> next() {
+    const std::lock_guard lock(mutex);
+    if (tasks.empty()) return nullptr;
+    auto task = std::move(tasks.front());
+    tasks.pop_front();
+    return task;
+  }
+
+  void perform(std::function<void()> task) {
+    struct Performing {
+      explicit Performing(bool& flag) : flag_(flag) { flag_ = true; }
+      ~Performing() { flag_ = false; }
+      Performing(const Performing&) = delete;
+      Performing& operator=(const Performing&) = delete;
+      bool& flag_;
+    };
+    const Performing now(performing);
+    // Destroyed before another runs, and still as part of its own turn, even if it throws.
+    const auto own = std::move(task);
+    own();
+  }
+
+  void wakeIfWaiting() {
+    if (wake && waiting() > 0) wake();
+  }
+};
+
 MainThreadQueue::MainThreadQueue(std::function<void()> wake)
-    : wake_(std::move(wake)), mainThread_(std::this_thread::get_id()) {}
+    : state_(std::make_shared<State>(std::move(wake))), mainThread_(std::this_thread::get_id()) {}
 
 MainThreadQueue::~MainThreadQueue() {
-  std::deque<std::function<void()>> unrun;
-  const std::lock_guard lock(mutex_);
-  closed_ = true;
-  unrun.swap(tasks_);
+  std::deque<std::function<void()>> unrun;  // destroyed without the lock
+  const std::lock_guard lock(state_->mutex);
+  state_->closed = true;
+  unrun.swap(state_->tasks);
 }
 
 bool MainThreadQueue::isMainThread() const {
@@ -22,59 +68,58 @@ void MainThreadQueue::bindToThisThread() { mainThread_.store(std::this_thread::g
 
 void MainThreadQueue::dispatchAsync(std::function<void()> task) {
   if (!task) return;
+  const auto state = state_;
   bool first = false;
   {
-    const std::lock_guard lock(mutex_);
-    if (closed_) return;  // the task is destroyed by our caller, without the lock
-    first = tasks_.empty();
-    tasks_.push_back(std::move(task));
+    const std::lock_guard lock(state->mutex);
+    if (state->closed) return;  // the task is destroyed by our caller, without the lock
+    first = state->tasks.empty();
+    state->tasks.push_back(std::move(task));
   }
-  changed_.notify_one();
-  if (first && wake_) wake_();
-}
-
-std::function<void()> MainThreadQueue::next() {
-  const std::lock_guard lock(mutex_);
-  if (tasks_.empty()) return nullptr;
-  auto task = std::move(tasks_.front());
-  tasks_.pop_front();
-  return task;
-}
-
-void MainThreadQueue::perform(std::function<void()> task) {
-  performing_ = true;
-  task();
-  task = nullptr;  // destroyed before another runs
-  performing_ = false;
+  state->changed.notify_one();
+  if (first && state->wake) state->wake();
 }
 
 std::size_t MainThreadQueue::drain() {
-  if (performing_) return 0;
+  const auto state = state_;
+  if (state->performing) return 0;
+  const auto due = state->waiting();
   std::size_t count = 0;
-  while (auto task = next()) {
-    perform(std::move(task));
-    ++count;
+  try {
+    while (count < due) {
+      auto task = state->next();
+      if (!task) break;  // a task has destroyed the queue
+      ++count;
+      state->perform(std::move(task));
+    }
+  } catch (...) {
+    state->wakeIfWaiting();
+    throw;
   }
+  state->wakeIfWaiting();
   return count;
 }
 
 void MainThreadQueue::run() {
+  const auto state = state_;
   for (;;) {
     {
-      std::unique_lock lock(mutex_);
-      changed_.wait(lock, [this] { return stopping_ || !tasks_.empty(); });
-      if (std::exchange(stopping_, false)) return;
+      std::unique_lock lock(state->mutex);
+      state->changed.wait(
+          lock, [&] { return state->stopping || state->closed || !state->tasks.empty(); });
+      if (state->closed || std::exchange(state->stopping, false)) return;
     }
-    perform(next());
+    state->perform(state->next());
   }
 }
 
 void MainThreadQueue::stop() {
+  const auto state = state_;
   {
-    const std::lock_guard lock(mutex_);
-    stopping_ = true;
+    const std::lock_guard lock(state->mutex);
+    state->stopping = true;
   }
-  changed_.notify_one();
+  state->changed.notify_one();
 }
 
 }  // namespace vemo

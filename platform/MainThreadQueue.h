@@ -1,11 +1,9 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
 #include <cstddef>
-#include <deque>
 #include <functional>
-#include <mutex>
+#include <memory>
 #include <thread>
 
 #include "bridge/MainQueue.h"
@@ -16,11 +14,17 @@ namespace vemo {
 /// where the queue is the loop.
 ///
 /// The main thread is the one that made the queue, until another binds itself.
+///
+/// A task may destroy the queue, as the last work of a router does that owns its pieces:
+/// the drain or run under way then returns after that task. A task may throw: the
+/// exception leaves the drain or run under way, and what is still queued stays.
 class MainThreadQueue final : public MainQueue {
  public:
-  /// `wake`, if given, is called on the queueing thread, without a lock, when a task
-  /// is queued and none was waiting: a host with an event loop of its own has it call
-  /// drain() soon. Such calls may come more often than needed.
+  /// `wake`, if given, is called without a lock when a task is queued and none was
+  /// waiting, on the queueing thread, and when a drain leaves tasks waiting, on the main
+  /// thread: a host with an event loop of its own has it call drain() soon. Such calls may
+  /// come more often than needed. A call can still be under way when the queue is
+  /// destroyed by the very task that it tells of.
   explicit MainThreadQueue(std::function<void()> wake = nullptr);
   /// On the main thread. Tasks still queued are destroyed unrun, and so are those that
   /// their destruction queues.
@@ -34,28 +38,26 @@ class MainThreadQueue final : public MainQueue {
   /// Makes the calling thread the main thread. Not while tasks run elsewhere.
   void bindToThisThread();
 
-  /// Runs tasks, those queued meanwhile included, until none is left; returns how many
-  /// it ran. Main thread; called from a task it does nothing, as tasks run one at a time.
+  /// Runs the tasks that wait now and returns how many it ran. What is queued meanwhile
+  /// waits for the next drain, for which `wake` asks; without one, the host drains until
+  /// the answer is 0. Main thread; called from a task it does nothing and returns 0, as
+  /// tasks run one at a time.
   std::size_t drain();
 
-  /// Runs tasks, waiting for more when there are none, until stop. Main thread.
+  /// Runs tasks, waiting for more when there are none, until stop. Main thread, not from
+  /// a task.
   void run();
   /// Ends the run under way after its present task, or else the next one at its start;
   /// what is queued stays. Any thread.
   void stop();
 
  private:
-  std::function<void()> next();
-  void perform(std::function<void()> task);
+  struct State;
 
-  const std::function<void()> wake_;
+  // Shared with the operations under way, which may outlive the queue by the task that
+  // destroys it.
+  const std::shared_ptr<State> state_;
   std::atomic<std::thread::id> mainThread_;
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::deque<std::function<void()>> tasks_;
-  bool stopping_ = false;
-  bool closed_ = false;
-  bool performing_ = false;  // main thread only
 };
 
 }  // namespace vemo

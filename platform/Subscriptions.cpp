@@ -3,6 +3,31 @@
 #include <algorithm>
 
 namespace vemo {
+namespace {
+
+/// How many callbacks this thread is in.
+thread_local int callbacksHere = 0;
+
+}  // namespace
+
+/// A call of a subscription, from before it looks whether the subscription has ended:
+/// whoever ends one and then finds no call knows that none will begin.
+class Subscriptions::Call {
+ public:
+  explicit Call(Subscription& of) : of_(of) {
+    ++of_.calls;
+    ++callbacksHere;
+  }
+  ~Call() {
+    --callbacksHere;
+    if (--of_.calls == 0) of_.calls.notify_all();
+  }
+  Call(const Call&) = delete;
+  Call& operator=(const Call&) = delete;
+
+ private:
+  Subscription& of_;
+};
 
 void Subscriptions::add(const void* observer, const std::string& name, Callback callback) {
   if (!callback) return;
@@ -14,13 +39,19 @@ void Subscriptions::add(const void* observer, const std::string& name, Callback 
 template <class Matches>
 void Subscriptions::end(Matches matches) {
   std::vector<std::shared_ptr<Subscription>> ended;  // destroyed without the lock
-  const std::lock_guard lock(mutex_);
-  std::erase_if(subscriptions_, [&](const auto& entry) {
-    const bool matching = matches(*entry);
-    if (matching) ended.push_back(entry);
-    return matching;
-  });
+  {
+    const std::lock_guard lock(mutex_);
+    std::erase_if(subscriptions_, [&](const auto& entry) {
+      const bool matching = matches(*entry);
+      if (matching) ended.push_back(entry);
+      return matching;
+    });
+  }
   for (const auto& entry : ended) entry->ended = true;
+  if (callbacksHere > 0) return;
+  for (const auto& entry : ended) {
+    for (int calls = entry->calls; calls > 0; calls = entry->calls) entry->calls.wait(calls);
+  }
 }
 
 void Subscriptions::remove(const void* observer, const std::string& name) {
@@ -43,6 +74,7 @@ void Subscriptions::call(const std::string& name) const {
                  [&](const auto& entry) { return entry->name == name; });
   }
   for (const auto& entry : called) {
+    const Call underWay(*entry);
     if (!entry->ended) entry->callback(name);
   }
 }

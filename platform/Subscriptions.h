@@ -12,15 +12,20 @@ namespace vemo {
 
 /// The subscriptions of a notification centre, in the order in which they were made.
 /// Any thread; the lock is never held while a callback is called or destroyed.
+///
+/// What ends a subscription waits for calls of it that are under way on other threads, so
+/// that none is left when it returns: the caller must not hold what a callback waits for.
+/// From within a callback, of whichever centre, it does not wait, as two that end each
+/// other would wait for ever; a call under way on another thread then still finishes.
 class Subscriptions {
  public:
   using Callback = std::function<void(const std::string& name)>;
 
   void add(const void* observer, const std::string& name, Callback callback);
 
-  /// Ends the subscriptions of `observer` to `name`; no call begins afterwards.
+  /// Ends the subscriptions of `observer` to `name`.
   void remove(const void* observer, const std::string& name);
-  /// Ends every subscription of `observer`; no call begins afterwards.
+  /// Ends every subscription of `observer`.
   void removeEvery(const void* observer);
   /// Ends all.
   void clear();
@@ -36,7 +41,10 @@ class Subscriptions {
     std::string name;
     Callback callback;
     std::atomic<bool> ended = false;
+    std::atomic<int> calls = 0;  // under way
   };
+
+  class Call;
 
   template <class Matches>
   void end(Matches matches);

@@ -1,5 +1,7 @@
 #include "webview/VEMOKOBUMsgRouter.h"
 
+#include "bridge/ScreenKitNotifications.h"
+
 namespace vemo {
 
 VEMOKOBUMsgRouter::VEMOKOBUMsgRouter(std::unique_ptr<VEMOJSMsgRouter> base, Platform platform)
@@ -9,9 +11,8 @@ std::shared_ptr<VEMOKOBUMsgRouter> VEMOKOBUMsgRouter::create(std::unique_ptr<VEM
                                                              Platform platform) {
   const std::shared_ptr<VEMOKOBUMsgRouter> router(
       new VEMOKOBUMsgRouter(std::move(base), std::move(platform)));
-  for (const auto* name : {kVEMOScreenKit_Started_Notify, kVEMOScreenKit_Paused_Notify,
-                           kVEMOScreenKit_Resumed_Notify, kVEMOScreenKit_Finished_Notify}) {
-    router->registerForScreenKitNotificationsWithName(name);
+  for (const auto& notification : kScreenKitNotifications) {
+    router->registerForScreenKitNotificationsWithName(notification.name);
   }
   router->registRouter();
   return router;

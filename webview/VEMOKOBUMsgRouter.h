@@ -33,12 +33,6 @@ using VEMORoomCallback = std::function<void(VEMOModule module, std::int64_t code
 /// The completion of any other operation: `code` 0 is success.
 using VEMOCallback = std::function<void(VEMOModule module, std::int64_t code, const Text& desc)>;
 
-/// What the screen-broadcast extension posts across processes.
-inline constexpr const char* kVEMOScreenKit_Started_Notify = "VEMOScreenKit_Started_Notify";
-inline constexpr const char* kVEMOScreenKit_Paused_Notify = "VEMOScreenKit_Paused_Notify";
-inline constexpr const char* kVEMOScreenKit_Resumed_Notify = "VEMOScreenKit_Resumed_Notify";
-inline constexpr const char* kVEMOScreenKit_Finished_Notify = "VEMOScreenKit_Finished_Notify";
-
 /// The router between a page and the real-time audio/video engine: page commands become
 /// calls of the engine, the engine's events become calls of page functions and of native
 /// listeners, and the host drives the same engine through the operations below.

@@ -1,3 +1,6 @@
+#include <algorithm>
+
+#include "bridge/ScreenKitNotifications.h"
 #include "webview/TextForms.h"
 #include "webview/event_routing.h"
 
@@ -9,11 +12,9 @@ constexpr auto kCaptureInApp = param::ScreenCaptureMode::inApp;
 constexpr auto kCaptureByReplaykit = param::ScreenCaptureMode::byReplaykit;
 
 std::string_view eventWord(const std::string& notification) {
-  if (notification == kVEMOScreenKit_Started_Notify) return "started";
-  if (notification == kVEMOScreenKit_Paused_Notify) return "paused";
-  if (notification == kVEMOScreenKit_Resumed_Notify) return "resumed";
-  if (notification == kVEMOScreenKit_Finished_Notify) return "finished";
-  return {};
+  const auto known =
+      std::ranges::find(kScreenKitNotifications, notification, &ScreenKitNotification::name);
+  return known == kScreenKitNotifications.end() ? std::string_view() : known->event;
 }
 
 }  // namespace

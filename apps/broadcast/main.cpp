@@ -2,39 +2,32 @@
 // of its own.
 
 #include <algorithm>
-#include <array>
+#include <chrono>
 #include <cstddef>
 #include <iostream>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include "bridge/ScreenKitNotifications.h"
 #include "platform/DBusNotificationCenter.h"
-#include "webview/VEMOKOBUMsgRouter.h"
 
 namespace {
 
-constexpr int kUsageError = 2;
+constexpr int kFailure = 2;
 constexpr std::string_view kUsage =
     "usage: vemo-broadcast [started|paused|resumed|finished]...\n"
     "Posts the notifications of a screen broadcast on the session bus, in the order of the\n"
     "arguments; without arguments, those named by the lines of standard input.\n"
-    "Exit status: 0 done, 2 an event is unknown or there is no session bus.\n";
-
-struct Event {
-  std::string_view word;
-  const char* notification;
-};
-constexpr std::array kEvents{Event{"started", vemo::kVEMOScreenKit_Started_Notify},
-                             Event{"paused", vemo::kVEMOScreenKit_Paused_Notify},
-                             Event{"resumed", vemo::kVEMOScreenKit_Resumed_Notify},
-                             Event{"finished", vemo::kVEMOScreenKit_Finished_Notify}};
+    "Exit status: 0 done, 2 an event is unknown or the session bus does not take it.\n";
 
 /// The event called `word`; null, once that was said, when there is none.
-const Event* eventCalled(std::string_view word, const std::string& where) {
-  const auto* const event = std::find_if(kEvents.begin(), kEvents.end(),
-                                         [&](const Event& each) { return each.word == word; });
-  if (event != kEvents.end()) return event;
+const vemo::ScreenKitNotification* eventCalled(std::string_view word, const std::string& where) {
+  const auto* const event =
+      std::ranges::find(vemo::kScreenKitNotifications, word, &vemo::ScreenKitNotification::event);
+  if (event != vemo::kScreenKitNotifications.end()) return event;
   std::cerr << "vemo-broadcast: " << where << "there is no event \"" << word
             << "\"; there are started, paused, resumed and finished\n";
   return nullptr;
@@ -47,8 +40,8 @@ int postLines(vemo::CrossProcessNotificationCenter& center) {
     if (line.ends_with('\r')) line.pop_back();
     if (line.empty()) continue;
     const auto* event = eventCalled(line, "line " + std::to_string(number) + ": ");
-    if (!event) return kUsageError;
-    center.post(event->notification);
+    if (!event) return kFailure;
+    center.post(event->name);
   }
   return 0;
 }
@@ -61,18 +54,27 @@ int main(int argc, char** argv) {
     std::cout << kUsage;
     return 0;
   }
-  std::vector<const Event*> events;
+  std::vector<const vemo::ScreenKitNotification*> events;
   for (const auto word : words) {
     events.push_back(eventCalled(word, ""));
-    if (!events.back()) return kUsageError;
+    if (!events.back()) return kFailure;
   }
+  bool dropped = false;  // read once the centre, whose thread writes it, is gone
+  vemo::DBusNotificationCenterOptions options;
+  options.endLimit = std::chrono::seconds(5);  // the program is there for nothing else
+  options.news = [&](vemo::DBusNews news, const std::string& sentence) {
+    std::cerr << "vemo-broadcast: " << sentence << '\n';
+    if (news == vemo::DBusNews::dropped) dropped = true;
+  };
   std::string error;
-  const auto center = vemo::DBusNotificationCenter::create({}, &error);
+  auto center = vemo::DBusNotificationCenter::create(std::move(options), &error);
   if (!center) {
     std::cerr << "vemo-broadcast: " << error << '\n';
-    return kUsageError;
+    return kFailure;
   }
-  if (words.empty()) return postLines(*center);
-  for (const auto* event : events) center->post(event->notification);
-  return 0;
+  int status = 0;
+  if (words.empty()) status = postLines(*center);
+  for (const auto* event : events) center->post(event->name);
+  center.reset();
+  return dropped ? kFailure : status;
 }

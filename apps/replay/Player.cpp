@@ -44,7 +44,7 @@ Player::Player() {
   const VEMOWebView& webView = *webView_;
   logger_.setWebViewAddress(reinterpret_cast<std::uintptr_t>(&webView));
   create();
-  mainQueue_.drain();
+  drain();
 }
 
 Player::~Player() { finish(); }
@@ -52,12 +52,12 @@ Player::~Player() { finish(); }
 void Player::play(const Step& step) {
   recorder_.beginStep(++step_);
   perform(step);
-  if (!step.hold) mainQueue_.drain();
+  if (!step.hold) drain();
 }
 
 std::map<std::string, int> Player::finish() {
   recorder_.close();
-  mainQueue_.drain();
+  drain();
   router_.reset();
   crossProcess_.forget();
   engineClass_.open() = {};
@@ -66,6 +66,11 @@ std::map<std::string, int> Player::finish() {
   downloads_.open().clear();
   objects_.clear();
   return census_.alive();
+}
+
+void Player::drain() {
+  while (mainQueue_.drain() > 0) {
+  }
 }
 
 void Player::perform(const Step& step) {
@@ -86,7 +91,7 @@ void Player::perform(const Step& step) {
     case Verb::get: return get(step);
     case Verb::drain:
       requireTrue(step);
-      mainQueue_.drain();
+      drain();
       return;
     case Verb::free:
       requireTrue(step);

@@ -60,6 +60,8 @@ class Player {
   void listener(const Step& step);
   void get(const Step& step);
   void create();
+  /// Runs what the main queue holds, until it is empty.
+  void drain();
 
   void changeDevice(const json::object& changes);
   void dispatch(const Step& step, const std::shared_ptr<VEMOJSMsgItem>& item, bool hasAction,

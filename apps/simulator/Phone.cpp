@@ -7,6 +7,7 @@
 #include <chrono>
 #include <utility>
 
+#include "bridge/ScreenKitNotifications.h"
 #include "json/JsonText.h"
 #include "json/Lookup.h"
 #include "platform/InProcessNotificationCenter.h"
@@ -153,10 +154,15 @@ std::string Phone::handleNetwork(const boost::json::object& frame) {
 }
 
 std::string Phone::handleBroadcast(const boost::json::object& frame) {
-  constexpr std::array<std::string_view, 4> kEvents{"Started", "Paused", "Resumed", "Finished"};
-  const auto event = vemo_safeNSStringForKey(&frame, "event").value_or("");
-  if (std::ranges::find(kEvents, event) == kEvents.end()) return "the broadcast has no such event";
-  parts_->extensionNotifications.post("VEMOScreenKit_" + std::string(event) + "_Notify");
+  constexpr std::array<ScreenKitNotification, 4> kEvents{
+      {{"Started", kVEMOScreenKit_Started_Notify},
+       {"Paused", kVEMOScreenKit_Paused_Notify},
+       {"Resumed", kVEMOScreenKit_Resumed_Notify},
+       {"Finished", kVEMOScreenKit_Finished_Notify}}};
+  const auto word = vemo_safeNSStringForKey(&frame, "event").value_or("");
+  const auto* const event = std::ranges::find(kEvents, word, &ScreenKitNotification::event);
+  if (event == kEvents.end()) return "the broadcast has no such event";
+  parts_->extensionNotifications.post(event->name);
   return {};
 }
 

@@ -69,7 +69,8 @@ int run(int argc, char** argv) {
       return std::make_unique<Phone>(environment, std::move(page));
     });
   }
-  mainQueue.drain();  // what the last phones left behind
+  while (mainQueue.drain() > 0) {  // what the last phones left behind
+  }
   return 0;
 }
 

@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "bridge/NotificationCenter.h"
@@ -137,16 +139,47 @@ TYPED_TEST_P(CrossProcessNotificationCenterContract, ACallbackMayPostSubscribeAn
 }
 
 TYPED_TEST_P(CrossProcessNotificationCenterContract, MayBeDestroyedByItsOwnCallback) {
-  const auto token = std::make_shared<int>();
-  this->center().addObserver(&this->first_, "end", [this, token](const std::string& name) {
+  this->center().addObserver(&this->first_, "end", [this](const std::string& name) {
     this->maker_.destroy();
     this->arrivals_.add(name);
   });
-  this->center().addObserver(&this->second_, "end", this->arriving());
+  // Nobody can call the second any more once what it holds is gone.
+  std::shared_ptr<void> token(nullptr, [this](void*) { this->arrivals_.add("second let go"); });
+  this->center().addObserver(
+      &this->second_, "end",
+      [this, token = std::move(token)](const std::string&) { this->arrivals_.add("called"); });
   this->center().post("end");
   this->maker_.settle();
-  EXPECT_EQ(this->arrivals_.next(), "end");
+  auto names = this->arrivals_.next(2);
+  std::sort(names.begin(), names.end());
+  EXPECT_EQ(names, (std::vector<std::string>{"end", "second let go"}));
   EXPECT_EQ(this->arrivals_.count(), 0U);
+}
+
+TYPED_TEST_P(CrossProcessNotificationCenterContract, BeginsNoCallAfterARemoval) {
+  std::atomic<bool> done = false;
+  std::thread poster([&] {
+    while (!done) {
+      this->center().post("a");
+      std::this_thread::yield();
+    }
+  });
+  for (int round = 0; round < 1000; ++round) {
+    const auto removed = std::make_shared<std::atomic<bool>>(false);
+    this->center().addObserver(&this->first_, "a", [this, removed](const std::string& name) {
+      EXPECT_FALSE(*removed);
+      this->arrivals_.add(name);
+    });
+    EXPECT_EQ(this->arrivals_.next(), "a");
+    if (round % 2 == 0) {
+      this->center().removeObserver(&this->first_, "a");
+    } else {
+      this->center().removeEveryObserver(&this->first_);
+    }
+    *removed = true;
+  }
+  done = true;
+  poster.join();
 }
 
 TYPED_TEST_P(CrossProcessNotificationCenterContract, MayBeDestroyedWithWorkPending) {
@@ -166,6 +199,6 @@ REGISTER_TYPED_TEST_SUITE_P(CrossProcessNotificationCenterContract, DeliversInOr
                             RemovesOneNameOfOneObserver, RemovesEverySubscriptionOfOneObserver,
                             LetsGoOfCallbacksOfARemovedObserver,
                             ACallbackMayPostSubscribeAndUnsubscribe, MayBeDestroyedByItsOwnCallback,
-                            MayBeDestroyedWithWorkPending);
+                            BeginsNoCallAfterARemoval, MayBeDestroyedWithWorkPending);
 
 }  // namespace vemo

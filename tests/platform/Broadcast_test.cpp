@@ -3,13 +3,18 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "PrivateBus.h"
@@ -38,7 +43,7 @@ class Listener {
   Arrivals<std::string> heard;
 
  private:
-  std::unique_ptr<DBusNotificationCenter> center_ = DBusNotificationCenter::create(bus.address());
+  std::unique_ptr<DBusNotificationCenter> center_ = DBusNotificationCenter::create({bus.address()});
 };
 
 struct Ended {
@@ -91,8 +96,8 @@ TEST(Broadcast, StopsAtALineThatItDoesNotKnow) {
   EXPECT_EQ(ended.status, 2);
   EXPECT_NE(ended.said.find("line 2"), std::string::npos) << ended.said;
   EXPECT_NE(ended.said.find("\"start\""), std::string::npos) << ended.said;
-  EXPECT_EQ(listener.heard.next(), "Started");
-  EXPECT_EQ(listener.heard.count(), 0U);
+  run(on(listener.bus) + kProgram + " finished");  // comes after what would be posted
+  EXPECT_EQ(listener.heard.next(2), (std::vector<std::string>{"Started", "Finished"}));
 }
 
 TEST(Broadcast, SaysThatThereIsNoBus) {
@@ -131,6 +136,80 @@ struct ProcessExtensionLauncherMaker {
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(Process, VEMOExtensionLauncherContract,
                                ProcessExtensionLauncherMaker);
+
+/// A program that says its process id and lives until it is told to end.
+class LivingProgram {
+ public:
+  LivingProgram() {
+    EXPECT_NE(::mkdtemp(folder_.data()), nullptr);
+    EXPECT_EQ(::mkfifo((folder_ + "/id").c_str(), 0600), 0);
+    EXPECT_EQ(::mkfifo((folder_ + "/end").c_str(), 0600), 0);
+  }
+  ~LivingProgram() { std::filesystem::remove_all(folder_); }
+  LivingProgram(const LivingProgram&) = delete;
+  LivingProgram& operator=(const LivingProgram&) = delete;
+
+  std::vector<std::string> command() const {
+    return {"sh", "-c", "cd " + folder_ + " && echo $$ >id && read -r word <end"};
+  }
+  /// The id of the program that was started; waits for it.
+  std::string id() const {
+    std::string id;
+    std::ifstream(folder_ + "/id") >> id;
+    return id;
+  }
+  void end() const { std::ofstream(folder_ + "/end") << "end\n"; }
+
+ private:
+  std::string folder_ = "/tmp/vemo-program-XXXXXX";
+};
+
+/// The state of a process as the system shows it, such as 'S' or 'Z'; 0 when there is none.
+char stateOf(const std::string& id) {
+  std::ifstream file("/proc/" + id + "/stat");
+  std::string text;
+  std::getline(file, text);  // stays empty when the process goes meanwhile
+  const auto name = text.rfind(") ");
+  return name == std::string::npos ? '\0' : text[name + 2];
+}
+
+/// Whether the process goes altogether, not even as a zombie being left of it.
+bool vanishes(const std::string& id) {
+  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+  while (stateOf(id) != '\0') {
+    if (std::chrono::steady_clock::now() > limit) return false;
+    std::this_thread::yield();
+  }
+  return true;
+}
+
+TEST(ProcessExtensionLauncher, LeavesNoZombie) {
+  std::ostringstream log;
+  StreamSystemLog systemLog(log);
+  const LivingProgram program;
+  ProcessExtensionLauncher launcher(systemLog, program.command());
+  launcher.launch();
+  const auto id = program.id();
+  program.end();
+  EXPECT_TRUE(vanishes(id)) << stateOf(id);
+  EXPECT_EQ(log.str(), "");
+}
+
+TEST(ProcessExtensionLauncher, LeavesNoZombieOfAProgramThatOutlivesIt) {
+  std::ostringstream log;
+  StreamSystemLog systemLog(log);
+  const LivingProgram program;
+  std::string id;
+  {
+    ProcessExtensionLauncher launcher(systemLog, program.command());
+    launcher.launch();
+    id = program.id();
+  }
+  const auto state = stateOf(id);
+  EXPECT_TRUE(state != '\0' && state != 'Z') << "the program did not live on";
+  program.end();  // it would wait for ever for a program that is gone
+  EXPECT_TRUE(vanishes(id)) << stateOf(id);
+}
 
 TEST(ProcessExtensionLauncher, TellsTheSystemLogWhatCannotBeStarted) {
   std::ostringstream log;

@@ -2,10 +2,17 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "PrivateBus.h"
@@ -16,59 +23,115 @@
 namespace vemo {
 namespace {
 
+/// A place where a bus should be: connections are made, and nothing answers them.
+class SilentListener {
+ public:
+  SilentListener() {
+    EXPECT_NE(::mkdtemp(folder_.data()), nullptr);
+    sockaddr_un place{};
+    place.sun_family = AF_UNIX;
+    path().copy(place.sun_path, sizeof place.sun_path - 1);
+    EXPECT_EQ(::bind(socket_, reinterpret_cast<const sockaddr*>(&place), sizeof place), 0);
+    EXPECT_EQ(::listen(socket_, 5), 0);
+  }
+  ~SilentListener() {
+    ::close(socket_);
+    std::filesystem::remove_all(folder_);
+  }
+  SilentListener(const SilentListener&) = delete;
+  SilentListener& operator=(const SilentListener&) = delete;
+
+  std::string address() const { return "unix:path=" + path(); }
+
+ private:
+  std::string path() const { return folder_ + "/bus"; }
+
+  const int socket_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  std::string folder_ = "/tmp/vemo-silent-XXXXXX";
+};
+
 struct DBusMaker {
   CrossProcessNotificationCenter& center() { return *center_; }
   void settle() {}
   void destroy() { center_.reset(); }
 
   PrivateBus bus_;
-  std::unique_ptr<DBusNotificationCenter> center_ = DBusNotificationCenter::create(bus_.address());
+  std::unique_ptr<DBusNotificationCenter> center_ =
+      DBusNotificationCenter::create({bus_.address()});
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(DBus, CrossProcessNotificationCenterContract, DBusMaker);
 
 struct DBusCrossProcessCenterTest : ::testing::Test {
-  void listen(CrossProcessNotificationCenter& center, const std::string& name) {
-    center.addObserver(this, name, [this](const std::string& got) { arrivals.add(got); });
+  void listen(CrossProcessNotificationCenter& center, const std::string& name,
+              const std::string& said = "") {
+    center.addObserver(this, name,
+                       [this, said](const std::string& got) { arrivals.add(said + got); });
+  }
+
+  /// Options for the bus, the news going to `news`.
+  DBusNotificationCenterOptions watched() {
+    DBusNotificationCenterOptions options;
+    options.address = bus.address();
+    options.news = [this](DBusNews what, const std::string& sentence) {
+      EXPECT_NE(sentence, "");
+      news.add(what);
+    };
+    return options;
   }
 
   Arrivals<std::string> arrivals;
+  Arrivals<DBusNews> news;
   PrivateBus bus;
 };
 
 TEST_F(DBusCrossProcessCenterTest, CentresOfOneBusHearEachOther) {
-  const auto here = DBusNotificationCenter::create(bus.address());
-  const auto there = DBusNotificationCenter::create(bus.address());
+  const auto here = DBusNotificationCenter::create({bus.address()});
+  const auto there = DBusNotificationCenter::create({bus.address()});
   ASSERT_TRUE(here && there);
   listen(*here, "a");
   listen(*there, "a");
   here->post("a");
   EXPECT_EQ(arrivals.next(2), (std::vector<std::string>{"a", "a"}));
+}
+
+TEST_F(DBusCrossProcessCenterTest, ACentreThatRemovedItsObserverLeavesOthersTheirs) {
+  const auto here = DBusNotificationCenter::create({bus.address()});
+  const auto there = DBusNotificationCenter::create({bus.address()});
+  ASSERT_TRUE(here && there);
+  listen(*here, "a", "here ");
+  listen(*there, "a", "there ");
   there->removeEveryObserver(this);
+  listen(*there, "last", "there ");
   there->post("a");
-  EXPECT_EQ(arrivals.next(), "a");
-  EXPECT_EQ(arrivals.count(), 0U);
+  there->post("last");  // comes after what it would hear
+  auto heard = arrivals.next(2);
+  std::sort(heard.begin(), heard.end());
+  EXPECT_EQ(heard, (std::vector<std::string>{"here a", "there last"}));
 }
 
 TEST_F(DBusCrossProcessCenterTest, OtherBusesHearNothing) {
   const PrivateBus elsewhere;
-  const auto here = DBusNotificationCenter::create(bus.address());
-  const auto there = DBusNotificationCenter::create(elsewhere.address());
+  const auto here = DBusNotificationCenter::create({bus.address()});
+  const auto there = DBusNotificationCenter::create({elsewhere.address()});
   ASSERT_TRUE(here && there);
-  listen(*there, "here");
-  listen(*there, "there");
-  here->post("here");
-  there->post("there");
-  EXPECT_EQ(arrivals.next(), "there");
-  EXPECT_EQ(arrivals.count(), 0U);
+  listen(*here, "a", "here ");
+  listen(*there, "a", "there ");
+  listen(*there, "b", "there ");
+  here->post("a");
+  EXPECT_EQ(arrivals.next(), "here a");
+  there->post("b");  // comes after what it would hear
+  EXPECT_EQ(arrivals.next(), "there b");
 }
 
 TEST_F(DBusCrossProcessCenterTest, WhatWasPostedIsHeardAfterThePosterIsGone) {
-  const auto here = DBusNotificationCenter::create(bus.address());
+  const auto here = DBusNotificationCenter::create({bus.address()});
   ASSERT_TRUE(here);
   listen(*here, "a");
   listen(*here, "b");
   {
-    const auto brief = DBusNotificationCenter::create(bus.address());
+    auto patient = watched();
+    patient.endLimit = std::chrono::seconds(30);
+    const auto brief = DBusNotificationCenter::create(patient);
     ASSERT_TRUE(brief);
     for (const auto* name : {"a", "b", "a"}) brief->post(name);
   }
@@ -76,7 +139,7 @@ TEST_F(DBusCrossProcessCenterTest, WhatWasPostedIsHeardAfterThePosterIsGone) {
 }
 
 TEST_F(DBusCrossProcessCenterTest, NamesAreTexts) {
-  const auto here = DBusNotificationCenter::create(bus.address());
+  const auto here = DBusNotificationCenter::create({bus.address()});
   ASSERT_TRUE(here);
   for (const auto* name : {"", "name with spaces", "课堂", "it's, \"quoted\"", "\uFFFD"}) {
     listen(*here, name);
@@ -88,7 +151,7 @@ TEST_F(DBusCrossProcessCenterTest, NamesAreTexts) {
 }
 
 TEST_F(DBusCrossProcessCenterTest, SignalsOfAnotherFormAreIgnored) {
-  const auto here = DBusNotificationCenter::create(bus.address());
+  const auto here = DBusNotificationCenter::create({bus.address()});
   ASSERT_TRUE(here);
   listen(*here, "a");
   const auto send = "dbus-send --bus='" + bus.address() +
@@ -100,26 +163,161 @@ TEST_F(DBusCrossProcessCenterTest, SignalsOfAnotherFormAreIgnored) {
   EXPECT_EQ(arrivals.count(), 0U);
 }
 
-TEST_F(DBusCrossProcessCenterTest, OutlivesItsBusInSilence) {
-  const auto here = DBusNotificationCenter::create(bus.address());
+TEST_F(DBusCrossProcessCenterTest, ManyArriveInTheirOrder) {
+  const auto here = DBusNotificationCenter::create({bus.address()});
+  ASSERT_TRUE(here);
+  std::vector<std::string> names;
+  for (int i = 0; i < 1000; ++i) names.push_back(std::to_string(i));
+  for (const auto& name : names) listen(*here, name);
+  for (const auto& name : names) here->post(name);
+  EXPECT_EQ(arrivals.next(names.size()), names);
+}
+
+// ---- A bus that goes, and comes back
+
+TEST_F(DBusCrossProcessCenterTest, ComesBackWithItsBus) {
+  const auto here = DBusNotificationCenter::create(watched());
+  ASSERT_TRUE(here);
+  listen(*here, "before");
+  bus.stop();
+  EXPECT_EQ(news.next(), DBusNews::lost);
+  listen(*here, "meanwhile");
+  here->post("before");
+  here->post("meanwhile");
+  bus.start();
+  EXPECT_EQ(news.next(), DBusNews::back);
+  EXPECT_EQ(arrivals.next(2), (std::vector<std::string>{"before", "meanwhile"}));
+  const auto other = DBusNotificationCenter::create({bus.address()});
+  ASSERT_TRUE(other);
+  other->post("meanwhile");
+  EXPECT_EQ(arrivals.next(), "meanwhile");
+  EXPECT_EQ(news.count(), 0U);
+}
+
+TEST_F(DBusCrossProcessCenterTest, ComesBackEachTime) {
+  const auto here = DBusNotificationCenter::create(watched());
   ASSERT_TRUE(here);
   listen(*here, "a");
-  here->post("a");
-  EXPECT_EQ(arrivals.next(), "a");
-  bus.stop();
-  here->post("a");
-  here->removeObserver(this, "a");
+  for (int i = 0; i < 3; ++i) {
+    bus.stop();
+    EXPECT_EQ(news.next(), DBusNews::lost);
+    bus.start();
+    EXPECT_EQ(news.next(), DBusNews::back);
+    here->post("a");
+    EXPECT_EQ(arrivals.next(), "a");
+  }
+}
+
+TEST_F(DBusCrossProcessCenterTest, WhatADeadBusHadNotPassedOnIsSentAgain) {
+  const auto here = DBusNotificationCenter::create(watched());
+  ASSERT_TRUE(here);
   listen(*here, "a");
+  listen(*here, "b");
+  bus.hang();
   here->post("a");
-  EXPECT_EQ(arrivals.count(), 0U);
+  here->post("b");
+  bus.stop();
+  EXPECT_EQ(news.next(), DBusNews::lost);
+  bus.start();
+  EXPECT_EQ(arrivals.next(2), (std::vector<std::string>{"a", "b"}));
+}
+
+TEST_F(DBusCrossProcessCenterTest, DropsTheOldestOfTooManyAndTellsIt) {
+  auto options = watched();
+  options.waitingLimit = 2;
+  const auto here = DBusNotificationCenter::create(options);
+  ASSERT_TRUE(here);
+  for (const auto* name : {"a", "b", "c"}) listen(*here, name);
+  bus.stop();
+  EXPECT_EQ(news.next(), DBusNews::lost);
+  for (const auto* name : {"a", "b", "c"}) here->post(name);
+  EXPECT_EQ(news.next(), DBusNews::dropped);
+  bus.start();
+  EXPECT_EQ(news.next(), DBusNews::back);
+  EXPECT_EQ(arrivals.next(2), (std::vector<std::string>{"b", "c"}));
+}
+
+TEST_F(DBusCrossProcessCenterTest, TellsAtTheEndWhatABusThatIsGoneDidNotTake) {
+  auto here = DBusNotificationCenter::create(watched());
+  ASSERT_TRUE(here);
+  bus.stop();
+  EXPECT_EQ(news.next(), DBusNews::lost);
+  here->post("a");
+  here.reset();
+  EXPECT_EQ(news.next(), DBusNews::dropped);
+}
+
+TEST_F(DBusCrossProcessCenterTest, TheNewsMayEndTheCentre) {
+  std::unique_ptr<DBusNotificationCenter> here;
+  Arrivals<int> assigned;
+  auto options = watched();
+  options.news = [&](DBusNews what, const std::string&) {
+    assigned.next();
+    here.reset();
+    news.add(what);
+  };
+  here = DBusNotificationCenter::create(std::move(options));
+  ASSERT_TRUE(here);
+  assigned.add(1);
+  bus.stop();
+  EXPECT_EQ(news.next(), DBusNews::lost);
+  EXPECT_EQ(here, nullptr);
+}
+
+// ---- A bus that hangs
+
+TEST_F(DBusCrossProcessCenterTest, ABusThatHasStoppedIsNone) {
+  bus.hang();
+  std::string error;
+  DBusNotificationCenterOptions options;
+  options.address = bus.address();
+  options.connectLimit = std::chrono::milliseconds(100);
+  EXPECT_EQ(DBusNotificationCenter::create(options, &error), nullptr);
+  EXPECT_NE(error.find("timed out"), std::string::npos) << error;
+}
+
+TEST_F(DBusCrossProcessCenterTest, ABusThatAcceptsAndIsSilentIsNone) {
+  const SilentListener listener;
+  std::string error;
+  DBusNotificationCenterOptions options;
+  options.address = listener.address();
+  options.connectLimit = std::chrono::milliseconds(100);
+  const auto begun = std::chrono::steady_clock::now();
+  EXPECT_EQ(DBusNotificationCenter::create(options, &error), nullptr);
+  EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(30));
+  EXPECT_NE(error.find("timed out"), std::string::npos) << error;
+}
+
+TEST_F(DBusCrossProcessCenterTest, EndsPromptlyWithABusThatHasStopped) {
+  auto options = watched();
+  options.endLimit = std::chrono::milliseconds(50);
+  auto here = DBusNotificationCenter::create(options);
+  ASSERT_TRUE(here);
+  bus.hang();
+  for (int i = 0; i < 1000; ++i) here->post("a");
+  const auto begun = std::chrono::steady_clock::now();
+  here.reset();
+  EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(4));
+  EXPECT_EQ(news.next(), DBusNews::dropped);
+}
+
+TEST_F(DBusCrossProcessCenterTest, ABusThatGoesOnGetsWhatWasPosted) {
+  const auto here = DBusNotificationCenter::create(watched());
+  ASSERT_TRUE(here);
+  listen(*here, "a");
+  bus.hang();
+  for (int i = 0; i < 500; ++i) here->post("a");
+  bus.goOn();
+  EXPECT_EQ(arrivals.next(500).size(), 500U);
+  EXPECT_EQ(news.count(), 0U);
 }
 
 TEST_F(DBusCrossProcessCenterTest, SaysWhyThereIsNoBus) {
   std::string error;
-  EXPECT_EQ(DBusNotificationCenter::create("unix:path=/nonexistent", &error), nullptr);
+  EXPECT_EQ(DBusNotificationCenter::create({"unix:path=/nonexistent"}, &error), nullptr);
   EXPECT_NE(error.find("unix:path=/nonexistent"), std::string::npos) << error;
   error.clear();
-  EXPECT_EQ(DBusNotificationCenter::create("nonsense", &error), nullptr);
+  EXPECT_EQ(DBusNotificationCenter::create({"nonsense"}, &error), nullptr);
   EXPECT_NE(error.find("nonsense"), std::string::npos) << error;
 }
 
@@ -137,9 +335,9 @@ class SessionBus {
 TEST_F(DBusCrossProcessCenterTest, ACentreIsMadeOnTheSessionBus) {
   const SessionBus session(bus.address());
   std::string whyNoBus;
-  const auto center = makeCrossProcessCenter(&whyNoBus);
+  const auto center = makeCrossProcessCenter({}, &whyNoBus);
   EXPECT_EQ(whyNoBus, "");
-  const auto other = DBusNotificationCenter::create(bus.address());
+  const auto other = DBusNotificationCenter::create({bus.address()});
   ASSERT_TRUE(center && other);
   listen(*center, "a");
   other->post("a");
@@ -149,7 +347,7 @@ TEST_F(DBusCrossProcessCenterTest, ACentreIsMadeOnTheSessionBus) {
 TEST_F(DBusCrossProcessCenterTest, WithoutABusACentreReachesItsProcess) {
   const SessionBus session("unix:path=/nonexistent");
   std::string whyNoBus;
-  const auto center = makeCrossProcessCenter(&whyNoBus);
+  const auto center = makeCrossProcessCenter({}, &whyNoBus);
   EXPECT_NE(whyNoBus, "");
   ASSERT_TRUE(center);
   listen(*center, "a");

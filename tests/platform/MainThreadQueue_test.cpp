@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
+#include <stdexcept>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -15,20 +17,58 @@ namespace {
 
 struct MainThreadQueueMaker {
   MainQueue& queue() { return *queue_; }
-  void drain() { queue_->drain(); }
+  void drain() {
+    while (queue_->drain() > 0) {
+    }
+  }
   void destroy() { queue_.reset(); }
 
   std::unique_ptr<MainThreadQueue> queue_ = std::make_unique<MainThreadQueue>();
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(MainThreadQueue, MainQueueContract, MainThreadQueueMaker);
 
-TEST(MainThreadQueue, DrainSaysHowManyItRan) {
+TEST(MainThreadQueue, DrainRunsWhatWaitsAndSaysHowManyItRan) {
   MainThreadQueue queue;
   EXPECT_EQ(queue.drain(), 0U);
   queue.dispatchAsync([] {});
   queue.dispatchAsync([&] { queue.dispatchAsync([] {}); });
-  EXPECT_EQ(queue.drain(), 3U);
+  EXPECT_EQ(queue.drain(), 2U);
+  EXPECT_EQ(queue.drain(), 1U);
   EXPECT_EQ(queue.drain(), 0U);
+}
+
+// Those who queue faster than the tasks run must not keep the host's event loop.
+TEST(MainThreadQueue, ADrainEndsWhileTasksQueueMoreAndAsksForAnother) {
+  int woken = 0;
+  MainThreadQueue queue([&] { ++woken; });
+  int left = 1000;
+  const std::function<void()> again = [&] {
+    if (--left > 0) queue.dispatchAsync(again);
+  };
+  queue.dispatchAsync(again);
+  for (int drains = 1; drains <= 1000; ++drains) {
+    woken = 0;
+    EXPECT_EQ(queue.drain(), 1U);
+    EXPECT_EQ(woken > 0, drains < 1000) << drains;
+  }
+  EXPECT_EQ(left, 0);
+}
+
+TEST(MainThreadQueue, AHostThatDrainsWhenItIsWokenRunsWhateverIsQueued) {
+  constexpr int kThreads = 4;
+  constexpr int kTasks = 500;
+  Arrivals<int> wakes;
+  MainThreadQueue queue([&] { wakes.add(1); });
+  std::vector<std::thread> threads;
+  int ran = 0;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&] {
+      for (int i = 0; i < kTasks; ++i) queue.dispatchAsync([&] { ++ran; });
+    });
+  }
+  while (ran < kThreads * kTasks && wakes.next()) queue.drain();
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(ran, kThreads * kTasks);
 }
 
 TEST(MainThreadQueue, ATaskThatDrainsRunsNothingInside) {
@@ -130,6 +170,53 @@ TEST(MainThreadQueue, TasksQueuedWhileItDiesAreDestroyedToo) {
   queue->dispatchAsync([last = std::move(last)] {});
   queue.reset();
   EXPECT_TRUE(held.expired());
+}
+
+// As a router does that owns its pieces, when the work of an event was the last to hold it.
+TEST(MainThreadQueue, ATaskMayDestroyTheQueueThatDrains) {
+  auto queue = std::make_unique<MainThreadQueue>();
+  auto& drained = *queue;
+  const auto token = std::make_shared<int>();
+  drained.dispatchAsync([&] { queue.reset(); });
+  drained.dispatchAsync([token] { ADD_FAILURE(); });
+  EXPECT_EQ(drained.drain(), 1U);
+  EXPECT_EQ(queue, nullptr);
+  EXPECT_EQ(token.use_count(), 1);
+}
+
+TEST(MainThreadQueue, TheEndOfATaskMayDestroyTheQueueThatRuns) {
+  auto queue = std::make_shared<MainThreadQueue>();
+  auto& running = *queue;
+  const std::weak_ptr<MainThreadQueue> watched = queue;
+  running.dispatchAsync([owner = std::move(queue)] {});
+  running.run();
+  EXPECT_TRUE(watched.expired());
+}
+
+TEST(MainThreadQueue, AnExceptionLeavesTheDrainAndLosesNothing) {
+  int woken = 0;
+  MainThreadQueue queue([&] { ++woken; });
+  std::vector<int> ran;
+  queue.dispatchAsync([] { throw std::runtime_error("a task's"); });
+  queue.dispatchAsync([&] { ran.push_back(1); });
+  woken = 0;
+  EXPECT_THROW(queue.drain(), std::runtime_error);
+  EXPECT_EQ(woken, 1) << "the host does not know that more waits";
+  EXPECT_EQ(queue.drain(), 1U);
+  EXPECT_EQ(ran, std::vector{1});
+}
+
+TEST(MainThreadQueue, AnExceptionLeavesTheRunAndLosesNothing) {
+  MainThreadQueue queue;
+  std::vector<int> ran;
+  queue.dispatchAsync([] { throw std::runtime_error("a task's"); });
+  queue.dispatchAsync([&] {
+    ran.push_back(1);
+    queue.stop();
+  });
+  EXPECT_THROW(queue.run(), std::runtime_error);
+  queue.run();
+  EXPECT_EQ(ran, std::vector{1});
 }
 
 }  // namespace

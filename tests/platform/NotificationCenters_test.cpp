@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <memory>
+#include <string>
 #include <thread>
 
 #include "platform/InProcessNotificationCenter.h"
@@ -59,12 +61,67 @@ TEST(LoopbackNotificationCenter, IsAWorldOfItsOwn) {
   LoopbackNotificationCenter center;
   LoopbackNotificationCenter other;
   int observer = 0;
-  Arrivals<int> arrivals;
-  other.addObserver(&observer, "a", [&](const std::string&) { arrivals.add(1); });
-  center.addObserver(&observer, "a", [&](const std::string&) { arrivals.add(2); });
+  Arrivals<std::string> arrivals;
+  for (const auto* name : {"a", "b"}) {
+    center.addObserver(&observer, name,
+                       [&](const std::string& got) { arrivals.add("center " + got); });
+    other.addObserver(&observer, name,
+                      [&](const std::string& got) { arrivals.add("other " + got); });
+  }
   center.post("a");
-  EXPECT_EQ(arrivals.next(), 2);
-  EXPECT_EQ(arrivals.count(), 0U);
+  EXPECT_EQ(arrivals.next(), "center a");
+  other.post("b");  // comes after whatever else it would hear
+  EXPECT_EQ(arrivals.next(), "other b");
+  center.post("b");
+  EXPECT_EQ(arrivals.next(), "center b");
+}
+
+/// A call that lasts until it is told to end, on a thread of its own.
+class LongCall {
+ public:
+  explicit LongCall(NotificationCenter& center) {
+    center.addObserver(this, "long", [this](const std::string&) {
+      begun_.add(1);
+      end_.next();
+      ended_ = true;
+    });
+    thread_ = std::thread([&center] { center.post("long"); });
+    begun_.next();
+  }
+  ~LongCall() { thread_.join(); }
+  LongCall(const LongCall&) = delete;
+  LongCall& operator=(const LongCall&) = delete;
+
+  void end() { end_.add(1); }
+  bool ended() const { return ended_; }
+
+ private:
+  Arrivals<int> begun_;
+  Arrivals<int> end_;
+  std::atomic<bool> ended_ = false;
+  std::thread thread_;
+};
+
+TEST(InProcessNotificationCenter, ARemovalWaitsForACallOnAnotherThread) {
+  InProcessNotificationCenter center;
+  LongCall call(center);
+  std::thread ender([&] { call.end(); });
+  center.removeEveryObserver(&call);
+  EXPECT_TRUE(call.ended());
+  ender.join();
+}
+
+TEST(InProcessNotificationCenter, ARemovalFromACallbackDoesNotWait) {
+  InProcessNotificationCenter center;
+  LongCall call(center);
+  int observer = 0;
+  center.addObserver(&observer, "remove", [&](const std::string&) {
+    center.removeEveryObserver(&call);
+    center.removeEveryObserver(&observer);
+  });
+  center.post("remove");
+  EXPECT_FALSE(call.ended());
+  call.end();
 }
 
 }  // namespace

@@ -195,6 +195,22 @@ TEST_F(RouterTest, OwnerLivesAsLongAsTheRouter) {
   EXPECT_TRUE(seen.expired());
 }
 
+TEST(RouterThatOwnsItsPieces, MayDieInATaskOfItsOwnQueue) {
+  auto platform = std::make_shared<FakePlatform>();
+  const std::weak_ptr<FakePlatform> watched = platform;
+  auto pieces = platform->pieces();
+  pieces.owner = platform;
+  auto router = VEMOKOBUMsgRouter::create(platform->makeBaseRouter(), std::move(pieces));
+  // Queued from there, and holds the router until it is told.
+  std::thread([&] { router->onConnectionLost(); }).join();
+  auto& queue = platform->mainQueue;
+  router.reset();
+  platform.reset();
+  ASSERT_FALSE(watched.expired());
+  EXPECT_EQ(queue.drain(), 1U);
+  EXPECT_TRUE(watched.expired());
+}
+
 /// Drives the router through every place that logs and collects where it says it was.
 std::set<std::pair<std::string, unsigned>> placesOf(const std::vector<LoggedRecord>& records) {
   std::set<std::pair<std::string, unsigned>> places;
