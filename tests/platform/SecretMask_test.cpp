@@ -144,9 +144,8 @@ class RandomJson {
 
  private:
   std::string text() {
-    static const std::vector<std::string> kPieces{
-        "a",       "\"", "\\",           "{",   "}", ":", ",", "é", "\n", "\\u0022",
-        "userSig", " ", "\x7f"};
+    static const std::vector<std::string> kPieces{"a", "\"", "\\",      "{",       "}", ":",   ",",
+                                                  "é", "\n", "\\u0022", "userSig", " ", "\x7f"};
     std::string made;
     for (auto count = random_() % 5; count > 0; --count)
       made += kPieces[random_() % kPieces.size()];
