@@ -47,7 +47,8 @@ class VEMOLogger {
   virtual void updateLogConfig(const std::function<void(DUNLoggerConfig&)>& update) = 0;
 };
 
-/// The operating system's own log: plain lines without structure. Any thread.
+/// The operating system's own log: plain lines without structure. Any thread; returns
+/// without waiting for a reader.
 class SystemLog {
  public:
   virtual ~SystemLog() = default;

@@ -2,19 +2,24 @@
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
-#include <spdlog/async.h>
-#include <spdlog/async_logger.h>
-#include <spdlog/sinks/rotating_file_sink.h>
 #include <spdlog/sinks/sink.h>
-#include <spdlog/sinks/stdout_sinks.h>
 
+#include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <iterator>
+#include <limits>
+#include <mutex>
 #include <optional>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "json/JsonText.h"
+#include "platform/LineOutput.h"
+#include "platform/LineQueue.h"
+#include "platform/RotatingFile.h"
+#include "platform/SecretMask.h"
 
 namespace vemo {
 namespace {
@@ -30,12 +35,12 @@ void appendTime(std::string& line) {
 /// Writes the members of a line that have a value.
 class Members {
  public:
-  explicit Members(std::string& line) : line_(line) {}
+  Members(std::string& line, const SecretMask& mask) : line_(line), mask_(mask) {}
 
   void add(std::string_view name, const std::optional<std::string_view>& text) {
     if (!text) return;
     addName(name);
-    appendJsonString(line_, *text);
+    appendJsonString(line_, mask_.masked(*text, buffer_));
   }
 
   template <class Value>
@@ -51,105 +56,153 @@ class Members {
   }
 
   std::string& line_;
+  const SecretMask& mask_;
+  std::string buffer_;
 };
 
-std::string droppedLine(std::size_t count) {
+/// A line of the logger's own: `count` lines are missing, `what` having happened to them.
+std::string lossLine(std::string_view what, std::size_t count, std::string_view why = {},
+                     std::string_view session = {}) {
   std::string line = "{";
   appendTime(line);
   fmt::format_to(std::back_inserter(line),
-                 R"(,"level":{},"module":"JsonLineLogger","actionName":"dropped","dropped":{}}})",
-                 DUNLogParam::kFailure, count);
+                 R"(,"level":{},"module":"JsonLineLogger","actionName":"{}","{}":{})",
+                 DUNLogParam::kFailure, what, what, count);
+  const auto add = [&](std::string_view name, std::string_view text) {
+    if (text.empty()) return;
+    fmt::format_to(std::back_inserter(line), R"(,"{}":)", name);
+    appendJsonString(line, text);
+  };
+  add("errorDesc", why);
+  add("session", session);
+  line += '}';
   return line;
 }
 
-/// Passes lines on to the target; where the queue has dropped some, it says so first.
-/// Used by the logger's thread alone.
-class DropReporter final : public spdlog::sinks::sink {
- public:
-  DropReporter(spdlog::sink_ptr target, spdlog::details::thread_pool& queue)
-      : target_(std::move(target)), queue_(queue) {}
-
-  void log(const spdlog::details::log_msg& message) override {
-    const auto dropped = queue_.overrun_counter();
-    if (dropped != reported_) {
-      const auto line = droppedLine(dropped - std::exchange(reported_, dropped));
-      target_->log({message.logger_name, spdlog::level::err, line});
-    }
-    target_->log(message);
-  }
-  void flush() override { target_->flush(); }
-  void set_pattern(const std::string& pattern) override { target_->set_pattern(pattern); }
-  void set_formatter(std::unique_ptr<spdlog::formatter> formatter) override {
-    target_->set_formatter(std::move(formatter));
-  }
-
- private:
-  const spdlog::sink_ptr target_;
-  spdlog::details::thread_pool& queue_;
-  std::size_t reported_ = 0;
-};
+constexpr ByteRate kUnlimited{std::numeric_limits<std::size_t>::max(),
+                              std::numeric_limits<std::size_t>::max()};
 
 }  // namespace
 
+/// What the logger and the handles of its sessions share.
+struct JsonLineLogger::Lines {
+  Lines(std::shared_ptr<spdlog::sinks::sink> target, const JsonLineLoggerOptions& options)
+      : mask(options.maskedKeys),
+        queue(std::move(target), options.queuedLines,
+              [](std::string_view what, std::size_t count, std::string_view why) {
+                return lossLine(what, count, why);
+              }) {}
+
+  const SecretMask mask;
+  LineQueue queue;
+};
+
+class JsonLineLogger::Session final : public VEMOLogger {
+ public:
+  Session(std::shared_ptr<Lines> lines, std::string name, ByteRate rate)
+      : lines_(std::move(lines)),
+        name_(std::move(name)),
+        budget_(rate, std::chrono::steady_clock::now()) {}
+  ~Session() override { tellOf(heldBack_); }
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  void log(const DUNLogParam& record) override {
+    const auto line = lineOf(record);
+    std::size_t heldBack = 0;
+    {
+      const std::lock_guard lock(mutex_);
+      if (!budget_.take(line.size() + 1, std::chrono::steady_clock::now())) {
+        ++heldBack_;
+        return;
+      }
+      heldBack = std::exchange(heldBack_, 0);
+    }
+    tellOf(heldBack);
+    lines_->queue.add(line);
+  }
+
+  void updateLogConfig(const std::function<void(DUNLoggerConfig&)>& update) override {
+    DUNLoggerConfig config{sdkAppId_.load()};
+    update(config);
+    sdkAppId_ = config.sdkAppId;
+  }
+
+ private:
+  std::string lineOf(const DUNLogParam& record) const {
+    std::string line;
+    line.reserve(512);
+    line += '{';
+    appendTime(line);
+    Members members(line, lines_->mask);
+    members.add("needReport", record.needReport);
+    members.add("level", record.level);
+    members.add("module", record.module);
+    members.add("actionName", record.actionName);
+    members.add("actionParam", record.actionParam);
+    members.add("errorCode", record.errorCode);
+    members.add("errorDesc", record.errorDesc);
+    members.add("fileName", record.fileName);
+    members.add("funcName", record.funcName);
+    members.add("line", record.line);
+    if (const auto sdkAppId = sdkAppId_.load()) members.add("sdkAppId", std::optional(sdkAppId));
+    if (!name_.empty()) members.add("session", std::optional<std::string_view>(name_));
+    line += '}';
+    return line;
+  }
+
+  void tellOf(std::size_t heldBack) {
+    if (heldBack != 0) lines_->queue.add(lossLine("heldBack", heldBack, {}, name_));
+  }
+
+  const std::shared_ptr<Lines> lines_;
+  const std::string name_;
+  std::atomic<std::uint32_t> sdkAppId_ = 0;
+  std::mutex mutex_;
+  ByteBudget budget_;
+  std::size_t heldBack_ = 0;
+};
+
 std::unique_ptr<JsonLineLogger> JsonLineLogger::create(const JsonLineLoggerOptions& options,
                                                        std::string* error) {
-  if (options.queuedLines == 0) {
-    if (error) *error = "queuedLines must not be 0";
+  const auto fail = [error](const char* why) {
+    if (error) *error = why;
     return nullptr;
-  }
+  };
+  if (options.queuedLines == 0) return fail("queuedLines must not be 0");
+  if (options.maxFileBytes == 0) return fail("maxFileBytes must not be 0");
   try {
-    spdlog::sink_ptr target;
+    std::shared_ptr<spdlog::sinks::sink> target;
     if (options.file.empty()) {
-      target = std::make_shared<spdlog::sinks::stderr_sink_mt>();
+      target = std::make_shared<StandardErrorOutput>();
     } else {
-      target = std::make_shared<spdlog::sinks::rotating_file_sink_st>(
-          options.file, options.maxFileBytes, options.oldFiles);
+      target = std::make_shared<RotatingFile>(options.file, options.maxFileBytes, options.oldFiles);
     }
-    return std::make_unique<JsonLineLogger>(std::move(target), options.queuedLines);
-  } catch (const spdlog::spdlog_ex& problem) {
-    if (error) *error = problem.what();
-    return nullptr;
+    return std::unique_ptr<JsonLineLogger>(
+        new JsonLineLogger(std::make_shared<Lines>(std::move(target), options)));
+  } catch (const std::system_error& problem) {
+    return fail(problem.what());
   }
 }
 
-JsonLineLogger::JsonLineLogger(std::shared_ptr<spdlog::sinks::sink> target, std::size_t queuedLines)
-    : thread_(std::make_shared<spdlog::details::thread_pool>(queuedLines, 1)),
-      lines_(std::make_shared<spdlog::async_logger>(
-          "JsonLineLogger", std::make_shared<DropReporter>(std::move(target), *thread_), thread_,
-          spdlog::async_overflow_policy::overrun_oldest)) {
-  lines_->set_pattern("%v");
-  lines_->flush_on(spdlog::level::trace);  // a reader, or a crash, finds every line written
-}
+JsonLineLogger::JsonLineLogger(std::shared_ptr<spdlog::sinks::sink> target,
+                               const JsonLineLoggerOptions& options)
+    : JsonLineLogger(std::make_shared<Lines>(std::move(target), options)) {}
 
-JsonLineLogger::~JsonLineLogger() {
-  thread_.reset();  // writes what is queued, then ends; the sinks must still be there
-}
+JsonLineLogger::JsonLineLogger(std::shared_ptr<Lines> lines)
+    : lines_(std::move(lines)),
+      own_(std::make_unique<Session>(lines_, std::string(), kUnlimited)) {}
 
-void JsonLineLogger::log(const DUNLogParam& record) {
-  std::string line;
-  line.reserve(512);
-  line += '{';
-  appendTime(line);
-  Members members(line);
-  members.add("needReport", record.needReport);
-  members.add("level", record.level);
-  members.add("module", record.module);
-  members.add("actionName", record.actionName);
-  members.add("actionParam", record.actionParam);
-  members.add("errorCode", record.errorCode);
-  members.add("errorDesc", record.errorDesc);
-  members.add("fileName", record.fileName);
-  members.add("funcName", record.funcName);
-  members.add("line", record.line);
-  if (const auto sdkAppId = sdkAppId_.load()) members.add("sdkAppId", std::optional(sdkAppId));
-  line += '}';
-  lines_->log(spdlog::level::info, line);
-}
+JsonLineLogger::~JsonLineLogger() = default;
+
+void JsonLineLogger::log(const DUNLogParam& record) { own_->log(record); }
 
 void JsonLineLogger::updateLogConfig(const std::function<void(DUNLoggerConfig&)>& update) {
-  DUNLoggerConfig config{sdkAppId_.load()};
-  update(config);
-  sdkAppId_ = config.sdkAppId;
+  own_->updateLogConfig(update);
+}
+
+std::unique_ptr<VEMOLogger> JsonLineLogger::forSession(std::string name, ByteRate rate) const {
+  return std::make_unique<Session>(lines_, std::move(name), rate);
 }
 
 }  // namespace vemo

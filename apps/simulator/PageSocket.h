@@ -26,6 +26,9 @@ class PageListener {
 
   /// One text frame of the page, valid UTF-8.
   virtual void onText(std::string_view text) = 0;
+
+  /// The operator should know what the page did, such as "sent a binary frame; ignored".
+  virtual void onTrouble(std::string_view what) = 0;
 };
 
 /// Makes the listener of a page that has just connected.

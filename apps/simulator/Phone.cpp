@@ -14,6 +14,7 @@
 #include "platform/JSMsgRouter.h"
 #include "platform/LoopbackNotificationCenter.h"
 #include "platform/ReplyDelivery.h"
+#include "simulator/Note.h"
 #include "simulator/PageWebView.h"
 #include "simulator/PhoneScreen.h"
 #include "simulator/PhoneServices.h"
@@ -25,20 +26,21 @@ struct Phone::Parts {
   Parts(const PhoneEnvironment& given, std::shared_ptr<PageSocket> socket)
       : environment(given),
         page(std::move(socket)),
+        logger(given.makeLogger()),
         engineClass(given.cloud.makeEngineClass()),
         services(page, given.mainQueue),
         screen(std::make_shared<PhoneScreen>()) {}
 
   std::unique_ptr<VEMOJSMsgRouter> makeBaseRouter() const {
     return std::make_unique<JSMsgRouter>(
-        environment.logger,
+        *logger,
         std::make_shared<MainThreadReplyDelivery>(environment.mainQueue, "vemoBridge.onReply"),
         std::make_shared<PageWebView>(page));
   }
 
   Platform platform(std::shared_ptr<const void> owner) {
     return {.engineClass = *engineClass,
-            .logger = environment.logger,
+            .logger = *logger,
             .systemLog = environment.systemLog,
             .mainQueue = environment.mainQueue,
             .notifications = notifications,
@@ -56,6 +58,7 @@ struct Phone::Parts {
 
   const PhoneEnvironment environment;
   const std::shared_ptr<PageSocket> page;
+  const std::unique_ptr<VEMOLogger> logger;
   const std::shared_ptr<SimulatedEngineClass> engineClass;
   InProcessNotificationCenter notifications;
   LoopbackNotificationCenter extensionNotifications;
@@ -78,9 +81,11 @@ void Phone::onText(std::string_view text) {
   const auto* frame = problem ? nullptr : value.if_object();
   const auto wrong = frame ? handle(*frame) : std::string("this is no JSON object");
   if (wrong.empty()) return;
-  parts_->environment.note("a page sent a frame that can't be used: " + wrong);
+  onTrouble("sent a frame that can't be used: " + wrong);
   parts_->page->send(jsonText(boost::json::object{{"kind", "problem"}, {"text", wrong}}));
 }
+
+void Phone::onTrouble(std::string_view what) { note(*parts_->logger, what); }
 
 // Each kind of frame in turn; says what is wrong with it, or nothing.
 std::string Phone::handle(const boost::json::object& frame) {

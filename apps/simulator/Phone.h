@@ -20,13 +20,12 @@ class VEMOKOBUMsgRouter;
 /// What all phones of a simulator share; outlives them.
 struct PhoneEnvironment {
   ClassroomCloud& cloud;
-  VEMOLogger& logger;
+  /// Makes the logger of one phone, which takes its records and its notes. Main thread.
+  std::function<std::unique_ptr<VEMOLogger>()> makeLogger;
   SystemLog& systemLog;
   MainQueue& mainQueue;
   DownloadService& downloads;
   ImageDecoder& images;
-  /// Takes a line for the operator. Main thread.
-  std::function<void(std::string_view line)> note;
 };
 
 /// One connected page as a phone of its own: its router, its web view, its engine in the
@@ -45,6 +44,7 @@ class Phone final : public PageListener {
   ~Phone() override;
 
   void onText(std::string_view text) override;
+  void onTrouble(std::string_view what) override;
 
  private:
   struct Parts;

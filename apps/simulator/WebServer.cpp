@@ -149,7 +149,7 @@ class PageConnection final : public std::enable_shared_from_this<PageConnection>
     if (finished_) return;
     bool overflow = false;
     auto frames = outbox_->take(overflow);
-    if (overflow) return drop("doesn't read what it is sent");
+    if (overflow) return drop("it doesn't read what it is sent");
     std::ranges::move(frames, std::back_inserter(unsent_));
     if (!writing_) write();
   }
@@ -180,13 +180,13 @@ class PageConnection final : public std::enable_shared_from_this<PageConnection>
     if (finished_) return;
     if (problem == websocket::error::message_too_big ||
         problem == websocket::error::buffer_overflow)
-      return drop("sent a frame that is too long");
+      return drop("it sent a frame that is too long");
     if (problem) return finish();
     if (stream_.got_text()) {
       const auto bytes = buffer_.cdata();
       listener_->onText({static_cast<const char*>(bytes.data()), bytes.size()});
     } else {
-      state_.options.note("a page sent a binary frame; ignored");
+      listener_->onTrouble("sent a binary frame; ignored");
     }
     buffer_.consume(buffer_.size());
     if (!finished_) read();
@@ -206,7 +206,7 @@ class PageConnection final : public std::enable_shared_from_this<PageConnection>
   }
 
   void drop(std::string_view why) {
-    state_.options.note("dropped a page that " + std::string(why));
+    if (listener_) listener_->onTrouble("was dropped: " + std::string(why));
     hangUp();
   }
 

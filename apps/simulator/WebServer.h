@@ -20,7 +20,7 @@ struct WebServerOptions {
   std::size_t maxFrameBytes = std::size_t{4} << 20U;
   /// A page for which more than this waits to be sent is dropped.
   std::size_t maxUnsentBytes = std::size_t{16} << 20U;
-  /// Takes a line for the operator, such as why a page was dropped. Server's thread.
+  /// Takes a line for the operator that is about no page. Server's thread; returns at once.
   std::function<void(std::string_view line)> note = [](std::string_view) {};
 };
 

@@ -1,3 +1,4 @@
+#include <cstddef>
 #include <exception>
 #include <iostream>
 #include <memory>
@@ -11,6 +12,7 @@
 #include "platform/PixbufImageDecoder.h"
 #include "platform/StreamSystemLog.h"
 #include "simulation/ClassroomCloud.h"
+#include "simulator/Note.h"
 #include "simulator/Options.h"
 #include "simulator/Phone.h"
 #include "simulator/SimulatedMusic.h"
@@ -35,19 +37,19 @@ int run(int argc, char** argv) {
     return 0;
   }
 
-  const auto note = [](std::string_view line) { std::cerr << "vemo-simulator: " << line << '\n'; };
-  WebServerOptions web;
-  web.port = options->port;
-  web.pageFolder = options->pageFolder.empty() ? VEMO_PAGE_FOLDER : options->pageFolder;
-  web.note = note;
-  const auto server = WebServer::open(std::move(web), error);
-  if (!server) return fail(error);
-
   JsonLineLoggerOptions logging;
   logging.file = options->logFile;
   const auto logger = JsonLineLogger::create(logging, &error);
   if (!logger) return fail("Can't write the log: " + error);
   StreamSystemLog systemLog;
+
+  const auto ownLogger = logger->forSession("server");
+  WebServerOptions web;
+  web.port = options->port;
+  web.pageFolder = options->pageFolder.empty() ? VEMO_PAGE_FOLDER : options->pageFolder;
+  web.note = [&](std::string_view line) { note(*ownLogger, line); };
+  const auto server = WebServer::open(std::move(web), error);
+  if (!server) return fail(error);
 
   MainThreadQueue* work = nullptr;
   MainThreadQueue mainQueue([&] { server->post([&] { work->drain(); }); });
@@ -60,8 +62,11 @@ int run(int argc, char** argv) {
     cloudOptions.roomCapacity = options->roomCapacity;
     cloudOptions.musicDuration = simulatedMusic;
     ClassroomCloud cloud(cloudOptions);
-    const PhoneEnvironment environment{cloud,     *logger, systemLog, mainQueue,
-                                       downloads, images,  note};
+    std::size_t pages = 0;
+    const PhoneEnvironment environment{
+        cloud,     [&] { return logger->forSession("page " + std::to_string(++pages)); },
+        systemLog, mainQueue,
+        downloads, images};
 
     server->stopOnSignals();
     std::cout << "http://127.0.0.1:" << server->port() << "/" << std::endl;

@@ -13,7 +13,7 @@ namespace vemo {
 
 /// What every SystemLog promises. A Maker has:
 ///   SystemLog& log();
-///   std::vector<std::string> lines();  what was written so far, in order
+///   std::vector<std::string> lines();  what was written, in order. May end the log
 template <class Maker>
 class SystemLogContract : public ::testing::Test {
  protected:

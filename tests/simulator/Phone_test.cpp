@@ -23,14 +23,26 @@ using boost::json::object;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-class NoLog final : public VEMOLogger, public SystemLog {
+class NoSystemLog final : public SystemLog {
  public:
-  void log(const DUNLogParam&) override {}
+  void writeLine(std::string_view) override {}
+};
+
+/// Keeps the notes; the records of the router are not looked at here.
+class NoteLogger final : public VEMOLogger {
+ public:
+  explicit NoteLogger(std::vector<std::string>& notes) : notes_(notes) {}
+
+  void log(const DUNLogParam& record) override {
+    if (record.actionName == "note") notes_.emplace_back(*record.actionParam);
+  }
   void updateLogConfig(const std::function<void(DUNLoggerConfig&)>& update) override {
     DUNLoggerConfig config;
     update(config);
   }
-  void writeLine(std::string_view) override {}
+
+ private:
+  std::vector<std::string>& notes_;
 };
 
 /// Downloads that end at once with these bytes, decoded by the real decoder.
@@ -135,16 +147,15 @@ class PhoneTest : public testing::Test {
   }
 
   std::shared_ptr<ManualClock> clock_ = std::make_shared<ManualClock>();
-  NoLog log_;
+  NoSystemLog systemLog_;
   MainThreadQueue mainQueue_;
   std::vector<std::string> notes_;
   ClassroomCloud cloud_{cloudOptions(clock_)};
   Bytes downloads_{whitePixel()};
   PixbufImageDecoder images_;
-  PhoneEnvironment environment_{
-      cloud_, log_, log_, mainQueue_, downloads_, images_, [this](std::string_view line) {
-        notes_.emplace_back(line);
-      }};
+  PhoneEnvironment environment_{cloud_,     [this] { return std::make_unique<NoteLogger>(notes_); },
+                                systemLog_, mainQueue_,
+                                downloads_, images_};
 };
 
 TEST_F(PhoneTest, ShowsItsSettingsAtOnce) {
@@ -246,7 +257,13 @@ TEST_F(PhoneTest, FramesThatCannotBeUsedAreToldOf) {
     handset.phone->onText(text);
     EXPECT_EQ(handset.problem(), wrong) << text;
   }
-  EXPECT_EQ(notes_.size(), bad.size());
+  ASSERT_EQ(notes_.size(), bad.size());
+  for (std::size_t i = 0; i < bad.size(); ++i)
+    EXPECT_EQ(notes_[i], "sent a frame that can't be used: " + bad[i].second);
+
+  const std::string longMedia(10'000, 'x');
+  handset.phone->onText(jsonText(object{{"kind", "answer"}, {"media", longMedia}, {"granted", 1}}));
+  EXPECT_LE(notes_.back().size(), 200U);
   command(handset, "initSDK", {}, "init");
   EXPECT_EQ(handset.code("init"), 0);
 }

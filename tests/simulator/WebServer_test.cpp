@@ -51,7 +51,8 @@ class Lines {
 /// Answers each frame by itself, or by many of them when it reads "flood".
 class Echo final : public PageListener {
  public:
-  Echo(std::shared_ptr<PageSocket> page, Lines& events) : page_(std::move(page)), events_(events) {
+  Echo(std::shared_ptr<PageSocket> page, Lines& events, Lines& troubles)
+      : page_(std::move(page)), events_(events), troubles_(troubles) {
     events_.add("came");
   }
   ~Echo() override { events_.add("left"); }
@@ -63,10 +64,12 @@ class Echo final : public PageListener {
       page_->send(std::string(text));
     }
   }
+  void onTrouble(std::string_view what) override { troubles_.add(what); }
 
  private:
   std::shared_ptr<PageSocket> page_;
   Lines& events_;
+  Lines& troubles_;
 };
 
 class WebServerTest : public testing::Test {
@@ -84,14 +87,13 @@ class WebServerTest : public testing::Test {
     options.pageFolder = folder_ / "page";
     options.maxFrameBytes = 50'000;
     options.maxUnsentBytes = 20'000'000;
-    options.note = [this](std::string_view line) { notes_.add(line); };
     std::string error;
     server_ = WebServer::open(options, error);
     EXPECT_TRUE(server_) << error;
     host_ = "127.0.0.1:" + std::to_string(server_->port());
     thread_ = std::thread([this] {
       server_->run([this](std::shared_ptr<PageSocket> page) {
-        return std::make_unique<Echo>(std::move(page), events_);
+        return std::make_unique<Echo>(std::move(page), events_, troubles_);
       });
     });
   }
@@ -162,7 +164,7 @@ class WebServerTest : public testing::Test {
       std::filesystem::temp_directory_path() /
       ("vemo-web-" + std::to_string(getpid()) + "-" +
        testing::UnitTest::GetInstance()->current_test_info()->name());
-  Lines notes_;
+  Lines troubles_;
   Lines events_;
   std::unique_ptr<WebServer> server_;
   std::string host_;
@@ -253,12 +255,12 @@ TEST_F(WebServerTest, IgnoresBinaryFramesAndEndsOnTooLongOnes) {
   mine->text(true);
   mine->write(asio::buffer(std::string("still here")));
   EXPECT_EQ(read(*mine), "still here");
-  EXPECT_EQ(notes_.wait(1).back(), "a page sent a binary frame; ignored");
+  EXPECT_EQ(troubles_.wait(1).back(), "sent a binary frame; ignored");
 
   beast::error_code problem;
   mine->write(asio::buffer(std::string(60'000, 'x')), problem);
   EXPECT_EQ(events_.wait(2).back(), "left");
-  EXPECT_EQ(notes_.wait(2).back(), "dropped a page that sent a frame that is too long");
+  EXPECT_EQ(troubles_.wait(2).back(), "was dropped: it sent a frame that is too long");
 }
 
 TEST_F(WebServerTest, EndsOnBrokenText) {
@@ -277,7 +279,7 @@ TEST_F(WebServerTest, DropsAPageThatDoesNotRead) {
   const auto slow = ownPage();
   ASSERT_TRUE(slow);
   slow->write(asio::buffer(std::string("flood")));
-  EXPECT_EQ(notes_.wait(1).back(), "dropped a page that doesn't read what it is sent");
+  EXPECT_EQ(troubles_.wait(1).back(), "was dropped: it doesn't read what it is sent");
   EXPECT_EQ(events_.wait(2).back(), "left");
 
   const auto other = ownPage();

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string_view>
+
+#include "bridge/VEMOLogger.h"
+
+namespace vemo {
+
+/// Tells the operator something: a record of the program's own, of level 4, with the
+/// module "vemo-simulator" and the action name "note". `text` may hold what a page sent;
+/// it is cut where it is long. Any thread.
+void note(VEMOLogger& logger, std::string_view text);
+
+}  // namespace vemo

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace spdlog {
+class async_logger;
+namespace details {
+class thread_pool;
+}
+namespace sinks {
+class sink;
+}
+}  // namespace spdlog
+
+namespace vemo {
+
+class LineOutput;
+class LossReporter;
+
+/// Lines on their way to a place that may be slow, full or stuck. Whoever adds one never
+/// waits: a thread of the queue's own writes them, and a full queue drops its oldest.
+/// What is lost is counted, and said as soon as it can be, by a line of its own before
+/// the next one. No control character gets through (see visibleText), so one text is one
+/// line; and no signal of writing (SIGPIPE, SIGXFSZ) ends the process.
+///
+/// Threads: any. Destruction writes what waits, and ends even if that can't be written.
+class LineQueue {
+ public:
+  /// The text of a line that says that `count` lines are lost: "dropped" by the full
+  /// queue, or "notWritten", `why` then being what the target said last. Called by the
+  /// queue's thread.
+  using LossLine =
+      std::function<std::string(std::string_view what, std::size_t count, std::string_view why)>;
+
+  /// Writes to `target`, which is used by the queue's thread alone and throws what it
+  /// can't write; it is given each line without its line break. A LineOutput is told to
+  /// hurry at the end. `capacity` is not 0.
+  LineQueue(std::shared_ptr<spdlog::sinks::sink> target, std::size_t capacity, LossLine lossLine);
+  ~LineQueue();
+  LineQueue(const LineQueue&) = delete;
+  LineQueue& operator=(const LineQueue&) = delete;
+
+  void add(std::string_view line);
+
+ private:
+  const std::shared_ptr<LineOutput> output_;  // null when the target is none
+  std::shared_ptr<LossReporter> reporter_;
+  std::shared_ptr<spdlog::details::thread_pool> thread_;
+  std::shared_ptr<spdlog::async_logger> lines_;
+};
+
+}  // namespace vemo

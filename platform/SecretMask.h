@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace vemo {
+
+/// Takes secrets out of text that is JSON or holds some: the values of certain keys are
+/// replaced by a stand-in, and all else stays as it is, byte for byte.
+///
+/// The stand-in is `***` and eight hexadecimal digits: a hash of the value under a key
+/// that this process drew by lot. Within one process the same value has the same one,
+/// so that lines can be told to speak of the same secret; the value can't be got back.
+/// A value that the text breaks off in has `***` alone. An empty text stays: it shows
+/// that there was none.
+///
+/// Found are keys at any depth of objects and arrays, in JSON amid other text, in JSON
+/// text inside the strings of JSON text (eight deep, whatever is escaped there), with
+/// blanks around the colon and escapes in the key. A value that is no text is replaced
+/// as a whole by a stand-in text. Not found is what is no JSON: `userSig=abc`, or a key
+/// without quotes.
+///
+/// Never throws but for want of memory; takes time in proportion to the text's length.
+/// Threads: any.
+class SecretMask {
+ public:
+  /// Masks the values of `keys`, which are compared as a whole and exactly.
+  explicit SecretMask(std::vector<std::string> keys = {"userSig"}) : keys_(std::move(keys)) {}
+
+  /// `text` with its secrets masked: `text` itself when there are none, else a view of
+  /// `buffer`, which then holds the result.
+  std::string_view masked(std::string_view text, std::string& buffer) const;
+
+ private:
+  struct Replacement;
+  std::optional<Replacement> replacement(std::string_view text, std::size_t at,
+                                         unsigned depth) const;
+
+  std::vector<std::string> keys_;
+};
+
+}  // namespace vemo

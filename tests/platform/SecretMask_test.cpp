@@ -1,0 +1,226 @@
+#include "platform/SecretMask.h"
+
+#include <gtest/gtest.h>
+
+#include <boost/json/object.hpp>
+#include <boost/json/parse.hpp>
+#include <boost/json/value.hpp>
+#include <random>
+#include <regex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "json/JsonText.h"
+
+namespace vemo {
+namespace {
+
+using boost::json::object;
+
+std::string masked(std::string_view text, const SecretMask& mask = SecretMask()) {
+  std::string buffer;
+  return std::string(mask.masked(text, buffer));
+}
+
+/// The masked text, with each hash written as "#", so that it can be compared.
+std::string shape(std::string_view text, const SecretMask& mask = SecretMask()) {
+  static const std::regex hash(R"(\*\*\*[0-9a-f]{8})");
+  return std::regex_replace(masked(text, mask), hash, "***#");
+}
+
+std::string inJson(std::string_view text) {
+  std::string out;
+  appendJsonString(out, text);
+  return out;
+}
+
+TEST(SecretMask, MasksTheValueAndNothingElse) {
+  EXPECT_EQ(shape(R"({"userId":"ada","userSig":"eJx1","roomId":7})"),
+            R"({"userId":"ada","userSig":"***#","roomId":7})");
+  EXPECT_EQ(shape(R"(webview(0x5581) : {"userSig":"eJx1"})"),
+            R"(webview(0x5581) : {"userSig":"***#"})");
+  EXPECT_EQ(shape(R"([{"a":{"userSig":"s"}},{"userSig":"t"}])"),
+            R"([{"a":{"userSig":"***#"}},{"userSig":"***#"}])");
+}
+
+TEST(SecretMask, LeavesTextWithoutSecretsWhereItIs) {
+  std::string buffer;
+  for (const std::string_view text :
+       {"", "exitRoom::::::", R"({"userId":"userSig","x":["userSig"]})", R"({"userSigs":"a"})",
+        R"({"UserSig":"a"})", R"({"auserSig":"a"})", "{\"userSig\"}", "userSig:", R"("userSig":)",
+        R"({"userSig":})", R"({"userSig":""})", "\\\"\\\\\"\"", R"({"userSig)", R"({"userSig")"}) {
+    const auto result = SecretMask().masked(text, buffer);
+    EXPECT_EQ(result, text);
+    EXPECT_EQ(result.data(), text.data()) << "a copy was made of " << text;
+  }
+}
+
+TEST(SecretMask, BlanksMayStandAroundTheColon) {
+  EXPECT_EQ(shape("{\"userSig\" \n\t:\r  \"a b\" }"), "{\"userSig\" \n\t:\r  \"***#\" }");
+  EXPECT_EQ(shape(inJson("{\"userSig\" \n\t:\r  \"a b\" }")),
+            R"("{\"userSig\" \n\t:\r  \"***#\" }")");
+}
+
+TEST(SecretMask, KeysAndValuesMayHoldEscapes) {
+  EXPECT_EQ(shape(R"({"user\u0053ig":"a"})"), R"({"user\u0053ig":"***#"})");
+  EXPECT_EQ(shape(R"({"\u0075\u0073er\u0053\u0069g":"a"})"),
+            R"({"\u0075\u0073er\u0053\u0069g":"***#"})");
+  EXPECT_EQ(shape(R"({"userSig":"a\"b\\","x":"y"})"), R"({"userSig":"***#","x":"y"})");
+  EXPECT_EQ(shape(R"({"userSig":"a\\\"b\u0022c","x":"y"})"), R"({"userSig":"***#","x":"y"})");
+  EXPECT_EQ(shape(R"("{\u0022userSig\u0022\u003A\u0022a\u0022,\u0022x\u0022:1}")"),
+            R"("{\u0022userSig\u0022\u003A\u0022***#\u0022,\u0022x\u0022:1}")");
+}
+
+TEST(SecretMask, ValuesThatAreNoTextAreMaskedAsAWhole) {
+  EXPECT_EQ(shape(R"({"userSig":12.5e3,"x":1})"), R"({"userSig":"***#","x":1})");
+  EXPECT_EQ(shape(R"({"userSig": true })"), R"({"userSig": "***#" })");
+  EXPECT_EQ(shape(R"({"userSig":null})"), R"({"userSig":"***#"})");
+  EXPECT_EQ(shape(R"({"userSig":[1,{"a":"]\"}"}],"x":1})"), R"({"userSig":"***#","x":1})");
+  EXPECT_EQ(shape(inJson(R"({"userSig":{"a":"}"},"x":1})")), R"("{\"userSig\":\"***#\",\"x\":1}")");
+  EXPECT_EQ(shape(R"({"userSig":7)"), R"({"userSig":"***#")");
+  EXPECT_EQ(shape(R"({"userSig":[1,"se)"), R"({"userSig":"***")");
+}
+
+TEST(SecretMask, TextThatBreaksOffHidesWhatThereIs) {
+  const std::string whole = R"({"head":{"action":"enterRoom"},"params":{"userSig":"top-secret"}})";
+  for (std::size_t length = 0; length <= whole.size(); ++length) {
+    const auto text = masked(whole.substr(0, length));
+    EXPECT_EQ(text.find("to"), std::string::npos) << text;
+    const auto inner = masked(inJson(whole.substr(0, length)));
+    EXPECT_EQ(inner.find("to"), std::string::npos) << inner;
+    EXPECT_TRUE(boost::json::parse(inner).is_string());
+    const auto cut = inJson(whole);
+    EXPECT_EQ(masked(cut.substr(0, length)).find("to"), std::string::npos);
+  }
+  EXPECT_EQ(masked(R"({"userSig":"sec)"), R"({"userSig":"***)");
+  EXPECT_EQ(masked(R"({"userSig":"sec\)"), R"({"userSig":"***\)");
+  EXPECT_EQ(masked(R"({"userSig":"sec\u00)"), R"({"userSig":"***)");
+  EXPECT_EQ(masked(inJson(R"({"userSig":"sec)")), R"("{\"userSig\":\"***")");
+}
+
+TEST(SecretMask, QuotesInTheTextAroundDoNotHideAKey) {
+  EXPECT_EQ(shape(R"(a 5" screen: {"userSig":"s"})"), R"(a 5" screen: {"userSig":"***#"})");
+  EXPECT_EQ(shape(R"(he said \"{"userSig":"s"}\")"), R"(he said \"{"userSig":"***#"}\")");
+  EXPECT_EQ(shape(R"("{\"userSig\":\"s\"}" and {"userSig":"t"})"),
+            R"("{\"userSig\":\"***#\"}" and {"userSig":"***#"})");
+}
+
+TEST(SecretMask, TheSameSecretHasTheSameStandIn) {
+  const auto first = masked(R"({"userSig":"a/b\u0041"})");
+  EXPECT_EQ(first, masked(R"({"userSig":"a\/bA"})"));
+  EXPECT_EQ(inJson(first), masked(inJson(R"({"userSig":"a/bA"})"))) << "as deep as may be";
+  EXPECT_NE(first, masked(R"({"userSig":"a/bB"})"));
+  EXPECT_EQ(first.find("a/b"), std::string::npos);
+}
+
+TEST(SecretMask, AnyKeysCanBeMasked) {
+  const SecretMask mask({"token", "clé", "a\"b"});
+  EXPECT_EQ(shape(R"({"token":"1","cl\u00e9":"2","clé":"3","userSig":"4","a\"b":"5"})", mask),
+            R"({"token":"***#","cl\u00e9":"***#","clé":"***#","userSig":"4","a\"b":"***#"})");
+  EXPECT_EQ(masked(R"({"userSig":"4"})", SecretMask(std::vector<std::string>())),
+            R"({"userSig":"4"})");
+}
+
+/// JSON of any shape that holds secrets, some of it as text in text.
+class RandomJson {
+ public:
+  explicit RandomJson(unsigned seed) : random_(seed) {}
+
+  boost::json::value value(int depth) {
+    switch (depth == 0 ? random_() % 3 : random_() % 6) {
+      case 0: return boost::json::string(text());
+      case 1: return static_cast<std::int64_t>(random_() % 1000);
+      case 2: return nullptr;
+      case 3: return boost::json::array{value(depth - 1), value(depth - 1)};
+      case 4: return boost::json::string(jsonText(value(depth - 1)));
+      default: {
+        object made{{text(), value(depth - 1)}, {"x", value(depth - 1)}};
+        if (random_() % 2 != 0) made["userSig"] = "SECRET" + text();
+        return made;
+      }
+    }
+  }
+
+ private:
+  std::string text() {
+    static const std::vector<std::string> kPieces{"a", "\"", "\\",      "{",       "}", ":",   ",",
+                                                  "é", "\n", "\\u0022", "userSig", " ", "\x7f"};
+    std::string made;
+    for (auto count = random_() % 5; count > 0; --count)
+      made += kPieces[random_() % kPieces.size()];
+    return made;
+  }
+
+  std::mt19937 random_;
+};
+
+/// The value with its secrets masked one by one, as the mask should do it in the text.
+boost::json::value withoutSecrets(const boost::json::value& value) {
+  if (value.is_object()) {
+    object made;
+    for (const auto& [key, member] : value.get_object()) {
+      if (key == "userSig") {
+        const auto line = boost::json::parse(masked(jsonText(object{{key, member}})));
+        made[key] = line.at("userSig");
+      } else {
+        made[key] = withoutSecrets(member);
+      }
+    }
+    return made;
+  }
+  if (value.is_array()) {
+    boost::json::array made;
+    for (const auto& member : value.get_array()) made.push_back(withoutSecrets(member));
+    return made;
+  }
+  if (value.is_string()) {
+    boost::json::error_code problem;
+    const auto inner = boost::json::parse(value.get_string(), problem);
+    if (!problem && jsonText(inner) == value.get_string())
+      return boost::json::string(jsonText(withoutSecrets(inner)));
+  }
+  return value;
+}
+
+TEST(SecretMask, WhateverTheJsonOnlyItsSecretsChange) {
+  int hidden = 0;
+  for (unsigned seed = 0; seed < 3000; ++seed) {
+    const auto json = RandomJson(seed).value(5);
+    const auto text = jsonText(json);
+    const auto result = masked(text);
+    ASSERT_EQ(result.find("SECRET"), std::string::npos) << text << "\n" << result;
+    ASSERT_EQ(result, jsonText(withoutSecrets(json))) << text;
+    if (result != text) ++hidden;
+  }
+  EXPECT_GT(hidden, 500);
+}
+
+TEST(SecretMask, AnyBytesAreTaken) {
+  std::mt19937 random(1);
+  const std::string alphabet = "\"\\u0022ser:Sig{}[], \xff\n\"\\";
+  for (int i = 0; i < 20'000; ++i) {
+    std::string text;
+    for (auto length = random() % 60; length > 0; --length)
+      text += alphabet[random() % alphabet.size()];
+    if (random() % 2 != 0) text.insert(random() % (text.size() + 1), "\"userSig\":\"");
+    masked(text);
+  }
+}
+
+// Would not end in time if the time grew faster than the text.
+TEST(SecretMask, LongTextsOfTheWorstKindEnd) {
+  const auto repeated = [](std::string_view piece) {
+    std::string text;
+    while (text.size() < 1'000'000) text += piece;
+    return text;
+  };
+  for (const std::string_view piece :
+       {"\"", "\\", "\\\"", "\"userSig\"", "\"userSig\" :", "\"userSig\":[", "\"userSig\":\"\"",
+        "\"userSi", "\\u0022", "\\u0022userSig\\u0022:", "\"userSig\":\\", "\\\\\\\\\\\\\\\"userSi",
+        "\\\\\\\\u0022\\\\\\\\u0075", "\"userSig\"                "})
+    EXPECT_LT(masked(repeated(piece)).size(), 5'000'000U) << piece;
+}
+
+}  // namespace
+}  // namespace vemo
