@@ -107,8 +107,8 @@ DownloadResult RecordingDownloads::result(const DownloadOutcome& outcome) {
   return {std::nullopt, std::make_shared<File>(std::move(bytes))};
 }
 
-std::shared_ptr<VEMOImage> RecordingDecoder::decode(const std::string& bytes) const {
-  return bytes == kImageBytes ? std::make_shared<Image>() : nullptr;
+void RecordingDecoder::decode(std::string bytes, Done done) {
+  done(bytes == kImageBytes ? std::make_shared<Image>() : nullptr);
 }
 
 bool DeviceVersion::isAtLeast(int major, int minor, int patch) const {

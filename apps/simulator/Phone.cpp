@@ -25,6 +25,8 @@ struct Phone::Parts {
       : environment(given),
         page(std::move(socket)),
         engineClass(given.cloud.makeEngineClass()),
+        downloads(given.makeDownloads()),
+        images(given.makeImages()),
         services(page, given.mainQueue),
         screen(std::make_shared<PhoneScreen>()) {}
 
@@ -45,8 +47,8 @@ struct Phone::Parts {
             .captureAuthorization = services,
             .alerts = services,
             .application = services,
-            .downloads = environment.downloads,
-            .images = environment.images,
+            .downloads = *downloads,
+            .images = *images,
             .system = services,
             .extensionLauncher = services,
             .appGroup = services.appGroup(),
@@ -56,6 +58,8 @@ struct Phone::Parts {
   const PhoneEnvironment environment;
   const std::shared_ptr<PageSocket> page;
   const std::shared_ptr<SimulatedEngineClass> engineClass;
+  const std::unique_ptr<DownloadService> downloads;
+  const std::unique_ptr<ImageDecoder> images;
   InProcessNotificationCenter notifications;
   LoopbackNotificationCenter extensionNotifications;
   PhoneServices services;

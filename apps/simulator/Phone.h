@@ -23,8 +23,9 @@ struct PhoneEnvironment {
   VEMOLogger& logger;
   SystemLog& systemLog;
   MainQueue& mainQueue;
-  DownloadService& downloads;
-  ImageDecoder& images;
+  /// Each phone gets its own, so that what one asks for keeps no other waiting.
+  std::function<std::unique_ptr<DownloadService>()> makeDownloads;
+  std::function<std::unique_ptr<ImageDecoder>()> makeImages;
   /// Takes a line for the operator. Main thread.
   std::function<void(std::string_view line)> note;
 };

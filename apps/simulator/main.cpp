@@ -52,7 +52,9 @@ int run(int argc, char** argv) {
   MainThreadQueue* work = nullptr;
   MainThreadQueue mainQueue([&] { server->post([&] { work->drain(); }); });
   work = &mainQueue;
-  CurlDownloadService downloads;
+  CurlDownloadOptions downloading;
+  downloading.loopbackPorts = {server->port()};  // the page's own pictures
+  CurlDownloadService downloads(std::move(downloading));
   PixbufImageDecoder images;
   {
     CloudOptions cloudOptions;
@@ -60,8 +62,13 @@ int run(int argc, char** argv) {
     cloudOptions.roomCapacity = options->roomCapacity;
     cloudOptions.musicDuration = simulatedMusic;
     ClassroomCloud cloud(cloudOptions);
-    const PhoneEnvironment environment{cloud,     *logger, systemLog, mainQueue,
-                                       downloads, images,  note};
+    const PhoneEnvironment environment{.cloud = cloud,
+                                       .logger = *logger,
+                                       .systemLog = systemLog,
+                                       .mainQueue = mainQueue,
+                                       .makeDownloads = [&] { return downloads.forRequester(); },
+                                       .makeImages = [&] { return images.forRequester(); },
+                                       .note = note};
 
     server->stopOnSignals();
     std::cout << "http://127.0.0.1:" << server->port() << "/" << std::endl;
