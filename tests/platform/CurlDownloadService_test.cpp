@@ -85,9 +85,9 @@ struct CurlDownloadServiceTest : ::testing::Test {
 
   DownloadResult fetched(const std::string& url) { return fetched(url, service); }
   static DownloadResult fetched(const std::string& url, DownloadService& by) {
-    Arrivals<DownloadResult> fetched;
-    by.download(url, [&](DownloadResult result) { fetched.add(std::move(result)); });
-    return fetched.next().value_or(DownloadResult{});
+    const auto fetched = std::make_shared<Arrivals<DownloadResult>>();  // it may come too late
+    by.download(url, [fetched](DownloadResult result) { fetched->add(std::move(result)); });
+    return fetched->next().value_or(DownloadResult{});
   }
 
   /// Starts downloads that the server never answers; how they end goes to `results`.
