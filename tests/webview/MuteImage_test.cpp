@@ -55,8 +55,7 @@ class MuteImageTest : public testing::Test {
  protected:
   Platform pieces() {
     const auto rest = platform.pieces();
-    return {.baseRouter = rest.baseRouter,
-            .engineClass = engineClass,
+    return {.engineClass = engineClass,
             .logger = rest.logger,
             .systemLog = rest.systemLog,
             .mainQueue = rest.mainQueue,
@@ -104,7 +103,8 @@ class MuteImageTest : public testing::Test {
   EngineClass engineClass{shown};
   ReadyDownloads downloads;
   SlowDecoder decoder;
-  std::shared_ptr<VEMOKOBUMsgRouter> router = VEMOKOBUMsgRouter::create(pieces());
+  std::shared_ptr<VEMOKOBUMsgRouter> router =
+      VEMOKOBUMsgRouter::create(platform.makeBaseRouter(), pieces());
 };
 
 const std::string kSuccess =
