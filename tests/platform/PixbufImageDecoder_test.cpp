@@ -292,13 +292,16 @@ TEST(PixbufImageDecoder, MayBeDestroyedByACallback) {
   auto decoder = std::make_unique<PixbufImageDecoder>();
   auto requester = decoder->forRequester();
   std::promise<void> go;
+  Arrivals<bool> destroyed;
   requester->decode("", [&](const ImagePtr&) {
     go.get_future().wait();
     decoder.reset();
     requester.reset();
+    destroyed.add(true);
   });
   decoder->decode("", [token = std::move(token)](const ImagePtr&) { FAIL(); });
   go.set_value();
+  EXPECT_EQ(destroyed.next(), true);
   EXPECT_EQ(letGo.next(), true);
 }
 
