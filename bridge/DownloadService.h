@@ -42,7 +42,8 @@ class DownloadService {
 
   /// Starts fetching `url` and returns at once. `done` is called once, on a thread
   /// of the service's own, whatever happens; a scheme that is not served ends with
-  /// an error. The service holds `done` until then.
+  /// an error, and so does an HTTP status of 400 or more, whatever came with it. The service
+  /// holds `done` until then.
   virtual void download(const std::string& url, std::function<void(DownloadResult)> done) = 0;
 };
 

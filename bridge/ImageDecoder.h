@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -17,8 +18,14 @@ class ImageDecoder {
  public:
   virtual ~ImageDecoder() = default;
 
-  /// The image in `bytes`; null when they are no image.
-  virtual std::shared_ptr<VEMOImage> decode(const std::string& bytes) const = 0;
+  using Done = std::function<void(std::shared_ptr<VEMOImage>)>;
+
+  /// Makes the image in `bytes` and gives it to `done`; null when they are no image, or none
+  /// that the decoder has the means for. `done` is called once, within the call or later on a
+  /// thread of the decoder's own; images given one after the other are done in that order.
+  /// The decoder holds `done` until then. When it is destroyed first, it drops `done` without
+  /// calling it.
+  virtual void decode(std::string bytes, Done done) = 0;
 };
 
 }  // namespace vemo

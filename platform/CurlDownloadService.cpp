@@ -1,9 +1,14 @@
 #include "platform/CurlDownloadService.h"
 
 #include <curl/curl.h>
+#include <sys/socket.h>
 
-#include <algorithm>
 #include <array>
+#include <atomic>
+#include <boost/asio/ip/tcp.hpp>
+#include <cstddef>
+#include <cstring>
+#include <future>
 #include <map>
 #include <mutex>
 #include <string_view>
@@ -11,13 +16,16 @@
 #include <utility>
 #include <vector>
 
+#include "platform/PublicAddress.h"
 #include "platform/TemporaryFile.h"
+#include "platform/Turns.h"
+#include "platform/Url.h"
 
 namespace vemo {
 namespace {
 
-constexpr int kIdleMs = 60'000;    // a wake-up comes with every change
-constexpr long kConnections = 16;  // more transfers wait for their turn
+constexpr int kIdleMs = 60'000;       // a wake-up comes with every change
+constexpr long kIdleConnections = 8;  // kept for the next transfer to the same server
 
 struct EasyCleanup {
   void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
@@ -26,34 +34,6 @@ struct MultiCleanup {
   void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
 };
 
-bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-
-bool isSchemeCharacter(char c) {
-  return isLetter(c) || (c >= '0' && c <= '9') || c == '+' || c == '-' || c == '.';
-}
-
-bool isBlankOrControl(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return byte <= 0x20 || byte == 0x7F;
-}
-
-bool isAbsoluteUrl(std::string_view text) {
-  const auto colon = text.find(':');
-  if (colon == std::string_view::npos) return false;
-  const auto scheme = text.substr(0, colon);
-  return !scheme.empty() && isLetter(scheme.front()) && colon + 1 < text.size() &&
-         std::all_of(scheme.begin(), scheme.end(), isSchemeCharacter) &&
-         std::none_of(text.begin(), text.end(), isBlankOrControl);
-}
-
-/// Whether the scheme of an absolute URL is one that we serve.
-bool isServed(std::string_view url) {
-  std::string scheme(url.substr(0, url.find(':')));
-  std::transform(scheme.begin(), scheme.end(), scheme.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
-  return scheme == "http" || scheme == "https";
-}
-
 /// One download: its handle, what has come so far and who waits for it.
 class Transfer {
  public:
@@ -61,23 +41,31 @@ class Transfer {
 
   Transfer(std::string url, Done done) : url_(std::move(url)), done_(std::move(done)) {}
 
-  /// Makes the handle, ready to be run.
-  CURLcode prepare(const CurlDownloadOptions& options) {
+  /// What is wrong with the URL, if anything.
+  CURLcode problem() const {
     // libcurl would guess a scheme, or call one that it doesn't know malformed.
-    if (!isAbsoluteUrl(url_)) return CURLE_URL_MALFORMAT;
-    if (!isServed(url_)) return CURLE_UNSUPPORTED_PROTOCOL;
-    maxBytes_ = options.maxBytes;
-    file_ = TemporaryFile::create(options.folder);
-    if (!file_) return CURLE_WRITE_ERROR;
+    const auto scheme = schemeOf(url_);
+    if (scheme.empty()) return CURLE_URL_MALFORMAT;
+    return scheme == "http" || scheme == "https" ? CURLE_OK : CURLE_UNSUPPORTED_PROTOCOL;
+  }
+
+  /// Makes the handle, ready to be run; null when there can be none. `options` outlives the
+  /// transfer.
+  CURL* prepare(const CurlDownloadOptions& options) {
+    options_ = &options;
     easy_.reset(curl_easy_init());
-    if (!easy_) return CURLE_FAILED_INIT;
     auto* easy = easy_.get();
+    if (!easy) return nullptr;
     curl_easy_setopt(easy, CURLOPT_URL, url_.c_str());
     curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
     curl_easy_setopt(easy, CURLOPT_MAXREDIRS, static_cast<long>(options.maxRedirects));
     curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, static_cast<long>(options.timeLimit.count()));
+    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS,
+                     static_cast<long>(options.connectLimit.count()));
+    curl_easy_setopt(easy, CURLOPT_LOW_SPEED_LIMIT, 1L);  // bytes a second
+    curl_easy_setopt(easy, CURLOPT_LOW_SPEED_TIME, static_cast<long>(options.silenceLimit.count()));
     curl_easy_setopt(easy, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(options.maxBytes));
     curl_easy_setopt(easy, CURLOPT_FAILONERROR, 1L);
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);    // timeouts must not use the process's alarm
@@ -85,23 +73,28 @@ class Transfer {
     curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, error_.data());
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &Transfer::write);
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
-    return CURLE_OK;
+    if (!options.privateAddresses) {
+      curl_easy_setopt(easy, CURLOPT_PROXY, "");
+      curl_easy_setopt(easy, CURLOPT_OPENSOCKETFUNCTION, &Transfer::openSocket);
+      curl_easy_setopt(easy, CURLOPT_OPENSOCKETDATA, this);
+    }
+    return easy;
   }
 
-  CURL* handle() const { return easy_.get(); }
-
-  void finish(CURLcode code) {
-    // The size is known beforehand only where the server tells it.
-    if (tooLong_) code = CURLE_FILESIZE_EXCEEDED;
+  /// Ends the transfer and tells it. `why`: what libcurl doesn't know better.
+  void finish(CURLcode code, std::string_view why = {}) {
+    easy_.reset();
+    // An empty file had no first byte.
+    if (code == CURLE_OK && !haveFile()) code = CURLE_WRITE_ERROR;
+    if (tooLong_) code = CURLE_FILESIZE_EXCEEDED;  // known beforehand only where a server tells it
+    if (code == CURLE_COULDNT_CONNECT && refused_) why = "the address is not a public one";
     DownloadResult result;
     if (code == CURLE_OK) {
       result.file = std::move(file_);
     } else {
-      const std::string_view said(error_.data());
-      const bool own = said.empty() || tooLong_;
-      result.error = {code, own ? std::string(curl_easy_strerror(code)) : std::string(said)};
+      if (why.empty() && !tooLong_) why = error_.data();
+      result.error = {code, std::string(why.empty() ? curl_easy_strerror(code) : why)};
     }
-    easy_.reset();
     if (done_) done_(std::move(result));
   }
 
@@ -112,49 +105,81 @@ class Transfer {
 
   /// How many bytes were taken; fewer than all end the transfer.
   std::size_t append(std::string_view bytes) {
-    tooLong_ = bytes.size() > maxBytes_ - file_->size();
+    if (!haveFile()) return CURL_WRITEFUNC_ERROR;
+    tooLong_ = bytes.size() > options_->maxBytes - file_->size();
     return !tooLong_ && file_->append(bytes) ? bytes.size() : CURL_WRITEFUNC_ERROR;
+  }
+
+  bool haveFile() {
+    if (!file_) file_ = TemporaryFile::create(options_->folder);
+    return file_ != nullptr;
+  }
+
+  static curl_socket_t openSocket(void* self, curlsocktype, curl_sockaddr* to) {
+    return static_cast<Transfer*>(self)->open(*to);
+  }
+
+  /// Called with the very address that is about to be connected to.
+  curl_socket_t open(const curl_sockaddr& to) {
+    boost::asio::ip::tcp::endpoint endpoint;
+    if (to.addrlen > endpoint.capacity()) return CURL_SOCKET_BAD;
+    std::memcpy(endpoint.data(), &to.addr, to.addrlen);
+    endpoint.resize(to.addrlen);
+    const auto address = endpoint.address();
+    refused_ = !isPublic(address) &&
+               !(address.is_loopback() && options_->loopbackPorts.contains(endpoint.port()));
+    return refused_ ? CURL_SOCKET_BAD
+                    : ::socket(to.family, to.socktype | SOCK_CLOEXEC, to.protocol);
   }
 
   const std::string url_;
   Done done_;
-  std::uint64_t maxBytes_ = 0;
+  const CurlDownloadOptions* options_ = nullptr;
   bool tooLong_ = false;
+  bool refused_ = false;
   std::array<char, CURL_ERROR_SIZE> error_{};
   std::shared_ptr<TemporaryFile> file_;
   std::unique_ptr<CURL, EasyCleanup> easy_;
 };
 
+using TransferPtr = std::unique_ptr<Transfer>;
+
 }  // namespace
 
 class CurlDownloadService::Worker {
  public:
+  using RequesterId = Turns<TransferPtr>::Requester;
+
   explicit Worker(CurlDownloadOptions options) : options_(std::move(options)) {
     static const auto ready = curl_global_init(CURL_GLOBAL_DEFAULT);  // once for the process
     static_cast<void>(ready);
     multi_.reset(curl_multi_init());
-    curl_multi_setopt(multi_.get(), CURLMOPT_MAX_TOTAL_CONNECTIONS, kConnections);
+    curl_multi_setopt(multi_.get(), CURLMOPT_MAXCONNECTS, kIdleConnections);
   }
 
   static void start(const std::shared_ptr<Worker>& self) {
     self->thread_ = std::thread([self] { self->run(); });
+    self->id_ = self->thread_.get_id();
   }
 
-  void add(std::unique_ptr<Transfer> transfer) {
-    {
-      const std::lock_guard lock(mutex_);
-      added_.push_back(std::move(transfer));
-    }
-    curl_multi_wakeup(multi_.get());
+  RequesterId newRequester() { return ++lastRequester_; }
+
+  void add(RequesterId requester, TransferPtr transfer) {
+    if (tell([&](News& news) { news.added.push_back({requester, std::move(transfer)}); })) return;
+    transfer->finish(CURLE_ABORTED_BY_CALLBACK);
+  }
+
+  void end(RequesterId requester) {
+    std::promise<void> ended;
+    const auto whenEnded = ended.get_future();
+    const bool told =
+        tell([&](News& news) { news.ended.emplace_back(requester, std::move(ended)); });
+    if (told && !onOwnThread()) whenEnded.wait();
   }
 
   void stop() {
-    {
-      const std::lock_guard lock(mutex_);
-      stopping_ = true;
-    }
-    curl_multi_wakeup(multi_.get());
-    if (thread_.get_id() == std::this_thread::get_id()) {
+    tell([](News& news) { news.stopping = true; });
+    if (onOwnThread()) {
       thread_.detach();
     } else {
       thread_.join();
@@ -162,34 +187,90 @@ class CurlDownloadService::Worker {
   }
 
  private:
-  using Transfers = std::vector<std::unique_ptr<Transfer>>;
+  using Turn = Turns<TransferPtr>::Turn;
+
+  /// What other threads have told.
+  struct News {
+    std::vector<Turn> added;
+    std::vector<std::pair<RequesterId, std::promise<void>>> ended;
+    bool stopping = false;
+  };
+
+  /// Whether `change` was made: nothing can be told any more to a service that stops.
+  template <class Change>
+  bool tell(Change change) {
+    {
+      const std::lock_guard lock(mutex_);
+      if (stopping_) return false;
+      change(news_);
+      stopping_ = news_.stopping;
+    }
+    curl_multi_wakeup(multi_.get());
+    return true;
+  }
+
+  bool onOwnThread() const { return std::this_thread::get_id() == id_; }
 
   void run() {
-    bool stopping = false;
-    while (!stopping) {
-      Transfers added;
+    for (;;) {
+      News news;
       {
         const std::lock_guard lock(mutex_);
-        added.swap(added_);
-        stopping = stopping_;
+        std::swap(news, news_);
       }
-      for (auto& transfer : added) begin(std::move(transfer));
-      if (stopping) break;
+      for (auto& [requester, transfer] : news.added) accept(requester, std::move(transfer));
+      for (auto& [requester, ended] : news.ended) {
+        abort(requester);
+        ended.set_value();
+      }
+      if (news.stopping) break;
+      beginThoseWhoseTurnItIs();
       int running = 0;
       curl_multi_perform(multi_.get(), &running);
       if (finishEnded()) continue;  // callbacks may have changed something
       curl_multi_poll(multi_.get(), nullptr, 0, kIdleMs, nullptr);
     }
-    while (!transfers_.empty()) finish(transfers_.begin()->first, CURLE_ABORTED_BY_CALLBACK);
+    while (auto waiting = turns_.take()) waiting->work->finish(CURLE_ABORTED_BY_CALLBACK);
+    while (!running_.empty()) finish(running_.begin()->first, CURLE_ABORTED_BY_CALLBACK);
   }
 
-  void begin(std::unique_ptr<Transfer> transfer) {
-    if (const auto problem = transfer->prepare(options_); problem != CURLE_OK) {
+  void accept(RequesterId requester, TransferPtr transfer) {
+    if (const auto problem = transfer->problem(); problem != CURLE_OK) {
       transfer->finish(problem);
-      return;
+    } else if (turns_.of(requester).size() >= options_.waitingOfARequester) {
+      transfer->finish(CURLE_AGAIN, "too many downloads wait already");
+    } else {
+      turns_.add(requester, std::move(transfer));
+      beginThoseWhoseTurnItIs();
     }
-    auto* easy = transfer->handle();
-    transfers_.emplace(easy, std::move(transfer));
+  }
+
+  void abort(RequesterId requester) {
+    for (const auto& waiting : turns_.drop(requester)) waiting->finish(CURLE_ABORTED_BY_CALLBACK);
+    std::vector<CURL*> handles;
+    for (const auto& [easy, running] : running_) {
+      if (running.requester == requester) handles.push_back(easy);
+    }
+    for (auto* easy : handles) finish(easy, CURLE_ABORTED_BY_CALLBACK);
+  }
+
+  void beginThoseWhoseTurnItIs() {
+    while (running_.size() < options_.transfers) {
+      auto turn = turns_.take([this](RequesterId each) { return !counts_.contains(each); });
+      if (!turn && running_.size() - counts_.size() < options_.furtherTransfers) {
+        turn = turns_.take(
+            [this](RequesterId each) { return counts_.at(each) < options_.transfersOfARequester; });
+      }
+      if (!turn) return;
+      begin(std::move(*turn));
+    }
+  }
+
+  void begin(Turn turn) {
+    auto* easy = turn.work->prepare(options_);
+    if (!easy) return turn.work->finish(CURLE_FAILED_INIT);
+    ++counts_[turn.requester];
+    running_.emplace(easy, std::move(turn));
     if (curl_multi_add_handle(multi_.get(), easy) != CURLM_OK) finish(easy, CURLE_FAILED_INIT);
   }
 
@@ -206,33 +287,62 @@ class CurlDownloadService::Worker {
 
   void finish(CURL* easy, CURLcode code) {
     curl_multi_remove_handle(multi_.get(), easy);
-    const auto found = transfers_.find(easy);
-    const auto transfer = std::move(found->second);
-    transfers_.erase(found);
-    transfer->finish(code);
+    const auto ended = running_.extract(easy);
+    const auto& turn = ended.mapped();
+    if (--counts_.at(turn.requester) == 0) counts_.erase(turn.requester);
+    turn.work->finish(code);
   }
 
   const CurlDownloadOptions options_;
   std::unique_ptr<CURLM, MultiCleanup> multi_;
-  std::map<CURL*, std::unique_ptr<Transfer>> transfers_;  // the thread's own
+  std::atomic<RequesterId> lastRequester_ = 0;
+
+  // The thread's own.
+  Turns<TransferPtr> turns_;
+  std::map<CURL*, Turn> running_;
+  std::map<RequesterId, std::size_t> counts_;  // of those that have transfers running
+
   std::mutex mutex_;
-  Transfers added_;
+  News news_;
   bool stopping_ = false;
   std::thread thread_;
+  std::thread::id id_;  // stays when the thread is let go
+};
+
+class CurlDownloadService::Requester final : public DownloadService {
+ public:
+  explicit Requester(std::shared_ptr<Worker> worker)
+      : worker_(std::move(worker)), id_(worker_->newRequester()) {}
+  ~Requester() override { worker_->end(id_); }
+  Requester(const Requester&) = delete;
+  Requester& operator=(const Requester&) = delete;
+
+  bool isUrl(const std::string& text) const override { return !schemeOf(text).empty(); }
+  void download(const std::string& url, std::function<void(DownloadResult)> done) override {
+    worker_->add(id_, std::make_unique<Transfer>(url, std::move(done)));
+  }
+
+ private:
+  const std::shared_ptr<Worker> worker_;
+  const Worker::RequesterId id_;
 };
 
 CurlDownloadService::CurlDownloadService(CurlDownloadOptions options)
-    : worker_(std::make_shared<Worker>(std::move(options))) {
+    : worker_(std::make_shared<Worker>(std::move(options))), self_(forRequester()) {
   Worker::start(worker_);
 }
 
 CurlDownloadService::~CurlDownloadService() { worker_->stop(); }
 
-bool CurlDownloadService::isUrl(const std::string& text) const { return isAbsoluteUrl(text); }
+std::unique_ptr<DownloadService> CurlDownloadService::forRequester() {
+  return std::make_unique<Requester>(worker_);
+}
+
+bool CurlDownloadService::isUrl(const std::string& text) const { return self_->isUrl(text); }
 
 void CurlDownloadService::download(const std::string& url,
                                    std::function<void(DownloadResult)> done) {
-  worker_->add(std::make_unique<Transfer>(url, std::move(done)));
+  self_->download(url, std::move(done));
 }
 
 }  // namespace vemo

@@ -29,15 +29,43 @@ class DecodedImage final : public VEMOImage {
   std::vector<std::uint8_t> rgba_;
 };
 
-/// Decodes by gdk-pixbuf: PNG, JPEG, GIF (its first picture), BMP and whatever else the
-/// system has loaders for. Gives a DecodedImage; of a file that is cut short, the part
-/// that is there on black, or null. Any thread.
+/// Decodes PNG, JPEG, GIF (its first picture) and BMP by gdk-pixbuf; they are known by their
+/// first bytes, and no other loader of the system is ever asked. Gives a DecodedImage; of a
+/// file that is cut short, the part that is there on black, or null.
+///
+/// What it costs is known from the file's headers before memory is taken, and bounded by
+/// kMaxPixels and kMaxPasses.
+///
+/// Threads: any. Images are decoded on one thread of the decoder's own, which also calls
+/// `done`, for each requester in turn: each handle that forRequester gives out is one, and so
+/// is the decoder itself. Destruction waits for a `done` that is being called, unless it is
+/// called from it, but not for an image that is being decoded.
 class PixbufImageDecoder final : public ImageDecoder {
  public:
-  /// Images of more pixels are refused, before memory is taken for them.
+  /// Images of more pixels are refused.
   static constexpr std::size_t kMaxPixels = std::size_t{16} << 20U;
+  /// JPEGs whose scans go over more pixels in all are refused.
+  static constexpr std::size_t kMaxPasses = 16 * kMaxPixels;
+  /// Of files that wait for one requester; a file beyond that becomes null in its turn.
+  static constexpr std::size_t kMaxWaitingBytes = std::size_t{32} << 20U;
 
-  std::shared_ptr<VEMOImage> decode(const std::string& bytes) const override;
+  PixbufImageDecoder();
+  ~PixbufImageDecoder() override;
+  PixbufImageDecoder(const PixbufImageDecoder&) = delete;
+  PixbufImageDecoder& operator=(const PixbufImageDecoder&) = delete;
+
+  /// The decoder for one requester, such as one phone of many. May outlive the decoder; then
+  /// it calls no `done` any more. Destroying it is like destroying the decoder, for its own
+  /// images.
+  std::unique_ptr<ImageDecoder> forRequester();
+
+  void decode(std::string bytes, Done done) override;
+
+ private:
+  class Worker;
+  class Requester;
+  const std::shared_ptr<Worker> worker_;  // shared with its thread and the requesters
+  const std::unique_ptr<ImageDecoder> self_;
 };
 
 }  // namespace vemo

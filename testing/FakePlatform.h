@@ -120,7 +120,7 @@ class FakePlatform : private SystemLog,
   void openSettings() override {}
   bool isUrl(const std::string&) const override { return false; }
   void download(const std::string&, std::function<void(DownloadResult)>) override {}
-  std::shared_ptr<VEMOImage> decode(const std::string&) const override { return nullptr; }
+  void decode(std::string, ImageDecoder::Done done) override { done(nullptr); }
   bool isAtLeast(int, int, int) const override { return true; }
   void launch() override {}
 

@@ -337,7 +337,7 @@ class VEMOKOBUMsgRouter final : public VEMOJSMsgRouter,
   void startSwitch(std::int32_t role, Published<const VEMOCallback>& slot, VEMOCallback completion);
   void stopPreviewAndReport(KOBUCloud& engine);
   void stopAudioAndReport(KOBUCloud& engine);
-  void useMuteImage(const DownloadResult& result, std::int32_t fps, VEMOJSMsgItem& item);
+  void useMuteImage(const DownloadResult& result, std::int32_t fps, const VEMOCallback& answer);
   Outcome controlScreenCapture(KOBUCloud& engine, const Call& call,
                                std::int64_t (KOBUCloud::*operation)(), const char* failureText);
   void compactListeners();

@@ -70,32 +70,36 @@ Outcome VEMOKOBUMsgRouter::setVideoMuteImage(
   if (!platform_.downloads.isUrl(url)) return paramError(param::ImgUrl::missing);
   const auto fps = command.get<param::MuteImageFps>();
   command.item->setIsAsyncTask(true);
-  platform_.downloads.download(url,
-                               weakly([item = command.item, webView = command.webView, fps](
-                                          VEMOKOBUMsgRouter& router, const DownloadResult& result) {
-                                 router.useMuteImage(result, fps, *item);
-                                 item->executeJSCallbackIn(webView);
-                               }));
+  platform_.downloads.download(
+      url, weakly([answer = plainAnswer(command), fps](VEMOKOBUMsgRouter& router,
+                                                       const DownloadResult& result) {
+        router.useMuteImage(result, fps, answer);
+      }));
   return success;
 }
 
-/// Gives the engine the downloaded picture and fills the reply. A file that is no image
-/// still goes to the engine, as no image; and the answer is success even when the engine
-/// was released during the download.
+/// Gives the engine the downloaded picture, then answers. A file that is no image still goes
+/// to the engine, as no image; and the answer is success even when the engine was released
+/// before the picture was there.
 void VEMOKOBUMsgRouter::useMuteImage(const DownloadResult& result, std::int32_t fps,
-                                     VEMOJSMsgItem& item) {
+                                     const VEMOCallback& answer) {
   if (result.error) {
-    setError(item, VEMOModule::KOBU, result.error->code, result.error->description);
+    answer(VEMOModule::KOBU, result.error->code, result.error->description);
     return;
   }
-  const auto bytes = result.file ? result.file->readAll() : std::nullopt;
+  auto bytes = result.file ? result.file->readAll() : std::nullopt;
   if (!bytes) {
-    setError(item, VEMOModule::KOBU, kNoImageData, "download image is nil");
+    answer(VEMOModule::KOBU, kNoImageData, "download image is nil");
     return;
   }
-  const auto image = platform_.images.decode(*bytes);
-  if (const auto engine = sharedKOBU_.load()) engine->setVideoMuteImage(image, fps);
-  setError(item, VEMOModule::KOBU, 0, std::nullopt);
+  platform_.images.decode(
+      std::move(*bytes),
+      weakly([answer, fps](VEMOKOBUMsgRouter& router, std::shared_ptr<VEMOImage> image) {
+        if (const auto engine = router.sharedKOBU_.load()) {
+          engine->setVideoMuteImage(std::move(image), fps);
+        }
+        answer(VEMOModule::KOBU, 0, std::nullopt);
+      }));
 }
 
 // ---- Operations of the host

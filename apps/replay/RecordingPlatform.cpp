@@ -1,12 +1,13 @@
 #include "RecordingPlatform.h"
 
-#include <algorithm>
 #include <array>
 #include <boost/json/parse.hpp>
 #include <cctype>
 #include <optional>
 #include <string_view>
 #include <utility>
+
+#include "platform/Url.h"
 
 namespace vemo::replay {
 namespace {
@@ -92,19 +93,7 @@ Text RecordingApplication::information(std::string_view key) const {
   return found->second;
 }
 
-bool RecordingDownloads::isUrl(const std::string& text) const {
-  const auto isLetter = [](unsigned char c) { return (c | 0x20U) >= 'a' && (c | 0x20U) <= 'z'; };
-  const auto isSchemeCharacter = [&](unsigned char c) {
-    return isLetter(c) || (c >= '0' && c <= '9') || c == '+' || c == '-' || c == '.';
-  };
-  const auto isBlankOrControl = [](unsigned char c) { return c <= ' ' || c == 0x7F; };
-  const auto colon = text.find(':');
-  if (colon == std::string::npos || colon == 0 || colon + 1 == text.size()) return false;
-  const auto scheme = std::string_view(text).substr(0, colon);
-  return isLetter(static_cast<unsigned char>(scheme.front())) &&
-         std::ranges::all_of(scheme, isSchemeCharacter) &&
-         std::ranges::none_of(text, isBlankOrControl);
-}
+bool RecordingDownloads::isUrl(const std::string& text) const { return !schemeOf(text).empty(); }
 
 void RecordingDownloads::download(const std::string& url, Done done) {
   recorder_.write("download", {{"url", url}});
@@ -118,8 +107,8 @@ DownloadResult RecordingDownloads::result(const DownloadOutcome& outcome) {
   return {std::nullopt, std::make_shared<File>(std::move(bytes))};
 }
 
-std::shared_ptr<VEMOImage> RecordingDecoder::decode(const std::string& bytes) const {
-  return bytes == kImageBytes ? std::make_shared<Image>() : nullptr;
+void RecordingDecoder::decode(std::string bytes, Done done) {
+  done(bytes == kImageBytes ? std::make_shared<Image>() : nullptr);
 }
 
 bool DeviceVersion::isAtLeast(int major, int minor, int patch) const {

@@ -117,7 +117,7 @@ class RecordingDownloads final : public DownloadService {
 /// Knows the bytes that RecordingDownloads gives for an image.
 class RecordingDecoder final : public ImageDecoder {
  public:
-  std::shared_ptr<VEMOImage> decode(const std::string& bytes) const override;
+  void decode(std::string bytes, Done done) override;
 };
 
 class DeviceVersion final : public SystemVersion {

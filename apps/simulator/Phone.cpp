@@ -28,6 +28,8 @@ struct Phone::Parts {
         page(std::move(socket)),
         logger(given.makeLogger()),
         engineClass(given.cloud.makeEngineClass()),
+        downloads(given.makeDownloads()),
+        images(given.makeImages()),
         services(page, given.mainQueue),
         screen(std::make_shared<PhoneScreen>()) {}
 
@@ -48,8 +50,8 @@ struct Phone::Parts {
             .captureAuthorization = services,
             .alerts = services,
             .application = services,
-            .downloads = environment.downloads,
-            .images = environment.images,
+            .downloads = *downloads,
+            .images = *images,
             .system = services,
             .extensionLauncher = services,
             .appGroup = services.appGroup(),
@@ -60,6 +62,8 @@ struct Phone::Parts {
   const std::shared_ptr<PageSocket> page;
   const std::unique_ptr<VEMOLogger> logger;
   const std::shared_ptr<SimulatedEngineClass> engineClass;
+  const std::unique_ptr<DownloadService> downloads;
+  const std::unique_ptr<ImageDecoder> images;
   InProcessNotificationCenter notifications;
   LoopbackNotificationCenter extensionNotifications;
   PhoneServices services;

@@ -24,8 +24,9 @@ struct PhoneEnvironment {
   std::function<std::unique_ptr<VEMOLogger>()> makeLogger;
   SystemLog& systemLog;
   MainQueue& mainQueue;
-  DownloadService& downloads;
-  ImageDecoder& images;
+  /// Each phone gets its own, so that what one asks for keeps no other waiting.
+  std::function<std::unique_ptr<DownloadService>()> makeDownloads;
+  std::function<std::unique_ptr<ImageDecoder>()> makeImages;
 };
 
 /// One connected page as a phone of its own: its router, its web view, its engine in the

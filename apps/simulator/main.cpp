@@ -54,7 +54,9 @@ int run(int argc, char** argv) {
   MainThreadQueue* work = nullptr;
   MainThreadQueue mainQueue([&] { server->post([&] { work->drain(); }); });
   work = &mainQueue;
-  CurlDownloadService downloads;
+  CurlDownloadOptions downloading;
+  downloading.loopbackPorts = {server->port()};  // the page's own pictures
+  CurlDownloadService downloads(std::move(downloading));
   PixbufImageDecoder images;
   {
     CloudOptions cloudOptions;
@@ -64,9 +66,12 @@ int run(int argc, char** argv) {
     ClassroomCloud cloud(cloudOptions);
     std::size_t pages = 0;
     const PhoneEnvironment environment{
-        cloud,     [&] { return logger->forSession("page " + std::to_string(++pages)); },
-        systemLog, mainQueue,
-        downloads, images};
+        .cloud = cloud,
+        .makeLogger = [&] { return logger->forSession("page " + std::to_string(++pages)); },
+        .systemLog = systemLog,
+        .mainQueue = mainQueue,
+        .makeDownloads = [&] { return downloads.forRequester(); },
+        .makeImages = [&] { return images.forRequester(); }};
 
     server->stopOnSignals();
     std::cout << "http://127.0.0.1:" << server->port() << "/" << std::endl;

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -17,6 +19,9 @@ namespace vemo {
 ///   std::string servedUrl();   can be fetched, and holds content()
 ///   std::string content();
 ///   std::string failingUrl();  ends with an error
+///   std::optional<std::string> refusedUrl(int status);
+///                              is answered with this HTTP status and some content; nothing
+///                              where there is no HTTP
 ///   void settle();             lets downloads end, now or soon, on another thread than
 ///                              the test's
 template <class Maker>
@@ -70,6 +75,7 @@ TYPED_TEST_P(DownloadServiceContract, SaysWhyItFailed) {
 }
 
 TYPED_TEST_P(DownloadServiceContract, EndsEachDownloadOnceAndLetsGo) {
+  constexpr std::int64_t kLast = -1'000'000;
   Arrivals<bool> letGo;
   std::shared_ptr<void> token(nullptr, [&](void*) { letGo.add(true); });
   for (int i = 0; i < 3; ++i) {
@@ -79,12 +85,27 @@ TYPED_TEST_P(DownloadServiceContract, EndsEachDownloadOnceAndLetsGo) {
   }
   token.reset();
   for (int i = 0; i < 3; ++i) this->maker_.settle();
-  EXPECT_EQ(this->results_.next(3).size(), 3U);
   EXPECT_EQ(letGo.next(), true);
-  EXPECT_EQ(this->results_.count(), 0U);
+  // After this nothing can come.
+  this->results_.add({DownloadError{kLast, "last"}, nullptr});
+  const auto results = this->results_.next(4);
+  ASSERT_EQ(results.size(), 4U);
+  ASSERT_TRUE(results[3].error);
+  EXPECT_EQ(results[3].error->code, kLast);
+}
+
+TYPED_TEST_P(DownloadServiceContract, AnHttpStatusOf400OrMoreIsAnError) {
+  for (const int status : {400, 404, 429, 500, 503, 599}) {
+    const auto url = this->maker_.refusedUrl(status);
+    if (!url) GTEST_SKIP() << "no HTTP";
+    const auto result = this->fetched(*url);
+    EXPECT_EQ(result.file, nullptr) << status;
+    EXPECT_TRUE(result.error) << status;
+  }
 }
 
 REGISTER_TYPED_TEST_SUITE_P(DownloadServiceContract, KnowsAnAbsoluteUrl, BringsTheFile,
-                            SaysWhyItFailed, EndsEachDownloadOnceAndLetsGo);
+                            SaysWhyItFailed, EndsEachDownloadOnceAndLetsGo,
+                            AnHttpStatusOf400OrMoreIsAnError);
 
 }  // namespace vemo

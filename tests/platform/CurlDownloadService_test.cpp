@@ -7,10 +7,13 @@
 #include <chrono>
 #include <cstddef>
 #include <filesystem>
+#include <future>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "HttpServer.h"
 #include "testing/Arrivals.h"
@@ -36,15 +39,29 @@ std::optional<std::string> answer(const std::string& target) {
   const auto kind = target.substr(0, slash);
   const auto number = std::stoul("0" + target.substr(slash + 1));
   if (kind == "/file") return HttpServer::ok(content(number));
-  if (kind == "/unsized") return "HTTP/1.1 200 OK\r\n\r\n" + content(number);
-  if (kind == "/cut") return "HTTP/1.1 200 OK\r\nContent-Length: 1000\r\n\r\nonly this";
+  if (kind == "/unsized") return HttpServer::answer("200 OK", "", content(number));
+  if (kind == "/cut") {
+    return HttpServer::answer("200 OK", "Content-Length: 1000\r\n", "only this");
+  }
   if (kind == "/redirects" && number > 0) {
     return HttpServer::redirect("/redirects/" + std::to_string(number - 1));
   }
   if (kind == "/redirects") return HttpServer::ok("arrived");
   if (kind == "/local") return HttpServer::redirect("file:///etc/hostname");
   if (kind == "/silent") return std::nullopt;
-  return "HTTP/1.1 404 Not Found\r\nContent-Length: 2\r\n\r\nno";
+  if (kind == "/status") return HttpServer::sized(std::to_string(number) + " No", "no");
+  if (kind == "/elsewhere") {
+    return HttpServer::redirect("http://127.0.0.1:" + std::to_string(number) + "/file/1");
+  }
+  return HttpServer::sized("404 Not Found", "no");
+}
+
+/// With which the test's server can be reached.
+CurlDownloadOptions reaching(const HttpServer& server) {
+  CurlDownloadOptions options;
+  options.maxBytes = kMaxBytes;
+  options.loopbackPorts = {server.port()};
+  return options;
 }
 
 struct CurlDownloadServiceMaker {
@@ -52,32 +69,40 @@ struct CurlDownloadServiceMaker {
   std::string servedUrl() { return server_.url("/file/5000"); }
   std::string content() { return vemo::content(5000); }
   std::string failingUrl() { return server_.url("/missing/"); }
+  std::optional<std::string> refusedUrl(int status) {
+    return server_.url("/status/" + std::to_string(status));
+  }
   void settle() {}
 
   HttpServer server_{answer};
-  CurlDownloadService service_;
+  CurlDownloadService service_{reaching(server_)};
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(CurlDownloadService, DownloadServiceContract,
                                CurlDownloadServiceMaker);
 
 struct CurlDownloadServiceTest : ::testing::Test {
-  static CurlDownloadOptions options() {
-    CurlDownloadOptions options;
-    options.maxBytes = kMaxBytes;
-    return options;
-  }
+  CurlDownloadOptions options() const { return reaching(server); }
 
   DownloadResult fetched(const std::string& url) { return fetched(url, service); }
-  DownloadResult fetched(const std::string& url, CurlDownloadService& by) {
-    by.download(url, [this](DownloadResult result) { results.add(std::move(result)); });
-    return results.next().value_or(DownloadResult{});
+  static DownloadResult fetched(const std::string& url, DownloadService& by) {
+    const auto fetched = std::make_shared<Arrivals<DownloadResult>>();  // it may come too late
+    by.download(url, [fetched](DownloadResult result) { fetched->add(std::move(result)); });
+    return fetched->next().value_or(DownloadResult{});
+  }
+
+  /// Starts downloads that the server never answers; how they end goes to `results`.
+  void hang(DownloadService& by, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+      by.download(server.url("/silent/"),
+                  [this](DownloadResult result) { results.add(std::move(result)); });
+    }
   }
 
   /// Expects that `url` fails with `code`; the text that came with it.
   std::string expectError(const std::string& url, CURLcode code) {
     return expectError(url, code, service);
   }
-  std::string expectError(const std::string& url, CURLcode code, CurlDownloadService& by) {
+  static std::string expectError(const std::string& url, CURLcode code, DownloadService& by) {
     const auto result = fetched(url, by);
     EXPECT_EQ(result.file, nullptr) << url;
     if (!result.error) {
@@ -154,9 +179,16 @@ TEST_F(CurlDownloadServiceTest, TellsAFileThatWasCutShort) {
 }
 
 TEST_F(CurlDownloadServiceTest, TellsWhenNobodyListens) {
+  auto nobody = options();
   std::string url;
-  { url = HttpServer(answer).url("/file/1"); }
-  EXPECT_FALSE(expectError(url, CURLE_COULDNT_CONNECT).empty());
+  {
+    const HttpServer gone(answer);
+    url = gone.url("/file/1");
+    nobody.loopbackPorts.insert(gone.port());
+  }
+  CurlDownloadService lonely(nobody);
+  const auto text = expectError(url, CURLE_COULDNT_CONNECT, lonely);
+  EXPECT_EQ(text.find("public"), std::string::npos) << text;
 }
 
 TEST_F(CurlDownloadServiceTest, TellsWhenTheFileCannotBeWritten) {
@@ -180,14 +212,152 @@ TEST_F(CurlDownloadServiceTest, LeavesNoNamesInTheFolder) {
 }
 
 TEST_F(CurlDownloadServiceTest, ADownloadThatHangsHoldsUpNoOther) {
-  Arrivals<DownloadResult> hanging;
-  CurlDownloadService busy(options());
-  for (int i = 0; i < 3; ++i) {
-    busy.download(server.url("/silent/"),
-                  [&](DownloadResult result) { hanging.add(std::move(result)); });
+  hang(service, 3);
+  EXPECT_NE(fetched(server.url("/file/10")).file, nullptr);
+  EXPECT_EQ(results.count(), 0U);
+}
+
+TEST_F(CurlDownloadServiceTest, HangingDownloadsOfOneKeepNoOtherWaiting) {
+  std::vector<std::unique_ptr<DownloadService>> hanging;
+  for (int i = 0; i < 10; ++i) {
+    hanging.push_back(service.forRequester());
+    hang(*hanging.back(), 20);
   }
-  EXPECT_NE(fetched(server.url("/file/10"), busy).file, nullptr);
-  EXPECT_EQ(hanging.count(), 0U);
+  const auto other = service.forRequester();
+  for (int i = 0; i < 5; ++i) {
+    EXPECT_NE(fetched(server.url("/file/10"), *other).file, nullptr);
+  }
+  EXPECT_NE(fetched(server.url("/file/10")).file, nullptr);
+  EXPECT_EQ(results.count(), 0U) << "a hanging download has ended already";
+}
+
+TEST_F(CurlDownloadServiceTest, WhoHasNoneComesBeforeWhoHasMany) {
+  auto few = options();
+  few.transfers = 2;
+  few.silenceLimit = std::chrono::seconds(1);
+  CurlDownloadService scarce(few);
+  const auto greedy = scarce.forRequester();
+  const auto modest = scarce.forRequester();
+  hang(*greedy, 40);  // twenty pairs, one after the other
+  EXPECT_NE(fetched(server.url("/file/10"), *modest).file, nullptr);
+  EXPECT_LT(results.count(), 30U);
+}
+
+TEST_F(CurlDownloadServiceTest, GivesUpServersThatFallSilent) {
+  auto hasty = options();
+  hasty.silenceLimit = std::chrono::seconds(1);
+  hasty.timeLimit = std::chrono::hours(1);
+  CurlDownloadService impatient(hasty);
+  expectError(server.url("/silent/"), CURLE_OPERATION_TIMEDOUT, impatient);
+}
+
+std::size_t openDescriptors() {
+  const std::filesystem::directory_iterator all("/proc/self/fd");
+  return static_cast<std::size_t>(std::distance(begin(all), end(all)));
+}
+
+TEST_F(CurlDownloadServiceTest, ManyDownloadsAtASilentServerUseFewDescriptors) {
+  constexpr std::size_t kCount = 1100;
+  const auto own = CurlDownloadOptions();
+  const auto refused = kCount - own.transfersOfARequester - own.waitingOfARequester;
+  const auto before = openDescriptors();
+  hang(service, kCount);
+  for (const auto& result : results.next(refused)) {
+    ASSERT_TRUE(result.error);
+    EXPECT_EQ(result.error->code, CURLE_AGAIN);
+    EXPECT_EQ(result.error->description, "too many downloads wait already");
+  }
+  // Both ends of each connection are here.
+  EXPECT_LT(openDescriptors(), before + 40);
+  EXPECT_NE(fetched(server.url("/file/10"), *service.forRequester()).file, nullptr);
+  EXPECT_EQ(results.count(), 0U);
+}
+
+TEST_F(CurlDownloadServiceTest, TheEndOfARequesterEndsItsDownloadsAlone) {
+  auto leaving = service.forRequester();
+  hang(*leaving, 10);
+  hang(service, 1);
+  leaving.reset();
+  ASSERT_EQ(results.count(), 10U);
+  for (const auto& result : results.next(10)) {
+    ASSERT_TRUE(result.error);
+    EXPECT_EQ(result.error->code, CURLE_ABORTED_BY_CALLBACK);
+  }
+  EXPECT_NE(fetched(server.url("/file/10")).file, nullptr);
+  EXPECT_EQ(results.count(), 0U);
+}
+
+TEST_F(CurlDownloadServiceTest, ARequesterMayBeDestroyedByItsCallback) {
+  auto leaving = service.forRequester();
+  Arrivals<bool> left;
+  std::promise<void> go;
+  leaving->download(server.url("/file/10"), [&](DownloadResult) {
+    go.get_future().wait();
+    leaving.reset();
+    left.add(true);
+  });
+  hang(*leaving, 1);
+  go.set_value();
+  EXPECT_EQ(left.next(), true);
+  const auto result = results.next();
+  ASSERT_TRUE(result && result->error);
+  EXPECT_EQ(result->error->code, CURLE_ABORTED_BY_CALLBACK);
+}
+
+TEST_F(CurlDownloadServiceTest, ARequesterMayOutliveTheService) {
+  auto dying = std::make_unique<CurlDownloadService>(options());
+  const auto requester = dying->forRequester();
+  dying.reset();
+  expectError(server.url("/file/10"), CURLE_ABORTED_BY_CALLBACK, *requester);
+}
+
+TEST_F(CurlDownloadServiceTest, ReachesNoPrivateAddress) {
+  CurlDownloadService strict;
+  const auto port = std::to_string(server.port());
+  for (const auto* host :
+       {"127.0.0.1", "localhost", "2130706433", "0x7f.1", "0.0.0.0", "[::1]", "[::ffff:127.0.0.1]",
+        "[::]", "10.0.0.1", "169.254.169.254", "192.168.0.1", "[fe80::1]", "[fd00::1]"}) {
+    const auto url = std::string("http://") + host + ":" + port + "/file/1";
+    EXPECT_EQ(expectError(url, CURLE_COULDNT_CONNECT, strict), "the address is not a public one");
+  }
+}
+
+TEST_F(CurlDownloadServiceTest, FollowsNoRedirectToAPrivateAddress) {
+  const HttpServer secret(answer);
+  const auto text =
+      expectError(server.url("/elsewhere/" + std::to_string(secret.port())), CURLE_COULDNT_CONNECT);
+  EXPECT_EQ(text, "the address is not a public one");
+
+  auto both = options();
+  both.loopbackPorts.insert(secret.port());
+  CurlDownloadService trusting(both);
+  EXPECT_NE(fetched(server.url("/elsewhere/" + std::to_string(secret.port())), trusting).file,
+            nullptr);
+}
+
+TEST_F(CurlDownloadServiceTest, ReachesPrivateAddressesWhereItMay) {
+  CurlDownloadOptions everywhere;
+  everywhere.privateAddresses = true;
+  CurlDownloadService trusting(everywhere);
+  EXPECT_NE(fetched(server.url("/file/10"), trusting).file, nullptr);
+}
+
+TEST_F(CurlDownloadServiceTest, AProxyOfTheEnvironmentChoosesNoAddress) {
+  HttpServer proxy([](const std::string&) { return HttpServer::ok("by proxy"); });
+  ::setenv("no_proxy", "", 1);
+  ::setenv("http_proxy", proxy.url("").c_str(), 1);
+  auto strict = options();
+  strict.loopbackPorts.insert(proxy.port());
+  CurlDownloadService direct(strict);
+  EXPECT_EQ(expectError("http://10.0.0.1/", CURLE_COULDNT_CONNECT, direct),
+            "the address is not a public one");
+  strict.privateAddresses = true;
+  CurlDownloadService trusting(strict);
+  const auto result = fetched("http://10.0.0.1/", trusting);
+  ::unsetenv("http_proxy");
+  ::setenv("no_proxy", "*", 1);
+  ASSERT_NE(result.file, nullptr);
+  EXPECT_EQ(result.file->readAll(), "by proxy");
 }
 
 TEST_F(CurlDownloadServiceTest, RunsManyAtOnce) {
@@ -206,13 +376,11 @@ TEST_F(CurlDownloadServiceTest, RunsManyAtOnce) {
 
 TEST_F(CurlDownloadServiceTest, EndsWhatIsUnderWayWhenItDies) {
   auto dying = std::make_unique<CurlDownloadService>(options());
-  for (int i = 0; i < 3; ++i) {
-    dying->download(server.url("/silent/"),
-                    [this](DownloadResult result) { results.add(std::move(result)); });
-  }
+  constexpr std::size_t kCount = 20;  // some wait for their turn
+  hang(*dying, kCount);
   dying.reset();
-  ASSERT_EQ(results.count(), 3U);
-  for (const auto& result : results.next(3)) {
+  ASSERT_EQ(results.count(), kCount);
+  for (const auto& result : results.next(kCount)) {
     ASSERT_TRUE(result.error);
     EXPECT_EQ(result.error->code, CURLE_ABORTED_BY_CALLBACK);
   }
@@ -220,9 +388,13 @@ TEST_F(CurlDownloadServiceTest, EndsWhatIsUnderWayWhenItDies) {
 
 TEST_F(CurlDownloadServiceTest, MayBeDestroyedByACallback) {
   auto dying = std::make_unique<CurlDownloadService>(options());
-  dying->download(server.url("/silent/"),
-                  [this](DownloadResult result) { results.add(std::move(result)); });
-  dying->download(server.url("/file/1"), [&](DownloadResult) { dying.reset(); });
+  std::promise<void> go;
+  hang(*dying, 1);
+  dying->download(server.url("/file/1"), [&](DownloadResult) {
+    go.get_future().wait();
+    dying.reset();
+  });
+  go.set_value();
   const auto result = results.next();
   ASSERT_TRUE(result && result->error);
   EXPECT_EQ(result->error->code, CURLE_ABORTED_BY_CALLBACK);

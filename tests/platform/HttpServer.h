@@ -11,6 +11,7 @@
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/asio/write.hpp>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -19,7 +20,8 @@
 
 namespace vemo {
 
-/// A web server on this machine, for tests. Each connection gets one answer.
+/// A web server on this machine, for tests. Each connection gets one answer and is closed,
+/// which the answers must say: a client would else send its next request on it.
 class HttpServer {
  public:
   /// The raw answer to a GET of `target`; nothing: none is ever given. Called on the
@@ -37,16 +39,22 @@ class HttpServer {
   HttpServer(const HttpServer&) = delete;
   HttpServer& operator=(const HttpServer&) = delete;
 
+  std::uint16_t port() const { return acceptor_.local_endpoint().port(); }
   std::string url(const std::string& target) const {
-    return "http://127.0.0.1:" + std::to_string(acceptor_.local_endpoint().port()) + target;
+    return "http://127.0.0.1:" + std::to_string(port()) + target;
   }
 
-  static std::string ok(const std::string& content) {
-    return "HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(content.size()) + "\r\n\r\n" +
-           content;
+  /// An answer of this status, such as "200 OK", with these header lines.
+  static std::string answer(const std::string& status, const std::string& lines,
+                            const std::string& content = "") {
+    return "HTTP/1.1 " + status + "\r\nConnection: close\r\n" + lines + "\r\n" + content;
   }
+  static std::string sized(const std::string& status, const std::string& content) {
+    return answer(status, "Content-Length: " + std::to_string(content.size()) + "\r\n", content);
+  }
+  static std::string ok(const std::string& content) { return sized("200 OK", content); }
   static std::string redirect(const std::string& to) {
-    return "HTTP/1.1 302 Found\r\nContent-Length: 0\r\nLocation: " + to + "\r\n\r\n";
+    return answer("302 Found", "Content-Length: 0\r\nLocation: " + to + "\r\n");
   }
 
  private:

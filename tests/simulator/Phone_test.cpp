@@ -15,6 +15,7 @@
 #include "platform/PixbufImageDecoder.h"
 #include "simulation/EngineCodes.h"
 #include "simulator/FakePage.h"
+#include "testing/Arrivals.h"
 
 namespace vemo::test {
 namespace {
@@ -45,7 +46,7 @@ class NoteLogger final : public VEMOLogger {
   std::vector<std::string>& notes_;
 };
 
-/// Downloads that end at once with these bytes, decoded by the real decoder.
+/// Downloads that end at once with these bytes.
 class Bytes final : public DownloadService, public DownloadedFile {
  public:
   explicit Bytes(std::string bytes) : bytes_(std::move(bytes)) {}
@@ -57,6 +58,21 @@ class Bytes final : public DownloadService, public DownloadedFile {
 
  private:
   std::string bytes_;
+};
+
+/// The real decoder, waited for.
+class PatientDecoder final : public ImageDecoder {
+ public:
+  explicit PatientDecoder(PixbufImageDecoder& decoder) : decoder_(decoder.forRequester()) {}
+  void decode(std::string bytes, Done done) override {
+    Arrivals<std::shared_ptr<VEMOImage>> images;
+    decoder_->decode(std::move(bytes),
+                     [&](std::shared_ptr<VEMOImage> image) { images.add(std::move(image)); });
+    done(images.next().value_or(nullptr));
+  }
+
+ private:
+  const std::unique_ptr<ImageDecoder> decoder_;
 };
 
 /// A bitmap of one white pixel.
@@ -151,11 +167,14 @@ class PhoneTest : public testing::Test {
   MainThreadQueue mainQueue_;
   std::vector<std::string> notes_;
   ClassroomCloud cloud_{cloudOptions(clock_)};
-  Bytes downloads_{whitePixel()};
   PixbufImageDecoder images_;
-  PhoneEnvironment environment_{cloud_,     [this] { return std::make_unique<NoteLogger>(notes_); },
-                                systemLog_, mainQueue_,
-                                downloads_, images_};
+  PhoneEnvironment environment_{
+      .cloud = cloud_,
+      .makeLogger = [this] { return std::make_unique<NoteLogger>(notes_); },
+      .systemLog = systemLog_,
+      .mainQueue = mainQueue_,
+      .makeDownloads = [] { return std::make_unique<Bytes>(whitePixel()); },
+      .makeImages = [this] { return std::make_unique<PatientDecoder>(images_); }};
 };
 
 TEST_F(PhoneTest, ShowsItsSettingsAtOnce) {
