@@ -113,6 +113,9 @@ class KOBUCloud {
 
 /// The engine class of one application: its one instance and what can be asked
 /// without an instance. Any thread.
+///
+/// Its users share that instance, and any of them ends it for all: a router that dies
+/// does. So the main queue is drained before the next router is made on one engine class.
 class KOBUCloudClass {
  public:
   virtual ~KOBUCloudClass() = default;

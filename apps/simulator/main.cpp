@@ -11,6 +11,7 @@
 #include "platform/PixbufImageDecoder.h"
 #include "platform/StreamSystemLog.h"
 #include "simulation/ClassroomCloud.h"
+#include "simulator/Descriptors.h"
 #include "simulator/Options.h"
 #include "simulator/Phone.h"
 #include "simulator/SimulatedMusic.h"
@@ -40,6 +41,7 @@ int run(int argc, char** argv) {
   web.port = options->port;
   web.pageFolder = options->pageFolder.empty() ? VEMO_PAGE_FOLDER : options->pageFolder;
   web.note = note;
+  raiseDescriptorLimit();
   const auto server = WebServer::open(std::move(web), error);
   if (!server) return fail(error);
 

@@ -99,7 +99,7 @@ class PhoneTest : public testing::Test {
     auto handset = connect();
     boost::json::array callbacks;
     for (const auto* name : {"onRemoteUserEnterRoom", "onRemoteUserLeaveRoom", "onConnectionLost",
-                             "onConnectionRecovery", "onUserVideoAvailable"})
+                             "onStatistics", "onConnectionRecovery", "onUserVideoAvailable"})
       callbacks.push_back({{"sdkcbName", name}, {"jsRecvcbName", "on"}});
     command(handset, "registCallBacks", {{"callbacks", std::move(callbacks)}}, "callbacks");
     command(handset, "initSDK", {}, "init");
@@ -259,8 +259,48 @@ TEST_F(PhoneTest, TheNetworkCanBeCutAndRestored) {
   frame(ada, {{"kind", "network"}, {"drop", false}});
   pass(seconds(10));
   EXPECT_EQ(ada.page->events("onConnectionRecovery").size(), 1U);
+}
+
+TEST_F(PhoneTest, TheNetworkIsKeptWithinWhatNetworksDo) {
+  const auto ada = entered("ada");
+  const auto measured = [&] {
+    pass(seconds(2));
+    return ada.page->events("onStatistics").back().at("statistics").as_object();
+  };
   frame(ada, {{"kind", "network"}, {"delay", 9e9}, {"upLoss", -3}, {"downLoss", 10}});
   EXPECT_EQ(ada.problem(), "");
+  const auto slow = measured();
+  EXPECT_GE(slow.at("rtt").as_int64(), 10'000) << "5 s a way";
+  EXPECT_LE(slow.at("rtt").as_int64(), 11'000) << "and up to a fifth of that";
+  EXPECT_EQ(slow.at("upLoss").as_int64(), 0);
+  EXPECT_EQ(slow.at("downLoss").as_int64(), 10);
+
+  frame(ada, {{"kind", "network"}, {"delay", -1}, {"upLoss", 101}, {"downLoss", 1e300}});
+  EXPECT_EQ(ada.problem(), "");
+  const auto lossy = measured();
+  EXPECT_EQ(lossy.at("rtt").as_int64(), 0);
+  EXPECT_EQ(lossy.at("upLoss").as_int64(), 100);
+  EXPECT_EQ(lossy.at("downLoss").as_int64(), 100);
+}
+
+TEST_F(PhoneTest, ThePictureOfAPhoneThatIsCutOffStandsStill) {
+  const auto ada = entered("ada");
+  const auto ben = entered("ben");
+  frame(ada, {{"kind", "settings"}, {"settings", {{"camera", "authorized"}}}});
+  command(ada, "startLocalPreview", {}, "camera");
+  pass(seconds(2));
+  command(ben, "startRemoteView", {{"userId", "ada"}}, "view");
+  const auto fps = [&] {
+    frame(ben, {{"kind", "pictures"}});
+    const auto pictures = ben.page->frames("pictures").back().at("pictures").as_array();
+    return pictures.size() == 1 ? pictures[0].at("fps").as_int64() : -1;
+  };
+  EXPECT_EQ(fps(), 15);
+  frame(ada, {{"kind", "network"}, {"drop", true}});
+  EXPECT_EQ(fps(), 0);
+  frame(ada, {{"kind", "network"}, {"drop", false}});
+  pass(seconds(1));
+  EXPECT_EQ(fps(), 15);
 }
 
 TEST_F(PhoneTest, AGrantedCameraStartsAndTheOthersSeeIt) {
