@@ -35,7 +35,8 @@ class KOBUCloud {
   virtual void setDelegate(std::shared_ptr<KOBUCloudDelegate> delegate) = 0;
 
   // Room
-  /// Enters a room; answered by onEnterRoom, failures of entering by onError first.
+  /// Enters a room; answered by onEnterRoom, failures of entering by onError first. An
+  /// exit on the way in makes it a failure, answered before the exit is.
   virtual void enterRoom(const KOBUParams& params, std::int64_t appScene) = 0;
   /// Leaves the room; answered by onExitRoom. Outside a room it does nothing.
   virtual void exitRoom() = 0;
@@ -70,7 +71,8 @@ class KOBUCloud {
   virtual std::int32_t getAudioCaptureVolume() = 0;
   virtual void setAudioPlayoutVolume(std::int32_t volume) = 0;
   virtual std::int32_t getAudioPlayoutVolume() = 0;
-  /// onUserVoiceVolume every `intervalMs` milliseconds; 0 turns it off.
+  /// onUserVoiceVolume every `intervalMs` milliseconds, taken into the range that the
+  /// engine knows; 0 and less turn it off.
   virtual void enableAudioVolumeEvaluation(std::int32_t intervalMs) = 0;
 
   // Other users
@@ -111,6 +113,9 @@ class KOBUCloud {
 
 /// The engine class of one application: its one instance and what can be asked
 /// without an instance. Any thread.
+///
+/// Its users share that instance, and any of them ends it for all: a router that dies
+/// does. So the main queue is drained before the next router is made on one engine class.
 class KOBUCloudClass {
  public:
   virtual ~KOBUCloudClass() = default;

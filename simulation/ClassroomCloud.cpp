@@ -19,9 +19,9 @@ std::string SimulatedEngineClass::getSDKVersion() { return world_->options().ver
 std::shared_ptr<KOBUCloud> SimulatedEngineClass::sharedInstance() {
   const World::Guard guard(*world_);
   if (!handset_->instance) {
-    const auto phone = std::make_shared<SimulatedEngine>(world_, handset_);
-    handset_->client = phone->client();
-    handset_->instance = phone;
+    const auto engine = std::make_shared<SimulatedEngine>(world_, handset_);
+    handset_->client = engine->client();
+    handset_->instance = engine;
   }
   return handset_->instance;
 }
@@ -129,5 +129,7 @@ std::vector<RoomSnapshot> ClassroomCloud::rooms() const {
   const World::Guard guard(*world_);
   return world_->roomSnapshots();
 }
+
+std::size_t ClassroomCloud::waitingSteps() const { return world_->waitingSteps(); }
 
 }  // namespace vemo

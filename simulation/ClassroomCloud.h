@@ -18,24 +18,29 @@ namespace vemo {
 class World;
 class Handset;
 
-/// How a phone's network behaves.
+/// How a handset's network behaves.
 struct NetworkProfile {
-  std::chrono::milliseconds delay{25};  ///< one way, between the phone and the cloud
+  std::chrono::milliseconds delay{25};  ///< one way, between the handset and the cloud
   std::chrono::milliseconds jitter{5};  ///< measured delays are longer by up to this
-  std::uint32_t upLoss = 0;             ///< percent of what the phone sends
+  std::uint32_t upLoss = 0;             ///< percent of what the handset sends
   std::uint32_t downLoss = 0;           ///< percent of what it receives
 };
+
+// The range of enableAudioVolumeEvaluation, in ms: nearer and farther intervals are
+// taken to its ends; 0 and less turn it off.
+inline constexpr std::int32_t kShortestVolumeIntervalMs = 100;
+inline constexpr std::int32_t kLongestVolumeIntervalMs = 10'000;
 
 /// A server that a speed test measures.
 struct SpeedTestServer {
   std::string ip;
-  std::chrono::milliseconds distance{0};  ///< added to the phone's own delay, one way
+  std::chrono::milliseconds distance{0};  ///< added to the handset's own delay, one way
 };
 
 struct CloudOptions {
   std::uint64_t seed = 1;
   std::shared_ptr<Clock> clock;  ///< null: a RealClock
-  NetworkProfile network;        ///< of a phone that was given none of its own
+  NetworkProfile network;        ///< of a handset that was given none of its own
   std::size_t roomCapacity = 50;
   std::vector<std::uint32_t> applications;  ///< known ones; empty: any but 0
 
@@ -51,12 +56,20 @@ struct CloudOptions {
                                                 {"10.0.0.3", std::chrono::milliseconds(60)}};
 
   std::chrono::milliseconds enterTimeout{10'000};  ///< until an unanswered enter has failed
-  std::chrono::milliseconds lostAfter{4'000};      ///< until a phone notices that it is cut off
+  std::chrono::milliseconds lostAfter{4'000};      ///< until a handset notices that it is cut off
   std::chrono::milliseconds goneAfter{30'000};     ///< until the others see it leave
   std::string version = "1.0.0";
 };
 
-/// The engine class of one simulated phone, and that phone's network.
+/// What an engine class was told without an instance.
+struct LogSettings {
+  std::int32_t level = 0;
+  bool console = false;
+  bool compress = true;
+  std::string directory;
+};
+
+/// The engine class of one simulated handset, and that handset's network.
 ///
 /// Threads: any.
 class SimulatedEngineClass final : public KOBUCloudClass {
@@ -78,10 +91,12 @@ class SimulatedEngineClass final : public KOBUCloudClass {
 
   /// Holds until changed, for this instance and later ones.
   void setNetwork(const NetworkProfile& profile);
-  /// Cuts the phone off. It notices after CloudOptions::lostAfter (onConnectionLost,
-  /// onTryToReconnect); the others see it leave with reason 1 after goneAfter.
+  /// Cuts the handset off. It notices after CloudOptions::lostAfter (onConnectionLost,
+  /// onTryToReconnect). The others hear nothing of it from now on and see its pictures
+  /// stand still; after goneAfter they see it leave with reason 1.
   void dropConnection();
   /// Ends that: onConnectionRecovery if the loss was noticed, and the room as it is now.
+  /// An enter that still waits for its answer is asked for again.
   void restoreConnection();
 
  private:
@@ -89,16 +104,17 @@ class SimulatedEngineClass final : public KOBUCloudClass {
   std::shared_ptr<Handset> handset_;
 };
 
-/// A classroom cloud in one process, simulated: phones that share rooms, each behind
-/// the engine's interface. A room is what one application calls by one number.
+/// A classroom cloud in one process, simulated: handsets that share rooms, each behind
+/// the engine's interface. A handset is a device with its network; it outlives the
+/// instances of its engine. A room is what one application calls by one number.
 ///
 /// Time: everything takes simulated time by the options' clock. The same seed and the
 /// same steps give the same events.
 ///
-/// Threads: any. All events and callbacks of all phones are called on one thread of
+/// Threads: any. All events and callbacks of all handsets are called on one thread of
 /// the cloud's own, one at a time, with no lock held; delegates are locked for the
-/// call. A cloud that is destroyed stops calling; its phones live on and hear nothing.
-/// It and its phones may be destroyed by a callback.
+/// call. A cloud that is destroyed stops calling; its handsets live on and hear nothing.
+/// It and its handsets may be destroyed by a callback.
 class ClassroomCloud {
  public:
   explicit ClassroomCloud(CloudOptions options = {});
@@ -106,11 +122,11 @@ class ClassroomCloud {
   ClassroomCloud(const ClassroomCloud&) = delete;
   ClassroomCloud& operator=(const ClassroomCloud&) = delete;
 
-  /// A new phone, with its connection up and no instance.
+  /// A new handset, with its connection up and no instance.
   std::shared_ptr<SimulatedEngineClass> makeEngineClass();
 
   // The operator's side. A user who is not there is ignored.
-  /// Of the phones that are in a room, or on the way into one, as `userId`; see
+  /// Of the handsets that are in a room, or on the way into one, as `userId`; see
   /// SimulatedEngineClass.
   void dropConnection(const std::string& userId);
   void restoreConnection(const std::string& userId);
@@ -124,6 +140,10 @@ class ClassroomCloud {
 
   /// By application and number.
   std::vector<RoomSnapshot> rooms() const;
+
+  /// How many steps wait for their time, of all handsets: a few for each, and one for
+  /// each message and answer that is on its way.
+  std::size_t waitingSteps() const;
 
  private:
   std::shared_ptr<World> world_;

@@ -23,7 +23,7 @@ enum class MediaKind { audio, video, subStream };
 struct KnownUser {
   struct Stream {
     bool available = false;
-    bool firstFrameShown = false;
+    Timer firstFrame;  // present once its first frame is on the way, or was shown
   };
 
   bool visible = false;
@@ -53,6 +53,14 @@ struct ReceiveMode {
   bool video = true;
 };
 
+/// What a client sends for the others to see. Nothing moves in a stream of 0 frames.
+struct SentPictures {
+  Picture camera;  ///< as its sender sees it, turned and mirrored
+  VideoStream main;
+  std::optional<VideoStream> small;
+  VideoStream screen;
+};
+
 /// Where a remote stream is shown.
 struct RemoteView {
   std::int32_t streamType = kKOBUStreamTypeMain;
@@ -65,9 +73,6 @@ struct RemoteView {
 /// clients and by its own timed steps.
 class Client : public std::enable_shared_from_this<Client> {
  public:
-  /// Counts what happens to a thing with timed steps; a step is void once its thing
-  /// has moved on.
-  using Epoch = std::uint64_t;
   using Time = World::Time;
 
   Client(World& world, std::shared_ptr<Handset> handset);
@@ -96,6 +101,8 @@ class Client : public std::enable_shared_from_this<Client> {
   void stopCamera();
   void startMicrophone(std::int32_t quality);
   void stopMicrophone();
+  /// What the others see of it: what it sends or, while it is cut off, what came last.
+  SentPictures sent() const;
   /// Tells the others if what this client shows has changed.
   void publish();
   bool sends(MediaKind kind) const;
@@ -107,7 +114,10 @@ class Client : public std::enable_shared_from_this<Client> {
   void receive(const std::string& user);
   void receiveAll();
   void stopRemoteViews();
+  /// Whether what `user` shows is wanted, and could come.
   bool receives(const std::string& user, MediaKind kind) const;
+  /// Whether it comes now.
+  bool flows(const std::string& user, MediaKind kind) const;
   bool isAudioMuted(const std::string& user) const;  // by this client
   bool isVideoMuted(const std::string& user) const;
   /// The stream type in which `user`'s camera or screen would come now, and its picture.
@@ -127,7 +137,7 @@ class Client : public std::enable_shared_from_this<Client> {
   void measure(Time period);
   /// Reports how loud everyone is.
   void listen();
-  /// How loud `user` is on this phone before its playout volume, 0 to 100.
+  /// How loud `user` is on this handset before its playout volume, 0 to 100.
   std::uint32_t heard(const std::string& user) const;
 
   EngineSnapshot snapshot() const;
@@ -142,15 +152,14 @@ class Client : public std::enable_shared_from_this<Client> {
   /// `find` is called with this and with the lock held, `call` without it.
   template <class Find, class Call>
   void callBack(Find find, Call call) {
-    world_.post(Time(0),
-                [self = shared_from_this(), find = std::move(find), call = std::move(call)] {
-                  decltype(find(*self)) found;
-                  {
-                    const World::Guard guard(self->world_);
-                    if (!self->closed_) found = find(*self);
-                  }
-                  if (found) call(*found);
-                });
+    world_.post(Time(0), [weak = weak_from_this(), find = std::move(find), call = std::move(call)] {
+      decltype(find(std::declval<const Client&>())) found;
+      if (const auto self = weak.lock()) {
+        const World::Guard guard(self->world_);
+        if (!self->closed_) found = find(*self);
+      }
+      if (found) call(*found);
+    });
   }
 
   /// Calls `call` with what `target` points to, if it is still alive then; as the last
@@ -166,14 +175,26 @@ class Client : public std::enable_shared_from_this<Client> {
   /// Whether an encoder can use `param`; warns when it can't.
   bool accepts(const KOBUVideoEncParam& param);
 
-  /// Runs `step` after `delay` with the lock held, unless `epoch`, a member of this,
-  /// has moved on by then.
+  /// Runs `step` after `delay` with the lock held, unless this is closed by then.
   template <class Step>
-  void later(Time delay, const Epoch& epoch, Step step) {
-    world_.post(delay, [self = shared_from_this(), &epoch, at = epoch, step = std::move(step)] {
+  void later(Time delay, Step step) {
+    world_.post(delay, [weak = weak_from_this(), step = std::move(step)] {
+      const auto self = weak.lock();
+      if (!self) return;
       const World::Guard guard(self->world_);
-      if (!self->closed_ && epoch == at) step(*self);
+      if (!self->closed_) step(*self);
     });
+  }
+  /// The same in place of what `timer`, a part of this, still waits for.
+  template <class Step>
+  void later(Time delay, Timer& timer, Step step) {
+    timer = world_.postRevocable(
+        delay, [weak = weak_from_this(), step = std::move(step)](const auto& ticket) {
+          const auto self = weak.lock();
+          if (!self) return;
+          const World::Guard guard(self->world_);
+          if (!self->closed_ && !ticket.expired()) step(*self);
+        });
   }
 
   World& world() const { return world_; }
@@ -187,8 +208,7 @@ class Client : public std::enable_shared_from_this<Client> {
   }
 
   std::weak_ptr<KOBUCloudDelegate> delegate;
-  Epoch visit = 0;         // of rooms
-  const Epoch always = 0;  // of steps that are never void
+  std::uint64_t visit = 0;  // counts those of rooms; what belongs to a former one is void
   ReceiveMode nextReceiveMode;
   LocalVideo video;
   LocalAudio audio;
@@ -204,7 +224,9 @@ class Client : public std::enable_shared_from_this<Client> {
   std::vector<std::string> experimentalCalls;
 
  private:
-  void arrive(bool signatureGood);
+  /// Asks to be let in, or waits for the connection.
+  void knock();
+  void arrive();
   void failEntering(std::int32_t code, std::string_view text);
   void join(Room& room);
   /// Takes the client out of its room, of which the others see `reason`.
@@ -213,6 +235,9 @@ class Client : public std::enable_shared_from_this<Client> {
   void endVisit();
   void startListening();
   void resume();
+  void freeze();
+  void thaw();
+  bool isCutOff() const { return frozen_.has_value(); }
   void noticeLoss();
   Presence presence() const;
   bool isSeen(const std::string& user) const;
@@ -232,24 +257,30 @@ class Client : public std::enable_shared_from_this<Client> {
   KOBUParams params_;
   std::string userId_;
   std::int64_t scene_ = 0;
+  bool signatureGood_ = false;
   Time enteringSince_{0};
+  Timer entering_;
   Room* room_ = nullptr;  // null while the cloud does not know the client as a member
   ReceiveMode receiveMode_;
   std::map<std::string, KnownUser> known_;
   Presence announced_;
-  Epoch listening_ = 0;
-  Epoch connection_ = 0;
-  bool cutOff_ = false;  // in a room, and not in step with it since the connection dropped
+  Timer measuring_;
+  Timer listening_;
+  // Present while in a room, and not in step with it since the connection dropped.
+  std::optional<SentPictures> frozen_;
+  Timer loss_;     // is noticed, or tried to be overcome
+  Timer absence_;  // is noticed by the others
+  Timer resuming_;
   bool lossNoticed_ = false;
   std::optional<std::int64_t> putOutMeanwhile_;  // while cut off: the reason to exit
 
-  Epoch camera_ = 0;
-  Epoch microphone_ = 0;
-  Epoch capturing_ = 0;
+  Timer camera_;
+  Timer microphone_;
+  Timer capturing_;
   bool cameraReady_ = false;
   bool microphoneReady_ = false;
   bool captureReady_ = false;
-  std::map<MediaKind, bool> firstSent_;
+  std::map<MediaKind, Timer> firstSent_;  // once a first frame is on the way, or was sent
 
   std::uint64_t sentBytes_ = 0;
   std::uint64_t receivedBytes_ = 0;

@@ -16,7 +16,7 @@ void Client::startCapture(const KOBUVideoEncParam& param, bool broadcast,
   }
   capture = {CaptureState::capturing, broadcast, appGroup,
              accepts(param) ? param : KOBUVideoEncParam()};
-  later(kCaptureStart, ++capturing_, [](Client& self) {
+  later(kCaptureStart, capturing_, [](Client& self) {
     self.captureReady_ = true;
     self.emit([](auto& to) { to.onScreenCaptureStarted(); });
     self.publish();
@@ -39,7 +39,7 @@ std::int64_t Client::resumeCapture() {
 
 std::int64_t Client::stopCapture() {
   if (capture.state == CaptureState::idle) return kNotCapturing;
-  ++capturing_;
+  capturing_.reset();
   captureReady_ = false;
   capture = {};
   emit([](auto& to) { to.onScreenCaptureStoped(0); });

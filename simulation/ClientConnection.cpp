@@ -11,29 +11,45 @@ constexpr Clock::Time kReconnectAfter{500};
 
 void Client::connectionDropped() {
   if (state_ != RoomState::inside) return;
-  ++connection_;
-  cutOff_ = true;
-  later(world_.options().lostAfter, connection_, [](Client& self) { self.noticeLoss(); });
-  later(world_.options().goneAfter, connection_,
-        [](Client& self) { self.quitRoom(kLeaveTimedOut); });
+  freeze();
+  resuming_.reset();
+  later(world_.options().lostAfter, loss_, [](Client& self) { self.noticeLoss(); });
+  later(world_.options().goneAfter, absence_, [](Client& self) { self.quitRoom(kLeaveTimedOut); });
+}
+
+void Client::freeze() {
+  if (isCutOff()) return;
+  auto last = sent();
+  last.camera.fps = 0;
+  for (auto* stream : {&last.main, last.small ? &*last.small : nullptr, &last.screen}) {
+    if (stream) stream->fps = stream->bitrate = 0;
+  }
+  frozen_ = std::move(last);
+}
+
+void Client::thaw() {
+  if (frozen_) world_.discard(std::move(frozen_->camera.muteImage));
+  frozen_.reset();
 }
 
 void Client::noticeLoss() {
   lossNoticed_ = true;
   emit([](auto& to) { to.onConnectionLost(); });
-  later(kReconnectAfter, connection_,
+  later(kReconnectAfter, loss_,
         [](Client& self) { self.emit([](auto& to) { to.onTryToReconnect(); }); });
 }
 
 void Client::connectionRestored() {
-  if (!cutOff_) return;
-  ++connection_;
-  later(roundTrip() + world_.randomTime(network().jitter), connection_,
+  if (state_ == RoomState::entering) return knock();
+  if (!isCutOff()) return;
+  loss_.reset();
+  absence_.reset();
+  later(roundTrip() + world_.randomTime(network().jitter), resuming_,
         [](Client& self) { self.resume(); });
 }
 
 void Client::resume() {
-  cutOff_ = false;
+  thaw();
   if (std::exchange(lossNoticed_, false)) {
     emit([](auto& to) { to.onConnectionRecovery(); });
   }
@@ -62,8 +78,10 @@ void Client::resume() {
     return;
   }
   for (const auto& member : room_->members) {
-    if (member.get() != this) learn(member->userId(), member->presence(), number, kLeaveLeft);
+    if (member.get() != this) learn(member->userId(), member->announced_, number, kLeaveLeft);
   }
+  // Again, though nothing may have changed: from now on the others receive it.
+  room_->announce(*this, announced_, kLeaveAudience);
   publish();
 }
 

@@ -19,7 +19,7 @@ void Client::startCamera(bool front, std::shared_ptr<NativeView> view) {
   video.front = front;
   world_.discard(std::exchange(video.view, std::move(view)));
   if (std::exchange(video.cameraOn, true)) return;
-  later(kCameraStart + world_.randomTime(kDeviceJitter), ++camera_, [](Client& self) {
+  later(kCameraStart + world_.randomTime(kDeviceJitter), camera_, [](Client& self) {
     self.cameraReady_ = true;
     self.emit([](auto& to) { to.onCameraDidReady(); });
     self.publish();
@@ -27,7 +27,7 @@ void Client::startCamera(bool front, std::shared_ptr<NativeView> view) {
 }
 
 void Client::stopCamera() {
-  ++camera_;
+  camera_.reset();
   video.cameraOn = cameraReady_ = false;
   world_.discard(std::exchange(video.view, nullptr));
   publish();
@@ -36,7 +36,7 @@ void Client::stopCamera() {
 void Client::startMicrophone(std::int32_t quality) {
   audio.quality = quality;
   if (std::exchange(audio.microphoneOn, true)) return;
-  later(kMicrophoneStart + world_.randomTime(kDeviceJitter), ++microphone_, [](Client& self) {
+  later(kMicrophoneStart + world_.randomTime(kDeviceJitter), microphone_, [](Client& self) {
     self.microphoneReady_ = true;
     self.emit([](auto& to) { to.onMicDidReady(); });
     self.publish();
@@ -44,7 +44,7 @@ void Client::startMicrophone(std::int32_t quality) {
 }
 
 void Client::stopMicrophone() {
-  ++microphone_;
+  microphone_.reset();
   audio.microphoneOn = microphoneReady_ = false;
   publish();
 }
@@ -60,7 +60,7 @@ Presence Client::presence() const {
 }
 
 bool Client::sends(MediaKind kind) const {
-  if (!room_ || cutOff_) return false;
+  if (!room_ || isCutOff()) return false;
   const auto shown = presence();
   switch (kind) {
     case MediaKind::audio: return shown.audio;
@@ -75,8 +75,17 @@ std::uint32_t Client::loudness() const {
   return world_.voice(*handset_) * static_cast<std::uint32_t>(audio.captureVolume) / 100;
 }
 
+SentPictures Client::sent() const {
+  if (frozen_) return *frozen_;
+  SentPictures now{ownPicture(), cameraStream(video.encoder), std::nullopt, captureStream()};
+  now.camera.rotation = video.encoderRotation;
+  now.camera.mirror = video.encoderMirror;
+  if (video.smallStream) now.small = smallStream(*video.smallStream);
+  return now;
+}
+
 void Client::publish() {
-  if (!room_ || cutOff_) return;
+  if (!room_ || isCutOff()) return;
   const auto shown = presence();
   if (shown != announced_) {
     announced_ = shown;
@@ -90,14 +99,17 @@ void Client::publish() {
 }
 
 void Client::reportFirstSent(MediaKind kind, std::int64_t streamType, Time frame) {
-  auto& reported = firstSent_[kind];
+  auto& timer = firstSent_[kind];
   if (!sends(kind)) {
-    reported = false;
+    timer.reset();
     return;
   }
-  if (std::exchange(reported, true)) return;
-  later(frame + network().delay, visit, [kind, streamType](Client& self) {
-    if (!self.sends(kind)) return;
+  if (timer) return;
+  later(frame + network().delay, timer, [kind, streamType](Client& self) {
+    if (!self.sends(kind)) {
+      self.firstSent_.erase(kind);
+      return;
+    }
     self.emit([kind, streamType](auto& to) {
       if (kind == MediaKind::audio) {
         to.onSendFirstLocalAudioFrame();
@@ -122,7 +134,7 @@ bool Client::isVideoMuted(const std::string& user) const {
 
 bool Client::receives(const std::string& user, MediaKind kind) const {
   const auto known = known_.find(user);
-  if (cutOff_ || known == known_.end() || !known->second.stream(kind).available) return false;
+  if (isCutOff() || known == known_.end() || !known->second.stream(kind).available) return false;
   const bool isAskedFor = receiveMode_.video || views.contains({user, kind});
   switch (kind) {
     case MediaKind::audio: return !isAudioMuted(user);
@@ -132,16 +144,21 @@ bool Client::receives(const std::string& user, MediaKind kind) const {
   return false;
 }
 
+bool Client::flows(const std::string& user, MediaKind kind) const {
+  const auto publisher = room_ ? room_->find(user) : nullptr;
+  return publisher && publisher->sends(kind) && receives(user, kind);
+}
+
 void Client::receive(const std::string& user) {
   const auto known = known_.find(user);
   if (known == known_.end()) return;
   for (const auto kind : {MediaKind::audio, MediaKind::video, MediaKind::subStream}) {
     auto& stream = known->second.stream(kind);
-    if (stream.firstFrameShown || !receives(user, kind)) continue;
-    stream.firstFrameShown = true;
+    if (stream.firstFrame || !flows(user, kind)) continue;
     const auto picture = pictureOf(user, kind);
     const auto frame = kind == MediaKind::audio ? kAudioFrame : frameTime(picture.fps);
-    later(frame, visit, [user, kind](Client& self) { self.showFirstFrame(user, kind); });
+    later(frame, stream.firstFrame,
+          [user, kind](Client& self) { self.showFirstFrame(user, kind); });
   }
 }
 
@@ -155,10 +172,8 @@ void Client::stopRemoteViews() {
 }
 
 void Client::showFirstFrame(const std::string& user, MediaKind kind) {
-  if (!receives(user, kind)) {
-    if (const auto known = known_.find(user); known != known_.end()) {
-      known->second.stream(kind).firstFrameShown = false;
-    }
+  if (!flows(user, kind)) {
+    known_.at(user).stream(kind).firstFrame.reset();
     return;
   }
   if (kind == MediaKind::audio) {
@@ -180,17 +195,18 @@ std::int32_t Client::shownStream(const std::string& user, MediaKind kind) const 
   const bool wantsSmall =
       (wish != wishes.end() && wish->second.preferredStream == kKOBUStreamTypeMainSmall) ||
       (view != views.end() && view->second.streamType == kKOBUStreamTypeMainSmall);
-  return wantsSmall && publisher && publisher->video.smallStream ? kKOBUStreamTypeMainSmall
-                                                                 : kKOBUStreamTypeMain;
+  return wantsSmall && publisher && publisher->sent().small ? kKOBUStreamTypeMainSmall
+                                                            : kKOBUStreamTypeMain;
 }
 
 VideoStream Client::pictureOf(const std::string& user, MediaKind kind) const {
   const auto publisher = room_ ? room_->find(user) : nullptr;
   if (!publisher) return {};
+  const auto sent = publisher->sent();
   switch (shownStream(user, kind)) {
-    case kKOBUStreamTypeMainSmall: return smallStream(*publisher->video.smallStream);
-    case kKOBUStreamTypeSub: return publisher->captureStream();
-    default: return cameraStream(publisher->video.encoder);
+    case kKOBUStreamTypeMainSmall: return *sent.small;
+    case kKOBUStreamTypeSub: return sent.screen;
+    default: return sent.main;
   }
 }
 

@@ -7,7 +7,6 @@ namespace vemo {
 namespace {
 
 constexpr Clock::Time kStatisticsPeriod{2'000};
-constexpr std::int32_t kShortestVolumeInterval = 100;
 
 }  // namespace
 
@@ -24,20 +23,25 @@ void Client::enter(const KOBUParams& params, std::int64_t scene, bool signatureG
   enteringSince_ = world_.now();
   receiveMode_ = nextReceiveMode;
   ++visit;
-  // A greeting, the user's papers and the room's description: three round trips.
-  const auto travel = 3 * roundTrip() + world_.randomTime(network().jitter);
-  later(std::max(travel, Time(1)), visit,
-        [signatureGood](Client& self) { self.arrive(signatureGood); });
+  signatureGood_ = signatureGood;
+  knock();
 }
 
-void Client::arrive(bool signatureGood) {
+void Client::knock() {
   if (!handset_->isConnected()) {
     const auto deadline = enteringSince_ + world_.options().enterTimeout;
-    later(std::max(deadline - world_.now(), Time(0)), visit,
+    later(std::max(deadline - world_.now(), Time(0)), entering_,
           [](Client& self) { self.failEntering(kEnterTimedOut, "the server does not answer"); });
     return;
   }
-  if (const auto refusal = world_.refusal(params_, signatureGood)) {
+  // A greeting, the user's papers and the room's description: three round trips.
+  const auto travel = 3 * roundTrip() + world_.randomTime(network().jitter);
+  later(std::max(travel, Time(1)), entering_, [](Client& self) { self.arrive(); });
+}
+
+void Client::arrive() {
+  if (!handset_->isConnected()) return knock();
+  if (const auto refusal = world_.refusal(params_, signatureGood_)) {
     failEntering(refusal->code, refusal->text);
     return;
   }
@@ -57,6 +61,7 @@ void Client::arrive(bool signatureGood) {
 void Client::failEntering(std::int32_t code, std::string_view text) {
   state_ = RoomState::outside;
   ++visit;
+  entering_.reset();
   emit([code, text](auto& to) { to.onError(code, std::string(text), std::nullopt); });
   emit([code](auto& to) { to.onEnterRoom(code); });
 }
@@ -66,7 +71,7 @@ void Client::join(Room& room) {
   room_ = &room;
   const auto number = world_.announcements;
   for (const auto& member : room.members) {
-    if (member.get() != this) learn(member->userId(), member->presence(), number, kLeaveLeft);
+    if (member.get() != this) learn(member->userId(), member->announced_, number, kLeaveLeft);
   }
   announced_ = {};
   publish();
@@ -74,12 +79,12 @@ void Client::join(Room& room) {
 
 void Client::exit() {
   if (state_ == RoomState::outside) return;
+  if (state_ == RoomState::entering) failEntering(kEnterCancelled, "left on the way in");
   const auto answer = handset_->isConnected() ? roundTrip() : Time(0);
   quitRoom(handset_->isConnected() ? kLeaveLeft : kLeaveTimedOut);
   state_ = RoomState::outside;
   endVisit();
-  later(answer, always,
-        [](Client& self) { self.emit([](auto& to) { to.onExitRoom(kExitLeft); }); });
+  later(answer, [](Client& self) { self.emit([](auto& to) { to.onExitRoom(kExitLeft); }); });
 }
 
 void Client::putOut(std::int64_t exitReason, std::int64_t othersReason) {
@@ -90,7 +95,7 @@ void Client::putOut(std::int64_t exitReason, std::int64_t othersReason) {
   }
   state_ = RoomState::outside;
   endVisit();
-  later(network().delay, always, [exitReason](Client& self) {
+  later(network().delay, [exitReason](Client& self) {
     self.emit([exitReason](auto& to) { to.onExitRoom(exitReason); });
   });
 }
@@ -111,9 +116,10 @@ void Client::quitRoom(std::int64_t reason) {
 
 void Client::endVisit() {
   ++visit;
-  ++listening_;
-  ++connection_;
-  cutOff_ = false;
+  for (auto* timer : {&entering_, &measuring_, &listening_, &loss_, &absence_, &resuming_}) {
+    timer->reset();
+  }
+  thaw();
   lossNoticed_ = false;
   putOutMeanwhile_.reset();
   known_.clear();
@@ -136,7 +142,7 @@ void Client::switchRole(std::int32_t role) {
   }
   const bool connected = handset_->isConnected();
   const auto answer = connected ? roundTrip() : world_.options().enterTimeout;
-  later(answer, always, [role, connected, during = visit](Client& self) {
+  later(answer, [role, connected, during = visit](Client& self) {
     if (self.visit != during) {
       self.emit([](auto& to) { to.onSwitchRole(kSwitchOutsideRoom, "not in a room"); });
     } else if (!connected || !self.handset_->isConnected()) {
@@ -151,7 +157,7 @@ void Client::switchRole(std::int32_t role) {
 
 void Client::learn(const std::string& user, const Presence& shown, std::uint64_t announcement,
                    std::int64_t reason) {
-  if (cutOff_) return;  // what is missed now is learnt when it resumes
+  if (isCutOff()) return;  // what is missed now is learnt when it resumes
   auto& known = known_[user];
   if (announcement < known.lastAnnouncement) return;
   known.lastAnnouncement = announcement;
@@ -161,7 +167,7 @@ void Client::learn(const std::string& user, const Presence& shown, std::uint64_t
   }
   const auto learnStream = [&](KnownUser::Stream& stream, bool available, auto event) {
     if (stream.available == available) return;
-    stream = {available, false};
+    stream = {available, nullptr};
     emit([user, available, event](auto& to) { (to.*event)(user, available); });
   };
   learnStream(known.audio, shown.audio, &KOBUCloudDelegate::onUserAudioAvailable);
@@ -175,19 +181,22 @@ void Client::learn(const std::string& user, const Presence& shown, std::uint64_t
 }
 
 void Client::startMeasuring() {
-  later(kStatisticsPeriod, visit, [](Client& self) {
+  later(kStatisticsPeriod, measuring_, [](Client& self) {
     self.measure(kStatisticsPeriod);
     self.startMeasuring();
   });
 }
 
 void Client::setVolumeInterval(std::int32_t intervalMs) {
-  audio.volumeIntervalMs = intervalMs <= 0 ? 0 : std::max(intervalMs, kShortestVolumeInterval);
+  const auto interval =
+      intervalMs <= 0 ? 0
+                      : std::clamp(intervalMs, kShortestVolumeIntervalMs, kLongestVolumeIntervalMs);
+  if (std::exchange(audio.volumeIntervalMs, interval) == interval) return;
   if (state_ == RoomState::inside) startListening();
 }
 
 void Client::startListening() {
-  ++listening_;
+  listening_.reset();
   if (audio.volumeIntervalMs == 0) return;
   later(Time(audio.volumeIntervalMs), listening_, [](Client& self) {
     self.listen();

@@ -30,17 +30,13 @@ Picture Client::ownPicture() const {
 Picture Client::pictureIn(const std::string& user, MediaKind kind) const {
   Picture picture;
   if (const auto publisher = room_ ? room_->find(user) : nullptr) {
-    if (kind == MediaKind::video) {
-      picture = publisher->ownPicture();
-      picture.rotation = publisher->video.encoderRotation;
-      picture.mirror = publisher->video.encoderMirror;
-    }
+    if (kind == MediaKind::video) picture = publisher->sent().camera;
     const auto stream = pictureOf(user, kind);
     if (receives(user, kind)) {
       picture.kind = PictureKind::live;
       picture.muteImage = nullptr;
       setStream(picture, stream);
-    } else if (picture.kind != PictureKind::muteImage || cutOff_ || !isSeen(user) ||
+    } else if (picture.kind != PictureKind::muteImage || isCutOff() || !isSeen(user) ||
                isVideoMuted(user)) {
       picture = {};
     }
@@ -56,21 +52,21 @@ bool Client::isSeen(const std::string& user) const {
 }
 
 EngineSnapshot Client::snapshot() const {
-  EngineSnapshot phone;
-  phone.room = state_;
-  phone.params = params_;
-  phone.appScene = scene_;
-  phone.connected = handset_->isConnected();
-  phone.autoReceiveAudio = nextReceiveMode.audio;
-  phone.autoReceiveVideo = nextReceiveMode.video;
-  phone.video = video;
-  phone.video.picture = ownPicture();
-  phone.audio = audio;
-  phone.allAudioMuted = allAudioMuted.value_or(false);
-  phone.allVideoMuted = allVideoMuted.value_or(false);
+  EngineSnapshot snapshot;
+  snapshot.room = state_;
+  snapshot.params = params_;
+  snapshot.appScene = scene_;
+  snapshot.connected = handset_->isConnected();
+  snapshot.autoReceiveAudio = nextReceiveMode.audio;
+  snapshot.autoReceiveVideo = nextReceiveMode.video;
+  snapshot.video = video;
+  snapshot.ownPicture = ownPicture();
+  snapshot.audio = audio;
+  snapshot.allAudioMuted = allAudioMuted.value_or(false);
+  snapshot.allVideoMuted = allVideoMuted.value_or(false);
   for (const auto& [user, known] : known_) {
     if (!known.visible) continue;
-    auto& remote = phone.users.emplace_back();
+    auto& remote = snapshot.users.emplace_back();
     const auto found = wishes.find(user);
     const auto wish = found == wishes.end() ? RemoteWish() : found->second;
     remote.userId = user;
@@ -85,15 +81,15 @@ EngineSnapshot Client::snapshot() const {
   }
   for (const auto& [key, shown] : views) {
     const auto& [user, kind] = key;
-    phone.remoteViews.push_back({user, shown.streamType, shown.view, pictureIn(user, kind)});
+    snapshot.remoteViews.push_back({user, shown.streamType, shown.view, pictureIn(user, kind)});
   }
-  phone.music = music.snapshot();
-  phone.capture = capture;
-  phone.speedTestRunning = speedTest.isRunning();
-  phone.debugView = debugView;
-  phone.debugViewMargins = debugViewMargins;
-  phone.experimentalCalls = experimentalCalls;
-  return phone;
+  snapshot.music = music.snapshot();
+  snapshot.capture = capture;
+  snapshot.speedTestRunning = speedTest.isRunning();
+  snapshot.debugView = debugView;
+  snapshot.debugViewMargins = debugViewMargins;
+  snapshot.experimentalCalls = experimentalCalls;
+  return snapshot;
 }
 
 }  // namespace vemo

@@ -58,7 +58,9 @@ std::vector<KOBURemoteStatistics> Client::measureReceived() const {
   for (const auto& [user, known] : known_) {
     const auto publisher = room_->find(user);
     if (!known.visible || !publisher) continue;
-    const auto loss = combinedLoss(publisher->network().upLoss, network().downLoss);
+    const auto loss = publisher->isCutOff()
+                          ? kEverythingLost
+                          : combinedLoss(publisher->network().upLoss, network().downLoss);
     const auto add = [&](std::int32_t streamType) -> auto& {
       auto& statistics = received.emplace_back();
       statistics.userId = user;
@@ -68,15 +70,16 @@ std::vector<KOBURemoteStatistics> Client::measureReceived() const {
           20 + 4 * (publisher->network().jitter + network().jitter).count());
       return statistics;
     };
-    const auto flows = [&](MediaKind kind) {
-      return publisher->sends(kind) && receives(user, kind);
+    // What a user that is cut off showed last counts too, as a stream of nothing.
+    const auto isShown = [&](MediaKind kind) {
+      return publisher->isCutOff() ? receives(user, kind) : flows(user, kind);
     };
     const auto addVideo = [&](KOBURemoteStatistics& statistics, MediaKind kind) {
       setVideo(statistics, pictureOf(user, kind));
       statistics.videoBitrate = passed(statistics.videoBitrate, loss);
     };
-    const bool hears = flows(MediaKind::audio);
-    const bool sees = flows(MediaKind::video);
+    const bool hears = isShown(MediaKind::audio);
+    const bool sees = isShown(MediaKind::video);
     if (hears || sees) {
       auto& main = add(sees ? shownStream(user, MediaKind::video) : kKOBUStreamTypeMain);
       if (hears) {
@@ -86,7 +89,7 @@ std::vector<KOBURemoteStatistics> Client::measureReceived() const {
       }
       if (sees) addVideo(main, MediaKind::video);
     }
-    if (flows(MediaKind::subStream)) addVideo(add(kKOBUStreamTypeSub), MediaKind::subStream);
+    if (isShown(MediaKind::subStream)) addVideo(add(kKOBUStreamTypeSub), MediaKind::subStream);
   }
   return received;
 }
@@ -96,21 +99,21 @@ void Client::measure(Time period) {
   const auto rtt = roundTrip() + world_.randomTime(own.jitter);
 
   auto local = std::make_shared<KOBUQualityInfo>();
-  local->quality = cutOff_ ? kQualityUnusable : qualityOf(own.upLoss, own.downLoss, rtt);
+  local->quality = isCutOff() ? kQualityUnusable : qualityOf(own.upLoss, own.downLoss, rtt);
   auto remote = std::make_shared<std::vector<KOBUQualityInfo>>();
   for (const auto& [user, known] : known_) {
     if (!known.visible) continue;
     auto& quality = remote->emplace_back(KOBUQualityInfo{user, kQualityUnusable});
     const auto publisher = room_ ? room_->find(user) : nullptr;
-    if (cutOff_ || !publisher || publisher->cutOff_) continue;
+    if (isCutOff() || !publisher || publisher->isCutOff()) continue;
     quality.quality =
         qualityOf(publisher->network().upLoss, own.downLoss, publisher->roundTrip() + roundTrip());
   }
 
   auto statistics = std::make_shared<KOBUStatistics>();
-  statistics->rtt = cutOff_ ? 0 : static_cast<std::uint32_t>(rtt.count());
-  statistics->upLoss = cutOff_ ? kEverythingLost : own.upLoss;
-  statistics->downLoss = cutOff_ ? kEverythingLost : own.downLoss;
+  statistics->rtt = isCutOff() ? 0 : static_cast<std::uint32_t>(rtt.count());
+  statistics->upLoss = isCutOff() ? kEverythingLost : own.upLoss;
+  statistics->downLoss = isCutOff() ? kEverythingLost : own.downLoss;
   statistics->localStatistics = measureSent();
   statistics->remoteStatistics = measureReceived();
   sentBytes_ += bytesIn(statistics->localStatistics, period);
@@ -126,11 +129,10 @@ void Client::measure(Time period) {
 }
 
 std::uint32_t Client::heard(const std::string& user) const {
-  const auto publisher = room_ ? room_->find(user) : nullptr;
-  if (!publisher || !receives(user, MediaKind::audio)) return 0;
+  if (!flows(user, MediaKind::audio)) return 0;
   const auto wish = wishes.find(user);
   const auto volume = wish == wishes.end() ? 100 : wish->second.volume;
-  return publisher->loudness() * static_cast<std::uint32_t>(volume) / 100;
+  return room_->find(user)->loudness() * static_cast<std::uint32_t>(volume) / 100;
 }
 
 void Client::listen() {

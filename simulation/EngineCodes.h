@@ -7,8 +7,9 @@ namespace vemo {
 // The codes that the simulated engine reports.
 
 // Failures of entering a room: onError with the code, then onEnterRoom with it.
-inline constexpr std::int32_t kEnterRefused = -3301;   ///< such as an unknown role
-inline constexpr std::int32_t kEnterTimedOut = -3308;  ///< no answer: no connection
+inline constexpr std::int32_t kEnterRefused = -3301;    ///< such as an unknown role
+inline constexpr std::int32_t kEnterTimedOut = -3308;   ///< no answer: no connection
+inline constexpr std::int32_t kEnterCancelled = -3309;  ///< by an exit on the way in
 inline constexpr std::int32_t kEnterRoomFull = -3316;
 inline constexpr std::int32_t kEnterUnknownApplication = -3317;
 inline constexpr std::int32_t kEnterBadRoomId = -3318;  ///< room id 0

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -11,14 +10,14 @@
 #include "bridge/ImageDecoder.h"
 #include "bridge/KOBURecords.h"
 #include "bridge/VEMOUIRenderSource.h"
+#include "simulation/LocalMedia.h"
 
 namespace vemo {
 
-// The state of the simulated engine as plain values, for tests and for whoever draws it.
+// Snapshots of the simulated engine: its state at one moment as plain values, for tests and
+// for whoever draws it. Nothing in them changes afterwards.
 
 enum class RoomState { outside, entering, inside };
-
-enum class CaptureState { idle, capturing, paused };
 
 /// What a view shows.
 enum class PictureKind { none, live, muteImage };
@@ -28,7 +27,7 @@ struct Picture {
   PictureKind kind = PictureKind::none;
   std::int32_t width = 0;  ///< of the stream, in pixels
   std::int32_t height = 0;
-  std::int32_t fps = 0;
+  std::int32_t fps = 0;                  ///< 0: it stands still
   bool front = false;                    ///< a front camera's picture
   std::int32_t rotation = 0;             ///< turned by the sender, in quarter turns
   bool mirror = false;                   ///< mirrored by the sender
@@ -44,44 +43,17 @@ struct RemoteViewSnapshot {
   Picture picture;
 };
 
-/// What a phone knows of another user in its room, and how it receives it.
+/// What a client knows of another user in its room, and how it receives it.
 struct RemoteUserSnapshot {
   std::string userId;
   bool audioAvailable = false;
   bool videoAvailable = false;
   bool subStreamAvailable = false;
-  bool audioMuted = false;  ///< by this phone
+  bool audioMuted = false;  ///< by this client
   bool videoMuted = false;
-  std::int32_t volume = 100;         ///< of its audio on this phone, 0 to 100
-  std::uint32_t heard = 0;           ///< how loud it is on this phone now, 0 to 100
+  std::int32_t volume = 100;         ///< of its audio on this handset, 0 to 100
+  std::uint32_t heard = 0;           ///< how loud it is on this handset now, 0 to 100
   std::int32_t preferredStream = 0;  ///< 0 the main picture, 1 the small one
-};
-
-struct LocalVideo {
-  bool cameraOn = false;
-  bool front = true;
-  bool muted = false;
-  std::shared_ptr<NativeView> view;
-  Picture picture;  ///< what the own view shows
-  std::shared_ptr<VEMOImage> muteImage;
-  std::int32_t muteImageFps = 0;
-  KOBUVideoEncParam encoder;
-  std::int32_t encoderRotation = 0;
-  bool encoderMirror = false;
-  std::int32_t sensorMode = 0;
-  KOBURenderParams renderParams;
-  std::optional<KOBUVideoEncParam> smallStream;  ///< present when it is sent
-  KOBUNetworkQosParam qos;
-};
-
-struct LocalAudio {
-  bool microphoneOn = false;
-  std::int32_t quality = 0;
-  bool muted = false;
-  std::int32_t captureVolume = 100;
-  std::int32_t playoutVolume = 100;
-  std::int32_t route = 0;
-  std::int32_t volumeIntervalMs = 0;  ///< 0: no volume events
 };
 
 struct MusicSnapshot {
@@ -94,14 +66,7 @@ struct MusicSnapshot {
   std::int32_t publishVolume = 100;
 };
 
-struct ScreenCapture {
-  CaptureState state = CaptureState::idle;
-  bool broadcast = false;  ///< by the broadcast extension, else inside the application
-  std::string appGroup;
-  KOBUVideoEncParam encoder;
-};
-
-/// The engine of one phone.
+/// One engine instance.
 struct EngineSnapshot {
   RoomState room = RoomState::outside;
   KOBUParams params;  ///< of the last enter; the role is the present one
@@ -110,6 +75,7 @@ struct EngineSnapshot {
   bool autoReceiveAudio = true;
   bool autoReceiveVideo = true;
   LocalVideo video;
+  Picture ownPicture;  ///< in video.view
   LocalAudio audio;
   std::vector<RemoteUserSnapshot> users;        ///< by user id
   std::vector<RemoteViewSnapshot> remoteViews;  ///< by user id and stream type
@@ -121,14 +87,6 @@ struct EngineSnapshot {
   std::int32_t debugView = 0;
   std::map<std::string, EdgeInsets> debugViewMargins;
   std::vector<std::string> experimentalCalls;  ///< the latest known ones, oldest first
-};
-
-/// What an engine class was told without an instance.
-struct LogSettings {
-  std::int32_t level = 0;
-  bool console = false;
-  bool compress = true;
-  std::string directory;
 };
 
 /// A room and who is in it, audience included.

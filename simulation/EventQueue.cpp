@@ -1,7 +1,6 @@
 #include "simulation/EventQueue.h"
 
 #include <condition_variable>
-#include <cstdint>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -27,12 +26,26 @@ class EventQueue::State final : public ClockedQueue {
     allowed_ = false;
   }
 
-  bool post(Clock::Time due, Task& task) {
+  /// Nothing, and `task` left alone, once stopped.
+  std::optional<Key> post(Clock::Time due, Task& task) {
     const std::lock_guard lock(mutex_);
-    if (stopped_) return false;
-    tasks_.emplace(std::pair(due, posted_++), std::move(task));
+    if (stopped_) return std::nullopt;
+    const Key key{due, posted_++};
+    tasks_.emplace(key, std::move(task));
     changed_.notify_all();
-    return true;
+    return key;
+  }
+
+  void takeBack(Key key) {
+    Tasks::node_type dropped;  // destroyed with no lock held
+    const std::lock_guard lock(mutex_);
+    dropped = tasks_.extract(key);
+    if (!isWorkDue()) idle_.notify_all();
+  }
+
+  std::size_t size() const {
+    const std::lock_guard lock(mutex_);
+    return tasks_.size();
   }
 
   void stop() {
@@ -66,8 +79,7 @@ class EventQueue::State final : public ClockedQueue {
   std::thread thread;
 
  private:
-  // By due time, then by order of posting.
-  using Tasks = std::map<std::pair<Clock::Time, std::uint64_t>, Task>;
+  using Tasks = std::map<Key, Task>;
 
   std::optional<Clock::Time> firstDue() const {
     if (tasks_.empty()) return std::nullopt;
@@ -97,7 +109,22 @@ EventQueue::EventQueue(std::shared_ptr<Clock> clock) : state_(std::make_shared<S
 
 EventQueue::~EventQueue() { stop(); }
 
-bool EventQueue::post(Clock::Time due, Task& task) { return state_->post(due, task); }
+EventQueue::Ticket::~Ticket() {
+  const auto state = state_.lock();
+  if (state && key_) state->takeBack(*key_);
+}
+
+bool EventQueue::post(Clock::Time due, Task& task) { return state_->post(due, task).has_value(); }
+
+std::shared_ptr<const EventQueue::Ticket> EventQueue::postRevocable(Clock::Time due,
+                                                                    RevocableTask task) {
+  const auto ticket = std::make_shared<Ticket>(state_);
+  Task work = [weak = std::weak_ptr<const Ticket>(ticket), task = std::move(task)] { task(weak); };
+  ticket->key_ = state_->post(due, work);
+  return ticket;
+}
+
+std::size_t EventQueue::size() const { return state_->size(); }
 
 void EventQueue::stop() {
   state_->stop();

@@ -14,7 +14,7 @@ std::optional<boost::json::object> experimentalCallFrom(const std::string& jsonT
 /// Does what `call`, the object in `jsonText`, asks for: `{"api": NAME, "params": {...}}`.
 ///
 ///     setNetwork         delayMs, jitterMs, upLoss, downLoss: numbers; a missing one stays
-///     dropConnection     cuts this phone off
+///     dropConnection     cuts this handset off
 ///     restoreConnection  ends that
 ///
 /// Anything else is reported by a warning. With the world's lock held.

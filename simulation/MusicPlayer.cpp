@@ -82,14 +82,10 @@ MusicPlayer::Time MusicPlayer::positionOf(const Track& track) const {
 
 template <class Step>
 void MusicPlayer::later(Time delay, Track& track, Step step) {
-  track.step = ++steps_;
-  client_.later(delay, client_.always,
-                [id = track.music.ID, due = track.step, step](Client& owner) {
-                  auto& self = owner.music;
-                  const auto found = self.tracks_.find(id);
-                  if (found != self.tracks_.end() && found->second.step == due)
-                    step(self, found->second);
-                });
+  client_.later(delay, track.timer, [id = track.music.ID, step](Client& owner) {
+    auto& self = owner.music;
+    step(self, self.tracks_.at(id));
+  });
 }
 
 void MusicPlayer::reportProgress(const Track& track, Time position) {
@@ -120,7 +116,7 @@ void MusicPlayer::pause(std::int32_t id) {
   track->position = positionOf(*track);
   track->paused = true;
   if (!track->started) return;  // it begins paused
-  track->step = ++steps_;
+  track->timer.reset();
   client_.publish();
 }
 

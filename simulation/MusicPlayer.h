@@ -9,6 +9,7 @@
 
 #include "bridge/PWAudioEffectManager.h"
 #include "simulation/EngineSnapshot.h"
+#include "simulation/World.h"
 
 namespace vemo {
 
@@ -48,7 +49,7 @@ class MusicPlayer {
   struct Track {
     PWAudioMusicParam music;
     std::shared_ptr<const Callbacks> callbacks;
-    std::uint64_t step = 0;  // the one that is due next; others are void
+    Timer timer;
     bool started = false;
     bool paused = false;
     Time duration{0};
@@ -66,7 +67,7 @@ class MusicPlayer {
   /// Plays from `position` on.
   void play(Track& track, Time position);
   Time positionOf(const Track& track) const;
-  /// Runs `step` on `track` after `delay`, unless something else happens to it first.
+  /// Runs `step` on `track` after `delay`, in place of what it waits for.
   template <class Step>
   void later(Time delay, Track& track, Step step);
   void reportProgress(const Track& track, Time position);
@@ -75,7 +76,6 @@ class MusicPlayer {
 
   Client& client_;
   Tracks tracks_;
-  std::uint64_t steps_ = 0;
   std::int32_t volume_ = 100;  // of music that is started
 };
 

@@ -18,9 +18,10 @@ void Room::announce(const Client& publisher, const Presence& shown, std::int64_t
   const auto number = ++publisher.world().announcements;
   for (const auto& member : members) {
     if (member.get() == &publisher) continue;
-    member->later(after + publisher.network().delay + member->network().delay, member->visit,
-                  [userId = publisher.userId(), shown, number, reason](Client& viewer) {
-                    viewer.learn(userId, shown, number, reason);
+    member->later(after + publisher.network().delay + member->network().delay,
+                  [userId = publisher.userId(), shown, number, reason,
+                   visit = member->visit](Client& viewer) {
+                    if (viewer.visit == visit) viewer.learn(userId, shown, number, reason);
                   });
   }
 }

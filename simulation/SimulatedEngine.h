@@ -103,8 +103,8 @@ class SimulatedEngine final : public KOBUCloud, PWAudioEffectManager, KOBUDevice
   /// The client, with the world's lock held as long as this lives.
   class Locked {
    public:
-    explicit Locked(const SimulatedEngine& phone)
-        : guard_(*phone.world_), client_(*phone.client_) {}
+    explicit Locked(const SimulatedEngine& engine)
+        : guard_(*engine.world_), client_(*engine.client_) {}
     Client* operator->() const { return &client_; }
     Client& operator*() const { return client_; }
 

@@ -19,15 +19,12 @@ void SpeedTest::start(std::shared_ptr<const Completion> completion) {
 }
 
 void SpeedTest::stop() {
-  ++test_;
+  timer_.reset();
   client_.world().discard(std::exchange(completion_, nullptr));
 }
 
 void SpeedTest::measureNext(std::size_t index) {
-  client_.later(kMeasuring, client_.always, [index, test = test_](Client& client) {
-    auto& self = client.speedTest;
-    if (self.test_ == test) self.measured(index);
-  });
+  client_.later(kMeasuring, timer_, [index](Client& client) { client.speedTest.measured(index); });
 }
 
 void SpeedTest::measured(std::size_t index) {

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "bridge/KOBUCloud.h"
+#include "simulation/World.h"
 
 namespace vemo {
 
@@ -29,7 +30,7 @@ class SpeedTest {
 
   Client& client_;
   std::shared_ptr<const Completion> completion_;
-  std::uint64_t test_ = 0;  // steps of earlier tests are void
+  Timer timer_;
 };
 
 }  // namespace vemo

@@ -22,12 +22,16 @@ namespace vemo {
 
 class Client;
 
-/// A phone: what outlives the instances of its engine. Guarded by the world's lock.
+/// A step that waits for its time, if any: whoever sets it anew, or lets go of it, takes
+/// the former step back.
+using Timer = std::shared_ptr<const EventQueue::Ticket>;
+
+/// A handset: what outlives the instances of its engine. Guarded by the world's lock.
 class Handset {
  public:
   explicit Handset(std::uint64_t id) : number(id) {}
 
-  const std::uint64_t number;  // different for every phone
+  const std::uint64_t number;  // different for every handset
   std::optional<NetworkProfile> network;
   std::optional<Clock::Time> cutOffSince;  // present while the connection is down
   LogSettings log;
@@ -43,7 +47,7 @@ struct Refusal {
   std::string_view text;
 };
 
-/// All that the phones of a cloud share: its lock, time, chance and rooms.
+/// All that the handsets of a cloud share: its lock, time, chance and rooms.
 ///
 /// Everything but what is said to need no lock is used while a Guard lives; nothing
 /// that a Guard protects calls out, and what might run code of others when it dies
@@ -86,6 +90,12 @@ class World {
       discard(std::make_shared<EventQueue::Task>(std::move(task)));
     }
   }
+  /// The same for a step that is void without its timer; see EventQueue::postRevocable.
+  Timer postRevocable(Time delay, EventQueue::RevocableTask step) {
+    return queue_.postRevocable(now() + delay, std::move(step));
+  }
+  /// How many steps wait for their time.
+  std::size_t waitingSteps() const { return queue_.size(); }
   /// Keeps `dead` until the lock is free.
   void discard(std::shared_ptr<const void> dead) { discarded_.push_back(std::move(dead)); }
 
@@ -94,7 +104,7 @@ class World {
   Time randomTime(Time limit) {
     return Time(random(static_cast<std::uint64_t>(std::max<Time::rep>(limit.count(), 0))));
   }
-  /// How loud the user of a phone speaks now, 20 to 100.
+  /// How loud the user of a handset speaks now, 20 to 100.
   std::uint32_t voice(const Handset& handset) const;
 
   std::optional<Refusal> refusal(const KOBUParams& params, bool signatureGood) const;
@@ -104,7 +114,7 @@ class World {
   void tidy(const Room& room);
 
   std::shared_ptr<Handset> addHandset();
-  /// The phones in a room, or on the way into one, as `userId`.
+  /// The handsets in a room, or on the way into one, as `userId`.
   std::vector<std::shared_ptr<Client>> clientsOf(const std::string& userId) const;
   void dropConnection(Handset& handset);
   void restoreConnection(Handset& handset);

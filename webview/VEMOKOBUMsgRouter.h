@@ -58,6 +58,10 @@ class VEMOKOBUMsgRouter final : public VEMOJSMsgRouter,
   /// Makes a router on `platform` that decodes messages and delivers replies by `base`,
   /// which is not null; subscribes it to the four notifications of the broadcast extension
   /// and registers its commands. The engine is made later, by the page's "initSDK".
+  ///
+  /// A router that events in the main queue keep alive destroys the shared instance of its
+  /// engine class when it dies, even if a later router has that instance by then. So drain
+  /// the main queue before making the next router on one engine class.
   static std::shared_ptr<VEMOKOBUMsgRouter> create(std::unique_ptr<VEMOJSMsgRouter> base,
                                                    Platform platform);
 

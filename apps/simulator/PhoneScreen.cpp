@@ -33,7 +33,7 @@ boost::json::array PhoneScreen::pictures(const EngineSnapshot& phone) {
                         {"mirror", picture.mirror},
                         {"drawing", dictionaryFrom(picture.drawing)}});
   };
-  add(phone.video.view, phone.video.picture, true);
+  add(phone.video.view, phone.ownPicture, true);
   for (const auto& remote : phone.remoteViews) add(remote.view, remote.picture, false);
   images_ = std::move(shown);
   return pictures;

@@ -12,11 +12,13 @@
 #include <chrono>
 #include <csignal>
 #include <deque>
+#include <list>
 #include <mutex>
 #include <optional>
 #include <utility>
 #include <vector>
 
+#include "simulator/Descriptors.h"
 #include "simulator/StaticFiles.h"
 
 namespace vemo {
@@ -33,9 +35,10 @@ namespace {
 
 constexpr std::size_t kMaxHeaderBytes = 16'384;
 constexpr std::uint64_t kMaxBodyBytes = 1024;  // nothing here reads a body
-constexpr auto kHttpTimeout = std::chrono::seconds(30);
+constexpr auto kAnswerTimeout = std::chrono::seconds(30);
 constexpr auto kFarewell = std::chrono::milliseconds(500);
 
+class HttpConnection;
 class PageConnection;
 
 /// What is to be sent to one page. Handed out to any thread, so it knows when the
@@ -79,6 +82,22 @@ class Outbox final : public PageSocket {
   bool closed_ = false;
 };
 
+/// A page's connection: what was read beyond its request comes first.
+class PageStream final : public beast::buffered_read_stream<beast::tcp_stream, beast::flat_buffer> {
+ public:
+  PageStream(tcp::socket socket, beast::flat_buffer received)
+      : buffered_read_stream(std::move(socket)) {
+    buffer() = std::move(received);
+  }
+};
+
+// How the WebSocket ends the connection below it; the server does so asynchronously alone.
+template <class Handler>
+void async_teardown(beast::role_type role, PageStream& stream, Handler&& handler) {
+  using websocket::async_teardown;
+  async_teardown(role, stream.next_layer(), std::forward<Handler>(handler));
+}
+
 std::string_view view(beast::string_view text) { return {text.data(), text.size()}; }
 
 }  // namespace
@@ -87,6 +106,7 @@ struct WebServerState {
   explicit WebServerState(WebServerOptions given) : options(std::move(given)) {}
 
   WebServerOptions options;
+  std::list<HttpConnection*> visitors;  // the one that was last heard of longest ago first
   asio::io_context io{1};
   tcp::acceptor acceptor{io};
   asio::signal_set signals{io};
@@ -97,8 +117,15 @@ struct WebServerState {
   std::vector<std::weak_ptr<PageConnection>> pages;
   std::size_t pageCount = 0;
   bool stopping = false;
+  SpareDescriptor spare;
+  bool inTrouble = false;  // with accepting, of which the operator was told
 
   void accept();
+  void admit(tcp::socket socket);
+  /// Ends the visitor that was last heard of longest ago; false when there is none.
+  bool dropVisitor();
+  /// Turns a newcomer away for whom there is no descriptor; false when that is impossible.
+  bool turnAway();
   void stop();
   void pageLeft() {
     --pageCount;
@@ -120,9 +147,9 @@ namespace {
 /// One page: reads its frames and writes what its outbox holds.
 class PageConnection final : public std::enable_shared_from_this<PageConnection> {
  public:
-  PageConnection(WebServerState& state, tcp::socket socket)
+  PageConnection(WebServerState& state, tcp::socket socket, beast::flat_buffer received)
       : state_(state),
-        stream_(std::move(socket)),
+        stream_(std::move(socket), std::move(received)),
         outbox_(std::make_shared<Outbox>(state.io, state.options.maxUnsentBytes)) {
     ++state_.pageCount;
   }
@@ -216,7 +243,7 @@ class PageConnection final : public std::enable_shared_from_this<PageConnection>
   }
 
   WebServerState& state_;
-  websocket::stream<beast::tcp_stream, /*deflateSupported=*/false> stream_;
+  websocket::stream<PageStream, /*deflateSupported=*/false> stream_;
   beast::flat_buffer buffer_;
   std::shared_ptr<Outbox> outbox_;
   std::unique_ptr<PageListener> listener_;
@@ -241,21 +268,38 @@ void Outbox::send(std::string text) {
 class HttpConnection final : public std::enable_shared_from_this<HttpConnection> {
  public:
   HttpConnection(WebServerState& state, tcp::socket socket)
-      : state_(state), stream_(std::move(socket)) {}
+      : state_(state),
+        stream_(std::move(socket)),
+        place_(state.visitors.insert(state.visitors.end(), this)) {}
+  ~HttpConnection() { leave(); }
+  HttpConnection(const HttpConnection&) = delete;
+  HttpConnection& operator=(const HttpConnection&) = delete;
 
   void read() {
+    if (hasLeft_) return;
+    state_.visitors.splice(state_.visitors.end(), state_.visitors, place_);
     parser_.emplace();
     parser_->header_limit(kMaxHeaderBytes);
     parser_->body_limit(kMaxBodyBytes);
-    stream_.expires_after(kHttpTimeout);
+    stream_.expires_after(state_.options.requestTimeout);
     http::async_read(stream_, buffer_, *parser_,
                      [self = shared_from_this()](beast::error_code problem, std::size_t) {
                        self->onRead(problem);
                      });
   }
 
+  void drop() {
+    leave();
+    stream_.close();
+  }
+
  private:
+  void leave() {
+    if (!std::exchange(hasLeft_, true)) state_.visitors.erase(place_);
+  }
+
   void onRead(beast::error_code problem) {
+    if (hasLeft_) return;
     if (problem == http::error::header_limit)
       return refuse(http::status::request_header_fields_too_large, "The header is too long.");
     if (problem == http::error::body_limit)
@@ -269,8 +313,12 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
     if (websocket::is_upgrade(request) && request.target() == "/phone") {
       const auto why = refusal(request);
       if (!why.empty()) return refuse(http::status::forbidden, why);
+      if (state_.pageCount >= state_.options.maxPages)
+        return refuse(http::status::service_unavailable,
+                      "There are as many pages as this server takes; close one first.");
       stream_.expires_never();
-      auto page = std::make_shared<PageConnection>(state_, stream_.release_socket());
+      auto page =
+          std::make_shared<PageConnection>(state_, stream_.release_socket(), std::move(buffer_));
       return page->start(request);
     }
     respond(answer(request), request.keep_alive());
@@ -331,7 +379,7 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
                  "frame-ancestors 'self'; base-uri 'none'; form-action 'none'");
     response.keep_alive(keepAlive);
     response_ = std::move(response);
-    stream_.expires_after(kHttpTimeout);
+    stream_.expires_after(kAnswerTimeout);
     http::async_write(
         stream_, response_,
         [self = shared_from_this(), keepAlive](beast::error_code problem, std::size_t) {
@@ -347,24 +395,52 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
   beast::flat_buffer buffer_{kMaxHeaderBytes + kMaxBodyBytes};
   std::optional<http::request_parser<http::string_body>> parser_;
   Response response_;
+  const std::list<HttpConnection*>::iterator place_;
+  bool hasLeft_ = false;
 };
 
 }  // namespace
 
+// Accepts only when somebody has come: without a free descriptor the system would refuse
+// even when nobody has.
 void WebServerState::accept() {
-  acceptor.async_accept([this](beast::error_code problem, tcp::socket socket) {
-    if (problem == asio::error::operation_aborted || stopping) return;
-    if (problem) {  // such as no free file descriptor: try again a little later
-      options.note("can't accept a connection: " + problem.message());
-      pause.expires_after(std::chrono::milliseconds(100));
-      pause.async_wait([this](beast::error_code stopped) {
-        if (!stopped) accept();
-      });
-      return;
+  acceptor.async_wait(tcp::acceptor::wait_read, [this](beast::error_code problem) {
+    if (problem || stopping) return;
+    auto socket = acceptor.accept(problem);
+    if (problem == asio::error::would_block) return accept();
+    if (!problem) {
+      inTrouble = false;
+      admit(std::move(socket));
+      return accept();
     }
-    std::make_shared<HttpConnection>(*this, std::move(socket))->read();
-    accept();
+    if (!std::exchange(inTrouble, true))
+      options.note("can't accept a connection: " + problem.message());
+    if (problem == asio::error::no_descriptors && (dropVisitor() || turnAway())) return accept();
+    pause.expires_after(std::chrono::milliseconds(100));
+    pause.async_wait([this](beast::error_code stopped) {
+      if (stopped) return;
+      spare.keep();
+      accept();
+    });
   });
+}
+
+void WebServerState::admit(tcp::socket socket) {
+  if (visitors.size() >= options.maxVisitors) dropVisitor();
+  std::make_shared<HttpConnection>(*this, std::move(socket))->read();
+}
+
+bool WebServerState::dropVisitor() {
+  if (visitors.empty()) return false;
+  visitors.front()->drop();
+  return true;
+}
+
+bool WebServerState::turnAway() {
+  if (!spare.giveUp()) return false;
+  beast::error_code nobody;
+  acceptor.accept(nobody);  // and lets go of the connection at once
+  return spare.keep();
 }
 
 void WebServerState::stop() {
@@ -394,6 +470,7 @@ std::unique_ptr<WebServer> WebServer::open(WebServerOptions options, std::string
   if (!problem) acceptor.set_option(asio::socket_base::reuse_address(true), problem);
   if (!problem) acceptor.bind(address, problem);
   if (!problem) acceptor.listen(asio::socket_base::max_listen_connections, problem);
+  if (!problem) acceptor.non_blocking(true, problem);
   if (problem) {
     const auto port = std::to_string(state->options.port);
     error = problem == asio::error::address_in_use

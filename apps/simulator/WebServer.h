@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -20,6 +21,14 @@ struct WebServerOptions {
   std::size_t maxFrameBytes = std::size_t{4} << 20U;
   /// A page for which more than this waits to be sent is dropped.
   std::size_t maxUnsentBytes = std::size_t{16} << 20U;
+  /// How many pages are served at once; one more is refused with status 503.
+  std::size_t maxPages = 100;
+  /// How many other connections there may be: one more ends the one whose request has
+  /// been waited for longest.
+  std::size_t maxVisitors = 256;
+  /// Until a request must have come whole, from when the connection was made or, for a
+  /// later one, from the end of the answer before it.
+  std::chrono::milliseconds requestTimeout{5'000};
   /// Takes a line for the operator that is about no page. Server's thread; returns at once.
   std::function<void(std::string_view line)> note = [](std::string_view) {};
 };
@@ -28,7 +37,8 @@ struct WebServerState;
 
 /// An HTTP server on the loopback interface: files of a folder, and a WebSocket at
 /// "/phone" for pages of its own. Requests that name another host, and WebSockets of
-/// pages that came from elsewhere, are refused, so no foreign page can reach it.
+/// pages that came from elsewhere, are refused, so no foreign page can reach it. Its
+/// connections are limited in number and time, so that no client can shut others out.
 ///
 /// Threads: run makes its caller the server's thread; post and stop from any.
 class WebServer {

@@ -12,6 +12,7 @@
 #include "platform/PixbufImageDecoder.h"
 #include "platform/StreamSystemLog.h"
 #include "simulation/ClassroomCloud.h"
+#include "simulator/Descriptors.h"
 #include "simulator/Note.h"
 #include "simulator/Options.h"
 #include "simulator/Phone.h"
@@ -48,6 +49,7 @@ int run(int argc, char** argv) {
   web.port = options->port;
   web.pageFolder = options->pageFolder.empty() ? VEMO_PAGE_FOLDER : options->pageFolder;
   web.note = [&](std::string_view line) { note(*ownLogger, line); };
+  raiseDescriptorLimit();
   const auto server = WebServer::open(std::move(web), error);
   if (!server) return fail(error);
 

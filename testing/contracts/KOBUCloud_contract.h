@@ -222,6 +222,19 @@ TYPED_TEST_P(KOBUCloudContract, ReportsWhyEnteringFailedFirst) {
   EXPECT_TRUE(entered == events.end() || entered->number < 0);
 }
 
+TYPED_TEST_P(KOBUCloudContract, AnswersAnEnterBeforeTheExitThatOvertakesIt) {
+  if constexpr (!TypeParam::kAnswers) GTEST_SKIP() << "this engine only records";
+  const auto engine = this->engine();
+  engine->enterRoom(this->maker_.params(), 0);
+  engine->exitRoom();
+  this->maker_.settle();
+  std::vector<std::string> answers;
+  for (const auto& event : this->delegate_->events()) {
+    if (event.name == "onEnterRoom" || event.name == "onExitRoom") answers.push_back(event.name);
+  }
+  EXPECT_EQ(answers, (std::vector<std::string>{"onEnterRoom", "onExitRoom"}));
+}
+
 TYPED_TEST_P(KOBUCloudContract, AnswersASwitchOfRole) {
   if constexpr (!TypeParam::kAnswers) GTEST_SKIP() << "this engine only records";
   this->engineInRoom()->switchRole(kKOBURoleAudience);
@@ -322,7 +335,8 @@ REGISTER_TYPED_TEST_SUITE_P(KOBUCloudContract, HasOneInstanceUntilItIsDestroyed,
                             KeepsItsDelegateWeakly, TellsNobodyWithoutADelegate,
                             ItsManagersBelongToIt, TakesAnythingOnAnyThread, AnswersEnterAndExit,
                             LeavingOutsideARoomDoesNothing, ReportsWhyEnteringFailedFirst,
-                            AnswersASwitchOfRole, AnEventMayCallTheEngine,
+                            AnswersAnEnterBeforeTheExitThatOvertakesIt, AnswersASwitchOfRole,
+                            AnEventMayCallTheEngine,
                             MayBeDestroyedByItsOwnEvent, IsSilentOnceItsLastHolderHasLetGo,
                             GivesBackTheVolumesThatWereSet, KeepsAViewWhileItShowsSomethingInIt,
                             MeasuresEveryServerOfASpeedTestOnce, CapturesTheScreen);

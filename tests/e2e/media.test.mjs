@@ -180,3 +180,29 @@ test('restarting the engine leaves the room, and another can be entered', async 
   await ada.enter({ name: 'Ada' });
   await ben.tile('Ada').waitFor();
 });
+
+test('the picture of a phone that is cut off stands still until it is back', async () => {
+  const ada = await entered('Ada');
+  const ben = await entered('Ben');
+  await ada.control('Camera').click();
+  await ada.answerPrompt('camera', true);
+  const picture = ben.nativeView('Ada');
+  await picture.waitFor();
+  const standsStill = () =>
+    picture.evaluate(async (canvas) => {
+      const before = canvas.toDataURL();
+      for (let frame = 0; frame < 20; ++frame) await new Promise(requestAnimationFrame);
+      return canvas.toDataURL() === before;
+    });
+  const comesToStandStill = async (wanted) => {
+    for (let look = 0; look < 20; ++look) if ((await standsStill()) === wanted) return true;
+    return false;
+  };
+  assert.ok(await comesToStandStill(false));
+  await ada.page.getByRole('button', { name: 'Developer panel' }).click();
+  await ada.page.getByRole('tab', { name: 'Phone' }).click();
+  await ada.page.getByRole('button', { name: 'Cut off' }).click();
+  assert.ok(await comesToStandStill(true));
+  await ada.page.getByRole('button', { name: 'Restore' }).click();
+  assert.ok(await comesToStandStill(false));
+});

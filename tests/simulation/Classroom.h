@@ -27,8 +27,8 @@ inline KOBUParams paramsOf(const std::string& userId, std::int32_t role = kKOBUR
   return params;
 }
 
-/// A phone with its engine and what that reported.
-struct TestPhone {
+/// A handset, its engine and what that reported.
+struct TestHandset {
   std::shared_ptr<SimulatedEngineClass> engineClass;
   std::shared_ptr<KOBUCloud> engine;
   std::shared_ptr<Recorder> events;
@@ -55,8 +55,8 @@ struct Classroom {
     cloud = std::make_unique<ClassroomCloud>(std::move(options));
   }
 
-  TestPhone phone() {
-    TestPhone made;
+  TestHandset handset() {
+    TestHandset made;
     made.engineClass = cloud->makeEngineClass();
     made.engine = made.engineClass->sharedInstance();
     made.events = std::make_shared<Recorder>();
@@ -64,9 +64,9 @@ struct Classroom {
     return made;
   }
 
-  /// A phone that has entered; its events until then are forgotten.
-  TestPhone entered(const std::string& userId, std::int32_t role = kKOBURoleAnchor) {
-    auto made = phone();
+  /// A handset that has entered; its events until then are forgotten.
+  TestHandset entered(const std::string& userId, std::int32_t role = kKOBURoleAnchor) {
+    auto made = handset();
     made->enterRoom(paramsOf(userId, role), 0);
     advance(100);
     made.events->take();

@@ -97,7 +97,7 @@ TEST(Connection, WhatIsPublishedMeanwhileIsToldOnRecovery) {
 
 TEST(Connection, EnteringWithoutAConnectionTimesOut) {
   Classroom classroom;
-  const auto alice = classroom.phone();
+  const auto alice = classroom.handset();
   alice.engineClass->dropConnection();
   alice->enterRoom(paramsOf("alice"), 0);
   classroom.advance(9'999);
@@ -105,6 +105,151 @@ TEST(Connection, EnteringWithoutAConnectionTimesOut) {
   classroom.advance(1);
   EXPECT_EQ(alice.events->lines(),
             (Lines{"onError -3308 the server does not answer", "onEnterRoom -3308"}));
+}
+
+TEST(Connection, AnEnterBegunWithoutItSucceedsWhenItIsBackInTime) {
+  Classroom classroom;
+  const auto alice = classroom.handset();
+  alice.engineClass->dropConnection();
+  alice->enterRoom(paramsOf("alice"), 0);
+  classroom.advance(5'000);
+  alice.engineClass->restoreConnection();
+  classroom.advance(59);
+  EXPECT_TRUE(alice.events->lines().empty());
+  classroom.advance(1);
+  EXPECT_EQ(alice.events->takeRare(), Lines{"onEnterRoom 5060"});
+  classroom.advance(20'000);
+  EXPECT_TRUE(alice.events->takeRare().empty());
+  EXPECT_EQ(alice.snapshot().room, RoomState::inside);
+}
+
+TEST(Connection, ALossOnTheWayInIsOvercome) {
+  Classroom classroom;
+  const auto alice = classroom.handset();
+  alice->enterRoom(paramsOf("alice"), 0);
+  classroom.advance(30);
+  alice.engineClass->dropConnection();
+  classroom.advance(5'000);
+  EXPECT_EQ(alice.snapshot().room, RoomState::entering);
+  alice.engineClass->restoreConnection();
+  alice.engineClass->dropConnection();
+  alice.engineClass->restoreConnection();
+  classroom.advance(60);
+  EXPECT_EQ(alice.events->takeRare(), Lines{"onEnterRoom 5090"});
+}
+
+/// Alice shows everything, and Bob watches and listens.
+struct Lesson {
+  Lesson() {
+    alice->startLocalAudio(2);
+    alice->startLocalPreview(true, nullptr);
+    alice->startScreenCaptureInApp({});
+    bob->startRemoteView("alice", 0, std::make_shared<NativeView>());
+    bob->startRemoteView("alice", 2, std::make_shared<NativeView>());
+    bob->enableAudioVolumeEvaluation(100);
+    classroom.advance(5'000);
+  }
+  Picture camera() const { return bob.snapshot().remoteViews.at(0).picture; }
+  Picture screen() const { return bob.snapshot().remoteViews.at(1).picture; }
+  std::uint32_t heard() const { return bob.snapshot().users.at(0).heard; }
+  /// The last measured; on the way is at most one more.
+  std::vector<KOBURemoteStatistics> received() {
+    classroom.advance(2'000);
+    return bob.events->statistics()->remoteStatistics;
+  }
+
+  Classroom classroom;
+  TestHandset alice = classroom.entered("alice");
+  TestHandset bob = classroom.entered("bob");
+};
+
+TEST(Connection, OthersHearNothingOfAUserThatIsCutOffAndSeeItStandStill) {
+  Lesson lesson;
+  ASSERT_EQ(lesson.camera().fps, 15);
+  ASSERT_EQ(lesson.screen().fps, 15);
+  ASSERT_GT(lesson.heard(), 0U);
+
+  lesson.alice.engineClass->dropConnection();
+  EXPECT_EQ(lesson.heard(), 0U);
+  for (const auto& picture : {lesson.camera(), lesson.screen()}) {
+    EXPECT_EQ(picture.kind, PictureKind::live);
+    EXPECT_EQ(picture.fps, 0);
+  }
+  const auto received = lesson.received();
+  ASSERT_EQ(received.size(), 2U);
+  for (const auto& stream : received) {
+    EXPECT_EQ(stream.packetLoss, 100U);
+    EXPECT_EQ(stream.frameRate, 0U);
+    EXPECT_EQ(stream.videoBitrate, 0U);
+    EXPECT_EQ(stream.audioBitrate, 0U);
+    EXPECT_GT(stream.width, 0U);
+  }
+  const auto volumes = *lesson.bob.events->volumes();
+  ASSERT_EQ(volumes.size(), 2U);
+  EXPECT_EQ(volumes[1].userId, "alice");
+  EXPECT_EQ(volumes[1].volume, 0U);
+
+  lesson.alice.engineClass->restoreConnection();
+  for (const auto& stream : lesson.received()) {
+    EXPECT_EQ(stream.packetLoss, 0U);
+    EXPECT_GT(stream.videoBitrate, 0U);
+  }
+  EXPECT_EQ(lesson.camera().fps, 15);
+  EXPECT_EQ(lesson.screen().fps, 15);
+  EXPECT_GT(lesson.heard(), 0U);
+}
+
+TEST(Connection, WhatAUserThatIsCutOffDoesIsSeenWhenItIsBack) {
+  Lesson lesson;
+  lesson.alice.engineClass->dropConnection();
+  lesson.alice->getDeviceManager().switchCamera(false);
+  lesson.alice->setVideoEncoderParam({320, 180, 10, 100, 0, false});
+  lesson.alice->stopScreenCapture();
+  EXPECT_TRUE(lesson.camera().front);
+  EXPECT_EQ(lesson.camera().width, 640);
+  EXPECT_EQ(lesson.screen().kind, PictureKind::live);
+  EXPECT_FALSE(lesson.alice.snapshot().ownPicture.front);
+  EXPECT_EQ(lesson.alice.snapshot().ownPicture.fps, 10);
+
+  lesson.alice.engineClass->restoreConnection();
+  lesson.classroom.advance(100);
+  EXPECT_FALSE(lesson.camera().front);
+  EXPECT_EQ(lesson.camera().width, 320);
+  EXPECT_EQ(lesson.screen().kind, PictureKind::none);
+}
+
+TEST(Connection, AMuteImageStaysWhileItsSenderIsCutOff) {
+  struct Image : VEMOImage {};
+  Lesson lesson;
+  auto image = std::make_shared<Image>();
+  const std::weak_ptr<VEMOImage> held = image;
+  lesson.alice->setVideoMuteImage(std::move(image), 5);
+  lesson.alice->muteLocalVideo(true);
+  lesson.classroom.advance(100);
+  lesson.alice.engineClass->dropConnection();
+  lesson.alice->setVideoMuteImage(nullptr, 5);
+  EXPECT_EQ(lesson.camera().kind, PictureKind::muteImage);
+  lesson.alice.engineClass->restoreConnection();
+  lesson.classroom.advance(100);
+  EXPECT_EQ(lesson.camera().kind, PictureKind::none);
+  EXPECT_TRUE(held.expired());
+}
+
+TEST(Connection, WhoComesMeanwhileSeesTheFirstFramesOnceTheUserIsBack) {
+  Lesson lesson;
+  lesson.alice.engineClass->dropConnection();
+  const auto carol = lesson.classroom.handset();
+  carol->enterRoom(paramsOf("carol"), 0);
+  lesson.classroom.advance(1'000);
+  EXPECT_EQ(carol.events->takeRare(),
+            (Lines{"onEnterRoom 60", "onRemoteUserEnterRoom alice", "onUserAudioAvailable alice 1",
+                   "onUserVideoAvailable alice 1", "onUserSubStreamAvailable alice 1",
+                   "onRemoteUserEnterRoom bob"}));
+  lesson.alice.engineClass->restoreConnection();
+  lesson.classroom.advance(1'000);
+  EXPECT_EQ(carol.events->takeRare(),
+            (Lines{"onFirstAudioFrame alice", "onFirstVideoFrame alice 0 640 360",
+                   "onFirstVideoFrame alice 2 1280 720"}));
 }
 
 TEST(Connection, AUserWhosePlaceWasTakenIsOutOnRecovery) {

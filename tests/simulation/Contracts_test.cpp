@@ -26,9 +26,9 @@ struct CloudMaker {
 
 struct MusicMaker {
   Classroom classroom;
-  TestPhone phone = classroom.phone();
+  TestHandset handset = classroom.handset();
 
-  PWAudioEffectManager& manager() { return phone->getAudioEffectManager(); }
+  PWAudioEffectManager& manager() { return handset->getAudioEffectManager(); }
   std::string music() { return "song.mp3"; }
   std::string noMusic() { return "nothing.mp3"; }
   void playToEnd() { classroom.advance(5000); }
@@ -36,11 +36,11 @@ struct MusicMaker {
 
 struct DeviceMaker {
   Classroom classroom;
-  TestPhone phone = classroom.phone();
+  TestHandset handset = classroom.handset();
 
-  DeviceMaker() { phone->startLocalPreview(true, nullptr); }
-  KOBUDeviceManager& manager() { return phone->getDeviceManager(); }
-  bool frontCamera() { return phone.snapshot().video.front; }
+  DeviceMaker() { handset->startLocalPreview(true, nullptr); }
+  KOBUDeviceManager& manager() { return handset->getDeviceManager(); }
+  bool frontCamera() { return handset.snapshot().video.front; }
 };
 
 INSTANTIATE_TYPED_TEST_SUITE_P(ClassroomCloud, KOBUCloudContract, CloudMaker);

@@ -10,7 +10,7 @@ namespace {
 
 TEST(Lifetime, TheInstanceMayBeDestroyedByItsOwnEvent) {
   Classroom classroom;
-  auto alice = classroom.phone();
+  auto alice = classroom.handset();
   const std::weak_ptr<KOBUCloud> engine = alice.engine;
   alice.events->onLine = [&](const std::string&) {
     alice.engineClass->destroySharedIntance();
@@ -56,7 +56,7 @@ TEST(Lifetime, TheLastReferenceToTheDelegateMayBeDroppedDuringItsEvent) {
 
 TEST(Lifetime, ADelegateIsKeptWeakly) {
   Classroom classroom;
-  auto alice = classroom.phone();
+  auto alice = classroom.handset();
   const std::weak_ptr<Recorder> events = alice.events;
   alice->enterRoom(paramsOf("alice"), 0);
   alice.events.reset();
@@ -67,7 +67,7 @@ TEST(Lifetime, ADelegateIsKeptWeakly) {
 
 TEST(Lifetime, EventsUnderWayGoToTheDelegateOfTheirArrival) {
   Classroom classroom;
-  const auto alice = classroom.phone();
+  const auto alice = classroom.handset();
   const auto next = std::make_shared<Recorder>();
   alice->setAudioRoute(kRouteEarpiece);
   alice->setDelegate(next);
@@ -81,7 +81,7 @@ TEST(Lifetime, EventsUnderWayGoToTheDelegateOfTheirArrival) {
 
 TEST(Lifetime, NoEventComesOnceTheLastHolderLetGo) {
   Classroom classroom;
-  auto alice = classroom.phone();
+  auto alice = classroom.handset();
   alice->enterRoom(paramsOf("alice"), 0);
   alice.engineClass->destroySharedIntance();
   classroom.advance(100);
@@ -92,7 +92,7 @@ TEST(Lifetime, NoEventComesOnceTheLastHolderLetGo) {
   EXPECT_TRUE(alice.events->lines().empty());
 }
 
-TEST(Lifetime, OthersSeeAPhoneGoWhoseInstanceIsDestroyed) {
+TEST(Lifetime, OthersSeeAHandsetGoWhoseInstanceIsDestroyed) {
   Classroom classroom;
   const auto bob = classroom.entered("bob");
   auto alice = classroom.entered("alice");
@@ -116,7 +116,7 @@ TEST(Lifetime, ANewInstanceStartsAfresh) {
   EXPECT_EQ(alice.engine, alice.engineClass->sharedInstance());
 }
 
-TEST(Lifetime, PhonesOutliveTheirCloud) {
+TEST(Lifetime, HandsetsOutliveTheirCloud) {
   Classroom classroom;
   const auto alice = classroom.entered("alice");
   const auto bob = classroom.entered("bob");
@@ -137,7 +137,7 @@ TEST(Lifetime, PhonesOutliveTheirCloud) {
 
 TEST(Lifetime, TheCloudMayBeDestroyedByAnEvent) {
   Classroom classroom;
-  const auto alice = classroom.phone();
+  const auto alice = classroom.handset();
   alice.events->onLine = [&](const std::string&) { classroom.cloud.reset(); };
   alice->enterRoom(paramsOf("alice"), 0);
   classroom.advance(5000);

@@ -10,12 +10,12 @@ struct Image : VEMOImage {};
 /// Alice, who publishes, and Bob, who sees it.
 struct LocalMedia : testing::Test {
   Classroom classroom;
-  TestPhone alice = classroom.entered("alice");
-  TestPhone bob = classroom.entered("bob");
+  TestHandset alice = classroom.entered("alice");
+  TestHandset bob = classroom.entered("bob");
 
-  Lines happened(const TestPhone& phone, int ms = 300) {
+  Lines happened(const TestHandset& handset, int ms = 300) {
     classroom.advance(ms);
-    return phone.events->takeRare();
+    return handset.events->takeRare();
   }
   void SetUp() override {
     alice.events->take();
@@ -33,7 +33,7 @@ TEST_F(LocalMedia, AStartedCameraGetsReadyAndIsPublished) {
   EXPECT_TRUE(video.cameraOn);
   EXPECT_FALSE(video.front);
   EXPECT_EQ(video.view, view);
-  EXPECT_EQ(video.picture.kind, PictureKind::live);
+  EXPECT_EQ(alice.snapshot().ownPicture.kind, PictureKind::live);
 
   alice->startLocalPreview(true, view);
   EXPECT_EQ(happened(alice), Lines{});
@@ -42,7 +42,7 @@ TEST_F(LocalMedia, AStartedCameraGetsReadyAndIsPublished) {
   alice->stopLocalPreview();
   EXPECT_EQ(happened(bob), Lines{"onUserVideoAvailable alice 0"});
   EXPECT_EQ(alice.snapshot().video.view, nullptr);
-  EXPECT_EQ(alice.snapshot().video.picture.kind, PictureKind::none);
+  EXPECT_EQ(alice.snapshot().ownPicture.kind, PictureKind::none);
 }
 
 TEST_F(LocalMedia, ACameraStoppedAtOnceNeverGetsReady) {
@@ -72,7 +72,7 @@ TEST_F(LocalMedia, AMutedCameraShowsTheMuteImage) {
   alice->muteLocalVideo(true);
   happened(bob);
   for (const auto& picture :
-       {bob.snapshot().remoteViews.at(0).picture, alice.snapshot().video.picture}) {
+       {bob.snapshot().remoteViews.at(0).picture, alice.snapshot().ownPicture}) {
     EXPECT_EQ(picture.kind, PictureKind::muteImage);
     EXPECT_EQ(picture.muteImage, image);
     EXPECT_EQ(picture.fps, 7);
@@ -82,7 +82,7 @@ TEST_F(LocalMedia, AMutedCameraShowsTheMuteImage) {
   bob->muteRemoteVideoStream("alice", false);
   alice->setVideoMuteImage(nullptr, 5);
   EXPECT_EQ(bob.snapshot().remoteViews.at(0).picture.kind, PictureKind::none);
-  EXPECT_EQ(alice.snapshot().video.picture.kind, PictureKind::none);
+  EXPECT_EQ(alice.snapshot().ownPicture.kind, PictureKind::none);
 }
 
 TEST_F(LocalMedia, AudienceSendsNothing) {
@@ -94,7 +94,7 @@ TEST_F(LocalMedia, AudienceSendsNothing) {
 }
 
 TEST_F(LocalMedia, WhatIsOnBeforeEnteringIsPublishedThen) {
-  const auto carol = classroom.phone();
+  const auto carol = classroom.handset();
   carol->startLocalPreview(true, nullptr);
   carol->startLocalAudio(2);
   happened(carol);
@@ -122,7 +122,7 @@ TEST_F(LocalMedia, EncoderAndRenderParametersAreKeptAndSeen) {
   EXPECT_TRUE(video.encoder.adjustResolution);
   EXPECT_EQ(video.sensorMode, 1);
   EXPECT_EQ(video.qos.preference, 2);
-  EXPECT_EQ(video.picture.drawing.rotation, 1);
+  EXPECT_EQ(alice.snapshot().ownPicture.drawing.rotation, 1);
   const auto picture = bob.snapshot().remoteViews.at(0).picture;
   EXPECT_EQ(picture.width, 1280);
   EXPECT_EQ(picture.fps, 30);

@@ -5,10 +5,10 @@
 namespace vemo {
 namespace {
 
-/// A phone's music and what its callbacks said. "song.mp3" takes a second.
+/// A handset's music and what its callbacks said. "song.mp3" takes a second.
 struct MusicPlayer : testing::Test {
   Classroom classroom;
-  TestPhone alice = classroom.entered("alice");
+  TestHandset alice = classroom.entered("alice");
   PWAudioEffectManager& player = alice->getAudioEffectManager();
   Lines said;  // by the callback thread, inside advance
 
@@ -123,7 +123,7 @@ TEST_F(MusicPlayer, StopsAndLetsGo) {
 
 TEST_F(MusicPlayer, SaysNothingOnceStopped) {
   // The stop comes while the music is loaded, on the callback thread.
-  const auto bob = classroom.phone();
+  const auto bob = classroom.handset();
   bob.events->onLine = [&](const std::string&) { player.stopPlayMusic(7); };
   start(song());
   classroom.advance(40);

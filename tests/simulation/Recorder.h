@@ -13,7 +13,7 @@
 
 namespace vemo {
 
-/// Writes the events of one phone down, a line each: "onUserVideoAvailable bob 1".
+/// Writes the events of one handset down, a line each: "onUserVideoAvailable bob 1".
 class Recorder : public KOBUCloudDelegate {
  public:
   /// Called with each line after it was written down, on the thread of the event.

@@ -8,21 +8,23 @@ namespace {
 /// Alice, who publishes camera and microphone, and a way to let Bob in.
 struct RemoteMedia : testing::Test {
   Classroom classroom;
-  TestPhone alice = classroom.entered("alice");
+  TestHandset alice = classroom.entered("alice");
 
   void SetUp() override {
     alice->startLocalPreview(true, nullptr);
     alice->startLocalAudio(2);
     classroom.advance(500);
   }
-  TestPhone bobReceiving(bool audio, bool video) {
-    auto bob = classroom.phone();
+  TestHandset bobReceiving(bool audio, bool video) {
+    auto bob = classroom.handset();
     bob->setDefaultStreamRecvMode(audio, video);
     bob->enterRoom(paramsOf("bob"), 0);
     classroom.advance(500);
     return bob;
   }
-  static std::size_t firstFrames(const TestPhone& phone) { return phone.events->count("onFirst"); }
+  static std::size_t firstFrames(const TestHandset& handset) {
+    return handset.events->count("onFirst");
+  }
 };
 
 TEST_F(RemoteMedia, ComesByItselfWhereThatIsWanted) {

@@ -9,7 +9,7 @@ namespace {
 
 TEST(Room, EnteringIsAnsweredAfterItsTime) {
   Classroom classroom;
-  const auto alice = classroom.phone();
+  const auto alice = classroom.handset();
   alice->enterRoom(paramsOf("alice"), 1);
   EXPECT_EQ(alice.snapshot().room, RoomState::entering);
   classroom.advance(59);
@@ -22,15 +22,15 @@ TEST(Room, EnteringIsAnsweredAfterItsTime) {
 
 TEST(Room, EventsComeOnOneThreadThatIsNotTheCallers) {
   Classroom classroom;
-  const auto alice = classroom.phone();
-  const auto bob = classroom.phone();
+  const auto alice = classroom.handset();
+  const auto bob = classroom.handset();
   alice->enterRoom(paramsOf("alice"), 0);
   bob->enterRoom(paramsOf("bob"), 0);
   classroom.advance(3000);
   const auto thread = alice.events->threads().at(0);
   EXPECT_NE(thread, std::this_thread::get_id());
-  for (const auto& phone : {alice, bob}) {
-    for (const auto& other : phone.events->threads()) EXPECT_EQ(other, thread);
+  for (const auto& handset : {alice, bob}) {
+    for (const auto& other : handset.events->threads()) EXPECT_EQ(other, thread);
   }
 }
 
@@ -47,7 +47,7 @@ TEST_P(RoomRefuses, WithAnErrorAndThenANegativeResult) {
   auto options = Classroom::steady();
   options.applications = {kApplication};
   Classroom classroom(options);
-  const auto alice = classroom.phone();
+  const auto alice = classroom.handset();
   auto params = paramsOf("alice");
   GetParam().spoil(params);
   alice->enterRoom(params, 0);
@@ -108,7 +108,7 @@ TEST(Room, RefusesWhoComesWhenItIsFull) {
 TEST(Room, RefusesEverybodyWhileTheServiceIsSuspended) {
   Classroom classroom;
   classroom.cloud->setSuspended(true);
-  const auto alice = classroom.phone();
+  const auto alice = classroom.handset();
   alice->enterRoom(paramsOf("alice"), 0);
   classroom.advance(60);
   EXPECT_EQ(alice.events->take(),
@@ -123,7 +123,7 @@ TEST(Room, AsksTheRuleForSignatures) {
   auto options = Classroom::steady();
   options.signatureIsGood = [](const KOBUParams& params) { return params.userSig == "open"; };
   Classroom classroom(options);
-  const auto alice = classroom.phone();
+  const auto alice = classroom.handset();
   auto params = paramsOf("alice");
   params.userSig = "open";
   alice->enterRoom(params, 0);
@@ -133,7 +133,7 @@ TEST(Room, AsksTheRuleForSignatures) {
 
 TEST(Room, ARefusedClientIgnoresAnExitFromTheErrorItself) {
   Classroom classroom;
-  const auto alice = classroom.phone();
+  const auto alice = classroom.handset();
   alice.events->onLine = [&](const std::string& line) {
     if (line.starts_with("onError")) alice->exitRoom();
   };
@@ -169,7 +169,7 @@ TEST(Room, ExitIsAnsweredOnce) {
 
 TEST(Room, ExitOutsideARoomDoesNothing) {
   Classroom classroom;
-  const auto alice = classroom.phone();
+  const auto alice = classroom.handset();
   alice->exitRoom();
   classroom.advance(1000);
   EXPECT_TRUE(alice.events->lines().empty());
@@ -177,12 +177,15 @@ TEST(Room, ExitOutsideARoomDoesNothing) {
 
 TEST(Room, ExitOnTheWayInCancelsTheEnter) {
   Classroom classroom;
-  const auto alice = classroom.phone();
+  const auto alice = classroom.handset();
   alice->enterRoom(paramsOf("alice"), 0);
   classroom.advance(30);
   alice->exitRoom();
+  EXPECT_EQ(alice.snapshot().room, RoomState::outside);
   classroom.advance(1000);
-  EXPECT_EQ(alice.events->lines(), Lines{"onExitRoom 0"});
+  EXPECT_EQ(alice.events->lines(),
+            (Lines{"onError -3309 left on the way in", "onEnterRoom -3309", "onExitRoom 0"}));
+  EXPECT_TRUE(classroom.cloud->rooms().empty());
 }
 
 TEST(Room, EnteringRightAfterAnExitIsAnsweredAfterIt) {
@@ -211,7 +214,7 @@ TEST(Room, WhoEntersHearsOfThoseInAndOfTheirStreams) {
   alice->startLocalAudio(2);
   alice->startScreenCaptureInApp({});
   classroom.advance(1000);
-  const auto bob = classroom.phone();
+  const auto bob = classroom.handset();
   bob->enterRoom(paramsOf("bob"), 0);
   classroom.advance(60);
   EXPECT_EQ(bob.events->lines(),
@@ -222,7 +225,7 @@ TEST(Room, WhoEntersHearsOfThoseInAndOfTheirStreams) {
 TEST(Room, AudienceIsNotSeenButSees) {
   Classroom classroom;
   const auto alice = classroom.entered("alice");
-  const auto bob = classroom.phone();
+  const auto bob = classroom.handset();
   bob->enterRoom(paramsOf("bob", kKOBURoleAudience), 0);
   classroom.advance(100);
   EXPECT_TRUE(alice.events->lines().empty());
@@ -238,7 +241,7 @@ TEST(Room, RoomsOfOtherNumbersAndApplicationsAreOtherRooms) {
   for (const bool otherRoom : {true, false}) {
     auto params = paramsOf("bob");
     ++(otherRoom ? params.roomId : params.sdkAppId);
-    const auto bob = classroom.phone();
+    const auto bob = classroom.handset();
     bob->enterRoom(params, 0);
     classroom.advance(100);
     EXPECT_EQ(bob.events->lines(), Lines{"onEnterRoom 60"});
@@ -275,7 +278,7 @@ TEST(Room, SwitchingTheRoleShowsAndHidesTheUser) {
 
 TEST(Room, SwitchingIsRefusedForAnUnknownRoleAndOutsideARoom) {
   Classroom classroom;
-  const auto alice = classroom.phone();
+  const auto alice = classroom.handset();
   alice->switchRole(kKOBURoleAudience);
   classroom.advance(10);
   EXPECT_EQ(alice.events->take(), Lines{"onSwitchRole -3303 not in a room"});
@@ -303,7 +306,7 @@ TEST(Room, TheSameUserAgainPutsTheFirstOneOut) {
   const auto first = classroom.entered("alice");
   teacher.events->take();
   first.events->take();
-  const auto second = classroom.phone();
+  const auto second = classroom.handset();
   second->enterRoom(paramsOf("alice"), 0);
   classroom.advance(100);
   EXPECT_EQ(first.events->lines(), Lines{"onExitRoom 1"});
@@ -355,8 +358,8 @@ TEST(Room, TheSameSeedAndStepsGiveTheSameEvents) {
     options.seed = seed;
     Classroom classroom(options);
     Lines all;
-    auto alice = classroom.phone();
-    auto bob = classroom.phone();
+    auto alice = classroom.handset();
+    auto bob = classroom.handset();
     alice->enterRoom(paramsOf("alice"), 0);
     bob->enterRoom(paramsOf("bob"), 0);
     alice->enableAudioVolumeEvaluation(300);
@@ -364,8 +367,8 @@ TEST(Room, TheSameSeedAndStepsGiveTheSameEvents) {
     bob->startLocalAudio(3);
     bob->startLocalPreview(true, nullptr);
     classroom.advance(5000);
-    for (const auto& phone : {alice, bob}) {
-      for (auto& line : phone.events->take()) all.push_back(std::move(line));
+    for (const auto& handset : {alice, bob}) {
+      for (auto& line : handset.events->take()) all.push_back(std::move(line));
     }
     return all;
   };

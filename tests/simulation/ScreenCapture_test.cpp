@@ -7,16 +7,16 @@ namespace {
 
 struct ScreenCapture : testing::Test {
   Classroom classroom;
-  TestPhone alice = classroom.entered("alice");
-  TestPhone bob = classroom.entered("bob");
+  TestHandset alice = classroom.entered("alice");
+  TestHandset bob = classroom.entered("bob");
 
   void SetUp() override {
     alice.events->take();
     bob.events->take();
   }
-  Lines happened(const TestPhone& phone, int ms = 400) {
+  Lines happened(const TestHandset& handset, int ms = 400) {
     classroom.advance(ms);
-    return phone.events->takeRare();
+    return handset.events->takeRare();
   }
 };
 

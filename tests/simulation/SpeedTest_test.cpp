@@ -7,7 +7,7 @@ namespace {
 
 struct SpeedTest : testing::Test {
   Classroom classroom;
-  TestPhone alice = classroom.phone();
+  TestHandset alice = classroom.handset();
   struct Answer {
     KOBUSpeedTestResult result;
     std::int64_t completed, total;
@@ -70,7 +70,7 @@ TEST(SpeedTestWithoutServers, IsDoneAtOnceWithoutAResult) {
   auto options = Classroom::steady();
   options.speedTestServers.clear();
   Classroom classroom(options);
-  const auto alice = classroom.phone();
+  const auto alice = classroom.handset();
   int calls = 0;
   alice->startSpeedTest(1, "alice", "signature", [&](const auto& result, auto done, auto total) {
     EXPECT_EQ(result, nullptr);

@@ -7,7 +7,7 @@ namespace {
 
 TEST(Statistics, ComeEveryTwoSecondsInARoom) {
   Classroom classroom;
-  const auto alice = classroom.phone();
+  const auto alice = classroom.handset();
   classroom.advance(5000);
   alice->enterRoom(paramsOf("alice"), 0);
   classroom.advance(60);

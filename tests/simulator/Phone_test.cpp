@@ -97,7 +97,8 @@ CloudOptions cloudOptions(std::shared_ptr<Clock> clock) {
 /// Phones in a cloud whose clock the test drives, each with a page that remembers.
 class PhoneTest : public testing::Test {
  protected:
-  struct Handset {
+  /// Somebody with a page and its phone.
+  struct User {
     std::shared_ptr<FakePage> page = std::make_shared<FakePage>();
     std::unique_ptr<Phone> phone;
 
@@ -116,24 +117,24 @@ class PhoneTest : public testing::Test {
     }
   };
 
-  Handset connect() {
-    Handset handset;
-    handset.phone = std::make_unique<Phone>(environment_, handset.page);
-    return handset;
+  User connect() {
+    User user;
+    user.phone = std::make_unique<Phone>(environment_, user.page);
+    return user;
   }
 
   /// A phone that has entered room 7 as `userId`, on stage, with its events registered.
-  Handset entered(const std::string& userId) {
-    auto handset = connect();
+  User entered(const std::string& userId) {
+    auto user = connect();
     boost::json::array callbacks;
     for (const auto* name : {"onRemoteUserEnterRoom", "onRemoteUserLeaveRoom", "onConnectionLost",
-                             "onConnectionRecovery", "onUserVideoAvailable"})
+                             "onStatistics", "onConnectionRecovery", "onUserVideoAvailable"})
       callbacks.push_back({{"sdkcbName", name}, {"jsRecvcbName", "on"}});
-    command(handset, "registCallBacks", {{"callbacks", std::move(callbacks)}}, "callbacks");
-    command(handset, "initSDK", {}, "init");
-    command(handset, "enterRoom", enterParams(userId, "good"), "enter");
-    EXPECT_EQ(handset.code("enter"), 0);
-    return handset;
+    command(user, "registCallBacks", {{"callbacks", std::move(callbacks)}}, "callbacks");
+    command(user, "initSDK", {}, "init");
+    command(user, "enterRoom", enterParams(userId, "good"), "enter");
+    EXPECT_EQ(user.code("enter"), 0);
+    return user;
   }
 
   static object enterParams(const std::string& userId, const std::string& signature) {
@@ -141,18 +142,18 @@ class PhoneTest : public testing::Test {
             {"roomId", 7},   {"appScene", 1},    {"role", 20}};
   }
 
-  void frame(const Handset& handset, const object& frame) {
-    handset.phone->onText(jsonText(frame));
+  void frame(const User& user, const object& frame) {
+    user.phone->onText(jsonText(frame));
     pass(milliseconds(0));
   }
-  void message(const Handset& handset, const std::string& text) {
-    frame(handset, {{"kind", "message"}, {"text", text}});
+  void message(const User& user, const std::string& text) {
+    frame(user, {{"kind", "message"}, {"text", text}});
   }
-  void command(const Handset& handset, std::string_view action, object params,
-               std::string_view cbid, milliseconds wait = seconds(1)) {
-    message(handset, jsonText(object{{"head", {{"module", "kobu"}, {"action", action}}},
-                                     {"params", std::move(params)},
-                                     {"cbid", cbid}}));
+  void command(const User& user, std::string_view action, object params, std::string_view cbid,
+               milliseconds wait = seconds(1)) {
+    message(user, jsonText(object{{"head", {{"module", "kobu"}, {"action", action}}},
+                                  {"params", std::move(params)},
+                                  {"cbid", cbid}}));
     pass(wait);
   }
 
@@ -178,8 +179,8 @@ class PhoneTest : public testing::Test {
 };
 
 TEST_F(PhoneTest, ShowsItsSettingsAtOnce) {
-  const auto handset = connect();
-  const auto settings = handset.page->frames("settings");
+  const auto user = connect();
+  const auto settings = user.page->frames("settings");
   ASSERT_EQ(settings.size(), 1U);
   EXPECT_EQ(settings[0].at("settings").at("camera"), "notDetermined");
 }
@@ -235,28 +236,28 @@ TEST_F(PhoneTest, APageThatGoesWhileEnteringLeavesNothingBehind) {
 }
 
 TEST_F(PhoneTest, BadMessagesAreAnsweredAndTheNextOneWorks) {
-  const auto handset = connect();
+  const auto user = connect();
   const std::string deep(JSMsgRouter::kMaxMessageDepth + 1, '[');
   for (const std::string& text :
        {std::string(), std::string("{"), std::string("[]"), std::string("42"), deep,
         std::string(R"({"head":{}})"), std::string(R"({"head":{"action":1},"cbid":"x"})"),
         std::string(JSMsgRouter::kMaxMessageBytes + 1, ' ')})
-    message(handset, text);
-  EXPECT_EQ(handset.reply("x").at("error").at("errmsg"), "bad message");
+    message(user, text);
+  EXPECT_EQ(user.reply("x").at("error").at("errmsg"), "bad message");
 
   std::string tooLong =
       R"({"head":{"module":"kobu","action":"initSDK"},"cbid":"long","params":{"a":")";
   tooLong.append(JSMsgRouter::kMaxMessageBytes, 'a').append("\"}}");
-  message(handset, tooLong);
-  command(handset, "noSuchCommand", {}, "unknown");
-  EXPECT_EQ(handset.reply("unknown").at("error").at("errmsg"), "unknown action");
-  command(handset, "initSDK", {}, "init");
-  EXPECT_EQ(handset.code("init"), 0);
+  message(user, tooLong);
+  command(user, "noSuchCommand", {}, "unknown");
+  EXPECT_EQ(user.reply("unknown").at("error").at("errmsg"), "unknown action");
+  command(user, "initSDK", {}, "init");
+  EXPECT_EQ(user.code("init"), 0);
   EXPECT_TRUE(notes_.empty());
 }
 
 TEST_F(PhoneTest, FramesThatCannotBeUsedAreToldOf) {
-  const auto handset = connect();
+  const auto user = connect();
   const std::vector<std::pair<std::string, std::string>> bad{
       {"", "this is no JSON object"},
       {"[]", "this is no JSON object"},
@@ -273,18 +274,18 @@ TEST_F(PhoneTest, FramesThatCannotBeUsedAreToldOf) {
       {R"({"kind":"press","alert":1})", "a press names no alert and button"},
       {R"({"kind":"press","alert":1,"button":0})", "there is no such alert or button"}};
   for (const auto& [text, wrong] : bad) {
-    handset.phone->onText(text);
-    EXPECT_EQ(handset.problem(), wrong) << text;
+    user.phone->onText(text);
+    EXPECT_EQ(user.problem(), wrong) << text;
   }
   ASSERT_EQ(notes_.size(), bad.size());
   for (std::size_t i = 0; i < bad.size(); ++i)
     EXPECT_EQ(notes_[i], "sent a frame that can't be used: " + bad[i].second);
 
   const std::string longMedia(10'000, 'x');
-  handset.phone->onText(jsonText(object{{"kind", "answer"}, {"media", longMedia}, {"granted", 1}}));
+  user.phone->onText(jsonText(object{{"kind", "answer"}, {"media", longMedia}, {"granted", 1}}));
   EXPECT_LE(notes_.back().size(), 200U);
-  command(handset, "initSDK", {}, "init");
-  EXPECT_EQ(handset.code("init"), 0);
+  command(user, "initSDK", {}, "init");
+  EXPECT_EQ(user.code("init"), 0);
 }
 
 TEST_F(PhoneTest, TheNetworkCanBeCutAndRestored) {
@@ -295,8 +296,48 @@ TEST_F(PhoneTest, TheNetworkCanBeCutAndRestored) {
   frame(ada, {{"kind", "network"}, {"drop", false}});
   pass(seconds(10));
   EXPECT_EQ(ada.page->events("onConnectionRecovery").size(), 1U);
+}
+
+TEST_F(PhoneTest, TheNetworkIsKeptWithinWhatNetworksDo) {
+  const auto ada = entered("ada");
+  const auto measured = [&] {
+    pass(seconds(2));
+    return ada.page->events("onStatistics").back().at("statistics").as_object();
+  };
   frame(ada, {{"kind", "network"}, {"delay", 9e9}, {"upLoss", -3}, {"downLoss", 10}});
   EXPECT_EQ(ada.problem(), "");
+  const auto slow = measured();
+  EXPECT_GE(slow.at("rtt").as_int64(), 10'000) << "5 s a way";
+  EXPECT_LE(slow.at("rtt").as_int64(), 11'000) << "and up to a fifth of that";
+  EXPECT_EQ(slow.at("upLoss").as_int64(), 0);
+  EXPECT_EQ(slow.at("downLoss").as_int64(), 10);
+
+  frame(ada, {{"kind", "network"}, {"delay", -1}, {"upLoss", 101}, {"downLoss", 1e300}});
+  EXPECT_EQ(ada.problem(), "");
+  const auto lossy = measured();
+  EXPECT_EQ(lossy.at("rtt").as_int64(), 0);
+  EXPECT_EQ(lossy.at("upLoss").as_int64(), 100);
+  EXPECT_EQ(lossy.at("downLoss").as_int64(), 100);
+}
+
+TEST_F(PhoneTest, ThePictureOfAPhoneThatIsCutOffStandsStill) {
+  const auto ada = entered("ada");
+  const auto ben = entered("ben");
+  frame(ada, {{"kind", "settings"}, {"settings", {{"camera", "authorized"}}}});
+  command(ada, "startLocalPreview", {}, "camera");
+  pass(seconds(2));
+  command(ben, "startRemoteView", {{"userId", "ada"}}, "view");
+  const auto fps = [&] {
+    frame(ben, {{"kind", "pictures"}});
+    const auto pictures = ben.page->frames("pictures").back().at("pictures").as_array();
+    return pictures.size() == 1 ? pictures[0].at("fps").as_int64() : -1;
+  };
+  EXPECT_EQ(fps(), 15);
+  frame(ada, {{"kind", "network"}, {"drop", true}});
+  EXPECT_EQ(fps(), 0);
+  frame(ada, {{"kind", "network"}, {"drop", false}});
+  pass(seconds(1));
+  EXPECT_EQ(fps(), 15);
 }
 
 TEST_F(PhoneTest, AGrantedCameraStartsAndTheOthersSeeIt) {

@@ -1,11 +1,14 @@
 #include "simulator/WebServer.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/read.hpp>
+#include <boost/asio/read_until.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/beast/core.hpp>
 #include <boost/beast/http.hpp>
@@ -48,7 +51,7 @@ class Lines {
   std::vector<std::string> lines_;
 };
 
-/// Answers each frame by itself, or by many of them when it reads "flood".
+/// Answers each frame by itself, "flood" by many of them and "hush" not at all.
 class Echo final : public PageListener {
  public:
   Echo(std::shared_ptr<PageSocket> page, Lines& events, Lines& troubles)
@@ -60,7 +63,7 @@ class Echo final : public PageListener {
   void onText(std::string_view text) override {
     if (text == "flood") {
       for (int i = 0; i < 4000; ++i) page_->send(std::string(10'000, 'f'));
-    } else {
+    } else if (text != "hush") {
       page_->send(std::string(text));
     }
   }
@@ -72,9 +75,14 @@ class Echo final : public PageListener {
   Lines& troubles_;
 };
 
+constexpr std::chrono::seconds kPatience{20};
+
 class WebServerTest : public testing::Test {
  protected:
-  WebServerTest() {
+  /// For requests that are meant to take their time.
+  static constexpr std::chrono::seconds kNever{600};
+
+  explicit WebServerTest(std::chrono::milliseconds requestTimeout = kNever) {
     std::filesystem::create_directories(folder_ / "page" / "sub");
     write("page/index.html", "<p>index</p>");
     write("page/app.js", "let a;");
@@ -87,6 +95,10 @@ class WebServerTest : public testing::Test {
     options.pageFolder = folder_ / "page";
     options.maxFrameBytes = 50'000;
     options.maxUnsentBytes = 20'000'000;
+    options.maxPages = 3;
+    options.maxVisitors = 8;
+    options.requestTimeout = requestTimeout;
+    options.note = [this](std::string_view line) { notes_.add(line); };
     std::string error;
     server_ = WebServer::open(options, error);
     EXPECT_TRUE(server_) << error;
@@ -137,6 +149,34 @@ class WebServerTest : public testing::Test {
     return response;
   }
 
+  /// Whether the server ends this connection, or does so `within` some time.
+  bool ends(tcp::socket& socket, std::chrono::milliseconds within = kPatience) {
+    bool ended = false;
+    char byte = 0;
+    socket.async_read_some(asio::buffer(&byte, 1), [&](beast::error_code problem, std::size_t) {
+      ended = problem && problem != asio::error::operation_aborted;
+    });
+    io_.restart();
+    io_.run_for(within);
+    if (!ended) {
+      socket.cancel();
+      io_.restart();
+      io_.run();
+    }
+    return ended;
+  }
+
+  /// Sends `request` a byte at a time for as long as the server takes it.
+  bool endsWhileTrickling(const std::string& request) {
+    auto socket = connected();
+    beast::error_code gone;
+    for (const auto letter : request) {
+      asio::write(socket, asio::buffer(&letter, 1), gone);
+      if (gone || ends(socket, std::chrono::milliseconds(10))) return true;
+    }
+    return false;
+  }
+
   using Page = websocket::stream<tcp::socket>;
 
   /// A page of `origin` that has shaken hands, or the refusal's status.
@@ -165,6 +205,7 @@ class WebServerTest : public testing::Test {
       ("vemo-web-" + std::to_string(getpid()) + "-" +
        testing::UnitTest::GetInstance()->current_test_info()->name());
   Lines troubles_;
+  Lines notes_;
   Lines events_;
   std::unique_ptr<WebServer> server_;
   std::string host_;
@@ -285,6 +326,174 @@ TEST_F(WebServerTest, DropsAPageThatDoesNotRead) {
   const auto other = ownPage();
   other->write(asio::buffer(std::string("hello")));
   EXPECT_EQ(read(*other), "hello");
+}
+
+TEST_F(WebServerTest, HearsFramesThatCameWithTheHandshake) {
+  auto socket = connected();
+  const std::string request = "GET /phone HTTP/1.1\r\nHost: " + host_ + "\r\nOrigin: http://" +
+                              host_ +
+                              "\r\nConnection: Upgrade\r\nUpgrade: websocket\r\n"
+                              "Sec-WebSocket-Version: 13\r\n"
+                              "Sec-WebSocket-Key: AAAAAAAAAAAAAAAAAAAAAA==\r\n\r\n";
+  const std::string mask(4, '\0');
+  const auto frame = [&](const std::string& text) {
+    return "\x81" + std::string(1, static_cast<char>(0x80U | text.size())) + mask + text;
+  };
+  const auto second = frame("second");
+  asio::write(socket, asio::buffer(request + frame("first") + second.substr(0, 3)));
+  asio::write(socket, asio::buffer(second.substr(3) + frame("third")));
+  std::string answer;
+  asio::read_until(socket, asio::dynamic_buffer(answer), "\x81\x05third");
+  EXPECT_EQ(answer.substr(answer.find("\r\n\r\n") + 4),
+            "\x81\x05"
+            "first\x81\x06second\x81\x05third");
+}
+
+TEST_F(WebServerTest, APageThatFloodsItDoesNotHoldUpTheOthers) {
+  const auto flooding = ownPage();
+  const auto mine = ownPage();
+  ASSERT_TRUE(flooding && mine);
+  std::atomic<bool> enough = false;
+  std::atomic<std::size_t> sent = 0;
+  std::thread flood([&] {
+    beast::error_code problem;
+    while (!enough && !problem) {
+      flooding->write(asio::buffer("hush", 4), problem);
+      ++sent;
+    }
+    EXPECT_FALSE(problem) << problem.message();
+  });
+  while (sent < 1000) std::this_thread::yield();
+  for (int round = 0; round < 50; ++round) {
+    mine->write(asio::buffer(std::to_string(round)));
+    EXPECT_EQ(read(*mine), std::to_string(round));
+  }
+  enough = true;
+  flood.join();
+}
+
+TEST_F(WebServerTest, TakesOnlySoManyPages) {
+  std::vector<std::unique_ptr<Page>> pages;
+  for (int i = 0; i < 3; ++i) ASSERT_TRUE(pages.emplace_back(ownPage()));
+  events_.wait(3);
+  http::request<http::empty_body> request(http::verb::get, "/phone", 11);
+  request.set(http::field::host, host_);
+  request.set(http::field::origin, "http://" + host_);
+  request.set(http::field::connection, "Upgrade");
+  request.set(http::field::upgrade, "websocket");
+  request.set(http::field::sec_websocket_version, "13");
+  request.set(http::field::sec_websocket_key, "AAAAAAAAAAAAAAAAAAAAAA==");
+  auto socket = connected();
+  http::write(socket, request);
+  beast::flat_buffer buffer;
+  http::response<http::string_body> response;
+  http::read(socket, buffer, response);
+  EXPECT_EQ(response.result(), http::status::service_unavailable);
+  EXPECT_EQ(response.body(), "There are as many pages as this server takes; close one first.\n");
+  EXPECT_EQ(get("/").result(), http::status::ok);
+
+  pages.back()->close(websocket::close_code::normal);
+  EXPECT_EQ(events_.wait(4).back(), "left");
+  EXPECT_TRUE(ownPage());
+}
+
+TEST_F(WebServerTest, HalfOpenConnectionsShutNobodyOut) {
+  std::vector<tcp::socket> halfOpen;
+  for (int i = 0; i < 200; ++i) {
+    auto& socket = halfOpen.emplace_back(connected());
+    beast::error_code ended;
+    asio::write(socket, asio::buffer(std::string("GET / HT")), ended);
+  }
+  EXPECT_EQ(get("/").result(), http::status::ok);
+  EXPECT_TRUE(ends(halfOpen.front())) << "the oldest makes room";
+  EXPECT_FALSE(ends(halfOpen.back(), std::chrono::milliseconds(1)));
+}
+
+class HastyWebServerTest : public WebServerTest {
+ protected:
+  HastyWebServerTest() : WebServerTest(std::chrono::milliseconds(200)) {}
+};
+
+TEST_F(HastyWebServerTest, EndsConnectionsWhoseRequestTakesTooLong) {
+  auto silent = connected();
+  EXPECT_TRUE(ends(silent));
+  EXPECT_TRUE(endsWhileTrickling("GET / HTTP/1.1\r\nX: " + std::string(10'000, 'x')));
+  EXPECT_TRUE(endsWhileTrickling("POST / HTTP/1.1\r\nContent-Length: 1000\r\n\r\n" +
+                                 std::string(999, 'x')));
+}
+
+TEST_F(HastyWebServerTest, LetsPagesBeSilent) {
+  const auto mine = ownPage();
+  ASSERT_TRUE(mine);
+  auto silent = connected();
+  EXPECT_TRUE(ends(silent));  // so the time is over for the page too
+  mine->write(asio::buffer(std::string("still here")));
+  EXPECT_EQ(read(*mine), "still here");
+}
+
+/// Takes all the file descriptors that the process may have, but for a given number.
+class NoDescriptors {
+ public:
+  NoDescriptors() {
+    getrlimit(RLIMIT_NOFILE, &former_);
+    const int next = open("/dev/null", O_RDONLY);
+    taken_.push_back(next);
+    auto limit = former_;
+    limit.rlim_cur = static_cast<rlim_t>(next) + 50;
+    setrlimit(RLIMIT_NOFILE, &limit);
+    for (int taken = 0; (taken = open("/dev/null", O_RDONLY)) >= 0;) taken_.push_back(taken);
+  }
+  ~NoDescriptors() {
+    for (const int descriptor : taken_) ::close(descriptor);
+    setrlimit(RLIMIT_NOFILE, &former_);
+  }
+  NoDescriptors(const NoDescriptors&) = delete;
+  NoDescriptors& operator=(const NoDescriptors&) = delete;
+
+ private:
+  rlimit former_{};
+  std::vector<int> taken_;
+};
+
+TEST_F(WebServerTest, TurnsNewcomersAwayWhileThereAreNoDescriptors) {
+  const tcp::endpoint address(asio::ip::address_v4::loopback(), server_->port());
+  const auto mine = ownPage();
+  ASSERT_TRUE(mine);
+  std::vector<tcp::socket> newcomers;
+  for (int i = 0; i < 5; ++i) newcomers.emplace_back(io_).open(tcp::v4());
+  {
+    const NoDescriptors none;
+    for (auto& newcomer : newcomers) {
+      newcomer.connect(address);
+      EXPECT_TRUE(ends(newcomer));
+    }
+    mine->write(asio::buffer(std::string("still here")));
+    EXPECT_EQ(read(*mine), "still here");
+  }
+  EXPECT_EQ(get("/").result(), http::status::ok);
+  EXPECT_EQ(notes_.wait(1),
+            std::vector<std::string>{"can't accept a connection: Too many open files"});
+}
+
+TEST_F(WebServerTest, AConnectionThatIdlesMakesRoomWhileThereAreNoDescriptors) {
+  const tcp::endpoint address(asio::ip::address_v4::loopback(), server_->port());
+  tcp::socket idle = connected();
+  asio::write(idle, asio::buffer(std::string("POST / HTTP/1.1\r\n\r\n")));
+  beast::flat_buffer buffer;
+  http::response<http::string_body> response;
+  http::read(idle, buffer, response);  // the server has it
+
+  tcp::socket newcomer(io_);
+  newcomer.open(tcp::v4());
+  {
+    const NoDescriptors none;
+    newcomer.connect(address);
+    asio::write(newcomer, asio::buffer("POST / HTTP/1.1\r\nHost: " + host_ + "\r\n\r\n"));
+    http::response<http::string_body> answer;
+    http::read(newcomer, buffer, answer);
+    EXPECT_EQ(answer.result(), http::status::method_not_allowed);
+  }
+  EXPECT_TRUE(ends(idle));
 }
 
 TEST_F(WebServerTest, SaysGoodbyeWhenItStops) {

@@ -11,6 +11,7 @@ export interface Picture {
   muteImage: number;
   width: number;
   height: number;
+  /** 0 for a picture that stands still. */
   fps: number;
   front: boolean;
   rotation: number;

@@ -8,6 +8,8 @@ import type { FromPhone, Picture } from './link';
 interface Shown {
   picture: Picture;
   canvas: HTMLCanvasElement;
+  /** When the picture stopped moving; absent while it moves. */
+  stoodStillAt?: number;
 }
 
 export class NativeViews {
@@ -60,7 +62,10 @@ export class NativeViews {
 
   private draw(time: number): void {
     const page = this.frame.contentDocument;
-    for (const [name, { picture, canvas }] of this.shown) {
+    for (const [name, shown] of this.shown) {
+      const { picture, canvas } = shown;
+      if (picture.fps > 0) delete shown.stoodStillAt;
+      else shown.stoodStillAt ??= time;
       const place = page?.querySelector<HTMLElement>(`[data-native-view="${CSS.escape(name)}"]`);
       const box = place?.getBoundingClientRect();
       if (!place || !box || box.width < 2 || box.height < 2) {
@@ -68,7 +73,7 @@ export class NativeViews {
         continue;
       }
       this.lay(canvas, place, box);
-      paint(canvas, picture, this.images.get(picture.muteImage), time);
+      paint(canvas, picture, this.images.get(picture.muteImage), shown.stoodStillAt ?? time);
       canvas.dataset['kind'] = picture.muteImage ? 'muteImage' : 'live';
     }
   }
