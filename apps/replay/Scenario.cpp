@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <array>
-#include <boost/json/parse.hpp>
+#include <boost/json/error.hpp>
+#include <boost/json/parser.hpp>
 #include <utility>
+
+#include "Effects.h"
 
 namespace vemo::replay {
 namespace {
@@ -47,9 +50,14 @@ const VerbRule* ruleOf(std::string_view key) {
 json::object objectFrom(std::string_view line) {
   json::parse_options options;
   options.max_depth = kMaxDepth;
+  json::parser parser({}, options);
   json::error_code problem;
-  auto value = json::parse(line, problem, {}, options);
-  if (problem) throw ScenarioError("no JSON: " + problem.message());
+  const auto read = parser.write_some(line.data(), line.size(), problem);
+  if (!problem && read < line.size()) problem = json::error::extra_data;
+  if (problem) {
+    throw ScenarioError("no JSON: column " + std::to_string(read + 1) + ": " + problem.message());
+  }
+  auto value = parser.release();
   if (auto* object = value.if_object()) return std::move(*object);
   throw ScenarioError("a step must be an object");
 }
@@ -96,6 +104,7 @@ std::optional<Step> stepFrom(std::string_view line) {
   step.hold = step.optional<bool>("hold").value_or(false);
   step.partial = step.optional<bool>("partial").value_or(false);
   step.expect = step.optional<json::array>("expect");
+  if (step.expect) checkExpected(*step.expect);
   return step;
 }
 
