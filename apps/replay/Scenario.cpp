@@ -2,11 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <boost/json/error.hpp>
-#include <boost/json/parser.hpp>
 #include <utility>
 
 #include "Effects.h"
+#include "json/JsonReader.h"
 
 namespace vemo::replay {
 namespace {
@@ -48,16 +47,12 @@ const VerbRule* ruleOf(std::string_view key) {
 }
 
 json::object objectFrom(std::string_view line) {
-  json::parse_options options;
-  options.max_depth = kMaxDepth;
-  json::parser parser({}, options);
-  json::error_code problem;
-  const auto read = parser.write_some(line.data(), line.size(), problem);
-  if (!problem && read < line.size()) problem = json::error::extra_data;
-  if (problem) {
-    throw ScenarioError("no JSON: column " + std::to_string(read + 1) + ": " + problem.message());
+  JsonProblem problem;
+  auto value = readJson(line, kMaxDepth, problem);
+  if (problem.code) {
+    throw ScenarioError("no JSON: column " + std::to_string(problem.at + 1) + ": " +
+                        problem.code.message());
   }
-  auto value = parser.release();
   if (auto* object = value.if_object()) return std::move(*object);
   throw ScenarioError("a step must be an object");
 }

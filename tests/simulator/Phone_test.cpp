@@ -218,6 +218,7 @@ TEST_F(PhoneTest, BadMessagesAreAnsweredAndTheNextOneWorks) {
       R"({"head":{"module":"kobu","action":"initSDK"},"cbid":"long","params":{"a":")";
   tooLong.append(JSMsgRouter::kMaxMessageBytes, 'a').append("\"}}");
   message(handset, tooLong);
+  EXPECT_EQ(handset.reply("long").at("error").at("errmsg"), "bad message");
   command(handset, "noSuchCommand", {}, "unknown");
   EXPECT_EQ(handset.reply("unknown").at("error").at("errmsg"), "unknown action");
   command(handset, "initSDK", {}, "init");
