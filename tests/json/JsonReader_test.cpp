@@ -42,7 +42,7 @@ TEST(JsonReader, ReadsWhatTheLibraryReads) {
 }
 
 TEST(JsonReader, FloatingNumbersAreTheNearest) {
-  // The library takes the neighbour of the first four.
+  // The library takes the neighbour of the first three.
   for (const auto* text : {"918642.1489559305", "-399842.23907447932", "123456789012345678901",
                            "0.30000000000000004", "1e23", "2.2250738585072014e-308", "5e-324",
                            "1.7976931348623157e308", "9007199254740993.0", "0.1"}) {
