@@ -96,22 +96,22 @@ class KeepingCenter final : public CrossProcessNotificationCenter {
   Notes& notes_;
 };
 
-/// Keeps the wrappers, and hands commands to them.
+using Methods = std::vector<std::pair<std::string, VEMOJSMsgRouter::Wrapper>>;
+
+/// Gives the wrappers away, which so outlive it.
 class KeepingRouter final : public VEMOJSMsgRouter {
  public:
+  explicit KeepingRouter(Methods& methods) : methods_(methods) {}
+
   void setMethod(const std::string& action, Wrapper wrapper) override {
-    methods.emplace_back(action, std::move(wrapper));
+    methods_.emplace_back(action, std::move(wrapper));
   }
+  void receive(std::string_view) override {}
   std::shared_ptr<VEMOWebView> webView() const override { return nullptr; }
+  void setWebView(std::shared_ptr<VEMOWebView>) override {}
 
-  void command(const std::string& action, const std::shared_ptr<VEMOJSMsgItem>& item,
-               const std::shared_ptr<VEMOWebView>& webView) {
-    for (const auto& [name, wrapper] : methods) {
-      if (name == action) wrapper(item, webView);
-    }
-  }
-
-  std::vector<std::pair<std::string, Wrapper>> methods;
+ private:
+  Methods& methods_;
 };
 
 /// An item that writes down when it is let go.
@@ -128,15 +128,22 @@ class LifetimeTest : public testing::Test {
   std::shared_ptr<VEMOKOBUMsgRouter> makeRouter() {
     const auto fake = platform.pieces();
     return VEMOKOBUMsgRouter::create(
-        {base, engineClass, fake.logger, fake.systemLog, fake.mainQueue, fake.notifications, center,
+        std::make_unique<KeepingRouter>(methods),
+        {engineClass, fake.logger, fake.systemLog, fake.mainQueue, fake.notifications, center,
          fake.captureAuthorization, fake.alerts, fake.application, fake.downloads, fake.images,
          fake.system, fake.extensionLauncher, fake.appGroup});
+  }
+
+  void deliver(const std::string& action, const std::shared_ptr<VEMOJSMsgItem>& item) {
+    for (const auto& [name, wrapper] : methods) {
+      if (name == action) wrapper(item, platform.webView);
+    }
   }
 
   void command(const std::string& action, boost::json::object params = {}) {
     const auto item = std::make_shared<MarkedItem>(notes, action);
     item->setParams(std::move(params));
-    base.command(action, item, platform.webView);
+    deliver(action, item);
   }
 
   void enter() {
@@ -150,7 +157,7 @@ class LifetimeTest : public testing::Test {
 
   Notes notes;
   FakePlatform platform;
-  KeepingRouter base;
+  Methods methods;
   NotingEngineClass engineClass{notes};
   KeepingCenter center{notes};
   std::shared_ptr<VEMOKOBUMsgRouter> router = makeRouter();
@@ -213,7 +220,7 @@ TEST_F(LifetimeTest, CommandsAreRegisteredInTheTablesOrder) {
                                        "resumeScreenCapture",
                                        "stopScreenCapture"};
   std::vector<std::string> registered;
-  for (const auto& [name, wrapper] : base.methods) registered.push_back(name);
+  for (const auto& [name, wrapper] : methods) registered.push_back(name);
   EXPECT_EQ(registered, table);
 }
 
@@ -229,7 +236,7 @@ TEST_F(LifetimeTest, ACommandRunsWhollyOnTheThreadThatBringsIt) {
     const auto send = [&](const std::string& action, boost::json::object params) {
       items.push_back(std::make_shared<VEMOJSMsgItem>());
       items.back()->setParams(std::move(params));
-      base.command(action, items.back(), platform.webView);
+      deliver(action, items.back());
     };
     send("setAudioRoute", {{"route", 1}});
     send("setAudioRoute", {});
@@ -373,7 +380,7 @@ TEST_F(LifetimeTest, NothingThatWasHandedOutReachesAFreedRouter) {
   EXPECT_TRUE(delegate.expired());
   notes.clear();
   platform.logger.take();
-  const auto wrappers = std::exchange(base.methods, {});
+  const auto wrappers = std::exchange(methods, {});
   ASSERT_EQ(wrappers.size(), 55U);
   const auto callbacks = std::exchange(center.callbacks, {});
   ASSERT_EQ(callbacks.size(), 4U);
@@ -400,13 +407,13 @@ TEST_F(LifetimeTest, NothingThatWasHandedOutReachesAFreedRouter) {
 /// A command's late answer, through a base router that delivers.
 TEST(LateAnswer, GoesToTheWebViewThatTheCommandCameWith) {
   FakePlatform platform;
-  const auto router = VEMOKOBUMsgRouter::create(platform.pieces());
+  const auto router = VEMOKOBUMsgRouter::create(platform.makeBaseRouter(), platform.pieces());
   platform.send("initSDK");
   platform.send("enterRoom", R"({"appScene":0,"userId":"ann","roomId":1})");
   platform.send("startScreenCapture", R"({"screenCaptureMode":1})");
   platform.webView->take();
   const auto next = std::make_shared<FakeWebView>();
-  platform.baseRouter.setWebView(next);
+  router->setWebView(next);
   std::thread([&] { platform.engineClass.instance()->delegate()->onEnterRoom(7); }).join();
   platform.mainQueue.drain();
   router->onScreenCaptureStarted();
