@@ -28,8 +28,8 @@ struct VEMOJSMsgItemHead {
 /// asynchronous task, each time executeJSCallbackIn is called. An item can be
 /// answered several times; each answer carries the fields as they are then.
 ///
-/// The item owns an arena for what was parsed into it: `params` lives there and
-/// dies with the item.
+/// The item owns an arena for what was parsed into it and for its first reply: they
+/// live there and die with the item.
 ///
 /// Threads: used by one thread at a time. The command's thread fills it until the
 /// handler has started the operation; after that only the completion touches the
@@ -42,8 +42,12 @@ class VEMOJSMsgItem {
   VEMOJSMsgItem(const VEMOJSMsgItem&) = delete;
   VEMOJSMsgItem& operator=(const VEMOJSMsgItem&) = delete;
 
-  /// The memory for values that live as long as the item. Not thread-safe.
-  boost::json::storage_ptr arena() { return &arena_; }
+  /// The memory for values that live no longer than the item. Not thread-safe. The arena
+  /// gives nothing back, and an item may be answered for ever: once there is a return
+  /// value, those that replace it come from the heap.
+  boost::json::storage_ptr arena() {
+    return msgRetval_ ? boost::json::storage_ptr() : boost::json::storage_ptr(&arena_);
+  }
 
   const VEMOJSMsgItemHead& head() const { return head_; }
   void setHead(VEMOJSMsgItemHead head) { head_ = std::move(head); }

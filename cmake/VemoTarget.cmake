@@ -40,6 +40,7 @@ if(VEMO_PRECOMPILE)
 endif()
 
 # vemo_library(NAME ROOM SOURCES ... LINKS ...): a room as the library vemo_NAME.
+# Whoever links it compiles as C++20, which its headers need.
 # The room's headers are reached through a folder that holds a link to this room
 # alone, so that a target can include only what it links. That each of them compiles on
 # its own is checked by the target all_verify_interface_header_sets.
@@ -50,6 +51,7 @@ function(vemo_library name)
   file(CREATE_LINK "${CMAKE_CURRENT_SOURCE_DIR}" "${include}/${ARG_ROOM}" SYMBOLIC)
   if(ARG_SOURCES)
     add_library(vemo_${name} STATIC ${ARG_SOURCES})
+    target_compile_features(vemo_${name} PUBLIC cxx_std_20)
     target_include_directories(vemo_${name} PUBLIC "${include}")
     target_link_libraries(vemo_${name} PUBLIC ${ARG_LINKS} PRIVATE vemo_options ${ARG_PRIVATE_LINKS})
     if(VEMO_PRECOMPILE)
@@ -57,6 +59,7 @@ function(vemo_library name)
     endif()
   else()
     add_library(vemo_${name} INTERFACE)
+    target_compile_features(vemo_${name} INTERFACE cxx_std_20)
     target_include_directories(vemo_${name} INTERFACE "${include}")
     target_link_libraries(vemo_${name} INTERFACE ${ARG_LINKS})
   endif()

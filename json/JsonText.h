@@ -10,8 +10,7 @@ namespace vemo {
 // insertion order, "/" and non-ASCII as they are, U+2028 and U+2029 escaped so that a
 // script holding the text also parses in web views older than ES2019. Floating
 // numbers are written as a page's own JSON.stringify writes them (1.5, 100, 1e+21,
-// null for what is not finite); the library's parser may read one with more than 15
-// digits as its neighbour. Bytes that are no UTF-8 become U+FFFD.
+// null for what is not finite). Bytes that are no UTF-8 become U+FFFD.
 // Thread-safe: no state.
 
 /// Appends the JSON text of a value, an object or an array to `out`.

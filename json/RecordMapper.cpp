@@ -1,8 +1,13 @@
 #include "json/RecordMapper.h"
 
-#include <boost/json/parse.hpp>
+#include "json/JsonReader.h"
 
 namespace vemo::mapping {
+namespace {
+
+constexpr std::size_t kMaxDepth = 32;
+
+}  // namespace
 
 std::optional<Number> numberInText(std::string_view text) {
   if (text.starts_with('+')) {
@@ -14,15 +19,15 @@ std::optional<Number> numberInText(std::string_view text) {
   if (text.empty() || !isDigit(text.back()) || (!isDigit(text.front()) && text.front() != '-')) {
     return std::nullopt;
   }
-  boost::json::error_code problem;
-  const auto value = boost::json::parse(text, problem);
-  return problem ? std::nullopt : Number::from(value);
+  JsonProblem problem;
+  const auto value = readJson(text, kMaxDepth, problem);
+  return problem.code ? std::nullopt : Number::from(value);
 }
 
 std::optional<boost::json::object> objectInText(std::string_view text) {
-  boost::json::error_code problem;
-  auto value = boost::json::parse(text, problem);
-  if (problem || !value.is_object()) return std::nullopt;
+  JsonProblem problem;
+  auto value = readJson(text, kMaxDepth, problem);
+  if (problem.code || !value.is_object()) return std::nullopt;
   return std::move(value.get_object());
 }
 

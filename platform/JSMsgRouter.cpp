@@ -1,16 +1,16 @@
 #include "platform/JSMsgRouter.h"
 
-#include <array>
-#include <boost/json/parser.hpp>
+#include <boost/json/error.hpp>
 #include <boost/json/value.hpp>
-#include <charconv>
 #include <cstddef>
 #include <string>
 #include <utility>
 
 #include "bridge/VEMOModule.h"
+#include "json/JsonReader.h"
 #include "json/JsonText.h"
 #include "json/Lookup.h"
+#include "platform/MessageAddress.h"
 
 namespace vemo {
 namespace {
@@ -18,9 +18,6 @@ namespace {
 constexpr std::int64_t kBadCommand = -1;
 constexpr std::string_view kBadMessage = "bad message";
 constexpr std::size_t kLoggedBytes = 200;
-// A message refused for its depth is read this far down, so that its sender is
-// answered; the parser needs stack for each level.
-constexpr std::size_t kReadableDepth = 256;
 
 VEMOJSError jsError(std::string_view message) {
   return {std::string(moduleText(VEMOModule::JS)), kBadCommand, std::string(message)};
@@ -40,50 +37,6 @@ class Item final : public VEMOJSMsgItem {
   const std::shared_ptr<ReplyDelivery> delivery_;
   Text cbid_;
 };
-
-/// `text` with each escape of half a surrogate pair replaced by that of U+FFFD. Pages
-/// write such halves for a text cut inside an emoji, and the parser refuses them.
-std::string withWholePairs(std::string_view text) {
-  std::string out;
-  out.reserve(text.size());
-  const auto escape = [&](std::size_t at) {  // the code unit written at `at`; 0 for none
-    unsigned unit = 0;
-    if (text.size() < at + 6 || text[at] != '\\' || text[at + 1] != 'u') return 0U;
-    const auto* digits = text.data() + at + 2;
-    return std::from_chars(digits, digits + 4, unit, 16).ptr == digits + 4 ? unit : 0U;
-  };
-  const auto isHigh = [](unsigned unit) { return unit >= 0xD800 && unit <= 0xDBFF; };
-  const auto isLow = [](unsigned unit) { return unit >= 0xDC00 && unit <= 0xDFFF; };
-  std::size_t at = 0;
-  while (at < text.size()) {
-    const auto unit = escape(at);
-    std::size_t length = text[at] == '\\' ? 2 : 1;
-    if (isHigh(unit) && isLow(escape(at + 6))) {
-      length = 12;
-    } else if (isHigh(unit) || isLow(unit)) {
-      out += "\\ufffd";
-      at += 6;
-      continue;
-    }
-    out += text.substr(at, length);
-    at += length;
-  }
-  return out;
-}
-
-/// The JSON value in `text`, in memory of `storage`; nothing when it is no JSON.
-std::optional<boost::json::value> parsed(std::string_view text, std::size_t maxDepth,
-                                         boost::json::storage_ptr storage) {
-  boost::json::parse_options options;
-  options.max_depth = maxDepth;
-  std::array<unsigned char, 4096> temporary;
-  boost::json::parser parser({}, options, temporary.data(), temporary.size());
-  parser.reset(std::move(storage));
-  boost::json::error_code problem;
-  parser.write(text.data(), text.size(), problem);
-  if (problem) return std::nullopt;
-  return parser.release();
-}
 
 /// Takes over who the message is for and who waits for the answer; whether it names
 /// an action.
@@ -109,20 +62,42 @@ bool takeContent(boost::json::object& message, Item& item) {
   return object != nullptr;
 }
 
+/// Takes over from a message that is too long or too deep to be read who waits for the
+/// answer.
+void takeSkimmedAddress(std::string_view text, Item& item) {
+  auto address = skimAddress(text);
+  item.setCbid(std::move(address.cbid));
+  item.setHead({address.module.value_or(""), address.action.value_or("")});
+}
+
+/// The message that `text` is; nothing when it is none. Of one that is too deep, `item`
+/// gets the address.
+std::optional<boost::json::value> readMessage(std::string_view text, Item& item,
+                                              boost::json::storage_ptr storage) {
+  JsonProblem problem;
+  auto message = readJson(text, JSMsgRouter::kMaxMessageDepth, problem, std::move(storage));
+  if (!problem.code) return message;
+  if (problem.code == boost::json::error::too_deep) takeSkimmedAddress(text, item);
+  return std::nullopt;
+}
+
 bool takeMessage(std::string_view text, Item& item) {
-  if (text.size() > JSMsgRouter::kMaxMessageBytes) return false;
-  auto message = parsed(text, JSMsgRouter::kMaxMessageDepth, item.arena());
+  if (text.size() > JSMsgRouter::kMaxMessageBytes) {
+    takeSkimmedAddress(text, item);
+    return false;
+  }
+  auto message = readMessage(text, item, item.arena());
   std::string mended;
   if (!message) {
     mended = withWholePairs(text);
-    message = parsed(mended, JSMsgRouter::kMaxMessageDepth, item.arena());
+    message = readMessage(mended, item, item.arena());
   }
   if (message) {
     auto* object = message->if_object();
     return object && takeAddress(*object, item) && takeContent(*object, item);
   }
-  // Too deep, or broken UTF-8: the sender may still be known, and waits.
-  if (const auto readable = parsed(validUtf8(mended), kReadableDepth, {})) {
+  // Broken UTF-8: the sender may still be known, and waits.
+  if (const auto readable = readMessage(validUtf8(mended), item, {})) {
     if (const auto* object = readable->if_object()) takeAddress(*object, item);
   }
   return false;

@@ -30,7 +30,7 @@ namespace vemo {
 /// gone; the logger must outlive the router.
 class JSMsgRouter final : public VEMOJSMsgRouter {
  public:
-  /// Longer messages are refused.
+  /// Longer messages are refused, without being read whole.
   static constexpr std::size_t kMaxMessageBytes = std::size_t{1} << 20U;
   /// Messages nested deeper are refused; the message itself is the first level.
   static constexpr std::size_t kMaxMessageDepth = 32;
@@ -49,7 +49,8 @@ class JSMsgRouter final : public VEMOJSMsgRouter {
   /// The item of a page message. A message that can't be used (no JSON object, no
   /// text head.action, params that are neither object nor null, over a limit, broken
   /// UTF-8) is logged and gives an item that carries the error "bad message", and the
-  /// action and the cbid as far as they can be read; of one that is too long, neither is.
+  /// action and the cbid as far as they can be read: of a message that is too long or
+  /// nested too deep, those that skimAddress finds, of any other, only when it is JSON.
   /// Half a surrogate pair, which pages can write as an escape, reads as U+FFFD.
   std::shared_ptr<VEMOJSMsgItem> decode(std::string_view message);
 

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <tuple>
 
 #include "json/JsonText.h"
 
@@ -62,14 +63,61 @@ std::string listed(const std::vector<json::object>& effects) {
   return text.empty() ? "\n    nothing" : text;
 }
 
+/// How many of the values in `expected` `actual` has.
+std::size_t likeness(const json::value& expected, const json::value* actual) {
+  std::size_t alike = 0;
+  if (expected.is_object() && actual && actual->is_object()) {
+    for (const auto& [key, value] : expected.get_object()) {
+      alike += likeness(value, actual->get_object().if_contains(key));
+    }
+  } else if (expected.is_array() && actual && actual->is_array()) {
+    const auto& wanted = expected.get_array();
+    for (std::size_t i = 0; i < wanted.size(); ++i) {
+      alike += likeness(wanted[i], actual->get_array().if_contains(i));
+    }
+  } else if (!difference(expected, actual)) {
+    alike = 1;
+  }
+  return alike;
+}
+
+/// Which of `effects` is most like the expected one; of several, the one at `place` or
+/// else the first. There is at least one.
+std::size_t nearest(const json::value& expected, const std::vector<json::object>& effects,
+                    std::size_t place) {
+  const auto* const object = expected.if_object();
+  const auto* const name = object ? object->if_contains("effect") : nullptr;
+  const auto rank = [&](std::size_t index) {
+    const json::value actual(effects[index]);
+    const bool sameName = name && !difference(*name, actual.get_object().if_contains("effect"));
+    return std::tuple(sameName, likeness(expected, &actual), index == place);
+  };
+  std::size_t best = 0;
+  for (std::size_t i = 1; i < effects.size(); ++i) {
+    if (rank(i) > rank(best)) best = i;
+  }
+  return best;
+}
+
+/// "effect 2 differs at /title: ...", or that it matches.
+std::string compared(const json::value& expected, const std::vector<json::object>& effects,
+                     std::size_t index) {
+  const json::value actual(effects[index]);
+  const auto found = difference(expected, &actual);
+  return "effect " + std::to_string(index + 1) +
+         (found ? " differs at " + found->text() : " matches, but is not in its place");
+}
+
 std::optional<std::string> wholeMismatch(const json::array& expected,
                                          const std::vector<json::object>& effects) {
   for (std::size_t i = 0; i < std::min(expected.size(), effects.size()); ++i) {
     const json::value actual(effects[i]);
-    if (const auto found = difference(expected[i], &actual)) {
-      return "effect " + std::to_string(i + 1) + " differs at " + found->text() +
-             "\n  expected\n    " + jsonText(expected[i]) + "\n  got" + listed({effects[i]});
-    }
+    if (!difference(expected[i], &actual)) continue;
+    const auto best = nearest(expected[i], effects, i);
+    const auto place =
+        best == i ? "" : "effect " + std::to_string(i + 1) + " is another; nearest: ";
+    return place + compared(expected[i], effects, best) + "\n  expected\n    " +
+           jsonText(expected[i]) + "\n  got" + (best == i ? listed({effects[i]}) : listed(effects));
   }
   if (expected.size() == effects.size()) return std::nullopt;
   const auto counts = "expected " + std::to_string(expected.size()) + " effects, got " +
@@ -86,13 +134,18 @@ std::optional<std::string> partialMismatch(const json::array& expected,
   // Taking the earliest match of each leaves the most for those that follow.
   auto effect = effects.begin();
   for (const auto& one : expected) {
+    const auto from = effect;
     effect = std::find_if(effect, effects.end(), [&](const json::object& candidate) {
       const json::value actual(candidate);
       return !difference(one, &actual);
     });
     if (effect == effects.end()) {
-      return "expected in this place, but did not come\n    " + jsonText(one) + "\n  got" +
-             listed(effects);
+      std::string text = "expected in this place, but did not come\n    " + jsonText(one);
+      if (!effects.empty()) {
+        const auto place = static_cast<std::size_t>(from - effects.begin());
+        text += "\n  nearest: " + compared(one, effects, nearest(one, effects, place));
+      }
+      return text + "\n  got" + listed(effects);
     }
     ++effect;
   }

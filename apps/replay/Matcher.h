@@ -27,7 +27,8 @@ struct Difference {
 std::optional<Difference> difference(const json::value& expected, const json::value* actual);
 
 /// How `effects` differ from `expected`, for a reader; nothing when they match. They
-/// match one by one, or, if `partial`, `expected` is a subsequence of them.
+/// match one by one, or, if `partial`, `expected` is a subsequence of them. For the first
+/// that does not, the effect most like it is named, and where that one differs.
 std::optional<std::string> mismatch(const json::array& expected, bool partial,
                                     const std::vector<json::object>& effects);
 

@@ -1,12 +1,14 @@
 #include "Player.h"
 
 #include <algorithm>
-#include <boost/json/parse.hpp>
+#include <boost/json/error.hpp>
 #include <optional>
 #include <thread>
 #include <utility>
 
 #include "Operations.h"
+#include "json/JsonReader.h"
+#include "platform/MessageAddress.h"
 #include "webview/KOBUParams_VEMOExt.h"
 
 namespace vemo::replay {
@@ -19,11 +21,12 @@ void requireTrue(const Step& step) {
 
 /// Whether a refused message names an action all the same: an empty one is read, too.
 bool namesAction(const std::string& message) {
-  json::parse_options options;
-  options.max_depth = 256;
-  json::error_code problem;
-  const auto value = json::parse(message, problem, {}, options);
-  const auto* object = problem ? nullptr : value.if_object();
+  JsonProblem problem;
+  const auto value = readJson(message, JSMsgRouter::kMaxMessageDepth, problem);
+  if (problem.code == json::error::too_deep || message.size() > JSMsgRouter::kMaxMessageBytes) {
+    return skimAddress(message).action.has_value();
+  }
+  const auto* object = problem.code ? nullptr : value.if_object();
   const auto* head = object ? object->if_contains("head") : nullptr;
   const auto* fields = head ? head->if_object() : nullptr;
   const auto* action = fields ? fields->if_contains("action") : nullptr;

@@ -1,12 +1,12 @@
 #include "RecordingPlatform.h"
 
 #include <array>
-#include <boost/json/parse.hpp>
 #include <cctype>
 #include <optional>
 #include <string_view>
 #include <utility>
 
+#include "json/JsonReader.h"
 #include "platform/Url.h"
 
 namespace vemo::replay {
@@ -35,14 +35,12 @@ struct Script {
 /// argument is the longest that is JSON.
 std::optional<Script> takenApart(std::string_view script) {
   if (!script.ends_with(')')) return std::nullopt;
-  json::parse_options options;
-  options.max_depth = 512;
   for (auto open = script.find('('); open != std::string_view::npos;
        open = script.find('(', open + 1)) {
     const auto text = script.substr(open + 1, script.size() - open - 2);
-    json::error_code problem;
-    auto argument = json::parse(text, problem, {}, options);
-    if (!problem) return Script{script.substr(0, open), std::move(argument)};
+    JsonProblem problem;
+    auto argument = readJson(text, 512, problem);
+    if (!problem.code) return Script{script.substr(0, open), std::move(argument)};
   }
   return std::nullopt;
 }

@@ -4,6 +4,7 @@
 #include <istream>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Matcher.h"
@@ -28,6 +29,10 @@ std::string oneLine(std::string text) {
   return text;
 }
 
+std::string counted(std::int64_t count, std::string_view noun) {
+  return std::to_string(count) + " " + std::string(noun) + (count == 1 ? "" : "s");
+}
+
 }  // namespace
 
 ExitStatus replay(std::istream& scenario, Mode mode, std::ostream& out, std::ostream& err) {
@@ -39,6 +44,7 @@ ExitStatus replay(std::istream& scenario, Mode mode, std::ostream& out, std::ost
   std::string line;
   std::int64_t step = 0;
   std::int64_t number = 0;
+  std::int64_t expectations = 0;
   while (std::getline(scenario, line)) {
     ++number;
     try {
@@ -50,6 +56,7 @@ ExitStatus replay(std::istream& scenario, Mode mode, std::ostream& out, std::ost
       if (mode == Mode::transcript) {
         writeTranscript(out, effects);
       } else if (next->expect) {
+        ++expectations;
         if (const auto difference = mismatch(*next->expect, next->partial, effects)) {
           out << "line " << number << ", step " << step << ": " << *difference << '\n';
           status = kExpectationFailed;
@@ -67,6 +74,9 @@ ExitStatus replay(std::istream& scenario, Mode mode, std::ostream& out, std::ost
   for (const auto& [kind, count] : player.finish()) {
     err << "left alive at the end: " << count << ' ' << kind << '\n';
     status = kSomethingLeft;
+  }
+  if (mode == Mode::check) {
+    out << counted(step, "step") << ", " << counted(expectations, "expectation") << '\n';
   }
   return status;
 }

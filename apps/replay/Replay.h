@@ -6,7 +6,8 @@ namespace vemo::replay {
 
 enum class Mode {
   transcript,  ///< write what the router does
-  check,       ///< compare it with what the steps expect, write the differences
+  check,       ///< compare it with what the steps expect, write the differences, and in
+               ///< the end how many steps and expectations there were
 };
 
 enum ExitStatus : int {

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <boost/json/parse.hpp>
 #include <utility>
+
+#include "Effects.h"
+#include "json/JsonReader.h"
 
 namespace vemo::replay {
 namespace {
@@ -45,11 +47,12 @@ const VerbRule* ruleOf(std::string_view key) {
 }
 
 json::object objectFrom(std::string_view line) {
-  json::parse_options options;
-  options.max_depth = kMaxDepth;
-  json::error_code problem;
-  auto value = json::parse(line, problem, {}, options);
-  if (problem) throw ScenarioError("no JSON: " + problem.message());
+  JsonProblem problem;
+  auto value = readJson(line, kMaxDepth, problem);
+  if (problem.code) {
+    throw ScenarioError("no JSON: column " + std::to_string(problem.at + 1) + ": " +
+                        problem.code.message());
+  }
   if (auto* object = value.if_object()) return std::move(*object);
   throw ScenarioError("a step must be an object");
 }
@@ -96,6 +99,7 @@ std::optional<Step> stepFrom(std::string_view line) {
   step.hold = step.optional<bool>("hold").value_or(false);
   step.partial = step.optional<bool>("partial").value_or(false);
   step.expect = step.optional<json::array>("expect");
+  if (step.expect) checkExpected(*step.expect);
   return step;
 }
 

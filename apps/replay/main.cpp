@@ -13,7 +13,7 @@ namespace {
 constexpr std::string_view kUsage =
     "usage: vemo-replay [--check] FILE.jsonl\n"
     "Plays a scenario of the router (- for standard input) and writes the transcript,\n"
-    "or, with --check, what differs from the steps' \"expect\".\n"
+    "or, with --check, what differs from the steps' \"expect\", and how much was checked.\n"
     "Exit status: 0 done, 1 an expectation failed, 2 the scenario can't be read.\n";
 
 }  // namespace
@@ -46,7 +46,7 @@ int main(int argc, char** argv) {
   std::ifstream file(name);
   file.peek();  // a folder can be opened, but not read
   if (!file.is_open() || file.bad()) {
-    std::cerr << "line 0: " << name << " can't be read: " << std::strerror(errno) << '\n';
+    std::cerr << name << " can't be read: " << std::strerror(errno) << '\n';
     return kUnreadable;
   }
   file.clear();  // an empty file is a scenario without steps

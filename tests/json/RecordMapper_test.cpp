@@ -153,6 +153,7 @@ TEST(RecordMapper, AFloatingPropertyTakesTextThatIsWhollyAJsonNumber) {
   EXPECT_EQ(sampleWith("floating", R"("2.5")")->floating, 2.5);
   EXPECT_EQ(sampleWith("floating", R"("+2.5")")->floating, 2.5);
   EXPECT_EQ(sampleWith("floating", R"("-2.5e-1")")->floating, -0.25);
+  EXPECT_EQ(sampleWith("floating", R"("918642.1489559305")")->floating, 918642.1489559305);
   EXPECT_EQ(sampleWith("floating", R"("7")")->floating, 7.0);
   EXPECT_EQ(sampleWith("floating", R"("1E3")")->floating, 1000.0);
 }

@@ -225,9 +225,20 @@ TEST_F(JSMsgRouterTest, RefusesDeeperMessagesAndAnswersTheirSender) {
   expectRefused(nested(200), "refused", "5");
 }
 
-TEST_F(JSMsgRouterTest, RefusesAbsurdNestingWithoutReadingIt) {
-  expectRefused(nested(100'000), "", std::nullopt);
+TEST_F(JSMsgRouterTest, RefusesAbsurdNestingAndAnswersItsSender) {
+  expectRefused(nested(100'000), "refused", "5");
   expectRefused(std::string(1U << 20U, '['), "", std::nullopt);
+  expectRefused(std::string(std::size_t{1} << 24U, '['), "", std::nullopt);
+  expectRefused(R"({"cbid":"5","a":)" + std::string(std::size_t{1} << 24U, '['), "", "5");
+}
+
+TEST_F(JSMsgRouterTest, ADeepMessageIsAnsweredWhateverElseIsWrongWithIt) {
+  const std::string deep(40, '[');
+  expectRefused(R"({"head":{"action":"refused"},"cbid":"5","params":)" + deep, "refused", "5");
+  expectRefused(R"({"a":"\ud83d","b":)" + deep + std::string(40, ']') +
+                    R"(,"cbid":"5","head":{"action":"refused"}})",
+                "refused", "5");
+  expectRefused("{\"a\":\"\xFF\",\"cbid\":\"5\",\"b\":" + deep, "", "5");
 }
 
 std::string sized(std::size_t bytes) {
@@ -245,7 +256,16 @@ TEST_F(JSMsgRouterTest, AcceptsOneMebibyte) {
 }
 
 TEST_F(JSMsgRouterTest, RefusesOneByteMore) {
-  expectRefused(sized(JSMsgRouter::kMaxMessageBytes + 1), "", std::nullopt);
+  expectRefused(sized(JSMsgRouter::kMaxMessageBytes + 1), "big", "5");
+}
+
+TEST_F(JSMsgRouterTest, ALongMessageIsAnsweredWhereverItsAddressStands) {
+  const std::string tail(std::size_t{16} << 20U, 'x');
+  expectRefused(R"({"params":{"text":")" + tail + R"("},"cbid":"5","head":{"action":"big"}})",
+                "big", "5");
+  expectRefused(R"({"cbid":"5","head":{"text":")" + tail + R"(","action":"big"}})", "big", "5");
+  expectRefused(R"({"cbid":"5","params":")" + tail, "", "5");
+  expectRefused(tail, "", std::nullopt);
 }
 
 TEST_F(JSMsgRouterTest, LogsARefusedMessage) {

@@ -120,6 +120,32 @@ TEST(Matcher, TooManyAndTooFewEffectsDiffer) {
             "expected 2 effects, got 1; the first missing\n    {\"effect\":\"b\"}");
 }
 
+TEST(Matcher, ADifferentEffectNamesTheNearestOne) {
+  constexpr std::string_view actual =
+      R"([{"effect":"log","record":{"level":2,"line":7}},{"effect":"post","name":"a"},)"
+      R"({"effect":"log","record":{"level":4,"line":9}}])";
+  EXPECT_TRUE(mismatchText(R"([{"effect":"post","name":"b"}])", false, actual)
+                  .starts_with("effect 1 is another; nearest: effect 2 differs at /name: expected "
+                               "\"b\", got \"a\"\n"));
+  EXPECT_TRUE(mismatchText(R"([{"effect":"log","record":{"level":3,"line":7}}])", false, actual)
+                  .starts_with("effect 1 differs at /record/level: expected 3, got 2\n"));
+  const auto partial =
+      mismatchText(R"([{"effect":"log","record":{"level":4,"line":8}}])", true, actual);
+  EXPECT_NE(partial.find("\n  nearest: effect 3 differs at /record/line: expected 8, got 9\n"),
+            std::string::npos)
+      << partial;
+}
+
+TEST(Matcher, AnEffectOutOfItsPlaceIsNamed) {
+  constexpr std::string_view actual = R"([{"effect":"a"},{"effect":"b"}])";
+  EXPECT_TRUE(mismatchText(R"([{"effect":"b"},{"effect":"a"}])", false, actual)
+                  .starts_with("effect 1 is another; nearest: effect 2 matches, but is not in its "
+                               "place\n"));
+  EXPECT_NE(mismatchText(R"([{"effect":"b"},{"effect":"a"}])", true, actual)
+                .find("nearest: effect 1 matches, but is not in its place"),
+            std::string::npos);
+}
+
 TEST(Matcher, APartialExpectationIsASubsequence) {
   constexpr std::string_view actual = R"([{"effect":"a"},{"effect":"b"},{"effect":"c"}])";
   EXPECT_EQ(mismatchText(R"([{"effect":"a"},{"effect":"c"}])", true, actual), "");

@@ -85,10 +85,28 @@ TEST(Replay, CheckSaysWhatDiffersAndGoesOn) {
   EXPECT_EQ(played.err, "");
 }
 
-TEST(Replay, CheckOfAScenarioThatHoldsIsSilent) {
-  const auto played = run(R"({"get":"hasEnterRoom","expect":[{"value":false}]})", Mode::check);
+TEST(Replay, CheckOfAScenarioThatHoldsSaysHowMuchItHeld) {
+  const auto played = run(
+      "{\"device\":{}}\n{\"get\":\"hasEnterRoom\",\"expect\":[{\"value\":false}]}\n", Mode::check);
   EXPECT_EQ(played.status, kDone);
-  EXPECT_EQ(played.out + played.err, "");
+  EXPECT_EQ(played.out, "2 steps, 1 expectation\n");
+  EXPECT_EQ(played.err, "");
+}
+
+TEST(Replay, CheckOfAScenarioWithoutExpectationsSaysSo) {
+  const auto played = run(R"({"get":"hasEnterRoom"})", Mode::check);
+  EXPECT_EQ(played.status, kDone);
+  EXPECT_EQ(played.out, "1 step, 0 expectations\n");
+}
+
+TEST(Replay, NullMayBeExpectedOfEveryKeyThatAnEffectHas) {
+  const auto played =
+      run("{\"command\":\"getSDKVersion\",\"expect\":[{\"effect\":\"*\",\"error\":null,"
+          "\"retval\":{\"eror\":null}}]}\n"
+          "{\"command\":\"exitRoom\",\"partial\":true,\"expect\":[{\"effect\":\"log\","
+          "\"record\":{\"errorCode\":null,\"errorDesc\":null}},{\"retval\":null}]}\n",
+          Mode::check);
+  EXPECT_EQ(played.status, kDone) << played.out << played.err;
 }
 
 TEST(Replay, WhatEarlierStepsWroteStaysWrittenAfterAnError) {

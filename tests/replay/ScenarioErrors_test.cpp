@@ -33,7 +33,9 @@ TEST_P(ScenarioErrors, AreOneLineWithItsNumberAndTheReason) {
 
 INSTANTIATE_TEST_SUITE_P(
     Lines, ScenarioErrors,
-    testing::Values(Case{"{", "no JSON: incomplete JSON"}, Case{" # late", "no JSON: syntax error"},
+    testing::Values(Case{"{", "no JSON: column 2: incomplete JSON"},
+                    Case{" # late", "no JSON: column 2: syntax error"},
+                    Case{"\n{\"get\":\"role\"} {}", "no JSON: column 16: extra data"},
                     Case{"\n#\n[]", "a step must be an object"},
                     Case{"3", "a step must be an object"}, Case{"{}", "a step without a verb"},
                     Case{R"({"comand":"initSDK"})", "unknown verb \"comand\""},
@@ -87,6 +89,29 @@ INSTANTIATE_TEST_SUITE_P(
         Case{R"({"release":"a"})", "unknown listener \"a\""},
         Case{"{\"listener\":\"a\"}\n{\"release\":\"a\"}\n{\"release\":\"a\"}",
              "unknown listener \"a\""}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Expectations, ScenarioErrors,
+    testing::Values(
+        Case{R"({"drain":true,"expect":[{"effect":"replay"}]})", "unknown effect \"replay\""},
+        Case{R"({"drain":true,"expect":[{"effect":""}]})", "unknown effect \"\""},
+        Case{R"({"drain":true,"expect":[{"effect":"reply","eror":null}]})",
+             "unknown key \"eror\" of the effect reply"},
+        Case{
+            "{\"drain\":true,\"expect\":[]}\n"
+            R"({"drain":true,"partial":true,"expect":[{"effect":"log"},{"effect":"log","":null}]})",
+            "unknown key \"\" of the effect log"},
+        Case{R"({"drain":true,"expect":[{"effect":"openSettings","name":null}]})",
+             "unknown key \"name\" of the effect openSettings"},
+        Case{R"({"drain":true,"expect":[{"eror":null}]})", "no effect has a key \"eror\""},
+        Case{R"({"drain":true,"expect":[{"effect":"*","item":"a","record":null}]})",
+             "no effect has all the keys that are expected of one"},
+        Case{R"({"drain":true,"expect":[{"effect":"log","record":{"errorcode":null}}]})",
+             "unknown key \"errorcode\" of a log record"},
+        Case{R"({"drain":true,"expect":[{"error":{"code":null}}]})",
+             "unknown key \"code\" of an error"},
+        Case{R"({"drain":true,"expect":[{"effect":"alert","buttons":[{"text":null}]}]})",
+             "unknown key \"text\" of a button"}));
 
 INSTANTIATE_TEST_SUITE_P(
     Arguments, ScenarioErrors,

@@ -249,6 +249,7 @@ TEST_F(PhoneTest, BadMessagesAreAnsweredAndTheNextOneWorks) {
       R"({"head":{"module":"kobu","action":"initSDK"},"cbid":"long","params":{"a":")";
   tooLong.append(JSMsgRouter::kMaxMessageBytes, 'a').append("\"}}");
   message(user, tooLong);
+  EXPECT_EQ(user.reply("long").at("error").at("errmsg"), "bad message");
   command(user, "noSuchCommand", {}, "unknown");
   EXPECT_EQ(user.reply("unknown").at("error").at("errmsg"), "unknown action");
   command(user, "initSDK", {}, "init");
