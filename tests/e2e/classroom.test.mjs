@@ -52,6 +52,27 @@ test('two pages in one room see each other, and one leave', async () => {
   assert.deepEqual(await ada.people(), ['Ada']);
 });
 
+test('only those who come later are said to come in', async () => {
+  const ada = await entered('Ada');
+  const ben = await open();
+  // Notices go away again, so they are written down as they come.
+  await ben.view.locator('body').evaluate((body) => {
+    window.notices = [];
+    new MutationObserver((changes) => {
+      for (const { addedNodes } of changes)
+        for (const node of addedNodes) if (node.classList?.contains('toast')) notices.push(node.textContent);
+    }).observe(body, { childList: true, subtree: true });
+  });
+  await ben.enter({ name: 'Ben' });
+  await ben.tile('Ada').waitFor();
+  await entered('Eve');
+  await ben.tile('Eve').waitFor();
+  await ben.view.locator('.toast', { hasText: 'Eve came in' }).waitFor({ state: 'attached' });
+  const notices = await ben.view.locator('body').evaluate(() => window.notices);
+  assert.equal(notices.includes('Ada came in.'), false, `notices: ${notices}`);
+  await ada.tile('Eve').waitFor();
+});
+
 test('pages in different rooms do not meet', async () => {
   const ada = await entered('Ada', { room: 1 });
   const ben = await entered('Ben', { room: 2 });

@@ -47,6 +47,7 @@ test('a camera is asked for, seen by others, paused with a picture, and turned o
   await ada.view.getByText('This picture is shown').waitFor({ state: 'attached' });
   await ada.control('Camera').click();
   await ada.page.locator('canvas[data-view="Ada/0"][data-kind="muteImage"]').waitFor();
+  await ada.tile('Ada').locator('.state[title="Camera paused"]').waitFor();
 
   await ada.view.getByRole('button', { name: 'Turn off' }).first().click();
   await ben.nativeView('Ada').waitFor({ state: 'detached' });

@@ -9,6 +9,8 @@ import { fileURLToPath } from 'node:url';
 // The browser's driver is installed with the page's other packages.
 const require = createRequire(new URL('../../page/package.json', import.meta.url));
 const { chromium } = require('playwright-core');
+/** Where a file of one of the page's packages lies. */
+export const packageFile = require.resolve;
 
 const root = fileURLToPath(new URL('../..', import.meta.url));
 export const simulatorProgram =
@@ -144,10 +146,11 @@ export class Phone {
 
   /** Waits until nothing fades in any more. */
   async settled() {
-    await this.page.evaluate(async () => {
-      const fading = document.getAnimations().filter(({ effect }) => effect.getTiming().iterations < 9);
-      await Promise.all(fading.map(({ finished }) => finished.catch(() => {})));
-    });
+    for (const frame of this.page.frames())
+      await frame.evaluate(async () => {
+        const fading = document.getAnimations().filter(({ effect }) => effect.getTiming().iterations < 9);
+        await Promise.all(fading.map(({ finished }) => finished.catch(() => {})));
+      });
   }
 
   control(name) {

@@ -4,6 +4,7 @@
 import { Bridge, BridgeError, type JsonObject } from '../bridge';
 import { errorInWords, exitInWords, leaveInWords } from '../words';
 import { LocalMedia } from './localMedia';
+import type { Person, RoomAccess, Tone, Watcher } from './roomAccess';
 import { ScreenShare } from './screenShare';
 
 export const anchorRole = 20;
@@ -12,21 +13,6 @@ const onlineClassScene = 1;
 
 export type Phase = 'connecting' | 'stopped' | 'outside' | 'entering' | 'inside' | 'leaving';
 export type Connection = 'good' | 'lost' | 'reconnecting';
-export type Tone = 'info' | 'good' | 'bad';
-
-export interface Person {
-  userId: string;
-  own: boolean;
-  audio: boolean;
-  video: boolean;
-  screen: boolean;
-  /** 0 to 100. */
-  volume: number;
-  /** 0 unknown, 1 excellent to 6 unusable. */
-  quality: number;
-  /** 0 to 100, how loud the person is played here. */
-  playVolume: number;
-}
 
 export interface EnterForm {
   name: string;
@@ -42,14 +28,7 @@ export interface Problem {
   detail: string;
 }
 
-export interface Watcher {
-  /** Something that is drawn has changed. */
-  changed(): void;
-  /** Something worth a passing notice has happened. */
-  notice(text: string, tone: Tone): void;
-}
-
-export class Classroom {
+export class Classroom implements RoomAccess {
   phase: Phase = 'connecting';
   connection: Connection = 'good';
   role = audienceRole;
@@ -61,6 +40,7 @@ export class Classroom {
   problem: Problem | undefined;
   statistics: JsonObject | undefined;
   readonly people = new Map<string, Person>();
+  private newcomersAreNews = false;
   readonly media: LocalMedia;
   readonly share: ScreenShare;
 
@@ -118,6 +98,7 @@ export class Classroom {
       this.phase = 'inside';
       this.person(form.name);
       this.notice(`You are in room ${form.roomId}.`, 'good');
+      void this.meetThoseHere();
     } catch (error) {
       this.failedToEnter(error);
     }
@@ -162,7 +143,6 @@ export class Classroom {
     this.watcher.changed();
   }
 
-  /** Sends a command; a failure becomes a notice. Gives its value, or nothing. */
   async attempt(
     command: string,
     params?: JsonObject,
@@ -199,6 +179,14 @@ export class Classroom {
     this.watcher.changed();
   }
 
+  // Those who are in the room already are told of right behind the own entering, so an
+  // answer to what is asked now comes after them; whoever comes later is news.
+  private async meetThoseHere(): Promise<void> {
+    this.newcomersAreNews = false;
+    await this.attempt('getSDKVersion');
+    this.newcomersAreNews = true;
+  }
+
   private failedToEnter(error: unknown): void {
     this.reset();
     if (this.phase === 'stopped') return;
@@ -222,6 +210,7 @@ export class Classroom {
         own: userId === this.userId,
         audio: false,
         video: false,
+        paused: false,
         screen: false,
         volume: 0,
         quality: 0,
@@ -262,7 +251,7 @@ export class Classroom {
       'onRemoteUserEnterRoom',
       inRoom(({ remoteUserId }) => {
         this.person(String(remoteUserId));
-        this.notice(`${String(remoteUserId)} came in.`, 'info');
+        if (this.newcomersAreNews) this.notice(`${String(remoteUserId)} came in.`, 'info');
       }),
     );
     bridge.on(

@@ -1,6 +1,7 @@
 // Form controls of the drawer's pages.
 
 import { h, icon, setText, type IconName } from '../dom';
+import './controls.css';
 
 type Press = () => unknown;
 

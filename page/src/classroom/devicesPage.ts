@@ -1,9 +1,11 @@
 // The own camera, microphone and sound.
 
+import type { JsonObject } from '../bridge';
 import { h } from '../dom';
 import type { Classroom } from './classroom';
 import { button, choice, row, section, slider, toggle } from './controls';
-import type { DrawerPage } from './drawer';
+import type { DrawerPage } from './drawerPage';
+import { pictureChoices, turns } from './pictureChoices';
 
 const resolutions = [
   ['320x180', '320 × 180'],
@@ -24,29 +26,11 @@ const intervals = [
   [200, 'Often'],
   [500, 'Twice a second'],
 ] as const;
-const turns = [
-  [0, 'Upright'],
-  [1, '90°'],
-  [2, '180°'],
-  [3, '270°'],
-] as const;
-const fills = [
-  [0, 'Fill'],
-  [1, 'Fit'],
-] as const;
-const mirrors = [
-  [0, 'Automatic'],
-  [1, 'Mirrored'],
-  [2, 'As it is'],
-] as const;
-
 export function devicesPage(classroom: Classroom): DrawerPage {
   const { media } = classroom;
-  const preview = { mode: 0, mirror: 0, rotation: 0 };
-  const draw = (change: Partial<typeof preview>) => {
-    Object.assign(preview, change);
-    return classroom.attempt('setLocalPreviewParams', preview);
-  };
+  const preview: JsonObject = { mode: 0, mirror: 0, rotation: 0 };
+  const draw = (change: JsonObject) =>
+    classroom.attempt('setLocalPreviewParams', Object.assign(preview, change));
   const encode = (size: string) => {
     const [width, height] = size.split('x').map(Number);
     return classroom.attempt('setVideoEncoderParam', { width, height, fps: 15, bitrate: 800 });
@@ -57,9 +41,9 @@ export function devicesPage(classroom: Classroom): DrawerPage {
       classroom.notice('This picture is shown while your camera is paused.', 'good');
   };
 
-  const stopCamera = button('Turn off', () => media.stopCamera());
+  const stopCamera = button('Turn off camera', () => media.stopCamera());
   const flip = button('Switch camera', () => media.switchCamera());
-  const stopMicrophone = button('Turn off', () => media.stopMicrophone());
+  const stopMicrophone = button('Turn off microphone', () => media.stopMicrophone());
   const capture = slider('Microphone volume', 100, (captureVolume) =>
     classroom.attempt('setAudioVolume', { captureVolume }),
   );
@@ -93,9 +77,7 @@ export function devicesPage(classroom: Classroom): DrawerPage {
             ...(enable ? { width: 160, height: 90, fps: 10, bitrate: 100 } : {}),
           }),
         ),
-        choice('Own picture', fills, 0, (mode) => draw({ mode })),
-        choice('Mirror', mirrors, 0, (mirror) => draw({ mirror })),
-        choice('Turned', turns, 0, (rotation) => draw({ rotation })),
+        ...pictureChoices('Own picture', draw),
         choice('Turned for others', turns, 0, (encoderRotation) =>
           classroom.attempt('setLocalPreviewParams', { ...preview, encoderRotation }),
         ),

@@ -2,19 +2,14 @@
 
 import { h, icon, setData, type IconName } from '../dom';
 import type { Classroom } from './classroom';
+import { iconButton } from './controls';
 import { devicesPage } from './devicesPage';
+import './drawer.css';
+import type { DrawerPage } from './drawerPage';
 import { musicPage } from './musicPage';
 import { networkPage } from './networkPage';
 import { peoplePage } from './peoplePage';
 import { sharePage } from './sharePage';
-
-/** One page of the drawer. */
-export interface DrawerPage {
-  element: HTMLElement;
-  update(): void;
-  /** The room has been left. */
-  leave?(): void;
-}
 
 const pages = {
   people: { title: 'People', make: peoplePage },
@@ -23,7 +18,7 @@ const pages = {
   network: { title: 'Network', make: networkPage },
   share: { title: 'Share the screen', make: sharePage },
 } satisfies Record<string, { title: string; make: (classroom: Classroom) => DrawerPage }>;
-type PageName = keyof typeof pages;
+export type PageName = keyof typeof pages;
 
 /** The pages that have a button of their own. */
 const buttonFaces: Partial<Record<PageName, IconName>> = {
@@ -34,21 +29,25 @@ const buttonFaces: Partial<Record<PageName, IconName>> = {
 };
 
 export class Drawer {
-  readonly element = h('aside', { class: 'drawer' });
+  readonly element: HTMLElement;
   readonly buttons: HTMLElement[];
-  private readonly title = h('h2');
+  private readonly title = h('h2', { id: 'drawer-title', tabIndex: -1 });
   private readonly body = h('div', { class: 'drawer-body' });
   private readonly made = new Map<PageName, DrawerPage>();
   private open: PageName | undefined;
+  private openedFrom: Element | null = null;
 
-  constructor(private readonly classroom: Classroom) {
-    const closing = h('button', {
-      class: 'icon-button',
-      'aria-label': 'Close',
-      onclick: () => this.show(undefined),
-    });
-    closing.append(icon('close'));
-    this.element.append(h('header', {}, this.title, closing), this.body);
+  /** `onShow` is told whenever the drawer is opened or closed. */
+  constructor(
+    private readonly classroom: Classroom,
+    private readonly onShow: (page: PageName | undefined) => void,
+  ) {
+    this.element = h(
+      'section',
+      { class: 'drawer', 'aria-labelledby': this.title.id },
+      h('header', {}, this.title, iconButton('close', 'Close', () => this.close())),
+      this.body,
+    );
     this.buttons = (Object.entries(buttonFaces) as [PageName, IconName][]).map(([name, face]) =>
       h(
         'button',
@@ -57,11 +56,18 @@ export class Drawer {
         h('span', { class: 'caption' }, pages[name].title),
       ),
     );
+    document.addEventListener('keydown', ({ key }) => {
+      if (key === 'Escape') this.close();
+    });
     this.show(undefined);
   }
 
+  /** Opens a page and leads the focus there, or closes it when it is open. */
   toggle(name: PageName): void {
-    this.show(this.open === name ? undefined : name);
+    if (this.open === name) return this.close();
+    this.openedFrom = document.activeElement;
+    this.show(name);
+    this.title.focus();
   }
 
   update(): void {
@@ -75,11 +81,21 @@ export class Drawer {
     this.show(undefined);
   }
 
+  private close(): void {
+    if (!this.open) return;
+    this.show(undefined);
+    if (this.openedFrom instanceof HTMLElement) this.openedFrom.focus();
+  }
+
   private show(name: PageName | undefined): void {
     this.open = name;
     this.element.hidden = !name;
-    for (const button of this.buttons)
-      setData(button, 'look', button.dataset['page'] === name ? 'open' : '');
+    for (const button of this.buttons) {
+      const open = button.dataset['page'] === name;
+      setData(button, 'look', open ? 'open' : '');
+      button.setAttribute('aria-expanded', String(open));
+    }
+    this.onShow(name);
     if (!name) return;
     let page = this.made.get(name);
     if (!page) {

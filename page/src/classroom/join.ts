@@ -2,11 +2,23 @@
 
 import { h, icon, setText } from '../dom';
 import { anchorRole, audienceRole, type Classroom } from './classroom';
+import './controls.css';
+import './join.css';
+import { Toasts } from './toasts';
 
 const defaultApplication = 20240001;
 
+/** What is filled in again after a reload of this window. */
+interface Kept {
+  name: string;
+  room: string;
+  role: number;
+}
+const keptName = 'vemo.join';
+
 export class JoinScreen {
   readonly element: HTMLElement;
+  readonly toasts = new Toasts();
   private readonly name = h('input', {
     id: 'name',
     name: 'name',
@@ -14,7 +26,7 @@ export class JoinScreen {
     maxLength: 40,
     placeholder: 'For example Ada',
   });
-  private readonly roomId = h('input', { id: 'room', name: 'room', inputMode: 'numeric', value: '101' });
+  private readonly roomId = h('input', { id: 'room', name: 'room', inputMode: 'numeric' });
   private readonly application = h('input', {
     id: 'application',
     inputMode: 'numeric',
@@ -29,6 +41,9 @@ export class JoinScreen {
   private readonly fields: HTMLFieldSetElement;
 
   constructor(private readonly classroom: Classroom) {
+    const kept = JSON.parse(sessionStorage.getItem(keptName) ?? '{}') as Partial<Kept>;
+    this.name.value = kept.name ?? '';
+    this.roomId.value = kept.room ?? '101';
     const role = (value: number, title: string, text: string, checked: boolean) =>
       h(
         'label',
@@ -48,8 +63,8 @@ export class JoinScreen {
       h(
         'div',
         { class: 'choices', role: 'radiogroup', 'aria-label': 'Role' },
-        role(anchorRole, 'On stage', 'Speak and be seen', true),
-        role(audienceRole, 'Audience', 'Listen and watch', false),
+        role(anchorRole, 'On stage', 'Speak and be seen', kept.role !== audienceRole),
+        role(audienceRole, 'Audience', 'Listen and watch', kept.role === audienceRole),
       ),
       h(
         'details',
@@ -72,38 +87,52 @@ export class JoinScreen {
         {
           class: 'card',
           noValidate: true,
+          onchange: () => this.keep(),
           onsubmit: (event: Event) => {
             event.preventDefault();
             this.submit();
           },
         },
         h('img', { src: 'icon.svg', alt: '', width: 52, height: 52 }),
-        h('h1', {}, 'Join the class'),
+        h('h1', { tabIndex: -1 }, 'Join the class'),
         h('p', { class: 'lead' }, 'Pick a name and the room of your lesson.'),
         this.problem,
         this.fields,
       ),
       this.version,
+      this.toasts.element,
     );
   }
 
   update(): void {
     const { phase, problem, version } = this.classroom;
+    const focusLost = this.fields.disabled && document.activeElement === document.body;
     this.fields.disabled = phase !== 'outside';
     setText(this.button, phase === 'entering' ? 'Entering …' : phase === 'connecting' ? 'Connecting …' : 'Enter room');
+    if (focusLost && document.hasFocus()) this.button.focus();
     this.problem.hidden = !problem;
     setText(this.words, problem?.words ?? '');
     setText(this.detail, problem?.detail ? `The router says: ${problem.detail}` : '');
     setText(this.version, version ? `Engine ${version}` : '');
   }
 
+  private get role(): number {
+    const checked = this.element.querySelector<HTMLInputElement>('input[name=role]:checked');
+    return Number(checked?.value ?? anchorRole);
+  }
+
+  private keep(): void {
+    const kept: Kept = { name: this.name.value, room: this.roomId.value, role: this.role };
+    sessionStorage.setItem(keptName, JSON.stringify(kept));
+  }
+
   private submit(): void {
-    const role = this.element.querySelector<HTMLInputElement>('input[name=role]:checked');
+    this.keep();
     const number = (input: HTMLInputElement) => Math.trunc(Number(input.value)) || 0;
     void this.classroom.enter({
       name: this.name.value.trim(),
       roomId: number(this.roomId),
-      role: Number(role?.value ?? anchorRole),
+      role: this.role,
       sdkAppId: number(this.application),
       userSig: this.signature.value,
     });

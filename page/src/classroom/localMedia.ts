@@ -1,6 +1,6 @@
 // The own microphone and camera.
 
-import type { Classroom } from './classroom';
+import type { RoomAccess } from './roomAccess';
 
 /** Off: not started, or stopped. Muted: running, but the others get nothing of it. */
 export type DeviceState = 'off' | 'starting' | 'on' | 'muted';
@@ -12,7 +12,7 @@ export class LocalMedia {
   /** 1 speech, 2 default, 3 music. */
   audioQuality = 2;
 
-  constructor(private readonly room: Classroom) {
+  constructor(private readonly room: RoomAccess) {
     const { bridge } = room;
     bridge.on('onMicDidReady', () => {});
     bridge.on('onCameraDidReady', () => {});
@@ -84,6 +84,7 @@ export class LocalMedia {
     if (own) {
       own.audio = this.microphone === 'on';
       own.video = this.camera === 'on' || this.camera === 'muted';
+      own.paused = this.camera === 'muted';
     }
     this.room.watcher.changed();
   }

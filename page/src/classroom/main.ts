@@ -2,14 +2,12 @@
 
 import { Bridge } from '../bridge';
 import { h, icon } from '../dom';
-import './classroom.css';
+import '../base.css';
 import { Classroom } from './classroom';
 import { JoinScreen } from './join';
 import { RoomScreen } from './room';
-import { Toasts } from './toasts';
 
 function start(): void {
-  const toasts = new Toasts();
   let drawn = false;
   const classroom = new Classroom(new Bridge(), {
     // Many changes come at once; they are drawn together.
@@ -21,9 +19,10 @@ function start(): void {
         draw();
       });
     },
-    notice: (text, tone) => toasts.show(text, tone),
+    notice: (text, tone) => (isInRoom() ? room : join).toasts.show(text, tone),
   });
 
+  const isInRoom = () => classroom.phase === 'inside' || classroom.phase === 'leaving';
   const join = new JoinScreen(classroom);
   const room = new RoomScreen(classroom);
   const retry = h('button', { class: 'primary', onclick: () => classroom.connect() });
@@ -35,7 +34,7 @@ function start(): void {
       'div',
       { class: 'card stopped', role: 'alert' },
       icon('plug'),
-      h('h1', {}, 'The simulator has stopped'),
+      h('h1', { tabIndex: -1 }, 'The simulator has stopped'),
       h('p', { class: 'lead' }, 'Start it again, then try to connect. You will have to enter the room anew.'),
       retry,
     ),
@@ -44,16 +43,18 @@ function start(): void {
   let wasInRoom = false;
   const draw = () => {
     const { phase } = classroom;
-    const inRoom = phase === 'inside' || phase === 'leaving';
+    const inRoom = isInRoom();
     if (wasInRoom && !inRoom) room.leaveRoom();
     wasInRoom = inRoom;
     const screen = phase === 'stopped' ? stopped : inRoom ? room.element : join.element;
-    if (screen.parentElement !== document.body) {
-      document.body.replaceChildren(screen, toasts.element);
-    }
+    const shownBefore = document.body.firstElementChild;
+    if (shownBefore !== screen) document.body.replaceChildren(screen);
     document.body.dataset['phase'] = phase;
     if (inRoom) room.update();
     else join.update();
+    // Whoever works with the page goes on at the head of what it shows now.
+    if (shownBefore && shownBefore !== screen && document.hasFocus())
+      screen.querySelector('h1')?.focus();
   };
   classroom.connect();
 }

@@ -5,7 +5,8 @@ import { h, setText } from '../dom';
 import { errorInWords } from '../words';
 import type { Classroom } from './classroom';
 import { choice, iconButton, row, section, slider, toggle } from './controls';
-import type { DrawerPage } from './drawer';
+import type { DrawerPage } from './drawerPage';
+import './musicPage.css';
 
 const audioId = 1;
 const pieces = [

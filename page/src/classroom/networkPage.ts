@@ -5,7 +5,8 @@ import { h, setText } from '../dom';
 import { qualityInWords } from '../words';
 import { records, type Classroom } from './classroom';
 import { button, choice, row, section, toggle } from './controls';
-import type { DrawerPage } from './drawer';
+import type { DrawerPage } from './drawerPage';
+import './networkPage.css';
 
 const preferences = [
   [1, 'Smooth'],

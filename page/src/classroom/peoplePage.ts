@@ -1,26 +1,14 @@
 // How the others are heard and seen here.
 
+import type { JsonObject } from '../bridge';
 import { h } from '../dom';
-import type { Classroom, Person } from './classroom';
+import type { Classroom } from './classroom';
 import { button, choice, row, section, slider, toggle } from './controls';
-import type { DrawerPage } from './drawer';
+import type { DrawerPage } from './drawerPage';
+import { fills, pictureChoices } from './pictureChoices';
+import type { Person } from './roomAccess';
 
 const mainStream = 0;
-const fills = [
-  [0, 'Fill'],
-  [1, 'Fit'],
-] as const;
-const mirrors = [
-  [0, 'Automatic'],
-  [1, 'Mirrored'],
-  [2, 'As it is'],
-] as const;
-const turns = [
-  [0, 'Upright'],
-  [1, '90°'],
-  [2, '180°'],
-  [3, '270°'],
-] as const;
 const streams = [
   [0, 'Full picture'],
   [1, 'Small picture'],
@@ -62,11 +50,8 @@ export function peoplePage(classroom: Classroom): DrawerPage {
 }
 
 function personCard(classroom: Classroom, { userId, playVolume }: Person): HTMLElement {
-  const drawing = { mode: 0, mirror: 0, rotation: 0 };
-  const draw = (change: Partial<typeof drawing>) => {
-    Object.assign(drawing, change);
-    return classroom.attempt('setRemotePreviewParams', { userId, streamType: mainStream, ...drawing });
-  };
+  const draw = (drawing: JsonObject) =>
+    classroom.attempt('setRemotePreviewParams', { userId, streamType: mainStream, ...drawing });
   return h(
     'details',
     { class: 'person', 'data-person': userId },
@@ -81,9 +66,7 @@ function personCard(classroom: Classroom, { userId, playVolume }: Person): HTMLE
     choice('Stream', streams, 0, (type) =>
       classroom.attempt('setRemoteVideoStreamType', { userId, type }),
     ),
-    choice('Picture', fills, 0, (mode) => draw({ mode })),
-    choice('Mirror', mirrors, 0, (mirror) => draw({ mirror })),
-    choice('Turned', turns, 0, (rotation) => draw({ rotation })),
+    ...pictureChoices('Picture', draw),
     choice('Shared screen', fills, 0, (mode) =>
       classroom.attempt('setRemoteSubStreamPreviewParams', { userId, mode }),
     ),

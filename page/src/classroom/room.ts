@@ -3,15 +3,19 @@
 import { h, icon, setData, setText, type IconName } from '../dom';
 import { anchorRole, audienceRole, type Classroom } from './classroom';
 import { Drawer } from './drawer';
+import type { DeviceState } from './localMedia';
+import './room.css';
 import { Tiles } from './tiles';
+import { Toasts } from './toasts';
 
 const connectionWords = { good: 'Connected', lost: 'Connection lost', reconnecting: 'Reconnecting' };
 
 export class RoomScreen {
   readonly element: HTMLElement;
+  readonly toasts = new Toasts();
   private readonly tiles: Tiles;
   private readonly drawer: Drawer;
-  private readonly title = h('h1');
+  private readonly title = h('h1', { tabIndex: -1 });
   private readonly count = h('span', { class: 'count' });
   private readonly connection = h('span', { class: 'pill', role: 'status' });
   private readonly microphone = control('Microphone', () => this.classroom.media.toggleMicrophone());
@@ -21,20 +25,25 @@ export class RoomScreen {
   private readonly leave = control('Leave', () => this.classroom.leave());
 
   constructor(private readonly classroom: Classroom) {
+    this.element = h('main', { class: 'room' });
     this.tiles = new Tiles(classroom);
-    this.drawer = new Drawer(classroom);
-    this.leave.show('leave', 'Leave', 'danger');
-    this.element = h(
-      'main',
-      { class: 'room' },
+    this.drawer = new Drawer(classroom, (page) => {
+      setData(this.element, 'drawer', page ? 'open' : 'closed');
+      this.screen.element.setAttribute('aria-expanded', String(page === 'share'));
+    });
+    this.leave.show('leave', 'Leave', 'Leave the room', 'danger');
+    this.element.append(
       h(
         'header',
         { class: 'topbar' },
         h('img', { src: 'icon.svg', alt: '', width: 28, height: 28 }),
-        h('div', { class: 'heading' }, this.title, this.count),
+        this.title,
+        this.count,
         this.connection,
+        this.toasts.element,
       ),
-      h('div', { class: 'stage' }, this.tiles.element, this.drawer.element),
+      this.tiles.element,
+      this.drawer.element,
       h(
         'nav',
         { class: 'controls', 'aria-label': 'Controls' },
@@ -56,19 +65,20 @@ export class RoomScreen {
     setText(this.connection, connectionWords[connection]);
     setData(this.connection, 'connection', connection);
 
-    const { microphone, camera } = media;
     this.microphone.show(
-      microphone === 'on' ? 'mic' : 'micOff',
-      { off: 'Turn on', starting: 'Starting …', on: 'Mute', muted: 'Unmute' }[microphone],
-      microphone === 'on' ? 'on' : microphone === 'muted' ? 'muted' : '',
+      media.microphone === 'on' ? 'mic' : 'micOff',
+      ...microphoneWords[media.microphone],
+      deviceLook(media.microphone),
     );
     this.camera.show(
-      camera === 'on' ? 'camera' : 'cameraOff',
-      { off: 'Camera', starting: 'Starting …', on: 'Pause', muted: 'Resume' }[camera],
-      camera === 'on' ? 'on' : camera === 'muted' ? 'muted' : '',
+      media.camera === 'on' ? 'camera' : 'cameraOff',
+      ...cameraWords[media.camera],
+      deviceLook(media.camera),
     );
-    this.screen.show('screen', share.state === 'off' ? 'Share' : 'Sharing', share.state === 'off' ? '' : 'on');
-    this.role.show('hand', onStage ? 'Audience' : 'On stage', '');
+    if (share.state === 'off') this.screen.show('screen', 'Share', 'Share the screen', '');
+    else this.screen.show('screen', 'Sharing', 'Sharing the screen', 'on');
+    if (onStage) this.role.show('hand', 'Step down', 'Step down from the stage', '');
+    else this.role.show('hand', 'Go on stage', 'Go on stage', '');
     for (const device of [this.microphone, this.camera, this.screen]) device.enable(onStage);
     this.leave.enable(phase === 'inside');
     this.tiles.update();
@@ -86,26 +96,46 @@ export class RoomScreen {
   }
 }
 
+// What a press of the control does: its caption, and the same in full.
+const microphoneWords: Record<DeviceState, [string, string]> = {
+  off: ['Microphone', 'Turn on the microphone'],
+  starting: ['Starting …', 'Starting … the microphone'],
+  on: ['Mute', 'Mute the microphone'],
+  muted: ['Unmute', 'Unmute the microphone'],
+};
+const cameraWords: Record<DeviceState, [string, string]> = {
+  off: ['Camera', 'Turn on the camera'],
+  starting: ['Starting …', 'Starting … the camera'],
+  on: ['Pause', 'Pause the camera'],
+  muted: ['Resume', 'Resume the camera'],
+};
+
+function deviceLook(state: DeviceState): string {
+  return state === 'on' || state === 'muted' ? state : '';
+}
+
 interface Control {
   element: HTMLButtonElement;
-  show(picture: IconName, caption: string, look: string): void;
+  /** `name` is what the button is called for readers of the page; it holds the caption. */
+  show(picture: IconName, caption: string, name: string, look: string): void;
   enable(enabled: boolean): void;
 }
 
-/** A round button with a caption, named for readers of the page. */
-function control(name: string, press: () => unknown): Control {
+/** A round button with a caption. */
+function control(key: string, press: () => unknown): Control {
   const caption = h('span', { class: 'caption' });
   const face = h('span', { class: 'face' });
-  const element = h('button', { class: 'control', 'data-control': name, onclick: press }, face, caption);
+  const element = h('button', { class: 'control', 'data-control': key, onclick: press }, face, caption);
   let drawn = '';
   return {
     element,
-    show(picture, text, look) {
+    show(picture, text, name, look) {
       if (drawn !== picture) face.replaceChildren(icon(picture));
       drawn = picture;
       setText(caption, text);
       setData(element, 'look', look);
-      element.setAttribute('aria-label', `${name}: ${text}`);
+      element.setAttribute('aria-label', name);
+      element.title = name;
     },
     enable(enabled) {
       element.disabled = !enabled;

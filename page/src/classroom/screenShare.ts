@@ -1,6 +1,6 @@
 // Sharing the own screen.
 
-import type { Classroom } from './classroom';
+import type { RoomAccess } from './roomAccess';
 
 /** What the system can capture, as a sum. */
 const inApplication = 1;
@@ -12,7 +12,7 @@ export class ScreenShare {
   state: ShareState = 'off';
   private support = 0;
 
-  constructor(private readonly room: Classroom) {
+  constructor(private readonly room: RoomAccess) {
     const { bridge } = room;
     const becomes = (state: ShareState, text: string) => () => {
       this.state = state;

@@ -2,7 +2,8 @@
 
 import { h, setText } from '../dom';
 import type { Classroom } from './classroom';
-import type { DrawerPage } from './drawer';
+import { button } from './controls';
+import type { DrawerPage } from './drawerPage';
 
 const stateWords = {
   off: 'You are not sharing anything.',
@@ -13,8 +14,6 @@ const stateWords = {
 
 export function sharePage({ share }: Classroom): DrawerPage {
   const state = h('p', { class: 'hint' });
-  const button = (title: string, press: () => unknown) =>
-    h('button', { class: 'secondary', onclick: press }, title);
   const application = button('Share this application', () => share.shareApplication());
   const screen = button('Share the whole screen', () => share.shareScreen());
   const pause = button('Pause', () => (share.state === 'paused' ? share.resume() : share.pause()));

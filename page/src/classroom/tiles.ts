@@ -1,16 +1,16 @@
 // The people in the room, a tile each, and a wide tile for a shared screen.
 
-import { h, icon, setData } from '../dom';
+import { h, icon, setData, type IconName } from '../dom';
 import { hueOf } from '../hue';
 import { qualityInWords } from '../words';
-import type { Classroom, Person } from './classroom';
+import type { Classroom } from './classroom';
+import type { Person } from './roomAccess';
+import './tiles.css';
 
 const cameraView = 0;
 const screenView = 2;
 
-const gap = 14;
-const footerHeight = 42;
-const smallestTile = 150;
+const smallestTile = 9.4; // in rem
 const pictureRatio = 16 / 10;
 const screenRatio = 16 / 9;
 
@@ -20,7 +20,7 @@ interface Tile {
 }
 
 export class Tiles {
-  readonly element = h('section', { class: 'tiles', 'aria-label': 'People', 'data-native-clip': '' });
+  readonly element = h('section', { class: 'tiles', 'aria-label': 'Class', 'data-native-clip': '' });
   private readonly tiles = new Map<string, Tile>();
 
   constructor(private readonly classroom: Classroom) {
@@ -57,9 +57,12 @@ export class Tiles {
   // Makes the tiles as wide as they can be and still all fit.
   private lay(): void {
     const count = this.classroom.people.size;
-    const width = this.element.clientWidth - 8;
-    const height = this.element.clientHeight - 8;
-    let best = smallestTile;
+    const { columnGap, paddingTop } = getComputedStyle(this.element);
+    const gap = parseFloat(columnGap) || 0;
+    const width = this.element.clientWidth - 2 * parseFloat(paddingTop);
+    const height = this.element.clientHeight - 2 * parseFloat(paddingTop);
+    const footerHeight = this.element.querySelector<HTMLElement>('footer')?.offsetHeight ?? 0;
+    let best = smallestTile * parseFloat(getComputedStyle(document.documentElement).fontSize);
     for (let columns = 1; columns <= count; ++columns) {
       const rows = Math.ceil(count / columns);
       const byWidth = (width - gap * (columns - 1)) / columns;
@@ -69,6 +72,9 @@ export class Tiles {
     const { style } = this.element;
     style.setProperty('--tile', `${Math.floor(Math.min(best, width))}px`);
     style.setProperty('--screen', `${Math.floor((height - footerHeight) * screenRatio)}px`);
+    // What has to be scrolled can be reached by keyboard.
+    if (this.element.scrollHeight > this.element.clientHeight) this.element.tabIndex = 0;
+    else this.element.removeAttribute('tabindex');
   }
 }
 
@@ -79,8 +85,8 @@ function personTile(first: Person, classroom: Classroom): Tile {
     { class: 'picture' },
     h('span', { class: 'avatar', style: `--hue: ${hueOf(userId)}` }, initials(userId)),
   );
-  const microphone = h('span', { class: 'state' });
-  const camera = h('span', { class: 'state' });
+  const microphone = h('span', { class: 'state', role: 'img' });
+  const camera = h('span', { class: 'state', role: 'img' });
   const level = h('span', { class: 'level-bar' });
   const meter = h(
     'span',
@@ -95,20 +101,26 @@ function personTile(first: Person, classroom: Classroom): Tile {
     picture,
     h('footer', {}, microphone, camera, h('span', { class: 'name' }, name), meter, quality),
   );
-  const show = (state: HTMLElement, on: boolean, yes: 'mic' | 'camera', no: 'micOff' | 'cameraOff') => {
-    const value = on ? 'on' : 'off';
+  const show = (state: HTMLElement, device: string, face: IconName, value: 'on' | 'off' | 'paused') => {
     if (state.dataset['state'] === value) return;
     setData(state, 'state', value);
-    state.replaceChildren(icon(on ? yes : no));
-    state.title = `${yes === 'mic' ? 'Microphone' : 'Camera'} ${value}`;
+    state.replaceChildren(icon(face));
+    state.title = `${device} ${value}`;
+    state.setAttribute('aria-label', state.title);
   };
   return {
     element,
     update() {
       const person = classroom.people.get(userId);
       if (!person) return;
-      show(microphone, person.audio, 'mic', 'micOff');
-      show(camera, person.video, 'camera', 'cameraOff');
+      const { audio, video, paused } = person;
+      show(microphone, 'Microphone', audio ? 'mic' : 'micOff', audio ? 'on' : 'off');
+      show(
+        camera,
+        'Camera',
+        video && !paused ? 'camera' : 'cameraOff',
+        paused ? 'paused' : video ? 'on' : 'off',
+      );
       setData(picture, 'nativeView', person.video ? `${userId}/${cameraView}` : undefined);
       setData(element, 'speaking', person.volume > 10 ? 'yes' : 'no');
       level.style.width = `${person.volume}%`;

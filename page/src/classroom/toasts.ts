@@ -1,11 +1,12 @@
 // Passing notices.
 
 import { h } from '../dom';
-import type { Tone } from './classroom';
+import type { Tone } from './roomAccess';
+import './toasts.css';
 
 const shownMs = 5000;
 
-/** Shows the latest notice, above the tiles, where no native view covers it. */
+/** Shows the latest notice. */
 export class Toasts {
   readonly element = h('div', { class: 'toasts', role: 'status', 'aria-live': 'polite' });
 

@@ -1,66 +1,13 @@
 // The connection of the page in the frame with its phone in the simulator.
 
 import type { Host, HostConnection, HostState } from '../host';
-
-export interface Picture {
-  userId: string;
-  viewType: number;
-  /** The own camera or screen. */
-  own: boolean;
-  /** The number of the image shown instead of the camera; 0 for none. */
-  muteImage: number;
-  width: number;
-  height: number;
-  /** 0 for a picture that stands still. */
-  fps: number;
-  front: boolean;
-  rotation: number;
-  mirror: boolean;
-  drawing: { rotation: number; fillMode: number; mirrorType: number };
-}
-
-export interface PhoneSettings {
-  os: string;
-  camera: string;
-  microphone: string;
-  bundle: Record<string, string>;
-  canOpenSettings: boolean;
-  appGroup: string;
-}
-
-/** What the simulator sends. */
-export type FromPhone =
-  | { kind: 'script'; text: string; needLog: boolean }
-  | { kind: 'settings'; settings: PhoneSettings }
-  | { kind: 'prompt'; media: 'camera' | 'microphone'; application: string; description: string }
-  | {
-      kind: 'alert';
-      id: number;
-      title: string;
-      message: string;
-      buttons: { title: string; destructive: boolean }[];
-    }
-  | { kind: 'openSettings' }
-  | { kind: 'broadcastPicker' }
-  | { kind: 'pictures'; pictures: Picture[] }
-  | { kind: 'image'; id: number; width: number; height: number; rgba: string }
-  | { kind: 'problem'; text: string };
-
-/** What the simulator understands. */
-export type ToPhone =
-  | { kind: 'message'; text: string }
-  | { kind: 'network'; drop: boolean }
-  | { kind: 'network'; delay: number; upLoss: number; downLoss: number }
-  | { kind: 'settings'; settings: Partial<PhoneSettings> }
-  | { kind: 'answer'; media: 'camera' | 'microphone'; granted: boolean }
-  | { kind: 'press'; alert: number; button: number }
-  | { kind: 'broadcast'; event: 'Started' | 'Paused' | 'Resumed' | 'Finished' }
-  | { kind: 'pictures' };
+import type { FromPhone, ToPhone } from './frames';
+import type { PhoneMemory } from './phoneMemory';
 
 export interface LinkWatcher {
   /** A page has connected, or its phone has come or gone. */
   onState(state: HostState): void;
-  /** Everything of the phone, scripts included, which have been run already. */
+  /** Everything of the phone; a script is run after this. */
   onFrame(frame: FromPhone): void;
   /** A page message on its way to the phone. */
   onMessage(text: string): void;
@@ -75,7 +22,10 @@ export interface LinkWatcher {
 export class PhoneLink implements Host {
   private socket: WebSocket | undefined;
 
-  constructor(private readonly watcher: LinkWatcher) {}
+  constructor(
+    private readonly watcher: LinkWatcher,
+    private readonly memory: PhoneMemory,
+  ) {}
 
   attach(page: Window, onState: (state: HostState) => void): HostConnection {
     this.detach();
@@ -90,14 +40,16 @@ export class PhoneLink implements Host {
 
     socket.addEventListener('open', () => {
       if (!current()) return;
+      for (const frame of this.memory.begin()) this.send(frame);
       for (const text of early.splice(0)) this.send({ kind: 'message', text });
       tell('ready');
     });
     socket.addEventListener('message', (event) => {
       if (!current()) return;
       const frame = JSON.parse(String(event.data)) as FromPhone;
-      if (frame.kind === 'script') this.run(page, frame.text);
+      if (frame.kind === 'settings') this.memory.told(frame.settings);
       this.watcher.onFrame(frame);
+      if (frame.kind === 'script') this.run(page, frame.text);
     });
     socket.addEventListener('close', () => {
       if (!current()) return;
@@ -121,7 +73,14 @@ export class PhoneLink implements Host {
 
   /** Sends one frame; lost when there is no phone. */
   send(frame: ToPhone): void {
-    if (this.socket?.readyState === WebSocket.OPEN) this.socket.send(JSON.stringify(frame));
+    if (this.socket?.readyState !== WebSocket.OPEN) return;
+    this.socket.send(JSON.stringify(frame));
+    this.memory.sent(frame);
+  }
+
+  /** Makes the phone like new. */
+  reset(): void {
+    for (const frame of this.memory.reset()) this.send(frame);
   }
 
   private detach(): void {

@@ -1,32 +1,35 @@
 // The simulator's shell: a phone whose web view is a frame with the classroom page.
 
 import { h, icon, setData } from '../dom';
+import '../base.css';
 import './shell.css';
-import { PhoneLink } from './link';
+import { PhoneLink, type LinkWatcher } from './link';
 import { NativeViews } from './nativeViews';
 import { Overlays } from './overlays';
 import { Panel } from './panel';
+import { PhoneMemory } from './phoneMemory';
 
 const picturesEveryMs = 250;
 
 const frame = h('iframe', { class: 'web-view', title: 'Classroom' });
 const views = new NativeViews(frame);
-const link = new PhoneLink({
+const memory = new PhoneMemory();
+const watcher: LinkWatcher = {
   onState(state) {
     setData(document.body, 'phone', state);
     if (state === 'ready') return;
     overlays.clear();
     views.show([]);
-    if (state === 'stopped') panel.problem('The simulator has stopped.');
-    else panel.note('A new page connects.');
+    if (state === 'stopped') panel.log.problem('The simulator has stopped.');
+    else panel.log.note('A new page connects.');
   },
   onFrame(received) {
     switch (received.kind) {
       case 'script':
-        return panel.ran(received.text, received.needLog);
+        return panel.log.ran(received.text, received.needLog);
       case 'settings':
         application = received.settings.bundle['CFBundleName'] ?? 'the application';
-        panel.setSettings(received.settings);
+        panel.phone.show(received.settings);
         return overlays.setSettings(received.settings);
       case 'prompt':
         return overlays.showPrompt(received);
@@ -41,21 +44,24 @@ const link = new PhoneLink({
       case 'image':
         return views.addImage(received);
       case 'problem':
-        return panel.problem(received.text);
+        return panel.log.problem(received.text);
     }
   },
-  onMessage: (text) => panel.sent(text),
-  onScriptError: (script, error) => panel.problem(`${String(error)} in ${script.slice(0, 200)}`),
-});
+  onMessage: (text) => panel.log.sent(text),
+  onScriptError: (script, error) => panel.log.problem(`${String(error)} in ${script}`),
+};
+const link = new PhoneLink(watcher, memory);
 let application = 'the application';
-const overlays = new Overlays(link);
-const panel = new Panel(link, () => showPanel(false));
+const overlays = new Overlays(link, frame);
+const panel = new Panel(link, memory, () => showPanel(false));
 window.vemoHost = link;
 
 function showPanel(open: boolean): void {
+  const hadFocus = panel.element.contains(document.activeElement);
   setData(document.body, 'panel', open ? 'open' : 'closed');
   panelButton.setAttribute('aria-expanded', String(open));
-  if (open) panel.opened();
+  if (open) panel.log.opened();
+  else if (hadFocus) panelButton.focus();
 }
 function showDevice(kind: 'phone' | 'tablet'): void {
   setData(device, 'device', kind);
@@ -103,7 +109,7 @@ document.body.append(
     reloadButton,
     panelButton,
   ),
-  h('main', { class: 'desk' }, device),
+  h('div', { class: 'desk' }, device),
   panel.element,
 );
 showDevice(innerWidth >= 1000 ? 'tablet' : 'phone');

@@ -3,7 +3,8 @@
 
 import { h } from '../dom';
 import { hueOf } from '../hue';
-import type { FromPhone, Picture } from './link';
+import type { FromPhone, Picture } from './frames';
+import './nativeViews.css';
 
 interface Shown {
   picture: Picture;
@@ -13,7 +14,7 @@ interface Shown {
 }
 
 export class NativeViews {
-  readonly element = h('div', { class: 'native-views' });
+  readonly element = h('div', { class: 'native-views', 'aria-hidden': 'true' });
   private readonly shown = new Map<string, Shown>();
   private readonly images = new Map<number, HTMLCanvasElement>();
 

@@ -1,180 +1,224 @@
 // What a phone's system shows above the application: prompts, alerts, its settings and
-// the broadcast picker. Dialogs queue up; one is shown at a time.
+// the broadcast picker. Dialogs queue up; one is shown at a time. The Escape key stands for
+// the button that refuses or cancels, as nothing on a phone can be left unanswered.
 
-import { h, icon } from '../dom';
-import type { FromPhone, PhoneLink, PhoneSettings } from './link';
+import { h, icon, setText } from '../dom';
+import type { FromPhone, PhoneSettings } from './frames';
+import { Layers } from './layers';
+import type { PhoneLink } from './link';
+import './overlays.css';
 
 type Frame<K extends FromPhone['kind']> = Extract<FromPhone, { kind: K }>;
 const deviceNames = { camera: 'Camera', microphone: 'Microphone' } as const;
 type Device = keyof typeof deviceNames;
 
-export class Overlays {
-  readonly element = h('div', { class: 'overlays' });
-  private readonly queue: HTMLElement[] = [];
-  private settings: PhoneSettings | undefined;
-  private settingsPage: HTMLElement | undefined;
+interface DialogButton {
+  title: string;
+  press: () => void;
+  look?: 'strong' | 'destructive';
+}
 
-  constructor(private readonly link: PhoneLink) {}
+interface Dialog {
+  kind: string;
+  title: string;
+  message: string;
+  buttons: DialogButton[];
+}
+
+export class Overlays {
+  private readonly layers: Layers;
+  private readonly queue: Dialog[] = [];
+  private settings: PhoneSettings | undefined;
+  private settingsPage: { element: HTMLElement; update(settings: PhoneSettings): void } | undefined;
+
+  constructor(
+    private readonly link: PhoneLink,
+    frame: HTMLIFrameElement,
+  ) {
+    this.layers = new Layers(frame);
+  }
+
+  get element(): HTMLElement {
+    return this.layers.element;
+  }
 
   /** The application has gone: its dialogs go with it. */
   clear(): void {
     this.queue.length = 0;
-    this.element.replaceChildren();
     this.settingsPage = undefined;
+    this.layers.clear();
   }
 
   showPrompt({ media, application, description }: Frame<'prompt'>): void {
-    const answer = (granted: boolean) => {
-      this.close(dialog);
-      this.link.send({ kind: 'answer', media, granted });
-    };
+    const answer = (granted: boolean) => () => this.link.send({ kind: 'answer', media, granted });
     const name = application || 'The application';
-    const dialog = this.dialog(
-      `“${name}” Would Like to Access the ${deviceNames[media]}`,
-      description || `${name} uses the ${media} while you are in class.`,
-      [
-        { title: 'Don’t Allow', press: () => answer(false) },
-        { title: 'Allow', press: () => answer(true), strong: true },
+    this.ask({
+      kind: `prompt-${media}`,
+      title: `“${name}” Would Like to Access the ${deviceNames[media]}`,
+      message: description || `${name} uses the ${media} while you are in class.`,
+      buttons: [
+        { title: 'Don’t Allow', press: answer(false) },
+        { title: 'Allow', press: answer(true), look: 'strong' },
       ],
-      `prompt-${media}`,
-    );
-    this.open(dialog);
+    });
   }
 
   showAlert({ id, title, message, buttons }: Frame<'alert'>): void {
-    const dialog = this.dialog(
+    this.ask({
+      kind: 'alert',
       title,
       message,
-      buttons.map((button, index) => ({
-        title: button.title,
-        destructive: button.destructive,
-        press: () => {
-          this.close(dialog);
-          this.link.send({ kind: 'press', alert: id, button: index });
-        },
+      buttons: buttons.map(({ title, destructive }, index) => ({
+        title,
+        press: () => this.link.send({ kind: 'press', alert: id, button: index }),
+        ...(destructive ? { look: 'destructive' } : {}),
       })),
-      'alert',
-    );
-    this.open(dialog);
+    });
   }
 
   showBroadcastPicker(application: string): void {
-    const dialog = this.dialog(
-      'Screen Broadcast',
-      `Everything on your screen will be sent by ${application}.`,
-      [
-        { title: 'Cancel', press: () => this.close(dialog) },
+    this.ask({
+      kind: 'broadcast',
+      title: 'Screen Broadcast',
+      message: `Everything on your screen will be sent by ${application}.`,
+      buttons: [
+        { title: 'Cancel', press: () => {} },
         {
           title: 'Start Broadcast',
-          strong: true,
-          press: () => {
-            this.close(dialog);
-            this.link.send({ kind: 'broadcast', event: 'Started' });
-          },
+          look: 'strong',
+          press: () => this.link.send({ kind: 'broadcast', event: 'Started' }),
         },
       ],
-      'broadcast',
-    );
-    this.open(dialog);
+    });
   }
 
   /** The phone's settings have changed. */
   setSettings(settings: PhoneSettings): void {
     this.settings = settings;
-    if (this.settingsPage) this.showSettings();
+    this.settingsPage?.update(settings);
   }
 
   /** Opens the application's page in the phone's settings. */
   showSettings(): void {
-    const settings = this.settings;
-    if (!settings) return;
-    const name = settings.bundle['CFBundleName'] ?? 'The application';
-    const row = (device: Device) => {
-      const allowed = settings[device] === 'authorized';
-      const status = { restricted: 'Restricted', notDetermined: 'Not asked yet' }[settings[device]];
-      const box = h('input', {
-        type: 'checkbox',
-        checked: allowed,
-        disabled: settings[device] === 'restricted',
-        onchange: () =>
-          this.link.send({
-            kind: 'settings',
-            settings: { [device]: allowed ? 'denied' : 'authorized' },
-          }),
-      });
-      return h(
-        'label',
-        { class: 'settings-row' },
-        icon(device === 'camera' ? 'camera' : 'mic'),
-        h('span', { class: 'settings-name' }, deviceNames[device]),
-        status ? h('span', { class: 'settings-status' }, status) : null,
-        h('span', { class: 'switch' }, box, h('span', { class: 'switch-knob' })),
-      );
+    if (!this.settings || this.settingsPage) return;
+    const close = () => {
+      this.settingsPage = undefined;
+      this.layers.close(page.element);
     };
-    const page = h(
-      'section',
-      { class: 'settings-page', 'aria-label': 'Settings' },
-      h(
-        'header',
-        {},
-        h('h2', {}, 'Settings'),
-        h('button', { class: 'plain', onclick: () => this.closeSettings() }, `Back to ${name}`),
-      ),
-      h('p', { class: 'settings-caption' }, `Allow ${name} to access`),
-      h('div', { class: 'settings-group' }, row('camera'), row('microphone')),
-    );
-    this.settingsPage?.remove();
+    const page = settingsPage(this.link, close);
+    page.update(this.settings);
     this.settingsPage = page;
-    this.element.append(page);
+    this.layers.show(page.element, close);
   }
 
-  private closeSettings(): void {
-    this.settingsPage?.remove();
-    this.settingsPage = undefined;
+  private ask(dialog: Dialog): void {
+    this.queue.push(dialog);
+    if (this.queue.length === 1) this.showFirst();
   }
 
-  private dialog(
-    title: string,
-    message: string,
-    buttons: { title: string; press: () => void; strong?: boolean; destructive?: boolean }[],
-    kind: string,
-  ): HTMLElement {
-    return h(
+  private showFirst(): void {
+    const dialog = this.queue[0];
+    if (!dialog) return;
+    const answer = ({ press }: DialogButton) => {
+      this.queue.shift();
+      this.layers.close(element);
+      press();
+      this.showFirst();
+    };
+    const cancelling = dialog.buttons.find(({ look }) => look === undefined);
+    const element = dialogElement(dialog, answer, cancelling);
+    this.layers.show(element, () => cancelling && answer(cancelling));
+  }
+}
+
+function dialogElement(
+  { kind, title, message, buttons }: Dialog,
+  answer: (button: DialogButton) => void,
+  cancelling: DialogButton | undefined,
+): HTMLElement {
+  return h(
+    'div',
+    { class: 'scrim', 'data-dialog': kind },
+    h(
       'div',
-      { class: 'scrim', 'data-dialog': kind },
+      {
+        class: 'dialog',
+        role: 'alertdialog',
+        'aria-modal': 'true',
+        'aria-labelledby': 'dialog-title',
+        'aria-describedby': 'dialog-message',
+      },
+      h('h2', { id: 'dialog-title' }, title),
+      h('p', { id: 'dialog-message' }, message),
       h(
         'div',
-        { class: 'dialog', role: 'alertdialog', 'aria-label': title },
-        h('h2', {}, title),
-        h('p', {}, message),
-        h(
-          'div',
-          { class: 'dialog-buttons' },
-          ...buttons.map((button) =>
-            h(
-              'button',
-              {
-                class: button.destructive ? 'destructive' : button.strong ? 'strong' : '',
-                onclick: button.press,
-              },
-              button.title,
-            ),
+        { class: 'dialog-buttons' },
+        ...buttons.map((button) =>
+          h(
+            'button',
+            {
+              class: button.look ?? '',
+              'aria-keyshortcuts': button === cancelling ? 'Escape' : undefined,
+              title: button === cancelling ? 'Esc' : undefined,
+              onclick: () => answer(button),
+            },
+            button.title,
           ),
         ),
       ),
+    ),
+  );
+}
+
+function settingsPage(
+  link: PhoneLink,
+  close: () => void,
+): { element: HTMLElement; update(settings: PhoneSettings): void } {
+  const row = (device: Device) => {
+    const status = h('span', { class: 'settings-status' });
+    const box = h('input', {
+      type: 'checkbox',
+      'aria-label': deviceNames[device],
+      onchange: () =>
+        link.send({
+          kind: 'settings',
+          settings: { [device]: box.checked ? 'authorized' : 'denied' },
+        }),
+    });
+    const element = h(
+      'label',
+      { class: 'settings-row' },
+      icon(device === 'camera' ? 'camera' : 'mic'),
+      h('span', { class: 'settings-name' }, deviceNames[device]),
+      status,
+      h('span', { class: 'switch' }, box, h('span', { class: 'switch-knob' })),
     );
-  }
-
-  private open(dialog: HTMLElement): void {
-    this.queue.push(dialog);
-    if (this.queue.length === 1) this.element.append(dialog);
-  }
-
-  private close(dialog: HTMLElement): void {
-    const at = this.queue.indexOf(dialog);
-    if (at >= 0) this.queue.splice(at, 1);
-    dialog.remove();
-    const next = this.queue[0];
-    if (next && !next.isConnected) this.element.append(next);
-  }
+    return {
+      element,
+      update(settings: PhoneSettings) {
+        const permission = settings[device];
+        box.checked = permission === 'authorized';
+        box.disabled = permission === 'restricted';
+        setText(status, { restricted: 'Restricted', notDetermined: 'Not asked yet' }[permission] ?? '');
+      },
+    };
+  };
+  const rows = [row('camera'), row('microphone')];
+  const back = h('button', { class: 'plain', title: 'Esc', 'aria-keyshortcuts': 'Escape', onclick: close });
+  const caption = h('p', { class: 'settings-caption' });
+  return {
+    element: h(
+      'div',
+      { class: 'settings-page', role: 'dialog', 'aria-modal': 'true', 'aria-label': 'Settings' },
+      h('div', { class: 'settings-head' }, h('h2', {}, 'Settings'), back),
+      caption,
+      h('div', { class: 'settings-group' }, ...rows.map(({ element }) => element)),
+    ),
+    update(settings) {
+      const name = settings.bundle['CFBundleName'] ?? 'The application';
+      setText(back, `Back to ${name}`);
+      setText(caption, `Allow ${name} to access`);
+      for (const { update } of rows) update(settings);
+    },
+  };
 }

@@ -1,0 +1,7 @@
+/** One page of the drawer. */
+export interface DrawerPage {
+  element: HTMLElement;
+  update(): void;
+  /** The room has been left. */
+  leave?(): void;
+}

@@ -1,0 +1,31 @@
+// How a picture may be drawn, as choices for a form.
+
+import type { JsonObject } from '../bridge';
+import { choice } from './controls';
+
+export const fills = [
+  [0, 'Fill'],
+  [1, 'Fit'],
+] as const;
+const mirrors = [
+  [0, 'Automatic'],
+  [1, 'Mirrored'],
+  [2, 'As it is'],
+] as const;
+export const turns = [
+  [0, 'Upright'],
+  [1, '90°'],
+  [2, '180°'],
+  [3, '270°'],
+] as const;
+
+/** Choices of fill, mirror and turn; `draw` is called with all three at each change. */
+export function pictureChoices(title: string, draw: (drawing: JsonObject) => unknown): HTMLElement[] {
+  const drawing = { mode: 0, mirror: 0, rotation: 0 };
+  const change = (part: Partial<typeof drawing>) => draw(Object.assign(drawing, part));
+  return [
+    choice(title, fills, 0, (mode) => change({ mode })),
+    choice('Mirror', mirrors, 0, (mirror) => change({ mirror })),
+    choice('Turned', turns, 0, (rotation) => change({ rotation })),
+  ];
+}

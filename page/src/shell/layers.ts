@@ -1,0 +1,94 @@
+// Layers above the phone's page, of which only the uppermost can be used: the page and the
+// layers below are inert, Tab stays within, and the focus returns where it was.
+
+import { h } from '../dom';
+
+interface Layer {
+  element: HTMLElement;
+  escape(): void;
+  /** Where the focus was when the layer came. */
+  cameFrom: Element | null;
+}
+
+export class Layers {
+  readonly element = h('div', { class: 'overlays' });
+  private readonly open: Layer[] = [];
+
+  constructor(private readonly frame: HTMLIFrameElement) {
+    // A script of the page may still take the focus, which an inert frame does not prevent.
+    addEventListener('blur', () => {
+      const top = this.open[this.open.length - 1];
+      if (top && document.activeElement === frame) firstOf(top.element).focus();
+    });
+  }
+
+  /** Shows a layer above all others; `escape` is what the Escape key does. */
+  show(element: HTMLElement, escape: () => void): void {
+    element.tabIndex = -1; // a press beside its controls leaves the focus in it
+    element.addEventListener('keydown', (event) => {
+      if (event.key === 'Escape') escape();
+      else if (event.key === 'Tab') this.moveFocus(element, event.shiftKey);
+      else return;
+      event.preventDefault();
+    });
+    this.open.push({ element, escape, cameFrom: this.focused() });
+    this.element.append(element);
+    this.settle();
+    firstOf(element).focus();
+  }
+
+  /** Takes a layer away. */
+  close(element: HTMLElement): void {
+    const closed = this.open.find((layer) => layer.element === element);
+    if (!closed) return;
+    const at = this.open.indexOf(closed);
+    this.open.splice(at, 1);
+    const hadFocus = element.contains(document.activeElement);
+    element.remove();
+    this.settle();
+    const above = this.open[at];
+    if (above) above.cameFrom = closed.cameFrom;
+    else if (hadFocus) this.giveBack(closed.cameFrom);
+  }
+
+  /** Takes all layers away. */
+  clear(): void {
+    const first = this.open[0];
+    const hadFocus = this.element.contains(document.activeElement);
+    this.open.length = 0;
+    this.element.replaceChildren();
+    this.settle();
+    if (first && hadFocus) this.giveBack(first.cameFrom);
+  }
+
+  private settle(): void {
+    this.frame.inert = this.open.length > 0;
+    for (const [at, { element }] of this.open.entries()) element.inert = at < this.open.length - 1;
+  }
+
+  private focused(): Element | null {
+    const focused = document.activeElement;
+    return focused === this.frame ? (this.frame.contentDocument?.activeElement ?? focused) : focused;
+  }
+
+  private giveBack(element: Element | null): void {
+    const inFrame = element?.ownerDocument === this.frame.contentDocument;
+    if (inFrame) this.frame.focus();
+    if (element?.isConnected) (element as HTMLElement).focus();
+  }
+
+  private moveFocus(element: HTMLElement, back: boolean): void {
+    const controls = controlsOf(element);
+    const at = controls.indexOf(document.activeElement as HTMLElement);
+    const next = back ? (at <= 0 ? controls.length : at) - 1 : (at + 1) % controls.length;
+    controls[next]?.focus();
+  }
+}
+
+function firstOf(element: HTMLElement): HTMLElement {
+  return controlsOf(element)[0] ?? element;
+}
+
+function controlsOf(element: HTMLElement): HTMLElement[] {
+  return [...element.querySelectorAll<HTMLElement>('button:enabled, input:enabled')];
+}

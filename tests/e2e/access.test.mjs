@@ -1,0 +1,305 @@
+// The pages for everybody: by keyboard, with large text, on small screens, and as the
+// accessibility checker sees each of their states.
+
+import assert from 'node:assert/strict';
+import { readFileSync } from 'node:fs';
+import { after, afterEach, before, beforeEach, test } from 'node:test';
+import { packageFile, Phone, startBrowser, startSimulator } from './support.mjs';
+
+const checker = readFileSync(packageFile('axe-core/axe.min.js'), 'utf8');
+
+let browser;
+let simulator;
+let contexts;
+
+before(async () => {
+  browser = await startBrowser();
+});
+after(async () => {
+  await browser?.close();
+});
+beforeEach(async () => {
+  simulator = await startSimulator(['--log', '/dev/null']);
+  contexts = [];
+});
+afterEach(async () => {
+  for (const context of contexts) await context.close();
+  await simulator.stop();
+});
+
+async function open({ width = 1280, height = 800, colorScheme = 'light' } = {}) {
+  const context = await browser.newContext({ viewport: { width, height }, colorScheme });
+  contexts.push(context);
+  return Phone.open(context, simulator.address);
+}
+async function entered(name, screen) {
+  const phone = await open(screen);
+  await phone.enter({ name });
+  return phone;
+}
+
+/** The focused element of the shell: its text, and whether it stands in `selector`. */
+function focusOf(phone, selector) {
+  return phone.page.evaluate((around) => {
+    const focused = document.activeElement;
+    return { text: focused.textContent, within: Boolean(focused.closest(around)) };
+  }, selector);
+}
+/** The control of the page that is focused, by its key. */
+function focusedControl(phone) {
+  return phone.view.locator('body').evaluate(() => {
+    const { control, page } = document.activeElement.dataset;
+    return control ?? page;
+  });
+}
+async function commandsSent(phone) {
+  return phone.page.locator('.entry.sent .name').allTextContents();
+}
+
+/** What the checker finds in the shell and the page in its frame. */
+async function findings(phone) {
+  await phone.settled();
+  for (const frame of phone.page.frames()) await frame.evaluate(checker);
+  const { violations } = await phone.page.evaluate(() => window.axe.run());
+  return violations.flatMap(({ id, nodes }) =>
+    nodes.map(({ target, failureSummary }) => `${id}: ${target.flat().join(' ')}: ${failureSummary}`),
+  );
+}
+
+const screens = [
+  { width: 1280, height: 800 },
+  { width: 390, height: 844 },
+  { width: 844, height: 390 },
+];
+for (const colorScheme of ['light', 'dark'])
+  for (const screen of screens)
+    test(`the checker finds nothing at ${screen.width}x${screen.height}, ${colorScheme}`, async () => {
+      const ben = await entered('Ben');
+      await ben.setPermission('Camera', 'authorized');
+      await ben.setPermission('Microphone', 'authorized');
+      await ben.control('Camera').click();
+      await ben.view.locator('[data-control="Camera"][data-look="on"]').waitFor();
+
+      const ada = await open({ ...screen, colorScheme });
+      const found = [];
+      const check = async (state) => {
+        for (const finding of await findings(ada)) found.push(`${state}: ${finding}`);
+      };
+      await check('the form');
+      await ada.tryToEnter({ name: '' });
+      await ada.view.locator('summary').click();
+      await check('the form with a problem and all its fields');
+
+      await ada.enter({ name: 'Ada' });
+      await ada.nativeView('Ben').waitFor();
+      await check('the class');
+      await ada.control('Camera').click();
+      await ada.dialog('prompt-camera').waitFor();
+      await check('a prompt');
+      await ada.answerPrompt('camera', false);
+      await ada.view.locator('.toast.bad').waitFor();
+      await check('a notice');
+      await ada.control('Camera').click();
+      await ada.dialog('alert').waitFor();
+      await check('an alert');
+      await ada.dialog('alert').getByRole('button', { name: '前往设置' }).click();
+      await ada.page.locator('.settings-page').waitFor();
+      await check('the settings');
+      await ada.page.keyboard.press('Escape');
+
+      for (const page of ['people', 'devices', 'music', 'network']) {
+        await ada.openPage(page);
+        for (const more of await ada.view.locator('.drawer summary').all()) await more.click();
+        if (page === 'network') await ada.view.locator('.figure').first().waitFor();
+        await check(`the page ${page}`);
+        await ada.page.keyboard.press('Escape');
+      }
+      await ada.control('Share').click();
+      await check('the page share');
+      await ada.view.getByRole('button', { name: 'Share the whole screen' }).click();
+      await ada.dialog('broadcast').waitFor();
+      await check('the broadcast picker');
+      await ada.page.keyboard.press('Escape');
+      await ada.view.getByRole('button', { name: 'Share this application' }).click();
+      await ben.nativeView('Ada', 2).waitFor();
+      await ada.page.keyboard.press('Escape');
+      await check('the class while sharing');
+
+      await ada.page.getByRole('button', { name: 'Developer panel' }).click();
+      await ada.page.locator('.entry summary').last().click();
+      await check('the log');
+      await ada.page.getByRole('tab', { name: 'Phone' }).click();
+      await check('the settings of the phone');
+      await ada.page.getByRole('button', { name: 'Close panel' }).click();
+
+      await ada.control('Role').click();
+      await ada.view.locator('[data-control="Microphone"]:disabled').waitFor();
+      await check('the class for the audience');
+      await simulator.stop();
+      await ada.inPhase('stopped');
+      await check('the page without its simulator');
+      assert.deepEqual(found, []);
+    });
+
+test('a prompt takes the focus, keeps it, and gives it back', async () => {
+  const ada = await entered('Ada');
+  await ada.control('Camera').focus();
+  await ada.page.keyboard.press('Enter');
+  await ada.dialog('prompt-camera').waitFor();
+  assert.deepEqual(await focusOf(ada, '.dialog'), { text: 'Don’t Allow', within: true });
+  const stops = [];
+  for (const key of ['Tab', 'Tab', 'Shift+Tab', 'Shift+Tab']) {
+    await ada.page.keyboard.press(key);
+    stops.push(await focusOf(ada, '.dialog'));
+  }
+  assert.deepEqual(stops.map(({ text }) => text), ['Allow', 'Don’t Allow', 'Allow', 'Don’t Allow']);
+  assert.ok(stops.every(({ within }) => within));
+
+  await ada.page.keyboard.press('Escape'); // refuses
+  await ada.view.locator('.toast', { hasText: 'user not allowed access camera' }).waitFor();
+  assert.equal(await ada.dialog('prompt-camera').count(), 0);
+  assert.equal(await focusedControl(ada), 'Camera');
+});
+
+test('the page behind a prompt can’t be used', async () => {
+  const ada = await entered('Ada');
+  const role = await ada.control('Role').boundingBox();
+  await ada.control('Camera').click();
+  await ada.dialog('prompt-camera').waitFor();
+  await ada.page.mouse.click(role.x + role.width / 2, role.y + role.height / 2);
+  await ada.control('Role').evaluate((control) => control.focus());
+  await ada.page.waitForFunction(() => document.activeElement.closest('.dialog'));
+  // A press that reached the page would have been told of before this answer.
+  await ada.answerPrompt('camera', true);
+  await ada.view.locator('[data-control="Camera"][data-look="on"]').waitFor();
+  assert.equal((await commandsSent(ada)).includes('switchRole'), false);
+});
+
+test('Escape cancels an alert and the picker, and leaves the settings', async () => {
+  const ada = await entered('Ada');
+  await ada.setPermission('Camera', 'denied');
+  await ada.control('Camera').click();
+  await ada.dialog('alert').waitFor();
+  await ada.page.keyboard.press('Escape');
+  await ada.view.locator('.toast', { hasText: "user don't goto setting" }).waitFor();
+
+  await ada.control('Camera').click();
+  await ada.dialog('alert').getByRole('button', { name: '前往设置' }).click();
+  await ada.page.locator('.settings-page').waitFor();
+  assert.equal((await focusOf(ada, '.settings-page')).within, true);
+  await ada.page.keyboard.press('Escape');
+  await ada.page.locator('.settings-page').waitFor({ state: 'detached' });
+
+  await ada.control('Share').click();
+  await ada.view.getByRole('button', { name: 'Share the whole screen' }).click();
+  await ada.dialog('broadcast').waitFor();
+  await ada.page.keyboard.press('Escape');
+  await ada.dialog('broadcast').waitFor({ state: 'detached' });
+  await ada.view.getByRole('button', { name: 'Share this application' }).click();
+  await ada.view.getByText('The others see your screen.').waitFor();
+});
+
+test('the drawer takes the focus; Escape closes it and gives the focus back', async () => {
+  const ada = await entered('Ada');
+  await ada.view.locator('[data-page="music"]').focus();
+  await ada.page.keyboard.press('Enter');
+  await ada.page.keyboard.press('Tab');
+  const focused = await ada.view.locator('body').evaluate(() => document.activeElement.ariaLabel);
+  assert.equal(focused, 'Close');
+  await ada.page.keyboard.press('Escape');
+  await ada.view.locator('.drawer').waitFor({ state: 'hidden' });
+  assert.equal(await focusedControl(ada), 'music');
+});
+
+// 640x400 is what 200 % leave of 1280x800.
+for (const screen of [...screens, { width: 640, height: 400 }, { width: 320, height: 256 }])
+  test(`all of the drawer can be reached at ${screen.width}x${screen.height}`, async () => {
+    const ada = await entered('Ada', screen);
+    for (const page of ['devices', 'network']) {
+      await ada.openPage(page);
+      const last = ada.view.locator('.drawer').locator('select, summary').last();
+      await last.scrollIntoViewIfNeeded();
+      for (const control of [last, ada.view.getByRole('button', { name: 'Close', exact: true })]) {
+        const { x, y, width, height } = await control.boundingBox();
+        assert.ok(x >= 0 && x + width <= screen.width, `${page}: across ${x} ${width}`);
+        assert.ok(y >= 0 && y + height <= screen.height, `${page}: down ${y} ${height}`);
+        await control.click({ trial: true });
+      }
+      await ada.view.getByRole('button', { name: 'Close', exact: true }).click();
+    }
+  });
+
+test('the browser’s size of text enlarges all text', async () => {
+  const ada = await entered('Ada');
+  await ada.openPage('devices');
+  await ada.page.getByRole('button', { name: 'Developer panel' }).click();
+  const sizes = async () =>
+    Object.assign(
+      {},
+      ...(await Promise.all(
+        ada.page.frames().map((frame) =>
+          frame.evaluate(() => {
+            const texts = [...document.querySelectorAll('h1, h2, h3, span, button, summary, select, p')];
+            const shown = texts.filter((text) => text.textContent && !text.closest('.avatar'));
+            return Object.fromEntries(
+              shown.map((text) => [
+                `${text.tagName}.${text.className} ${text.textContent}`,
+                parseFloat(getComputedStyle(text).fontSize),
+              ]),
+            );
+          }),
+        ),
+      )),
+    );
+  const before = await sizes();
+  const session = await ada.page.context().newCDPSession(ada.page);
+  await session.send('Page.setFontSizes', { fontSizes: { standard: 32, fixed: 26 } });
+  await ada.view.locator('h1').evaluate(
+    (title, size) =>
+      new Promise((resolve) => {
+        const look = () =>
+          parseFloat(getComputedStyle(title).fontSize) > size ? resolve() : requestAnimationFrame(look);
+        look();
+      }),
+    before['H1. Room 101'],
+  );
+  // Some of it is set smaller where less of it fits beside each other.
+  const after = await sizes();
+  const same = Object.keys(before).filter((text) => !(after[text] >= 1.75 * before[text]));
+  assert.deepEqual(same, []);
+  assert.ok(Object.keys(before).length > 30);
+});
+
+test('names of controls say one thing each', async () => {
+  const ada = await entered('Ada');
+  const names = await ada.view
+    .locator('.control')
+    .evaluateAll((controls) => controls.map((control) => control.ariaLabel ?? control.innerText));
+  assert.deepEqual(names, [
+    'Turn on the microphone',
+    'Turn on the camera',
+    'Share the screen',
+    'Step down from the stage',
+    'People',
+    'Devices',
+    'Music',
+    'Network',
+    'Leave the room',
+  ]);
+});
+
+for (const screen of screens)
+  test(`a notice leaves the room’s title in sight at ${screen.width}x${screen.height}`, async () => {
+    const ada = await entered('Ada', screen);
+    const box = async (selector) => ada.view.locator(selector).boundingBox();
+    await ada.control('Camera').click();
+    await ada.answerPrompt('camera', false);
+    await ada.view.locator('.toast.bad').waitFor();
+    const [title, toast] = [await box('h1'), await box('.toast.bad')];
+    const apart =
+      title.x + title.width <= toast.x ||
+      toast.x + toast.width <= title.x ||
+      title.y + title.height <= toast.y ||
+      toast.y + toast.height <= title.y;
+    assert.ok(apart, `${JSON.stringify(title)} ${JSON.stringify(toast)}`);
+  });

@@ -1,0 +1,183 @@
+// The simulator's shell: what a reload keeps, and what the developer panel tells.
+
+import assert from 'node:assert/strict';
+import { after, afterEach, before, beforeEach, test } from 'node:test';
+import { Phone, startBrowser, startSimulator } from './support.mjs';
+
+let browser;
+let simulator;
+let context;
+
+before(async () => {
+  browser = await startBrowser();
+});
+after(async () => {
+  await browser?.close();
+});
+beforeEach(async () => {
+  simulator = await startSimulator(['--log', '/dev/null']);
+  context = await browser.newContext({ viewport: { width: 1280, height: 860 } });
+});
+afterEach(async () => {
+  await context.close();
+  await simulator.stop();
+});
+
+function open() {
+  return Phone.open(context, simulator.address);
+}
+async function entered(name, form = {}) {
+  const phone = await open();
+  await phone.enter({ name, ...form });
+  return phone;
+}
+
+/** Reloads the window; gives the frames that its phone was sent, as far as `last`. */
+async function framesAfterReload(phone, last) {
+  const frames = [];
+  const seen = new Promise((resolve) => {
+    phone.page.once('websocket', (socket) =>
+      socket.on('framesent', ({ payload }) => {
+        frames.push(JSON.parse(payload));
+        if (payload.includes(last)) resolve();
+      }),
+    );
+  });
+  await phone.page.reload();
+  await seen;
+  await phone.inPhase('outside');
+  return frames;
+}
+
+/** The kinds of the frames that stand before the page's first command. */
+function beforeCommands(frames) {
+  const kinds = frames.map(({ kind }) => kind);
+  assert.ok(kinds.includes('message'));
+  return kinds.slice(0, kinds.indexOf('message'));
+}
+
+async function openPhonePage(phone) {
+  await phone.page.getByRole('button', { name: 'Developer panel' }).click();
+  await phone.page.getByRole('tab', { name: 'Phone' }).click();
+  return phone.page.locator('.panel');
+}
+
+test('the phone’s settings survive a reload and are there before the first command', async () => {
+  const ada = await open();
+  const panel = await openPhonePage(ada);
+  await panel.getByLabel('Camera', { exact: true }).selectOption('denied');
+  await panel.getByLabel('Version', { exact: true }).selectOption('11.4.0');
+  const name = panel.getByLabel('Application name');
+  await name.fill('Night school');
+  await name.press('Enter');
+  await panel.getByRole('button', { name: 'Weak' }).click();
+  await panel.getByRole('button', { name: 'Cut off' }).click();
+  await ada.page.waitForFunction(() => sessionStorage.getItem('vemo.phone')?.includes('Night school'));
+
+  const frames = await framesAfterReload(ada, 'registCallBacks');
+  assert.deepEqual(beforeCommands(frames), ['settings', 'network', 'network']);
+  assert.equal(frames[0].settings.camera, 'denied');
+  assert.equal(frames[0].settings.os, '11.4.0');
+  assert.equal(frames[1].delay, 180);
+  assert.equal(frames[2].drop, true);
+
+  await openPhonePage(ada);
+  assert.equal(await panel.getByLabel('Camera', { exact: true }).inputValue(), 'denied');
+  assert.equal(await panel.getByLabel('Version', { exact: true }).inputValue(), '11.4.0');
+  await panel.locator('[aria-pressed="true"]', { hasText: 'Weak' }).waitFor();
+  await panel.locator('[aria-pressed="true"]', { hasText: 'Cut off' }).waitFor();
+  await panel.getByRole('button', { name: 'Restore' }).click();
+  await ada.enter({ name: 'Ada' });
+  await ada.control('Camera').click();
+  await ada.dialog('alert').getByText('“Night school”想访问您的相机').waitFor();
+});
+
+test('each window’s phone has settings of its own, and a reset makes it like new', async () => {
+  const ada = await open();
+  await ada.setPermission('Microphone', 'restricted');
+  const ben = await open();
+  const others = await openPhonePage(ben);
+  assert.equal(await others.getByLabel('Microphone', { exact: true }).inputValue(), 'notDetermined');
+
+  const panel = await openPhonePage(ada);
+  await panel.getByRole('button', { name: 'Bad' }).click();
+  await panel.getByRole('button', { name: 'Reset the phone' }).click();
+  await panel.locator('[aria-pressed="true"]', { hasText: 'Good' }).waitFor();
+  await ada.page.waitForFunction(() => {
+    const list = document.querySelector('select[aria-label="Microphone"]');
+    return list.value === 'notDetermined' && sessionStorage.getItem('vemo.phone') === '{}';
+  });
+  const frames = await framesAfterReload(ada, 'registCallBacks');
+  assert.deepEqual(beforeCommands(frames), []);
+});
+
+test('a permission that was given at a prompt survives a reload', async () => {
+  const ada = await entered('Ada');
+  await ada.control('Camera').click();
+  await ada.answerPrompt('camera', true);
+  await ada.view.locator('[data-control="Camera"][data-look="on"]').waitFor();
+  await ada.page.reload();
+  await ada.inPhase('outside');
+  await ada.enter({ name: 'Ada' });
+  await ada.control('Camera').click();
+  await ada.view.locator('[data-control="Camera"][data-look="on"]').waitFor();
+  assert.equal(await ada.dialog('prompt-camera').count(), 0);
+});
+
+test('the form is filled in as before after a reload, without the signature', async () => {
+  const ada = await open();
+  await ada.enter({ name: 'Ada', room: 7, role: 'audience', signature: 'a-secret' });
+  await ada.page.reload();
+  await ada.inPhase('outside');
+  assert.equal(await ada.view.getByLabel('Your name').inputValue(), 'Ada');
+  assert.equal(await ada.view.getByLabel('Room', { exact: true }).inputValue(), '7');
+  assert.equal(await ada.view.getByRole('radio', { name: 'Audience' }).isChecked(), true);
+  const kept = await ada.page.evaluate(() => JSON.stringify({ ...sessionStorage, ...localStorage }));
+  assert.equal(kept.includes('a-secret'), false);
+});
+
+test('the log tells a cause before its effect', async () => {
+  const ada = await entered('Ada');
+  const ben = await entered('Ben');
+  await ben.setPermission('Camera', 'authorized');
+  await ben.control('Camera').click();
+  await ada.nativeView('Ben').waitFor();
+  const names = await ada.page.locator('.entry .name').allTextContents();
+  const event = names.indexOf('onUserVideoAvailable');
+  const command = names.indexOf('startRemoteView');
+  assert.ok(event >= 0 && event < command, `event ${event}, command ${command}`);
+});
+
+test('signatures are masked in the log until they are asked for', async () => {
+  const ada = await entered('Ada', { signature: 'the-secret-one' });
+  // As a command, in a text within a command, in what can't be read, and in a script.
+  const page = ada.page.frames().find((frame) => frame.url().endsWith('classroom.html'));
+  await page.evaluate(() => {
+    const signed = { userId: 'Ada', userSig: 'the-secret-one' };
+    const nested = JSON.stringify({ api: 'none', params: signed });
+    const connection = window.parent.vemoHost.attach(window, () => {});
+    connection.postMessage(
+      JSON.stringify({ head: { action: 'callExperimentalAPI' }, params: { APIParams: nested }, cbid: '1' }),
+    );
+    connection.postMessage(`{"head":{"action":"broken"},"params":{"userSig":"the-secret-one"`);
+    connection.postMessage(`{"head":{"action":"userSig the-secret-one"},"cbid":"2"}`);
+    connection.postMessage('{"head":{"action":"getSDKVersion"},"cbid":"last"}');
+  });
+  await ada.page.getByRole('button', { name: 'Developer panel' }).click();
+  const log = ada.page.locator('.log');
+  await log.locator('.reply .name', { hasText: 'getSDKVersion' }).last().waitFor();
+  const open = () =>
+    log.locator('details').evaluateAll((entries) => {
+      for (const entry of entries) entry.open = true;
+    });
+  await open();
+  await log.locator('pre', { hasText: '•••' }).first().waitFor();
+  await log.locator('pre', { hasText: 'sdkAppId' }).first().waitFor();
+  assert.equal((await log.innerHTML()).includes('the-secret-one'), false);
+
+  await ada.page.getByLabel('Show secrets').check();
+  await log.locator('pre', { hasText: '"userSig": "the-secret-one"' }).first().waitFor();
+  await ada.page.getByLabel('Show secrets').uncheck();
+  await log.locator('pre', { hasText: 'the-secret-one' }).first().waitFor({ state: 'detached' });
+  assert.equal((await log.innerHTML()).includes('the-secret-one'), false);
+});
