@@ -27,10 +27,10 @@ boost::json::array streamInfo() {
   return {{{"name", "UserId"}, {"type", "text"}, {"about", "who sends the stream"}},
           {{"name", "Resolution"},
            {"type", "text"},
-           {"about", "such as 640x360; 0x0 without a picture"}},
+           {"about", "of the picture, such as 640x360; 0x0 without one"}},
           {{"name", "StreamType"},
            {"type", "text"},
-           {"about", "main, main_small, sub, audio or unknown"}}};
+           {"about", "which stream: \"main\", \"main_small\", \"sub\", \"audio\" or \"unknown\""}}};
 }
 
 constexpr ErrorWords noSource{kNotAvailable, "no render source", "the host has no source of views",
@@ -79,7 +79,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .in("room_control")
           .does("Leaves the room. It is answered with the event \"onExitRoom\".")
           .gives(userIdField)
-          .gives(integerField("reason", "0 left, 1 removed by the server, 2 the room was dismissed"))
+          .gives(integerField("reason", "why: 0 left, 1 removed by the server, 2 the room was dismissed"))
           .answers(Answered::later)
           .unanswered("another exit replaces it, the user was in no room, or the engine is released"),
       Row{"showBugView", engine<&KOBUCloud::showDebugView, ShowType>, "params error"}
@@ -179,10 +179,10 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .in("background_music")
           .does("Plays music. The same message is answered at the start, at each progress and at the end, as its flags ask for; \"state\" tells which it is.")
           .gives(integerField("audioId", "the music"))
-          .gives(textField("state", "onStart, onProgress or onComplete"))
-          .gives(orAbsent(integerField("errCode", "0, or the engine's error; at start and end")))
-          .gives(orAbsent(integerField("progressMs", "how far it is; in progress", "ms")))
-          .gives(orAbsent(integerField("durationMs", "how long it is; in progress", "ms")))
+          .gives(textField("state", "which answer it is: \"onStart\", \"onProgress\" or \"onComplete\""))
+          .gives(orAbsent(integerField("errCode", "the engine's code, 0 for success; at start and end")))
+          .gives(orAbsent(integerField("progressMs", "how far the music has come; in progress", "ms")))
+          .gives(orAbsent(integerField("durationMs", "how long the music is; in progress", "ms")))
           .fails({kBadParameter, "path param error", "\"path\" is empty"})
           .fails({0, "play onStart error", "the music can't be started: the engine's code", VEMOModule::KOBU})
           .fails({0, "play onComplete error", "the music breaks off: the engine's code", VEMOModule::KOBU})
@@ -248,7 +248,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"isSupportScreenCapture", call<&R::isSupportScreenCapture>}
           .in("screen_sharing")
           .does("Tells what this system can capture.")
-          .gives(integerField("mode", "0 nothing, 1 the application's own screen, 2 the whole device, 3 both")),
+          .gives(integerField("mode", "what can be captured: 0 nothing, 1 the application's own screen, 2 the whole device, 3 both")),
       Row{"launchScreenKit", call<&R::launchScreenKit>}
           .in("screen_sharing")
           .does("Starts the screen-broadcast extension. It is answered when the extension has started. On systems before 12.0 nothing is started, and the answer is a success at once.")

@@ -109,16 +109,16 @@ struct ExtInfo : Value<boost::json::object> {
 };
 
 struct Elapsed : Value<std::int64_t> {
-  static constexpr Words words{"elapsed", "the time that entering took; negative: why it failed",
-                               "ms"};
+  static constexpr Words words{
+      "elapsed", "the time that entering took; negative: the engine's code of a failure", "ms"};
 };
 struct ExitReason : Value<std::int64_t> {
   static constexpr Words words{"reason",
-                               "0 left, 1 removed by the server, 2 the room was dismissed"};
+                               "why: 0 left, 1 removed by the server, 2 the room was dismissed"};
 };
 struct LeaveReason : Value<std::int64_t> {
   static constexpr Words words{
-      "reason", "0 left, 1 lost its connection, 2 removed by the server, 3 became audience"};
+      "reason", "why: 0 left, 1 lost its connection, 2 removed by the server, 3 became audience"};
 };
 struct AppScene : Value<std::int32_t> {
   static constexpr Words words{"appScene", "the scene of the room; 0 outside one"};
@@ -149,7 +149,11 @@ struct CaptureReason : Value<std::int32_t> {
   static constexpr Words words{"reason", "why, by the engine's numbers"};
 };
 struct ScreenKitWord : Value<std::string_view> {
-  static constexpr Words words{"event", "started, paused, resumed or finished", {}, R"("started")"};
+  static constexpr Words words{
+      "event",
+      "what happened: \"started\", \"paused\", \"resumed\" or \"finished\"",
+      {},
+      R"("started")"};
 };
 
 struct LocalQuality : Optional<KOBUQualityInfo> {
