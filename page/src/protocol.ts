@@ -1168,35 +1168,3 @@ export interface Events {
   };
 }
 export type EventName = keyof Events;
-
-/** The names of all events. */
-export const eventNames = [
-  'onError',
-  'onWarning',
-  'onEnterRoom',
-  'onExitRoom',
-  'onSwitchRole',
-  'onRemoteUserEnterRoom',
-  'onRemoteUserLeaveRoom',
-  'onAudioRouteChanged',
-  'onUserAudioAvailable',
-  'onUserVideoAvailable',
-  'onUserSubStreamAvailable',
-  'onNetworkQuality',
-  'onStatistics',
-  'onUserVoiceVolume',
-  'onConnectionLost',
-  'onTryToReconnect',
-  'onConnectionRecovery',
-  'onFirstVideoFrame',
-  'onFirstAudioFrame',
-  'onSendFirstLocalVideoFrame',
-  'onSendFirstLocalAudioFrame',
-  'onCameraDidReady',
-  'onMicDidReady',
-  'onScreenCaptureStarted',
-  'onScreenCapturePaused',
-  'onScreenCaptureResumed',
-  'onScreenCaptureStoped',
-  'onScreenKitEvent',
-] as const satisfies readonly EventName[];

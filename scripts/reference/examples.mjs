@@ -49,7 +49,14 @@ const commands = {
   setRemotePreviewParams: { params: { userId: 'student', fillMode: 1 } },
   setRemoteSubStreamPreviewParams: { params: { userId: 'student', fillMode: 1 } },
   playMusic: {
-    params: { audioId: 1, path: '/music/song.mp3', publish: true, onStart: true, onProgress: true, onComplete: true },
+    params: {
+      audioId: 1,
+      path: '/music/song.mp3',
+      publish: true,
+      onStart: true,
+      onProgress: true,
+      onComplete: true,
+    },
     after: [
       { music: 1, on: 'start', code: 0 },
       { music: 1, on: 'progress', progressMs: 1000, durationMs: 180000 },
@@ -59,7 +66,13 @@ const commands = {
   setMusicInfo: { params: { audioId: 1, position: 30000, playoutVolume: 60 } },
   startSpeedTest: {
     after: [1, 2].map((completed) => ({
-      speedTest: { ip: `192.0.2.${completed}`, quality: completed, upLostRate: 0, downLostRate: 0.01, rtt: 30 },
+      speedTest: {
+        ip: `192.0.2.${completed}`,
+        quality: completed,
+        upLostRate: 0,
+        downLostRate: 0.01,
+        rtt: 30,
+      },
       completed,
       total: 2,
     })),
@@ -110,8 +123,12 @@ const events = {
       rtt: 30,
       sentBytes: 120000,
       receivedBytes: 96000,
-      localStatistics: [{ ...camera, fps: undefined, bitrate: undefined, frameRate: 15, videoBitrate: 600 }],
-      remoteStatistics: [{ userId: 'student', packetLoss: 1, audioSampleRate: 48000, audioBitrate: 48 }],
+      localStatistics: [
+        { ...camera, fps: undefined, bitrate: undefined, frameRate: 15, videoBitrate: 600 },
+      ],
+      remoteStatistics: [
+        { userId: 'student', packetLoss: 1, audioSampleRate: 48000, audioBitrate: 48 },
+      ],
     },
   ],
   onUserVoiceVolume: [[{ volume: 40 }, { userId: 'student', volume: 25 }], 60],
@@ -134,13 +151,17 @@ export function playExamples(protocol, replayProgram) {
       troubles.push(`${name}: its example can't be played: ${run.error ?? run.stderr.trim()}`);
       return [];
     }
-    return run.stdout.split('\n').filter(Boolean).map((line) => JSON.parse(line));
+    return run.stdout
+      .split('\n')
+      .filter(Boolean)
+      .map((line) => JSON.parse(line));
   };
   return {
     commands: new Map(
       protocol.commands.map((command) => {
         const example = commandExample(command, play);
-        if (example.answers.length === 0) troubles.push(`${command.name}: its example has no answer`);
+        if (example.answers.length === 0)
+          troubles.push(`${command.name}: its example has no answer`);
         return [command.name, example];
       }),
     ),

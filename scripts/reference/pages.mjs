@@ -28,10 +28,7 @@ export function pages(protocol, examples, scenarios) {
   names.sort((a, b) => (known.indexOf(a) + 1 || 99) - (known.indexOf(b) + 1 || 99));
   return [
     ['README.md', index(protocol, names)],
-    ...names.map((subject) => [
-      `${subject}.md`,
-      page(subject, protocol, examples, scenarios),
-    ]),
+    ...names.map((subject) => [`${subject}.md`, page(subject, protocol, examples, scenarios)]),
   ];
 }
 
@@ -39,12 +36,16 @@ const title = (subject) => subjects[subject]?.[0] ?? subject.replaceAll('_', ' '
 const lead = (subject) => subjects[subject]?.[1] ?? '';
 const of = (list, subject) => list.filter((one) => one.subject === subject);
 const anchor = (name) => name.toLowerCase();
-const made = '<!-- Made by scripts/make-reference.mjs from the router\'s tables: don\'t edit it. -->\n';
+const made =
+  "<!-- Made by scripts/make-reference.mjs from the router's tables: don't edit it. -->\n";
 
 function index({ commands, events }, names) {
   const rows = (list) =>
     list
-      .map(({ name, subject, about }) => `| [\`${name}\`](${subject}.md#${anchor(name)}) | ${cell(firstSentence(about))} |`)
+      .map(
+        ({ name, subject, about }) =>
+          `| [\`${name}\`](${subject}.md#${anchor(name)}) | ${cell(firstSentence(about))} |`,
+      )
       .join('\n');
   return `${made}
 # Reference
@@ -167,7 +168,7 @@ function page(subject, protocol, examples, scenarios) {
   return [
     made,
     `# ${title(subject)}\n`,
-    `${lead(subject)} How messages, answers and events look, and what the types mean, stands in the\n[reference](README.md).\n`,
+    `${lead(subject)} The [reference](README.md) says how messages, answers and events look, and what the\ntypes mean.\n`,
     ...(commands.length ? [`Commands: ${contents(commands)}\n`] : []),
     ...(events.length ? [`Events: ${contents(events)}\n`] : []),
     ...commands.map((one) => command(one, examples.commands.get(one.name), scenarios)),
@@ -197,7 +198,8 @@ function command(told, example, scenarios) {
 
 function needs(guard) {
   if (guard === 'engine') return 'Needs the engine ([`initSDK`](engine_lifecycle.md#initsdk)).\n';
-  if (guard === 'room') return 'Needs the engine, and a room that was entered ([`enterRoom`](room_control.md#enterroom)).\n';
+  if (guard === 'room')
+    return 'Needs the engine, and a room that was entered ([`enterRoom`](room_control.md#enterroom)).\n';
   return 'Needs no engine.\n';
 }
 
@@ -225,8 +227,10 @@ function need(param) {
 function paramMeaning(param) {
   return [
     sentence(param.about),
-    param.min !== undefined && `From ${param.min} to ${param.max}; any other value is replaced by the default.`,
-    param.values && `One of ${param.values.map((value) => `\`${JSON.stringify(value)}\``).join(', ')}.`,
+    param.min !== undefined &&
+      `From ${param.min} to ${param.max}; any other value is replaced by the default.`,
+    param.values &&
+      `One of ${param.values.map((value) => `\`${JSON.stringify(value)}\``).join(', ')}.`,
   ]
     .filter(Boolean)
     .join(' ');
@@ -300,7 +304,12 @@ function fields(list) {
     row(
       `\`${field.name}\``,
       typeWords(field),
-      [sentence(field.about), field.mayBeAbsent && '*May be absent.*'].filter(Boolean).join(' '),
+      [
+        sentence(field.about),
+        field.mayBeAbsent && !field.about.includes('absent') && '*May be absent.*',
+      ]
+        .filter(Boolean)
+        .join(' '),
     ),
   );
   const inner = list
@@ -312,7 +321,9 @@ function fields(list) {
   return `| name | type | meaning |\n|---|---|---|\n${rows.join('\n')}\n${inner.join('')}`;
 }
 
-function typeWords({ type, unit, nonEmpty, record, members }) {
+function typeWords({ type, unit, nonEmpty, format, orText, record, members }) {
+  if (orText) return `${typeWords({ type, record, members })}, or the text \`${orText}\``;
+  if (format === 'uri') return `${type}, a URL`;
   if (nonEmpty) return `${type}, not empty`;
   if (type === 'list' && (record || members)) return 'list of objects';
   return unit ? `${type} (${unit})` : type;
@@ -320,9 +331,14 @@ function typeWords({ type, unit, nonEmpty, record, members }) {
 
 function heldBy(name, scenarios) {
   const { chosen, more, folder } = scenarios.of(name);
-  const links = chosen.map((path) => `[${path}](${scenarioFolder}/${path}.jsonl)`).join(',\n');
-  const rest = more ? `,\nand ${more} more, most of them in [${folder}](${scenarioFolder}/${folder})` : '';
-  return `**Scenarios:** ${links}${rest}.\n`;
+  const inWords = (path) => path.split('/').at(-1).replaceAll('_', ' ');
+  const links = chosen
+    .map((path) => `[${inWords(path)}](${scenarioFolder}/${path}.jsonl)`)
+    .join(',\n');
+  const rest = more
+    ? `,\nand ${more} more, most of them in [${folder}](${scenarioFolder}/${folder})`
+    : '';
+  return `**Scenarios:**\n${links}${rest}.\n`;
 }
 
 function json(values) {

@@ -2,7 +2,8 @@
 import { readFileSync, readdirSync } from 'node:fs';
 import { join, relative } from 'node:path';
 
-const most = 5;
+const most = 5; // are named
+const special = 10; // names at most are held by a scenario that is about one of them
 
 /**
  * Reads the scenarios in `root`. Gives `of(name)`: the most telling scenarios (`chosen`, paths
@@ -17,12 +18,15 @@ export function readScenarios(root, protocol) {
     .map((file) => ({ path: relative(root, file).replace(/\.jsonl$/, ''), held: heldIn(file) }));
   const of = (name) => {
     const holding = files.filter(({ held }) => held.has(name));
-    const folder = mostFrequent(holding.map(({ path }) => path.split('/')[0]));
+    const telling = holding.filter(({ held }) => held.size <= special);
+    const folder = mostFrequent(
+      (telling.length > 0 ? telling : holding).map(({ path }) => path.split('/')[0]),
+    );
     const elsewhere = ({ path }) => (path.startsWith(`${folder}/`) ? 0 : 1);
     const found = holding
       .sort(
         (a, b) =>
-          rank(a.path, name) - rank(b.path, name) ||
+          rank(a, name) - rank(b, name) ||
           elsewhere(a) - elsewhere(b) ||
           a.held.size - b.held.size ||
           (a.path < b.path ? -1 : 1),
@@ -49,8 +53,9 @@ function filesIn(folder) {
   });
 }
 
-/** Those named for it come first, then those that name it. */
-function rank(path, name) {
+/** Those named for it come first, then those that name it; those about all commands come last. */
+function rank({ path, held }, name) {
+  if (held.size > special) return 3;
   const parts = path.split('/');
   if (parts.some((part) => part === name || part.startsWith(`${name}_`))) return 0;
   return parts.some((part) => part.split('_').includes(name)) ? 1 : 2;

@@ -4,7 +4,10 @@ const simple = { text: 'string', integer: 'number', number: 'number', boolean: '
 
 export function types({ commands, events }) {
   const records = new Map();
-  collectRecords([...commands.flatMap(({ result }) => result), ...events.flatMap(({ payload }) => payload)], records);
+  collectRecords(
+    [...commands.flatMap(({ result }) => result), ...events.flatMap(({ payload }) => payload)],
+    records,
+  );
   return `// Made by scripts/make-reference.mjs from the router's tables: don't edit it.
 
 ${[...records].map(([name, members]) => record(name, members)).join('\n')}
@@ -17,10 +20,6 @@ export type CommandName = keyof Commands;
 export interface Events {
 ${events.map(event).join('')}}
 export type EventName = keyof Events;
-
-/** The names of all events. */
-export const eventNames = [
-${events.map(({ name }) => `  '${name}',\n`).join('')}] as const satisfies readonly EventName[];
 `;
 }
 
@@ -71,20 +70,28 @@ function param(field, margin) {
   const { name, required, of } = field;
   const words = [meaning(field)];
   if (field.min !== undefined) words.push(`From ${field.min} to ${field.max}.`);
-  if (!required && field.default !== undefined) words.push(`Default: ${JSON.stringify(field.default)}.`);
+  if (!required && field.default !== undefined)
+    words.push(`Default: ${JSON.stringify(field.default)}.`);
   if (of) words.push(`Of the record ${of}.`);
-  return comment(words.filter(Boolean).join(' '), margin) +
-    `${margin}${name}${required ? '' : '?'}: ${typeOf(field, margin, param)};\n`;
+  return (
+    comment(words.filter(Boolean).join(' '), margin) +
+    `${margin}${name}${required ? '' : '?'}: ${typeOf(field, margin, param)};\n`
+  );
 }
 
 function resultField(field, margin) {
-  return comment(meaning(field), margin) +
-    `${margin}${field.name}${field.mayBeAbsent ? '?' : ''}: ${typeOf(field, margin, resultField)};\n`;
+  return (
+    comment(meaning(field), margin) +
+    `${margin}${field.name}${field.mayBeAbsent ? '?' : ''}: ${typeOf(field, margin, resultField)};\n`
+  );
 }
 
 function typeOf(field, margin, member) {
+  if (field.orText)
+    return `${typeOf({ ...field, orText: undefined }, margin, member)} | '${field.orText}'`;
   if (simple[field.type]) return simple[field.type];
-  const inside = field.record ?? (field.members ? object(field.members, margin, member) : undefined);
+  const inside =
+    field.record ?? (field.members ? object(field.members, margin, member) : undefined);
   if (field.type === 'list') return `${inside ?? 'unknown'}[]`;
   return inside ?? 'Record<string, unknown>';
 }

@@ -17,7 +17,10 @@ function scenariosOf(files) {
   try {
     for (const [path, steps] of Object.entries(files)) {
       mkdirSync(join(root, path, '..'), { recursive: true });
-      writeFileSync(join(root, path), `# What holds.\n${steps.map((step) => `${JSON.stringify(step)}\n`).join('')}`);
+      writeFileSync(
+        join(root, path),
+        `# What holds.\n${steps.map((step) => `${JSON.stringify(step)}\n`).join('')}`,
+      );
     }
     return readScenarios(root, protocol);
   } finally {
@@ -46,7 +49,9 @@ test('commands, messages, events and the notifications of the extension are held
 });
 
 test('scenarios of bad input hold nothing', () => {
-  const { troubles } = scenariosOf({ 'bad_input/initSDK.jsonl': [{ command: 'initSDK', expect: [] }] });
+  const { troubles } = scenariosOf({
+    'bad_input/initSDK.jsonl': [{ command: 'initSDK', expect: [] }],
+  });
   assert.match(troubles[0], /^initSDK: no scenario/);
 });
 

@@ -33,7 +33,8 @@ test('every member says what it means', () => {
 const breaks = {
   'a command without its meaning': (document) => delete document.commands[0].about,
   'a command with a further member': (document) => (document.commands[0].since = '1.0'),
-  'a command that is answered in another way': (document) => (document.commands[0].answered = 'never'),
+  'a command that is answered in another way': (document) =>
+    (document.commands[0].answered = 'never'),
   'a parameter of an unknown type': (document) => (document.commands[0].params[0].type = 'date'),
   'a member of an element with a further member': (document) =>
     (document.commands[0].params[0].members[0].since = '1.0'),
