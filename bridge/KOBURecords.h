@@ -76,11 +76,11 @@ template <>
 struct Fields<KOBUVideoEncParam> {
   static constexpr std::string_view name = "KOBUVideoEncParam";
   static constexpr std::tuple table{
-      Field{"width", &KOBUVideoEncParam::width, "pixels", "of the picture"},
-      Field{"height", &KOBUVideoEncParam::height, "pixels", "of the picture"},
+      Field{"width", &KOBUVideoEncParam::width, "pixels", "width of the picture"},
+      Field{"height", &KOBUVideoEncParam::height, "pixels", "height of the picture"},
       Field{"fps", &KOBUVideoEncParam::fps, "frames/s", "how often a picture is sent"},
-      Field{"bitrate", &KOBUVideoEncParam::bitrate, "kbit/s", "what to aim at"},
-      Field{"minBitrate", &KOBUVideoEncParam::minBitrate, "kbit/s", "what not to fall below"},
+      Field{"bitrate", &KOBUVideoEncParam::bitrate, "kbit/s", "bit rate to aim at"},
+      Field{"minBitrate", &KOBUVideoEncParam::minBitrate, "kbit/s", "bit rate not to fall below"},
       Field{"adjustResolution", &KOBUVideoEncParam::adjustResolution, "",
             "whether the engine may change the resolution"}};
 };
@@ -139,12 +139,14 @@ template <>
 struct Fields<KOBULocalStatistics> {
   static constexpr std::string_view name = "KOBULocalStatistics";
   static constexpr std::tuple table{
-      Field{"width", &KOBULocalStatistics::width, "pixels", "of the picture"},
-      Field{"height", &KOBULocalStatistics::height, "pixels", "of the picture"},
-      Field{"frameRate", &KOBULocalStatistics::frameRate, "frames/s", "of the picture"},
-      Field{"videoBitrate", &KOBULocalStatistics::videoBitrate, "kbit/s", "of the picture"},
-      Field{"audioSampleRate", &KOBULocalStatistics::audioSampleRate, "Hz", "of the sound"},
-      Field{"audioBitrate", &KOBULocalStatistics::audioBitrate, "kbit/s", "of the sound"},
+      Field{"width", &KOBULocalStatistics::width, "pixels", "width of the picture"},
+      Field{"height", &KOBULocalStatistics::height, "pixels", "height of the picture"},
+      Field{"frameRate", &KOBULocalStatistics::frameRate, "frames/s", "how many pictures come"},
+      Field{"videoBitrate", &KOBULocalStatistics::videoBitrate, "kbit/s",
+            "bit rate of the picture"},
+      Field{"audioSampleRate", &KOBULocalStatistics::audioSampleRate, "Hz",
+            "sampling rate of the sound"},
+      Field{"audioBitrate", &KOBULocalStatistics::audioBitrate, "kbit/s", "bit rate of the sound"},
       Field{"streamType", &KOBULocalStatistics::streamType, "",
             "0 the camera, 1 its small picture, 2 the screen"}};
 };
@@ -168,13 +170,15 @@ struct Fields<KOBURemoteStatistics> {
   static constexpr std::tuple table{
       Field{"userId", &KOBURemoteStatistics::userId, "", "who sends the stream"},
       Field{"packetLoss", &KOBURemoteStatistics::packetLoss, "percent",
-            "of the packets of this stream"},
-      Field{"width", &KOBURemoteStatistics::width, "pixels", "of the picture"},
-      Field{"height", &KOBURemoteStatistics::height, "pixels", "of the picture"},
-      Field{"frameRate", &KOBURemoteStatistics::frameRate, "frames/s", "of the picture"},
-      Field{"videoBitrate", &KOBURemoteStatistics::videoBitrate, "kbit/s", "of the picture"},
-      Field{"audioSampleRate", &KOBURemoteStatistics::audioSampleRate, "Hz", "of the sound"},
-      Field{"audioBitrate", &KOBURemoteStatistics::audioBitrate, "kbit/s", "of the sound"},
+            "packets of this stream that are lost"},
+      Field{"width", &KOBURemoteStatistics::width, "pixels", "width of the picture"},
+      Field{"height", &KOBURemoteStatistics::height, "pixels", "height of the picture"},
+      Field{"frameRate", &KOBURemoteStatistics::frameRate, "frames/s", "how many pictures come"},
+      Field{"videoBitrate", &KOBURemoteStatistics::videoBitrate, "kbit/s",
+            "bit rate of the picture"},
+      Field{"audioSampleRate", &KOBURemoteStatistics::audioSampleRate, "Hz",
+            "sampling rate of the sound"},
+      Field{"audioBitrate", &KOBURemoteStatistics::audioBitrate, "kbit/s", "bit rate of the sound"},
       Field{"jitterBufferDelay", &KOBURemoteStatistics::jitterBufferDelay, "ms",
             "how long what arrives is held back before it is played"},
       Field{"streamType", &KOBURemoteStatistics::streamType, "",
@@ -200,12 +204,13 @@ struct Fields<KOBUStatistics> {
       Field{"appCpu", &KOBUStatistics::appCpu, "percent", "processor load of the application"},
       Field{"systemCpu", &KOBUStatistics::systemCpu, "percent",
             "processor load of the whole device"},
-      Field{"rtt", &KOBUStatistics::rtt, "ms", "to the server and back"},
+      Field{"rtt", &KOBUStatistics::rtt, "ms", "how long the way to the server and back takes"},
       Field{"upLoss", &KOBUStatistics::upLoss, "percent", "packets lost on the way to the server"},
       Field{"downLoss", &KOBUStatistics::downLoss, "percent",
             "packets lost on the way from the server"},
-      Field{"sentBytes", &KOBUStatistics::sentBytes, "bytes", "since the room was entered"},
-      Field{"receivedBytes", &KOBUStatistics::receivedBytes, "bytes", "since the room was entered"},
+      Field{"sentBytes", &KOBUStatistics::sentBytes, "bytes", "sent since the room was entered"},
+      Field{"receivedBytes", &KOBUStatistics::receivedBytes, "bytes",
+            "received since the room was entered"},
       Field{"localStatistics", &KOBUStatistics::localStatistics, "",
             "each stream that the own user sends"},
       Field{"remoteStatistics", &KOBUStatistics::remoteStatistics, "",
@@ -230,7 +235,8 @@ struct Fields<KOBUSpeedTestResult> {
             "packets lost on the way to the server, 0 to 1"},
       Field{"downLostRate", &KOBUSpeedTestResult::downLostRate, "",
             "packets lost on the way from the server, 0 to 1"},
-      Field{"rtt", &KOBUSpeedTestResult::rtt, "ms", "to the server and back"}};
+      Field{"rtt", &KOBUSpeedTestResult::rtt, "ms",
+            "how long the way to the server and back takes"}};
 };
 
 /// One piece of music to play.

@@ -140,10 +140,10 @@ struct StreamType : Value<std::int64_t> {
   static constexpr Words words{"streamType", "0 the camera, 1 its small picture, 2 the screen"};
 };
 struct Width : Value<std::int32_t> {
-  static constexpr Words words{"width", "of the picture", "pixels"};
+  static constexpr Words words{"width", "width of the picture", "pixels"};
 };
 struct Height : Value<std::int32_t> {
-  static constexpr Words words{"height", "of the picture", "pixels"};
+  static constexpr Words words{"height", "height of the picture", "pixels"};
 };
 struct CaptureReason : Value<std::int32_t> {
   static constexpr Words words{"reason", "why, by the engine's numbers"};
@@ -168,7 +168,7 @@ struct Statistics : Optional<KOBUStatistics> {
                                "what was measured; absent when the engine gives nothing"};
 };
 struct TotalVolume : Value<std::int64_t> {
-  static constexpr Words words{"totalVolume", "of everybody together, 0 to 100"};
+  static constexpr Words words{"totalVolume", "how loud all are together, 0 to 100"};
 };
 struct UserVolumes : Optional<std::vector<KOBUVolumeInfo>> {
   static constexpr Words words{"userVolumes", "each user who is heard, the own one included"};
@@ -359,9 +359,10 @@ struct OnMicDidReady : Event<OwnUserId> {
 };
 struct OnScreenCaptureStarted : Event<OwnUserId, field::CaptureReason> {
   static constexpr std::string_view subject = "screen_sharing";
-  static constexpr Words words{"onScreenCaptureStarted",
-                               "Screen capture has started. Answers \"startScreenCapture\" when "
-                               "the engine sends it on the main thread."};
+  static constexpr Words words{
+      "onScreenCaptureStarted",
+      "Screen capture has started; \"reason\" is always 0. Answers \"startScreenCapture\" when "
+      "the engine sends it on the main thread."};
 };
 struct OnScreenCapturePaused : Event<OwnUserId, field::CaptureReason> {
   static constexpr std::string_view subject = "screen_sharing";

@@ -9,7 +9,7 @@ export type KOBUSpeedTestResult = {
   upLostRate: number;
   /** Packets lost on the way from the server, 0 to 1. */
   downLostRate: number;
-  /** To the server and back (ms). */
+  /** How long the way to the server and back takes (ms). */
   rtt: number;
 };
 
@@ -21,17 +21,17 @@ export type KOBUQualityInfo = {
 };
 
 export type KOBULocalStatistics = {
-  /** Of the picture (pixels). */
+  /** Width of the picture (pixels). */
   width: number;
-  /** Of the picture (pixels). */
+  /** Height of the picture (pixels). */
   height: number;
-  /** Of the picture (frames/s). */
+  /** How many pictures come (frames/s). */
   frameRate: number;
-  /** Of the picture (kbit/s). */
+  /** Bit rate of the picture (kbit/s). */
   videoBitrate: number;
-  /** Of the sound (Hz). */
+  /** Sampling rate of the sound (Hz). */
   audioSampleRate: number;
-  /** Of the sound (kbit/s). */
+  /** Bit rate of the sound (kbit/s). */
   audioBitrate: number;
   /** 0 the camera, 1 its small picture, 2 the screen. */
   streamType: number;
@@ -40,19 +40,19 @@ export type KOBULocalStatistics = {
 export type KOBURemoteStatistics = {
   /** Who sends the stream. */
   userId?: string;
-  /** Of the packets of this stream (percent). */
+  /** Packets of this stream that are lost (percent). */
   packetLoss: number;
-  /** Of the picture (pixels). */
+  /** Width of the picture (pixels). */
   width: number;
-  /** Of the picture (pixels). */
+  /** Height of the picture (pixels). */
   height: number;
-  /** Of the picture (frames/s). */
+  /** How many pictures come (frames/s). */
   frameRate: number;
-  /** Of the picture (kbit/s). */
+  /** Bit rate of the picture (kbit/s). */
   videoBitrate: number;
-  /** Of the sound (Hz). */
+  /** Sampling rate of the sound (Hz). */
   audioSampleRate: number;
-  /** Of the sound (kbit/s). */
+  /** Bit rate of the sound (kbit/s). */
   audioBitrate: number;
   /** How long what arrives is held back before it is played (ms). */
   jitterBufferDelay: number;
@@ -65,15 +65,15 @@ export type KOBUStatistics = {
   appCpu: number;
   /** Processor load of the whole device (percent). */
   systemCpu: number;
-  /** To the server and back (ms). */
+  /** How long the way to the server and back takes (ms). */
   rtt: number;
   /** Packets lost on the way to the server (percent). */
   upLoss: number;
   /** Packets lost on the way from the server (percent). */
   downLoss: number;
-  /** Since the room was entered (bytes). */
+  /** Sent since the room was entered (bytes). */
   sentBytes: number;
-  /** Since the room was entered (bytes). */
+  /** Received since the room was entered (bytes). */
   receivedBytes: number;
   /** Each stream that the own user sends. */
   localStatistics: KOBULocalStatistics[];
@@ -274,15 +274,15 @@ export interface Commands {
   /** Sets how the own picture is encoded. */
   setVideoEncoderParam: {
     params: {
-      /** Of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Width of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
       width?: number;
-      /** Of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Height of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
       height?: number;
       /** How often a picture is sent (frames/s). Default: 15. Of the record KOBUVideoEncParam. */
       fps?: number;
-      /** What to aim at (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Bit rate to aim at (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
       bitrate?: number;
-      /** What not to fall below (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Bit rate not to fall below (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
       minBitrate?: number;
       /**
        * Whether the engine may change the resolution. Default: false. Of the record
@@ -357,15 +357,15 @@ export interface Commands {
     params: {
       /** Whether the small picture is sent. */
       enable?: boolean;
-      /** Of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Width of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
       width?: number;
-      /** Of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Height of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
       height?: number;
       /** How often a picture is sent (frames/s). Default: 15. Of the record KOBUVideoEncParam. */
       fps?: number;
-      /** What to aim at (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Bit rate to aim at (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
       bitrate?: number;
-      /** What not to fall below (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Bit rate not to fall below (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
       minBitrate?: number;
       /**
        * Whether the engine may change the resolution. Default: false. Of the record
@@ -877,15 +877,15 @@ export interface Commands {
     params: {
       /** 1 the application's own screen, 2 the whole device. */
       screenCaptureMode: number;
-      /** Of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Width of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
       width?: number;
-      /** Of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Height of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
       height?: number;
       /** How often a picture is sent (frames/s). Default: 15. Of the record KOBUVideoEncParam. */
       fps?: number;
-      /** What to aim at (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Bit rate to aim at (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
       bitrate?: number;
-      /** What not to fall below (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Bit rate not to fall below (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
       minBitrate?: number;
       /**
        * Whether the engine may change the resolution. Default: false. Of the record
@@ -1063,7 +1063,7 @@ export interface Events {
    * again.
    */
   onUserVoiceVolume: {
-    /** Of everybody together, 0 to 100. */
+    /** How loud all are together, 0 to 100. */
     totalVolume: number;
     /** Each user who is heard, the own one included. */
     userVolumes?: KOBUVolumeInfo[];
@@ -1091,9 +1091,9 @@ export interface Events {
     remoteUserId: string;
     /** 0 the camera, 1 its small picture, 2 the screen. */
     streamType: number;
-    /** Of the picture (pixels). */
+    /** Width of the picture (pixels). */
     width: number;
-    /** Of the picture (pixels). */
+    /** Height of the picture (pixels). */
     height: number;
   };
   /** The first sound of another user is played. */
@@ -1126,8 +1126,8 @@ export interface Events {
     userId: string;
   };
   /**
-   * Screen capture has started. Answers "startScreenCapture" when the engine sends it on the main
-   * thread.
+   * Screen capture has started; "reason" is always 0. Answers "startScreenCapture" when the
+   * engine sends it on the main thread.
    */
   onScreenCaptureStarted: {
     /** The own user, without line breaks; "(null)" outside a room. */
