@@ -37,9 +37,12 @@ template <>
 struct Fields<KOBUParams> {
   static constexpr std::string_view name = "KOBUParams";
   static constexpr std::tuple table{
-      Field{"sdkAppId", &KOBUParams::sdkAppId}, Field{"userId", &KOBUParams::userId},
-      Field{"userSig", &KOBUParams::userSig}, Field{"roomId", &KOBUParams::roomId},
-      Field{"role", &KOBUParams::role}};
+      Field{"sdkAppId", &KOBUParams::sdkAppId, "", "the application, as the engine knows it"},
+      Field{"userId", &KOBUParams::userId, "", "the own user"},
+      Field{"userSig", &KOBUParams::userSig, "", "the user's signature; a secret"},
+      Field{"roomId", &KOBUParams::roomId, "", "the room"},
+      Field{"role", &KOBUParams::role, "",
+            "20 anchor (sends and receives), 21 audience (receives)"}};
 };
 
 /// How a video is drawn. The numbers are the engine's: rotation in quarter turns
@@ -52,9 +55,12 @@ struct KOBURenderParams {
 template <>
 struct Fields<KOBURenderParams> {
   static constexpr std::string_view name = "KOBURenderParams";
-  static constexpr std::tuple table{Field{"rotation", &KOBURenderParams::rotation},
-                                    Field{"fillMode", &KOBURenderParams::fillMode},
-                                    Field{"mirrorType", &KOBURenderParams::mirrorType}};
+  static constexpr std::tuple table{
+      Field{"rotation", &KOBURenderParams::rotation, "quarter turns clockwise",
+            "how the picture is turned"},
+      Field{"fillMode", &KOBURenderParams::fillMode, "", "0 fills the view, 1 fits into it"},
+      Field{"mirrorType", &KOBURenderParams::mirrorType, "",
+            "0 automatic, 1 mirrored, 2 not mirrored"}};
 };
 
 /// How a video is encoded.
@@ -70,12 +76,13 @@ template <>
 struct Fields<KOBUVideoEncParam> {
   static constexpr std::string_view name = "KOBUVideoEncParam";
   static constexpr std::tuple table{
-      Field{"width", &KOBUVideoEncParam::width},
-      Field{"height", &KOBUVideoEncParam::height},
-      Field{"fps", &KOBUVideoEncParam::fps},
-      Field{"bitrate", &KOBUVideoEncParam::bitrate},
-      Field{"minBitrate", &KOBUVideoEncParam::minBitrate},
-      Field{"adjustResolution", &KOBUVideoEncParam::adjustResolution}};
+      Field{"width", &KOBUVideoEncParam::width, "pixels", "width of the picture"},
+      Field{"height", &KOBUVideoEncParam::height, "pixels", "height of the picture"},
+      Field{"fps", &KOBUVideoEncParam::fps, "frames/s", "how often a picture is sent"},
+      Field{"bitrate", &KOBUVideoEncParam::bitrate, "kbit/s", "bit rate to aim at"},
+      Field{"minBitrate", &KOBUVideoEncParam::minBitrate, "kbit/s", "bit rate not to fall below"},
+      Field{"adjustResolution", &KOBUVideoEncParam::adjustResolution, "",
+            "whether the engine may change the resolution"}};
 };
 
 /// What the engine gives up first on a poor network, and who decides.
@@ -86,8 +93,10 @@ struct KOBUNetworkQosParam {
 template <>
 struct Fields<KOBUNetworkQosParam> {
   static constexpr std::string_view name = "KOBUNetworkQosParam";
-  static constexpr std::tuple table{Field{"preference", &KOBUNetworkQosParam::preference},
-                                    Field{"controlMode", &KOBUNetworkQosParam::controlMode}};
+  static constexpr std::tuple table{Field{"preference", &KOBUNetworkQosParam::preference, "",
+                                          "what is given up first, by the engine's numbers"},
+                                    Field{"controlMode", &KOBUNetworkQosParam::controlMode, "",
+                                          "who decides, by the engine's numbers"}};
 };
 
 /// A user's network quality: 0 unknown, 1 excellent to 6 unusable.
@@ -98,8 +107,9 @@ struct KOBUQualityInfo {
 template <>
 struct Fields<KOBUQualityInfo> {
   static constexpr std::string_view name = "KOBUQualityInfo";
-  static constexpr std::tuple table{Field{"userId", &KOBUQualityInfo::userId},
-                                    Field{"quality", &KOBUQualityInfo::quality}};
+  static constexpr std::tuple table{
+      Field{"userId", &KOBUQualityInfo::userId, "", "the user"},
+      Field{"quality", &KOBUQualityInfo::quality, "", "0 unknown, 1 excellent to 6 unusable"}};
 };
 
 /// How loud a user is, 0 to 100. The engine leaves `userId` absent for the own user.
@@ -110,8 +120,9 @@ struct KOBUVolumeInfo {
 template <>
 struct Fields<KOBUVolumeInfo> {
   static constexpr std::string_view name = "KOBUVolumeInfo";
-  static constexpr std::tuple table{Field{"userId", &KOBUVolumeInfo::userId},
-                                    Field{"volume", &KOBUVolumeInfo::volume}};
+  static constexpr std::tuple table{
+      Field{"userId", &KOBUVolumeInfo::userId, "", "the user"},
+      Field{"volume", &KOBUVolumeInfo::volume, "", "how loud the user is, 0 to 100"}};
 };
 
 /// Statistics of one stream that the own user sends.
@@ -127,13 +138,17 @@ struct KOBULocalStatistics {
 template <>
 struct Fields<KOBULocalStatistics> {
   static constexpr std::string_view name = "KOBULocalStatistics";
-  static constexpr std::tuple table{Field{"width", &KOBULocalStatistics::width},
-                                    Field{"height", &KOBULocalStatistics::height},
-                                    Field{"frameRate", &KOBULocalStatistics::frameRate},
-                                    Field{"videoBitrate", &KOBULocalStatistics::videoBitrate},
-                                    Field{"audioSampleRate", &KOBULocalStatistics::audioSampleRate},
-                                    Field{"audioBitrate", &KOBULocalStatistics::audioBitrate},
-                                    Field{"streamType", &KOBULocalStatistics::streamType}};
+  static constexpr std::tuple table{
+      Field{"width", &KOBULocalStatistics::width, "pixels", "width of the picture"},
+      Field{"height", &KOBULocalStatistics::height, "pixels", "height of the picture"},
+      Field{"frameRate", &KOBULocalStatistics::frameRate, "frames/s", "how many pictures come"},
+      Field{"videoBitrate", &KOBULocalStatistics::videoBitrate, "kbit/s",
+            "bit rate of the picture"},
+      Field{"audioSampleRate", &KOBULocalStatistics::audioSampleRate, "Hz",
+            "sampling rate of the sound"},
+      Field{"audioBitrate", &KOBULocalStatistics::audioBitrate, "kbit/s", "bit rate of the sound"},
+      Field{"streamType", &KOBULocalStatistics::streamType, "",
+            "0 the camera, 1 its small picture, 2 the screen"}};
 };
 
 /// Statistics of one stream that is received.
@@ -153,16 +168,21 @@ template <>
 struct Fields<KOBURemoteStatistics> {
   static constexpr std::string_view name = "KOBURemoteStatistics";
   static constexpr std::tuple table{
-      Field{"userId", &KOBURemoteStatistics::userId},
-      Field{"packetLoss", &KOBURemoteStatistics::packetLoss},
-      Field{"width", &KOBURemoteStatistics::width},
-      Field{"height", &KOBURemoteStatistics::height},
-      Field{"frameRate", &KOBURemoteStatistics::frameRate},
-      Field{"videoBitrate", &KOBURemoteStatistics::videoBitrate},
-      Field{"audioSampleRate", &KOBURemoteStatistics::audioSampleRate},
-      Field{"audioBitrate", &KOBURemoteStatistics::audioBitrate},
-      Field{"jitterBufferDelay", &KOBURemoteStatistics::jitterBufferDelay},
-      Field{"streamType", &KOBURemoteStatistics::streamType}};
+      Field{"userId", &KOBURemoteStatistics::userId, "", "who sends the stream"},
+      Field{"packetLoss", &KOBURemoteStatistics::packetLoss, "percent",
+            "packets of this stream that are lost"},
+      Field{"width", &KOBURemoteStatistics::width, "pixels", "width of the picture"},
+      Field{"height", &KOBURemoteStatistics::height, "pixels", "height of the picture"},
+      Field{"frameRate", &KOBURemoteStatistics::frameRate, "frames/s", "how many pictures come"},
+      Field{"videoBitrate", &KOBURemoteStatistics::videoBitrate, "kbit/s",
+            "bit rate of the picture"},
+      Field{"audioSampleRate", &KOBURemoteStatistics::audioSampleRate, "Hz",
+            "sampling rate of the sound"},
+      Field{"audioBitrate", &KOBURemoteStatistics::audioBitrate, "kbit/s", "bit rate of the sound"},
+      Field{"jitterBufferDelay", &KOBURemoteStatistics::jitterBufferDelay, "ms",
+            "how long what arrives is held back before it is played"},
+      Field{"streamType", &KOBURemoteStatistics::streamType, "",
+            "0 the camera, 1 its small picture, 2 the screen"}};
 };
 
 /// What the engine measures every two seconds in a room.
@@ -180,15 +200,21 @@ struct KOBUStatistics {
 template <>
 struct Fields<KOBUStatistics> {
   static constexpr std::string_view name = "KOBUStatistics";
-  static constexpr std::tuple table{Field{"appCpu", &KOBUStatistics::appCpu},
-                                    Field{"systemCpu", &KOBUStatistics::systemCpu},
-                                    Field{"rtt", &KOBUStatistics::rtt},
-                                    Field{"upLoss", &KOBUStatistics::upLoss},
-                                    Field{"downLoss", &KOBUStatistics::downLoss},
-                                    Field{"sentBytes", &KOBUStatistics::sentBytes},
-                                    Field{"receivedBytes", &KOBUStatistics::receivedBytes},
-                                    Field{"localStatistics", &KOBUStatistics::localStatistics},
-                                    Field{"remoteStatistics", &KOBUStatistics::remoteStatistics}};
+  static constexpr std::tuple table{
+      Field{"appCpu", &KOBUStatistics::appCpu, "percent", "processor load of the application"},
+      Field{"systemCpu", &KOBUStatistics::systemCpu, "percent",
+            "processor load of the whole device"},
+      Field{"rtt", &KOBUStatistics::rtt, "ms", "how long the way to the server and back takes"},
+      Field{"upLoss", &KOBUStatistics::upLoss, "percent", "packets lost on the way to the server"},
+      Field{"downLoss", &KOBUStatistics::downLoss, "percent",
+            "packets lost on the way from the server"},
+      Field{"sentBytes", &KOBUStatistics::sentBytes, "bytes", "sent since the room was entered"},
+      Field{"receivedBytes", &KOBUStatistics::receivedBytes, "bytes",
+            "received since the room was entered"},
+      Field{"localStatistics", &KOBUStatistics::localStatistics, "",
+            "each stream that the own user sends"},
+      Field{"remoteStatistics", &KOBUStatistics::remoteStatistics, "",
+            "each stream that is received"}};
 };
 
 /// What a speed test found of one server.
@@ -202,11 +228,15 @@ struct KOBUSpeedTestResult {
 template <>
 struct Fields<KOBUSpeedTestResult> {
   static constexpr std::string_view name = "KOBUSpeedTestResult";
-  static constexpr std::tuple table{Field{"ip", &KOBUSpeedTestResult::ip},
-                                    Field{"quality", &KOBUSpeedTestResult::quality},
-                                    Field{"upLostRate", &KOBUSpeedTestResult::upLostRate},
-                                    Field{"downLostRate", &KOBUSpeedTestResult::downLostRate},
-                                    Field{"rtt", &KOBUSpeedTestResult::rtt}};
+  static constexpr std::tuple table{
+      Field{"ip", &KOBUSpeedTestResult::ip, "", "the address of the server"},
+      Field{"quality", &KOBUSpeedTestResult::quality, "", "0 unknown, 1 excellent to 6 unusable"},
+      Field{"upLostRate", &KOBUSpeedTestResult::upLostRate, "",
+            "packets lost on the way to the server, 0 to 1"},
+      Field{"downLostRate", &KOBUSpeedTestResult::downLostRate, "",
+            "packets lost on the way from the server, 0 to 1"},
+      Field{"rtt", &KOBUSpeedTestResult::rtt, "ms",
+            "how long the way to the server and back takes"}};
 };
 
 /// One piece of music to play.
@@ -221,12 +251,14 @@ struct PWAudioMusicParam {
 template <>
 struct Fields<PWAudioMusicParam> {
   static constexpr std::string_view name = "PWAudioMusicParam";
-  static constexpr std::tuple table{Field{"ID", &PWAudioMusicParam::ID},
-                                    Field{"path", &PWAudioMusicParam::path},
-                                    Field{"loopCount", &PWAudioMusicParam::loopCount},
-                                    Field{"publish", &PWAudioMusicParam::publish},
-                                    Field{"startTimeMs", &PWAudioMusicParam::startTimeMs},
-                                    Field{"endTimeMs", &PWAudioMusicParam::endTimeMs}};
+  static constexpr std::tuple table{
+      Field{"ID", &PWAudioMusicParam::ID, "", "the music; \"audioId\" replaces it"},
+      Field{"path", &PWAudioMusicParam::path, "", "file path or address"},
+      Field{"loopCount", &PWAudioMusicParam::loopCount, "", "repetitions after the first time"},
+      Field{"publish", &PWAudioMusicParam::publish, "", "whether the other users hear it"},
+      Field{"startTimeMs", &PWAudioMusicParam::startTimeMs, "ms", "where in the music to begin"},
+      Field{"endTimeMs", &PWAudioMusicParam::endTimeMs, "ms",
+            "where in the music to end; -1: at its end"}};
 };
 
 /// Distances from the edges of a view, in points.
@@ -240,8 +272,10 @@ template <>
 struct Fields<EdgeInsets> {
   static constexpr std::string_view name = "EdgeInsets";
   static constexpr std::tuple table{
-      Field{"top", &EdgeInsets::top}, Field{"left", &EdgeInsets::left},
-      Field{"bottom", &EdgeInsets::bottom}, Field{"right", &EdgeInsets::right}};
+      Field{"top", &EdgeInsets::top, "points", "distance from the upper edge"},
+      Field{"left", &EdgeInsets::left, "points", "distance from the left edge"},
+      Field{"bottom", &EdgeInsets::bottom, "points", "distance from the lower edge"},
+      Field{"right", &EdgeInsets::right, "points", "distance from the right edge"}};
 };
 
 }  // namespace vemo

@@ -25,9 +25,12 @@ struct KOBURenderParamsOfPage : KOBURenderParams {};
 template <>
 struct Fields<KOBURenderParamsOfPage> {
   static constexpr std::string_view name = Fields<KOBURenderParams>::name;
-  static constexpr auto table = std::tuple_cat(
-      Fields<KOBURenderParams>::table, std::tuple{Field{"mode", &KOBURenderParams::fillMode},
-                                                  Field{"mirror", &KOBURenderParams::mirrorType}});
+  static constexpr auto table =
+      std::tuple_cat(Fields<KOBURenderParams>::table,
+                     std::tuple{Field{"mode", &KOBURenderParams::fillMode, "",
+                                      "another name of \"fillMode\", which wins"},
+                                Field{"mirror", &KOBURenderParams::mirrorType, "",
+                                      "another name of \"mirrorType\", which wins"}});
 };
 
 /// The record that a page's dictionary describes; nothing when it describes none.

@@ -27,13 +27,13 @@ boost::json::array streamInfo() {
   return {{{"name", "UserId"}, {"type", "text"}, {"about", "who sends the stream"}},
           {{"name", "Resolution"},
            {"type", "text"},
-           {"about", "such as 640x360; 0x0 without a picture"}},
+           {"about", "of the picture, such as 640x360; 0x0 without one"}},
           {{"name", "StreamType"},
            {"type", "text"},
-           {"about", "main, main_small, sub, audio or unknown"}}};
+           {"about", "which stream: \"main\", \"main_small\", \"sub\", \"audio\" or \"unknown\""}}};
 }
 
-constexpr ErrorWords noSource{kNotAvailable, "no render source", "the host gives no views",
+constexpr ErrorWords noSource{kNotAvailable, "no render source", "the host has no source of views",
                               VEMOModule::KOBU};
 constexpr ErrorWords noView{kNotAvailable, "no found render view",
                             "the host has no view for the user", VEMOModule::KOBU};
@@ -52,34 +52,34 @@ std::span<const CommandTable::Row> CommandTable::rows() {
   static constexpr std::array table{
       Row{"registCallBacks", call<&R::registCallBacks>, "no callbacks content"}
           .in("event_routing")
-          .does("Names the page functions that receive events. Each call replaces all earlier names, a failed one too; an element that lacks a name is skipped."),
+          .does("Names the page functions that receive events. Each call replaces all earlier names, one that fails too. An element without both names is skipped; of several for one event the last counts."),
       Row{"initSDK", call<&R::initSDK>}
           .in("engine_lifecycle")
-          .does("Makes the engine. Success is answered as an error record with code 0 and the text \"sdk version : \" with the engine's version.")
+          .does("Makes the engine, which most commands need. Success is answered as an error record with code 0 whose text is \"sdk version : \" and the engine's version.")
           .fails({kNotAvailable, "had initSDK", "the engine is there already"}),
       Row{"setLogParams", call<&R::setLogParams>}
           .in("engine_lifecycle")
-          .does("Sets the engine's log; works before \"initSDK\" too. What is left out stays as it is."),
+          .does("Sets the engine's own log, before \"initSDK\" too. What is left out or of another type stays as it is."),
       Row{"getSDKVersion", call<&R::getSDKVersion>}.wrapped(Wrapper::bare)
           .in("engine_lifecycle")
           .does("Tells the engine's version.")
           .gives(textField("version", "the engine's version")),
       Row{"uninitSDK", call<&R::uninitSDK>}
           .in("engine_lifecycle")
-          .does("Leaves the room and lets go of the engine. Commands that wait for it stay unanswered."),
+          .does("Leaves the room and lets go of the engine; harmless without one."),
       Row{"enterRoom", call<&R::enterRoom>}
           .in("room_control")
-          .does("Enters a room. The answer comes with the event \"onEnterRoom\" and has code 0 then; a negative \"elapsed\" tells of failure. An error of entering answers it before that, with its code.")
+          .does("Enters a room. It is answered with the event \"onEnterRoom\", always with code 0: a negative \"elapsed\" is the code of a failure. An error of entering that the engine reports answers it too, with the error's code.")
           .gives(userIdField)
-          .gives(integerField("elapsed", "the time that entering took; negative: why it failed", "ms"))
-          .fails({0, {}, "the engine reports an error of entering: its code and text", VEMOModule::KOBU})
+          .gives(integerField("elapsed", "the time that entering took; negative: the engine's code of a failure", "ms"))
+          .fails({0, {}, "the engine reports that entering failed: its code and text", VEMOModule::KOBU})
           .answers(Answered::later)
           .unanswered("another enter replaces it before the engine answers, or the engine is released"),
       Row{"exitRoom", call<&R::exitRoom>}.wrapped(Wrapper::announced).guarded(Guard::engine)
           .in("room_control")
-          .does("Leaves the room. The answer comes with the event \"onExitRoom\".")
+          .does("Leaves the room. It is answered with the event \"onExitRoom\".")
           .gives(userIdField)
-          .gives(integerField("reason", "0 left, 1 removed by the server, 2 the room was dismissed"))
+          .gives(integerField("reason", "why: 0 left, 1 removed by the server, 2 the room was dismissed"))
           .answers(Answered::later)
           .unanswered("another exit replaces it, the user was in no room, or the engine is released"),
       Row{"showBugView", engine<&KOBUCloud::showDebugView, ShowType>, "params error"}
@@ -87,24 +87,24 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .does("Shows the engine's debug panel over the videos."),
       Row{"setDebugViewMargin", call<&R::setDebugViewMargin>}
           .in("engine_lifecycle")
-          .does("Moves the debug panel of one user's view. Nothing happens without a user."),
+          .does("Sets the margins of the debug panel in one user's view. Without \"userId\" nothing happens, and the answer is a success."),
       Row{"switchRole", call<&R::switchRole>}.guarded(Guard::room)
           .in("room_control")
-          .does("Becomes anchor or audience. A message with \"nativecb\" is answered when the switch has ended, with the engine's code and text; without it at once.")
+          .does("Becomes anchor or audience. It is answered at once, and the event \"onSwitchRole\" tells how the switch ended. A message with a \"nativecb\" is answered by that event instead, with the engine's code and text.")
           .fails({kNotInRoom, "not enter room", "no enter has ended yet"})
           .unanswered("the message has \"nativecb\" and the role is neither 20 nor 21, or another such switch to the same role replaces it"),
       Row{"setNetworkQosParam", engine<&KOBUCloud::setNetworkQosParam, Qos>, "params error"}
           .in("local_video")
-          .does("Tells the engine what to give up first on a poor network."),
+          .does("Tells the engine what to give up first on a poor network, and who decides."),
       Row{"setVideoEncoderParam", engine<&KOBUCloud::setVideoEncoderParam, Encoder>}
           .in("local_video")
           .does("Sets how the own picture is encoded."),
       Row{"startLocalPreview", call<&R::startLocalPreview>}
           .in("local_video")
-          .does("Starts the camera in the own view, after asking the user for permission where that is not settled.")
-          .fails({kBadParameter, "not set render source", "the host gives no views"})
+          .does("Starts the camera and shows it in the own view. The user is asked for permission first where that is not settled; where it is denied, an alert leads to the settings.")
+          .fails({kBadParameter, "not set render source", "the host has no source of views"})
           .fails({kBadParameter, "not found self render source", "the host has no view for the own user", VEMOModule::KOBU})
-          .fails({-1314, {}, "the camera is not permitted", VEMOModule::KOBU})
+          .fails({-1314, {}, "the user does not permit the camera; the text tells how it came", VEMOModule::KOBU})
           .answers(Answered::later)
           .unanswered("the user never answers, or the engine is released meanwhile"),
       Row{"switchCamera", engine<&KOBUDeviceManager::switchCamera, Or<FrontCamera, false>>}
@@ -112,23 +112,23 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .does("Switches to the front or the back camera."),
       Row{"setLocalPreviewParams", call<&R::setLocalPreviewParams>}
           .in("local_video")
-          .does("Sets how the own picture is drawn here and sent. Each parameter counts for itself."),
+          .does("Sets how the own picture is drawn here, and how it is sent. The render parameters are set together, with the default for those left out, unless one of them is of another type; each of the others is set only when given."),
       Row{"enableEncSmallVideoStream", call<&R::enableEncSmallVideoStream>}
           .in("local_video")
-          .does("Sends a small picture beside the main one, or no longer. Nothing happens without \"enable\"."),
+          .does("Sends a small picture beside the main one, or ceases to. Without \"enable\", or with encoder parameters of another type, nothing happens, and the answer is a success."),
       Row{"setRemoteVideoStreamType", engine<&KOBUCloud::setRemoteVideoStreamType, UserId, WantedStreamType>, "userId or type param error"}
           .in("remote_media")
-          .does("Chooses which of a user's pictures is received."),
+          .does("Chooses which of a user's camera pictures is received."),
       Row{"stopLocalPreview", call<stopLocalPreview>}
           .in("local_video")
           .does("Stops the camera."),
       Row{"muteLocalVideo", engine<&KOBUCloud::muteLocalVideo, Mute>, "no mute param"}
           .in("local_video")
-          .does("Sends the mute image instead of the camera, or the camera again."),
+          .does("Ceases to send the camera, or sends it again. Meanwhile the others get the picture of \"setVideoMuteImage\", if there is one."),
       Row{"startLocalAudio", call<&R::startLocalAudio>}
           .in("local_audio")
-          .does("Starts the microphone, after asking the user where the microphone's permission is not settled; the question is then for the camera, and its answer decides.")
-          .fails({-1317, {}, "the microphone is not permitted", VEMOModule::KOBU})
+          .does("Starts the microphone. Where its permission is not settled, the user is asked for the camera, and that answer decides; where it is denied, an alert leads to the settings.")
+          .fails({-1317, {}, "the user does not permit the microphone; the text tells how it came", VEMOModule::KOBU})
           .answers(Answered::later)
           .unanswered("the user never answers, or the engine is released meanwhile"),
       Row{"stopLocalAudio", call<&R::stopLocalAudio>}
@@ -136,60 +136,61 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .does("Stops the microphone."),
       Row{"muteLocalAudio", engine<&KOBUCloud::muteLocalAudio, Mute>, "no mute param"}
           .in("local_audio")
-          .does("Mutes the microphone for the others, or ends that."),
+          .does("Mutes the microphone for the other users, or ends that."),
       Row{"startRemoteView", call<&R::startRemoteView>, "userId param error"}
           .in("remote_media")
-          .does("Shows a user's stream in the user's camera view, whatever the stream type.")
+          .does("Shows a user's stream in the view that the host has for the user's camera, whatever the stream type.")
           .fails(noSource).fails(noView),
       Row{"setRemotePreviewParams", call<&R::setRemotePreviewParams>}
           .in("remote_media")
-          .does("Sets how a user's stream is drawn. Nothing happens without a user."),
+          .does("Sets how a user's stream is drawn. Without \"userId\" nothing happens, and the answer is a success."),
       Row{"stopRemoteView", engine<&KOBUCloud::stopRemoteView, UserId, StreamType>, "userId param error"}
           .in("remote_media")
-          .does("Shows a user's stream no longer."),
+          .does("Ceases to show a user's stream."),
       Row{"stopAllRemoteView", engine<&KOBUCloud::stopAllRemoteView>}
           .in("remote_media")
-          .does("Shows no other user any longer."),
+          .does("Ceases to show any other user."),
       Row{"muteRemoteVideoStream", engine<&KOBUCloud::muteRemoteVideoStream, UserId, Mute>, "userId or mute param error"}
           .in("remote_media")
-          .does("Receives a user's picture no longer, or again."),
+          .does("Ceases to receive a user's picture, or receives it again."),
       Row{"muteAllRemoteVideoStreams", engine<&KOBUCloud::muteAllRemoteVideoStreams, Mute>, "mute param error"}
           .in("remote_media")
-          .does("Receives nobody's picture, or everybody's again."),
+          .does("Ceases to receive the pictures of all users, or receives them again."),
       Row{"muteRemoteAudio", engine<&KOBUCloud::muteRemoteAudio, UserId, Mute>, "userId or mute param error"}
           .in("remote_media")
-          .does("Mutes a user here, or lets the user be heard again."),
+          .does("Mutes one user here, or ends that."),
       Row{"muteAllRemoteAudio", engine<&KOBUCloud::muteAllRemoteAudio, Mute>, "mute param error"}
           .in("remote_media")
-          .does("Mutes everybody else here, or lets all be heard again."),
+          .does("Mutes all other users here, or ends that."),
       Row{"setRemoteAudioVolume", engine<&KOBUCloud::setRemoteAudioVolume, UserId, RemoteVolume>, "userId or volume param error"}
           .in("remote_media")
           .does("Sets how loud a user is played here."),
       Row{"startRemoteSubStreamView", call<&R::startRemoteSubStreamView>, "userId param error"}
           .in("remote_media")
-          .does("Shows a user's screen.")
+          .does("Shows the screen that a user shares.")
           .fails(noSource).fails(noView),
       Row{"stopRemoteSubStreamView", engine<&KOBUCloud::stopRemoteView, UserId, Always<kKOBUStreamTypeSub>>, "userId param error"}
           .in("remote_media")
-          .does("Shows a user's screen no longer."),
+          .does("Ceases to show the screen that a user shares."),
       Row{"setRemoteSubStreamPreviewParams", call<&R::setRemoteSubStreamPreviewParams>, "userId param error"}
           .in("remote_media")
-          .does("Sets how a user's screen is drawn."),
+          .does("Sets how a user's screen is drawn. Render parameters of another type are ignored, and the answer is a success."),
       Row{"playMusic", call<&R::playMusic>, "audioId param error"}
           .in("background_music")
-          .does("Plays music. The message is answered at the start, at each progress and at the end, as its flags ask for; \"state\" tells which.")
+          .does("Plays music. The same message is answered at the start, at each progress and at the end, as its flags ask for; \"state\" tells which it is.")
           .gives(integerField("audioId", "the music"))
-          .gives(textField("state", "onStart, onProgress or onComplete"))
-          .gives(orAbsent(integerField("errCode", "0, or the engine's error; at start and end")))
-          .gives(orAbsent(integerField("progressMs", "how far it is; in progress", "ms")))
-          .gives(orAbsent(integerField("durationMs", "how long it is; in progress", "ms")))
+          .gives(textField("state", "which answer it is: \"onStart\", \"onProgress\" or \"onComplete\""))
+          .gives(orAbsent(integerField("errCode", "the engine's code, 0 for success; at start and end")))
+          .gives(orAbsent(integerField("progressMs", "how far the music has come; in progress", "ms")))
+          .gives(orAbsent(integerField("durationMs", "how long the music is; in progress", "ms")))
+          .fails({kBadParameter, "path param error", "\"path\" is empty"})
           .fails({0, "play onStart error", "the music can't be started: the engine's code", VEMOModule::KOBU})
           .fails({0, "play onComplete error", "the music breaks off: the engine's code", VEMOModule::KOBU})
           .answers(Answered::many)
           .unanswered("none of the three flags is set"),
       Row{"setMusicInfo", call<&R::setMusicInfo>}
           .in("background_music")
-          .does("Moves in music and sets its volumes; without \"audioId\", the volume of all music. What is left out stays as it is.")
+          .does("Moves to a position in music and sets volumes. What is left out stays as it is. Without \"audioId\" only the volume of all music is set.")
           .fails({kBadParameter, "no audioId param", "neither \"audioId\" nor \"volume\" is given"}),
       Row{"stopMusic", engine<&Effects::stopPlayMusic, AudioId>, "no audioId param"}
           .in("background_music")
@@ -202,10 +203,10 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .does("Plays paused music on."),
       Row{"startSpeedTest", call<&R::startSpeedTest>, "params error"}
           .in("diagnostics")
-          .does("Measures the network to each server. Answered for each, with code 0; the text is \"ing\", with the last one \"done\".")
+          .does("Measures the network to each of the engine's servers. The message is answered for each server, always with code 0; the text is \"ing\", and \"done\" for the last one.")
           .gives(integerField("totalCount", "how many servers there are"))
           .gives(integerField("completedCount", "how many are measured"))
-          .gives(orAbsent({{"result", "of the server measured last"}, "object", false, &telling::properties<KOBUSpeedTestResult>}))
+          .gives(orAbsent({{"result", "what was found of the server measured last"}, "object", false, &telling::properties<KOBUSpeedTestResult>, Fields<KOBUSpeedTestResult>::name}))
           .answers(Answered::many)
           .unanswered("the test is stopped, or the engine is released meanwhile"),
       Row{"stopSpeedTest", engine<&KOBUCloud::stopSpeedTest>}
@@ -213,65 +214,67 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .does("Ends a running speed test."),
       Row{"enableAudioVolumeEvaluation", engine<&KOBUCloud::enableAudioVolumeEvaluation, VolumeInterval>, "no interval param"}
           .in("local_audio")
-          .does("Sets how often \"onUserVoiceVolume\" comes. Every enter sets it to 500 ms."),
+          .does("Sets how often the event \"onUserVoiceVolume\" comes. Each enter sets it to 500 ms."),
       Row{"setVideoMuteImage", call<&R::setVideoMuteImage>}
           .in("local_video")
-          .does("Downloads the picture that is sent while the camera is muted. A file that is no picture takes the picture away and is answered as a success.")
+          .does("Downloads the picture that the others get while the camera is muted. A file that is no picture takes an earlier picture away, and the answer is a success.")
+          .fails({kBadParameter, "imgUrl params error", "\"imgUrl\" is no URL"})
           .fails({kNotAvailable, "download image is nil", "the downloaded file can't be read", VEMOModule::KOBU})
           .fails({0, {}, "the download fails: the download's code and text", VEMOModule::KOBU})
           .answers(Answered::later),
       Row{"getKOBUStats", call<&R::getKOBUStats>}.wrapped(Wrapper::bare)
           .in("diagnostics")
-          .does("Tells which streams flow, by the latest statistics, and forgets those. The text \"[]\" stands for the list when there are none since the last time.")
-          .gives({{"RtcInfos", "a stream each; or the text \"[]\""}, "list", false, &streamInfo}),
+          .does("Tells which streams flow, by the statistics that came last, and forgets these. When none have come since the last time, the text \"[]\" stands in place of the list.")
+          .gives({{"RtcInfos", "the streams; or the text \"[]\""}, "list", false, &streamInfo}),
       Row{"registReport", call<&R::registReport>}.wrapped(Wrapper::bare)
           .in("diagnostics")
-          .does("Names the page function that is told when camera and microphone go on and off; without a name, none is."),
+          .does("Names the page function that is told when the camera and the microphone go on and off. Without a name, no function is told."),
       Row{"setAudioRoute", engine<&KOBUCloud::setAudioRoute, AudioRoute>, "no route param"}
           .in("local_audio")
-          .does("Chooses where sound is played."),
+          .does("Chooses where sound is played, such as the loudspeaker or the earpiece."),
       Row{"setAudioVolume", call<&R::setAudioVolume>}
           .in("local_audio")
-          .does("Sets the volume of the microphone, of all that is played, or of both.")
-          .fails({kBadParameter, "params error", "neither volume is given"}),
+          .does("Sets the volume of the microphone, of all that is played here, or of both.")
+          .fails({kBadParameter, "params error", "neither \"captureVolume\" nor \"playoutVolume\" is given"}),
       Row{"getAudioVolume", call<&R::getAudioVolume>}
           .in("local_audio")
-          .does("Tells the volume of the microphone, of all that is played, or of both.")
-          .gives(orAbsent(integerField("captureVolume", "of the microphone, if asked for")))
-          .gives(orAbsent(integerField("playoutVolume", "of all that is played, if asked for")))
-          .fails({kBadParameter, "params error", "neither is asked for"}),
+          .does("Tells the volume of the microphone, of all that is played here, or of both.")
+          .gives(orAbsent(integerField("captureVolume", "volume of the microphone, if asked for")))
+          .gives(orAbsent(integerField("playoutVolume", "volume of all that is played here, if asked for")))
+          .fails({kBadParameter, "params error", "neither \"capture\" nor \"playout\" is true"}),
       Row{"callExperimentalAPI", engine<&KOBUCloud::callExperimentalAPI, APIParams>, "no APIParams param"}
           .in("diagnostics")
-          .does("Hands the engine a call for which there is no command. What it makes of that is not answered."),
+          .does("Hands the engine a call for which there is no command. What the engine makes of it is not answered."),
       Row{"isSupportScreenCapture", call<&R::isSupportScreenCapture>}
           .in("screen_sharing")
           .does("Tells what this system can capture.")
-          .gives(integerField("mode", "0 nothing, 1 the application's own screen, 2 the whole device, 3 both")),
+          .gives(integerField("mode", "what can be captured: 0 nothing, 1 the application's own screen, 2 the whole device, 3 both")),
       Row{"launchScreenKit", call<&R::launchScreenKit>}
           .in("screen_sharing")
-          .does("Starts the screen-broadcast extension. The answer comes when the extension has started; on 11.x nothing is started and the answer is empty.")
+          .does("Starts the screen-broadcast extension. It is answered when the extension has started. On systems before 12.0 nothing is started, and the answer is a success at once.")
           .fails({kBadParameter, "not support launchScreenKit", "the system is older than 11.0"})
           .answers(Answered::later)
           .unanswered("the extension does not start, or another launch replaces it"),
       Row{"startScreenCapture", call<&R::startScreenCapture>}
           .in("screen_sharing")
-          .does("Starts to share the screen. The answer comes with the event \"onScreenCaptureStarted\", if that arrives on the main thread.")
+          .does("Starts to share the screen. It is answered with the event \"onScreenCaptureStarted\", if the engine sends that on the main thread; rely on the event.")
           .gives({{"userId", "the own user; \"(null)\" without one"}, "text"})
           .gives(integerField("reason", "always 0"))
+          .fails({kBadParameter, "screenCaptureMode not found", "\"screenCaptureMode\" is neither 1 nor 2"})
           .fails({kNotAvailable, "not support screencapture", "the system is older than 13.0 for mode 1, than 11.0 for mode 2"})
           .answers(Answered::later)
-          .unanswered("the event arrives on a thread of the engine, another start replaces it, or the capture does not start"),
+          .unanswered("the engine sends the event on a thread of its own, another start replaces it, or the capture does not start"),
       Row{"pauseScreenCapture", call<&R::pauseScreenCapture>}
           .in("screen_sharing")
-          .does("Pauses screen capture. Answered with the engine's result, 0 being success.")
+          .does("Pauses screen capture. The answer is an error record with the engine's result, 0 for success.")
           .fails({0, "pauseScreenCapture call failed", "the engine refuses: its result", VEMOModule::KOBU}).fails(noCapture),
       Row{"resumeScreenCapture", call<&R::resumeScreenCapture>}
           .in("screen_sharing")
-          .does("Goes on with screen capture. Answered with the engine's result, 0 being success.")
+          .does("Goes on with screen capture. The answer is an error record with the engine's result, 0 for success.")
           .fails({0, "resumeScreenCapture call failed", "the engine refuses: its result", VEMOModule::KOBU}).fails(noCapture),
       Row{"stopScreenCapture", call<&R::stopScreenCapture>}
           .in("screen_sharing")
-          .does("Ends screen capture. Answered with the engine's result, 0 being success.")
+          .does("Ends screen capture. The answer is an error record with the engine's result, 0 for success.")
           .fails({0, "stopScreenCapture call failed", "the engine refuses: its result", VEMOModule::KOBU}).fails(noCapture),
   };
   // clang-format on

@@ -34,12 +34,14 @@ enum class Wrapper : std::uint8_t {
   bare        ///< straight to the handler: no record, no web view needed
 };
 
-/// A field of a reply's value. `members` tells those of an object, or of a list's elements.
+/// A field of a reply's value. `members` tells those of an object, or of a list's elements,
+/// and `record` which record of the engine they are.
 struct ResultField {
   Words words;
   std::string_view type;
   bool mayBeAbsent = false;
   boost::json::array (*members)() = nullptr;
+  std::string_view record = {};
 };
 
 /// A way in which a command fails; an empty text is the engine's, or a device's, own.

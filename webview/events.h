@@ -64,7 +64,7 @@ namespace field {
 /// The own user: written by the common path, given by no event.
 struct OwnUserId : CleanedText {
   static constexpr Words words{
-      "userId", "the own user; \"(null)\" outside a room", {}, R"("teacher")"};
+      "userId", "the own user, without line breaks; \"(null)\" outside a room", {}, R"("teacher")"};
 };
 struct PlainOwnUserId : PlainText {
   static constexpr Words words{"userId", "the own user; empty outside a room", {}, R"("teacher")"};
@@ -91,29 +91,34 @@ struct ErrCode : Value<std::int32_t> {
   static constexpr Words words{"errCode", "the engine's code; 0 is success"};
 };
 struct ErrMsg : CleanedText {
-  static constexpr Words words{"errMsg", "the engine's text", {}, R"("text")"};
+  static constexpr Words words{
+      "errMsg", "the engine's text, without line breaks; \"(null)\" without one", {}, R"("text")"};
 };
 struct WarningCode : Value<std::uint32_t> {
-  static constexpr Words words{"warningCode", "the engine's code, read without a sign"};
+  static constexpr Words words{"warningCode", "the engine's code, as an unsigned 32-bit number"};
 };
 struct WarningMsg : CleanedText {
-  static constexpr Words words{"warningMsg", "the engine's text", {}, R"("text")"};
+  static constexpr Words words{"warningMsg",
+                               "the engine's text, without line breaks; \"(null)\" without one",
+                               {},
+                               R"("text")"};
 };
 struct ExtInfo : Value<boost::json::object> {
-  static constexpr Words words{"extInfo", "what the engine adds; an empty object without it"};
+  static constexpr Words words{"extInfo",
+                               "what the engine adds, as it gives it; empty when it adds nothing"};
 };
 
 struct Elapsed : Value<std::int64_t> {
-  static constexpr Words words{"elapsed", "the time that entering took; negative: why it failed",
-                               "ms"};
+  static constexpr Words words{
+      "elapsed", "the time that entering took; negative: the engine's code of a failure", "ms"};
 };
 struct ExitReason : Value<std::int64_t> {
   static constexpr Words words{"reason",
-                               "0 left, 1 removed by the server, 2 the room was dismissed"};
+                               "why: 0 left, 1 removed by the server, 2 the room was dismissed"};
 };
 struct LeaveReason : Value<std::int64_t> {
   static constexpr Words words{
-      "reason", "0 left, 1 lost its connection, 2 removed by the server, 3 became audience"};
+      "reason", "why: 0 left, 1 lost its connection, 2 removed by the server, 3 became audience"};
 };
 struct AppScene : Value<std::int32_t> {
   static constexpr Words words{"appScene", "the scene of the room; 0 outside one"};
@@ -129,38 +134,44 @@ struct Route : Value<std::int64_t> {
   static constexpr Words words{"route", "where sound is played now, by the engine's numbers"};
 };
 struct FromRoute : Value<std::int64_t> {
-  static constexpr Words words{"fromRoute", "where it was played before"};
+  static constexpr Words words{"fromRoute", "where it was played before, by the same numbers"};
 };
 struct StreamType : Value<std::int64_t> {
   static constexpr Words words{"streamType", "0 the camera, 1 its small picture, 2 the screen"};
 };
 struct Width : Value<std::int32_t> {
-  static constexpr Words words{"width", "of the picture", "pixels"};
+  static constexpr Words words{"width", "width of the picture", "pixels"};
 };
 struct Height : Value<std::int32_t> {
-  static constexpr Words words{"height", "of the picture", "pixels"};
+  static constexpr Words words{"height", "height of the picture", "pixels"};
 };
 struct CaptureReason : Value<std::int32_t> {
   static constexpr Words words{"reason", "why, by the engine's numbers"};
 };
 struct ScreenKitWord : Value<std::string_view> {
-  static constexpr Words words{"event", "started, paused, resumed or finished", {}, R"("started")"};
+  static constexpr Words words{
+      "event",
+      "what happened: \"started\", \"paused\", \"resumed\" or \"finished\"",
+      {},
+      R"("started")"};
 };
 
 struct LocalQuality : Optional<KOBUQualityInfo> {
-  static constexpr Words words{"localQuality", "of the own user"};
+  static constexpr Words words{"localQuality", "the own user's; absent when the engine gives none"};
 };
 struct RemoteQuality : Optional<std::vector<KOBUQualityInfo>> {
-  static constexpr Words words{"remoteQuality", "of each other user"};
+  static constexpr Words words{"remoteQuality",
+                               "each other user's; absent when the engine gives none"};
 };
 struct Statistics : Optional<KOBUStatistics> {
-  static constexpr Words words{"statistics", "all that the engine measured"};
+  static constexpr Words words{"statistics",
+                               "what was measured; absent when the engine gives nothing"};
 };
 struct TotalVolume : Value<std::int64_t> {
-  static constexpr Words words{"totalVolume", "of all together, 0 to 100"};
+  static constexpr Words words{"totalVolume", "how loud all are together, 0 to 100"};
 };
 struct UserVolumes : Optional<std::vector<KOBUVolumeInfo>> {
-  static constexpr Words words{"userVolumes", "of each user who is heard, the own one included"};
+  static constexpr Words words{"userVolumes", "each user who is heard, the own one included"};
 };
 
 }  // namespace field
@@ -223,70 +234,72 @@ using field::OwnUserId;
 
 struct OnError : Event<OwnUserId, field::ErrCode, field::ErrMsg, field::ExtInfo> {
   static constexpr std::string_view subject = "diagnostics";
-  static constexpr Words words{
-      "onError",
-      "The engine reports an error. One that ends an enter also answers it, and the room is left."};
+  static constexpr Words words{"onError",
+                               "The engine reports an error. One that ends an enter also answers "
+                               "\"enterRoom\", and the room is left."};
 };
 struct OnWarning : Event<OwnUserId, field::WarningCode, field::WarningMsg, field::ExtInfo> {
   static constexpr std::string_view subject = "diagnostics";
-  static constexpr Words words{"onWarning", "The engine reports something that does not stop it."};
+  static constexpr Words words{"onWarning", "The engine reports trouble that does not stop it."};
 };
 struct OnEnterRoom : Event<OwnUserId, field::Elapsed> {
   static constexpr std::string_view subject = "room_control";
-  static constexpr Words words{"onEnterRoom", "An enter has ended, well or not."};
+  static constexpr Words words{"onEnterRoom",
+                               "Entering a room has ended, well or not. Answers \"enterRoom\"."};
   static constexpr auto listener = &Listener::onVEMOEnterRoom;
 };
 struct OnExitRoom : Event<OwnUserId, field::ExitReason> {
   static constexpr std::string_view subject = "room_control";
-  static constexpr Words words{"onExitRoom", "The own user is out of the room."};
+  static constexpr Words words{"onExitRoom",
+                               "The own user is out of the room. Answers \"exitRoom\"."};
   static constexpr auto listener = &Listener::onVEMOExitRoom;
 };
 struct OnSwitchRole : Event<OwnUserId, field::AppScene, field::FromRole, field::ToRole,
                             field::ErrCode, field::ErrMsg> {
   static constexpr std::string_view subject = "room_control";
-  static constexpr Words words{"onSwitchRole", "A switch of the own role has ended, well or not."};
+  static constexpr Words words{"onSwitchRole",
+                               "A switch of the own role has ended, well or not. Answers a "
+                               "\"switchRole\" that has \"nativecb\"."};
 };
 struct OnRemoteUserEnterRoom : Event<OwnUserId, field::RemoteUserId> {
   static constexpr std::string_view subject = "remote_media";
   static constexpr Words words{"onRemoteUserEnterRoom",
-                               "Another user has come into the room as anchor."};
+                               "Another user has come into the room as an anchor, or become one."};
   static constexpr auto listener = &Listener::onVEMORemoteUserEnterRoom;
 };
 struct OnRemoteUserLeaveRoom : Event<OwnUserId, field::RemoteUserId, field::LeaveReason> {
   static constexpr std::string_view subject = "remote_media";
   static constexpr Words words{"onRemoteUserLeaveRoom",
-                               "Another user is no longer there as anchor."};
+                               "Another user has left the room, or is an anchor no longer."};
   static constexpr auto listener = &Listener::onVEMORemoteUserLeaveRoom;
 };
 struct OnAudioRouteChanged : Event<OwnUserId, field::Route, field::FromRoute> {
   static constexpr std::string_view subject = "local_audio";
-  static constexpr Words words{"onAudioRouteChanged", "Sound is played somewhere else."};
+  static constexpr Words words{"onAudioRouteChanged", "Sound is played somewhere else now."};
   static constexpr auto listener = &Listener::onVEMOAudioRouteChanged;
 };
 struct OnUserAudioAvailable : Event<field::AvailableUserId, OwnUserId, field::Available> {
   static constexpr std::string_view subject = "remote_media";
   static constexpr Words words{"onUserAudioAvailable",
-                               "Another user's microphone is sent, or no longer."};
+                               "Another user begins or ceases to send sound."};
   static constexpr auto listener = &Listener::onVEMOUserAudioAvailable;
 };
 struct OnUserVideoAvailable : Event<field::AvailableUserId, OwnUserId, field::Available> {
   static constexpr std::string_view subject = "remote_media";
   static constexpr Words words{"onUserVideoAvailable",
-                               "Another user's camera is sent, or no longer."};
+                               "Another user begins or ceases to send the camera."};
   static constexpr auto listener = &Listener::onVEMOUserVideoAvailable;
 };
 struct OnUserSubStreamAvailable : Event<field::AvailableUserId, OwnUserId, field::Available> {
   static constexpr std::string_view subject = "remote_media";
   static constexpr Words words{"onUserSubStreamAvailable",
-                               "Another user's screen is sent, or no longer."};
+                               "Another user begins or ceases to share the screen."};
   static constexpr auto listener = &Listener::onVEMOUserSubStreamAvailable;
 };
 struct OnNetworkQuality
     : PeriodicEvent<field::PlainOwnUserId, field::LocalQuality, field::RemoteQuality> {
   static constexpr std::string_view subject = "diagnostics";
-  static constexpr Words words{
-      "onNetworkQuality",
-      "How good the network is for each user: 0 unknown, 1 excellent to 6 unusable."};
+  static constexpr Words words{"onNetworkQuality", "How good the network is for each user."};
   static constexpr auto listener = &Listener::onVEMONetworkQuality;
 };
 struct OnStatistics : PeriodicEvent<field::Statistics, field::OwnUserIdInRoom> {
@@ -329,11 +342,12 @@ struct OnFirstAudioFrame : Event<OwnUserId, field::RemoteUserId> {
 struct OnSendFirstLocalVideoFrame : Event<OwnUserId, field::StreamType> {
   static constexpr std::string_view subject = "local_video";
   static constexpr Words words{"onSendFirstLocalVideoFrame",
-                               "The first own picture of a stream is sent."};
+                               "The first picture of an own stream is sent."};
 };
 struct OnSendFirstLocalAudioFrame : Event<OwnUserId> {
   static constexpr std::string_view subject = "local_audio";
-  static constexpr Words words{"onSendFirstLocalAudioFrame", "The first own sound is sent."};
+  static constexpr Words words{"onSendFirstLocalAudioFrame",
+                               "The first sound of the microphone is sent."};
 };
 struct OnCameraDidReady : Event<OwnUserId> {
   static constexpr std::string_view subject = "local_video";
@@ -345,16 +359,18 @@ struct OnMicDidReady : Event<OwnUserId> {
 };
 struct OnScreenCaptureStarted : Event<OwnUserId, field::CaptureReason> {
   static constexpr std::string_view subject = "screen_sharing";
-  static constexpr Words words{"onScreenCaptureStarted",
-                               "The screen is captured; \"reason\" is 0."};
+  static constexpr Words words{
+      "onScreenCaptureStarted",
+      "Screen capture has started; \"reason\" is always 0. Answers \"startScreenCapture\" when "
+      "the engine sends it on the main thread."};
 };
 struct OnScreenCapturePaused : Event<OwnUserId, field::CaptureReason> {
   static constexpr std::string_view subject = "screen_sharing";
-  static constexpr Words words{"onScreenCapturePaused", "Screen capture pauses."};
+  static constexpr Words words{"onScreenCapturePaused", "Screen capture has paused."};
 };
 struct OnScreenCaptureResumed : Event<OwnUserId, field::CaptureReason> {
   static constexpr std::string_view subject = "screen_sharing";
-  static constexpr Words words{"onScreenCaptureResumed", "Screen capture goes on."};
+  static constexpr Words words{"onScreenCaptureResumed", "Screen capture goes on after a pause."};
 };
 struct OnScreenCaptureStoped : Event<OwnUserId, field::CaptureReason> {
   static constexpr std::string_view subject = "screen_sharing";
@@ -364,7 +380,8 @@ struct OnScreenCaptureStoped : Event<OwnUserId, field::CaptureReason> {
 struct OnScreenKitEvent : Event<OwnUserId, field::ScreenKitWord> {
   static constexpr std::string_view subject = "screen_sharing";
   static constexpr Words words{"onScreenKitEvent",
-                               "The screen-broadcast extension reports what it does."};
+                               "The screen-broadcast extension has started, paused, resumed or "
+                               "finished. That it has started answers \"launchScreenKit\"."};
 };
 
 }  // namespace event

@@ -19,25 +19,25 @@ struct UserId : NonEmptyText {
   static constexpr Words words{"userId", "the user", {}, R"("student")"};
 };
 struct Mute : Parameter<bool> {
-  static constexpr Words words{"mute", "true to mute, false to end that"};
+  static constexpr Words words{"mute", "true mutes, false ends that", {}, "true"};
 };
 struct StreamType : Ranged<kKOBUStreamTypeMain, kKOBUStreamTypeSub, kKOBUStreamTypeMain> {
   static constexpr Words words{"streamType", "0 the camera, 1 its small picture, 2 the screen"};
 };
 struct WantedStreamType : Parameter<std::int32_t> {
-  static constexpr Words words{"type", "0 the camera's main picture, 1 its small one"};
+  static constexpr Words words{"type", "0 the camera's main picture, 1 its small one", {}, "1"};
 };
 struct RenderParams : RecordParameter<KOBURenderParams, KOBURenderParamsOfPage> {
   static constexpr std::string_view missing = "render param error";
 };
 struct RemoteVolume : Parameter<std::int32_t> {
-  static constexpr Words words{"volume", "how loud the user is played, 0 to 100"};
+  static constexpr Words words{"volume", "how loud the user is played, 0 to 100", {}, "80"};
 };
 
 // ---- Engine
 
 struct LogLevel : Parameter<std::int32_t> {
-  static constexpr Words words{"logLevel", "the engine's log level, by the engine's numbers"};
+  static constexpr Words words{"logLevel", "how much the engine logs, by the engine's numbers"};
 };
 struct ConsoleEnable : Parameter<bool> {
   static constexpr Words words{"consoleEnable", "whether the engine logs to the console too"};
@@ -49,8 +49,8 @@ struct LogDirPath : NonEmptyText {
   static constexpr Words words{"logDirPath", "the folder of the engine's log files"};
 };
 struct ShowType : Parameter<std::int32_t> {
-  static constexpr Words words{"showType",
-                               "what the panel shows, by the engine's numbers; 0 nothing"};
+  static constexpr Words words{
+      "showType", "what the panel shows, by the engine's numbers; 0 hides it", {}, "1"};
 };
 struct Top : Parameter<float> {
   static constexpr Words words{"top", "distance from the view's upper edge", "points"};
@@ -76,7 +76,8 @@ struct JsRecvcbName : NonEmptyText {
       "jsRecvcbName", "the page function that receives it", {}, R"("onNativeEvent")"};
 };
 struct Callbacks : Parameter<const boost::json::array*> {
-  static constexpr Words words{"callbacks", "all events that the page wants from now on"};
+  static constexpr Words words{
+      "callbacks", "the events that the page wants from now on, each with its function"};
   static std::optional<Value> read(const boost::json::object* params) {
     const auto* callbacks = vemo_safeNSArrayForKey(params, words.name);
     return callbacks ? std::optional(callbacks) : std::nullopt;
@@ -85,20 +86,24 @@ struct Callbacks : Parameter<const boost::json::array*> {
 };
 struct ReportFunc : Parameter<std::string_view> {
   static constexpr Words words{
-      "reportfunc", "the page function that receives event reports", {}, R"("onNativeReport")"};
+      "reportfunc", "the page function that receives the reports", {}, R"("onNativeReport")"};
 };
 
 // ---- Room
 
 struct AppScene : Parameter<std::int64_t> {
-  static constexpr Words words{"appScene", "the scene of the room, by the engine's numbers"};
+  static constexpr Words words{
+      "appScene", "the scene of the room, by the engine's numbers", {}, "0"};
   static constexpr std::string_view missing = "no appScene param";
 };
 struct AutoRecvAudio : Parameter<bool> {
-  static constexpr Words words{"autoRecvAudio", "whether others are heard without being asked for"};
+  static constexpr Words words{"autoRecvAudio",
+                               "whether the other users are heard without a further command"};
 };
 struct AutoRecvVideo : Parameter<bool> {
-  static constexpr Words words{"autoRecvVideo", "whether others are seen without being asked for"};
+  static constexpr Words words{
+      "autoRecvVideo",
+      "whether the pictures of the other users are received without a further command"};
 };
 struct EnterParams : RecordParameter<KOBUParams> {
   static constexpr std::string_view missing = "params can't parse KOBUParams";
@@ -133,7 +138,7 @@ struct EncoderMirror : Parameter<bool> {
 };
 struct SensorMode : Parameter<std::int32_t> {
   static constexpr Words words{"sensorMode",
-                               "how the picture follows the device, by the engine's numbers"};
+                               "how the picture turns with the device, by the engine's numbers"};
 };
 struct ImgUrl : Parameter<std::string_view> {
   static constexpr Words words{
@@ -150,29 +155,29 @@ struct AudioQuality : Ranged<1, 3, 2> {
   static constexpr Words words{"quality", "1 speech, 2 default, 3 music"};
 };
 struct VolumeInterval : Parameter<std::int32_t> {
-  static constexpr Words words{"interval", "time between two volume events; 0 turns them off",
-                               "ms"};
+  static constexpr Words words{"interval", "time between two volume events; 0 turns them off", "ms",
+                               "300"};
 };
 struct AudioRoute : Parameter<std::int32_t> {
-  static constexpr Words words{"route", "where sound is played, by the engine's numbers"};
+  static constexpr Words words{"route", "where sound is played, by the engine's numbers", {}, "1"};
 };
 struct CaptureVolume : Parameter<std::int32_t> {
-  static constexpr Words words{"captureVolume", "of the microphone, 0 to 100"};
+  static constexpr Words words{"captureVolume", "volume of the microphone, 0 to 100"};
 };
 struct PlayoutVolume : Parameter<std::int32_t> {
-  static constexpr Words words{"playoutVolume", "of all that is played, 0 to 100"};
+  static constexpr Words words{"playoutVolume", "volume of all that is played here, 0 to 100"};
 };
 struct Capture : Parameter<bool> {
-  static constexpr Words words{"capture", "whether the microphone's volume is asked for"};
+  static constexpr Words words{"capture", "whether to tell the microphone's volume"};
 };
 struct Playout : Parameter<bool> {
-  static constexpr Words words{"playout", "whether the volume of all that is played is asked for"};
+  static constexpr Words words{"playout", "whether to tell the volume of all that is played here"};
 };
 
 // ---- Music
 
 struct AudioId : Parameter<std::int32_t> {
-  static constexpr Words words{"audioId", "the music, by a number that the page chooses"};
+  static constexpr Words words{"audioId", "the music, by a number that the page chooses", {}, "1"};
 };
 /// The params as a record that has a path.
 struct Music : RecordParameter<PWAudioMusicParam> {
@@ -189,7 +194,8 @@ struct OnStart : Parameter<bool> {
   static constexpr Words words{"onStart", "whether the start is answered"};
 };
 struct OnProgress : Parameter<bool> {
-  static constexpr Words words{"onProgress", "whether progress is answered, again and again"};
+  static constexpr Words words{"onProgress",
+                               "whether progress is answered, each time the engine reports it"};
 };
 struct OnComplete : Parameter<bool> {
   static constexpr Words words{"onComplete", "whether the end is answered"};
@@ -198,19 +204,21 @@ struct MusicPosition : Parameter<std::int32_t> {
   static constexpr Words words{"position", "where to go on playing", "ms"};
 };
 struct MusicVolume : Parameter<std::int32_t> {
-  static constexpr Words words{"volume", "of all music, not only this one, 0 to 100"};
+  static constexpr Words words{"volume", "volume of all music, not of this one alone, 0 to 100"};
 };
 struct MusicPlayoutVolume : Parameter<std::int32_t> {
-  static constexpr Words words{"playoutVolume", "how loud this music is here, 0 to 100"};
+  static constexpr Words words{"playoutVolume", "volume of this music here, 0 to 100"};
 };
 struct MusicPublishVolume : Parameter<std::int32_t> {
-  static constexpr Words words{"publishVolume", "how loud this music is for the others, 0 to 100"};
+  static constexpr Words words{"publishVolume",
+                               "volume of this music for the other users, 0 to 100"};
 };
 
 // ---- Diagnostics
 
 struct SdkAppId : Parameter<std::uint32_t> {
-  static constexpr Words words{"sdkAppId", "the application", {}, "1400000001"};
+  static constexpr Words words{
+      "sdkAppId", "the application, as the engine knows it", {}, "1400000001"};
 };
 struct UserSig : NonEmptyText {
   static constexpr Words words{"userSig", "the user's signature; a secret", {}, R"("signature")"};
@@ -235,8 +243,9 @@ struct ScreenCaptureMode : Parameter<std::int32_t> {
   }
 };
 struct AppGroup : NonEmptyText {
-  static constexpr Words words{
-      "appGroup", "the group shared with the broadcast extension; the host's own without it"};
+  static constexpr Words words{"appGroup",
+                               "the application group shared with the broadcast extension; without "
+                               "it, the group that the host was set up with"};
 };
 
 }  // namespace vemo::param

@@ -1,7 +1,10 @@
 #include "webview/protocol.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "webview/command_table.h"
 #include "webview/events.h"
@@ -35,6 +38,7 @@ std::string_view nameOf(Guard guard) {
 json::object tell(const ResultField& field) {
   auto told = telling::tell(field.words, field.type);
   if (field.mayBeAbsent) told["mayBeAbsent"] = true;
+  if (!field.record.empty()) told["record"] = field.record;
   if (field.members) told["members"] = field.members();
   return told;
 }
@@ -47,32 +51,57 @@ json::object tell(const ErrorWords& error) {
   return told;
 }
 
+/// The parameters with which something is wrong in the same way.
+struct BadParameters {
+  std::string_view how;
+  std::vector<std::string> names;
+
+  std::string text() const {
+    std::string text;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+      if (i > 0) text += i + 1 == names.size() ? " or " : ", ";
+      text += '"' + names[i] + '"';
+    }
+    return text.append(" is ").append(how);
+  }
+};
+
+/// When parameters fail a command with the error `text`; empty when they don't.
+std::string badParameters(std::string_view text, const json::array& params) {
+  std::vector<BadParameters> all;
+  bool isRecordAlone = true;
+  for (const auto& value : params) {
+    const auto& param = value.get_object();
+    isRecordAlone = isRecordAlone && param.contains("of");
+    const auto* onWrongType = param.if_contains("onWrongType");
+    if (!onWrongType || *onWrongType != json::value(text)) continue;
+    const std::string_view how = !param.contains("onMissing") ? "of another type"
+                                 : param.contains("nonEmpty") ? "missing, empty or of another type"
+                                                              : "missing or of another type";
+    if (all.empty() || all.back().how != how) all.push_back({how, {}});
+    all.back().names.emplace_back(param.at("name").get_string());
+  }
+  std::string when;
+  for (const auto& bad : all) when.append(when.empty() ? "" : "; ").append(bad.text());
+  if (!when.empty() && isRecordAlone) when = "there are no params; " + when;
+  return when;
+}
+
 /// The errors that follow from guard and parameters, then those that the row adds.
 json::array errorsOf(const CommandTable::Row& row, const json::array& params) {
   json::array told;
   if (row.guard != Guard::none) {
     told.push_back(tell(ErrorWords{kNotAvailable, "not initSDK", "there is no engine"}));
   }
-  const auto add = [&](const json::value& text, const std::string& when) {
-    for (auto& known : told) {
-      auto& error = known.get_object();
-      if (error["text"] != text) continue;
-      error["when"] = std::string(error["when"].get_string()) + "; " + when;
-      return;
-    }
-    const std::string_view words(text.get_string().data(), text.get_string().size());
-    told.push_back(tell(ErrorWords{kBadParameter, words, when}));
-  };
+  std::vector<std::string> texts;
   for (const auto& param : params) {
-    const auto& object = param.get_object();
-    const std::string name = "\"" + std::string(object.at("name").get_string()) + "\"";
-    const auto* missing = object.if_contains("onMissing");
-    const auto* wrong = object.if_contains("onWrongType");
-    if (missing) {
-      add(*missing, name + " is missing or of another type");
-    } else if (wrong) {
-      add(*wrong, name + " is of another type");
+    if (const auto* text = param.get_object().if_contains("onWrongType")) {
+      texts.emplace_back(text->get_string());
     }
+  }
+  for (auto text = texts.begin(); text != texts.end(); ++text) {
+    if (std::find(texts.begin(), text, *text) != text) continue;  // told already
+    told.push_back(tell(ErrorWords{kBadParameter, *text, badParameters(*text, params)}));
   }
   for (const auto& error : row.errors.all()) told.push_back(tell(error));
   return told;

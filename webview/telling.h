@@ -69,7 +69,8 @@ void addMembers(boost::json::object& told) {
   }
 }
 
-/// The properties of a record, each with the value that it has when it is not given.
+/// The properties of a record, each with the value that it has when it is not given, if
+/// it has one.
 template <class Record>
 boost::json::array properties() {
   boost::json::array told;
@@ -82,6 +83,7 @@ boost::json::array properties() {
               told.emplace_back(tell({field.name, field.about, field.unit}, typeName<Member>()));
           auto& object = property.get_object();
           const auto* fallback = defaults.if_contains(field.name);
+          if (!fallback) object["mayBeAbsent"] = true;
           if (fallback && !fallback->is_array()) object["default"] = *fallback;
           addMembers<Member>(object);
         };
@@ -135,6 +137,7 @@ void addParameters(boost::json::array& told, std::string_view rowsText) {
   if constexpr (requires { typename P::Properties; }) {
     for (auto& property : properties<typename P::Properties>()) {
       auto& object = property.get_object();
+      object.erase("mayBeAbsent");  // what "required" says of a parameter
       bool required = false;
       if constexpr (requires { P::requiredProperty; }) {
         required = object["name"].get_string() == P::requiredProperty;

@@ -1,6 +1,7 @@
 // The client of the bridge for pages: commands as promises, events by name.
 
 import { findHost, type Host, type HostConnection, type HostState } from './host';
+import type { CommandName, Commands, EventName, Events } from './protocol';
 
 export type Json = null | boolean | number | string | Json[] | JsonObject;
 export interface JsonObject {
@@ -33,39 +34,10 @@ export class BridgeError extends Error {
   }
 }
 
-/** The names of events that a page can register. */
-export const eventNames = [
-  'onError',
-  'onWarning',
-  'onEnterRoom',
-  'onExitRoom',
-  'onSwitchRole',
-  'onRemoteUserEnterRoom',
-  'onRemoteUserLeaveRoom',
-  'onAudioRouteChanged',
-  'onUserAudioAvailable',
-  'onUserVideoAvailable',
-  'onUserSubStreamAvailable',
-  'onNetworkQuality',
-  'onStatistics',
-  'onUserVoiceVolume',
-  'onConnectionLost',
-  'onTryToReconnect',
-  'onConnectionRecovery',
-  'onFirstVideoFrame',
-  'onFirstAudioFrame',
-  'onSendFirstLocalVideoFrame',
-  'onSendFirstLocalAudioFrame',
-  'onCameraDidReady',
-  'onMicDidReady',
-  'onScreenCaptureStarted',
-  'onScreenCapturePaused',
-  'onScreenCaptureResumed',
-  'onScreenCaptureStoped',
-  'onScreenKitEvent',
-] as const;
-export type EventName = (typeof eventNames)[number];
-export type EventHandler = (value: JsonObject) => void;
+export type EventHandler<Name extends EventName> = (value: Events[Name]) => void;
+
+/** The name of a command that is only known when the page runs, so that no types fit it. */
+type NotKnownBefore<Name extends string> = string extends Name ? Name : never;
 
 interface Waiting {
   command: string;
@@ -113,7 +85,7 @@ export class Bridge {
   private current: HostState = 'stopped';
   private lastCall = 0;
   private readonly waitingCalls = new Map<string, Waiting>();
-  private readonly handlers = new Map<string, EventHandler[]>();
+  private readonly handlers = new Map<string, ((value: never) => void)[]>();
 
   /** Throws when the page runs in no application. */
   constructor(private readonly page: Window & typeof globalThis = window) {
@@ -157,6 +129,16 @@ export class Bridge {
   }
 
   /** Sends a command and gives its value; an error record other than 0 is thrown. */
+  call<Name extends CommandName>(
+    command: Name,
+    params?: Commands[Name]['params'],
+    options?: { nativecb?: string },
+  ): Promise<Commands[Name]['result']>;
+  call<Name extends string>(
+    command: NotKnownBefore<Name>,
+    params?: JsonObject,
+    options?: { nativecb?: string },
+  ): Promise<JsonObject>;
   async call(
     command: string,
     params?: JsonObject,
@@ -180,7 +162,7 @@ export class Bridge {
   }
 
   /** Adds a handler for an event; several are called in order. */
-  on(event: EventName, handler: EventHandler): void {
+  on<Name extends EventName>(event: Name, handler: EventHandler<Name>): void {
     this.handlers.set(event, [...(this.handlers.get(event) ?? []), handler]);
   }
 
@@ -224,7 +206,7 @@ export class Bridge {
 
   private happened(envelope: EventEnvelope): void {
     const handlers = this.handlers.get(envelope.head.action) ?? [];
-    for (const handler of handlers) handler(envelope.retval ?? {});
+    for (const handler of handlers) handler((envelope.retval ?? {}) as never);
   }
 
   private stopWaiting(): void {

@@ -1,0 +1,1170 @@
+// Made by scripts/make-reference.mjs from the router's tables: don't edit it.
+
+export type KOBUSpeedTestResult = {
+  /** The address of the server. */
+  ip?: string;
+  /** 0 unknown, 1 excellent to 6 unusable. */
+  quality: number;
+  /** Packets lost on the way to the server, 0 to 1. */
+  upLostRate: number;
+  /** Packets lost on the way from the server, 0 to 1. */
+  downLostRate: number;
+  /** How long the way to the server and back takes (ms). */
+  rtt: number;
+};
+
+export type KOBUQualityInfo = {
+  /** The user. */
+  userId?: string;
+  /** 0 unknown, 1 excellent to 6 unusable. */
+  quality: number;
+};
+
+export type KOBULocalStatistics = {
+  /** Width of the picture (pixels). */
+  width: number;
+  /** Height of the picture (pixels). */
+  height: number;
+  /** How many pictures come (frames/s). */
+  frameRate: number;
+  /** Bit rate of the picture (kbit/s). */
+  videoBitrate: number;
+  /** Sampling rate of the sound (Hz). */
+  audioSampleRate: number;
+  /** Bit rate of the sound (kbit/s). */
+  audioBitrate: number;
+  /** 0 the camera, 1 its small picture, 2 the screen. */
+  streamType: number;
+};
+
+export type KOBURemoteStatistics = {
+  /** Who sends the stream. */
+  userId?: string;
+  /** Packets of this stream that are lost (percent). */
+  packetLoss: number;
+  /** Width of the picture (pixels). */
+  width: number;
+  /** Height of the picture (pixels). */
+  height: number;
+  /** How many pictures come (frames/s). */
+  frameRate: number;
+  /** Bit rate of the picture (kbit/s). */
+  videoBitrate: number;
+  /** Sampling rate of the sound (Hz). */
+  audioSampleRate: number;
+  /** Bit rate of the sound (kbit/s). */
+  audioBitrate: number;
+  /** How long what arrives is held back before it is played (ms). */
+  jitterBufferDelay: number;
+  /** 0 the camera, 1 its small picture, 2 the screen. */
+  streamType: number;
+};
+
+export type KOBUStatistics = {
+  /** Processor load of the application (percent). */
+  appCpu: number;
+  /** Processor load of the whole device (percent). */
+  systemCpu: number;
+  /** How long the way to the server and back takes (ms). */
+  rtt: number;
+  /** Packets lost on the way to the server (percent). */
+  upLoss: number;
+  /** Packets lost on the way from the server (percent). */
+  downLoss: number;
+  /** Sent since the room was entered (bytes). */
+  sentBytes: number;
+  /** Received since the room was entered (bytes). */
+  receivedBytes: number;
+  /** Each stream that the own user sends. */
+  localStatistics: KOBULocalStatistics[];
+  /** Each stream that is received. */
+  remoteStatistics: KOBURemoteStatistics[];
+};
+
+export type KOBUVolumeInfo = {
+  /** The user. */
+  userId?: string;
+  /** How loud the user is, 0 to 100. */
+  volume: number;
+};
+
+/** The commands that a page can send. */
+export interface Commands {
+  /**
+   * Names the page functions that receive events. Each call replaces all earlier names, one that
+   * fails too. An element without both names is skipped; of several for one event the last
+   * counts.
+   */
+  registCallBacks: {
+    params: {
+      /** The events that the page wants from now on, each with its function. */
+      callbacks: {
+        /** The event. */
+        sdkcbName?: string;
+        /** The page function that receives it. */
+        jsRecvcbName?: string;
+      }[];
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -1;
+  };
+  /**
+   * Makes the engine, which most commands need. Success is answered as an error record with code
+   * 0 whose text is "sdk version : " and the engine's version.
+   */
+  initSDK: {
+    params: Record<string, never>;
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -2;
+  };
+  /**
+   * Sets the engine's own log, before "initSDK" too. What is left out or of another type stays as
+   * it is.
+   */
+  setLogParams: {
+    params: {
+      /** How much the engine logs, by the engine's numbers. */
+      logLevel?: number;
+      /** Whether the engine logs to the console too. */
+      consoleEnable?: boolean;
+      /** Whether the engine compresses its log files. */
+      compressEnable?: boolean;
+      /** The folder of the engine's log files. */
+      logDirPath?: string;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: never;
+  };
+  /** Tells the engine's version. */
+  getSDKVersion: {
+    params: Record<string, never>;
+    result: {
+      /** The engine's version. */
+      version: string;
+    };
+    answered: 'once';
+    errorCode: never;
+  };
+  /** Leaves the room and lets go of the engine; harmless without one. */
+  uninitSDK: {
+    params: Record<string, never>;
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: never;
+  };
+  /**
+   * Enters a room. It is answered with the event "onEnterRoom", always with code 0: a negative
+   * "elapsed" is the code of a failure. An error of entering that the engine reports answers it
+   * too, with the error's code. It stays unanswered when another enter replaces it before the
+   * engine answers, or the engine is released.
+   */
+  enterRoom: {
+    params: {
+      /** The scene of the room, by the engine's numbers. */
+      appScene: number;
+      /** Whether the other users are heard without a further command. Default: true. */
+      autoRecvAudio?: boolean;
+      /**
+       * Whether the pictures of the other users are received without a further command. Default:
+       * true.
+       */
+      autoRecvVideo?: boolean;
+      /** The application, as the engine knows it. Default: 0. Of the record KOBUParams. */
+      sdkAppId?: number;
+      /** The own user. Of the record KOBUParams. */
+      userId?: string;
+      /** The user's signature; a secret. Of the record KOBUParams. */
+      userSig?: string;
+      /** The room. Default: 0. Of the record KOBUParams. */
+      roomId?: number;
+      /**
+       * 20 anchor (sends and receives), 21 audience (receives). Default: 20. Of the record
+       * KOBUParams.
+       */
+      role?: number;
+    };
+    result: {
+      /** The own user; "(null)" without one. */
+      userId: string;
+      /** The time that entering took; negative: the engine's code of a failure (ms). */
+      elapsed: number;
+    };
+    answered: 'later';
+    errorCode: number;
+  };
+  /**
+   * Leaves the room. It is answered with the event "onExitRoom". It stays unanswered when another
+   * exit replaces it, the user was in no room, or the engine is released.
+   */
+  exitRoom: {
+    params: Record<string, never>;
+    result: {
+      /** The own user; "(null)" without one. */
+      userId: string;
+      /** Why: 0 left, 1 removed by the server, 2 the room was dismissed. */
+      reason: number;
+    };
+    answered: 'later';
+    errorCode: -2;
+  };
+  /** Shows the engine's debug panel over the videos. */
+  showBugView: {
+    params: {
+      /** What the panel shows, by the engine's numbers; 0 hides it. */
+      showType: number;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -1 | -2;
+  };
+  /**
+   * Sets the margins of the debug panel in one user's view. Without "userId" nothing happens, and
+   * the answer is a success.
+   */
+  setDebugViewMargin: {
+    params: {
+      /** The user. */
+      userId?: string;
+      /** Distance from the view's upper edge (points). Default: 0. */
+      top?: number;
+      /** Distance from the view's left edge (points). Default: 0. */
+      left?: number;
+      /** Distance from the view's lower edge (points). Default: 0. */
+      bottom?: number;
+      /** Distance from the view's right edge (points). Default: 0. */
+      right?: number;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -2;
+  };
+  /**
+   * Becomes anchor or audience. It is answered at once, and the event "onSwitchRole" tells how
+   * the switch ended. A message with a "nativecb" is answered by that event instead, with the
+   * engine's code and text. It stays unanswered when the message has "nativecb" and the role is
+   * neither 20 nor 21, or another such switch to the same role replaces it.
+   */
+  switchRole: {
+    params: {
+      /** 20 anchor (sends and receives), 21 audience (receives). */
+      role: number;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -1 | -2 | -3;
+  };
+  /** Tells the engine what to give up first on a poor network, and who decides. */
+  setNetworkQosParam: {
+    params: {
+      /**
+       * What is given up first, by the engine's numbers. Default: 0. Of the record
+       * KOBUNetworkQosParam.
+       */
+      preference?: number;
+      /** Who decides, by the engine's numbers. Default: 0. Of the record KOBUNetworkQosParam. */
+      controlMode?: number;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -1 | -2;
+  };
+  /** Sets how the own picture is encoded. */
+  setVideoEncoderParam: {
+    params: {
+      /** Width of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
+      width?: number;
+      /** Height of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
+      height?: number;
+      /** How often a picture is sent (frames/s). Default: 15. Of the record KOBUVideoEncParam. */
+      fps?: number;
+      /** Bit rate to aim at (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
+      bitrate?: number;
+      /** Bit rate not to fall below (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
+      minBitrate?: number;
+      /**
+       * Whether the engine may change the resolution. Default: false. Of the record
+       * KOBUVideoEncParam.
+       */
+      adjustResolution?: boolean;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -1 | -2;
+  };
+  /**
+   * Starts the camera and shows it in the own view. The user is asked for permission first where
+   * that is not settled; where it is denied, an alert leads to the settings. It stays unanswered
+   * when the user never answers, or the engine is released meanwhile.
+   */
+  startLocalPreview: {
+    params: {
+      /** True the front camera, false the back one. Default: true. */
+      frontCamera?: boolean;
+    };
+    result: Record<string, never>;
+    answered: 'later';
+    errorCode: -1 | -2 | -1314;
+  };
+  /** Switches to the front or the back camera. */
+  switchCamera: {
+    params: {
+      /** True the front camera, false the back one. Default: false. */
+      frontCamera?: boolean;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -2;
+  };
+  /**
+   * Sets how the own picture is drawn here, and how it is sent. The render parameters are set
+   * together, with the default for those left out, unless one of them is of another type; each of
+   * the others is set only when given.
+   */
+  setLocalPreviewParams: {
+    params: {
+      /**
+       * How the picture is turned (quarter turns clockwise). Default: 0. Of the record
+       * KOBURenderParams.
+       */
+      rotation?: number;
+      /** 0 fills the view, 1 fits into it. Default: 0. Of the record KOBURenderParams. */
+      fillMode?: number;
+      /** 0 automatic, 1 mirrored, 2 not mirrored. Default: 0. Of the record KOBURenderParams. */
+      mirrorType?: number;
+      /** Another name of "fillMode", which wins. Default: 0. Of the record KOBURenderParams. */
+      mode?: number;
+      /** Another name of "mirrorType", which wins. Default: 0. Of the record KOBURenderParams. */
+      mirror?: number;
+      /** How the sent picture is turned (quarter turns clockwise). */
+      encoderRotation?: number;
+      /** Whether the sent picture is mirrored. */
+      encoderMirror?: boolean;
+      /** How the picture turns with the device, by the engine's numbers. */
+      sensorMode?: number;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -2;
+  };
+  /**
+   * Sends a small picture beside the main one, or ceases to. Without "enable", or with encoder
+   * parameters of another type, nothing happens, and the answer is a success.
+   */
+  enableEncSmallVideoStream: {
+    params: {
+      /** Whether the small picture is sent. */
+      enable?: boolean;
+      /** Width of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
+      width?: number;
+      /** Height of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
+      height?: number;
+      /** How often a picture is sent (frames/s). Default: 15. Of the record KOBUVideoEncParam. */
+      fps?: number;
+      /** Bit rate to aim at (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
+      bitrate?: number;
+      /** Bit rate not to fall below (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
+      minBitrate?: number;
+      /**
+       * Whether the engine may change the resolution. Default: false. Of the record
+       * KOBUVideoEncParam.
+       */
+      adjustResolution?: boolean;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -2;
+  };
+  /** Chooses which of a user's camera pictures is received. */
+  setRemoteVideoStreamType: {
+    params: {
+      /** The user. */
+      userId: string;
+      /** 0 the camera's main picture, 1 its small one. */
+      type: number;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -1 | -2;
+  };
+  /** Stops the camera. */
+  stopLocalPreview: {
+    params: Record<string, never>;
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -2;
+  };
+  /**
+   * Ceases to send the camera, or sends it again. Meanwhile the others get the picture of
+   * "setVideoMuteImage", if there is one.
+   */
+  muteLocalVideo: {
+    params: {
+      /** True mutes, false ends that. */
+      mute: boolean;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -1 | -2;
+  };
+  /**
+   * Starts the microphone. Where its permission is not settled, the user is asked for the camera,
+   * and that answer decides; where it is denied, an alert leads to the settings. It stays
+   * unanswered when the user never answers, or the engine is released meanwhile.
+   */
+  startLocalAudio: {
+    params: {
+      /** 1 speech, 2 default, 3 music. From 1 to 3. Default: 2. */
+      quality?: number;
+    };
+    result: Record<string, never>;
+    answered: 'later';
+    errorCode: -2 | -1317;
+  };
+  /** Stops the microphone. */
+  stopLocalAudio: {
+    params: Record<string, never>;
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -2;
+  };
+  /** Mutes the microphone for the other users, or ends that. */
+  muteLocalAudio: {
+    params: {
+      /** True mutes, false ends that. */
+      mute: boolean;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -1 | -2;
+  };
+  /**
+   * Shows a user's stream in the view that the host has for the user's camera, whatever the
+   * stream type.
+   */
+  startRemoteView: {
+    params: {
+      /** The user. */
+      userId: string;
+      /** 0 the camera, 1 its small picture, 2 the screen. From 0 to 2. Default: 0. */
+      streamType?: number;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -1 | -2;
+  };
+  /**
+   * Sets how a user's stream is drawn. Without "userId" nothing happens, and the answer is a
+   * success.
+   */
+  setRemotePreviewParams: {
+    params: {
+      /** The user. */
+      userId?: string;
+      /** 0 the camera, 1 its small picture, 2 the screen. From 0 to 2. Default: 0. */
+      streamType?: number;
+      /**
+       * How the picture is turned (quarter turns clockwise). Default: 0. Of the record
+       * KOBURenderParams.
+       */
+      rotation?: number;
+      /** 0 fills the view, 1 fits into it. Default: 0. Of the record KOBURenderParams. */
+      fillMode?: number;
+      /** 0 automatic, 1 mirrored, 2 not mirrored. Default: 0. Of the record KOBURenderParams. */
+      mirrorType?: number;
+      /** Another name of "fillMode", which wins. Default: 0. Of the record KOBURenderParams. */
+      mode?: number;
+      /** Another name of "mirrorType", which wins. Default: 0. Of the record KOBURenderParams. */
+      mirror?: number;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -1 | -2;
+  };
+  /** Ceases to show a user's stream. */
+  stopRemoteView: {
+    params: {
+      /** The user. */
+      userId: string;
+      /** 0 the camera, 1 its small picture, 2 the screen. From 0 to 2. Default: 0. */
+      streamType?: number;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -1 | -2;
+  };
+  /** Ceases to show any other user. */
+  stopAllRemoteView: {
+    params: Record<string, never>;
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -2;
+  };
+  /** Ceases to receive a user's picture, or receives it again. */
+  muteRemoteVideoStream: {
+    params: {
+      /** The user. */
+      userId: string;
+      /** True mutes, false ends that. */
+      mute: boolean;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -1 | -2;
+  };
+  /** Ceases to receive the pictures of all users, or receives them again. */
+  muteAllRemoteVideoStreams: {
+    params: {
+      /** True mutes, false ends that. */
+      mute: boolean;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -1 | -2;
+  };
+  /** Mutes one user here, or ends that. */
+  muteRemoteAudio: {
+    params: {
+      /** The user. */
+      userId: string;
+      /** True mutes, false ends that. */
+      mute: boolean;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -1 | -2;
+  };
+  /** Mutes all other users here, or ends that. */
+  muteAllRemoteAudio: {
+    params: {
+      /** True mutes, false ends that. */
+      mute: boolean;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -1 | -2;
+  };
+  /** Sets how loud a user is played here. */
+  setRemoteAudioVolume: {
+    params: {
+      /** The user. */
+      userId: string;
+      /** How loud the user is played, 0 to 100. */
+      volume: number;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -1 | -2;
+  };
+  /** Shows the screen that a user shares. */
+  startRemoteSubStreamView: {
+    params: {
+      /** The user. */
+      userId: string;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -1 | -2;
+  };
+  /** Ceases to show the screen that a user shares. */
+  stopRemoteSubStreamView: {
+    params: {
+      /** The user. */
+      userId: string;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -1 | -2;
+  };
+  /**
+   * Sets how a user's screen is drawn. Render parameters of another type are ignored, and the
+   * answer is a success.
+   */
+  setRemoteSubStreamPreviewParams: {
+    params: {
+      /** The user. */
+      userId: string;
+      /**
+       * How the picture is turned (quarter turns clockwise). Default: 0. Of the record
+       * KOBURenderParams.
+       */
+      rotation?: number;
+      /** 0 fills the view, 1 fits into it. Default: 0. Of the record KOBURenderParams. */
+      fillMode?: number;
+      /** 0 automatic, 1 mirrored, 2 not mirrored. Default: 0. Of the record KOBURenderParams. */
+      mirrorType?: number;
+      /** Another name of "fillMode", which wins. Default: 0. Of the record KOBURenderParams. */
+      mode?: number;
+      /** Another name of "mirrorType", which wins. Default: 0. Of the record KOBURenderParams. */
+      mirror?: number;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -1 | -2;
+  };
+  /**
+   * Plays music. The same message is answered at the start, at each progress and at the end, as
+   * its flags ask for; "state" tells which it is. It stays unanswered when none of the three
+   * flags is set.
+   */
+  playMusic: {
+    params: {
+      /** The music, by a number that the page chooses. */
+      audioId: number;
+      /** The music; "audioId" replaces it. Default: 0. Of the record PWAudioMusicParam. */
+      ID?: number;
+      /** File path or address. Of the record PWAudioMusicParam. */
+      path: string;
+      /** Repetitions after the first time. Default: 0. Of the record PWAudioMusicParam. */
+      loopCount?: number;
+      /** Whether the other users hear it. Default: false. Of the record PWAudioMusicParam. */
+      publish?: boolean;
+      /** Where in the music to begin (ms). Default: 0. Of the record PWAudioMusicParam. */
+      startTimeMs?: number;
+      /**
+       * Where in the music to end; -1: at its end (ms). Default: -1. Of the record
+       * PWAudioMusicParam.
+       */
+      endTimeMs?: number;
+      /** Whether the start is answered. Default: false. */
+      onStart?: boolean;
+      /** Whether progress is answered, each time the engine reports it. Default: false. */
+      onProgress?: boolean;
+      /** Whether the end is answered. Default: false. */
+      onComplete?: boolean;
+    };
+    result: {
+      /** The music. */
+      audioId: number;
+      /** Which answer it is: "onStart", "onProgress" or "onComplete". */
+      state: string;
+      /** The engine's code, 0 for success; at start and end. */
+      errCode?: number;
+      /** How far the music has come; in progress (ms). */
+      progressMs?: number;
+      /** How long the music is; in progress (ms). */
+      durationMs?: number;
+    };
+    answered: 'many';
+    errorCode: number;
+  };
+  /**
+   * Moves to a position in music and sets volumes. What is left out stays as it is. Without
+   * "audioId" only the volume of all music is set.
+   */
+  setMusicInfo: {
+    params: {
+      /** The music, by a number that the page chooses. */
+      audioId?: number;
+      /** Where to go on playing (ms). */
+      position?: number;
+      /** Volume of all music, not of this one alone, 0 to 100. */
+      volume?: number;
+      /** Volume of this music here, 0 to 100. */
+      playoutVolume?: number;
+      /** Volume of this music for the other users, 0 to 100. */
+      publishVolume?: number;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -1 | -2;
+  };
+  /** Stops music. */
+  stopMusic: {
+    params: {
+      /** The music, by a number that the page chooses. */
+      audioId: number;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -1 | -2;
+  };
+  /** Pauses music. */
+  pauseMusic: {
+    params: {
+      /** The music, by a number that the page chooses. */
+      audioId: number;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -1 | -2;
+  };
+  /** Plays paused music on. */
+  resumeMusic: {
+    params: {
+      /** The music, by a number that the page chooses. */
+      audioId: number;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -1 | -2;
+  };
+  /**
+   * Measures the network to each of the engine's servers. The message is answered for each
+   * server, always with code 0; the text is "ing", and "done" for the last one. It stays
+   * unanswered when the test is stopped, or the engine is released meanwhile.
+   */
+  startSpeedTest: {
+    params: {
+      /** The application, as the engine knows it. */
+      sdkAppId: number;
+      /** The user. */
+      userId: string;
+      /** The user's signature; a secret. */
+      userSig: string;
+    };
+    result: {
+      /** How many servers there are. */
+      totalCount: number;
+      /** How many are measured. */
+      completedCount: number;
+      /** What was found of the server measured last. */
+      result?: KOBUSpeedTestResult;
+    };
+    answered: 'many';
+    errorCode: -1 | -2;
+  };
+  /** Ends a running speed test. */
+  stopSpeedTest: {
+    params: Record<string, never>;
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -2;
+  };
+  /** Sets how often the event "onUserVoiceVolume" comes. Each enter sets it to 500 ms. */
+  enableAudioVolumeEvaluation: {
+    params: {
+      /** Time between two volume events; 0 turns them off (ms). */
+      interval: number;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -1 | -2;
+  };
+  /**
+   * Downloads the picture that the others get while the camera is muted. A file that is no
+   * picture takes an earlier picture away, and the answer is a success.
+   */
+  setVideoMuteImage: {
+    params: {
+      /** An absolute URL of the picture. */
+      imgUrl: string;
+      /** How often the picture is sent (frames/s). From 5 to 10. Default: 5. */
+      fps?: number;
+    };
+    result: Record<string, never>;
+    answered: 'later';
+    errorCode: number;
+  };
+  /**
+   * Tells which streams flow, by the statistics that came last, and forgets these. When none have
+   * come since the last time, the text "[]" stands in place of the list.
+   */
+  getKOBUStats: {
+    params: Record<string, never>;
+    result: {
+      /** The streams; or the text "[]". */
+      RtcInfos: {
+        /** Who sends the stream. */
+        UserId: string;
+        /** Of the picture, such as 640x360; 0x0 without one. */
+        Resolution: string;
+        /** Which stream: "main", "main_small", "sub", "audio" or "unknown". */
+        StreamType: string;
+      }[];
+    };
+    answered: 'once';
+    errorCode: never;
+  };
+  /**
+   * Names the page function that is told when the camera and the microphone go on and off.
+   * Without a name, no function is told.
+   */
+  registReport: {
+    params: {
+      /** The page function that receives the reports. */
+      reportfunc?: string;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: never;
+  };
+  /** Chooses where sound is played, such as the loudspeaker or the earpiece. */
+  setAudioRoute: {
+    params: {
+      /** Where sound is played, by the engine's numbers. */
+      route: number;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -1 | -2;
+  };
+  /** Sets the volume of the microphone, of all that is played here, or of both. */
+  setAudioVolume: {
+    params: {
+      /** Volume of the microphone, 0 to 100. */
+      captureVolume?: number;
+      /** Volume of all that is played here, 0 to 100. */
+      playoutVolume?: number;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -1 | -2;
+  };
+  /** Tells the volume of the microphone, of all that is played here, or of both. */
+  getAudioVolume: {
+    params: {
+      /** Whether to tell the microphone's volume. Default: false. */
+      capture?: boolean;
+      /** Whether to tell the volume of all that is played here. Default: false. */
+      playout?: boolean;
+    };
+    result: {
+      /** Volume of the microphone, if asked for. */
+      captureVolume?: number;
+      /** Volume of all that is played here, if asked for. */
+      playoutVolume?: number;
+    };
+    answered: 'once';
+    errorCode: -1 | -2;
+  };
+  /**
+   * Hands the engine a call for which there is no command. What the engine makes of it is not
+   * answered.
+   */
+  callExperimentalAPI: {
+    params: {
+      /** A JSON text for the engine; it may be empty. */
+      APIParams: string;
+    };
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: -1 | -2;
+  };
+  /** Tells what this system can capture. */
+  isSupportScreenCapture: {
+    params: Record<string, never>;
+    result: {
+      /**
+       * What can be captured: 0 nothing, 1 the application's own screen, 2 the whole device, 3
+       * both.
+       */
+      mode: number;
+    };
+    answered: 'once';
+    errorCode: never;
+  };
+  /**
+   * Starts the screen-broadcast extension. It is answered when the extension has started. On
+   * systems before 12.0 nothing is started, and the answer is a success at once. It stays
+   * unanswered when the extension does not start, or another launch replaces it.
+   */
+  launchScreenKit: {
+    params: Record<string, never>;
+    result: Record<string, never>;
+    answered: 'later';
+    errorCode: -1;
+  };
+  /**
+   * Starts to share the screen. It is answered with the event "onScreenCaptureStarted", if the
+   * engine sends that on the main thread; rely on the event. It stays unanswered when the engine
+   * sends the event on a thread of its own, another start replaces it, or the capture does not
+   * start.
+   */
+  startScreenCapture: {
+    params: {
+      /** 1 the application's own screen, 2 the whole device. */
+      screenCaptureMode: number;
+      /** Width of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
+      width?: number;
+      /** Height of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
+      height?: number;
+      /** How often a picture is sent (frames/s). Default: 15. Of the record KOBUVideoEncParam. */
+      fps?: number;
+      /** Bit rate to aim at (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
+      bitrate?: number;
+      /** Bit rate not to fall below (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
+      minBitrate?: number;
+      /**
+       * Whether the engine may change the resolution. Default: false. Of the record
+       * KOBUVideoEncParam.
+       */
+      adjustResolution?: boolean;
+      /**
+       * The application group shared with the broadcast extension; without it, the group that the
+       * host was set up with.
+       */
+      appGroup?: string;
+    };
+    result: {
+      /** The own user; "(null)" without one. */
+      userId: string;
+      /** Always 0. */
+      reason: number;
+    };
+    answered: 'later';
+    errorCode: -1 | -2;
+  };
+  /** Pauses screen capture. The answer is an error record with the engine's result, 0 for success. */
+  pauseScreenCapture: {
+    params: Record<string, never>;
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: number;
+  };
+  /**
+   * Goes on with screen capture. The answer is an error record with the engine's result, 0 for
+   * success.
+   */
+  resumeScreenCapture: {
+    params: Record<string, never>;
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: number;
+  };
+  /** Ends screen capture. The answer is an error record with the engine's result, 0 for success. */
+  stopScreenCapture: {
+    params: Record<string, never>;
+    result: Record<string, never>;
+    answered: 'once';
+    errorCode: number;
+  };
+}
+export type CommandName = keyof Commands;
+
+/** The events that a page can register for, each with its payload. */
+export interface Events {
+  /**
+   * The engine reports an error. One that ends an enter also answers "enterRoom", and the room is
+   * left.
+   */
+  onError: {
+    /** The own user, without line breaks; "(null)" outside a room. */
+    userId: string;
+    /** The engine's code; 0 is success. */
+    errCode: number;
+    /** The engine's text, without line breaks; "(null)" without one. */
+    errMsg: string;
+    /** What the engine adds, as it gives it; empty when it adds nothing. */
+    extInfo: Record<string, unknown>;
+  };
+  /** The engine reports trouble that does not stop it. */
+  onWarning: {
+    /** The own user, without line breaks; "(null)" outside a room. */
+    userId: string;
+    /** The engine's code, as an unsigned 32-bit number. */
+    warningCode: number;
+    /** The engine's text, without line breaks; "(null)" without one. */
+    warningMsg: string;
+    /** What the engine adds, as it gives it; empty when it adds nothing. */
+    extInfo: Record<string, unknown>;
+  };
+  /** Entering a room has ended, well or not. Answers "enterRoom". */
+  onEnterRoom: {
+    /** The own user, without line breaks; "(null)" outside a room. */
+    userId: string;
+    /** The time that entering took; negative: the engine's code of a failure (ms). */
+    elapsed: number;
+  };
+  /** The own user is out of the room. Answers "exitRoom". */
+  onExitRoom: {
+    /** The own user, without line breaks; "(null)" outside a room. */
+    userId: string;
+    /** Why: 0 left, 1 removed by the server, 2 the room was dismissed. */
+    reason: number;
+  };
+  /** A switch of the own role has ended, well or not. Answers a "switchRole" that has "nativecb". */
+  onSwitchRole: {
+    /** The own user, without line breaks; "(null)" outside a room. */
+    userId: string;
+    /** The scene of the room; 0 outside one. */
+    appScene: number;
+    /** The role until now; 0 outside a room. */
+    fromRole: number;
+    /** The role that was asked for; 0 outside a room. */
+    toRole: number;
+    /** The engine's code; 0 is success. */
+    errCode: number;
+    /** The engine's text, without line breaks; "(null)" without one. */
+    errMsg: string;
+  };
+  /** Another user has come into the room as an anchor, or become one. */
+  onRemoteUserEnterRoom: {
+    /** The own user, without line breaks; "(null)" outside a room. */
+    userId: string;
+    /** The other user. */
+    remoteUserId: string;
+  };
+  /** Another user has left the room, or is an anchor no longer. */
+  onRemoteUserLeaveRoom: {
+    /** The own user, without line breaks; "(null)" outside a room. */
+    userId: string;
+    /** The other user. */
+    remoteUserId: string;
+    /** Why: 0 left, 1 lost its connection, 2 removed by the server, 3 became audience. */
+    reason: number;
+  };
+  /** Sound is played somewhere else now. */
+  onAudioRouteChanged: {
+    /** The own user, without line breaks; "(null)" outside a room. */
+    userId: string;
+    /** Where sound is played now, by the engine's numbers. */
+    route: number;
+    /** Where it was played before, by the same numbers. */
+    fromRoute: number;
+  };
+  /** Another user begins or ceases to send sound. */
+  onUserAudioAvailable: {
+    /** The other user. */
+    availableUserId: string;
+    /** The own user, without line breaks; "(null)" outside a room. */
+    userId: string;
+    /** Whether the user sends it now. */
+    available: boolean;
+  };
+  /** Another user begins or ceases to send the camera. */
+  onUserVideoAvailable: {
+    /** The other user. */
+    availableUserId: string;
+    /** The own user, without line breaks; "(null)" outside a room. */
+    userId: string;
+    /** Whether the user sends it now. */
+    available: boolean;
+  };
+  /** Another user begins or ceases to share the screen. */
+  onUserSubStreamAvailable: {
+    /** The other user. */
+    availableUserId: string;
+    /** The own user, without line breaks; "(null)" outside a room. */
+    userId: string;
+    /** Whether the user sends it now. */
+    available: boolean;
+  };
+  /** How good the network is for each user. It comes again and again. */
+  onNetworkQuality: {
+    /** The own user; empty outside a room. */
+    userId: string;
+    /** The own user's; absent when the engine gives none. */
+    localQuality?: KOBUQualityInfo;
+    /** Each other user's; absent when the engine gives none. */
+    remoteQuality?: KOBUQualityInfo[];
+  };
+  /** What the engine measured of the connection and of each stream. It comes again and again. */
+  onStatistics: {
+    /** What was measured; absent when the engine gives nothing. */
+    statistics?: KOBUStatistics;
+    /** The own user; absent outside a room. */
+    userId?: string;
+  };
+  /**
+   * How loud everyone is, at the interval of "enableAudioVolumeEvaluation". It comes again and
+   * again.
+   */
+  onUserVoiceVolume: {
+    /** How loud all are together, 0 to 100. */
+    totalVolume: number;
+    /** Each user who is heard, the own one included. */
+    userVolumes?: KOBUVolumeInfo[];
+  };
+  /** The connection to the server is lost. */
+  onConnectionLost: {
+    /** The own user, without line breaks; "(null)" outside a room. */
+    userId: string;
+  };
+  /** The engine tries to connect again. */
+  onTryToReconnect: {
+    /** The own user, without line breaks; "(null)" outside a room. */
+    userId: string;
+  };
+  /** The connection to the server is back. */
+  onConnectionRecovery: {
+    /** The own user, without line breaks; "(null)" outside a room. */
+    userId: string;
+  };
+  /** The first picture of a stream is shown. */
+  onFirstVideoFrame: {
+    /** The own user, without line breaks; "(null)" outside a room. */
+    userId: string;
+    /** The other user. */
+    remoteUserId: string;
+    /** 0 the camera, 1 its small picture, 2 the screen. */
+    streamType: number;
+    /** Width of the picture (pixels). */
+    width: number;
+    /** Height of the picture (pixels). */
+    height: number;
+  };
+  /** The first sound of another user is played. */
+  onFirstAudioFrame: {
+    /** The own user, without line breaks; "(null)" outside a room. */
+    userId: string;
+    /** The other user. */
+    remoteUserId: string;
+  };
+  /** The first picture of an own stream is sent. */
+  onSendFirstLocalVideoFrame: {
+    /** The own user, without line breaks; "(null)" outside a room. */
+    userId: string;
+    /** 0 the camera, 1 its small picture, 2 the screen. */
+    streamType: number;
+  };
+  /** The first sound of the microphone is sent. */
+  onSendFirstLocalAudioFrame: {
+    /** The own user, without line breaks; "(null)" outside a room. */
+    userId: string;
+  };
+  /** The camera runs. */
+  onCameraDidReady: {
+    /** The own user, without line breaks; "(null)" outside a room. */
+    userId: string;
+  };
+  /** The microphone runs. */
+  onMicDidReady: {
+    /** The own user, without line breaks; "(null)" outside a room. */
+    userId: string;
+  };
+  /**
+   * Screen capture has started; "reason" is always 0. Answers "startScreenCapture" when the
+   * engine sends it on the main thread.
+   */
+  onScreenCaptureStarted: {
+    /** The own user, without line breaks; "(null)" outside a room. */
+    userId: string;
+    /** Why, by the engine's numbers. */
+    reason: number;
+  };
+  /** Screen capture has paused. */
+  onScreenCapturePaused: {
+    /** The own user, without line breaks; "(null)" outside a room. */
+    userId: string;
+    /** Why, by the engine's numbers. */
+    reason: number;
+  };
+  /** Screen capture goes on after a pause. */
+  onScreenCaptureResumed: {
+    /** The own user, without line breaks; "(null)" outside a room. */
+    userId: string;
+    /** Why, by the engine's numbers. */
+    reason: number;
+  };
+  /** Screen capture has ended. */
+  onScreenCaptureStoped: {
+    /** The own user, without line breaks; "(null)" outside a room. */
+    userId: string;
+    /** Why, by the engine's numbers. */
+    reason: number;
+  };
+  /**
+   * The screen-broadcast extension has started, paused, resumed or finished. That it has started
+   * answers "launchScreenKit".
+   */
+  onScreenKitEvent: {
+    /** The own user, without line breaks; "(null)" outside a room. */
+    userId: string;
+    /** What happened: "started", "paused", "resumed" or "finished". */
+    event: string;
+  };
+}
+export type EventName = keyof Events;

@@ -1,0 +1,239 @@
+// Plays an example of each command and each event, so that the reference shows what really
+// comes back.
+import { spawnSync } from 'node:child_process';
+
+const view = 'view';
+const phone = {
+  device: { views: { 'teacher/0': view, 'student/0': view, 'student/2': view } },
+};
+const engine = { command: 'initSDK' };
+const enter = {
+  appScene: 0,
+  sdkAppId: 1400000001,
+  userId: 'teacher',
+  userSig: 'signature',
+  roomId: 7,
+};
+const room = [
+  engine,
+  { command: 'enterRoom', params: enter },
+  { event: 'onEnterRoom', args: [120] },
+];
+const setUp = { none: [phone], engine: [phone, ...room], room: [phone, ...room] };
+
+const camera = { width: 640, height: 360, fps: 15, bitrate: 600 };
+const screen = { width: 1280, height: 720, fps: 10, bitrate: 1200 };
+const started = 'VEMOScreenKit_Started_Notify';
+
+/**
+ * What an example needs beside the required parameters and the guard: `before` instead of the
+ * usual steps, `params`, and in `after` what makes the engine, the user or a download answer.
+ */
+const commands = {
+  setLogParams: { params: { logLevel: 2, consoleEnable: true } },
+  uninitSDK: { before: [phone, ...room] },
+  enterRoom: {
+    before: [phone, engine],
+    params: enter,
+    after: [{ event: 'onEnterRoom', args: [120] }],
+  },
+  exitRoom: { after: [{ event: 'onExitRoom', args: [0] }] },
+  setDebugViewMargin: { params: { userId: 'student', top: 8, left: 8 } },
+  setNetworkQosParam: { params: { preference: 1, controlMode: 0 } },
+  setVideoEncoderParam: { params: camera },
+  startLocalPreview: { params: { frontCamera: true } },
+  switchCamera: { params: { frontCamera: false } },
+  setLocalPreviewParams: { params: { fillMode: 1, encoderMirror: true } },
+  enableEncSmallVideoStream: { params: { enable: true, width: 160, height: 90, bitrate: 100 } },
+  startLocalAudio: { params: { quality: 1 } },
+  setRemotePreviewParams: { params: { userId: 'student', fillMode: 1 } },
+  setRemoteSubStreamPreviewParams: { params: { userId: 'student', fillMode: 1 } },
+  playMusic: {
+    params: {
+      audioId: 1,
+      path: '/music/song.mp3',
+      publish: true,
+      onStart: true,
+      onProgress: true,
+      onComplete: true,
+    },
+    after: [
+      { music: 1, on: 'start', code: 0 },
+      { music: 1, on: 'progress', progressMs: 1000, durationMs: 180000 },
+      { music: 1, on: 'complete', code: 0 },
+    ],
+  },
+  setMusicInfo: { params: { audioId: 1, position: 30000, playoutVolume: 60 } },
+  startSpeedTest: {
+    after: [1, 2].map((completed) => ({
+      speedTest: {
+        ip: `192.0.2.${completed}`,
+        quality: completed,
+        upLostRate: 0,
+        downLostRate: 0.01,
+        rtt: 30,
+      },
+      completed,
+      total: 2,
+    })),
+  },
+  setVideoMuteImage: { after: [{ downloaded: true }] },
+  getKOBUStats: {
+    before: [
+      phone,
+      ...room,
+      {
+        event: 'onStatistics',
+        args: [
+          {
+            localStatistics: [{ width: 640, height: 360, videoBitrate: 600 }],
+            remoteStatistics: [{ userId: 'student', audioBitrate: 48 }],
+          },
+        ],
+      },
+    ],
+  },
+  registReport: { params: { reportfunc: 'onNativeReport' } },
+  setAudioVolume: { params: { captureVolume: 80, playoutVolume: 60 } },
+  getAudioVolume: { params: { capture: true, playout: true } },
+  launchScreenKit: { after: [{ notify: started }] },
+  startScreenCapture: {
+    params: { screenCaptureMode: 1, ...screen },
+    after: [{ event: 'onScreenCaptureStarted', args: [], thread: 'main' }],
+  },
+};
+
+/** What happens for an event, where it is not the engine giving the payload's fields in order. */
+const events = {
+  onError: [-3301, 'the network does not answer', {}],
+  onWarning: [1103, 'the camera is slow', {}],
+  onEnterRoom: [120],
+  onExitRoom: [0],
+  onSwitchRole: [0, 'switched'],
+  onRemoteUserLeaveRoom: ['student', 0],
+  onAudioRouteChanged: [1, 0],
+  onUserAudioAvailable: ['student', true],
+  onUserVideoAvailable: ['student', true],
+  onUserSubStreamAvailable: ['student', true],
+  onNetworkQuality: [{ quality: 1 }, [{ userId: 'student', quality: 2 }]],
+  onStatistics: [
+    {
+      appCpu: 5,
+      systemCpu: 20,
+      rtt: 30,
+      sentBytes: 120000,
+      receivedBytes: 96000,
+      localStatistics: [
+        { ...camera, fps: undefined, bitrate: undefined, frameRate: 15, videoBitrate: 600 },
+      ],
+      remoteStatistics: [
+        { userId: 'student', packetLoss: 1, audioSampleRate: 48000, audioBitrate: 48 },
+      ],
+    },
+  ],
+  onUserVoiceVolume: [[{ volume: 40 }, { userId: 'student', volume: 25 }], 60],
+  onFirstVideoFrame: ['student', 0, 640, 360],
+  onScreenCaptureStarted: [],
+};
+
+const pageFunction = 'onNativeEvent';
+
+/**
+ * Gives for each command its message and the page's answers, and for each event the script
+ * that the page gets, each as text; and names those for which nothing came back.
+ */
+export function playExamples(protocol, replayProgram) {
+  const troubles = [];
+  const play = (name, steps) => {
+    const input = steps.map((step) => JSON.stringify(step)).join('\n');
+    const run = spawnSync(replayProgram, ['-'], { input, encoding: 'utf8' });
+    if (run.status !== 0) {
+      troubles.push(`${name}: its example can't be played: ${run.error ?? run.stderr.trim()}`);
+      return [];
+    }
+    return run.stdout
+      .split('\n')
+      .filter(Boolean)
+      .map((line) => JSON.parse(line));
+  };
+  return {
+    commands: new Map(
+      protocol.commands.map((command) => {
+        const example = commandExample(command, play);
+        if (example.answers.length === 0)
+          troubles.push(`${command.name}: its example has no answer`);
+        return [command.name, example];
+      }),
+    ),
+    events: new Map(
+      protocol.events.map((event) => {
+        const script = eventExample(event, play);
+        if (!script) troubles.push(`${event.name}: its example does not reach the page`);
+        return [event.name, script];
+      }),
+    ),
+    troubles,
+  };
+}
+
+function commandExample(command, play) {
+  const { before, params, after } = commands[command.name] ?? {};
+  const given = params ?? requiredParams(command);
+  const message = {
+    head: { module: 'kobu', action: command.name },
+    ...(Object.keys(given).length > 0 ? { params: given } : {}),
+    cbid: '7',
+  };
+  const steps = [
+    ...(before ?? setUp[command.guard]),
+    { message: JSON.stringify(message), as: 'example' },
+    ...(after ?? []),
+  ];
+  const answers = play(command.name, steps)
+    .filter(({ effect, item }) => effect === 'reply' && item === 'example')
+    .map(({ error, retval }) => ({
+      head: { ...message.head, cbid: message.cbid },
+      ...(error ? { error: { ...error, errmsg: error.errmsg ?? '' } } : {}),
+      ...(retval ? { retval } : {}),
+    }));
+  return { message, answers };
+}
+
+/** The example of each required parameter. */
+function requiredParams(command) {
+  return Object.fromEntries(
+    command.params
+      .filter(({ required, example }) => required || example !== undefined)
+      .map((param) => [param.name, exampleOf(param)]),
+  );
+}
+
+function exampleOf(field) {
+  if (field.example !== undefined) return field.example;
+  if (field.type === 'list' && field.members) {
+    return [Object.fromEntries(field.members.map((member) => [member.name, exampleOf(member)]))];
+  }
+  return { boolean: true, integer: 1, number: 1, text: 'text', list: [], object: {} }[field.type];
+}
+
+function eventExample(event, play) {
+  const happens =
+    event.name === 'onScreenKitEvent'
+      ? { notify: started }
+      : {
+          event: event.name,
+          args:
+            events[event.name] ??
+            event.payload.filter(({ name }) => name !== 'userId').map((field) => exampleOf(field)),
+        };
+  const steps = [
+    ...setUp.room,
+    {
+      command: 'registCallBacks',
+      params: { callbacks: [{ sdkcbName: event.name, jsRecvcbName: pageFunction }] },
+    },
+    happens,
+  ];
+  const script = play(event.name, steps).find(({ effect }) => effect === 'script');
+  return script && { function: script.function, argument: script.argument };
+}

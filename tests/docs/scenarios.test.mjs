@@ -1,0 +1,71 @@
+// The reference needs a scenario for each command and event, and names those without one.
+import assert from 'node:assert/strict';
+import { mkdirSync, mkdtempSync, rmSync, writeFileSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { test } from 'node:test';
+
+import { readScenarios } from '../../scripts/reference/scenarios.mjs';
+
+const protocol = {
+  commands: [{ name: 'initSDK' }, { name: 'stopMusic' }],
+  events: [{ name: 'onError' }, { name: 'onScreenKitEvent' }],
+};
+
+function scenariosOf(files) {
+  const root = mkdtempSync(join(tmpdir(), 'scenarios-'));
+  try {
+    for (const [path, steps] of Object.entries(files)) {
+      mkdirSync(join(root, path, '..'), { recursive: true });
+      writeFileSync(
+        join(root, path),
+        `# What holds.\n${steps.map((step) => `${JSON.stringify(step)}\n`).join('')}`,
+      );
+    }
+    return readScenarios(root, protocol);
+  } finally {
+    rmSync(root, { recursive: true });
+  }
+}
+
+test('a step without an expectation holds nothing', () => {
+  const { troubles } = scenariosOf({ 'a/one.jsonl': [{ command: 'initSDK' }] });
+  assert.equal(troubles.length, 4);
+  assert.match(troubles[0], /^initSDK: no scenario/);
+  assert.match(troubles[3], /^onScreenKitEvent: no scenario/);
+});
+
+test('commands, messages, events and the notifications of the extension are held', () => {
+  const { troubles } = scenariosOf({
+    'a/one.jsonl': [
+      { command: 'initSDK', expect: [] },
+      { message: '{"head":{"action":"stopMusic"}}', expect: [] },
+      { message: 'no message', expect: [] },
+      { event: 'onError', args: [1, 'text', {}], expect: [] },
+      { notify: 'name', expect: [{ effect: 'log', record: { actionName: 'onScreenKitEvent' } }] },
+    ],
+  });
+  assert.deepEqual(troubles, []);
+});
+
+test('scenarios of bad input hold nothing', () => {
+  const { troubles } = scenariosOf({
+    'bad_input/initSDK.jsonl': [{ command: 'initSDK', expect: [] }],
+  });
+  assert.match(troubles[0], /^initSDK: no scenario/);
+});
+
+test('those named for it come first, then those of the folder where most are', () => {
+  const step = [{ command: 'initSDK', expect: [] }];
+  const { of } = scenariosOf({
+    'a/another.jsonl': step,
+    'b/others.jsonl': step,
+    'b/second_initSDK.jsonl': step,
+    'b/initSDK_makes_the_engine.jsonl': step,
+  });
+  assert.deepEqual(of('initSDK'), {
+    chosen: ['b/initSDK_makes_the_engine', 'b/second_initSDK', 'b/others', 'a/another'],
+    more: 0,
+    folder: 'b',
+  });
+});
