@@ -87,11 +87,13 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .does("Shows the engine's debug panel over the videos."),
       Row{"setDebugViewMargin", call<&R::setDebugViewMargin>}
           .in("engine_lifecycle")
-          .does("Moves the debug panel of one user's view. Nothing happens without a user."),
+          .does("Moves the debug panel of one user's view. Nothing happens without a user.")
+          .doesNothingWithout("userId"),
       Row{"switchRole", call<&R::switchRole>}.guarded(Guard::room)
           .in("room_control")
           .does("Becomes anchor or audience. A message with \"nativecb\" is answered when the switch has ended, with the engine's code and text; without it at once.")
           .fails({kNotInRoom, "not enter room", "no enter has ended yet"})
+          .fails({0, {}, "the message has \"nativecb\" and the switch fails: the engine's code and text", VEMOModule::KOBU})
           .unanswered("the message has \"nativecb\" and the role is neither 20 nor 21, or another such switch to the same role replaces it"),
       Row{"setNetworkQosParam", engine<&KOBUCloud::setNetworkQosParam, Qos>, "params error"}
           .in("local_video")
@@ -115,7 +117,8 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .does("Sets how the own picture is drawn here and sent. Each parameter counts for itself."),
       Row{"enableEncSmallVideoStream", call<&R::enableEncSmallVideoStream>}
           .in("local_video")
-          .does("Sends a small picture beside the main one, or no longer. Nothing happens without \"enable\"."),
+          .does("Sends a small picture beside the main one, or no longer. Nothing happens without \"enable\".")
+          .doesNothingWithout("enable"),
       Row{"setRemoteVideoStreamType", engine<&KOBUCloud::setRemoteVideoStreamType, UserId, WantedStreamType>, "userId or type param error"}
           .in("remote_media")
           .does("Chooses which of a user's pictures is received."),
@@ -143,7 +146,8 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .fails(noSource).fails(noView),
       Row{"setRemotePreviewParams", call<&R::setRemotePreviewParams>}
           .in("remote_media")
-          .does("Sets how a user's stream is drawn. Nothing happens without a user."),
+          .does("Sets how a user's stream is drawn. Nothing happens without a user.")
+          .doesNothingWithout("userId"),
       Row{"stopRemoteView", engine<&KOBUCloud::stopRemoteView, UserId, StreamType>, "userId param error"}
           .in("remote_media")
           .does("Shows a user's stream no longer."),
@@ -190,7 +194,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"setMusicInfo", call<&R::setMusicInfo>}
           .in("background_music")
           .does("Moves in music and sets its volumes; without \"audioId\", the volume of all music. What is left out stays as it is.")
-          .fails({kBadParameter, "no audioId param", "neither \"audioId\" nor \"volume\" is given"}),
+          .needsOneOf("audioId", "volume", "no audioId param"),
       Row{"stopMusic", engine<&Effects::stopPlayMusic, AudioId>, "no audioId param"}
           .in("background_music")
           .does("Stops music."),
@@ -223,7 +227,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"getKOBUStats", call<&R::getKOBUStats>}.wrapped(Wrapper::bare)
           .in("diagnostics")
           .does("Tells which streams flow, by the latest statistics, and forgets those. The text \"[]\" stands for the list when there are none since the last time.")
-          .gives({{"RtcInfos", "a stream each; or the text \"[]\""}, "list", false, &streamInfo}),
+          .gives({{"RtcInfos", "a stream each; or the text \"[]\""}, "list", false, &streamInfo, "[]"}),
       Row{"registReport", call<&R::registReport>}.wrapped(Wrapper::bare)
           .in("diagnostics")
           .does("Names the page function that is told when camera and microphone go on and off; without a name, none is."),
@@ -233,13 +237,13 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"setAudioVolume", call<&R::setAudioVolume>}
           .in("local_audio")
           .does("Sets the volume of the microphone, of all that is played, or of both.")
-          .fails({kBadParameter, "params error", "neither volume is given"}),
+          .needsOneOf("captureVolume", "playoutVolume", "params error"),
       Row{"getAudioVolume", call<&R::getAudioVolume>}
           .in("local_audio")
           .does("Tells the volume of the microphone, of all that is played, or of both.")
           .gives(orAbsent(integerField("captureVolume", "of the microphone, if asked for")))
           .gives(orAbsent(integerField("playoutVolume", "of all that is played, if asked for")))
-          .fails({kBadParameter, "params error", "neither is asked for"}),
+          .needsOneOf("capture", "playout", "params error"),
       Row{"callExperimentalAPI", engine<&KOBUCloud::callExperimentalAPI, APIParams>, "no APIParams param"}
           .in("diagnostics")
           .does("Hands the engine a call for which there is no command. What it makes of that is not answered."),

@@ -36,6 +36,7 @@ json::object tell(const ResultField& field) {
   auto told = telling::tell(field.words, field.type);
   if (field.mayBeAbsent) told["mayBeAbsent"] = true;
   if (field.members) told["members"] = field.members();
+  if (!field.orText.empty()) told["orText"] = field.orText;
   return told;
 }
 
@@ -45,6 +46,13 @@ json::object tell(const ErrorWords& error) {
   told["text"] = error.text.empty() ? json::value(nullptr) : json::value(error.text);
   told["when"] = error.when;
   return told;
+}
+
+/// What the command fails with when it comes without params; empty when it does not.
+std::string_view textWithoutParams(const CommandTable::Row& row) {
+  if (row.anyOf.count != 0) return row.textWithoutAny;
+  if (!row.nothingWithout.empty()) return {};
+  return row.action.textWithoutParams(row.badParameter);
 }
 
 /// The errors that follow from guard and parameters, then those that the row adds.
@@ -74,6 +82,13 @@ json::array errorsOf(const CommandTable::Row& row, const json::array& params) {
       add(*wrong, name + " is of another type");
     }
   }
+  if (row.anyOf.count != 0) {
+    std::string when;
+    for (const auto name : row.anyOf.all()) {
+      when.append(when.empty() ? "neither \"" : " nor \"").append(name).append("\"");
+    }
+    told.push_back(tell(ErrorWords{kBadParameter, row.textWithoutAny, when + " is given"}));
+  }
   for (const auto& error : row.errors.all()) told.push_back(tell(error));
   return told;
 }
@@ -86,9 +101,12 @@ json::object tell(const CommandTable::Row& row) {
                     {"guard", nameOf(row.guard)},
                     {"answered", nameOf(row.answered)}};
   if (!row.unansweredWhen.empty()) told["unansweredWhen"] = row.unansweredWhen;
-  if (const auto text = row.action.textWithoutParams(row.badParameter); !text.empty()) {
-    told["onNoParams"] = text;
+  if (const auto text = textWithoutParams(row); !text.empty()) told["onNoParams"] = text;
+  if (row.anyOf.count != 0) {
+    const auto names = row.anyOf.all();
+    told["anyOf"] = json::array(names.begin(), names.end());
   }
+  if (!row.nothingWithout.empty()) told["nothingWithout"] = row.nothingWithout;
   json::array result;
   for (const auto& field : row.result.all()) result.push_back(tell(field));
   told["errors"] = errorsOf(row, params);
