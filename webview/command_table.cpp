@@ -87,11 +87,13 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .does("Shows the engine's debug panel over the videos."),
       Row{"setDebugViewMargin", call<&R::setDebugViewMargin>}
           .in("engine_lifecycle")
-          .does("Sets the margins of the debug panel in one user's view. Without \"userId\" nothing happens, and the answer is a success."),
+          .does("Sets the margins of the debug panel in one user's view. Without \"userId\" nothing happens, and the answer is a success.")
+          .doesNothingWithout("userId"),
       Row{"switchRole", call<&R::switchRole>}.guarded(Guard::room)
           .in("room_control")
           .does("Becomes anchor or audience. It is answered at once, and the event \"onSwitchRole\" tells how the switch ended. A message with a \"nativecb\" is answered by that event instead, with the engine's code and text.")
           .fails({kNotInRoom, "not enter room", "no enter has ended yet"})
+          .fails({0, {}, "the message has \"nativecb\" and the switch fails: the engine's code and text", VEMOModule::KOBU})
           .unanswered("the message has \"nativecb\" and the role is neither 20 nor 21, or another such switch to the same role replaces it"),
       Row{"setNetworkQosParam", engine<&KOBUCloud::setNetworkQosParam, Qos>, "params error"}
           .in("local_video")
@@ -115,7 +117,8 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .does("Sets how the own picture is drawn here, and how it is sent. The render parameters are set together, with the default for those left out, unless one of them is of another type; each of the others is set only when given."),
       Row{"enableEncSmallVideoStream", call<&R::enableEncSmallVideoStream>}
           .in("local_video")
-          .does("Sends a small picture beside the main one, or ceases to. Without \"enable\", or with encoder parameters of another type, nothing happens, and the answer is a success."),
+          .does("Sends a small picture beside the main one, or ceases to. Without \"enable\", or with encoder parameters of another type, nothing happens, and the answer is a success.")
+          .doesNothingWithout("enable"),
       Row{"setRemoteVideoStreamType", engine<&KOBUCloud::setRemoteVideoStreamType, UserId, WantedStreamType>, "userId or type param error"}
           .in("remote_media")
           .does("Chooses which of a user's camera pictures is received."),
@@ -143,7 +146,8 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .fails(noSource).fails(noView),
       Row{"setRemotePreviewParams", call<&R::setRemotePreviewParams>}
           .in("remote_media")
-          .does("Sets how a user's stream is drawn. Without \"userId\" nothing happens, and the answer is a success."),
+          .does("Sets how a user's stream is drawn. Without \"userId\" nothing happens, and the answer is a success.")
+          .doesNothingWithout("userId"),
       Row{"stopRemoteView", engine<&KOBUCloud::stopRemoteView, UserId, StreamType>, "userId param error"}
           .in("remote_media")
           .does("Ceases to show a user's stream."),
@@ -183,7 +187,6 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .gives(orAbsent(integerField("errCode", "the engine's code, 0 for success; at start and end")))
           .gives(orAbsent(integerField("progressMs", "how far the music has come; in progress", "ms")))
           .gives(orAbsent(integerField("durationMs", "how long the music is; in progress", "ms")))
-          .fails({kBadParameter, "path param error", "\"path\" is empty"})
           .fails({0, "play onStart error", "the music can't be started: the engine's code", VEMOModule::KOBU})
           .fails({0, "play onComplete error", "the music breaks off: the engine's code", VEMOModule::KOBU})
           .answers(Answered::many)
@@ -191,7 +194,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"setMusicInfo", call<&R::setMusicInfo>}
           .in("background_music")
           .does("Moves to a position in music and sets volumes. What is left out stays as it is. Without \"audioId\" only the volume of all music is set.")
-          .fails({kBadParameter, "no audioId param", "neither \"audioId\" nor \"volume\" is given"}),
+          .needsOneOf("audioId", "volume", "no audioId param"),
       Row{"stopMusic", engine<&Effects::stopPlayMusic, AudioId>, "no audioId param"}
           .in("background_music")
           .does("Stops music."),
@@ -218,14 +221,13 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"setVideoMuteImage", call<&R::setVideoMuteImage>}
           .in("local_video")
           .does("Downloads the picture that the others get while the camera is muted. A file that is no picture takes an earlier picture away, and the answer is a success.")
-          .fails({kBadParameter, "imgUrl params error", "\"imgUrl\" is no URL"})
           .fails({kNotAvailable, "download image is nil", "the downloaded file can't be read", VEMOModule::KOBU})
           .fails({0, {}, "the download fails: the download's code and text", VEMOModule::KOBU})
           .answers(Answered::later),
       Row{"getKOBUStats", call<&R::getKOBUStats>}.wrapped(Wrapper::bare)
           .in("diagnostics")
           .does("Tells which streams flow, by the statistics that came last, and forgets these. When none have come since the last time, the text \"[]\" stands in place of the list.")
-          .gives({{"RtcInfos", "the streams; or the text \"[]\""}, "list", false, &streamInfo}),
+          .gives({{"RtcInfos", "the streams; or the text \"[]\""}, "list", false, &streamInfo, {}, "[]"}),
       Row{"registReport", call<&R::registReport>}.wrapped(Wrapper::bare)
           .in("diagnostics")
           .does("Names the page function that is told when the camera and the microphone go on and off. Without a name, no function is told."),
@@ -235,13 +237,13 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"setAudioVolume", call<&R::setAudioVolume>}
           .in("local_audio")
           .does("Sets the volume of the microphone, of all that is played here, or of both.")
-          .fails({kBadParameter, "params error", "neither \"captureVolume\" nor \"playoutVolume\" is given"}),
+          .needsOneOf("captureVolume", "playoutVolume", "params error"),
       Row{"getAudioVolume", call<&R::getAudioVolume>}
           .in("local_audio")
           .does("Tells the volume of the microphone, of all that is played here, or of both.")
           .gives(orAbsent(integerField("captureVolume", "volume of the microphone, if asked for")))
           .gives(orAbsent(integerField("playoutVolume", "volume of all that is played here, if asked for")))
-          .fails({kBadParameter, "params error", "neither \"capture\" nor \"playout\" is true"}),
+          .needsOneOf("capture", "playout", "params error"),
       Row{"callExperimentalAPI", engine<&KOBUCloud::callExperimentalAPI, APIParams>, "no APIParams param"}
           .in("diagnostics")
           .does("Hands the engine a call for which there is no command. What the engine makes of it is not answered."),
@@ -260,7 +262,6 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .does("Starts to share the screen. It is answered with the event \"onScreenCaptureStarted\", if the engine sends that on the main thread; rely on the event.")
           .gives({{"userId", "the own user; \"(null)\" without one"}, "text"})
           .gives(integerField("reason", "always 0"))
-          .fails({kBadParameter, "screenCaptureMode not found", "\"screenCaptureMode\" is neither 1 nor 2"})
           .fails({kNotAvailable, "not support screencapture", "the system is older than 13.0 for mode 1, than 11.0 for mode 2"})
           .answers(Answered::later)
           .unanswered("the engine sends the event on a thread of its own, another start replaces it, or the capture does not start"),

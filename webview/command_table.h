@@ -42,6 +42,7 @@ struct ResultField {
   bool mayBeAbsent = false;
   boost::json::array (*members)() = nullptr;
   std::string_view record = {};
+  std::string_view orText = {};  // which stands for the value at times
 };
 
 /// A way in which a command fails; an empty text is the engine's, or a device's, own.
@@ -113,6 +114,19 @@ struct CommandTable {
     constexpr Row fails(const ErrorWords& error) const {
       return with([&](Row& row) { row.errors.add(error); });
     }
+    /// Fails with `text` unless one of the two is given; either will do.
+    constexpr Row needsOneOf(std::string_view one, std::string_view other,
+                             std::string_view text) const {
+      return with([&](Row& row) {
+        row.anyOf.add(one);
+        row.anyOf.add(other);
+        row.textWithoutAny = text;
+      });
+    }
+    /// Succeeds without doing anything when this parameter is not given.
+    constexpr Row doesNothingWithout(std::string_view parameter) const {
+      return with([&](Row& row) { row.nothingWithout = parameter; });
+    }
     constexpr Row answers(Answered how) const {
       return with([&](Row& row) { row.answered = how; });
     }
@@ -130,6 +144,8 @@ struct CommandTable {
     Wrapper wrapper = Wrapper::logged;
     Answered answered = Answered::once;
     std::string_view subject, about, unansweredWhen;
+    Few<std::string_view, 2> anyOf;
+    std::string_view textWithoutAny, nothingWithout;
     Few<ResultField, 5> result;
     Few<ErrorWords, 3> errors;
 

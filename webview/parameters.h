@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <boost/json/array.hpp>
 #include <cstdint>
 #include <optional>
@@ -144,6 +146,7 @@ struct ImgUrl : Parameter<std::string_view> {
   static constexpr Words words{
       "imgUrl", "an absolute URL of the picture", {}, R"("https://example.com/away.png")"};
   static constexpr std::string_view missing = "imgUrl params error";
+  static constexpr std::string_view format = "uri";
 };
 struct MuteImageFps : Ranged<5, 10, 5> {
   static constexpr Words words{"fps", "how often the picture is sent", "frames/s"};
@@ -184,6 +187,7 @@ struct Music : RecordParameter<PWAudioMusicParam> {
   static constexpr std::string_view missing = "path param error";
   static constexpr std::string_view requiredProperty = "path";
   static constexpr std::string_view propertyExample = R"("/music/song.mp3")";
+  static constexpr std::string_view ignoredProperty = "ID";  // "audioId" takes its place
   static std::optional<PWAudioMusicParam> read(const boost::json::object* params) {
     auto music = recordFrom<PWAudioMusicParam>(params);
     if (music && (!music->path || music->path->empty())) music.reset();
@@ -236,10 +240,12 @@ struct ScreenCaptureMode : Parameter<std::int32_t> {
   static constexpr Words words{
       "screenCaptureMode", "1 the application's own screen, 2 the whole device", {}, "1"};
   static constexpr std::string_view missing = "screenCaptureMode not found";
+  static constexpr std::array values{inApp, byReplaykit};
   static std::optional<std::int32_t> read(const boost::json::object* params) {
     const auto number = vemo_safeNSNumberForKey(params, words.name);
     const auto mode = number ? number->int32() : 0;
-    return mode == inApp || mode == byReplaykit ? std::optional(mode) : std::nullopt;
+    const bool isKnown = std::find(values.begin(), values.end(), mode) != values.end();
+    return isKnown ? std::optional(mode) : std::nullopt;
   }
 };
 struct AppGroup : NonEmptyText {

@@ -40,6 +40,7 @@ json::object tell(const ResultField& field) {
   if (field.mayBeAbsent) told["mayBeAbsent"] = true;
   if (!field.record.empty()) told["record"] = field.record;
   if (field.members) told["members"] = field.members();
+  if (!field.orText.empty()) told["orText"] = field.orText;
   return told;
 }
 
@@ -76,6 +77,8 @@ std::string badParameters(std::string_view text, const json::array& params) {
     const auto* onWrongType = param.if_contains("onWrongType");
     if (!onWrongType || *onWrongType != json::value(text)) continue;
     const std::string_view how = !param.contains("onMissing") ? "of another type"
+                                 : param.contains("values")   ? "missing or none of its values"
+                                 : param.contains("format")   ? "missing or no absolute URL"
                                  : param.contains("nonEmpty") ? "missing, empty or of another type"
                                                               : "missing or of another type";
     if (all.empty() || all.back().how != how) all.push_back({how, {}});
@@ -85,6 +88,13 @@ std::string badParameters(std::string_view text, const json::array& params) {
   for (const auto& bad : all) when.append(when.empty() ? "" : "; ").append(bad.text());
   if (!when.empty() && isRecordAlone) when = "there are no params; " + when;
   return when;
+}
+
+/// What the command fails with when it comes without params; empty when it does not.
+std::string_view textWithoutParams(const CommandTable::Row& row) {
+  if (row.anyOf.count != 0) return row.textWithoutAny;
+  if (!row.nothingWithout.empty()) return {};
+  return row.action.textWithoutParams(row.badParameter);
 }
 
 /// The errors that follow from guard and parameters, then those that the row adds.
@@ -103,6 +113,13 @@ json::array errorsOf(const CommandTable::Row& row, const json::array& params) {
     if (std::find(texts.begin(), text, *text) != text) continue;  // told already
     told.push_back(tell(ErrorWords{kBadParameter, *text, badParameters(*text, params)}));
   }
+  if (row.anyOf.count != 0) {
+    std::string when;
+    for (const auto name : row.anyOf.all()) {
+      when.append(when.empty() ? "neither \"" : " nor \"").append(name).append("\"");
+    }
+    told.push_back(tell(ErrorWords{kBadParameter, row.textWithoutAny, when + " is given"}));
+  }
   for (const auto& error : row.errors.all()) told.push_back(tell(error));
   return told;
 }
@@ -115,9 +132,12 @@ json::object tell(const CommandTable::Row& row) {
                     {"guard", nameOf(row.guard)},
                     {"answered", nameOf(row.answered)}};
   if (!row.unansweredWhen.empty()) told["unansweredWhen"] = row.unansweredWhen;
-  if (const auto text = row.action.textWithoutParams(row.badParameter); !text.empty()) {
-    told["onNoParams"] = text;
+  if (const auto text = textWithoutParams(row); !text.empty()) told["onNoParams"] = text;
+  if (row.anyOf.count != 0) {
+    const auto names = row.anyOf.all();
+    told["anyOf"] = json::array(names.begin(), names.end());
   }
+  if (!row.nothingWithout.empty()) told["nothingWithout"] = row.nothingWithout;
   json::array result;
   for (const auto& field : row.result.all()) result.push_back(tell(field));
   told["errors"] = errorsOf(row, params);

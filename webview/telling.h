@@ -69,8 +69,26 @@ void addMembers(boost::json::object& told) {
   }
 }
 
+/// The first name in the record's table of what `field` holds: a later one only reads it.
+template <class Record, class OneField>
+std::string_view firstName(const OneField& field) {
+  auto name = field.name;
+  const auto look = [&](const auto& other) {
+    if constexpr (std::same_as<std::remove_cvref_t<decltype(other)>, OneField>) {
+      if (other.member != field.member) return false;
+      name = other.name;
+      return true;
+    } else {
+      return false;
+    }
+  };
+  std::apply([&](const auto&... all) { static_cast<void>((look(all) || ...)); },
+             Fields<Record>::table);
+  return name;
+}
+
 /// The properties of a record, each with the value that it has when it is not given, if
-/// it has one.
+/// it has one, or with the name of the property that it is another name of.
 template <class Record>
 boost::json::array properties() {
   boost::json::array told;
@@ -85,6 +103,10 @@ boost::json::array properties() {
           const auto* fallback = defaults.if_contains(field.name);
           if (!fallback) object["mayBeAbsent"] = true;
           if (fallback && !fallback->is_array()) object["default"] = *fallback;
+          if (const auto first = firstName<Record>(field); first != field.name) {
+            object["sameAs"] = first;
+            object.erase("default");
+          }
           addMembers<Member>(object);
         };
         (one(fields), ...);
@@ -141,7 +163,13 @@ void addParameters(boost::json::array& told, std::string_view rowsText) {
       bool required = false;
       if constexpr (requires { P::requiredProperty; }) {
         required = object["name"].get_string() == P::requiredProperty;
-        if (required) object["example"] = boost::json::parse(P::propertyExample);
+        if (required) {
+          object["example"] = boost::json::parse(P::propertyExample);
+          object["nonEmpty"] = true;
+        }
+      }
+      if constexpr (requires { P::ignoredProperty; }) {
+        if (object["name"].get_string() == P::ignoredProperty) object["ignored"] = true;
       }
       object["required"] = required;
       if (required) object["onMissing"] = text;
@@ -155,6 +183,7 @@ void addParameters(boost::json::array& told, std::string_view rowsText) {
     addFallback<Entry>(object);
     addInstead(object, Entry{});
     if constexpr (requires { P::nonEmpty; }) object["nonEmpty"] = true;
+    if constexpr (requires { P::format; }) object["format"] = P::format;
     if constexpr (requires { P::values; }) {
       boost::json::array values;
       for (const auto value : P::values) values.emplace_back(value);

@@ -202,8 +202,7 @@ void Player::music(const Step& step) {
 }
 
 void Player::speedTest(const Step& step) {
-  const auto result = std::make_shared<const KOBUSpeedTestResult>(
-      values::record<KOBUSpeedTestResult>(step.keys.at(step.verbName), step.verbName));
+  const auto result = step.value<Shared<KOBUSpeedTestResult>>();
   const auto completed = step.required<std::int64_t>("completed");
   const auto total = step.required<std::int64_t>("total");
   const auto& answer = engineClass_.open().speedTest;

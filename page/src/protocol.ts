@@ -254,7 +254,7 @@ export interface Commands {
     };
     result: Record<string, never>;
     answered: 'once';
-    errorCode: -1 | -2 | -3;
+    errorCode: number;
   };
   /** Tells the engine what to give up first on a poor network, and who decides. */
   setNetworkQosParam: {
@@ -334,9 +334,9 @@ export interface Commands {
       fillMode?: number;
       /** 0 automatic, 1 mirrored, 2 not mirrored. Default: 0. Of the record KOBURenderParams. */
       mirrorType?: number;
-      /** Another name of "fillMode", which wins. Default: 0. Of the record KOBURenderParams. */
+      /** Another name of "fillMode", which wins. Of the record KOBURenderParams. */
       mode?: number;
-      /** Another name of "mirrorType", which wins. Default: 0. Of the record KOBURenderParams. */
+      /** Another name of "mirrorType", which wins. Of the record KOBURenderParams. */
       mirror?: number;
       /** How the sent picture is turned (quarter turns clockwise). */
       encoderRotation?: number;
@@ -474,9 +474,9 @@ export interface Commands {
       fillMode?: number;
       /** 0 automatic, 1 mirrored, 2 not mirrored. Default: 0. Of the record KOBURenderParams. */
       mirrorType?: number;
-      /** Another name of "fillMode", which wins. Default: 0. Of the record KOBURenderParams. */
+      /** Another name of "fillMode", which wins. Of the record KOBURenderParams. */
       mode?: number;
-      /** Another name of "mirrorType", which wins. Default: 0. Of the record KOBURenderParams. */
+      /** Another name of "mirrorType", which wins. Of the record KOBURenderParams. */
       mirror?: number;
     };
     result: Record<string, never>;
@@ -595,9 +595,9 @@ export interface Commands {
       fillMode?: number;
       /** 0 automatic, 1 mirrored, 2 not mirrored. Default: 0. Of the record KOBURenderParams. */
       mirrorType?: number;
-      /** Another name of "fillMode", which wins. Default: 0. Of the record KOBURenderParams. */
+      /** Another name of "fillMode", which wins. Of the record KOBURenderParams. */
       mode?: number;
-      /** Another name of "mirrorType", which wins. Default: 0. Of the record KOBURenderParams. */
+      /** Another name of "mirrorType", which wins. Of the record KOBURenderParams. */
       mirror?: number;
     };
     result: Record<string, never>;
@@ -773,7 +773,7 @@ export interface Commands {
         Resolution: string;
         /** Which stream: "main", "main_small", "sub", "audio" or "unknown". */
         StreamType: string;
-      }[];
+      }[] | '[]';
     };
     answered: 'once';
     errorCode: never;

@@ -1,0 +1,204 @@
+#include "ProtocolStage.h"
+
+#include <algorithm>
+#include <boost/json/value.hpp>
+#include <iterator>
+#include <utility>
+
+#include "Scenario.h"
+
+namespace vemo {
+namespace {
+
+// Whom the document's examples name has views, and nobody has asked for a permission yet.
+constexpr std::string_view kUsualPhone = R"({"device":{"camera":0,"microphone":0,
+    "views":{"teacher/0":"own","student/0":"camera","student/2":"screen"}}})";
+
+constexpr std::string_view kInit = R"({"command":"initSDK"})";
+constexpr std::string_view kEnter =
+    R"({"command":"enterRoom","params":{"appScene":1,"userId":"teacher","roomId":7}})";
+constexpr std::string_view kEntered = R"({"event":"onEnterRoom","args":[120],"thread":"main"})";
+constexpr std::string_view kCaptured = R"({"event":"onScreenCaptureStarted","thread":"main"})";
+
+const std::map<std::string_view, Steps>& usualAnswers() {
+  static const std::map<std::string_view, Steps> answers{
+      {"enterRoom", {std::string(kEntered)}},
+      {"exitRoom", {R"({"event":"onExitRoom","args":[0],"thread":"main"})"}},
+      {"switchRole", {R"({"event":"onSwitchRole","args":[0,null],"thread":"main"})"}},
+      {"startScreenCaptureInApp", {std::string(kCaptured)}},
+      {"startScreenCaptureByReplaykit", {std::string(kCaptured)}},
+      {"audioEffect.startPlayMusic",
+       {R"({"music":0,"on":"start","code":0,"thread":"main"})",
+        R"({"music":0,"on":"progress","progressMs":10,"durationMs":20,"thread":"main"})",
+        R"({"music":0,"on":"complete","code":0,"thread":"main"})"}},
+      {"startSpeedTest",
+       {R"({"speedTest":{"ip":"10.0.0.1","quality":1,"upLostRate":0.25,"downLostRate":0.5,"rtt":9},
+            "completed":1,"total":3,"thread":"main"})",
+        R"({"speedTest":null,"completed":2,"total":3,"thread":"main"})",
+        R"({"speedTest":{},"completed":3,"total":3,"thread":"main"})"}},
+      {"requestAccess", {R"({"access":true,"thread":"main"})"}},
+      {"alert", {R"({"press":"不允许"})"}},
+      {"download", {R"({"downloaded":true,"thread":"main"})"}},
+      {"launchExtension", {R"({"notify":"VEMOScreenKit_Started_Notify","thread":"main"})"}},
+  };
+  return answers;
+}
+
+/// What an effect asks for: a call of the engine by its own name, else by the effect's.
+std::string_view askedFor(const replay::Recorder::Effect& effect) {
+  const auto& name = effect.at("effect").get_string();
+  return name == "engine" ? effect.at("call").get_string() : name;
+}
+
+}  // namespace
+
+const World& goodWorld() {
+  static const World world{"all goes well", "{}", {}, {}};
+  return world;
+}
+
+const std::vector<World>& otherWorlds() {
+  static const std::vector<World> worlds{
+      {"the engine is there already",
+       "{}",
+       {std::string(kInit), std::string(eventSamples().at("onStatistics").full)},
+       {}},
+      {"the host gives no views", R"({"views":false})", {}, {}},
+      {"the host has no view", R"({"views":{}})", {}, {}},
+      {"an old system", R"({"os":"10.0.0"})", {}, {}},
+      {"a system that can't start the extension", R"({"os":"11.0.0"})", {}, {}},
+      {"the user refuses", "{}", {}, {{"requestAccess", {R"({"access":false,"thread":"main"})"}}}},
+      {"access is denied", R"({"camera":2,"microphone":2})", {}, {}},
+      {"access is restricted, and the user goes to the settings",
+       R"({"camera":1,"microphone":1})",
+       {},
+       {{"alert", {R"({"press":"前往设置"})"}}}},
+      {"access is denied, and there are no settings",
+       R"({"camera":2,"microphone":2,"canOpenSettings":false})",
+       {},
+       {{"alert", {R"({"press":"前往设置"})"}}}},
+      {"the download fails", R"({"download":{"error":{"code":-1009,"desc":"offline"}}})", {}, {}},
+      {"the download can't be read", R"({"download":{"data":false}})", {}, {}},
+      {"the download is no picture", R"({"download":{"image":false}})", {}, {}},
+      {"the engine fails",
+       R"({"results":{"pauseScreenCapture":-7,"resumeScreenCapture":-8,"stopScreenCapture":-9}})",
+       {},
+       {{"enterRoom", {R"({"event":"onError","args":[-3301,"refused",null],"thread":"main"})"}},
+        {"switchRole", {R"({"event":"onSwitchRole","args":[-4,"refused"],"thread":"main"})"}},
+        {"audioEffect.startPlayMusic",
+         {R"({"music":0,"on":"start","code":-5,"thread":"main"})",
+          R"({"music":0,"on":"complete","code":-6,"thread":"main"})"}}}},
+  };
+  return worlds;
+}
+
+Stage::Stage(const World& world, Prepared prepared) : world_(world) {
+  play(kUsualPhone);
+  play(R"({"device":)" + std::string(world.device) + '}');
+  for (const auto& step : world.before) play(step);
+  if (prepared != Prepared::nothing) play(kInit);
+  if (prepared == Prepared::room) {
+    play(kEnter);
+    play(kEntered);
+  }
+}
+
+Effects Stage::play(std::string_view step) {
+  player_.play(replay::stepFrom(step).value());
+  return player_.takeEffects();
+}
+
+Effects Stage::answer(const Effects& effects) {
+  Effects all;
+  for (const auto& effect : effects) {
+    const auto name = askedFor(effect);
+    const auto& answers = world_.answers.contains(name) ? world_.answers : usualAnswers();
+    const auto steps = answers.find(name);
+    if (steps == answers.end()) continue;
+    for (const auto& line : steps->second) {
+      auto step = replay::stepFrom(line).value();
+      if (auto* music = step.keys.if_contains("music")) {
+        *music = effect.at("args").at(0).at("ID");  // that which is to be played
+      }
+      player_.play(step);
+      auto more = player_.takeEffects();
+      std::ranges::move(more, std::back_inserter(all));
+    }
+  }
+  return all;
+}
+
+const std::map<std::string_view, EventSample>& eventSamples() {
+  // For events without anything that could be absent both samples are the same.
+  const auto same = [](std::string_view step) { return EventSample{step, step}; };
+  static const std::map<std::string_view, EventSample> samples{
+      {"onError",
+       {R"({"event":"onError","args":[-5,"text",{"more":1}],"thread":"main"})",
+        R"({"event":"onError","args":[-5,null,null],"thread":"main"})"}},
+      {"onWarning",
+       {R"({"event":"onWarning","args":[-5,"text",{"more":1}],"thread":"main"})",
+        R"({"event":"onWarning","args":[-5,null,null],"thread":"main"})"}},
+      {"onEnterRoom", same(kEntered)},
+      {"onExitRoom", same(R"({"event":"onExitRoom","args":[1],"thread":"main"})")},
+      {"onSwitchRole",
+       {R"({"event":"onSwitchRole","args":[0,"text"],"thread":"main"})",
+        R"({"event":"onSwitchRole","args":[-5,null],"thread":"main"})"}},
+      {"onRemoteUserEnterRoom",
+       {R"({"event":"onRemoteUserEnterRoom","args":["student"],"thread":"main"})",
+        R"({"event":"onRemoteUserEnterRoom","args":[null],"thread":"main"})"}},
+      {"onRemoteUserLeaveRoom",
+       {R"({"event":"onRemoteUserLeaveRoom","args":["student",1],"thread":"main"})",
+        R"({"event":"onRemoteUserLeaveRoom","args":[null,1],"thread":"main"})"}},
+      {"onAudioRouteChanged",
+       same(R"({"event":"onAudioRouteChanged","args":[1,0],"thread":"main"})")},
+      {"onUserAudioAvailable",
+       {R"({"event":"onUserAudioAvailable","args":["student",true],"thread":"main"})",
+        R"({"event":"onUserAudioAvailable","args":[null,false],"thread":"main"})"}},
+      {"onUserVideoAvailable",
+       {R"({"event":"onUserVideoAvailable","args":["student",true],"thread":"main"})",
+        R"({"event":"onUserVideoAvailable","args":[null,false],"thread":"main"})"}},
+      {"onUserSubStreamAvailable",
+       {R"({"event":"onUserSubStreamAvailable","args":["student",true],"thread":"main"})",
+        R"({"event":"onUserSubStreamAvailable","args":[null,false],"thread":"main"})"}},
+      {"onNetworkQuality",
+       {R"({"event":"onNetworkQuality","args":[{"quality":1},
+           [{"userId":"student","quality":2},{"quality":3}]],"thread":"main"})",
+        R"({"event":"onNetworkQuality","args":[null,null],"thread":"main"})"}},
+      {"onStatistics",
+       {R"({"event":"onStatistics","args":[{"rtt":5,
+           "localStatistics":[{"width":640,"height":360,"videoBitrate":500}],
+           "remoteStatistics":[{"userId":"student","audioBitrate":40},{"audioBitrate":40}]}],
+           "thread":"main"})",
+        R"({"event":"onStatistics","args":[null],"thread":"main"})"}},
+      {"onUserVoiceVolume",
+       {R"({"event":"onUserVoiceVolume","args":[[{"userId":"student","volume":5},{"volume":6}],9],
+           "thread":"main"})",
+        R"({"event":"onUserVoiceVolume","args":[null,0],"thread":"main"})"}},
+      {"onConnectionLost", same(R"({"event":"onConnectionLost","thread":"main"})")},
+      {"onTryToReconnect", same(R"({"event":"onTryToReconnect","thread":"main"})")},
+      {"onConnectionRecovery", same(R"({"event":"onConnectionRecovery","thread":"main"})")},
+      {"onFirstVideoFrame",
+       {R"({"event":"onFirstVideoFrame","args":["student",0,640,360],"thread":"main"})",
+        R"({"event":"onFirstVideoFrame","args":[null,0,640,360],"thread":"main"})"}},
+      {"onFirstAudioFrame",
+       {R"({"event":"onFirstAudioFrame","args":["student"],"thread":"main"})",
+        R"({"event":"onFirstAudioFrame","args":[null],"thread":"main"})"}},
+      {"onSendFirstLocalVideoFrame",
+       same(R"({"event":"onSendFirstLocalVideoFrame","args":[2],"thread":"main"})")},
+      {"onSendFirstLocalAudioFrame",
+       same(R"({"event":"onSendFirstLocalAudioFrame","thread":"main"})")},
+      {"onCameraDidReady", same(R"({"event":"onCameraDidReady","thread":"main"})")},
+      {"onMicDidReady", same(R"({"event":"onMicDidReady","thread":"main"})")},
+      {"onScreenCaptureStarted", same(kCaptured)},
+      {"onScreenCapturePaused",
+       same(R"({"event":"onScreenCapturePaused","args":[1],"thread":"main"})")},
+      {"onScreenCaptureResumed",
+       same(R"({"event":"onScreenCaptureResumed","args":[1],"thread":"main"})")},
+      {"onScreenCaptureStoped",
+       same(R"({"event":"onScreenCaptureStoped","args":[1],"thread":"main"})")},
+      {"onScreenKitEvent", same(R"({"notify":"VEMOScreenKit_Paused_Notify","thread":"main"})")},
+  };
+  return samples;
+}
+
+}  // namespace vemo

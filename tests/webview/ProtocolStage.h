@@ -1,0 +1,58 @@
+#pragma once
+
+#include <boost/json/object.hpp>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Player.h"
+
+// A router on a phone, an engine and a user who answer whatever they are asked for.
+
+namespace vemo {
+
+using Effects = std::vector<replay::Recorder::Effect>;
+using Steps = std::vector<std::string>;
+
+/// How things go for a router: the phone, and what its engine and its user answer.
+struct World {
+  std::string_view name;
+  std::string_view device = "{}";             ///< what is different from the usual phone
+  Steps before;                               ///< what has happened already
+  std::map<std::string_view, Steps> answers;  ///< to what is asked for, by its name
+};
+
+/// The world in which all goes well.
+const World& goodWorld();
+/// The others, each with a trouble of its own, or another thing that can be so.
+const std::vector<World>& otherWorlds();
+
+/// How far the router has come when it is examined.
+enum class Prepared : std::uint8_t { nothing, engine, room };
+
+class Stage {
+ public:
+  Stage(const World& world, Prepared prepared);
+
+  /// What comes of a scenario's step.
+  Effects play(std::string_view step);
+  /// What comes of the answers to all that `effects` ask for.
+  Effects answer(const Effects& effects);
+
+ private:
+  const World& world_;
+  replay::Player player_;
+};
+
+/// An event in two shapes, as steps of a scenario.
+struct EventSample {
+  std::string_view full;   ///< everything is given
+  std::string_view empty;  ///< whatever can be absent is
+};
+
+/// Samples of all events that an engine, or the broadcast extension, can cause, by name.
+const std::map<std::string_view, EventSample>& eventSamples();
+
+}  // namespace vemo
