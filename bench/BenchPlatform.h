@@ -51,7 +51,7 @@ class StagedQueue final : public MainQueue {
     onMain_ = false;
     event();
     onMain_ = true;
-    for (std::size_t i = 0; i < tasks_.size(); ++i) tasks_[i]();
+    for (const auto& task : tasks_) task();
     tasks_.clear();
   }
 

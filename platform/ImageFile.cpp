@@ -84,7 +84,7 @@ constexpr std::uint32_t kTem = 0x01, kSof0 = 0xC0, kHuffman = 0xC4, kExtension =
                         kApplication15 = 0xEF, kComment = 0xFE;
 
 bool isAlone(std::uint32_t code) {  // without a segment
-  return code == kTem || (code >= kRestart0 && code <= kEnd);
+  return code == kTem || (code >= kRestart0 && code <= kRestart7) || code == kStart || code == kEnd;
 }
 bool isFrame(std::uint32_t code) {
   return code >= kSof0 && code <= kSof15 && code != kHuffman && code != kExtension &&

@@ -38,9 +38,9 @@ std::string visibleText(std::string_view text) {
     const auto bytes = std::string_view(valid).substr(i, end - i);
     // Those that must be escaped have three bytes at most.
     std::uint32_t character = static_cast<unsigned char>(bytes[0]);
-    if (bytes.size() == 2) character = (character & 0x1FU) << 6U | (bytes[1] & 0x3FU);
-    if (bytes.size() == 3)
-      character = (character & 0xFU) << 12U | (bytes[1] & 0x3FU) << 6U | (bytes[2] & 0x3FU);
+    const auto tail = [&](std::size_t at) { return static_cast<unsigned char>(bytes[at]) & 0x3FU; };
+    if (bytes.size() == 2) character = (character & 0x1FU) << 6U | tail(1);
+    if (bytes.size() == 3) character = (character & 0xFU) << 12U | tail(1) << 6U | tail(2);
     if (bytes.size() < 4 && mustBeEscaped(character)) {
       fmt::format_to(std::back_inserter(out), "\\u{:04x}", character);
     } else {

@@ -83,6 +83,15 @@ struct CommandTable {
   /// a site number for a line: the row's line for the call itself, plus a thousand for each
   /// further kind of record.
   struct Row {
+   private:  // first, as clang needs it before its constant calls
+    template <class Change>
+    constexpr Row with(Change change) const {
+      Row row = *this;
+      change(row);
+      return row;
+    }
+
+   public:
     static constexpr std::uint_least32_t kNoWebView = 1000;
     static constexpr std::uint_least32_t kNoEngine = 2000;
     static constexpr std::uint_least32_t kNoParameter = 3000;  // and more for the next ones
@@ -148,14 +157,6 @@ struct CommandTable {
     std::string_view textWithoutAny, nothingWithout;
     Few<ResultField, 5> result;
     Few<ErrorWords, 3> errors;
-
-   private:
-    template <class Change>
-    constexpr Row with(Change change) const {
-      Row row = *this;
-      change(row);
-      return row;
-    }
   };
 
   /// All commands, in the order in which they are registered.

@@ -24,14 +24,16 @@ void VEMOKOBUMsgRouter::onMain(Work work) {
   nowOrQueued([self = shared_from_this(), work = std::move(work)]() mutable { work(*self); });
 }
 
-/// Calls the event's operation of every live listener, in order, with `args`. The walk goes
-/// over the list as it was at its beginning, whatever a listener does to it meanwhile, and
-/// keeps nobody alive but the one that is being called.
+/// Calls the event's operation, if it has one, of every live listener, in order, with `args`.
+/// The walk goes over the list as it was at its beginning, whatever a listener does to it
+/// meanwhile, and keeps nobody alive but the one that is being called.
 template <class Event, class... Args>
 void VEMOKOBUMsgRouter::tellListeners(const Args&... args) {
-  if (receivers_.listeners.empty()) return;
-  for (const auto slots = receivers_.listeners; const auto& slot : slots) {
-    if (const auto listener = slot.lock()) (listener.get()->*Event::listener)(args...);
+  if constexpr (requires { Event::listener; }) {
+    if (receivers_.listeners.empty()) return;
+    for (const auto slots = receivers_.listeners; const auto& slot : slots) {
+      if (const auto listener = slot.lock()) (listener.get()->*Event::listener)(args...);
+    }
   }
 }
 
@@ -51,7 +53,7 @@ void VEMOKOBUMsgRouter::tell(const Site& site, const Given&... given) {
   auto payload = Event::payload(curEnteredRoomUserId(), given...);
   logEvent<Event>(payload.text(), std::nullopt, site);
   onMain([payload = std::move(payload), given...](VEMOKOBUMsgRouter& router) {
-    if constexpr (requires { Event::listener; }) router.tellListeners<Event>(given...);
+    router.tellListeners<Event>(given...);
     router.tellPage<Event>(payload);
   });
 }

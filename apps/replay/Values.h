@@ -129,7 +129,7 @@ T read(const json::value& value, std::string_view what) {
 /// images by name, what is absent or null as null.
 template <class T>
 json::value jsonOf(const T& value) {
-  if constexpr (std::is_arithmetic_v<T>) {
+  if constexpr (std::is_arithmetic_v<T> || std::same_as<T, json::object>) {
     return value;
   } else if constexpr (std::convertible_to<const T&, std::string_view>) {
     const std::string_view text = value;
@@ -142,8 +142,6 @@ json::value jsonOf(const T& value) {
     return jsonOf(dynamic_cast<const NamedView&>(value).name());
   } else if constexpr (std::same_as<T, VEMOImage>) {
     return "image";
-  } else if constexpr (std::same_as<T, json::object>) {
-    return value;
   } else {
     // An optional or a pointer.
     return value ? jsonOf(*value) : json::value(nullptr);
