@@ -22,44 +22,61 @@ using SharedList = std::shared_ptr<const std::vector<Record>>;
 /// The engine's events, in the order in which the router declares them.
 ///
 /// Threads: the engine calls them on a thread of its own, or on the main thread, one
-/// at a time, with no lock held, and hold the delegate for the call; references are valid during
-/// the call only. A text or dictionary that the engine did not give is absent.
+/// at a time, with no lock held. It holds the delegate for the call; references are valid
+/// during the call only. A text or dictionary that the engine did not give is absent, and
+/// codes, routes and reasons are the engine's own numbers where nothing else is said.
 class KOBUCloudDelegate {
  public:
   virtual ~KOBUCloudDelegate() = default;
 
+  /// An error; those of entering a room end the enter.
   virtual void onError(std::int32_t errCode, const Text& errMsg,
                        const std::optional<boost::json::object>& extInfo) = 0;
+  /// Trouble that does not stop the engine.
   virtual void onWarning(std::int32_t warningCode, const Text& warningMsg,
                          const std::optional<boost::json::object>& extInfo) = 0;
   /// `result` is the time taken in milliseconds, or a negative error code.
   virtual void onEnterRoom(std::int64_t result) = 0;
   /// `reason`: 0 the user left, 1 removed by the server, 2 the room was dismissed.
   virtual void onExitRoom(std::int64_t reason) = 0;
+  /// A switch of the own role has ended; `errCode` 0 is success.
   virtual void onSwitchRole(std::int32_t errCode, const Text& errMsg) = 0;
+  /// Another user has come as an anchor, or become one.
   virtual void onRemoteUserEnterRoom(const Text& userId) = 0;
   /// `reason`: 0 the user left, 1 its connection timed out, 2 removed by the server,
   /// 3 it became audience.
   virtual void onRemoteUserLeaveRoom(const Text& userId, std::int64_t reason) = 0;
+  /// Sound is played by way of `route` now, before by way of `fromRoute`.
   virtual void onAudioRouteChanged(std::int64_t route, std::int64_t fromRoute) = 0;
+  /// Whether another user sends sound, the camera, or the screen now.
   virtual void onUserAudioAvailable(const Text& userId, bool available) = 0;
   virtual void onUserVideoAvailable(const Text& userId, bool available) = 0;
   virtual void onUserSubStreamAvailable(const Text& userId, bool available) = 0;
+  /// Again and again in a room: the own user's network and that of each other user.
   virtual void onNetworkQuality(Shared<KOBUQualityInfo> localQuality,
                                 SharedList<KOBUQualityInfo> remoteQuality) = 0;
+  /// Again and again in a room: what was measured.
   virtual void onStatistics(Shared<KOBUStatistics> statistics) = 0;
+  /// Every interval of enableAudioVolumeEvaluation: how loud each user is, the own one
+  /// without an id, and all together, 0 to 100.
   virtual void onUserVoiceVolume(SharedList<KOBUVolumeInfo> userVolumes,
                                  std::int64_t totalVolume) = 0;
+  /// The connection to the server is lost, is tried again, and is back.
   virtual void onConnectionLost() = 0;
   virtual void onTryToReconnect() = 0;
   virtual void onConnectionRecovery() = 0;
+  /// The first picture of another user's stream is shown; its size is in pixels.
   virtual void onFirstVideoFrame(const Text& userId, std::int64_t streamType, std::int32_t width,
                                  std::int32_t height) = 0;
+  /// The first sound of another user is played.
   virtual void onFirstAudioFrame(const Text& userId) = 0;
+  /// The first picture of an own stream, or the first own sound, is sent.
   virtual void onSendFirstLocalVideoFrame(std::int64_t streamType) = 0;
   virtual void onSendFirstLocalAudioFrame() = 0;
+  /// The camera runs; the microphone runs.
   virtual void onCameraDidReady() = 0;
   virtual void onMicDidReady() = 0;
+  /// Screen capture has started, paused, gone on after a pause, ended.
   virtual void onScreenCaptureStarted() = 0;
   virtual void onScreenCapturePaused(std::int32_t reason) = 0;
   virtual void onScreenCaptureResumed(std::int32_t reason) = 0;

@@ -22,9 +22,10 @@ class NotificationCenter {
 
   virtual ~NotificationCenter() = default;
 
+  /// Calls every observer of `name`, then returns.
   virtual void post(const std::string& name) = 0;
 
-  /// Adds a subscription of `observer` to `name`.
+  /// Adds a subscription of `observer` to `name`; the centre holds `callback` until it ends.
   virtual void addObserver(const void* observer, const std::string& name, Callback callback) = 0;
 
   /// Ends every subscription of `observer`; a call already under way still finishes, and
@@ -45,9 +46,11 @@ class CrossProcessNotificationCenter {
 
   virtual ~CrossProcessNotificationCenter() = default;
 
+  /// Hands `name` to the observers in every process and returns at once.
   virtual void post(const std::string& name) = 0;
 
-  /// Adds a subscription of `observer` to `name`; twice added, twice called.
+  /// Adds a subscription of `observer` to `name`; twice added, twice called. The centre holds
+  /// `callback` until it ends.
   virtual void addObserver(const void* observer, const std::string& name, Callback callback) = 0;
 
   /// Ends the subscriptions of `observer` to `name`, as removeEveryObserver does; none

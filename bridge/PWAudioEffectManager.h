@@ -25,11 +25,14 @@ class PWAudioEffectManager {
   /// holds the callbacks until the music has ended or was stopped.
   virtual void startPlayMusic(const PWAudioMusicParam& music, OnStart onStart,
                               OnProgress onProgress, OnComplete onComplete) = 0;
+  /// A stop ends the music without onComplete; a pause keeps the place for resumePlayMusic.
   virtual void stopPlayMusic(std::int32_t id) = 0;
   virtual void pausePlayMusic(std::int32_t id) = 0;
   virtual void resumePlayMusic(std::int32_t id) = 0;
+  /// Goes on at `positionMs` milliseconds of the music.
   virtual void seekMusicToPosInMS(std::int32_t id, std::int32_t positionMs) = 0;
-  /// Volumes are 0 to 100; 100 is the recording's own.
+  /// Volumes are 0 to 100; 100 is the recording's own: of all music, of one for the own user,
+  /// and of one for the others.
   virtual void setAllMusicVolume(std::int32_t volume) = 0;
   virtual void setMusicPlayoutVolume(std::int32_t id, std::int32_t volume) = 0;
   virtual void setMusicPublishVolume(std::int32_t id, std::int32_t volume) = 0;

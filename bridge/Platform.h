@@ -27,8 +27,8 @@ struct Platform {
   VEMOLogger& logger;
   SystemLog& systemLog;
   MainQueue& mainQueue;
-  NotificationCenter& notifications;
-  CrossProcessNotificationCenter& crossProcessNotifications;
+  NotificationCenter& notifications;                          ///< inside the process
+  CrossProcessNotificationCenter& crossProcessNotifications;  ///< of the broadcast extension
   CaptureAuthorization& captureAuthorization;
   AlertPresenter& alerts;
   Application& application;
@@ -39,6 +39,7 @@ struct Platform {
   /// VEMO_SDK_AppGroup: the default group shared with the extension. Read at each use,
   /// on the thread of the command; it lives as long as the other pieces.
   const std::string& appGroup;
+  /// Held by the router until all else of it is gone; may be null.
   std::shared_ptr<const void> owner = nullptr;
 };
 

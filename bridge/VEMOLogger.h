@@ -53,6 +53,7 @@ class SystemLog {
  public:
   virtual ~SystemLog() = default;
 
+  /// Writes one line, UTF-8 without its end; the text is valid during the call only.
   virtual void writeLine(std::string_view line) = 0;
 };
 

@@ -21,8 +21,9 @@ class VEMOUIRenderSource {
  public:
   virtual ~VEMOUIRenderSource() = default;
 
-  /// The view for `userId` (absent: the router is in no room); null when there is
-  /// none. Called on the thread that delivers the command.
+  /// The view for `userId`; null when there is none. Absent is the own user of a router that
+  /// is in no room, or that entered it without an id. Called on the thread that delivers the
+  /// command.
   virtual std::shared_ptr<NativeView> renderViewOf(const Text& userId, ViewType viewType) = 0;
 };
 
