@@ -1,6 +1,7 @@
 #pragma once
 
 #include <boost/json/value.hpp>
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -27,6 +28,19 @@ std::string jsonText(const Json& json) {
   out.reserve(128);  // most texts need one allocation
   appendJsonText(out, json);
   return out;
+}
+
+/// The script that calls the page function `name` with the JSON text that `write(script)`
+/// appends. `size` bytes of memory are taken at once; most scripts need no more.
+template <class Write>
+std::string callScript(std::string_view name, Write write, std::size_t size = 256) {
+  std::string script;
+  script.reserve(size);
+  script += name;
+  script += '(';
+  write(script);
+  script += ')';
+  return script;
 }
 
 /// `text` with every sequence of bytes that is no UTF-8 replaced by U+FFFD.

@@ -46,12 +46,8 @@ MainThreadReplyDelivery::MainThreadReplyDelivery(MainQueue& mainQueue, std::stri
 void MainThreadReplyDelivery::deliver(const VEMOJSMsgItem& item, const Text& cbid,
                                       const std::shared_ptr<VEMOWebView>& webView) {
   if (!cbid || !webView) return;
-  std::string script;
-  script.reserve(256);  // most replies need one allocation
-  script += replyFunction_;
-  script += '(';
-  appendReplyJson(script, item, *cbid);
-  script += ')';
+  auto script =
+      callScript(replyFunction_, [&](std::string& text) { appendReplyJson(text, item, *cbid); });
   if (mainQueue_.isMainThread()) {
     webView->loadJs(script, item.printLog());
     return;

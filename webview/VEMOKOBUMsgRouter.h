@@ -85,7 +85,7 @@ class VEMOKOBUMsgRouter final : public VEMOJSMsgRouter,
 
   /// Calls the page function `function` with `envelope`, on the main thread. Nothing
   /// happens without a function name, an envelope or a web view.
-  void executeJSCallback(std::string function, std::optional<boost::json::object> envelope,
+  void executeJSCallback(std::string_view function, std::optional<boost::json::object> envelope,
                          bool needLog);
 
   /// Sends one event to the page function registered under `name`; dropped when there is

@@ -31,11 +31,11 @@ void appendStreamInfo(boost::json::array& infos, const std::string& userId,
 }
 
 /// An item as page messages carry one.
-std::string itemText(const VEMOJSMsgItem& item) {
+boost::json::object itemJson(const VEMOJSMsgItem& item) {
   boost::json::object json{
       {"head", {{"module", item.head().module}, {"action", item.head().action}}}};
   if (item.params()) json["params"] = *item.params();
-  return jsonText(json);
+  return json;
 }
 
 }  // namespace
@@ -107,7 +107,9 @@ void VEMOKOBUMsgRouter::reportEvent(const Text& event) {
   VEMOJSMsgItem item({"kobu", *function});
   item.setParams(std::move(params));
   if (const auto webView = base_->webView()) {
-    webView->loadJs(*function + "(" + itemText(item) + ")", true);
+    webView->loadJs(
+        callScript(*function, [&](std::string& script) { appendJsonText(script, itemJson(item)); }),
+        true);
   }
 }
 

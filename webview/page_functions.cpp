@@ -13,14 +13,12 @@ boost::json::object VEMOKOBUMsgRouter::callBackCommonJson(
   return envelope;
 }
 
-void VEMOKOBUMsgRouter::executeJSCallback(std::string function,
+void VEMOKOBUMsgRouter::executeJSCallback(std::string_view function,
                                           std::optional<boost::json::object> envelope,
                                           bool needLog) {
   if (function.empty() || !envelope) return;
-  function += '(';
-  appendJsonText(function, *envelope);
-  function += ')';
-  runScript(std::move(function), needLog);
+  runScript(callScript(function, [&](std::string& script) { appendJsonText(script, *envelope); }),
+            needLog);
 }
 
 void VEMOKOBUMsgRouter::callBackToH5(std::string_view name,
@@ -35,25 +33,21 @@ void VEMOKOBUMsgRouter::tellPage(std::string_view event, std::optional<std::stri
   const auto function = functions->find(event);
   if (function == functions->end() || function->second.empty()) return;
   // The text of callBackCommonJson, around a payload that is text already.
-  std::string script;
-  script.reserve(function->second.size() + event.size() + (payload ? payload->size() : 0) + 64);
-  script += function->second;
-  script += R"(({"head":{"module":"kobucb","action":)";
-  appendJsonString(script, event);
-  script += '}';
-  if (payload) script.append(R"(,"retval":)").append(*payload);
-  script += "})";
-  runScript(std::move(script), needLog);
+  const auto writeEnvelope = [&](std::string& script) {
+    script += R"({"head":{"module":"kobucb","action":)";
+    appendJsonString(script, event);
+    script += '}';
+    if (payload) script.append(R"(,"retval":)").append(*payload);
+    script += '}';
+  };
+  const auto size = function->second.size() + event.size() + (payload ? payload->size() : 0) + 64;
+  runScript(callScript(function->second, writeEnvelope, size), needLog);
 }
 
 void VEMOKOBUMsgRouter::runScript(std::string script, bool needLog) {
-  if (platform_.mainQueue.isMainThread()) {
-    if (const auto page = base_->webView()) page->loadJs(script, needLog);
-    return;
-  }
-  safeRunInMain([script = std::move(script), needLog](VEMOKOBUMsgRouter& router) {
-    router.runScript(script, needLog);
-  });
+  nowOrQueued(weakly([script = std::move(script), needLog](VEMOKOBUMsgRouter& router) {
+    if (const auto page = router.webView()) page->loadJs(script, needLog);
+  }));
 }
 
 void VEMOKOBUMsgRouter::safeRunInMain(MainBlock block) {
