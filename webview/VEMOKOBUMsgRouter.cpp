@@ -48,8 +48,7 @@ void VEMOKOBUMsgRouter::setWebView(std::shared_ptr<VEMOWebView> webView) {
 
 void VEMOKOBUMsgRouter::receive(std::string_view message) {
   // The base router is ours: it must not go while it works, whoever lets go of us meanwhile.
-  const auto self = shared_from_this();
-  base_->receive(message);
+  if (const auto self = weak_from_this().lock()) base_->receive(message);
 }
 
 // ---- Answers of commands

@@ -69,7 +69,8 @@ class VEMOKOBUMsgRouter final : public VEMOJSMsgRouter,
   VEMOKOBUMsgRouter(const VEMOKOBUMsgRouter&) = delete;
   VEMOKOBUMsgRouter& operator=(const VEMOKOBUMsgRouter&) = delete;
 
-  // ---- The base router's operations; `receive` keeps the router until it returns.
+  // ---- The base router's operations. `receive` keeps the router until it returns; a
+  // router that is being destroyed takes no message any more.
 
   void setMethod(const std::string& action, Wrapper wrapper) override;
   std::shared_ptr<VEMOWebView> webView() const override;
@@ -128,8 +129,10 @@ class VEMOKOBUMsgRouter final : public VEMOJSMsgRouter,
   // nothing without a view. For them an absent user id, or that of the entered room, is
   // the own user.
 
-  /// The provider of views for the page's video commands; held weakly.
+  /// The provider of views for the page's video commands; null for none. Held weakly: what
+  /// is read is null again once the host has let go of it.
   void setCustomRenderSource(const std::shared_ptr<VEMOUIRenderSource>& source);
+  std::shared_ptr<VEMOUIRenderSource> customRenderSource() const;
 
   /// Asks for the camera permission and starts the preview in `view`. The misspelling
   /// is part of the name.
@@ -337,7 +340,6 @@ class VEMOKOBUMsgRouter final : public VEMOJSMsgRouter,
 
   // ---- Common to commands and operations of the host
   bool isOwnUser(const Text& userId) const;
-  std::shared_ptr<VEMOUIRenderSource> renderSource() const;
   void startSwitch(std::int32_t role, Published<const VEMOCallback>& slot, VEMOCallback completion);
   void stopPreviewAndReport(KOBUCloud& engine);
   void stopAudioAndReport(KOBUCloud& engine);

@@ -13,14 +13,14 @@ void VEMOKOBUMsgRouter::setCustomRenderSource(const std::shared_ptr<VEMOUIRender
   video_.renderSource.publish(std::make_shared<const std::weak_ptr<VEMOUIRenderSource>>(source));
 }
 
-std::shared_ptr<VEMOUIRenderSource> VEMOKOBUMsgRouter::renderSource() const {
+std::shared_ptr<VEMOUIRenderSource> VEMOKOBUMsgRouter::customRenderSource() const {
   const auto source = video_.renderSource.load();
   return source ? source->lock() : nullptr;
 }
 
 Outcome VEMOKOBUMsgRouter::startLocalPreview(KOBUCloud&,
                                              const Command<Or<param::FrontCamera, true>>& command) {
-  const auto source = renderSource();
+  const auto source = customRenderSource();
   if (!source) return paramError("not set render source");
   auto view = source->renderViewOf(curEnteredRoomUserId(), ViewType::camera);
   if (!view) return paramError("not found self render source").from(VEMOModule::KOBU);

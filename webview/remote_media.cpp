@@ -20,7 +20,7 @@ Failure noRenderView(Place site = Place::here()) {
 Outcome VEMOKOBUMsgRouter::startRemoteView(
     KOBUCloud& engine, const Command<param::UserId, param::StreamType>& command) {
   const std::string userId(command.get<param::UserId>());
-  const auto source = renderSource();
+  const auto source = customRenderSource();
   if (!source) return noRenderSource();
   // The camera view serves every stream type here.
   auto view = source->renderViewOf(userId, ViewType::camera);
@@ -32,7 +32,7 @@ Outcome VEMOKOBUMsgRouter::startRemoteView(
 Outcome VEMOKOBUMsgRouter::startRemoteSubStreamView(KOBUCloud& engine,
                                                     const Command<param::UserId>& command) {
   const std::string userId(command.get<param::UserId>());
-  const auto source = renderSource();
+  const auto source = customRenderSource();
   if (!source) return noRenderSource();
   auto view = source->renderViewOf(userId, ViewType::subStream);
   if (!view) return noRenderView();

@@ -134,6 +134,35 @@ TEST_F(RouterTest, MayBeLetGoByItsOwnCommand) {
   EXPECT_EQ(platform.webView->take().size(), 1U) << "the command was answered all the same";
 }
 
+// What goes with the router may still have a word for it.
+TEST_F(RouterTest, TakesNoMessageWhileItIsDestroyed) {
+  struct Parting {
+    VEMOKOBUMsgRouter* router;
+    bool& reached;
+    ~Parting() {
+      router->receive(R"({"head":{"module":"kobu","action":"getSDKVersion"},"cbid":"1"})");
+      reached = true;
+    }
+  };
+  bool reached = false;
+  router->zebExitRoom([parting = std::make_shared<Parting>(router.get(), reached)](auto&&...) {});
+  router.reset();
+  EXPECT_TRUE(reached);
+  EXPECT_TRUE(platform.webView->take().empty());
+}
+
+TEST_F(RouterTest, RenderSourceIsTheHosts) {
+  struct Source final : VEMOUIRenderSource {
+    std::shared_ptr<NativeView> renderViewOf(const Text&, ViewType) override { return nullptr; }
+  };
+  EXPECT_EQ(router->customRenderSource(), nullptr);
+  auto source = std::make_shared<Source>();
+  router->setCustomRenderSource(source);
+  EXPECT_EQ(router->customRenderSource(), source);
+  source.reset();
+  EXPECT_EQ(router->customRenderSource(), nullptr);
+}
+
 TEST_F(RouterTest, ListenersAreToldAsTheWalkBegan) {
   struct Listener : VEMOKOBUEventListener {
     std::function<void()> then;
