@@ -50,7 +50,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
 
   // clang-format off
   static constexpr std::array table{
-      Row{"registCallBacks", call<&R::registCallBacks>, "no callbacks content"}
+      Row{"registCallBacks", call<&R::registCallBacks>}
           .in("event_routing")
           .does("Names the page functions that receive events. Each call replaces all earlier names, one that fails too. An element without both names is skipped; of several for one event the last counts."),
       Row{"initSDK", call<&R::initSDK>}
@@ -260,7 +260,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"startScreenCapture", call<&R::startScreenCapture>}
           .in("screen_sharing")
           .does("Starts to share the screen. It is answered with the event \"onScreenCaptureStarted\", if the engine sends that on the main thread; rely on the event.")
-          .gives({{"userId", "the own user; \"(null)\" without one"}, "text"})
+          .gives(userIdField)
           .gives(integerField("reason", "always 0"))
           .fails({kNotAvailable, "not support screencapture", "the system is older than 13.0 for mode 1, than 11.0 for mode 2"})
           .answers(Answered::later)

@@ -22,7 +22,7 @@ Outcome VEMOKOBUMsgRouter::registCallBacks(const Command<Checked<param::Callback
   }
   // The old names go in any case: a failed call leaves none.
   receivers_.pageFunctions.publish(std::move(functions));
-  if (!callbacks) return paramError("no callbacks content");
+  if (!callbacks) return paramError(param::Callbacks::missing);
   return success;
 }
 

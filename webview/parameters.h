@@ -84,6 +84,7 @@ struct Callbacks : Parameter<const boost::json::array*> {
     const auto* callbacks = vemo_safeNSArrayForKey(params, words.name);
     return callbacks ? std::optional(callbacks) : std::nullopt;
   }
+  static constexpr std::string_view missing = "no callbacks content";
   using Element = Command<Maybe<SdkcbName>, Maybe<JsRecvcbName>>;
 };
 struct ReportFunc : Parameter<std::string_view> {

@@ -151,8 +151,8 @@ void VEMOKOBUMsgRouter::onScreenCaptureStarted() {
     });
   }
   // Cleared here, on the event's thread: an answer that had to hop finds nothing to call,
-  // unless a newer start has taken the slot. That is deliberate: a page that was not
-  // answered still gets the event.
+  // unless a newer start has taken the slot. That is part of the interface as it stands; the
+  // page is told by the event in any case.
   sharing_.startCallback.clear();
   logEvent<event::OnScreenCaptureStarted>(payload.text(), std::nullopt,
                                           "-[VEMOKOBUMsgRouter onScreenCaptureStarted]");
