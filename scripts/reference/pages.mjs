@@ -69,7 +69,7 @@ A command is one JSON text:
 | member | meaning |
 |---|---|
 | \`head.action\` | the name of the command |
-| \`head.module\` | comes back in the answer as it was sent; \`"kobu"\` by custom |
+| \`head.module\` | \`"kobu"\` by custom; nothing looks at it |
 | \`params\` | an object with the parameters; may be left out or null |
 | \`cbid\` | a text of the page's choice, which the answer repeats; without it there is no answer |
 | \`nativecb\` | a text; only [\`switchRole\`](room_control.md#switchrole) looks at it |
@@ -89,8 +89,8 @@ The answer is handed to the function of the page that the application chose for 
 
 | member | when |
 |---|---|
-| \`head\` | always: the module and the action of the message, and its \`cbid\` |
-| \`error\` | a failure; and a success of a command that is answered later, with code 0 |
+| \`head\` | always: \`"kobu"\`, the action of the message, and its \`cbid\` |
+| \`error\` | a failure; and with code 0 a success of a command that is answered later, or that says so |
 | \`retval\` | where the command has an answer's value |
 
 A command is answered **at once**; or **later**, when the engine, the user or a download has
@@ -101,7 +101,7 @@ answered; or **several times**. Some may stay unanswered; each command says when
 | member | meaning |
 |---|---|
 | \`module\` | \`JS\`: the message or the state was at fault. \`KOBU\`: the engine, a device, a view or a download was |
-| \`errcode\` | 0 success; -1 a parameter; -2 no engine, or what is asked for is not there; -3 in no room; -1314 the camera and -1317 the microphone are not permitted; any other is the engine's |
+| \`errcode\` | 0 success; -1 a parameter; -2 no engine, or what is asked for is not there; -3 in no room; -1314 the camera and -1317 the microphone are not permitted; any other is the engine's or a download's |
 | \`errmsg\` | says it in words, for people; may be empty on success |
 
 ## Events
@@ -114,7 +114,7 @@ calls the named function with
 \`\`\`
 
 Events for which the page has registered no function are dropped. Those marked *again and again*
-come periodically and leave no record in the log. Code of the application hears of many
+come periodically, and at most few of them leave a record in the log. Code of the application hears of many
 events too, by an operation of its \`VEMOKOBUEventListener\`.
 
 ## Reports
@@ -127,8 +127,8 @@ the own camera and microphone go on and off:
 \`\`\`
 
 \`event\` is \`enable_camera\`, \`disable_camera\`, \`enable_mic\` or \`disable_mic\`, or what code of the
-application reports; \`classId\` is the room's number as a text, and \`userId\` is absent without an own
-user.
+application reports; \`classId\` is the room's number as a text, \`"0"\` outside a room, and \`userId\` is
+absent without an own user.
 
 ## Types
 
