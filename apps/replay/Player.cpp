@@ -54,6 +54,7 @@ Player::~Player() { finish(); }
 
 void Player::play(const Step& step) {
   recorder_.beginStep(++step_);
+  part_ = 0;
   perform(step);
   if (!step.hold) drain();
 }
@@ -105,6 +106,20 @@ void Player::perform(const Step& step) {
       requireTrue(step);
       if (router_) throw ScenarioError("the host has a router already");
       return create();
+    case Verb::use: return use(step);
+  }
+}
+
+void Player::use(const Step& step) {
+  for (const auto& one : step.setUp) {
+    ++part_;
+    try {
+      perform(one);
+    } catch (const ScenarioError& error) {
+      throw ScenarioError("set-up \"" + step.value<std::string>() + "\", line " +
+                          std::to_string(one.line) + ": " + error.what());
+    }
+    if (!one.hold) drain();
   }
 }
 
@@ -125,7 +140,8 @@ void Player::changeDevice(const json::object& changes) {
 }
 
 std::string Player::label(const Step& step) const {
-  return step.optional<std::string>("as").value_or("#" + std::to_string(step_));
+  const auto part = part_ > 0 ? "." + std::to_string(part_) : "";
+  return step.optional<std::string>("as").value_or("#" + std::to_string(step_) + part);
 }
 
 void Player::dispatch(const Step& step, const std::shared_ptr<VEMOJSMsgItem>& item, bool hasAction,

@@ -60,6 +60,7 @@ class Player {
   void listener(const Step& step);
   void get(const Step& step);
   void create();
+  void use(const Step& step);
   /// Runs what the main queue holds, until it is empty.
   void drain();
 
@@ -96,6 +97,7 @@ class Player {
   std::shared_ptr<VEMOKOBUMsgRouter> router_;
   JSMsgRouter* base_ = nullptr;
   std::int64_t step_ = 0;
+  std::int64_t part_ = 0;  // which step of the set-up in use; 0 outside one
 };
 
 }  // namespace vemo::replay

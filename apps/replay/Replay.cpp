@@ -9,8 +9,8 @@
 
 #include "Matcher.h"
 #include "Player.h"
-#include "Scenario.h"
 #include "ScenarioError.h"
+#include "ScenarioReader.h"
 #include "json/JsonText.h"
 
 namespace vemo::replay {
@@ -35,7 +35,9 @@ std::string counted(std::int64_t count, std::string_view noun) {
 
 }  // namespace
 
-ExitStatus replay(std::istream& scenario, Mode mode, std::ostream& out, std::ostream& err) {
+ExitStatus replay(std::istream& scenario, Mode mode, std::ostream& out, std::ostream& err,
+                  const std::filesystem::path& folder) {
+  ScenarioReader reader(folder);
   Player player;
   auto status = kDone;
   auto effects = player.takeEffects();
@@ -48,18 +50,19 @@ ExitStatus replay(std::istream& scenario, Mode mode, std::ostream& out, std::ost
   while (std::getline(scenario, line)) {
     ++number;
     try {
-      const auto next = stepFrom(line);
-      if (!next) continue;
-      ++step;
-      player.play(*next);
-      effects = player.takeEffects();
-      if (mode == Mode::transcript) {
-        writeTranscript(out, effects);
-      } else if (next->expect) {
-        ++expectations;
-        if (const auto difference = mismatch(*next->expect, next->partial, effects)) {
-          out << "line " << number << ", step " << step << ": " << *difference << '\n';
-          status = kExpectationFailed;
+      for (const auto& next : reader.stepsOf(line, step + 1)) {
+        ++step;
+        player.play(next);
+        effects = player.takeEffects();
+        if (mode == Mode::transcript) {
+          writeTranscript(out, effects);
+        } else if (next.expect) {
+          ++expectations;
+          if (const auto difference = mismatch(*next.expect, next.partial, effects)) {
+            out << "line " << number << ", step " << step << next.note << ": " << *difference
+                << '\n';
+            status = kExpectationFailed;
+          }
         }
       }
     } catch (const ScenarioError& error) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <iosfwd>
 
 namespace vemo::replay {
@@ -18,8 +19,10 @@ enum ExitStatus : int {
 };
 
 /// Plays `scenario` step by step and writes to `out` as `mode` says. What is wrong with
-/// the scenario is one line on `err`, with its line number. Call it on one thread only:
-/// that is the main thread.
-ExitStatus replay(std::istream& scenario, Mode mode, std::ostream& out, std::ostream& err);
+/// the scenario is one line on `err`, with its line number. The set-ups that it
+/// uses are looked for from `folder` upwards; an empty one is the working folder. Call it on
+/// one thread only: that is the main thread.
+ExitStatus replay(std::istream& scenario, Mode mode, std::ostream& out, std::ostream& err,
+                  const std::filesystem::path& folder = {});
 
 }  // namespace vemo::replay

@@ -37,6 +37,7 @@ constexpr auto rules = std::to_array<VerbRule>({
     {"drain", Verb::drain, {}},
     {"free", Verb::free, {}},
     {"new", Verb::create, {}},
+    {"use", Verb::use, {}},
 });
 
 constexpr std::array<std::string_view, 3> commonKeys{"hold", "expect", "partial"};
@@ -44,17 +45,6 @@ constexpr std::array<std::string_view, 3> commonKeys{"hold", "expect", "partial"
 const VerbRule* ruleOf(std::string_view key) {
   const auto rule = std::ranges::find(rules, key, &VerbRule::name);
   return rule == rules.end() ? nullptr : &*rule;
-}
-
-json::object objectFrom(std::string_view line) {
-  JsonProblem problem;
-  auto value = readJson(line, kMaxDepth, problem);
-  if (problem.code) {
-    throw ScenarioError("no JSON: column " + std::to_string(problem.at + 1) + ": " +
-                        problem.code.message());
-  }
-  if (auto* object = value.if_object()) return std::move(*object);
-  throw ScenarioError("a step must be an object");
 }
 
 const VerbRule& verbOf(const json::object& keys) {
@@ -86,12 +76,23 @@ void checkKeys(const json::object& keys, const VerbRule& rule) {
 
 }  // namespace
 
-std::optional<Step> stepFrom(std::string_view line) {
+std::optional<json::value> valueFrom(std::string_view line) {
   if (line.starts_with('#') || line.find_first_not_of(" \t\r\v\f") == std::string_view::npos) {
     return std::nullopt;
   }
+  JsonProblem problem;
+  auto value = readJson(line, kMaxDepth, problem);
+  if (problem.code) {
+    throw ScenarioError("no JSON: column " + std::to_string(problem.at + 1) + ": " +
+                        problem.code.message());
+  }
+  if (value.is_structured()) return value;
+  throw ScenarioError("a step must be an object");
+}
+
+Step stepOf(json::object keys) {
   Step step;
-  step.keys = objectFrom(line);
+  step.keys = std::move(keys);
   const auto& rule = verbOf(step.keys);
   checkKeys(step.keys, rule);
   step.verb = rule.verb;
@@ -101,6 +102,13 @@ std::optional<Step> stepFrom(std::string_view line) {
   step.expect = step.optional<json::array>("expect");
   if (step.expect) checkExpected(*step.expect);
   return step;
+}
+
+std::optional<Step> stepFrom(std::string_view line) {
+  auto value = valueFrom(line);
+  if (!value) return std::nullopt;
+  if (auto* keys = value->if_object()) return stepOf(std::move(*keys));
+  throw ScenarioError("a step must be an object");
 }
 
 }  // namespace vemo::replay

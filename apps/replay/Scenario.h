@@ -3,9 +3,11 @@
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
 #include <boost/json/value.hpp>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "Values.h"
 
@@ -29,6 +31,7 @@ enum class Verb {
   drain,
   free,
   create,  // "new"
+  use,
 };
 
 /// One step of a scenario.
@@ -39,6 +42,9 @@ struct Step {
   bool hold = false;
   bool partial = false;
   std::optional<json::array> expect;
+  std::string note;         ///< behind the step's number where it is told; may be empty
+  std::vector<Step> setUp;  ///< of "use": the steps of the set-up
+  std::int64_t line = 0;    ///< of a step of a set-up: where in its file it is
 
   /// The verb's value as a T.
   template <class T>
@@ -61,6 +67,13 @@ struct Step {
 
   bool has(std::string_view key) const { return keys.contains(key); }
 };
+
+/// What `line` says, an object or an array; nothing for a blank line or a comment. Any other
+/// line is a ScenarioError.
+std::optional<json::value> valueFrom(std::string_view line);
+
+/// The step with these keys. Keys that no step can have are a ScenarioError.
+Step stepOf(json::object keys);
 
 /// The step that `line` describes; nothing for a blank line or a comment. A line that
 /// is no step, or a step with keys that it can't have, is a ScenarioError.

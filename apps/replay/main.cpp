@@ -1,5 +1,6 @@
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <string>
@@ -50,5 +51,5 @@ int main(int argc, char** argv) {
     return kUnreadable;
   }
   file.clear();  // an empty file is a scenario without steps
-  return replay(file, mode, std::cout, std::cerr);
+  return replay(file, mode, std::cout, std::cerr, std::filesystem::path(name).parent_path());
 }
