@@ -14,7 +14,7 @@ const special = 10; // names at most are held by a scenario that is about one of
 export function readScenarios(root, protocol) {
   const files = filesIn(root)
     .sort()
-    .filter((file) => !relative(root, file).startsWith('bad_input/'))
+    .filter((file) => !relative(root, file).split('/').includes('bad_input'))
     .map((file) => ({ path: relative(root, file).replace(/\.jsonl$/, ''), held: heldIn(file) }));
   const of = (name) => {
     const holding = files.filter(({ held }) => held.has(name));
@@ -61,12 +61,15 @@ function rank({ path, held }, name) {
   return parts.some((part) => part.split('_').includes(name)) ? 1 : 2;
 }
 
-/** The names that a scenario holds: those of its steps that have an `expect`. */
+/** The names that a scenario holds: those of its steps that have an `expect`, and of its rows. */
 function heldIn(file) {
   const held = new Set();
+  let table;
   for (const line of readFileSync(file, 'utf8').split('\n')) {
     if (line.trim() === '' || line.startsWith('#')) continue;
     const step = JSON.parse(line);
+    if (Array.isArray(step)) held.add(table);
+    table = step.rows ?? table;
     if (!Array.isArray(step.expect)) continue;
     for (const name of [step.command, step.event, actionOf(step.message)]) {
       if (name) held.add(name);

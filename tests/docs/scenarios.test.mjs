@@ -48,9 +48,17 @@ test('commands, messages, events and the notifications of the extension are held
   assert.deepEqual(troubles, []);
 });
 
+test('the command of a row is held, that of a table without rows is not', () => {
+  const { troubles } = scenariosOf({
+    'a/one.jsonl': [{ rows: 'initSDK' }, ['no', {}], { rows: 'stopMusic' }],
+  });
+  assert.equal(troubles.length, 3);
+  assert.match(troubles[0], /^stopMusic: no scenario/);
+});
+
 test('scenarios of bad input hold nothing', () => {
   const { troubles } = scenariosOf({
-    'bad_input/initSDK.jsonl': [{ command: 'initSDK', expect: [] }],
+    'a/bad_input/initSDK.jsonl': [{ command: 'initSDK', expect: [] }],
   });
   assert.match(troubles[0], /^initSDK: no scenario/);
 });

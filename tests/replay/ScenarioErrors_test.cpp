@@ -36,7 +36,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(Case{"{", "no JSON: column 2: incomplete JSON"},
                     Case{" # late", "no JSON: column 2: syntax error"},
                     Case{"\n{\"get\":\"role\"} {}", "no JSON: column 16: extra data"},
-                    Case{"\n#\n[]", "a step must be an object"},
+                    Case{"\n#\n\"get\"", "a step must be an object"},
                     Case{"3", "a step must be an object"}, Case{"{}", "a step without a verb"},
                     Case{R"({"comand":"initSDK"})", "unknown verb \"comand\""},
                     Case{R"({"hold":true})", "unknown verb \"hold\""},
