@@ -3,11 +3,6 @@
 import { findHost, type Host, type HostConnection, type HostState } from './host';
 import type { CommandName, Commands, EventName, Events } from './protocol';
 
-export type Json = null | boolean | number | string | Json[] | JsonObject;
-export interface JsonObject {
-  [key: string]: Json | undefined;
-}
-
 /** The error record of a reply; code 0 is success. */
 export interface ErrorRecord {
   module: string;
@@ -16,15 +11,16 @@ export interface ErrorRecord {
 }
 
 /** One answer to a command; each part is there only when the router set it. */
-export interface Reply {
+export interface Reply<Value = object> {
   error?: ErrorRecord;
-  retval?: JsonObject;
+  retval?: Value;
 }
+export type ReplyTo<Name extends CommandName> = Reply<Commands[Name]['result']>;
 
 /** A command was answered with an error, or can't be answered any more (`stopped`). */
 export class BridgeError extends Error {
   constructor(
-    readonly command: string,
+    readonly command: CommandName,
     readonly code: number,
     message: string,
     readonly stopped = false,
@@ -36,34 +32,25 @@ export class BridgeError extends Error {
 
 export type EventHandler<Name extends EventName> = (value: Events[Name]) => void;
 
-/** The name of a command that is only known when the page runs, so that no types fit it. */
-type NotKnownBefore<Name extends string> = string extends Name ? Name : never;
-
 interface Waiting {
-  command: string;
-  since: number;
   /** Takes an answer; returns whether more may follow. */
-  answer(reply: Reply): boolean;
+  answer(reply: Reply<never>): boolean;
   stop(): void;
 }
 
-interface ReplyEnvelope extends Reply {
+interface ReplyEnvelope extends Reply<never> {
   head: { module: string; action?: string; cbid: string };
 }
 interface EventEnvelope {
   head: { module: string; action: string };
-  retval?: JsonObject;
-}
-interface ReportMessage {
-  head: { module: string; action: string };
-  params?: JsonObject;
+  retval?: object;
 }
 
 /** The functions of the page that the application's scripts call. */
 export interface ScriptFunctions {
   onReply(envelope: ReplyEnvelope): void;
   onEvent(envelope: EventEnvelope): void;
-  onReport(message: ReportMessage): void;
+  onReport(): void;
 }
 declare global {
   interface Window {
@@ -73,18 +60,17 @@ declare global {
 
 /**
  * One page's client. A command may never be answered: its promise then stays open as
- * long as the application runs, and `waiting` tells of it. When the application is gone,
- * open promises are rejected with a BridgeError whose `stopped` is true.
+ * long as the application runs. When the application is gone, open promises are rejected
+ * with a BridgeError whose `stopped` is true.
  */
 export class Bridge {
   onState: (state: HostState) => void = () => {};
-  onReport: (event: JsonObject) => void = () => {};
 
   private readonly host: Host;
   private connection: HostConnection | undefined;
   private current: HostState = 'stopped';
   private lastCall = 0;
-  private readonly waitingCalls = new Map<string, Waiting>();
+  private readonly waiting = new Map<string, Waiting>();
   private readonly handlers = new Map<string, ((value: never) => void)[]>();
 
   /** Throws when the page runs in no application. */
@@ -95,7 +81,7 @@ export class Bridge {
     page.vemoBridge = {
       onReply: (envelope) => this.replied(envelope),
       onEvent: (envelope) => this.happened(envelope),
-      onReport: (message) => this.onReport(message.params ?? {}),
+      onReport: () => {}, // the page needs none; the developer panel shows them
     };
   }
 
@@ -115,12 +101,20 @@ export class Bridge {
     this.onState(this.current);
   }
 
-  /** Sends a command and waits for its answer, whatever it says. */
-  send(command: string, params?: JsonObject, options: { nativecb?: string } = {}): Promise<Reply> {
+  /** Sends a command and gives its value; an error record other than 0 is thrown. */
+  call<Name extends CommandName>(
+    command: Name,
+    params?: Commands[Name]['params'],
+    options: { nativecb?: string } = {},
+  ): Promise<Commands[Name]['result']> {
     return new Promise((resolve, reject) => {
       this.post(command, params, options.nativecb, {
-        answer: (reply) => {
-          resolve(reply);
+        answer: ({ error, retval }) => {
+          if (error && error.errcode !== 0) {
+            reject(new BridgeError(command, error.errcode, error.errmsg));
+          } else {
+            resolve(retval ?? {});
+          }
           return false;
         },
         stop: () => reject(stopped(command)),
@@ -128,37 +122,13 @@ export class Bridge {
     });
   }
 
-  /** Sends a command and gives its value; an error record other than 0 is thrown. */
-  call<Name extends CommandName>(
-    command: Name,
-    params?: Commands[Name]['params'],
-    options?: { nativecb?: string },
-  ): Promise<Commands[Name]['result']>;
-  call<Name extends string>(
-    command: NotKnownBefore<Name>,
-    params?: JsonObject,
-    options?: { nativecb?: string },
-  ): Promise<JsonObject>;
-  async call(
-    command: string,
-    params?: JsonObject,
-    options: { nativecb?: string } = {},
-  ): Promise<JsonObject> {
-    const reply = await this.send(command, params, options);
-    if (reply.error && reply.error.errcode !== 0) {
-      throw new BridgeError(command, reply.error.errcode, reply.error.errmsg);
-    }
-    return reply.retval ?? {};
-  }
-
   /** Sends a command that is answered many times; `onReply` says whether more may come. */
-  follow(command: string, params: JsonObject, onReply: (reply: Reply) => boolean): void {
+  follow<Name extends CommandName>(
+    command: Name,
+    params: Commands[Name]['params'],
+    onReply: (reply: ReplyTo<Name>) => boolean,
+  ): void {
     this.post(command, params, undefined, { answer: onReply, stop: () => {} });
-  }
-
-  /** Sends any text as a page message, as it is. */
-  postRaw(text: string): void {
-    this.connection?.postMessage(text);
   }
 
   /** Adds a handler for an event; several are called in order. */
@@ -176,23 +146,18 @@ export class Bridge {
     await this.call('registReport', { reportfunc: 'vemoBridge.onReport' });
   }
 
-  /** The commands that have no answer yet, oldest first. */
-  waiting(): { command: string; since: number }[] {
-    return [...this.waitingCalls.values()].map(({ command, since }) => ({ command, since }));
-  }
-
   private post(
-    command: string,
-    params: JsonObject | undefined,
+    command: CommandName,
+    params: object | undefined,
     nativecb: string | undefined,
-    call: Pick<Waiting, 'answer' | 'stop'>,
+    call: Waiting,
   ): void {
     if (this.current === 'stopped' || !this.connection) {
       call.stop();
       return;
     }
     const cbid = String(++this.lastCall);
-    this.waitingCalls.set(cbid, { command, since: Date.now(), ...call });
+    this.waiting.set(cbid, call);
     this.connection.postMessage(
       JSON.stringify({ head: { module: 'kobu', action: command }, params, cbid, nativecb }),
     );
@@ -200,8 +165,8 @@ export class Bridge {
 
   private replied(envelope: ReplyEnvelope): void {
     const { cbid } = envelope.head;
-    const call = this.waitingCalls.get(cbid);
-    if (call && !call.answer(envelope)) this.waitingCalls.delete(cbid);
+    const call = this.waiting.get(cbid);
+    if (call && !call.answer(envelope)) this.waiting.delete(cbid);
   }
 
   private happened(envelope: EventEnvelope): void {
@@ -210,12 +175,12 @@ export class Bridge {
   }
 
   private stopWaiting(): void {
-    const calls = [...this.waitingCalls.values()];
-    this.waitingCalls.clear();
+    const calls = [...this.waiting.values()];
+    this.waiting.clear();
     for (const call of calls) call.stop();
   }
 }
 
-function stopped(command: string): BridgeError {
+function stopped(command: CommandName): BridgeError {
   return new BridgeError(command, 0, 'The application has stopped.', true);
 }

@@ -64,7 +64,8 @@ test('only those who come later are said to come in', async () => {
     }).observe(body, { childList: true, subtree: true });
   });
   await ben.enter({ name: 'Ben' });
-  await ben.tile('Ada').waitFor();
+  // Who is told of before the first measurement has been there already.
+  await ben.tile('Ada').locator('.quality[data-quality="1"]').waitFor();
   await entered('Eve');
   await ben.tile('Eve').waitFor();
   await ben.view.locator('.toast', { hasText: 'Eve came in' }).waitFor({ state: 'attached' });

@@ -1,10 +1,11 @@
 // The class as this page knows it: who is in the room, what the own devices do, and the
 // commands that change it. It draws nothing.
 
-import { Bridge, BridgeError, type JsonObject } from '../bridge';
+import { Bridge, BridgeError, type EventHandler } from '../bridge';
+import type { CommandName, Commands, EventName, KOBUStatistics } from '../protocol';
 import { errorInWords, exitInWords, leaveInWords } from '../words';
 import { LocalMedia } from './localMedia';
-import type { Person, RoomAccess, Tone, Watcher } from './roomAccess';
+import { cameraStream, type Person, type RoomAccess, type Tone, type Watcher } from './roomAccess';
 import { ScreenShare } from './screenShare';
 
 export const anchorRole = 20;
@@ -38,7 +39,7 @@ export class Classroom implements RoomAccess {
   userSig = '';
   version = '';
   problem: Problem | undefined;
-  statistics: JsonObject | undefined;
+  statistics: KOBUStatistics | undefined;
   readonly people = new Map<string, Person>();
   private newcomersAreNews = false;
   readonly media: LocalMedia;
@@ -94,11 +95,10 @@ export class Classroom implements RoomAccess {
         autoRecvAudio: true,
         autoRecvVideo: true,
       });
-      if (Number(elapsed) < 0) throw new BridgeError('enterRoom', Number(elapsed), '');
+      if (elapsed < 0) throw new BridgeError('enterRoom', elapsed, '');
       this.phase = 'inside';
       this.person(form.name);
       this.notice(`You are in room ${form.roomId}.`, 'good');
-      void this.meetThoseHere();
     } catch (error) {
       this.failedToEnter(error);
     }
@@ -129,7 +129,7 @@ export class Classroom implements RoomAccess {
   async showEverybody(): Promise<void> {
     for (const { userId, own, video, screen } of this.people.values()) {
       if (own) continue;
-      if (video) await this.attempt('startRemoteView', { userId, streamType: 0 });
+      if (video) await this.attempt('startRemoteView', { userId, streamType: cameraStream });
       if (screen) await this.attempt('startRemoteSubStreamView', { userId });
     }
   }
@@ -143,11 +143,11 @@ export class Classroom implements RoomAccess {
     this.watcher.changed();
   }
 
-  async attempt(
-    command: string,
-    params?: JsonObject,
+  async attempt<Name extends CommandName>(
+    command: Name,
+    params?: Commands[Name]['params'],
     options?: { nativecb?: string },
-  ): Promise<JsonObject | undefined> {
+  ): Promise<Commands[Name]['result'] | undefined> {
     try {
       return await this.bridge.call(command, params, options);
     } catch (error) {
@@ -168,7 +168,7 @@ export class Classroom implements RoomAccess {
     try {
       await this.bridge.register();
       await this.bridge.call('initSDK');
-      this.version = String((await this.bridge.call('getSDKVersion'))['version'] ?? '');
+      this.version = (await this.bridge.call('getSDKVersion')).version;
       await this.share.ask();
       this.phase = 'outside';
     } catch (error) {
@@ -177,14 +177,6 @@ export class Classroom implements RoomAccess {
       this.phase = 'outside';
     }
     this.watcher.changed();
-  }
-
-  // Those who are in the room already are told of right behind the own entering, so an
-  // answer to what is asked now comes after them; whoever comes later is news.
-  private async meetThoseHere(): Promise<void> {
-    this.newcomersAreNews = false;
-    await this.attempt('getSDKVersion');
-    this.newcomersAreNews = true;
   }
 
   private failedToEnter(error: unknown): void {
@@ -198,6 +190,7 @@ export class Classroom implements RoomAccess {
     this.people.clear();
     this.connection = 'good';
     this.statistics = undefined;
+    this.newcomersAreNews = false;
     this.media.takenAway();
     this.share.ended();
   }
@@ -224,110 +217,71 @@ export class Classroom implements RoomAccess {
   // Events reach the page for as long as its router lives; those of a room that the page
   // has left, or failed to enter, change nothing here.
   private listen(): void {
-    const inRoom = (handler: (value: JsonObject) => void) => (value: JsonObject) => {
-      if (this.phase !== 'inside') return;
-      handler(value);
-      this.watcher.changed();
-    };
+    const inRoom = <Name extends EventName>(event: Name, handler: EventHandler<Name>) =>
+      bridge.on(event, (value) => {
+        if (this.phase !== 'inside') return;
+        handler(value);
+        this.watcher.changed();
+      });
     const { bridge } = this;
 
     bridge.on('onEnterRoom', () => {});
-    bridge.on(
-      'onExitRoom',
-      inRoom(({ reason }) => {
-        this.reset();
-        this.phase = 'outside';
-        const words = exitInWords(Number(reason));
-        this.problem = words ? { words, detail: '' } : undefined;
-      }),
-    );
-    bridge.on('onError', ({ errCode, errMsg }) => {
-      if (this.phase !== 'inside') return;
-      this.notice(`${errorInWords(Number(errCode))} (${String(errMsg)})`, 'bad');
+    inRoom('onExitRoom', ({ reason }) => {
+      this.reset();
+      this.phase = 'outside';
+      const words = exitInWords(reason);
+      this.problem = words ? { words, detail: '' } : undefined;
     });
-    bridge.on('onWarning', ({ warningMsg }) => this.notice(String(warningMsg), 'info'));
+    inRoom('onError', ({ errCode, errMsg }) =>
+      this.notice(`${errorInWords(errCode)} (${errMsg})`, 'bad'),
+    );
+    bridge.on('onWarning', ({ warningMsg }) => this.notice(warningMsg, 'info'));
 
-    bridge.on(
-      'onRemoteUserEnterRoom',
-      inRoom(({ remoteUserId }) => {
-        this.person(String(remoteUserId));
-        if (this.newcomersAreNews) this.notice(`${String(remoteUserId)} came in.`, 'info');
-      }),
-    );
-    bridge.on(
-      'onRemoteUserLeaveRoom',
-      inRoom(({ remoteUserId, reason }) => {
-        this.people.delete(String(remoteUserId));
-        this.notice(`${String(remoteUserId)} ${leaveInWords(Number(reason))}.`, 'info');
-      }),
-    );
-    bridge.on(
-      'onUserAudioAvailable',
-      inRoom(({ availableUserId, available }) => {
-        this.person(String(availableUserId)).audio = Boolean(available);
-      }),
-    );
-    bridge.on(
-      'onUserVideoAvailable',
-      inRoom(({ availableUserId, available }) => {
-        const person = this.person(String(availableUserId));
-        person.video = Boolean(available);
-        const userId = person.userId;
-        if (person.video) void this.attempt('startRemoteView', { userId, streamType: 0 });
-        else void this.attempt('stopRemoteView', { userId, streamType: 0 });
-      }),
-    );
-    bridge.on(
-      'onUserSubStreamAvailable',
-      inRoom(({ availableUserId, available }) => {
-        const person = this.person(String(availableUserId));
-        person.screen = Boolean(available);
-        const userId = person.userId;
-        if (person.screen) void this.attempt('startRemoteSubStreamView', { userId });
-        else void this.attempt('stopRemoteSubStreamView', { userId });
-      }),
-    );
+    inRoom('onRemoteUserEnterRoom', ({ remoteUserId }) => {
+      this.person(remoteUserId);
+      if (this.newcomersAreNews) this.notice(`${remoteUserId} came in.`, 'info');
+    });
+    inRoom('onRemoteUserLeaveRoom', ({ remoteUserId, reason }) => {
+      this.people.delete(remoteUserId);
+      this.notice(`${remoteUserId} ${leaveInWords(reason)}.`, 'info');
+    });
+    inRoom('onUserAudioAvailable', ({ availableUserId, available }) => {
+      this.person(availableUserId).audio = available;
+    });
+    inRoom('onUserVideoAvailable', ({ availableUserId: userId, available }) => {
+      this.person(userId).video = available;
+      void this.attempt(available ? 'startRemoteView' : 'stopRemoteView', { userId, streamType: cameraStream });
+    });
+    inRoom('onUserSubStreamAvailable', ({ availableUserId: userId, available }) => {
+      this.person(userId).screen = available;
+      void this.attempt(available ? 'startRemoteSubStreamView' : 'stopRemoteSubStreamView', { userId });
+    });
 
-    bridge.on(
-      'onUserVoiceVolume',
-      inRoom(({ userVolumes }) => {
-        const volumes = new Map(
-          records(userVolumes).map(({ userId, volume }) => [String(userId), Number(volume)]),
-        );
-        for (const person of this.people.values()) person.volume = volumes.get(person.userId) ?? 0;
-      }),
-    );
-    bridge.on(
-      'onNetworkQuality',
-      inRoom(({ localQuality, remoteQuality }) => {
-        for (const { userId, quality } of [...records([localQuality]), ...records(remoteQuality)]) {
-          const person = this.people.get(String(userId));
-          if (person) person.quality = Number(quality);
-        }
-      }),
-    );
-    bridge.on(
-      'onStatistics',
-      inRoom(({ statistics }) => {
-        this.statistics = records([statistics])[0];
-      }),
-    );
+    inRoom('onUserVoiceVolume', ({ userVolumes }) => {
+      const volumes = new Map(userVolumes?.map(({ userId, volume }) => [userId, volume]));
+      for (const person of this.people.values()) person.volume = volumes.get(person.userId) ?? 0;
+    });
+    inRoom('onNetworkQuality', ({ localQuality, remoteQuality = [] }) => {
+      // Those who were in the room already have been told of before the first measurement.
+      this.newcomersAreNews = true;
+      for (const { userId, quality } of localQuality ? [localQuality, ...remoteQuality] : remoteQuality) {
+        const person = this.people.get(userId ?? '');
+        if (person) person.quality = quality;
+      }
+    });
+    inRoom('onStatistics', ({ statistics }) => {
+      this.statistics = statistics;
+    });
 
-    const connection = (state: Connection, text: string, tone: Tone) =>
-      inRoom(() => {
+    const connection = (event: EventName, state: Connection, text: string, tone: Tone) =>
+      inRoom(event, () => {
         this.connection = state;
         this.notice(text, tone);
       });
-    bridge.on('onConnectionLost', connection('lost', 'The connection is lost.', 'bad'));
-    bridge.on('onTryToReconnect', connection('reconnecting', 'Trying to reconnect …', 'info'));
-    bridge.on('onConnectionRecovery', connection('good', 'The connection is back.', 'good'));
+    connection('onConnectionLost', 'lost', 'The connection is lost.', 'bad');
+    connection('onTryToReconnect', 'reconnecting', 'Trying to reconnect …', 'info');
+    connection('onConnectionRecovery', 'good', 'The connection is back.', 'good');
   }
-}
-
-/** The objects in a list of an event; what is something else is left out. */
-export function records(list: unknown): JsonObject[] {
-  if (!Array.isArray(list)) return [];
-  return list.filter((item): item is JsonObject => typeof item === 'object' && item !== null);
 }
 
 function inWords(error: unknown): Problem {

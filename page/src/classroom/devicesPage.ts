@@ -1,16 +1,16 @@
 // The own camera, microphone and sound.
 
-import type { JsonObject } from '../bridge';
 import { h } from '../dom';
 import type { Classroom } from './classroom';
 import { button, choice, row, section, slider, toggle } from './controls';
 import type { DrawerPage } from './drawerPage';
-import { pictureChoices, turns } from './pictureChoices';
+import { pictureChoices, turns, type Drawing } from './pictureChoices';
 
+// By height; all are 16 to 9.
 const resolutions = [
-  ['320x180', '320 × 180'],
-  ['640x360', '640 × 360'],
-  ['1280x720', '1280 × 720'],
+  [180, '320 × 180'],
+  [360, '640 × 360'],
+  [720, '1280 × 720'],
 ] as const;
 const qualities = [
   [1, 'Speech'],
@@ -26,13 +26,14 @@ const intervals = [
   [200, 'Often'],
   [500, 'Twice a second'],
 ] as const;
+
 export function devicesPage(classroom: Classroom): DrawerPage {
   const { media } = classroom;
-  const preview: JsonObject = { mode: 0, mirror: 0, rotation: 0 };
-  const draw = (change: JsonObject) =>
+  const preview: Drawing = { mode: 0, mirror: 0, rotation: 0 };
+  const draw = (change: Partial<Drawing>) =>
     classroom.attempt('setLocalPreviewParams', Object.assign(preview, change));
-  const encode = (size: string) => {
-    const [width, height] = size.split('x').map(Number);
+  const encode = (height: number) => {
+    const width = (height / 9) * 16;
     return classroom.attempt('setVideoEncoderParam', { width, height, fps: 15, bitrate: 800 });
   };
   const pauseImage = async () => {
@@ -54,8 +55,8 @@ export function devicesPage(classroom: Classroom): DrawerPage {
     const volumes = await classroom.attempt('getAudioVolume', { capture: true, playout: true });
     if (!volumes) return;
     for (const [made, volume] of [
-      [capture, volumes['captureVolume']],
-      [playout, volumes['playoutVolume']],
+      [capture, volumes.captureVolume],
+      [playout, volumes.playoutVolume],
     ] as const) {
       made.input.value = String(volume);
       made.show(String(volume));
@@ -70,7 +71,7 @@ export function devicesPage(classroom: Classroom): DrawerPage {
       section(
         'Camera',
         row(flip, stopCamera),
-        choice('Sent as', resolutions, '640x360', encode),
+        choice('Sent as', resolutions, 360, encode),
         toggle('Send a small picture too', false, (enable) =>
           classroom.attempt('enableEncSmallVideoStream', {
             enable,

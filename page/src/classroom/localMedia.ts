@@ -19,7 +19,7 @@ export class LocalMedia {
     bridge.on('onSendFirstLocalAudioFrame', () => {});
     bridge.on('onSendFirstLocalVideoFrame', () => {});
     bridge.on('onAudioRouteChanged', ({ route }) =>
-      room.notice(Number(route) === 0 ? 'Sound comes from the speaker.' : 'Sound comes from the earpiece.', 'info'),
+      room.notice(route === 0 ? 'Sound comes from the speaker.' : 'Sound comes from the earpiece.', 'info'),
     );
   }
 

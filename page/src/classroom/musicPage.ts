@@ -1,6 +1,6 @@
 // Background music: one piece at a time, played by the engine.
 
-import type { Reply } from '../bridge';
+import type { ReplyTo } from '../bridge';
 import { h, setText } from '../dom';
 import { errorInWords } from '../words';
 import type { Classroom } from './classroom';
@@ -58,19 +58,20 @@ export function musicPage(classroom: Classroom): DrawerPage {
     );
   };
   // Whether more answers may come.
-  const answered = ({ error, retval }: Reply): boolean => {
+  const answered = ({ error, retval }: ReplyTo<'playMusic'>): boolean => {
     const failed = (error?.errcode ?? 0) !== 0;
     if (failed || !retval) {
       become('stopped', `${errorInWords(error?.errcode ?? 0)} (${error?.errmsg ?? ''})`);
       return false;
     }
-    if (retval['state'] === 'onStart') become('playing', `Playing “${title()}”.`);
-    if (retval['state'] === 'onProgress' && !dragging) {
-      seek.input.max = String(retval['durationMs']);
-      seek.input.value = String(retval['progressMs']);
-      seek.show(`${clock(Number(retval['progressMs']))} of ${clock(Number(retval['durationMs']))}`);
+    const { state: event, progressMs = 0, durationMs = 0 } = retval;
+    if (event === 'onStart') become('playing', `Playing “${title()}”.`);
+    if (event === 'onProgress' && !dragging) {
+      seek.input.max = String(durationMs);
+      seek.input.value = String(progressMs);
+      seek.show(`${clock(progressMs)} of ${clock(durationMs)}`);
     }
-    if (retval['state'] !== 'onComplete') return true;
+    if (event !== 'onComplete') return true;
     become('stopped', `“${title()}” has ended.`);
     return false;
   };

@@ -1,9 +1,9 @@
 // The network: speed test, statistics, and the controls for developers.
 
-import type { JsonObject } from '../bridge';
+import type { KOBULocalStatistics, KOBURemoteStatistics, KOBUSpeedTestResult, KOBUStatistics } from '../protocol';
 import { h, setText } from '../dom';
 import { qualityInWords } from '../words';
-import { records, type Classroom } from './classroom';
+import type { Classroom } from './classroom';
 import { button, choice, row, section, toggle } from './controls';
 import type { DrawerPage } from './drawerPage';
 import './networkPage.css';
@@ -18,12 +18,11 @@ export function networkPage(classroom: Classroom): DrawerPage {
   const statistics = h('div', { class: 'statistics' });
   const streams = h('p', { class: 'hint' });
   const readStreams = async () => {
-    const value = await classroom.attempt('getKOBUStats');
-    const infos = records(value?.['RtcInfos']);
-    const words = infos.map(
-      ({ UserId, Resolution, StreamType }) =>
-        `${String(UserId)}: ${String(StreamType)} ${String(Resolution)}`,
-    );
+    const infos = (await classroom.attempt('getKOBUStats'))?.RtcInfos;
+    const words =
+      infos && infos !== '[]'
+        ? infos.map(({ UserId, Resolution, StreamType }) => `${UserId}: ${StreamType} ${Resolution}`)
+        : [];
     setText(streams, words.join(' · ') || 'No streams since the last look.');
   };
   return {
@@ -65,18 +64,10 @@ function speedTest(classroom: Classroom): HTMLElement {
           setText(status, `The test failed: ${error?.errmsg ?? ''}`);
           return false;
         }
-        bar.max = Number(retval['totalCount']);
-        bar.value = Number(retval['completedCount']);
-        const result = records([retval['result']])[0] ?? {};
-        list.append(
-          h(
-            'li',
-            {},
-            h('strong', {}, String(result['ip'])),
-            ` ${qualityInWords(Number(result['quality']))}, ${Number(result['rtt'])} ms, ` +
-              `lost ${percent(result['upLostRate'])} up, ${percent(result['downLostRate'])} down`,
-          ),
-        );
+        const { totalCount, completedCount, result } = retval;
+        bar.max = totalCount;
+        bar.value = completedCount;
+        if (result) list.append(resultLine(result));
         const done = error?.errmsg === 'done';
         if (done) setText(status, 'Done.');
         return !done;
@@ -96,34 +87,46 @@ function speedTest(classroom: Classroom): HTMLElement {
   );
 }
 
-function percent(rate: unknown): string {
-  return `${Math.round(Number(rate) * 100)} %`;
+function resultLine({ ip, quality, rtt, upLostRate, downLostRate }: KOBUSpeedTestResult): HTMLElement {
+  const lost = `lost ${percent(upLostRate)} up, ${percent(downLostRate)} down`;
+  return h(
+    'li',
+    {},
+    h('strong', {}, ip ?? 'A server'),
+    ` ${qualityInWords(quality)}, ${rtt} ms, ${lost}`,
+  );
 }
 
-function draw(place: HTMLElement, statistics: JsonObject | undefined): void {
+function percent(rate: number): string {
+  return `${Math.round(rate * 100)} %`;
+}
+
+function draw(place: HTMLElement, statistics: KOBUStatistics | undefined): void {
   if (!statistics) {
     setText(place, 'They come every two seconds.');
     return;
   }
   const line = (name: string, value: string) =>
     h('div', { class: 'figure' }, h('span', {}, name), h('b', {}, value));
-  const kilobytes = (bytes: unknown) => `${Math.round(Number(bytes) / 1000)} kB`;
-  const stream = (who: string, entry: JsonObject) => {
-    const video = Number(entry['videoBitrate']);
-    const size = `${String(entry['width'])}×${String(entry['height'])}, ${String(entry['frameRate'])} fps`;
+  const kilobytes = (bytes: number) => `${Math.round(bytes / 1000)} kB`;
+  const stream = (who: string, entry: KOBULocalStatistics | KOBURemoteStatistics) => {
+    const { width, height, frameRate, videoBitrate, audioBitrate, streamType } = entry;
+    const video = videoBitrate
+      ? `${width}×${height}, ${frameRate} fps, ${videoBitrate} kbit/s`
+      : 'no video';
     return line(
-      `${who}, ${streamNames[Number(entry['streamType'])] ?? 'stream'}`,
-      `${video ? `${size}, ${video} kbit/s` : 'no video'}, sound ${String(entry['audioBitrate'])} kbit/s`,
+      `${who}, ${streamNames[streamType] ?? 'stream'}`,
+      `${video}, sound ${audioBitrate} kbit/s`,
     );
   };
   place.replaceChildren(
-    line('Delay', `${String(statistics['rtt'])} ms`),
-    line('Lost', `${String(statistics['upLoss'])} % up, ${String(statistics['downLoss'])} % down`),
-    line('Processor', `${String(statistics['appCpu'])} % of ${String(statistics['systemCpu'])} %`),
-    line('Sent', kilobytes(statistics['sentBytes'])),
-    line('Received', kilobytes(statistics['receivedBytes'])),
-    ...records(statistics['localStatistics']).map((entry) => stream('You', entry)),
-    ...records(statistics['remoteStatistics']).map((entry) => stream(String(entry['userId']), entry)),
+    line('Delay', `${statistics.rtt} ms`),
+    line('Lost', `${statistics.upLoss} % up, ${statistics.downLoss} % down`),
+    line('Processor', `${statistics.appCpu} % of ${statistics.systemCpu} %`),
+    line('Sent', kilobytes(statistics.sentBytes)),
+    line('Received', kilobytes(statistics.receivedBytes)),
+    ...statistics.localStatistics.map((entry) => stream('You', entry)),
+    ...statistics.remoteStatistics.map((entry) => stream(entry.userId ?? 'Somebody', entry)),
   );
 }
 

@@ -1,14 +1,12 @@
 // How the others are heard and seen here.
 
-import type { JsonObject } from '../bridge';
 import { h } from '../dom';
 import type { Classroom } from './classroom';
 import { button, choice, row, section, slider, toggle } from './controls';
 import type { DrawerPage } from './drawerPage';
-import { fills, pictureChoices } from './pictureChoices';
-import type { Person } from './roomAccess';
+import { fills, pictureChoices, type Drawing } from './pictureChoices';
+import { cameraStream, type Person } from './roomAccess';
 
-const mainStream = 0;
 const streams = [
   [0, 'Full picture'],
   [1, 'Small picture'],
@@ -50,8 +48,8 @@ export function peoplePage(classroom: Classroom): DrawerPage {
 }
 
 function personCard(classroom: Classroom, { userId, playVolume }: Person): HTMLElement {
-  const draw = (drawing: JsonObject) =>
-    classroom.attempt('setRemotePreviewParams', { userId, streamType: mainStream, ...drawing });
+  const draw = (drawing: Drawing) =>
+    classroom.attempt('setRemotePreviewParams', { userId, streamType: cameraStream, ...drawing });
   return h(
     'details',
     { class: 'person', 'data-person': userId },

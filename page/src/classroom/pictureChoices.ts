@@ -1,6 +1,5 @@
 // How a picture may be drawn, as choices for a form.
 
-import type { JsonObject } from '../bridge';
 import { choice } from './controls';
 
 export const fills = [
@@ -19,10 +18,16 @@ export const turns = [
   [3, '270°'],
 ] as const;
 
+export interface Drawing {
+  mode: number;
+  mirror: number;
+  rotation: number;
+}
+
 /** Choices of fill, mirror and turn; `draw` is called with all three at each change. */
-export function pictureChoices(title: string, draw: (drawing: JsonObject) => unknown): HTMLElement[] {
-  const drawing = { mode: 0, mirror: 0, rotation: 0 };
-  const change = (part: Partial<typeof drawing>) => draw(Object.assign(drawing, part));
+export function pictureChoices(title: string, draw: (drawing: Drawing) => unknown): HTMLElement[] {
+  const drawing: Drawing = { mode: 0, mirror: 0, rotation: 0 };
+  const change = (part: Partial<Drawing>) => draw(Object.assign(drawing, part));
   return [
     choice(title, fills, 0, (mode) => change({ mode })),
     choice('Mirror', mirrors, 0, (mirror) => change({ mirror })),

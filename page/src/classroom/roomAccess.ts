@@ -1,6 +1,11 @@
 // What the parts of a class know of the whole.
 
-import type { Bridge, JsonObject } from '../bridge';
+import type { Bridge } from '../bridge';
+import type { CommandName, Commands } from '../protocol';
+
+// Which stream, or which view, of a user.
+export const cameraStream = 0;
+export const screenStream = 2;
 
 export type Tone = 'info' | 'good' | 'bad';
 
@@ -34,10 +39,10 @@ export interface RoomAccess {
   /** The own user, while in a room. */
   readonly own: Person | undefined;
   /** Sends a command; a failure becomes a notice. Gives its value, or nothing. */
-  attempt(
-    command: string,
-    params?: JsonObject,
+  attempt<Name extends CommandName>(
+    command: Name,
+    params?: Commands[Name]['params'],
     options?: { nativecb?: string },
-  ): Promise<JsonObject | undefined>;
+  ): Promise<Commands[Name]['result'] | undefined>;
   notice(text: string, tone: Tone): void;
 }

@@ -38,7 +38,7 @@ export class ScreenShare {
 
   /** Asks what this system can share. */
   async ask(): Promise<void> {
-    this.support = Number((await this.room.bridge.call('isSupportScreenCapture'))['mode'] ?? 0);
+    this.support = (await this.room.bridge.call('isSupportScreenCapture')).mode;
   }
 
   /** The room is left. */

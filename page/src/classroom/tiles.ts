@@ -4,11 +4,8 @@ import { h, icon, setData, type IconName } from '../dom';
 import { hueOf } from '../hue';
 import { qualityInWords } from '../words';
 import type { Classroom } from './classroom';
-import type { Person } from './roomAccess';
+import { cameraStream, screenStream, type Person } from './roomAccess';
 import './tiles.css';
-
-const cameraView = 0;
-const screenView = 2;
 
 const smallestTile = 9.4; // in rem
 const pictureRatio = 16 / 10;
@@ -31,9 +28,9 @@ export class Tiles {
     const { people } = this.classroom;
     const wanted = new Map<string, () => Tile>();
     for (const person of people.values())
-      if (person.screen) wanted.set(`${person.userId}/${screenView}`, () => screenTile(person));
+      if (person.screen) wanted.set(`${person.userId}/${screenStream}`, () => screenTile(person));
     for (const person of people.values())
-      wanted.set(`${person.userId}/${cameraView}`, () => personTile(person, this.classroom));
+      wanted.set(`${person.userId}/${cameraStream}`, () => personTile(person, this.classroom));
 
     for (const [name, tile] of this.tiles) {
       if (wanted.has(name)) continue;
@@ -45,7 +42,7 @@ export class Tiles {
       if (!tile) {
         tile = make();
         this.tiles.set(name, tile);
-        if (name.endsWith(`/${screenView}`)) this.element.prepend(tile.element);
+        if (name.endsWith(`/${screenStream}`)) this.element.prepend(tile.element);
         else this.element.append(tile.element);
       }
       tile.update();
@@ -121,7 +118,7 @@ function personTile(first: Person, classroom: Classroom): Tile {
         video && !paused ? 'camera' : 'cameraOff',
         paused ? 'paused' : video ? 'on' : 'off',
       );
-      setData(picture, 'nativeView', person.video ? `${userId}/${cameraView}` : undefined);
+      setData(picture, 'nativeView', person.video ? `${userId}/${cameraStream}` : undefined);
       setData(element, 'speaking', person.volume > 10 ? 'yes' : 'no');
       level.style.width = `${person.volume}%`;
       meter.setAttribute('aria-valuenow', String(person.volume));
@@ -139,7 +136,7 @@ function screenTile({ userId }: Person): Tile {
   const element = h(
     'article',
     { class: 'tile screen', 'data-screen-of': userId, 'aria-label': `Screen of ${userId}` },
-    h('div', { class: 'picture', 'data-native-view': `${userId}/${screenView}` }),
+    h('div', { class: 'picture', 'data-native-view': `${userId}/${screenStream}` }),
     h('footer', {}, icon('screen'), h('span', { class: 'name' }, `${userId} shares a screen`)),
   );
   return { element, update() {} };
