@@ -11,6 +11,7 @@ const checker = readFileSync(packageFile('axe-core/axe.min.js'), 'utf8');
 let browser;
 let simulator;
 let contexts;
+let phones;
 
 before(async () => {
   browser = await startBrowser();
@@ -21,16 +22,21 @@ after(async () => {
 beforeEach(async () => {
   simulator = await startSimulator(['--log', '/dev/null']);
   contexts = [];
+  phones = [];
 });
 afterEach(async () => {
+  const problems = phones.flatMap((phone) => phone.problems);
   for (const context of contexts) await context.close();
   await simulator.stop();
+  assert.deepEqual(problems, [], 'a page had errors');
 });
 
 async function open({ width = 1280, height = 800, colorScheme = 'light' } = {}) {
   const context = await browser.newContext({ viewport: { width, height }, colorScheme });
   contexts.push(context);
-  return Phone.open(context, simulator.address);
+  const phone = await Phone.open(context, simulator.address);
+  phones.push(phone);
+  return phone;
 }
 async function entered(name, screen) {
   const phone = await open(screen);
@@ -303,3 +309,43 @@ for (const screen of screens)
       toast.y + toast.height <= title.y;
     assert.ok(apart, `${JSON.stringify(title)} ${JSON.stringify(toast)}`);
   });
+
+test('a notice moves nothing, and native views leave it in sight', async () => {
+  const ben = await entered('Ben');
+  await ben.control('Share').click();
+  await ben.view.getByRole('button', { name: 'Share this application' }).click();
+  const ada = await entered('Ada', { width: 390, height: 844 });
+  await ada.nativeView('Ben', 2).waitFor();
+  const boxes = () =>
+    ada.view
+      .locator('.topbar, .tiles, .tile, .controls')
+      .evaluateAll((elements) => elements.map((element) => element.getBoundingClientRect().toJSON()));
+  await ada.view.getByText('You are in room').waitFor({ state: 'detached' });
+  const before = await boxes();
+  await ada.control('Camera').click();
+  await ada.answerPrompt('camera', false);
+  const toast = ada.view.locator('.toast.bad');
+  await toast.waitFor();
+  assert.deepEqual(await boxes(), before);
+
+  // The middle of the notice, as the shell's views let it through.
+  await ada.settled();
+  const alpha = (at) =>
+    ada.nativeView('Ben', 2).evaluate((canvas, { x, y }) => {
+      const { left, top, width, height } = canvas.getBoundingClientRect();
+      const across = ((x - left) / width) * canvas.width;
+      const down = ((y - top) / height) * canvas.height;
+      return canvas.getContext('2d').getImageData(across, down, 1, 1).data[3];
+    }, at);
+  const notice = await toast.boundingBox();
+  const view = await ada.nativeView('Ben', 2).boundingBox();
+  const within = { x: notice.x + notice.width / 2, y: notice.y + notice.height - 4 };
+  assert.ok(within.y > view.y, 'the notice lies over the view');
+  assert.equal(await alpha(within), 0);
+  assert.equal(await alpha({ x: within.x, y: view.y + view.height - 4 }), 255);
+  await toast.waitFor({ state: 'detached' });
+  await ada.page.waitForFunction(() => {
+    const canvas = document.querySelector('canvas[data-view="Ben/2"]');
+    return canvas.getContext('2d').getImageData(canvas.width / 2, 4, 1, 1).data[3] === 255;
+  });
+});

@@ -64,6 +64,27 @@ test('a native view lies exactly over its place in the page', async () => {
     assert.ok(Math.abs(place[side] - view[side]) < 1.5, `${side}: ${place[side]} ${view[side]}`);
 });
 
+test('a picture that was turned and fitted fills its place again', async () => {
+  const ada = await entered('Ada');
+  await ada.setPermission('Camera', 'authorized');
+  await ada.control('Camera').click();
+  await ada.nativeView('Ada').waitFor();
+  const edgeIsBlack = (wanted) =>
+    ada.page.waitForFunction((black) => {
+      const canvas = document.querySelector('canvas[data-view="Ada/0"]');
+      const { data } = canvas.getContext('2d').getImageData(2, canvas.height / 2, 1, 1);
+      return (data.join() === '11,14,20,255') === black;
+    }, wanted);
+  await edgeIsBlack(false);
+  await ada.openPage('devices');
+  await ada.view.getByLabel('Own picture').selectOption('Fit');
+  await ada.view.getByLabel('Turned', { exact: true }).selectOption('90°');
+  await edgeIsBlack(true);
+  await ada.view.getByLabel('Turned', { exact: true }).selectOption('Upright');
+  await ada.view.getByLabel('Own picture').selectOption('Fill');
+  await edgeIsBlack(false);
+});
+
 test('a refused camera stays off; a denied one leads to the settings', async () => {
   const ada = await entered('Ada');
   await ada.control('Camera').click();

@@ -7,6 +7,7 @@ import { Phone, startBrowser, startSimulator } from './support.mjs';
 let browser;
 let simulator;
 let context;
+let phones;
 
 before(async () => {
   browser = await startBrowser();
@@ -17,14 +18,19 @@ after(async () => {
 beforeEach(async () => {
   simulator = await startSimulator(['--log', '/dev/null']);
   context = await browser.newContext({ viewport: { width: 1280, height: 860 } });
+  phones = [];
 });
 afterEach(async () => {
+  const problems = phones.flatMap((phone) => phone.problems);
   await context.close();
   await simulator.stop();
+  assert.deepEqual(problems, [], 'a page had errors');
 });
 
-function open() {
-  return Phone.open(context, simulator.address);
+async function open() {
+  const phone = await Phone.open(context, simulator.address);
+  phones.push(phone);
+  return phone;
 }
 async function entered(name, form = {}) {
   const phone = await open();

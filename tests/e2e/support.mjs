@@ -15,7 +15,7 @@ export const packageFile = require.resolve;
 const root = fileURLToPath(new URL('../..', import.meta.url));
 export const simulatorProgram =
   process.env.VEMO_SIMULATOR ?? `${root}build/release/apps/simulator/vemo-simulator`;
-const waitMs = 20_000;
+const waitMs = 60_000; // much, for machines with much to do
 
 /**
  * A running simulator: its `address`, what it wrote to standard error, and how to end it.

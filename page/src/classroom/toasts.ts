@@ -11,7 +11,7 @@ export class Toasts {
   readonly element = h('div', { class: 'toasts', role: 'status', 'aria-live': 'polite' });
 
   show(text: string, tone: Tone): void {
-    const toast = h('div', { class: `toast ${tone}` }, text);
+    const toast = h('div', { class: `toast ${tone}`, 'data-native-above': '' }, text);
     // The last one is seen; what went wrong stays in sight while other news comes.
     const bad = this.element.querySelector('.bad');
     if (bad && tone !== 'bad') bad.before(toast);

@@ -1,5 +1,6 @@
 // The native views of the phone, drawn above the page: each over the element of the page
-// that names its user and view type (data-native-view="USER/TYPE").
+// that names its user and view type (data-native-view="USER/TYPE"), except where the page puts
+// something above the views (data-native-above).
 
 import { h } from '../dom';
 import { hueOf } from '../hue';
@@ -63,6 +64,7 @@ export class NativeViews {
 
   private draw(time: number): void {
     const page = this.frame.contentDocument;
+    const above = [...(page?.querySelectorAll<HTMLElement>('[data-native-above]') ?? [])];
     for (const [name, shown] of this.shown) {
       const { picture, canvas } = shown;
       if (picture.fps > 0) delete shown.stoodStillAt;
@@ -75,6 +77,7 @@ export class NativeViews {
       }
       this.lay(canvas, place, box);
       paint(canvas, picture, this.images.get(picture.muteImage), shown.stoodStillAt ?? time);
+      for (const element of above) cutOut(canvas, box, element);
       canvas.dataset['kind'] = picture.muteImage ? 'muteImage' : 'live';
     }
   }
@@ -102,6 +105,21 @@ export class NativeViews {
   }
 }
 
+// Leaves the view open where `element` of the page lies.
+function cutOut(canvas: HTMLCanvasElement, box: DOMRect, element: HTMLElement): void {
+  const context = canvas.getContext('2d');
+  if (!context) return;
+  const { left, top, width, height } = element.getBoundingClientRect();
+  const radius = Math.min(parseFloat(getComputedStyle(element).borderTopLeftRadius), height / 2);
+  context.save();
+  context.setTransform(canvas.width / box.width, 0, 0, canvas.height / box.height, 0, 0);
+  context.globalCompositeOperation = 'destination-out';
+  context.beginPath();
+  context.roundRect(left - box.left, top - box.top, width, height, radius);
+  context.fill();
+  context.restore();
+}
+
 // Turned, mirrored and fitted as the sender and the viewer have set it.
 function paint(
   canvas: HTMLCanvasElement,
@@ -112,7 +130,7 @@ function paint(
   const context = canvas.getContext('2d');
   if (!context) return;
   const { width, height } = canvas;
-  context.setTransform(1, 0, 0, 1, 0, 0);
+  context.save();
   context.fillStyle = '#0b0e14';
   context.fillRect(0, 0, width, height);
 
@@ -136,6 +154,7 @@ function paint(
   else if (picture.viewType === 2) paintScreen(context, picture, across, down, time);
   else paintPerson(context, picture, across, down, time);
   if (!image) paintLabel(context, picture, across, down);
+  context.restore();
 }
 
 // Automatic mirroring shows the own front camera as a mirror does.
