@@ -76,3 +76,9 @@ export function icon(name: IconName): HTMLElement {
     `stroke-linecap="round" stroke-linejoin="round">${paths[name]}</svg>`;
   return span;
 }
+
+/** A button with an icon for a face. */
+export function iconButton(name: IconName, title: string, press: () => unknown): HTMLButtonElement {
+  const label = { title, 'aria-label': title };
+  return h('button', { class: 'icon-button', ...label, onclick: press }, icon(name));
+}

@@ -105,6 +105,55 @@ test('a refused camera stays off; a denied one leads to the settings', async () 
   await ada.nativeView('Ada').waitFor();
 });
 
+// What is heard of the microphone comes behind what would be seen of the camera.
+async function sendsSoundOnly(speaker, listener) {
+  await speaker.control('Microphone').click();
+  await listener.tile('Ada').locator('.state[title="Microphone on"]').waitFor();
+  await listener.tile('Ada').locator('.state[title="Camera off"]').waitFor();
+  await speaker.tile('Ada').locator('.state[title="Camera off"]').waitFor();
+}
+
+test('who comes back, to the stage or to the room, sends nothing unasked', async () => {
+  const ben = await entered('Ben');
+  const ada = await entered('Ada');
+  for (const device of ['Camera', 'Microphone']) await ada.setPermission(device, 'authorized');
+  const begin = async () => {
+    await ada.control('Camera').click();
+    await ben.nativeView('Ada').waitFor();
+    await ada.control('Share').click();
+    await ada.view.getByRole('button', { name: 'Share this application' }).click();
+    await ben.screenTile('Ada').waitFor();
+  };
+  await begin();
+  await ada.control('Role').click();
+  await ada.view.locator('[data-control="Microphone"]:disabled').waitFor();
+  await ada.control('Role').click();
+  await ada.view.locator('[data-control="Microphone"]:enabled').waitFor();
+  await sendsSoundOnly(ada, ben);
+  assert.equal(await ben.screenTile('Ada').count(), 0);
+
+  await ada.page.keyboard.press('Escape');
+  await begin();
+  await ada.control('Leave').click();
+  await ada.inPhase('outside');
+  await ada.enter({ name: 'Ada' });
+  await sendsSoundOnly(ada, ben);
+  assert.equal(await ben.screenTile('Ada').count(), 0);
+});
+
+test('a camera that is allowed when the room is left stays off', async () => {
+  const ben = await entered('Ben');
+  const ada = await entered('Ada');
+  await ada.setPermission('Microphone', 'authorized');
+  await ada.control('Camera').click();
+  await ada.dialog('prompt-camera').waitFor();
+  await ada.control('Leave').evaluate((control) => control.click()); // the page may leave by itself
+  await ada.inPhase('outside');
+  await ada.answerPrompt('camera', true);
+  await ada.enter({ name: 'Ada' });
+  await sendsSoundOnly(ada, ben);
+});
+
 test('a denied microphone says so when the alert is declined', async () => {
   const ada = await entered('Ada');
   await ada.setPermission('Microphone', 'denied');

@@ -120,7 +120,10 @@ export class Classroom implements RoomAccess {
     const done = await this.attempt('switchRole', { role }, { nativecb: 'switchRole' });
     if (!done) return;
     this.role = role;
-    if (role === audienceRole) this.media.takenAway();
+    if (role === audienceRole) {
+      this.media.takenAway();
+      this.share.takenAway();
+    }
     this.notice(role === anchorRole ? 'You are on stage.' : 'You are in the audience.', 'good');
     this.watcher.changed();
   }
@@ -136,8 +139,9 @@ export class Classroom implements RoomAccess {
 
   /** Ends the engine, which leaves the room, and starts another one. */
   async restartEngine(): Promise<void> {
-    await this.attempt('uninitSDK');
+    this.phase = 'leaving';
     this.reset();
+    await this.attempt('uninitSDK');
     this.phase = 'outside';
     await this.attempt('initSDK');
     this.watcher.changed();
@@ -192,7 +196,7 @@ export class Classroom implements RoomAccess {
     this.statistics = undefined;
     this.newcomersAreNews = false;
     this.media.takenAway();
-    this.share.ended();
+    this.share.takenAway();
   }
 
   private person(userId: string): Person {

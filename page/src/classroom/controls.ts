@@ -1,6 +1,6 @@
 // Form controls of the drawer's pages.
 
-import { h, icon, setText, type IconName } from '../dom';
+import { h, setText } from '../dom';
 import './controls.css';
 
 type Press = () => unknown;
@@ -11,12 +11,6 @@ export function section(title: string, ...children: (Node | false)[]): HTMLEleme
 
 export function button(title: string, press: Press): HTMLButtonElement {
   return h('button', { class: 'secondary', onclick: press }, title);
-}
-
-export function iconButton(name: IconName, title: string, press: Press): HTMLButtonElement {
-  const made = h('button', { class: 'icon-button', title, 'aria-label': title, onclick: press });
-  made.append(icon(name));
-  return made;
 }
 
 export function row(...children: Node[]): HTMLElement {

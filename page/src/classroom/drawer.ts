@@ -1,8 +1,7 @@
 // The drawer beside the people: one page of it is open at a time.
 
-import { h, icon, setData, type IconName } from '../dom';
+import { h, icon, iconButton, setData, type IconName } from '../dom';
 import type { Classroom } from './classroom';
-import { iconButton } from './controls';
 import { devicesPage } from './devicesPage';
 import './drawer.css';
 import type { DrawerPage } from './drawerPage';

@@ -23,10 +23,13 @@ export class LocalMedia {
     );
   }
 
-  /** The room, or the stage, is left: the devices are off. */
+  /** The room, or the stage, is left: what runs is stopped, or the engine would send it again. */
   takenAway(): void {
+    if (isRunning(this.microphone)) void this.room.attempt('stopLocalAudio');
+    if (isRunning(this.camera)) void this.room.attempt('stopLocalPreview');
     this.microphone = 'off';
     this.camera = 'off';
+    this.changed();
   }
 
   /** Starts the microphone, or mutes or unmutes it once it runs. */
@@ -42,6 +45,8 @@ export class LocalMedia {
     this.microphone = 'starting';
     this.changed();
     const started = await this.room.attempt('startLocalAudio', { quality: this.audioQuality });
+    const unwanted = (this.microphone as DeviceState) === 'off'; // taken away meanwhile
+    if (started && unwanted) return this.stopMicrophone();
     this.microphone = started ? 'on' : 'off';
     this.changed();
   }
@@ -64,6 +69,8 @@ export class LocalMedia {
     this.camera = 'starting';
     this.changed();
     const started = await this.room.attempt('startLocalPreview', { frontCamera: this.frontCamera });
+    const unwanted = (this.camera as DeviceState) === 'off'; // taken away meanwhile
+    if (started && unwanted) return this.stopCamera();
     this.camera = started ? 'on' : 'off';
     this.changed();
   }
@@ -88,4 +95,8 @@ export class LocalMedia {
     }
     this.room.watcher.changed();
   }
+}
+
+function isRunning(state: DeviceState): boolean {
+  return state === 'on' || state === 'muted';
 }

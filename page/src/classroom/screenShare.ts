@@ -41,8 +41,9 @@ export class ScreenShare {
     this.support = (await this.room.bridge.call('isSupportScreenCapture')).mode;
   }
 
-  /** The room is left. */
-  ended(): void {
+  /** The room, or the stage, is left: sharing is stopped, or the engine would go on with it. */
+  takenAway(): void {
+    if (this.state === 'on' || this.state === 'paused') void this.stop();
     this.state = 'off';
   }
 

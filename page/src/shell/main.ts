@@ -1,6 +1,6 @@
 // The simulator's shell: a phone whose web view is a frame with the classroom page.
 
-import { h, icon, setData } from '../dom';
+import { h, iconButton, setData } from '../dom';
 import '../base.css';
 import './shell.css';
 import { PhoneLink, type LinkWatcher } from './link';
@@ -68,11 +68,6 @@ function showDevice(kind: 'phone' | 'tablet'): void {
   phoneButton.setAttribute('aria-pressed', String(kind === 'phone'));
   tabletButton.setAttribute('aria-pressed', String(kind === 'tablet'));
 }
-function toolButton(name: Parameters<typeof icon>[0], title: string, press: () => void): HTMLElement {
-  const button = h('button', { class: 'icon-button', title, 'aria-label': title, onclick: press });
-  button.append(icon(name));
-  return button;
-}
 
 const clock = h('span', { class: 'clock' });
 const tick = () => (clock.textContent = new Date().toTimeString().slice(0, 5));
@@ -90,12 +85,12 @@ const device = h(
   ),
   h('div', { class: 'screen' }, frame, views.element, overlays.element),
 );
-const phoneButton = toolButton('phone', 'Phone', () => showDevice('phone'));
-const tabletButton = toolButton('tablet', 'Tablet', () => showDevice('tablet'));
-const panelButton = toolButton('log', 'Developer panel', () =>
+const phoneButton = iconButton('phone', 'Phone', () => showDevice('phone'));
+const tabletButton = iconButton('tablet', 'Tablet', () => showDevice('tablet'));
+const panelButton = iconButton('log', 'Developer panel', () =>
   showPanel(document.body.dataset['panel'] !== 'open'),
 );
-const reloadButton = toolButton('refresh', 'Reload the page', () =>
+const reloadButton = iconButton('refresh', 'Reload the page', () =>
   frame.contentWindow?.location.reload(),
 );
 

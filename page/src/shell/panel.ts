@@ -1,6 +1,6 @@
 // The panel beside the phone: what goes to and fro, and how the phone is set.
 
-import { h, icon } from '../dom';
+import { h, iconButton } from '../dom';
 import type { PhoneLink } from './link';
 import { Log } from './log';
 import './panel.css';
@@ -38,12 +38,10 @@ export class Panel {
       select(other);
       tabs[other]!.focus();
     });
-    const closing = h('button', { class: 'icon-button', 'aria-label': 'Close panel', onclick: close });
-    closing.append(icon('close'));
     this.element = h(
       'aside',
       { class: 'panel', 'aria-label': 'Developer panel' },
-      h('header', {}, list, closing),
+      h('header', {}, list, iconButton('close', 'Close panel', close)),
       ...pages,
     );
     this.element.addEventListener('keydown', ({ key }) => {
