@@ -411,6 +411,11 @@ class CommandCheck {
   // ---- What is told of a parameter
 
   void checkParam(const json::object& param, const std::string& path, const Put& put) {
+    const auto type = textIn(param, "type");
+    if (const auto sample = sampleOf(param); !isOf(type, sample)) {
+      return complain_(inQuotes(path) + ": type is " + inQuotes(type) + ", " + jsonText(sample) +
+                       " is told for it");
+    }
     const auto& without = send(put(full_, nullptr));
     const auto onMissing = textIn(param, "onMissing");
     if (isTrue(param, "required") != !onMissing.empty()) {
@@ -423,7 +428,7 @@ class CommandCheck {
     }
     checkWrongTypes(param, path, put);
     checkEffect(param, path, put);
-    if (textIn(param, "type") != "list") return;
+    if (type != "list") return;
     for (const auto& member : listIn(param, "members")) {
       const std::string key(textIn(member.get_object(), "name"));
       const auto putMember = [&](json::object base, const json::value* given) {
