@@ -11,10 +11,6 @@ void CountingLogger::log(const DUNLogParam& record) {
   if (keeps) kept = record.actionParam.value_or("");
 }
 
-void CountingLogger::updateLogConfig(const std::function<void(DUNLoggerConfig&)>& update) {
-  update(config_);
-}
-
 void CountingWebView::loadJs(const std::string& script, bool /*needLog*/) {
   ++scripts;
   bytes += script.size();

@@ -9,23 +9,20 @@
 
 #include "bridge/Platform.h"
 #include "testing/FakePlatform.h"
+#include "testing/NullPlatform.h"
 #include "webview/VEMOKOBUMsgRouter.h"
 
 namespace vemo::bench {
 
 /// Where log records end: they are counted, and the last params are kept when asked for.
-class CountingLogger final : public VEMOLogger {
+class CountingLogger final : public NullVEMOLogger {
  public:
   void log(const DUNLogParam& record) override;
-  void updateLogConfig(const std::function<void(DUNLoggerConfig&)>& update) override;
 
   bool keeps = false;
   std::string kept;  ///< the last record's action parameter
   std::uint64_t records = 0;
   std::uint64_t bytes = 0;
-
- private:
-  DUNLoggerConfig config_;
 };
 
 /// Where scripts end: likewise.

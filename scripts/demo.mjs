@@ -2,7 +2,7 @@
 // demo.mjs FOLDER: a log and pictures go there.
 
 import { mkdir, rm, writeFile } from 'node:fs/promises';
-import { Phone, startBrowser, startSimulator } from '../tests/e2e/support.mjs';
+import { Phone, startBrowser, startSimulator } from '../testing/browser.mjs';
 
 const folder = process.argv[2];
 if (!folder) {

@@ -1,12 +1,11 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -16,6 +15,7 @@
 #include "platform/LoopbackNotificationCenter.h"
 #include "platform/MainThreadQueue.h"
 #include "testing/FakeEngine.h"
+#include "testing/NullPlatform.h"
 
 namespace vemo {
 
@@ -28,7 +28,7 @@ struct LoggedRecord {
   std::uint_least32_t line = 0;
 };
 
-class FakeLogger final : public VEMOLogger {
+class FakeLogger final : public NullVEMOLogger {
  public:
   void log(const DUNLogParam& record) override {
     const auto text = [](const std::optional<std::string_view>& view) {
@@ -40,10 +40,6 @@ class FakeLogger final : public VEMOLogger {
                         record.errorCode, record.errorDesc ? Text(*record.errorDesc) : Text{},
                         record.line.value_or(0)});
   }
-  void updateLogConfig(const std::function<void(DUNLoggerConfig&)>& update) override {
-    const std::lock_guard lock(mutex_);
-    update(config_);
-  }
   std::vector<LoggedRecord> take() {
     const std::lock_guard lock(mutex_);
     return std::exchange(records_, {});
@@ -52,7 +48,6 @@ class FakeLogger final : public VEMOLogger {
  private:
   std::mutex mutex_;
   std::vector<LoggedRecord> records_;
-  DUNLoggerConfig config_;
 };
 
 class FakeWebView final : public VEMOWebView {
@@ -73,14 +68,14 @@ class FakeWebView final : public VEMOWebView {
 
 /// Every piece of a platform, for tests that look at one router from outside. The main
 /// thread is the test's; what is authorised, installed or downloaded is the simplest case.
-class FakePlatform : private SystemLog,
-                     private CaptureAuthorization,
-                     private AlertPresenter,
-                     private Application,
-                     private DownloadService,
-                     private ImageDecoder,
-                     private SystemVersion,
-                     private VEMOExtensionLauncher {
+class FakePlatform : private NullSystemLog,
+                     private NullCaptureAuthorization,
+                     private NullAlertPresenter,
+                     private NullApplication,
+                     private NullDownloadService,
+                     private NullImageDecoder,
+                     private NullSystemVersion,
+                     private NullVEMOExtensionLauncher {
  public:
   FakeLogger logger;
   MainThreadQueue mainQueue;
@@ -109,21 +104,6 @@ class FakePlatform : private SystemLog,
   }
 
  private:
-  void writeLine(std::string_view) override {}
-  AuthorizationStatus authorizationStatus(MediaType) const override {
-    return AuthorizationStatus::authorized;
-  }
-  void requestAccess(MediaType, std::function<void(bool)>) override {}
-  void present(Alert) override {}
-  Text information(std::string_view) const override { return std::nullopt; }
-  bool canOpenSettings() const override { return false; }
-  void openSettings() override {}
-  bool isUrl(const std::string&) const override { return false; }
-  void download(const std::string&, std::function<void(DownloadResult)>) override {}
-  void decode(std::string, ImageDecoder::Done done) override { done(nullptr); }
-  bool isAtLeast(int, int, int) const override { return true; }
-  void launch() override {}
-
   const std::string appGroup_ = "group.test";
   VEMOJSMsgRouter* base_ = nullptr;
 };

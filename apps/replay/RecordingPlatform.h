@@ -13,11 +13,11 @@
 #include "bridge/CaptureAuthorization.h"
 #include "bridge/DownloadService.h"
 #include "bridge/ImageDecoder.h"
-#include "bridge/NotificationCenter.h"
 #include "bridge/SystemVersion.h"
 #include "bridge/VEMOExtensionLauncher.h"
 #include "bridge/VEMOUIRenderSource.h"
 #include "bridge/VEMOWebView.h"
+#include "testing/NullPlatform.h"
 
 // The phone around the router: each piece writes what it is asked to do, answers
 // questions as the device is set, and keeps what is open until the scenario answers it.
@@ -26,12 +26,10 @@
 namespace vemo::replay {
 
 /// In-process notifications: written, observed by nobody.
-class RecordingNotifications final : public NotificationCenter {
+class RecordingNotifications final : public NullNotificationCenter {
  public:
   explicit RecordingNotifications(Recorder& recorder) : recorder_(recorder) {}
   void post(const std::string& name) override { recorder_.write("post", {{"name", name}}); }
-  void addObserver(const void*, const std::string&, Callback) override {}
-  void removeEveryObserver(const void*) override {}
 
  private:
   Recorder& recorder_;
@@ -39,10 +37,9 @@ class RecordingNotifications final : public NotificationCenter {
 
 /// Cross-process notifications. The latest subscriber is handed whatever the scenario
 /// says, also under a name that it did not subscribe to.
-class RecordingCrossProcessCenter final : public CrossProcessNotificationCenter {
+class RecordingCrossProcessCenter final : public NullCrossProcessNotificationCenter {
  public:
   explicit RecordingCrossProcessCenter(Recorder& recorder) : recorder_(recorder) {}
-  void post(const std::string&) override {}
   void addObserver(const void* observer, const std::string& name, Callback callback) override;
   void removeObserver(const void* observer, const std::string& name) override;
   void removeEveryObserver(const void* observer) override;

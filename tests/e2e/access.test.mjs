@@ -4,7 +4,7 @@
 import assert from 'node:assert/strict';
 import { readFileSync } from 'node:fs';
 import { after, afterEach, before, beforeEach, test } from 'node:test';
-import { packageFile, Phone, startBrowser, startSimulator } from './support.mjs';
+import { packageFile, Phone, startBrowser, startSimulator } from '../../testing/browser.mjs';
 
 const checker = readFileSync(packageFile('axe-core/axe.min.js'), 'utf8');
 

@@ -2,7 +2,7 @@
 
 import assert from 'node:assert/strict';
 import { after, afterEach, before, beforeEach, test } from 'node:test';
-import { Phone, startBrowser, startSimulator } from './support.mjs';
+import { Phone, startBrowser, startSimulator } from '../../testing/browser.mjs';
 
 let browser;
 let simulator;

@@ -6,7 +6,7 @@ import { existsSync, mkdtempSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { test } from 'node:test';
-import { simulatorProgram, startSimulator } from './support.mjs';
+import { simulatorProgram, startSimulator } from '../../testing/browser.mjs';
 
 function run(...options) {
   const { status, stdout, stderr } = spawnSync(simulatorProgram, options, {

@@ -22,6 +22,7 @@
 #include "platform/ProcessExtensionLauncher.h"
 #include "platform/StreamSystemLog.h"
 #include "testing/Arrivals.h"
+#include "testing/ForwardingPlatform.h"
 #include "testing/contracts/VEMOExtensionLauncher_contract.h"
 
 namespace vemo {
@@ -136,6 +137,14 @@ struct ProcessExtensionLauncherMaker {
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(Process, VEMOExtensionLauncherContract,
                                ProcessExtensionLauncherMaker);
+
+struct ForwardedProcessExtensionLauncherMaker : ProcessExtensionLauncherMaker {
+  VEMOExtensionLauncher& launcher() { return forwarder_; }
+
+  ForwardingVEMOExtensionLauncher forwarder_{launcher_};
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Forwarding, VEMOExtensionLauncherContract,
+                               ForwardedProcessExtensionLauncherMaker);
 
 /// A program that says its process id and lives until it is told to end.
 class LivingProgram {

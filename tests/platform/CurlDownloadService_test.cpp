@@ -17,6 +17,7 @@
 
 #include "HttpServer.h"
 #include "testing/Arrivals.h"
+#include "testing/ForwardingPlatform.h"
 #include "testing/contracts/DownloadService_contract.h"
 
 namespace vemo {
@@ -79,6 +80,14 @@ struct CurlDownloadServiceMaker {
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(CurlDownloadService, DownloadServiceContract,
                                CurlDownloadServiceMaker);
+
+struct ForwardedCurlDownloadServiceMaker : CurlDownloadServiceMaker {
+  DownloadService& downloads() { return forwarder_; }
+
+  ForwardingDownloadService forwarder_{service_};
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Forwarding, DownloadServiceContract,
+                               ForwardedCurlDownloadServiceMaker);
 
 struct CurlDownloadServiceTest : ::testing::Test {
   CurlDownloadOptions options() const { return reaching(server); }

@@ -15,6 +15,7 @@
 #include "json/JsonText.h"
 #include "platform/MainThreadQueue.h"
 #include "platform/ReplyDelivery.h"
+#include "testing/ForwardingPlatform.h"
 #include "testing/contracts/VEMOJSMsgRouter_contract.h"
 
 namespace vemo {
@@ -56,6 +57,13 @@ struct JSMsgRouterMaker {
       std::make_unique<JSMsgRouter>(logger_, delivery_, webView_);
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(JSMsgRouter, VEMOJSMsgRouterContract, JSMsgRouterMaker);
+
+struct ForwardedJSMsgRouterMaker : JSMsgRouterMaker {
+  VEMOJSMsgRouter& router() { return forwarder_; }
+
+  ForwardingVEMOJSMsgRouter forwarder_{*router_};
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Forwarding, VEMOJSMsgRouterContract, ForwardedJSMsgRouterMaker);
 
 /// The params of an item that is expected to have some.
 const boost::json::object& paramsOf(const VEMOJSMsgItem& item) {

@@ -31,6 +31,7 @@
 #include "platform/RotatingFile.h"
 #include "platform/StreamSystemLog.h"
 #include "testing/Arrivals.h"
+#include "testing/ForwardingPlatform.h"
 #include "testing/contracts/VEMOLogger_contract.h"
 
 namespace vemo {
@@ -54,6 +55,13 @@ struct JsonLineLoggerMaker {
       JsonLineLogger::create({.file = folder_.file("log.jsonl")});
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(JsonLineLogger, VEMOLoggerContract, JsonLineLoggerMaker);
+
+struct ForwardedJsonLineLoggerMaker : JsonLineLoggerMaker {
+  VEMOLogger& logger() { return forwarder_; }
+
+  ForwardingVEMOLogger forwarder_{*logger_};
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Forwarding, VEMOLoggerContract, ForwardedJsonLineLoggerMaker);
 
 DUNLogParam named(std::string_view name) {
   DUNLogParam record;

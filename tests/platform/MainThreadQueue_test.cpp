@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "testing/Arrivals.h"
+#include "testing/ForwardingPlatform.h"
 #include "testing/contracts/MainQueue_contract.h"
 
 namespace vemo {
@@ -26,6 +27,13 @@ struct MainThreadQueueMaker {
   std::unique_ptr<MainThreadQueue> queue_ = std::make_unique<MainThreadQueue>();
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(MainThreadQueue, MainQueueContract, MainThreadQueueMaker);
+
+struct ForwardedMainThreadQueueMaker : MainThreadQueueMaker {
+  MainQueue& queue() { return forwarder_; }
+
+  ForwardingMainQueue forwarder_{*queue_};
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Forwarding, MainQueueContract, ForwardedMainThreadQueueMaker);
 
 TEST(MainThreadQueue, DrainRunsWhatWaitsAndSaysHowManyItRan) {
   MainThreadQueue queue;

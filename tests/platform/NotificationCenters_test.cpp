@@ -8,6 +8,7 @@
 #include "platform/InProcessNotificationCenter.h"
 #include "platform/LoopbackNotificationCenter.h"
 #include "testing/Arrivals.h"
+#include "testing/ForwardingPlatform.h"
 #include "testing/contracts/CrossProcessNotificationCenter_contract.h"
 #include "testing/contracts/NotificationCenter_contract.h"
 
@@ -21,6 +22,13 @@ struct InProcessMaker {
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(InProcess, NotificationCenterContract, InProcessMaker);
 
+struct ForwardedInProcessMaker : InProcessMaker {
+  NotificationCenter& center() { return forwarder_; }
+
+  ForwardingNotificationCenter forwarder_{center_};
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Forwarding, NotificationCenterContract, ForwardedInProcessMaker);
+
 struct InProcessCrossProcessMaker {
   CrossProcessNotificationCenter& center() { return *center_; }
   void settle() {}
@@ -31,6 +39,14 @@ struct InProcessCrossProcessMaker {
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(InProcess, CrossProcessNotificationCenterContract,
                                InProcessCrossProcessMaker);
+
+struct ForwardedInProcessCrossProcessMaker : InProcessCrossProcessMaker {
+  CrossProcessNotificationCenter& center() { return forwarder_; }
+
+  ForwardingCrossProcessNotificationCenter forwarder_{*center_};
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Forwarding, CrossProcessNotificationCenterContract,
+                               ForwardedInProcessCrossProcessMaker);
 
 TEST(InProcessNotificationCenter, DoesNotCallWhatWasRemovedDuringThePost) {
   InProcessNotificationCenter center;

@@ -14,6 +14,7 @@
 
 #include "platform/ImageFiles.h"
 #include "testing/Arrivals.h"
+#include "testing/ForwardingPlatform.h"
 #include "testing/contracts/ImageDecoder_contract.h"
 
 namespace vemo {
@@ -33,6 +34,13 @@ struct PixbufImageDecoderMaker {
   PixbufImageDecoder decoder_;
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(PixbufImageDecoder, ImageDecoderContract, PixbufImageDecoderMaker);
+
+struct ForwardedPixbufImageDecoderMaker : PixbufImageDecoderMaker {
+  ImageDecoder& decoder() { return forwarder_; }
+
+  ForwardingImageDecoder forwarder_{decoder_};
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Forwarding, ImageDecoderContract, ForwardedPixbufImageDecoderMaker);
 
 using ImagePtr = std::shared_ptr<VEMOImage>;
 

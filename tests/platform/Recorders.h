@@ -1,20 +1,18 @@
 #pragma once
 
 #include <boost/json/object.hpp>
-#include <functional>
 #include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "bridge/VEMOLogger.h"
-#include "bridge/VEMOWebView.h"
 #include "json/JsonText.h"
+#include "testing/NullPlatform.h"
 
 namespace vemo {
 
 /// A logger that keeps records: each field by name, in the record's order.
-class RecordingLogger final : public VEMOLogger {
+class RecordingLogger final : public NullVEMOLogger {
  public:
   void log(const DUNLogParam& record) override {
     boost::json::object fields;
@@ -34,9 +32,6 @@ class RecordingLogger final : public VEMOLogger {
     const std::lock_guard lock(mutex_);
     records_.push_back(jsonText(fields));
   }
-  void updateLogConfig(const std::function<void(DUNLoggerConfig&)>& update) override {
-    update(config_);
-  }
 
   std::vector<std::string> records() const {
     const std::lock_guard lock(mutex_);
@@ -46,7 +41,6 @@ class RecordingLogger final : public VEMOLogger {
  private:
   mutable std::mutex mutex_;
   std::vector<std::string> records_;
-  DUNLoggerConfig config_;
 };
 
 /// A web view that keeps its scripts, with whether they are to be logged.

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "testing/ForwardingPlatform.h"
 #include "testing/contracts/SystemLog_contract.h"
 
 namespace vemo {
@@ -30,6 +31,13 @@ struct StreamSystemLogMaker {
   std::optional<StreamSystemLog> log_{std::in_place, out_};
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(StreamSystemLog, SystemLogContract, StreamSystemLogMaker);
+
+struct ForwardedStreamSystemLogMaker : StreamSystemLogMaker {
+  SystemLog& log() { return forwarder_; }
+
+  ForwardingSystemLog forwarder_{*log_};
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Forwarding, SystemLogContract, ForwardedStreamSystemLogMaker);
 
 TEST(StreamSystemLog, WritesToStandardErrorUnlessToldOtherwise) {
   ::testing::internal::CaptureStderr();

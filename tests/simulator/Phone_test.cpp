@@ -16,6 +16,7 @@
 #include "simulation/EngineCodes.h"
 #include "simulator/FakePage.h"
 #include "testing/Arrivals.h"
+#include "testing/NullPlatform.h"
 
 namespace vemo::test {
 namespace {
@@ -24,22 +25,13 @@ using boost::json::object;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-class NoSystemLog final : public SystemLog {
- public:
-  void writeLine(std::string_view) override {}
-};
-
 /// Keeps the notes; the records of the router are not looked at here.
-class NoteLogger final : public VEMOLogger {
+class NoteLogger final : public NullVEMOLogger {
  public:
   explicit NoteLogger(std::vector<std::string>& notes) : notes_(notes) {}
 
   void log(const DUNLogParam& record) override {
     if (record.actionName == "note") notes_.emplace_back(*record.actionParam);
-  }
-  void updateLogConfig(const std::function<void(DUNLoggerConfig&)>& update) override {
-    DUNLoggerConfig config;
-    update(config);
   }
 
  private:
@@ -164,7 +156,7 @@ class PhoneTest : public testing::Test {
   }
 
   std::shared_ptr<ManualClock> clock_ = std::make_shared<ManualClock>();
-  NoSystemLog systemLog_;
+  NullSystemLog systemLog_;
   MainThreadQueue mainQueue_;
   std::vector<std::string> notes_;
   ClassroomCloud cloud_{cloudOptions(clock_)};

@@ -8,6 +8,7 @@
 
 #include "bridge/ScreenKitNotifications.h"
 #include "testing/FakePlatform.h"
+#include "testing/NullPlatform.h"
 #include "webview/VEMOKOBUMsgRouter.h"
 #include "webview/protocol.h"
 
@@ -56,40 +57,28 @@ class NotingEngine final : public FakeEngine {
   Mark gone_;
 };
 
-class NotingEngineClass final : public KOBUCloudClass {
+class NotingEngineClass final : public FakeClassOf<NotingEngine> {
  public:
-  explicit NotingEngineClass(Notes& notes) : notes_(notes) {}
+  explicit NotingEngineClass(Notes& notes)
+      : FakeClassOf([&notes] { return std::make_shared<NotingEngine>(notes); }), notes_(notes) {}
 
-  std::string getSDKVersion() override { return "1.0.0"; }
-  std::shared_ptr<KOBUCloud> sharedInstance() override {
-    if (!engine) engine = std::make_shared<NotingEngine>(notes_);
-    return engine;
-  }
   void destroySharedIntance() override {
     notes_.emplace_back("destroySharedIntance");
-    engine.reset();
+    FakeClassOf::destroySharedIntance();
   }
-  void setLogLevel(std::int32_t) override {}
-  void setConsoleEnabled(bool) override {}
-  void setLogCompressEnabled(bool) override {}
-  void setLogDirPath(const std::string&) override {}
-
-  std::shared_ptr<NotingEngine> engine;
 
  private:
   Notes& notes_;
 };
 
 /// Keeps the callbacks, also those that were taken back.
-class KeepingCenter final : public CrossProcessNotificationCenter {
+class KeepingCenter final : public NullCrossProcessNotificationCenter {
  public:
   explicit KeepingCenter(Notes& notes) : notes_(notes) {}
 
-  void post(const std::string&) override {}
   void addObserver(const void*, const std::string& name, Callback callback) override {
     callbacks.emplace_back(name, std::move(callback));
   }
-  void removeObserver(const void*, const std::string&) override {}
   void removeEveryObserver(const void*) override { notes_.emplace_back("unsubscribed"); }
 
   std::vector<std::pair<std::string, Callback>> callbacks;
@@ -101,16 +90,13 @@ class KeepingCenter final : public CrossProcessNotificationCenter {
 using Methods = std::vector<std::pair<std::string, VEMOJSMsgRouter::Wrapper>>;
 
 /// Gives the wrappers away, which so outlive it.
-class KeepingRouter final : public VEMOJSMsgRouter {
+class KeepingRouter final : public NullVEMOJSMsgRouter {
  public:
   explicit KeepingRouter(Methods& methods) : methods_(methods) {}
 
   void setMethod(const std::string& action, Wrapper wrapper) override {
     methods_.emplace_back(action, std::move(wrapper));
   }
-  void receive(std::string_view) override {}
-  std::shared_ptr<VEMOWebView> webView() const override { return nullptr; }
-  void setWebView(std::shared_ptr<VEMOWebView>) override {}
 
  private:
   Methods& methods_;
@@ -180,7 +166,7 @@ TEST_F(LifetimeTest, CommandsAreRegisteredInTheTablesOrder) {
 TEST_F(LifetimeTest, ACommandRunsWhollyOnTheThreadThatBringsIt) {
   command("initSDK");
   notes.clear();
-  const auto engine = engineClass.engine;
+  const auto engine = engineClass.instance();
   engine->threads.clear();
   std::thread::id page;
   std::vector<std::shared_ptr<VEMOJSMsgItem>> items;
@@ -328,7 +314,7 @@ TEST_F(LifetimeTest, OutsideARoomTheEndDoesNotLeaveOne) {
 
 TEST_F(LifetimeTest, NothingThatWasHandedOutReachesAFreedRouter) {
   enter();
-  const auto delegate = std::weak_ptr<KOBUCloudDelegate>(engineClass.engine->delegate());
+  const auto delegate = std::weak_ptr<KOBUCloudDelegate>(engineClass.instance()->delegate());
   router.reset();
   EXPECT_TRUE(delegate.expired());
   notes.clear();
@@ -348,7 +334,7 @@ TEST_F(LifetimeTest, NothingThatWasHandedOutReachesAFreedRouter) {
   EXPECT_TRUE(notes.empty());
   EXPECT_TRUE(platform.logger.take().empty());
   EXPECT_TRUE(platform.webView->take().empty());
-  EXPECT_EQ(engineClass.engine, nullptr);
+  EXPECT_EQ(engineClass.instance(), nullptr);
 
   // The same calls of a router that is there do something.
   router = makeRouter();

@@ -80,27 +80,9 @@ class MuteImageTest : public testing::Test {
     platform.mainQueue.drain();
   }
 
-  /// The class of WatchedEngine.
-  struct EngineClass final : KOBUCloudClass {
-    explicit EngineClass(std::vector<std::int32_t>& shown) : images(shown) {}
-    std::string getSDKVersion() override { return "1.0.0"; }
-    std::shared_ptr<KOBUCloud> sharedInstance() override {
-      if (!instance) instance = std::make_shared<WatchedEngine>(images);
-      return instance;
-    }
-    void destroySharedIntance() override { instance.reset(); }
-    void setLogLevel(std::int32_t) override {}
-    void setConsoleEnabled(bool) override {}
-    void setLogCompressEnabled(bool) override {}
-    void setLogDirPath(const std::string&) override {}
-
-    std::vector<std::int32_t>& images;
-    std::shared_ptr<WatchedEngine> instance;
-  };
-
   std::vector<std::int32_t> shown;  // the frame rates of the images that the engine got
   FakePlatform platform;
-  EngineClass engineClass{shown};
+  FakeClassOf<WatchedEngine> engineClass{[this] { return std::make_shared<WatchedEngine>(shown); }};
   ReadyDownloads downloads;
   SlowDecoder decoder;
   std::shared_ptr<VEMOKOBUMsgRouter> router =

@@ -8,6 +8,7 @@
 
 #include "json/JsonText.h"
 #include "testing/FakePlatform.h"
+#include "testing/NullPlatform.h"
 #include "webview/VEMOKOBUMsgRouter.h"
 #include "webview/protocol.h"
 
@@ -305,14 +306,11 @@ TEST_F(RouterTest, EachPlaceThatLogsHasALineOfItsOwn) {
 }
 
 /// A base router that keeps what is registered, in order.
-class KeepingRouter final : public VEMOJSMsgRouter {
+class KeepingRouter final : public NullVEMOJSMsgRouter {
  public:
   void setMethod(const std::string& action, Wrapper wrapper) override {
     methods.emplace_back(action, std::move(wrapper));
   }
-  void receive(std::string_view) override {}
-  std::shared_ptr<VEMOWebView> webView() const override { return nullptr; }
-  void setWebView(std::shared_ptr<VEMOWebView>) override {}
 
   std::vector<std::pair<std::string, Wrapper>> methods;
 };

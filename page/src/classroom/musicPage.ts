@@ -1,11 +1,7 @@
 // Background music: one piece at a time, played by the engine.
 
 import type { ReplyTo } from '../bridge';
-<<<<<<< HEAD
-import { h, setText } from '../dom';
-=======
 import { h, iconButton, setText } from '../dom';
->>>>>>> w2-pages2
 import { errorInWords } from '../words';
 import type { Classroom } from './classroom';
 import { choice, row, section, slider, toggle } from './controls';

@@ -7,12 +7,12 @@ import { createInterface } from 'node:readline';
 import { fileURLToPath } from 'node:url';
 
 // The browser's driver is installed with the page's other packages.
-const require = createRequire(new URL('../../page/package.json', import.meta.url));
+const require = createRequire(new URL('../page/package.json', import.meta.url));
 const { chromium } = require('playwright-core');
 /** Where a file of one of the page's packages lies. */
 export const packageFile = require.resolve;
 
-const root = fileURLToPath(new URL('../..', import.meta.url));
+const root = fileURLToPath(new URL('..', import.meta.url));
 export const simulatorProgram =
   process.env.VEMO_SIMULATOR ?? `${root}build/release/apps/simulator/vemo-simulator`;
 const waitMs = 60_000; // much, for machines with much to do

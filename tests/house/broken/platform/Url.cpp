@@ -1,0 +1,1 @@
+#include <fmt/format.h>
