@@ -2,6 +2,7 @@
 
 #include <array>
 #include <boost/json/array.hpp>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -206,12 +207,10 @@ struct CommandTable {
     return nullptr;
   }
 
-  /// A value as an operation takes it.
-  static std::string argument(std::string_view text) { return std::string(text); }
+  /// As what an operation takes a T: a text as a copy, all else as it is.
   template <class T>
-  static const T& argument(const T& value) {
-    return value;
-  }
+  using Argument =
+      std::conditional_t<std::same_as<std::remove_cvref_t<T>, std::string_view>, std::string, T>;
 };
 
 template <auto Operation, class... List>
@@ -222,7 +221,11 @@ Outcome CommandTable::callEngine(Router& router, const Row& row, const Call& cal
   const std::tuple values{Listed<List>::found(call.item->params())...};
   if (const auto missing = Command<List...>::missingIn(values)) return noParameter(row, *missing);
   auto& owner = ownerOf(*engine, ownerType(Operation));
-  std::apply([&](const auto&... value) { (owner.*Operation)(argument(*value)...); }, values);
+  std::apply(
+      [&](const auto&... value) {
+        (owner.*Operation)(static_cast<Argument<decltype(*value)>>(*value)...);
+      },
+      values);
   return success;
 }
 

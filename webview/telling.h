@@ -201,10 +201,10 @@ void addParameters(boost::json::array& told, std::string_view rowsText) {
 }
 
 template <auto Constant>
-inline constexpr bool isGivenByNoPage(const Always<Constant>&) {
+constexpr bool isGivenByNoPage(const Always<Constant>&) {
   return true;
 }
-inline constexpr bool isGivenByNoPage(const auto&) { return false; }
+constexpr bool isGivenByNoPage(const auto&) { return false; }
 
 /// The parameters of a list, in order.
 template <class... List>
