@@ -154,6 +154,7 @@ std::optional<ImageFile> gif(std::string_view file) {
   constexpr std::uint32_t kExtension = 0x21;
   constexpr std::uint32_t kControl = 0xF9;
   constexpr std::uint32_t kPicture = 0x2C;
+  constexpr std::size_t kBlocksOfAPass = 64;
   constexpr std::size_t kScreenBytes = 13;
   constexpr std::size_t kPictureBytes = 10;
   Reader reader(file);
@@ -166,11 +167,13 @@ std::optional<ImageFile> gif(std::string_view file) {
   if (screenPixels == 0) return std::nullopt;
 
   const auto copySubBlocks = [&](ImageFile& to) {
-    for (bool more = true; more && !reader.atEnd();) {
+    std::size_t count = 0;
+    for (bool more = true; more && !reader.atEnd(); ++count) {
       const auto length = Reader(reader.peek()).byte();
       copied(reader, 1 + length, to);
       more = length != 0;
     }
+    return count;
   };
   while (!reader.atEnd()) {
     const auto block = Reader(reader.peek()).byte();
@@ -188,7 +191,8 @@ std::optional<ImageFile> gif(std::string_view file) {
       image.pixels = std::max(screenPixels, pixels);
       copied(reader, colourBytes(picture.byte()), image);
       copied(reader, 1, image);  // the size of the codes
-      copySubBlocks(image);
+      // With each block, the loader blanks memory for all pixels.
+      image.passes += copySubBlocks(image) / kBlocksOfAPass;
       if (!reader.isShort() && image.bytes.ends_with('\0')) image.bytes += ';';
       return image;
     } else {

@@ -13,7 +13,8 @@ struct ImageFile {
   std::string bytes;
   /// What has to be held: of a GIF, the larger of its screen and its picture.
   std::uint64_t pixels;
-  /// How many times the pixels are gone through: once for each scan of a JPEG.
+  /// How many times the pixels are gone through: once for each scan of a JPEG; for each 64
+  /// blocks of a GIF about as much work is done.
   std::uint64_t passes;
 };
 

@@ -7,6 +7,7 @@
 #include <deque>
 #include <mutex>
 #include <optional>
+#include <string_view>
 #include <thread>
 
 #include "platform/ImageFile.h"
@@ -49,6 +50,20 @@ std::shared_ptr<VEMOImage> imageOf(const GdkPixbuf* pixbuf) {
   return std::make_shared<DecodedImage>(width, height, std::move(rgba));
 }
 
+bool write(GdkPixbufLoader* loader, std::string_view bytes) {
+  // With each block that it reads, the loader of GIFs moves all that it was given beyond it:
+  // given a whole file of small blocks, for hours.
+  constexpr std::size_t kPieceBytes = 4096;
+  bool good = true;
+  while (good && !bytes.empty()) {
+    const auto piece = bytes.substr(0, kPieceBytes);
+    good = gdk_pixbuf_loader_write(loader, reinterpret_cast<const guchar*>(piece.data()),
+                                   piece.size(), nullptr) != 0;
+    bytes.remove_prefix(piece.size());
+  }
+  return good;
+}
+
 std::shared_ptr<VEMOImage> imageOf(const ImageFile& file) {
   const std::unique_ptr<GdkPixbufLoader, Unref> loader(
       gdk_pixbuf_loader_new_with_type(file.type, nullptr));
@@ -56,9 +71,7 @@ std::shared_ptr<VEMOImage> imageOf(const ImageFile& file) {
   bool tooLarge = false;
   g_signal_connect(loader.get(), "size-prepared", G_CALLBACK(checkSize), &tooLarge);
   g_signal_connect(loader.get(), "area-prepared", G_CALLBACK(blank), nullptr);
-  const bool written =
-      gdk_pixbuf_loader_write(loader.get(), reinterpret_cast<const guchar*>(file.bytes.data()),
-                              file.bytes.size(), nullptr) != 0;
+  const bool written = write(loader.get(), file.bytes);
   const bool whole = gdk_pixbuf_loader_close(loader.get(), nullptr) != 0;  // always closed
   if (!written || !whole || tooLarge) return nullptr;
   const auto* pixbuf = gdk_pixbuf_loader_get_pixbuf(loader.get());

@@ -44,7 +44,9 @@ class PixbufImageDecoder final : public ImageDecoder {
  public:
   /// Images of more pixels are refused.
   static constexpr std::size_t kMaxPixels = std::size_t{16} << 20U;
-  /// JPEGs whose scans go over more pixels in all are refused.
+  /// JPEGs whose scans go over more pixels in all are refused, and so are GIFs that are as
+  /// much work: those with more than 64 blocks of data for each time that all their pixels
+  /// go into this.
   static constexpr std::size_t kMaxPasses = 16 * kMaxPixels;
   /// Of files that wait for one requester; a file beyond that becomes null in its turn.
   static constexpr std::size_t kMaxWaitingBytes = std::size_t{32} << 20U;

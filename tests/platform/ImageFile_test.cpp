@@ -104,6 +104,14 @@ TEST(ImageFile, CountsTheScansOfAJpeg) {
   EXPECT_EQ(firstPicture(jpeg)->bytes, jpeg);
 }
 
+TEST(ImageFile, CountsTheBlocksOfAGif) {
+  auto gif = gifStart(2, 1) + gifFrame(2, 1, {1, 2});
+  EXPECT_EQ(firstPicture(gif)->passes, 1U);
+  gif.pop_back();  // the end of the blocks
+  for (int i = 0; i < 640; ++i) gif += "\1x";
+  EXPECT_EQ(firstPicture(gif + '\0')->passes, 11U);
+}
+
 TEST(ImageFile, BearsFilesThatAreCutShortOrDamaged) {
   for (const auto& whole : {black("png", 3, 2), black("jpeg", 3, 2), black("bmp", 3, 2),
                             gifStart(3, 2) + gifTransparent(0) + gifFrame(3, 2, {1, 2, 3}) + ";"}) {

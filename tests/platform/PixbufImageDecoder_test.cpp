@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <ctime>
 #include <fstream>
 #include <future>
 #include <memory>
@@ -91,6 +92,22 @@ TEST(PixbufImageDecoder, DecodesTheFirstFrameOfAGif) {
   EXPECT_EQ(rgba[11], 0) << "the third pixel is transparent";
   rgba.erase(rgba.begin() + 8, rgba.begin() + 12);
   EXPECT_EQ(rgba, (std::vector<std::uint8_t>{255, 0, 0, 255, 0, 255, 0, 255, 0, 0, 0, 255}));
+}
+
+TEST(PixbufImageDecoder, DoesNotMoveTheRestOfAGifWithEachOfItsBlocks) {
+  auto gif = gifStart(1, 1);
+  for (int i = 0; i < 1'000'000; ++i) gif += gifTransparent(3);  // 4 TB would be moved
+  const auto before = std::clock();  // of this process: others may be busy, too
+  EXPECT_NE(decoded(gif + gifFrame(1, 1, {1}) + ";"), nullptr);
+  EXPECT_LT((std::clock() - before) / CLOCKS_PER_SEC, 60);
+}
+
+TEST(PixbufImageDecoder, RefusesALargeGifOfVeryManyBlocks) {
+  auto gif = gifStart(4096, 4096) + gifFrame(4096, 4096, {1});
+  gif.pop_back();  // the end of the blocks
+  EXPECT_NE(decoded(gif + std::string(1, '\0')), nullptr);
+  for (int i = 0; i < 1100; ++i) gif += std::string("\1\0", 2);
+  EXPECT_EQ(decoded(gif + std::string(1, '\0')), nullptr);
 }
 
 TEST(PixbufImageDecoder, ShowsOfAFileThatIsCutShortOnlyWhatIsThere) {
