@@ -455,7 +455,17 @@ class NoDescriptors {
   std::vector<int> taken_;
 };
 
-TEST_F(WebServerTest, TurnsNewcomersAwayWhileThereAreNoDescriptors) {
+class WebServerWithoutDescriptorsTest : public WebServerTest {
+ protected:
+  void SetUp() override {
+#ifdef __SANITIZE_ADDRESS__
+    // The sanitizers look at memory through a pipe, and without one see errors everywhere.
+    GTEST_SKIP() << "the sanitizers need descriptors themselves";
+#endif
+  }
+};
+
+TEST_F(WebServerWithoutDescriptorsTest, TurnsNewcomersAway) {
   const tcp::endpoint address(asio::ip::address_v4::loopback(), server_->port());
   const auto mine = ownPage();
   ASSERT_TRUE(mine);
@@ -475,7 +485,7 @@ TEST_F(WebServerTest, TurnsNewcomersAwayWhileThereAreNoDescriptors) {
             std::vector<std::string>{"can't accept a connection: Too many open files"});
 }
 
-TEST_F(WebServerTest, AConnectionThatIdlesMakesRoomWhileThereAreNoDescriptors) {
+TEST_F(WebServerWithoutDescriptorsTest, AConnectionThatIdlesMakesRoom) {
   const tcp::endpoint address(asio::ip::address_v4::loopback(), server_->port());
   tcp::socket idle = connected();
   asio::write(idle, asio::buffer(std::string("POST / HTTP/1.1\r\n\r\n")));
