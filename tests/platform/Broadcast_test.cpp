@@ -222,9 +222,11 @@ TEST(ProcessExtensionLauncher, LeavesNoZombieOfAProgramThatOutlivesIt) {
 
 TEST(ProcessExtensionLauncher, TellsTheSystemLogWhatCannotBeStarted) {
   std::ostringstream log;
-  StreamSystemLog systemLog(log);
-  ProcessExtensionLauncher launcher(systemLog, {"/nonexistent/extension"});
-  launcher.launch();
+  {
+    StreamSystemLog systemLog(log);  // its end waits for its writing
+    ProcessExtensionLauncher launcher(systemLog, {"/nonexistent/extension"});
+    launcher.launch();
+  }
   EXPECT_EQ(log.str(),
             "can't start the broadcast extension /nonexistent/extension: "
             "No such file or directory\n");
