@@ -459,8 +459,9 @@ class WebServerWithoutDescriptorsTest : public WebServerTest {
  protected:
   void SetUp() override {
 #ifdef __SANITIZE_ADDRESS__
-    // The sanitizers look at memory through a pipe, and without one see errors everywhere.
-    GTEST_SKIP() << "the sanitizers need descriptors themselves";
+    // Without a descriptor left, the sanitizer here reports objects that every other build
+    // finds in order.
+    GTEST_SKIP() << "with no descriptor left, the sanitizer reports sound objects as broken";
 #endif
   }
 };
