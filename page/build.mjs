@@ -12,6 +12,8 @@ await build({
   entryPoints: { shell: 'src/shell/main.ts', classroom: 'src/classroom/main.ts' },
   bundle: true,
   format: 'esm',
+  jsx: 'automatic',
+  jsxImportSource: 'preact',
   target: 'es2021',
   sourcemap: true,
   minify: true,

@@ -3,11 +3,14 @@ import { readdir, readFile } from 'node:fs/promises';
 import { join, normalize } from 'node:path';
 
 const source = new URL('src', import.meta.url).pathname;
-const files = (await readdir(source, { recursive: true })).filter((file) => file.endsWith('.ts'));
+const files = (await readdir(source, { recursive: true })).filter((file) => /\.tsx?$/.test(file));
 const imports = new Map();
 for (const file of files) {
   const text = await readFile(join(source, file), 'utf8');
-  const named = [...text.matchAll(/from '(\.[^']*)'/g)].map(([, path]) => `${normalize(join(file, '..', path))}.ts`);
+  const named = [...text.matchAll(/from '(\.[^']*)'/g)].map(([, path]) => {
+    const stem = normalize(join(file, '..', path));
+    return files.includes(`${stem}.tsx`) ? `${stem}.tsx` : `${stem}.ts`;
+  });
   imports.set(file, named);
 }
 
