@@ -33,11 +33,11 @@ class JsonAlone {
   }
 
  private:
-  std::array<unsigned char, 64 * 1024> memory_;
+  std::array<unsigned char, std::size_t{64} * 1024> memory_;
   boost::json::monotonic_resource arena_{memory_.data(), memory_.size()};
   boost::json::parser parser_;
   boost::json::serializer serializer_;
-  std::array<char, 16 * 1024> chunk_;
+  std::array<char, std::size_t{16} * 1024> chunk_;
 };
 
 }  // namespace vemo::bench
