@@ -17,6 +17,13 @@ constexpr Clock::Time kProgressPeriod{200};
 void MusicPlayer::start(const PWAudioMusicParam& music, std::shared_ptr<const Callbacks> callbacks,
                         std::optional<Time> duration) {
   stop(music.ID);
+  if (tracks_.size() >= kMostMusic) {
+    client_.callBackTo(callbacks, true, [](auto& to) {
+      if (to.onStart) to.onStart(kMusicTooMany);
+    });
+    client_.world().discard(std::move(callbacks));
+    return;
+  }
   auto& track = tracks_[music.ID];
   track.music = music;
   track.callbacks = std::move(callbacks);
