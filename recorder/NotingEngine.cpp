@@ -398,7 +398,8 @@ class NotingKOBUCloudClass::Engine final : public ForwardingKOBUCloud {
 
   void startSpeedTest(std::uint32_t sdkAppId, const std::string& userId, const std::string& userSig,
                       SpeedTestCompletion completion) override {
-    call_("startSpeedTest", sdkAppId, userId, userSig);
+    // Under its key, where a mask finds it; see notedEffect.
+    call_("startSpeedTest", sdkAppId, userId, boost::json::object{{"userSig", userSig}});
     if (completion) {
       completion = [notes = notes_, answer = std::move(completion)](
                        const Shared<KOBUSpeedTestResult>& result, std::int64_t completed,

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "recorder/NotedEffect.h"
+#include "recorder/NotedJson.h"
 
 namespace vemo::replay {
 
