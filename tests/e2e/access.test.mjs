@@ -3,46 +3,12 @@
 
 import assert from 'node:assert/strict';
 import { readFileSync } from 'node:fs';
-import { after, afterEach, before, beforeEach, test } from 'node:test';
-import { packageFile, Phone, startBrowser, startSimulator } from '../../testing/browser.mjs';
+import { test } from 'node:test';
+import { packageFile, simulatorForEachTest } from '../../testing/browser.mjs';
 
 const checker = readFileSync(packageFile('axe-core/axe.min.js'), 'utf8');
 
-let browser;
-let simulator;
-let contexts;
-let phones;
-
-before(async () => {
-  browser = await startBrowser();
-});
-after(async () => {
-  await browser?.close();
-});
-beforeEach(async () => {
-  simulator = await startSimulator(['--log', '/dev/null']);
-  contexts = [];
-  phones = [];
-});
-afterEach(async () => {
-  const problems = phones.flatMap((phone) => phone.problems);
-  for (const context of contexts) await context.close();
-  await simulator.stop();
-  assert.deepEqual(problems, [], 'a page had errors');
-});
-
-async function open({ width = 1280, height = 800, colorScheme = 'light' } = {}) {
-  const context = await browser.newContext({ viewport: { width, height }, colorScheme });
-  contexts.push(context);
-  const phone = await Phone.open(context, simulator.address);
-  phones.push(phone);
-  return phone;
-}
-async function entered(name, screen) {
-  const phone = await open(screen);
-  await phone.enter({ name });
-  return phone;
-}
+const { open, entered, stopSimulator } = simulatorForEachTest({ screen: { width: 1280, height: 800 } });
 
 /** The focused element of the shell: its text, and whether it stands in `selector`. */
 function focusOf(phone, selector) {
@@ -80,7 +46,7 @@ const screens = [
 for (const colorScheme of ['light', 'dark'])
   for (const screen of screens)
     test(`the checker finds nothing at ${screen.width}x${screen.height}, ${colorScheme}`, async () => {
-      const ben = await entered('Ben');
+      const ben = await entered({ name: 'Ben' });
       await ben.setPermission('Camera', 'authorized');
       await ben.setPermission('Microphone', 'authorized');
       await ben.control('Camera').click();
@@ -141,14 +107,14 @@ for (const colorScheme of ['light', 'dark'])
       await ada.control('Role').click();
       await ada.view.locator('[data-control="Microphone"]:disabled').waitFor();
       await check('the class for the audience');
-      await simulator.stop();
+      await stopSimulator();
       await ada.inPhase('stopped');
       await check('the page without its simulator');
       assert.deepEqual(found, []);
     });
 
 test('a prompt takes the focus, keeps it, and gives it back', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   await ada.control('Camera').focus();
   await ada.page.keyboard.press('Enter');
   await ada.dialog('prompt-camera').waitFor();
@@ -168,7 +134,7 @@ test('a prompt takes the focus, keeps it, and gives it back', async () => {
 });
 
 test('the page behind a prompt can’t be used', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   const role = await ada.control('Role').boundingBox();
   await ada.control('Camera').click();
   await ada.dialog('prompt-camera').waitFor();
@@ -182,7 +148,7 @@ test('the page behind a prompt can’t be used', async () => {
 });
 
 test('Escape cancels an alert and the picker, and leaves the settings', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   await ada.setPermission('Camera', 'denied');
   await ada.control('Camera').click();
   await ada.dialog('alert').waitFor();
@@ -206,7 +172,7 @@ test('Escape cancels an alert and the picker, and leaves the settings', async ()
 });
 
 test('the drawer takes the focus; Escape closes it and gives the focus back', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   await ada.view.locator('[data-page="music"]').focus();
   await ada.page.keyboard.press('Enter');
   await ada.page.keyboard.press('Tab');
@@ -220,7 +186,7 @@ test('the drawer takes the focus; Escape closes it and gives the focus back', as
 // 640x400 is what 200 % leave of 1280x800.
 for (const screen of [...screens, { width: 640, height: 400 }, { width: 320, height: 256 }])
   test(`all of the drawer can be reached at ${screen.width}x${screen.height}`, async () => {
-    const ada = await entered('Ada', screen);
+    const ada = await entered({ name: 'Ada' }, screen);
     for (const page of ['devices', 'network']) {
       await ada.openPage(page);
       const last = ada.view.locator('.drawer').locator('select, summary').last();
@@ -236,7 +202,7 @@ for (const screen of [...screens, { width: 640, height: 400 }, { width: 320, hei
   });
 
 test('the browser’s size of text enlarges all text', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   await ada.openPage('devices');
   await ada.page.getByRole('button', { name: 'Developer panel' }).click();
   const sizes = async () =>
@@ -277,7 +243,7 @@ test('the browser’s size of text enlarges all text', async () => {
 });
 
 test('names of controls say one thing each', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   const names = await ada.view
     .locator('.control')
     .evaluateAll((controls) => controls.map((control) => control.ariaLabel ?? control.innerText));
@@ -296,7 +262,7 @@ test('names of controls say one thing each', async () => {
 
 for (const screen of screens)
   test(`a notice leaves the room’s title in sight at ${screen.width}x${screen.height}`, async () => {
-    const ada = await entered('Ada', screen);
+    const ada = await entered({ name: 'Ada' }, screen);
     const box = async (selector) => ada.view.locator(selector).boundingBox();
     await ada.control('Camera').click();
     await ada.answerPrompt('camera', false);
@@ -311,10 +277,10 @@ for (const screen of screens)
   });
 
 test('a notice moves nothing, and native views leave it in sight', async () => {
-  const ben = await entered('Ben');
+  const ben = await entered({ name: 'Ben' });
   await ben.control('Share').click();
   await ben.view.getByRole('button', { name: 'Share this application' }).click();
-  const ada = await entered('Ada', { width: 390, height: 844 });
+  const ada = await entered({ name: 'Ada' }, { width: 390, height: 844 });
   await ada.nativeView('Ben', 2).waitFor();
   const boxes = () =>
     ada.view

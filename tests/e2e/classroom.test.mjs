@@ -1,47 +1,14 @@
 // Real pages in Chromium, through the real router, in one simulated cloud.
 
 import assert from 'node:assert/strict';
-import { after, afterEach, before, beforeEach, test } from 'node:test';
-import { Phone, startBrowser, startSimulator } from '../../testing/browser.mjs';
+import { test } from 'node:test';
+import { Phone, simulatorForEachTest, startSimulator } from '../../testing/browser.mjs';
 
-let browser;
-let simulator;
-let context;
-let phones;
-
-before(async () => {
-  browser = await startBrowser();
-});
-after(async () => {
-  await browser?.close();
-});
-beforeEach(async () => {
-  simulator = await startSimulator(['--room-capacity', '3', '--log', '/dev/null']);
-  context = await browser.newContext({ viewport: { width: 1200, height: 800 } });
-  phones = [];
-});
-afterEach(async () => {
-  const problems = phones.flatMap((phone) => phone.problems);
-  await context.close();
-  const { code } = await simulator.stop();
-  assert.equal(code, 0, `the simulator ended badly: ${simulator.errors.join('\n')}`);
-  assert.deepEqual(problems, [], 'a page had errors');
-});
-
-async function open() {
-  const phone = await Phone.open(context, simulator.address);
-  phones.push(phone);
-  return phone;
-}
-async function entered(name, options = {}) {
-  const phone = await open();
-  await phone.enter({ name, ...options });
-  return phone;
-}
+const { context, open, entered } = simulatorForEachTest({ options: ['--room-capacity', '3'] });
 
 test('two pages in one room see each other, and one leave', async () => {
-  const ada = await entered('Ada');
-  const ben = await entered('Ben');
+  const ada = await entered({ name: 'Ada' });
+  const ben = await entered({ name: 'Ben' });
   await ada.tile('Ben').waitFor();
   await ben.tile('Ada').waitFor();
   assert.deepEqual(await ada.people(), ['Ada', 'Ben']);
@@ -53,7 +20,7 @@ test('two pages in one room see each other, and one leave', async () => {
 });
 
 test('only those who come later are said to come in', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   const ben = await open();
   // Notices go away again, so they are written down as they come.
   await ben.view.locator('body').evaluate((body) => {
@@ -66,7 +33,7 @@ test('only those who come later are said to come in', async () => {
   await ben.enter({ name: 'Ben' });
   // Who is told of before the first measurement has been there already.
   await ben.tile('Ada').locator('.quality[data-quality="1"]').waitFor();
-  await entered('Eve');
+  await entered({ name: 'Eve' });
   await ben.tile('Eve').waitFor();
   await ben.view.locator('.toast', { hasText: 'Eve came in' }).waitFor({ state: 'attached' });
   const notices = await ben.view.locator('body').evaluate(() => window.notices);
@@ -75,9 +42,9 @@ test('only those who come later are said to come in', async () => {
 });
 
 test('pages in different rooms do not meet', async () => {
-  const ada = await entered('Ada', { room: 1 });
-  const ben = await entered('Ben', { room: 2 });
-  const eve = await entered('Eve', { room: 1 });
+  const ada = await entered({ name: 'Ada', room: 1 });
+  const ben = await entered({ name: 'Ben', room: 2 });
+  const eve = await entered({ name: 'Eve', room: 1 });
   await ada.tile('Eve').waitFor();
   await eve.tile('Ada').waitFor();
   assert.deepEqual(await ben.people(), ['Ben']);
@@ -93,14 +60,14 @@ test('failed enters are told in words, and the next try works', async () => {
 });
 
 test('a full room is told of', async () => {
-  for (const name of ['Ada', 'Ben', 'Eve']) await entered(name);
+  for (const name of ['Ada', 'Ben', 'Eve']) await entered({ name });
   const late = await open();
   assert.match(await late.tryToEnter({ name: 'Late' }), /room is full/);
 });
 
 test('volume, quality and availability are shown as events report them', async () => {
-  const ada = await entered('Ada');
-  const ben = await entered('Ben');
+  const ada = await entered({ name: 'Ada' });
+  const ben = await entered({ name: 'Ben' });
   const tile = ben.tile('Ada');
   await tile.locator('.state[data-state="off"]').first().waitFor();
   await ada.control('Microphone').click();
@@ -115,8 +82,8 @@ test('volume, quality and availability are shown as events report them', async (
 });
 
 test('an audience member goes on stage and back', async () => {
-  const ada = await entered('Ada');
-  const ben = await entered('Ben', { role: 'audience' });
+  const ada = await entered({ name: 'Ada' });
+  const ben = await entered({ name: 'Ben', role: 'audience' });
   assert.equal(await ben.control('Microphone').isDisabled(), true);
   await ben.control('Role').click();
   await ada.tile('Ben').waitFor();
@@ -127,8 +94,8 @@ test('an audience member goes on stage and back', async () => {
 });
 
 test('a page that reloads in the room leaves it and hears nothing of its old router', async () => {
-  const ada = await entered('Ada');
-  const ben = await entered('Ben');
+  const ada = await entered({ name: 'Ada' });
+  const ben = await entered({ name: 'Ben' });
   await ben.tile('Ada').waitFor();
   await ada.page.reload();
   await ben.tile('Ada').waitFor({ state: 'detached' });
@@ -140,8 +107,8 @@ test('a page that reloads in the room leaves it and hears nothing of its old rou
 });
 
 test('the web view alone reloads as well', async () => {
-  const ada = await entered('Ada');
-  const ben = await entered('Ben');
+  const ada = await entered({ name: 'Ada' });
+  const ben = await entered({ name: 'Ben' });
   await ben.tile('Ada').waitFor();
   await ada.page.getByRole('button', { name: 'Reload the page' }).click();
   await ben.tile('Ada').waitFor({ state: 'detached' });
@@ -162,12 +129,12 @@ test('a reply of before a reload never reaches the page after it', async () => {
     .locator('.panel .entry.reply .name')
     .evaluateAll((names) => names.map((name) => name.textContent));
   assert.equal(replies.includes('enterRoom'), false, `replies: ${replies}`);
-  const ben = await entered('Ben');
+  const ben = await entered({ name: 'Ben' });
   assert.deepEqual(await ben.people(), ['Ben']);
 });
 
 test('a lost connection is shown, and its return', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   await ada.page.getByRole('button', { name: 'Developer panel' }).click();
   await ada.page.getByRole('tab', { name: 'Phone' }).click();
   await ada.page.getByRole('button', { name: 'Cut off' }).click();
@@ -178,9 +145,9 @@ test('a lost connection is shown, and its return', async () => {
 
 for (const signal of ['SIGTERM', 'SIGKILL']) {
   test(`a simulator that ends by ${signal} under the page is told of`, async () => {
-    const ada = await entered('Ada');
+    const ada = await entered({ name: 'Ada' });
     const own = await startSimulator(['--log', '/dev/null']);
-    const ben = await Phone.open(context, own.address);
+    const ben = await Phone.open(await context(), own.address);
     await ben.enter({ name: 'Ben' });
     await own.stop(signal);
     await ben.inPhase('stopped');
@@ -195,7 +162,7 @@ for (const signal of ['SIGTERM', 'SIGKILL']) {
 test('a page finds a simulator that was started again', async () => {
   const first = await startSimulator(['--log', '/dev/null']);
   const port = new URL(first.address).port;
-  const ada = await Phone.open(context, first.address);
+  const ada = await Phone.open(await context(), first.address);
   await first.stop();
   await ada.inPhase('stopped');
   const second = await startSimulator(['--port', port, '--log', '/dev/null']);
@@ -239,7 +206,7 @@ test('malformed messages are answered or ignored, and the page works on', async 
 });
 
 test('the log shows commands, replies and events', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   await ada.page.getByRole('button', { name: 'Developer panel' }).click();
   const log = ada.page.locator('.log');
   await log.locator('.sent', { hasText: 'enterRoom' }).waitFor();
