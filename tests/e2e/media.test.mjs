@@ -202,6 +202,61 @@ test('the whole screen is shared through the broadcast picker', async () => {
   await ben.nativeView('Ada', 2).waitFor();
 });
 
+// What is sent of a microphone that is turned on now comes behind what would be seen of a screen.
+async function sharesNothing(speaker, listener) {
+  await speaker.tile('Ben').locator('.quality[data-quality="1"]').waitFor(); // two seconds in the room
+  await sendsSoundOnly(speaker, listener);
+  assert.equal(await listener.screenTile('Ada').count(), 0);
+  await speaker.view.locator('[data-control="Share"][data-look=""]').waitFor();
+}
+
+test('sharing that was starting when the room was left does not go on in the next', async () => {
+  const ben = await entered({ name: 'Ben' });
+  const ada = await entered({ name: 'Ada' });
+  await ada.setPermission('Microphone', 'authorized');
+  await ada.control('Share').click();
+  await ada.view.getByRole('button', { name: 'Share this application' }).evaluate((share) => {
+    // The page is in the next room before it is told that the capture has started.
+    const { onEvent } = window.vemoBridge;
+    window.vemoBridge.onEvent = (event) => {
+      if (event.head.action !== 'onScreenCaptureStarted') onEvent(event);
+    };
+    share.click();
+    document.querySelector('[data-control="Leave"]').click();
+  });
+  await ada.inPhase('outside');
+  await ada.enter({ name: 'Ada' });
+  await sharesNothing(ada, ben);
+});
+
+test('a broadcast that is started outside the room shares nothing in the next', async () => {
+  const ben = await entered({ name: 'Ben' });
+  const ada = await entered({ name: 'Ada' });
+  await ada.setPermission('Microphone', 'authorized');
+  await ada.control('Share').click();
+  await ada.view.getByRole('button', { name: 'Share the whole screen' }).click();
+  await ada.dialog('broadcast').waitFor();
+  await ada.control('Leave').evaluate((control) => control.click()); // the page may leave by itself
+  await ada.inPhase('outside');
+  await ada.dialog('broadcast').getByRole('button', { name: 'Start Broadcast' }).click();
+  await ada.enter({ name: 'Ada' });
+  await sharesNothing(ada, ben);
+});
+
+test('a capture that starts late, outside the room, is stopped', async () => {
+  const ada = await entered({ name: 'Ada' });
+  await ada.control('Leave').click();
+  await ada.inPhase('outside');
+  await ada.view.locator('body').evaluate(() =>
+    window.vemoBridge.onEvent({
+      head: { module: 'kobucb', action: 'onScreenCaptureStarted' },
+      retval: { userId: 'Ada', reason: 0 },
+    }),
+  );
+  // The engine's answer to the stop: it captures nothing, in truth.
+  await ada.view.locator('.toast', { hasText: 'Nothing is being shared.' }).waitFor();
+});
+
 test('the speed test reports each server and the statistics come', async () => {
   const ada = await entered({ name: 'Ada' });
   await ada.openPage('network');

@@ -66,6 +66,10 @@ export class Classroom implements RoomAccess {
     return this.people.get(this.userId);
   }
 
+  get onStage(): boolean {
+    return this.phase === 'inside' && this.role === anchorRole;
+  }
+
   /** Connects to the application, again where it had stopped. */
   connect(): void {
     this.phase = 'connecting';

@@ -38,6 +38,8 @@ export interface RoomAccess {
   readonly watcher: Watcher;
   /** The own user, while in a room. */
   readonly own: Person | undefined;
+  /** Whether the own user is in a room and may send there. */
+  readonly onStage: boolean;
   /** Sends a command; a failure becomes a notice. Gives its value, or nothing. */
   attempt<Name extends CommandName>(
     command: Name,

@@ -19,12 +19,17 @@ export class ScreenShare {
       room.notice(text, 'info');
       room.watcher.changed();
     };
-    bridge.on('onScreenCaptureStarted', becomes('on', 'Your screen is shared.'));
+    const started = becomes('on', 'Your screen is shared.');
+    bridge.on('onScreenCaptureStarted', () => {
+      if (this.state === 'off') void this.stop(); // taken away meanwhile
+      else started();
+    });
     bridge.on('onScreenCapturePaused', becomes('paused', 'Sharing is paused.'));
     bridge.on('onScreenCaptureResumed', becomes('on', 'Sharing goes on.'));
     bridge.on('onScreenCaptureStoped', becomes('off', 'Sharing has ended.'));
     bridge.on('onScreenKitEvent', ({ event }) => {
-      if (event === 'started') void this.start(wholeScreen);
+      // Off the stage it would be seen by nobody, and suddenly by all when one goes there.
+      if (event === 'started' && room.onStage) void this.start(wholeScreen);
       if (event === 'finished' && this.state !== 'off') void this.stop();
     });
   }
@@ -43,7 +48,7 @@ export class ScreenShare {
 
   /** The room, or the stage, is left: sharing is stopped, or the engine would go on with it. */
   takenAway(): void {
-    if (this.state === 'on' || this.state === 'paused') void this.stop();
+    if (this.state !== 'off') void this.stop();
     this.state = 'off';
   }
 
