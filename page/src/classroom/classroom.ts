@@ -247,7 +247,7 @@ export class Classroom implements RoomAccess {
 
     inRoom('onRemoteUserEnterRoom', ({ remoteUserId }) => {
       this.person(remoteUserId);
-      if (this.newcomersAreNews) this.notice(`${remoteUserId} came in.`, 'info');
+      if (this.newcomersAreNews) this.notice(`${remoteUserId} is on stage now.`, 'info');
     });
     inRoom('onRemoteUserLeaveRoom', ({ remoteUserId, reason }) => {
       this.people.delete(remoteUserId);
@@ -265,13 +265,16 @@ export class Classroom implements RoomAccess {
       void this.attempt(available ? 'startRemoteSubStreamView' : 'stopRemoteSubStreamView', { userId });
     });
 
+    // Those on stage already are told of right behind the enter, before anything is measured.
+    for (const measured of ['onUserVoiceVolume', 'onNetworkQuality', 'onStatistics'] as const)
+      inRoom(measured, () => {
+        this.newcomersAreNews = true;
+      });
     inRoom('onUserVoiceVolume', ({ userVolumes }) => {
       const volumes = new Map(userVolumes?.map(({ userId, volume }) => [userId, volume]));
       for (const person of this.people.values()) person.volume = volumes.get(person.userId) ?? 0;
     });
     inRoom('onNetworkQuality', ({ localQuality, remoteQuality = [] }) => {
-      // Those who were in the room already have been told of before the first measurement.
-      this.newcomersAreNews = true;
       for (const { userId, quality } of localQuality ? [localQuality, ...remoteQuality] : remoteQuality) {
         const person = this.people.get(userId ?? '');
         if (person) person.quality = quality;
