@@ -82,7 +82,15 @@ for (const colorScheme of ['light', 'dark'])
       for (const page of ['people', 'devices', 'music', 'network']) {
         await ada.openPage(page);
         for (const more of await ada.view.locator('.drawer summary').all()) await more.click();
-        if (page === 'network') await ada.view.locator('.figure').first().waitFor();
+        if (page === 'network') {
+          await ada.view.locator('.figure').first().waitFor();
+          await ada.view.getByRole('button', { name: 'Measure' }).click();
+          await ada.view.getByText('Done.').waitFor();
+        }
+        if (page === 'music') {
+          await ada.view.getByRole('button', { name: 'Play', exact: true }).click();
+          await ada.view.getByRole('button', { name: 'Pause', exact: true }).waitFor();
+        }
         await check(`the page ${page}`);
         await ada.page.keyboard.press('Escape');
       }
@@ -94,6 +102,7 @@ for (const colorScheme of ['light', 'dark'])
       await ada.page.keyboard.press('Escape');
       await ada.view.getByRole('button', { name: 'Share this application' }).click();
       await ben.nativeView('Ada', 2).waitFor();
+      await check('the page share while sharing');
       await ada.page.keyboard.press('Escape');
       await check('the class while sharing');
 
@@ -102,6 +111,13 @@ for (const colorScheme of ['light', 'dark'])
       await check('the log');
       await ada.page.getByRole('tab', { name: 'Phone' }).click();
       await check('the settings of the phone');
+      await ada.page.getByRole('button', { name: 'Cut off' }).click();
+      await ada.view.locator('.pill[data-connection="reconnecting"]').waitFor();
+      await ada.page.getByRole('button', { name: 'Close panel' }).click();
+      await check('the class while the connection is lost');
+      await ada.page.getByRole('button', { name: 'Developer panel' }).click();
+      await ada.page.getByRole('button', { name: 'Restore' }).click();
+      await ada.view.locator('.pill[data-connection="good"]').waitFor();
       await ada.page.getByRole('button', { name: 'Close panel' }).click();
 
       await ada.control('Role').click();
@@ -183,6 +199,66 @@ test('the drawer takes the focus; Escape closes it and gives the focus back', as
   assert.equal(await focusedControl(ada), 'music');
 });
 
+test('a lesson by keyboard alone', async () => {
+  const ben = await entered({ name: 'Ben' });
+  const ada = await open();
+  const { keyboard } = ada.page;
+  const focused = () =>
+    ada.view.locator('body').evaluate(() => {
+      const { ariaLabel, labels, textContent } = document.activeElement;
+      return ariaLabel ?? labels?.[0]?.textContent ?? textContent;
+    });
+  const tabTo = async (name, key = 'Tab') => {
+    for (let stop = 0; stop < 20; ++stop) {
+      if ((await focused()) === name) return;
+      await keyboard.press(key);
+    }
+    assert.fail(`${name} is not reached; the focus is at ${await focused()}`);
+  };
+  await ada.view.getByLabel('Your name').focus();
+  await keyboard.type('Ada');
+  await tabTo('On stageSpeak and be seen');
+  await keyboard.press('ArrowDown');
+  assert.equal(await ada.view.getByRole('radio', { name: 'Audience' }).isChecked(), true);
+  await tabTo('Enter room');
+  await keyboard.press('Enter');
+  await ada.inPhase('inside');
+  assert.equal(await focused(), 'Room 101');
+
+  await tabTo('Go on stage');
+  await keyboard.press('Enter');
+  await ben.tile('Ada').waitFor();
+  await ada.view.locator('[data-control="Share"]:enabled').waitFor();
+  await tabTo('Share the screen', 'Shift+Tab');
+  await keyboard.press('Enter');
+  assert.equal(await focused(), 'Share the screen'); // the drawer's title
+  await tabTo('Share this application');
+  await keyboard.press('Enter');
+  await ben.screenTile('Ada').waitFor();
+  // The button is gone; what is to be read stands in its place, and Tab goes on from there.
+  assert.equal(await focused(), 'The others see your screen.');
+  await tabTo('Stop sharing');
+  await keyboard.press('Enter');
+  await ben.screenTile('Ada').waitFor({ state: 'detached' });
+  await keyboard.press('Escape');
+  assert.equal(await focused(), 'Share the screen');
+
+  await tabTo('Music');
+  await keyboard.press('Enter');
+  await tabTo('Play');
+  await keyboard.press('Enter');
+  await ada.view.getByText('Playing “Morning bell”.').waitFor();
+  assert.equal(await focused(), 'Pause');
+  await tabTo('Stop');
+  await keyboard.press('Enter');
+  await ada.view.getByText('Stopped.').waitFor();
+  await keyboard.press('Escape');
+  await tabTo('Leave the room');
+  await keyboard.press('Enter');
+  await ada.inPhase('outside');
+  assert.equal(await focused(), 'Join the class');
+});
+
 // 640x400 is what 200 % leave of 1280x800.
 for (const screen of [...screens, { width: 640, height: 400 }, { width: 320, height: 256 }])
   test(`all of the drawer can be reached at ${screen.width}x${screen.height}`, async () => {
@@ -251,7 +327,7 @@ test('names of controls say one thing each', async () => {
     'Turn on the microphone',
     'Turn on the camera',
     'Share the screen',
-    'Step down from the stage',
+    'Go to the audience',
     'People',
     'Devices',
     'Music',

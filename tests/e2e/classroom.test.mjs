@@ -57,6 +57,28 @@ test('failed enters are told in words, and the next try works', async () => {
   await ada.enter({ name: 'Ada', application: 20240001 });
 });
 
+test('the page’s address fills in name and room, and what was typed over them is kept', async () => {
+  const ada = await open();
+  const page = ada.page.frames().find((frame) => frame.url().endsWith('classroom.html'));
+  const name = ada.view.getByLabel('Your name');
+  const goTo = async (query) => {
+    await page.goto(new URL(`classroom.html${query}`, page.url()).href);
+    await ada.inPhase('outside');
+  };
+  await goTo('?user=Ada%20Lovelace&room=7');
+  assert.equal(await ada.view.getByLabel('Room', { exact: true }).inputValue(), '7');
+  assert.equal(await name.inputValue(), 'Ada Lovelace');
+  await name.fill('Ada L.');
+  await name.press('Tab');
+  await goTo('?user=Ada%20Lovelace&room=7');
+  assert.equal(await name.inputValue(), 'Ada L.');
+  await goTo('?user=Ben');
+  assert.equal(await name.inputValue(), 'Ben');
+  await ada.view.getByRole('button', { name: 'Enter room' }).click();
+  await ada.inPhase('inside');
+  assert.deepEqual(await ada.people(), ['Ben']);
+});
+
 test('a full room is told of', async () => {
   for (const name of ['Ada', 'Ben', 'Eve']) await entered({ name });
   const late = await open();
@@ -77,6 +99,31 @@ test('volume, quality and availability are shown as events report them', async (
   await ada.control('Microphone').click();
   await tile.locator('.state[title="Microphone off"]').waitFor();
   await ben.view.locator('.tile[data-user="Ada"][data-speaking="no"]').waitFor();
+});
+
+test('a class at rest changes nothing in the page', async () => {
+  const ada = await entered({ name: 'Ada' });
+  for (const name of ['Ben', 'Eve']) await entered({ name });
+  for (const name of ['Ada', 'Ben', 'Eve'])
+    await ada.tile(name).locator('.quality[data-quality="1"]').waitFor();
+  await ada.view.locator('.toast').first().waitFor({ state: 'detached' });
+  await ada.view.locator('body').evaluate((body) => {
+    window.changes = [];
+    new MutationObserver((seen) => {
+      for (const { target, attributeName, type } of seen) changes.push(`${target.className} ${attributeName ?? type}`);
+    }).observe(body, { subtree: true, childList: true, attributes: true, characterData: true });
+  });
+  // Volumes, qualities and statistics go on coming.
+  const session = await ada.page.context().newCDPSession(ada.page);
+  let measured = 0;
+  const measuredAgain = new Promise((resolve) => {
+    session.on('Network.webSocketFrameReceived', ({ response }) => {
+      if (response.payloadData.includes('onStatistics') && ++measured === 2) resolve();
+    });
+  });
+  await session.send('Network.enable');
+  await measuredAgain;
+  assert.deepEqual(await ada.view.locator('body').evaluate(() => window.changes), []);
 });
 
 test('an audience member goes on stage and back', async () => {
