@@ -2,7 +2,7 @@
 
 import assert from 'node:assert/strict';
 import { after, afterEach, before, beforeEach, test } from 'node:test';
-import { Phone, startBrowser, startSimulator } from '../../testing/browser.mjs';
+import { Phone, sendRaw, startBrowser, startSimulator } from '../../testing/browser.mjs';
 
 let browser;
 let simulator;
@@ -158,17 +158,15 @@ test('signatures are masked in the log until they are asked for', async () => {
   const ada = await entered('Ada', { signature: 'the-secret-one' });
   // As a command, in a text within a command, in what can't be read, and in a script.
   const page = ada.page.frames().find((frame) => frame.url().endsWith('classroom.html'));
-  await page.evaluate(() => {
-    const signed = { userId: 'Ada', userSig: 'the-secret-one' };
-    const nested = JSON.stringify({ api: 'none', params: signed });
-    const connection = window.parent.vemoHost.attach(window, () => {});
-    connection.postMessage(
-      JSON.stringify({ head: { action: 'callExperimentalAPI' }, params: { APIParams: nested }, cbid: '1' }),
-    );
-    connection.postMessage(`{"head":{"action":"broken"},"params":{"userSig":"the-secret-one"`);
-    connection.postMessage(`{"head":{"action":"userSig the-secret-one"},"cbid":"2"}`);
-    connection.postMessage('{"head":{"action":"getSDKVersion"},"cbid":"last"}');
-  });
+  const signed = { userId: 'Ada', userSig: 'the-secret-one' };
+  const nested = JSON.stringify({ api: 'none', params: signed });
+  const texts = [
+    JSON.stringify({ head: { action: 'callExperimentalAPI' }, params: { APIParams: nested }, cbid: '1' }),
+    `{"head":{"action":"broken"},"params":{"userSig":"the-secret-one"`,
+    `{"head":{"action":"userSig the-secret-one"},"cbid":"2"}`,
+    '{"head":{"action":"getSDKVersion"},"cbid":"last"}',
+  ];
+  await sendRaw(page, texts, 'last');
   await ada.page.getByRole('button', { name: 'Developer panel' }).click();
   const log = ada.page.locator('.log');
   await log.locator('.reply .name', { hasText: 'getSDKVersion' }).last().waitFor();
