@@ -2,7 +2,7 @@
 
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import { simulatorForEachTest } from '../../testing/browser.mjs';
+import { sendRaw, simulatorForEachTest } from '../../testing/browser.mjs';
 
 const { open, entered } = simulatorForEachTest();
 
@@ -126,17 +126,15 @@ test('signatures are masked in the log until they are asked for', async () => {
   const ada = await entered({ name: 'Ada', signature: 'the-secret-one' });
   // As a command, in a text within a command, in what can't be read, and in a script.
   const page = ada.page.frames().find((frame) => frame.url().endsWith('classroom.html'));
-  await page.evaluate(() => {
-    const signed = { userId: 'Ada', userSig: 'the-secret-one' };
-    const nested = JSON.stringify({ api: 'none', params: signed });
-    const connection = window.parent.vemoHost.attach(window, () => {});
-    connection.postMessage(
-      JSON.stringify({ head: { action: 'callExperimentalAPI' }, params: { APIParams: nested }, cbid: '1' }),
-    );
-    connection.postMessage(`{"head":{"action":"broken"},"params":{"userSig":"the-secret-one"`);
-    connection.postMessage(`{"head":{"action":"userSig the-secret-one"},"cbid":"2"}`);
-    connection.postMessage('{"head":{"action":"getSDKVersion"},"cbid":"last"}');
-  });
+  const signed = { userId: 'Ada', userSig: 'the-secret-one' };
+  const nested = JSON.stringify({ api: 'none', params: signed });
+  const texts = [
+    JSON.stringify({ head: { action: 'callExperimentalAPI' }, params: { APIParams: nested }, cbid: '1' }),
+    `{"head":{"action":"broken"},"params":{"userSig":"the-secret-one"`,
+    `{"head":{"action":"userSig the-secret-one"},"cbid":"2"}`,
+    '{"head":{"action":"getSDKVersion"},"cbid":"last"}',
+  ];
+  await sendRaw(page, texts, 'last');
   await ada.page.getByRole('button', { name: 'Developer panel' }).click();
   const log = ada.page.locator('.log');
   await log.locator('.reply .name', { hasText: 'getSDKVersion' }).last().waitFor();

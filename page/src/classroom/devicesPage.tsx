@@ -43,7 +43,7 @@ export function DevicesPage() {
 
 function CameraSettings() {
   const classroom = useClassroom();
-  const { media } = classroom;
+  const { bridge, media } = classroom;
   const runs = useClass((now) => now.media.camera !== 'off' && now.media.camera !== 'starting');
   const choices = useKept('camera', () => ({
     height: signal<number>(360),
@@ -56,11 +56,11 @@ function CameraSettings() {
 
   const encode = (height: number) => {
     const width = (height / 9) * 16;
-    return classroom.attempt('setVideoEncoderParam', { width, height, fps: 15, bitrate: 800 });
+    return classroom.attempt(bridge.setVideoEncoderParam({ width, height, fps: 15, bitrate: 800 }));
   };
   const pauseImage = async () => {
     const imgUrl = new URL('camera-paused.png', location.href).href;
-    if (await classroom.attempt('setVideoMuteImage', { imgUrl, fps: 5 }))
+    if (await classroom.attempt(bridge.setVideoMuteImage({ imgUrl, fps: 5 })))
       classroom.notice('This picture is shown while your camera is paused.', 'good');
   };
   return (
@@ -74,30 +74,30 @@ function CameraSettings() {
         title="Send a small picture too"
         value={choices.smallPicture}
         pick={(enable) =>
-          classroom.attempt('enableEncSmallVideoStream', {
+          classroom.attempt(bridge.enableEncSmallVideoStream({
             enable,
             ...(enable ? { width: 160, height: 90, fps: 10, bitrate: 100 } : {}),
-          })
+          }))
         }
       />
       <PictureChoices
         title="Own picture"
         choice={preview}
-        draw={(drawing) => classroom.attempt('setLocalPreviewParams', drawing)}
+        draw={(drawing) => classroom.attempt(bridge.setLocalPreviewParams(drawing))}
       />
       <Choice
         title="Turned for others"
         options={turns}
         value={choices.turnedForOthers}
         pick={(encoderRotation) =>
-          classroom.attempt('setLocalPreviewParams', { ...preview.drawing, encoderRotation })
+          classroom.attempt(bridge.setLocalPreviewParams({ ...preview.drawing, encoderRotation }))
         }
       />
       <Toggle
         title="Mirrored for others"
         value={choices.mirroredForOthers}
         pick={(encoderMirror) =>
-          classroom.attempt('setLocalPreviewParams', { ...preview.drawing, encoderMirror })
+          classroom.attempt(bridge.setLocalPreviewParams({ ...preview.drawing, encoderMirror }))
         }
       />
       <Button title="Picture while paused" press={pauseImage} />
@@ -107,7 +107,7 @@ function CameraSettings() {
 
 function SoundSettings() {
   const classroom = useClassroom();
-  const { media } = classroom;
+  const { bridge, media } = classroom;
   const runs = useClass((now) => now.media.microphone !== 'off' && now.media.microphone !== 'starting');
   const choices = useKept('sound', () => ({
     quality: signal(media.audioQuality),
@@ -118,7 +118,7 @@ function SoundSettings() {
   }));
   useEffect(() => {
     const read = async () => {
-      const volumes = await classroom.attempt('getAudioVolume', { capture: true, playout: true });
+      const volumes = await classroom.attempt(bridge.getAudioVolume({ capture: true, playout: true }));
       if (volumes?.captureVolume !== undefined) choices.capture.value = volumes.captureVolume;
       if (volumes?.playoutVolume !== undefined) choices.playout.value = volumes.playoutVolume;
     };
@@ -138,24 +138,24 @@ function SoundSettings() {
       <Slider
         title="Microphone volume"
         value={choices.capture}
-        pick={(captureVolume) => classroom.attempt('setAudioVolume', { captureVolume })}
+        pick={(captureVolume) => classroom.attempt(bridge.setAudioVolume({ captureVolume }))}
       />
       <Slider
         title="Sound volume"
         value={choices.playout}
-        pick={(playoutVolume) => classroom.attempt('setAudioVolume', { playoutVolume })}
+        pick={(playoutVolume) => classroom.attempt(bridge.setAudioVolume({ playoutVolume }))}
       />
       <Choice
         title="Heard from"
         options={routes}
         value={choices.route}
-        pick={(route) => classroom.attempt('setAudioRoute', { route })}
+        pick={(route) => classroom.attempt(bridge.setAudioRoute({ route }))}
       />
       <Choice
         title="Show levels"
         options={intervals}
         value={choices.interval}
-        pick={(interval) => classroom.attempt('enableAudioVolumeEvaluation', { interval })}
+        pick={(interval) => classroom.attempt(bridge.enableAudioVolumeEvaluation({ interval }))}
       />
     </>
   );

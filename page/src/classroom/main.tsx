@@ -3,7 +3,7 @@
 import { render } from 'preact';
 import { useLayoutEffect, useRef } from 'preact/hooks';
 import { signal } from '@preact/signals';
-import { Bridge } from '../bridge';
+import { Bridge } from 'vemo-client';
 import { Icon } from '../icons';
 import '../base.css';
 import { Classroom, type Phase } from './classroom';
@@ -80,7 +80,6 @@ function start(): void {
     </ClassProvider>,
     document.body,
   );
-  classroom.connect();
 }
 
 try {

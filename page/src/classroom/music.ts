@@ -1,9 +1,8 @@
 // Background music: one piece at a time, played by the engine.
 
 import { signal } from '@preact/signals';
-import type { ReplyTo } from '../bridge';
-import { errorInWords } from '../words';
-import type { Classroom } from './classroom';
+import type { Bridge, Commands } from 'vemo-client';
+import { inWords, type Classroom } from './classroom';
 
 const audioId = 1;
 export const pieces = [
@@ -30,36 +29,40 @@ export class Music {
 
   private play = 0; // counts, so that late answers of an earlier piece change nothing
 
-  constructor(private readonly classroom: Classroom) {}
+  private readonly bridge: Bridge;
+
+  constructor(private readonly classroom: Classroom) {
+    this.bridge = classroom.bridge;
+  }
 
   /** Begins the piece, or goes on after a pause. */
   async start(): Promise<void> {
     if (this.state.value !== 'paused') return this.begin();
-    if (await this.classroom.attempt('resumeMusic', { audioId })) this.become('playing', this.playing);
+    if (await this.classroom.attempt(this.bridge.resumeMusic({ audioId }))) this.become('playing', this.playing);
   }
 
   async pause(): Promise<void> {
-    if (await this.classroom.attempt('pauseMusic', { audioId }))
+    if (await this.classroom.attempt(this.bridge.pauseMusic({ audioId })))
       this.become('paused', `“${this.title}” is paused.`);
   }
 
   async stop(): Promise<void> {
     ++this.play;
-    if (await this.classroom.attempt('stopMusic', { audioId })) this.become('stopped', 'Stopped.');
+    if (await this.classroom.attempt(this.bridge.stopMusic({ audioId }))) this.become('stopped', 'Stopped.');
   }
 
   async seek(position: number): Promise<void> {
-    await this.classroom.attempt('setMusicInfo', { audioId, position });
+    await this.classroom.attempt(this.bridge.setMusicInfo({ audioId, position }));
   }
 
   /** The volume of all music, 0 to 100. */
   async setAllVolume(volume: number): Promise<void> {
-    await this.classroom.attempt('setMusicInfo', { volume });
+    await this.classroom.attempt(this.bridge.setMusicInfo({ volume }));
   }
 
   /** The piece's volumes here and for the others, 0 to 100. */
   async setVolume(volume: { playoutVolume: number } | { publishVolume: number }): Promise<void> {
-    await this.classroom.attempt('setMusicInfo', { audioId, ...volume });
+    await this.classroom.attempt(this.bridge.setMusicInfo({ audioId, ...volume }));
   }
 
   private get title(): string {
@@ -74,31 +77,28 @@ export class Music {
     this.status.value = words;
   }
 
-  private begin(): void {
+  private async begin(): Promise<void> {
     const mine = ++this.play;
     const [path, loopCount, publish] = [this.path.value, this.loopCount.value, this.publish.value];
-    this.classroom.bridge.follow(
-      'playMusic',
-      { audioId, path, loopCount, publish, onStart: true, onProgress: true, onComplete: true },
-      (reply) => mine === this.play && this.answered(reply),
-    );
+    const wanted = { audioId, path, loopCount, publish, onStart: true, onProgress: true, onComplete: true };
+    try {
+      for await (const answer of this.bridge.playMusic(wanted)) {
+        if (mine !== this.play) return;
+        this.answered(answer);
+      }
+    } catch (error) {
+      if (mine !== this.play) return;
+      const { words, detail } = inWords(error);
+      this.become('stopped', `${words} (${detail})`);
+    }
   }
 
-  // Whether more answers may come.
-  private answered({ error, retval }: ReplyTo<'playMusic'>): boolean {
-    const failed = (error?.errcode ?? 0) !== 0;
-    if (failed || !retval) {
-      this.become('stopped', `${errorInWords(error?.errcode ?? 0)} (${error?.errmsg ?? ''})`);
-      return false;
-    }
-    const { state: event, progressMs = 0, durationMs = 0 } = retval;
-    if (event === 'onStart') this.become('playing', this.playing);
-    if (event === 'onProgress') {
+  private answered({ state, progressMs = 0, durationMs = 0 }: Commands['playMusic']['result']): void {
+    if (state === 'onStart') this.become('playing', this.playing);
+    if (state === 'onComplete') this.become('stopped', `“${this.title}” has ended.`);
+    if (state === 'onProgress') {
       this.durationMs.value = durationMs;
       this.positionMs.value = progressMs;
     }
-    if (event !== 'onComplete') return true;
-    this.become('stopped', `“${this.title}” has ended.`);
-    return false;
   }
 }

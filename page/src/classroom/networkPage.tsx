@@ -1,7 +1,7 @@
 // The network: speed test, statistics, and the controls for developers.
 
 import { signal } from '@preact/signals';
-import type { KOBULocalStatistics, KOBURemoteStatistics, KOBUSpeedTestResult } from '../protocol';
+import type { KOBULocalStatistics, KOBURemoteStatistics, KOBUSpeedTestResult } from 'vemo-client';
 import { qualityInWords } from '../words';
 import { Button, Choice, Fold, Row, Section, Toggle } from './controls';
 import './networkPage.css';
@@ -17,6 +17,7 @@ const streamNames = ['camera', 'camera, small', 'screen'];
 
 export function NetworkPage() {
   const classroom = useClassroom();
+  const { bridge } = classroom;
   const preference = useKept('preference', () => signal<number>(1));
   return (
     <>
@@ -29,7 +30,7 @@ export function NetworkPage() {
           options={preferences}
           value={preference}
           pick={(preferred) =>
-            classroom.attempt('setNetworkQosParam', { preference: preferred, controlMode: 0 })
+            classroom.attempt(bridge.setNetworkQosParam({ preference: preferred, controlMode: 0 }))
           }
         />
       </Section>
@@ -121,9 +122,10 @@ function StreamFigure({ who, stream }: { who: string; stream: KOBULocalStatistic
 
 function Streams() {
   const classroom = useClassroom();
+  const { bridge } = classroom;
   const seen = useKept('streams', () => signal(''));
   const look = async () => {
-    const infos = (await classroom.attempt('getKOBUStats'))?.RtcInfos;
+    const infos = (await classroom.attempt(bridge.getKOBUStats()))?.RtcInfos;
     const words =
       infos && infos !== '[]'
         ? infos.map(({ UserId, Resolution, StreamType }) => `${UserId}: ${StreamType} ${Resolution}`)
@@ -142,32 +144,33 @@ function Streams() {
 
 function Developer() {
   const classroom = useClassroom();
+  const { bridge } = classroom;
   const { debugView, console, call } = useKept('developer', () => ({
     debugView: signal(false),
     console: signal(false),
     call: signal('{"api":"setNetwork","params":{"delayMs":150}}'),
   }));
   const lowerDebugView = () =>
-    classroom.attempt('setDebugViewMargin', {
+    classroom.attempt(bridge.setDebugViewMargin({
       userId: classroom.userId,
       top: 0.1,
       left: 0,
       bottom: 0,
       right: 0,
-    });
+    }));
   return (
     <Fold title="For developers" name="developer">
       <Toggle
         title="Debug view"
         value={debugView}
-        pick={(on) => classroom.attempt('showBugView', { showType: on ? 2 : 0 })}
+        pick={(on) => classroom.attempt(bridge.showBugView({ showType: on ? 2 : 0 }))}
       />
       <Button title="Debug view lower down" press={lowerDebugView} />
       <Toggle
         title="Engine logs to the console"
         value={console}
         pick={(consoleEnable) =>
-          classroom.attempt('setLogParams', { logLevel: 2, consoleEnable, compressEnable: true })
+          classroom.attempt(bridge.setLogParams({ logLevel: 2, consoleEnable, compressEnable: true }))
         }
       />
       <input
@@ -178,7 +181,7 @@ function Developer() {
       <Row>
         <Button
           title="Call"
-          press={() => classroom.attempt('callExperimentalAPI', { APIParams: call.value })}
+          press={() => classroom.attempt(bridge.callExperimentalAPI({ APIParams: call.value }))}
         />
         <Button title="Restart the engine" press={() => classroom.restartEngine()} />
       </Row>

@@ -14,6 +14,7 @@ const streams = [
 
 export function PeoplePage() {
   const classroom = useClassroom();
+  const { bridge } = classroom;
   const others = useClass(({ people }) =>
     [...people.values()].filter(({ own }) => !own).map(({ userId }) => userId),
   );
@@ -24,15 +25,15 @@ export function PeoplePage() {
         <Toggle
           title="Silence all"
           value={silent}
-          pick={(mute) => classroom.attempt('muteAllRemoteAudio', { mute })}
+          pick={(mute) => classroom.attempt(bridge.muteAllRemoteAudio({ mute }))}
         />
         <Toggle
           title="Hide all cameras"
           value={hidden}
-          pick={(mute) => classroom.attempt('muteAllRemoteVideoStreams', { mute })}
+          pick={(mute) => classroom.attempt(bridge.muteAllRemoteVideoStreams({ mute }))}
         />
         <Row>
-          <Button title="Close all views" press={() => classroom.attempt('stopAllRemoteView')} />
+          <Button title="Close all views" press={() => classroom.attempt(bridge.stopAllRemoteView())} />
           <Button title="Open all views" press={() => classroom.showEverybody()} />
         </Row>
       </Section>
@@ -46,6 +47,7 @@ export function PeoplePage() {
 
 function PersonCard({ userId }: { userId: string }) {
   const classroom = useClassroom();
+  const { bridge } = classroom;
   const choices = useKept(`person ${userId}`, () => ({
     silent: signal(false),
     hidden: signal(false),
@@ -59,36 +61,36 @@ function PersonCard({ userId }: { userId: string }) {
       <Toggle
         title="Silence"
         value={choices.silent}
-        pick={(mute) => classroom.attempt('muteRemoteAudio', { userId, mute })}
+        pick={(mute) => classroom.attempt(bridge.muteRemoteAudio({ userId, mute }))}
       />
       <Toggle
         title="Hide the camera"
         value={choices.hidden}
-        pick={(mute) => classroom.attempt('muteRemoteVideoStream', { userId, mute })}
+        pick={(mute) => classroom.attempt(bridge.muteRemoteVideoStream({ userId, mute }))}
       />
       <Slider
         title="Volume"
         value={choices.volume}
-        pick={(volume) => classroom.attempt('setRemoteAudioVolume', { userId, volume })}
+        pick={(volume) => classroom.attempt(bridge.setRemoteAudioVolume({ userId, volume }))}
       />
       <Choice
         title="Stream"
         options={streams}
         value={choices.stream}
-        pick={(type) => classroom.attempt('setRemoteVideoStreamType', { userId, type })}
+        pick={(type) => classroom.attempt(bridge.setRemoteVideoStreamType({ userId, type }))}
       />
       <PictureChoices
         title="Picture"
         choice={choices.picture}
         draw={(drawing) =>
-          classroom.attempt('setRemotePreviewParams', { userId, streamType: cameraStream, ...drawing })
+          classroom.attempt(bridge.setRemotePreviewParams({ userId, streamType: cameraStream, ...drawing }))
         }
       />
       <Choice
         title="Shared screen"
         options={fills}
         value={choices.screen}
-        pick={(mode) => classroom.attempt('setRemoteSubStreamPreviewParams', { userId, mode })}
+        pick={(mode) => classroom.attempt(bridge.setRemoteSubStreamPreviewParams({ userId, mode }))}
       />
     </Fold>
   );

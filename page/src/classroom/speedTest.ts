@@ -1,8 +1,8 @@
 // Measures the way to the servers.
 
 import { signal } from '@preact/signals';
-import type { KOBUSpeedTestResult } from '../protocol';
-import type { Classroom } from './classroom';
+import type { KOBUSpeedTestResult } from 'vemo-client';
+import { inWords, type Classroom } from './classroom';
 
 export class SpeedTest {
   readonly total = signal(1);
@@ -14,30 +14,28 @@ export class SpeedTest {
 
   constructor(private readonly classroom: Classroom) {}
 
-  begin(): void {
+  async begin(): Promise<void> {
     const mine = ++this.test;
     this.results.value = [];
     this.completed.value = 0;
     this.status.value = 'Measuring …';
-    const { sdkAppId, userId, userSig } = this.classroom;
-    this.classroom.bridge.follow('startSpeedTest', { sdkAppId, userId, userSig }, ({ error, retval }) => {
-      if (mine !== this.test) return false;
-      if (!retval) {
-        this.status.value = `The test failed: ${error?.errmsg ?? ''}`;
-        return false;
+    const { bridge, sdkAppId, userId, userSig } = this.classroom;
+    try {
+      for await (const answer of bridge.startSpeedTest({ sdkAppId, userId, userSig })) {
+        if (mine !== this.test) return;
+        this.total.value = answer.totalCount;
+        this.completed.value = answer.completedCount;
+        if (answer.result) this.results.value = [...this.results.value, answer.result];
       }
-      const { totalCount, completedCount, result } = retval;
-      this.total.value = totalCount;
-      this.completed.value = completedCount;
-      if (result) this.results.value = [...this.results.value, result];
-      const isDone = error?.errmsg === 'done';
-      if (isDone) this.status.value = 'Done.';
-      return !isDone;
-    });
+      if (mine === this.test) this.status.value = 'Done.';
+    } catch (error) {
+      if (mine === this.test) this.status.value = `The test failed: ${inWords(error).detail}`;
+    }
   }
 
   async end(): Promise<void> {
     ++this.test;
-    if (await this.classroom.attempt('stopSpeedTest')) this.status.value = 'Stopped.';
+    const { classroom } = this;
+    if (await classroom.attempt(classroom.bridge.stopSpeedTest())) this.status.value = 'Stopped.';
   }
 }
