@@ -42,12 +42,13 @@ export interface DrawerState {
   close(): void;
 }
 
-/** A drawer that is closed at first, and gives the focus back when it closes. */
+/** A drawer that is closed at first, and gives the focus that it had back when it closes. */
 export function useDrawer(): DrawerState {
   const [open, setOpen] = useState<PageName>();
   const openedFrom = useRef<Element | null>(null);
   useLayoutEffect(() => {
-    if (!open && openedFrom.current instanceof HTMLElement) openedFrom.current.focus();
+    const hadFocus = document.activeElement === document.body;
+    if (!open && hadFocus && openedFrom.current instanceof HTMLElement) openedFrom.current.focus();
   }, [open]);
   return {
     open,

@@ -107,7 +107,7 @@ function PersonTile({ userId }: { userId: string }) {
           aria-valuemax={100}
           aria-valuenow={volume}
         >
-          <span class="level-bar" style={{ width: `${volume}%` }} />
+          <span class="level-bar" style={`--level: ${volume / 100}`} />
         </span>
         <span class="quality" role="img" data-quality={quality} title={network} aria-label={network}>
           <i />
