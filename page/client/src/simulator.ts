@@ -60,15 +60,13 @@ function isJson(text: string): boolean {
 }
 
 // While something lies above the page the browser takes the focus out of it; afterwards it goes
-// back where it was.
+// back to the element that had it, unless the user has pressed elsewhere.
 function keepFocus(): () => void {
-  let last: Element | undefined;
-  addEventListener('focusin', ({ target }) => (last = target as Element));
-  addEventListener('focusout', () => {
-    if (document.hasFocus()) last = undefined;
-  });
+  let last: HTMLElement | undefined;
+  addEventListener('pointerdown', () => (last = undefined), true);
+  addEventListener('focusin', ({ target }) => (last = target as HTMLElement));
   return () => {
     self.focus();
-    if (last?.isConnected) (last as HTMLElement).focus();
+    if (last?.isConnected) last.focus();
   };
 }
