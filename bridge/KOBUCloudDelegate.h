@@ -41,7 +41,8 @@ class KOBUCloudDelegate {
   virtual void onExitRoom(std::int64_t reason) = 0;
   /// A switch of the own role has ended; `errCode` 0 is success.
   virtual void onSwitchRole(std::int32_t errCode, const Text& errMsg) = 0;
-  /// Another user has come as an anchor, or become one.
+  /// Another user has come as an anchor, or become one. Those who are there already come right
+  /// behind onEnterRoom, before anything is measured.
   virtual void onRemoteUserEnterRoom(const Text& userId) = 0;
   /// `reason`: 0 the user left, 1 its connection timed out, 2 removed by the server,
   /// 3 it became audience.

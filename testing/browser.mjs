@@ -1,9 +1,11 @@
 // Starts the simulator and Chromium, and drives classroom pages.
 
+import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
 import { existsSync } from 'node:fs';
 import { createRequire } from 'node:module';
 import { createInterface } from 'node:readline';
+import { after, afterEach, before, beforeEach } from 'node:test';
 import { fileURLToPath } from 'node:url';
 
 // The browser's driver is installed with the page's other packages.
@@ -18,11 +20,11 @@ export const simulatorProgram =
 const waitMs = 60_000; // much, for machines with much to do
 
 /**
- * A running simulator: its `address`, what it wrote to standard error, and how to end it.
+ * A running simulator with this tree's page: its `address`, what it wrote to standard error, and how to end it.
  * A program that ends before it is ready is an error that holds its last words.
  */
 export async function startSimulator(options = []) {
-  const child = spawn(simulatorProgram, ['--port', '0', ...options], {
+  const child = spawn(simulatorProgram, ['--port', '0', '--page', `${root}page/dist`, ...options], {
     stdio: ['ignore', 'pipe', 'pipe'],
   });
   const errors = [];
@@ -88,6 +90,31 @@ export async function startBrowser() {
       '--disable-sync',
     ],
   });
+}
+
+/**
+ * Connects the page in `frame` anew, past its own client, and sends texts as page messages. Gives
+ * the answers up to the one with the callback id `last`.
+ */
+export function sendRaw(frame, texts, last) {
+  return frame.evaluate(
+    ([texts, last]) =>
+      new Promise((resolve) => {
+        const replies = [];
+        addEventListener('message', ({ data, ports: [port] }) => {
+          if (data?.vemo !== 'connected') return;
+          port.onmessage = ({ data: { kind, text } }) => {
+            if (kind !== 'script') return;
+            const reply = JSON.parse(text.slice(text.indexOf('(') + 1, -1));
+            replies.push(reply);
+            if (reply.head.cbid === last) resolve(replies);
+          };
+          for (const text of texts) port.postMessage({ kind: 'message', text });
+        });
+        parent.postMessage({ vemo: 'connect' }, '*');
+      }),
+    [texts, last],
+  );
 }
 
 /** A phone: a browser page with the simulator's shell, and the classroom page in it. */
@@ -200,4 +227,58 @@ export class Phone {
       .getByRole('button', { name: allow ? 'Allow' : 'Don’t Allow', exact: true })
       .click();
   }
+}
+
+/**
+ * Gives each test of the calling file a simulator of its own, with `options`, and ends it after the
+ * test, which fails when the simulator ended badly or a page had errors. `screen` is that of phones
+ * opened without one.
+ */
+export function simulatorForEachTest({ options = [], screen: usual = { width: 1280, height: 860 } } = {}) {
+  let browser;
+  let simulator;
+  let contexts; // by screen
+  let phones;
+
+  before(async () => {
+    browser = await startBrowser();
+  });
+  after(() => browser?.close());
+  beforeEach(async () => {
+    contexts = new Map();
+    phones = [];
+    simulator = await startSimulator(['--log', '/dev/null', ...options]);
+  });
+  afterEach(async () => {
+    const problems = phones.flatMap((phone) => phone.problems);
+    for (const context of contexts.values()) await context.close();
+    const { code } = await simulator.stop();
+    assert.equal(code, 0, `the simulator ended badly: ${simulator.errors.join('\n')}`);
+    assert.deepEqual(problems, [], 'a page had errors');
+  });
+
+  const given = {
+    stopSimulator: () => simulator.stop(),
+    /** The browser's context for `screen`: width and height, and `colorScheme` if it matters. */
+    async context(screen = usual) {
+      const key = JSON.stringify(screen);
+      const { width, height, ...rest } = screen;
+      if (!contexts.has(key))
+        contexts.set(key, await browser.newContext({ viewport: { width, height }, ...rest }));
+      return contexts.get(key);
+    },
+    /** A phone whose page can be used. */
+    async open(screen) {
+      const phone = await Phone.open(await given.context(screen), simulator.address);
+      phones.push(phone);
+      return phone;
+    },
+    /** A phone in the room that `form` names. */
+    async entered(form, screen) {
+      const phone = await given.open(screen);
+      await phone.enter(form);
+      return phone;
+    },
+  };
+  return given;
 }

@@ -104,10 +104,13 @@ export function Icon({ name }: { name: IconName }) {
 
 /** A button with an icon for a face; `children` follow the icon. */
 export function IconButton(
-  props: { name: IconName; title: string; press: () => void; children?: ComponentChildren } & Record<
-    `data-${string}` | `aria-${string}`,
-    string | boolean | undefined
-  >,
+  props: {
+    name: IconName;
+    title: string;
+    press: () => void;
+    disabled?: boolean;
+    children?: ComponentChildren;
+  } & Record<`data-${string}` | `aria-${string}`, string | boolean | undefined>,
 ) {
   const { name, title, press, children, ...attributes } = props;
   return (

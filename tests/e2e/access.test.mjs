@@ -3,46 +3,12 @@
 
 import assert from 'node:assert/strict';
 import { readFileSync } from 'node:fs';
-import { after, afterEach, before, beforeEach, test } from 'node:test';
-import { packageFile, Phone, startBrowser, startSimulator } from '../../testing/browser.mjs';
+import { test } from 'node:test';
+import { packageFile, simulatorForEachTest } from '../../testing/browser.mjs';
 
 const checker = readFileSync(packageFile('axe-core/axe.min.js'), 'utf8');
 
-let browser;
-let simulator;
-let contexts;
-let phones;
-
-before(async () => {
-  browser = await startBrowser();
-});
-after(async () => {
-  await browser?.close();
-});
-beforeEach(async () => {
-  simulator = await startSimulator(['--log', '/dev/null']);
-  contexts = [];
-  phones = [];
-});
-afterEach(async () => {
-  const problems = phones.flatMap((phone) => phone.problems);
-  for (const context of contexts) await context.close();
-  await simulator.stop();
-  assert.deepEqual(problems, [], 'a page had errors');
-});
-
-async function open({ width = 1280, height = 800, colorScheme = 'light' } = {}) {
-  const context = await browser.newContext({ viewport: { width, height }, colorScheme });
-  contexts.push(context);
-  const phone = await Phone.open(context, simulator.address);
-  phones.push(phone);
-  return phone;
-}
-async function entered(name, screen) {
-  const phone = await open(screen);
-  await phone.enter({ name });
-  return phone;
-}
+const { open, entered, stopSimulator } = simulatorForEachTest({ screen: { width: 1280, height: 800 } });
 
 /** The focused element of the shell: its text, and whether it stands in `selector`. */
 function focusOf(phone, selector) {
@@ -80,7 +46,7 @@ const screens = [
 for (const colorScheme of ['light', 'dark'])
   for (const screen of screens)
     test(`the checker finds nothing at ${screen.width}x${screen.height}, ${colorScheme}`, async () => {
-      const ben = await entered('Ben');
+      const ben = await entered({ name: 'Ben' });
       await ben.setPermission('Camera', 'authorized');
       await ben.setPermission('Microphone', 'authorized');
       await ben.control('Camera').click();
@@ -116,7 +82,15 @@ for (const colorScheme of ['light', 'dark'])
       for (const page of ['people', 'devices', 'music', 'network']) {
         await ada.openPage(page);
         for (const more of await ada.view.locator('.drawer summary').all()) await more.click();
-        if (page === 'network') await ada.view.locator('.figure').first().waitFor();
+        if (page === 'network') {
+          await ada.view.locator('.figure').first().waitFor();
+          await ada.view.getByRole('button', { name: 'Measure' }).click();
+          await ada.view.getByText('Done.').waitFor();
+        }
+        if (page === 'music') {
+          await ada.view.getByRole('button', { name: 'Play', exact: true }).click();
+          await ada.view.getByRole('button', { name: 'Pause', exact: true }).waitFor();
+        }
         await check(`the page ${page}`);
         await ada.page.keyboard.press('Escape');
       }
@@ -128,6 +102,7 @@ for (const colorScheme of ['light', 'dark'])
       await ada.page.keyboard.press('Escape');
       await ada.view.getByRole('button', { name: 'Share this application' }).click();
       await ben.nativeView('Ada', 2).waitFor();
+      await check('the page share while sharing');
       await ada.page.keyboard.press('Escape');
       await check('the class while sharing');
 
@@ -136,19 +111,26 @@ for (const colorScheme of ['light', 'dark'])
       await check('the log');
       await ada.page.getByRole('tab', { name: 'Phone' }).click();
       await check('the settings of the phone');
+      await ada.page.getByRole('button', { name: 'Cut off' }).click();
+      await ada.view.locator('.pill[data-connection="reconnecting"]').waitFor();
+      await ada.page.getByRole('button', { name: 'Close panel' }).click();
+      await check('the class while the connection is lost');
+      await ada.page.getByRole('button', { name: 'Developer panel' }).click();
+      await ada.page.getByRole('button', { name: 'Restore' }).click();
+      await ada.view.locator('.pill[data-connection="good"]').waitFor();
       await ada.page.getByRole('button', { name: 'Close panel' }).click();
 
       await ada.control('Role').click();
       await ada.view.locator('[data-control="Microphone"]:disabled').waitFor();
       await check('the class for the audience');
-      await simulator.stop();
+      await stopSimulator();
       await ada.inPhase('stopped');
       await check('the page without its simulator');
       assert.deepEqual(found, []);
     });
 
 test('a prompt takes the focus, keeps it, and gives it back', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   await ada.control('Camera').focus();
   await ada.page.keyboard.press('Enter');
   await ada.dialog('prompt-camera').waitFor();
@@ -168,7 +150,7 @@ test('a prompt takes the focus, keeps it, and gives it back', async () => {
 });
 
 test('the page behind a prompt can’t be used', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   const role = await ada.control('Role').boundingBox();
   await ada.control('Camera').click();
   await ada.dialog('prompt-camera').waitFor();
@@ -182,7 +164,7 @@ test('the page behind a prompt can’t be used', async () => {
 });
 
 test('Escape cancels an alert and the picker, and leaves the settings', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   await ada.setPermission('Camera', 'denied');
   await ada.control('Camera').click();
   await ada.dialog('alert').waitFor();
@@ -206,7 +188,7 @@ test('Escape cancels an alert and the picker, and leaves the settings', async ()
 });
 
 test('the drawer takes the focus; Escape closes it and gives the focus back', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   await ada.view.locator('[data-page="music"]').focus();
   await ada.page.keyboard.press('Enter');
   await ada.page.keyboard.press('Tab');
@@ -217,10 +199,70 @@ test('the drawer takes the focus; Escape closes it and gives the focus back', as
   assert.equal(await focusedControl(ada), 'music');
 });
 
+test('a lesson by keyboard alone', async () => {
+  const ben = await entered({ name: 'Ben' });
+  const ada = await open();
+  const { keyboard } = ada.page;
+  const focused = () =>
+    ada.view.locator('body').evaluate(() => {
+      const { ariaLabel, labels, textContent } = document.activeElement;
+      return ariaLabel ?? labels?.[0]?.textContent ?? textContent;
+    });
+  const tabTo = async (name, key = 'Tab') => {
+    for (let stop = 0; stop < 20; ++stop) {
+      if ((await focused()) === name) return;
+      await keyboard.press(key);
+    }
+    assert.fail(`${name} is not reached; the focus is at ${await focused()}`);
+  };
+  await ada.view.getByLabel('Your name').focus();
+  await keyboard.type('Ada');
+  await tabTo('On stageSpeak and be seen');
+  await keyboard.press('ArrowDown');
+  assert.equal(await ada.view.getByRole('radio', { name: 'Audience' }).isChecked(), true);
+  await tabTo('Enter room');
+  await keyboard.press('Enter');
+  await ada.inPhase('inside');
+  assert.equal(await focused(), 'Room 101');
+
+  await tabTo('Go on stage');
+  await keyboard.press('Enter');
+  await ben.tile('Ada').waitFor();
+  await ada.view.locator('[data-control="Share"]:enabled').waitFor();
+  await tabTo('Share the screen', 'Shift+Tab');
+  await keyboard.press('Enter');
+  assert.equal(await focused(), 'Share the screen'); // the drawer's title
+  await tabTo('Share this application');
+  await keyboard.press('Enter');
+  await ben.screenTile('Ada').waitFor();
+  // The button is gone; what is to be read stands in its place, and Tab goes on from there.
+  assert.equal(await focused(), 'The others see your screen.');
+  await tabTo('Stop sharing');
+  await keyboard.press('Enter');
+  await ben.screenTile('Ada').waitFor({ state: 'detached' });
+  await keyboard.press('Escape');
+  assert.equal(await focused(), 'Share the screen');
+
+  await tabTo('Music');
+  await keyboard.press('Enter');
+  await tabTo('Play');
+  await keyboard.press('Enter');
+  await ada.view.getByText('Playing “Morning bell”.').waitFor();
+  assert.equal(await focused(), 'Pause');
+  await tabTo('Stop');
+  await keyboard.press('Enter');
+  await ada.view.getByText('Stopped.').waitFor();
+  await keyboard.press('Escape');
+  await tabTo('Leave the room');
+  await keyboard.press('Enter');
+  await ada.inPhase('outside');
+  assert.equal(await focused(), 'Join the class');
+});
+
 // 640x400 is what 200 % leave of 1280x800.
 for (const screen of [...screens, { width: 640, height: 400 }, { width: 320, height: 256 }])
   test(`all of the drawer can be reached at ${screen.width}x${screen.height}`, async () => {
-    const ada = await entered('Ada', screen);
+    const ada = await entered({ name: 'Ada' }, screen);
     for (const page of ['devices', 'network']) {
       await ada.openPage(page);
       const last = ada.view.locator('.drawer').locator('select, summary').last();
@@ -236,7 +278,7 @@ for (const screen of [...screens, { width: 640, height: 400 }, { width: 320, hei
   });
 
 test('the browser’s size of text enlarges all text', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   await ada.openPage('devices');
   await ada.page.getByRole('button', { name: 'Developer panel' }).click();
   const sizes = async () =>
@@ -277,7 +319,7 @@ test('the browser’s size of text enlarges all text', async () => {
 });
 
 test('names of controls say one thing each', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   const names = await ada.view
     .locator('.control')
     .evaluateAll((controls) => controls.map((control) => control.ariaLabel ?? control.innerText));
@@ -285,7 +327,7 @@ test('names of controls say one thing each', async () => {
     'Turn on the microphone',
     'Turn on the camera',
     'Share the screen',
-    'Step down from the stage',
+    'Go to the audience',
     'People',
     'Devices',
     'Music',
@@ -296,7 +338,7 @@ test('names of controls say one thing each', async () => {
 
 for (const screen of screens)
   test(`a notice leaves the room’s title in sight at ${screen.width}x${screen.height}`, async () => {
-    const ada = await entered('Ada', screen);
+    const ada = await entered({ name: 'Ada' }, screen);
     const box = async (selector) => ada.view.locator(selector).boundingBox();
     await ada.control('Camera').click();
     await ada.answerPrompt('camera', false);
@@ -311,10 +353,10 @@ for (const screen of screens)
   });
 
 test('a notice moves nothing, and native views leave it in sight', async () => {
-  const ben = await entered('Ben');
+  const ben = await entered({ name: 'Ben' });
   await ben.control('Share').click();
   await ben.view.getByRole('button', { name: 'Share this application' }).click();
-  const ada = await entered('Ada', { width: 390, height: 844 });
+  const ada = await entered({ name: 'Ada' }, { width: 390, height: 844 });
   await ada.nativeView('Ben', 2).waitFor();
   const boxes = () =>
     ada.view

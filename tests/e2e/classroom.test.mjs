@@ -1,47 +1,14 @@
 // Real pages in Chromium, through the real router, in one simulated cloud.
 
 import assert from 'node:assert/strict';
-import { after, afterEach, before, beforeEach, test } from 'node:test';
-import { Phone, startBrowser, startSimulator } from '../../testing/browser.mjs';
+import { test } from 'node:test';
+import { Phone, sendRaw, simulatorForEachTest, startSimulator } from '../../testing/browser.mjs';
 
-let browser;
-let simulator;
-let context;
-let phones;
-
-before(async () => {
-  browser = await startBrowser();
-});
-after(async () => {
-  await browser?.close();
-});
-beforeEach(async () => {
-  simulator = await startSimulator(['--room-capacity', '3', '--log', '/dev/null']);
-  context = await browser.newContext({ viewport: { width: 1200, height: 800 } });
-  phones = [];
-});
-afterEach(async () => {
-  const problems = phones.flatMap((phone) => phone.problems);
-  await context.close();
-  const { code } = await simulator.stop();
-  assert.equal(code, 0, `the simulator ended badly: ${simulator.errors.join('\n')}`);
-  assert.deepEqual(problems, [], 'a page had errors');
-});
-
-async function open() {
-  const phone = await Phone.open(context, simulator.address);
-  phones.push(phone);
-  return phone;
-}
-async function entered(name, options = {}) {
-  const phone = await open();
-  await phone.enter({ name, ...options });
-  return phone;
-}
+const { context, open, entered } = simulatorForEachTest({ options: ['--room-capacity', '3'] });
 
 test('two pages in one room see each other, and one leave', async () => {
-  const ada = await entered('Ada');
-  const ben = await entered('Ben');
+  const ada = await entered({ name: 'Ada' });
+  const ben = await entered({ name: 'Ben' });
   await ada.tile('Ben').waitFor();
   await ben.tile('Ada').waitFor();
   assert.deepEqual(await ada.people(), ['Ada', 'Ben']);
@@ -52,8 +19,8 @@ test('two pages in one room see each other, and one leave', async () => {
   assert.deepEqual(await ada.people(), ['Ada']);
 });
 
-test('only those who come later are said to come in', async () => {
-  const ada = await entered('Ada');
+test('only those who come later are said to be on stage now', async () => {
+  const ada = await entered({ name: 'Ada' });
   const ben = await open();
   // Notices go away again, so they are written down as they come.
   await ben.view.locator('body').evaluate((body) => {
@@ -64,20 +31,18 @@ test('only those who come later are said to come in', async () => {
     }).observe(body, { childList: true, subtree: true });
   });
   await ben.enter({ name: 'Ben' });
-  // Who is told of before the first measurement has been there already.
-  await ben.tile('Ada').locator('.quality[data-quality="1"]').waitFor();
-  await entered('Eve');
-  await ben.tile('Eve').waitFor();
-  await ben.view.locator('.toast', { hasText: 'Eve came in' }).waitFor({ state: 'attached' });
+  await ben.tile('Ada').waitFor();
+  await entered({ name: 'Eve' });
+  await ben.view.locator('.toast', { hasText: 'Eve is on stage now.' }).waitFor({ state: 'attached' });
   const notices = await ben.view.locator('body').evaluate(() => window.notices);
-  assert.equal(notices.includes('Ada came in.'), false, `notices: ${notices}`);
+  assert.equal(notices.includes('Ada is on stage now.'), false, `notices: ${notices}`);
   await ada.tile('Eve').waitFor();
 });
 
 test('pages in different rooms do not meet', async () => {
-  const ada = await entered('Ada', { room: 1 });
-  const ben = await entered('Ben', { room: 2 });
-  const eve = await entered('Eve', { room: 1 });
+  const ada = await entered({ name: 'Ada', room: 1 });
+  const ben = await entered({ name: 'Ben', room: 2 });
+  const eve = await entered({ name: 'Eve', room: 1 });
   await ada.tile('Eve').waitFor();
   await eve.tile('Ada').waitFor();
   assert.deepEqual(await ben.people(), ['Ben']);
@@ -92,15 +57,37 @@ test('failed enters are told in words, and the next try works', async () => {
   await ada.enter({ name: 'Ada', application: 20240001 });
 });
 
+test('the page’s address fills in name and room, and what was typed over them is kept', async () => {
+  const ada = await open();
+  const page = ada.page.frames().find((frame) => frame.url().endsWith('classroom.html'));
+  const name = ada.view.getByLabel('Your name');
+  const goTo = async (query) => {
+    await page.goto(new URL(`classroom.html${query}`, page.url()).href);
+    await ada.inPhase('outside');
+  };
+  await goTo('?user=Ada%20Lovelace&room=7');
+  assert.equal(await ada.view.getByLabel('Room', { exact: true }).inputValue(), '7');
+  assert.equal(await name.inputValue(), 'Ada Lovelace');
+  await name.fill('Ada L.');
+  await name.press('Tab');
+  await goTo('?user=Ada%20Lovelace&room=7');
+  assert.equal(await name.inputValue(), 'Ada L.');
+  await goTo('?user=Ben');
+  assert.equal(await name.inputValue(), 'Ben');
+  await ada.view.getByRole('button', { name: 'Enter room' }).click();
+  await ada.inPhase('inside');
+  assert.deepEqual(await ada.people(), ['Ben']);
+});
+
 test('a full room is told of', async () => {
-  for (const name of ['Ada', 'Ben', 'Eve']) await entered(name);
+  for (const name of ['Ada', 'Ben', 'Eve']) await entered({ name });
   const late = await open();
   assert.match(await late.tryToEnter({ name: 'Late' }), /room is full/);
 });
 
 test('volume, quality and availability are shown as events report them', async () => {
-  const ada = await entered('Ada');
-  const ben = await entered('Ben');
+  const ada = await entered({ name: 'Ada' });
+  const ben = await entered({ name: 'Ben' });
   const tile = ben.tile('Ada');
   await tile.locator('.state[data-state="off"]').first().waitFor();
   await ada.control('Microphone').click();
@@ -114,9 +101,34 @@ test('volume, quality and availability are shown as events report them', async (
   await ben.view.locator('.tile[data-user="Ada"][data-speaking="no"]').waitFor();
 });
 
+test('a class at rest changes nothing in the page', async () => {
+  const ada = await entered({ name: 'Ada' });
+  for (const name of ['Ben', 'Eve']) await entered({ name });
+  for (const name of ['Ada', 'Ben', 'Eve'])
+    await ada.tile(name).locator('.quality[data-quality="1"]').waitFor();
+  await ada.view.locator('.toast').first().waitFor({ state: 'detached' });
+  await ada.view.locator('body').evaluate((body) => {
+    window.changes = [];
+    new MutationObserver((seen) => {
+      for (const { target, attributeName, type } of seen) changes.push(`${target.className} ${attributeName ?? type}`);
+    }).observe(body, { subtree: true, childList: true, attributes: true, characterData: true });
+  });
+  // Volumes, qualities and statistics go on coming.
+  const session = await ada.page.context().newCDPSession(ada.page);
+  let measured = 0;
+  const measuredAgain = new Promise((resolve) => {
+    session.on('Network.webSocketFrameReceived', ({ response }) => {
+      if (response.payloadData.includes('onStatistics') && ++measured === 2) resolve();
+    });
+  });
+  await session.send('Network.enable');
+  await measuredAgain;
+  assert.deepEqual(await ada.view.locator('body').evaluate(() => window.changes), []);
+});
+
 test('an audience member goes on stage and back', async () => {
-  const ada = await entered('Ada');
-  const ben = await entered('Ben', { role: 'audience' });
+  const ada = await entered({ name: 'Ada' });
+  const ben = await entered({ name: 'Ben', role: 'audience' });
   assert.equal(await ben.control('Microphone').isDisabled(), true);
   await ben.control('Role').click();
   await ada.tile('Ben').waitFor();
@@ -127,8 +139,8 @@ test('an audience member goes on stage and back', async () => {
 });
 
 test('a page that reloads in the room leaves it and hears nothing of its old router', async () => {
-  const ada = await entered('Ada');
-  const ben = await entered('Ben');
+  const ada = await entered({ name: 'Ada' });
+  const ben = await entered({ name: 'Ben' });
   await ben.tile('Ada').waitFor();
   await ada.page.reload();
   await ben.tile('Ada').waitFor({ state: 'detached' });
@@ -140,8 +152,8 @@ test('a page that reloads in the room leaves it and hears nothing of its old rou
 });
 
 test('the web view alone reloads as well', async () => {
-  const ada = await entered('Ada');
-  const ben = await entered('Ben');
+  const ada = await entered({ name: 'Ada' });
+  const ben = await entered({ name: 'Ben' });
   await ben.tile('Ada').waitFor();
   await ada.page.getByRole('button', { name: 'Reload the page' }).click();
   await ben.tile('Ada').waitFor({ state: 'detached' });
@@ -162,12 +174,12 @@ test('a reply of before a reload never reaches the page after it', async () => {
     .locator('.panel .entry.reply .name')
     .evaluateAll((names) => names.map((name) => name.textContent));
   assert.equal(replies.includes('enterRoom'), false, `replies: ${replies}`);
-  const ben = await entered('Ben');
+  const ben = await entered({ name: 'Ben' });
   assert.deepEqual(await ben.people(), ['Ben']);
 });
 
 test('a lost connection is shown, and its return', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   await ada.page.getByRole('button', { name: 'Developer panel' }).click();
   await ada.page.getByRole('tab', { name: 'Phone' }).click();
   await ada.page.getByRole('button', { name: 'Cut off' }).click();
@@ -178,9 +190,9 @@ test('a lost connection is shown, and its return', async () => {
 
 for (const signal of ['SIGTERM', 'SIGKILL']) {
   test(`a simulator that ends by ${signal} under the page is told of`, async () => {
-    const ada = await entered('Ada');
+    const ada = await entered({ name: 'Ada' });
     const own = await startSimulator(['--log', '/dev/null']);
-    const ben = await Phone.open(context, own.address);
+    const ben = await Phone.open(await context(), own.address);
     await ben.enter({ name: 'Ben' });
     await own.stop(signal);
     await ben.inPhase('stopped');
@@ -195,7 +207,7 @@ for (const signal of ['SIGTERM', 'SIGKILL']) {
 test('a page finds a simulator that was started again', async () => {
   const first = await startSimulator(['--log', '/dev/null']);
   const port = new URL(first.address).port;
-  const ada = await Phone.open(context, first.address);
+  const ada = await Phone.open(await context(), first.address);
   await first.stop();
   await ada.inPhase('stopped');
   const second = await startSimulator(['--port', port, '--log', '/dev/null']);
@@ -208,30 +220,18 @@ test('a page finds a simulator that was started again', async () => {
 test('malformed messages are answered or ignored, and the page works on', async () => {
   const ada = await open();
   const page = ada.page.frames().find((frame) => frame.url().endsWith('classroom.html'));
-  const replies = await page.evaluate(async () => {
-    const ready = new Promise((resolve) => {
-      const seen = [];
-      const host = window.parent.vemoHost;
-      window.vemoBridge.onReply = (reply) => {
-        seen.push(reply);
-        if (reply.head.cbid === 'last') resolve(seen);
-      };
-      const connection = host.attach(window, () => {});
-      for (const text of [
-        'no json',
-        '[]',
-        '{}',
-        '"\ud800"',
-        `${'['.repeat(5000)}`,
-        '{"head":{"action":"initSDK"},"params":7,"cbid":"params"}',
-        '{"head":{"action":"nose"},"cbid":"unknown"}',
-        `{"head":{"action":"initSDK"},"cbid":"long","params":{"a":"${'x'.repeat(1 << 20)}"}}`,
-        '{"head":{"action":"initSDK"},"cbid":"last"}',
-      ])
-        connection.postMessage(text);
-    });
-    return ready;
-  });
+  const texts = [
+    'no json',
+    '[]',
+    '{}',
+    '"\ud800"',
+    `${'['.repeat(5000)}`,
+    '{"head":{"action":"initSDK"},"params":7,"cbid":"params"}',
+    '{"head":{"action":"nose"},"cbid":"unknown"}',
+    `{"head":{"action":"initSDK"},"cbid":"long","params":{"a":"${'x'.repeat(1 << 20)}"}}`,
+    '{"head":{"action":"initSDK"},"cbid":"last"}',
+  ];
+  const replies = await sendRaw(page, texts, 'last');
   const errors = Object.fromEntries(replies.map(({ head, error }) => [head.cbid, error]));
   assert.equal(errors.params.errmsg, 'bad message');
   assert.equal(errors.unknown.errmsg, 'unknown action');
@@ -239,7 +239,7 @@ test('malformed messages are answered or ignored, and the page works on', async 
 });
 
 test('the log shows commands, replies and events', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   await ada.page.getByRole('button', { name: 'Developer panel' }).click();
   const log = ada.page.locator('.log');
   await log.locator('.sent', { hasText: 'enterRoom' }).waitFor();

@@ -1,42 +1,10 @@
 // The simulator's shell: what a reload keeps, and what the developer panel tells.
 
 import assert from 'node:assert/strict';
-import { after, afterEach, before, beforeEach, test } from 'node:test';
-import { Phone, startBrowser, startSimulator } from '../../testing/browser.mjs';
+import { test } from 'node:test';
+import { sendRaw, simulatorForEachTest } from '../../testing/browser.mjs';
 
-let browser;
-let simulator;
-let context;
-let phones;
-
-before(async () => {
-  browser = await startBrowser();
-});
-after(async () => {
-  await browser?.close();
-});
-beforeEach(async () => {
-  simulator = await startSimulator(['--log', '/dev/null']);
-  context = await browser.newContext({ viewport: { width: 1280, height: 860 } });
-  phones = [];
-});
-afterEach(async () => {
-  const problems = phones.flatMap((phone) => phone.problems);
-  await context.close();
-  await simulator.stop();
-  assert.deepEqual(problems, [], 'a page had errors');
-});
-
-async function open() {
-  const phone = await Phone.open(context, simulator.address);
-  phones.push(phone);
-  return phone;
-}
-async function entered(name, form = {}) {
-  const phone = await open();
-  await phone.enter({ name, ...form });
-  return phone;
-}
+const { open, entered } = simulatorForEachTest();
 
 /** Reloads the window; gives the frames that its phone was sent, as far as `last`. */
 async function framesAfterReload(phone, last) {
@@ -118,7 +86,7 @@ test('each window’s phone has settings of its own, and a reset makes it like n
 });
 
 test('a permission that was given at a prompt survives a reload', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   await ada.control('Camera').click();
   await ada.answerPrompt('camera', true);
   await ada.view.locator('[data-control="Camera"][data-look="on"]').waitFor();
@@ -143,8 +111,8 @@ test('the form is filled in as before after a reload, without the signature', as
 });
 
 test('the log tells a cause before its effect', async () => {
-  const ada = await entered('Ada');
-  const ben = await entered('Ben');
+  const ada = await entered({ name: 'Ada' });
+  const ben = await entered({ name: 'Ben' });
   await ben.setPermission('Camera', 'authorized');
   await ben.control('Camera').click();
   await ada.nativeView('Ben').waitFor();
@@ -155,20 +123,18 @@ test('the log tells a cause before its effect', async () => {
 });
 
 test('signatures are masked in the log until they are asked for', async () => {
-  const ada = await entered('Ada', { signature: 'the-secret-one' });
+  const ada = await entered({ name: 'Ada', signature: 'the-secret-one' });
   // As a command, in a text within a command, in what can't be read, and in a script.
   const page = ada.page.frames().find((frame) => frame.url().endsWith('classroom.html'));
-  await page.evaluate(() => {
-    const signed = { userId: 'Ada', userSig: 'the-secret-one' };
-    const nested = JSON.stringify({ api: 'none', params: signed });
-    const connection = window.parent.vemoHost.attach(window, () => {});
-    connection.postMessage(
-      JSON.stringify({ head: { action: 'callExperimentalAPI' }, params: { APIParams: nested }, cbid: '1' }),
-    );
-    connection.postMessage(`{"head":{"action":"broken"},"params":{"userSig":"the-secret-one"`);
-    connection.postMessage(`{"head":{"action":"userSig the-secret-one"},"cbid":"2"}`);
-    connection.postMessage('{"head":{"action":"getSDKVersion"},"cbid":"last"}');
-  });
+  const signed = { userId: 'Ada', userSig: 'the-secret-one' };
+  const nested = JSON.stringify({ api: 'none', params: signed });
+  const texts = [
+    JSON.stringify({ head: { action: 'callExperimentalAPI' }, params: { APIParams: nested }, cbid: '1' }),
+    `{"head":{"action":"broken"},"params":{"userSig":"the-secret-one"`,
+    `{"head":{"action":"userSig the-secret-one"},"cbid":"2"}`,
+    '{"head":{"action":"getSDKVersion"},"cbid":"last"}',
+  ];
+  await sendRaw(page, texts, 'last');
   await ada.page.getByRole('button', { name: 'Developer panel' }).click();
   const log = ada.page.locator('.log');
   await log.locator('.reply .name', { hasText: 'getSDKVersion' }).last().waitFor();

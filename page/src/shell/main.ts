@@ -1,4 +1,4 @@
-// The simulator's shell: a phone whose web view is a frame with the classroom page.
+// The simulator's shell: a phone whose web view is a frame with the page.
 
 import { h, iconButton, setData } from '../dom';
 import '../base.css';
@@ -6,13 +6,15 @@ import './shell.css';
 import { PhoneLink, type LinkWatcher } from './link';
 import { NativeViews } from './nativeViews';
 import { Overlays } from './overlays';
+import { PageFrame } from './pageFrame';
 import { Panel } from './panel';
 import { PhoneMemory } from './phoneMemory';
 
 const picturesEveryMs = 250;
 
 const frame = h('iframe', { class: 'web-view', title: 'Classroom' });
-const views = new NativeViews(frame);
+const notice = h('p', { class: 'page-notice', role: 'status', hidden: true });
+const views = new NativeViews();
 const memory = new PhoneMemory();
 const watcher: LinkWatcher = {
   onState(state) {
@@ -48,13 +50,22 @@ const watcher: LinkWatcher = {
     }
   },
   onMessage: (text) => panel.log.sent(text),
-  onScriptError: (script, error) => panel.log.problem(`${String(error)} in ${script}`),
+  onPlaces: (places) => views.lieAt(places),
+  onScriptError: (script, error) => panel.log.problem(`${error} in ${script}`),
+  onProblem: (text) => panel.log.problem(text),
 };
 const link = new PhoneLink(watcher, memory);
 let application = 'the application';
-const overlays = new Overlays(link, frame);
+const page = new PageFrame(frame, {
+  onPage: (port) => link.attach(port),
+  onNotice: (text) => {
+    notice.textContent = text ?? '';
+    notice.hidden = text === undefined;
+  },
+  onProblem: (text) => panel.log.problem(text),
+});
+const overlays = new Overlays(link, page);
 const panel = new Panel(link, memory, () => showPanel(false));
-window.vemoHost = link;
 
 function showPanel(open: boolean): void {
   const hadFocus = panel.element.contains(document.activeElement);
@@ -83,16 +94,14 @@ const device = h(
     clock,
     h('span', { class: 'battery' }, h('span')),
   ),
-  h('div', { class: 'screen' }, frame, views.element, overlays.element),
+  h('div', { class: 'screen' }, frame, notice, views.element, overlays.element),
 );
 const phoneButton = iconButton('phone', 'Phone', () => showDevice('phone'));
 const tabletButton = iconButton('tablet', 'Tablet', () => showDevice('tablet'));
 const panelButton = iconButton('log', 'Developer panel', () =>
   showPanel(document.body.dataset['panel'] !== 'open'),
 );
-const reloadButton = iconButton('refresh', 'Reload the page', () =>
-  frame.contentWindow?.location.reload(),
-);
+const reloadButton = iconButton('refresh', 'Reload the page', () => page.reload());
 
 document.body.append(
   h(
@@ -109,8 +118,6 @@ document.body.append(
 );
 showDevice(innerWidth >= 1000 ? 'tablet' : 'phone');
 showPanel(false);
-frame.src = 'classroom.html';
 setInterval(() => {
-  const hasPlace = frame.contentDocument?.querySelector('[data-native-view]');
-  if (hasPlace || !views.isEmpty) link.send({ kind: 'pictures' });
+  if (!views.isIdle) link.send({ kind: 'pictures' });
 }, picturesEveryMs);

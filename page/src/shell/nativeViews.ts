@@ -1,7 +1,8 @@
 // The native views of the phone, drawn above the page: each over the element of the page
 // that names its user and view type (data-native-view="USER/TYPE"), except where the page puts
-// something above the views (data-native-above).
+// something above the views (data-native-above). The page's client tells where they lie.
 
+import type { Box, Places } from '../../client/src/frames.js';
 import { h } from '../dom';
 import { hueOf } from '../hue';
 import type { FromPhone, Picture } from './frames';
@@ -16,10 +17,11 @@ interface Shown {
 
 export class NativeViews {
   readonly element = h('div', { class: 'native-views', 'aria-hidden': 'true' });
+  private places: Places = { views: [], above: [] };
   private readonly shown = new Map<string, Shown>();
   private readonly images = new Map<number, HTMLCanvasElement>();
 
-  constructor(private readonly frame: HTMLIFrameElement) {
+  constructor() {
     const draw = (time: number) => {
       this.draw(time);
       requestAnimationFrame(draw);
@@ -27,9 +29,14 @@ export class NativeViews {
     requestAnimationFrame(draw);
   }
 
-  /** Whether any view shows something. */
-  get isEmpty(): boolean {
-    return this.shown.size === 0;
+  /** Whether there is nothing to show, and no place for it. */
+  get isIdle(): boolean {
+    return this.shown.size === 0 && this.places.views.length === 0;
+  }
+
+  /** Where the views lie from now on. */
+  lieAt(places: Places): void {
+    this.places = places;
   }
 
   /** A mute image, which pictures name by its number from now on. */
@@ -63,59 +70,61 @@ export class NativeViews {
   }
 
   private draw(time: number): void {
-    const page = this.frame.contentDocument;
-    const above = [...(page?.querySelectorAll<HTMLElement>('[data-native-above]') ?? [])];
+    const { views, above } = this.places;
     for (const [name, shown] of this.shown) {
       const { picture, canvas } = shown;
       if (picture.fps > 0) delete shown.stoodStillAt;
       else shown.stoodStillAt ??= time;
-      const place = page?.querySelector<HTMLElement>(`[data-native-view="${CSS.escape(name)}"]`);
-      const box = place?.getBoundingClientRect();
-      if (!place || !box || box.width < 2 || box.height < 2) {
+      const place = views.find((view) => view.name === name);
+      if (!place || place.box[2] < 2 || place.box[3] < 2) {
         canvas.style.display = 'none';
         continue;
       }
-      this.lay(canvas, place, box);
+      lay(canvas, place);
       paint(canvas, picture, this.images.get(picture.muteImage), shown.stoodStillAt ?? time);
-      for (const element of above) cutOut(canvas, box, element);
+      for (const { box, radius } of above) cutOut(canvas, place.box, box, radius);
       canvas.dataset['kind'] = picture.muteImage ? 'muteImage' : 'live';
     }
   }
-
-  // Lays the view over its place, cut off where the place is scrolled out of sight.
-  private lay(canvas: HTMLCanvasElement, place: HTMLElement, box: DOMRect): void {
-    const clip = place.closest('[data-native-clip]')?.getBoundingClientRect();
-    const style = canvas.style;
-    style.display = 'block';
-    style.transform = `translate(${box.left}px, ${box.top}px)`;
-    style.width = `${box.width}px`;
-    style.height = `${box.height}px`;
-    style.borderRadius = getComputedStyle(place).borderRadius;
-    const cut = clip
-      ? [clip.top - box.top, box.right - clip.right, box.bottom - clip.bottom, clip.left - box.left]
-      : [0, 0, 0, 0];
-    style.clipPath = cut.some((edge) => edge > 0)
-      ? `inset(${cut.map((edge) => `${Math.max(0, edge)}px`).join(' ')})`
-      : '';
-    const scale = Math.min(devicePixelRatio, 2);
-    const width = Math.round(box.width * scale);
-    const height = Math.round(box.height * scale);
-    if (canvas.width !== width) canvas.width = width;
-    if (canvas.height !== height) canvas.height = height;
-  }
 }
 
-// Leaves the view open where `element` of the page lies.
-function cutOut(canvas: HTMLCanvasElement, box: DOMRect, element: HTMLElement): void {
+// Lays the view over its place, cut off where the place is scrolled out of sight.
+function lay(canvas: HTMLCanvasElement, { box, radius, clip }: Places['views'][number]): void {
+  const [left, top, across, down] = box;
+  const style = canvas.style;
+  style.display = 'block';
+  style.transform = `translate(${left}px, ${top}px)`;
+  style.width = `${across}px`;
+  style.height = `${down}px`;
+  style.borderRadius = radius;
+  const cut = clip
+    ? [
+        clip[1] - top,
+        left + across - clip[0] - clip[2],
+        top + down - clip[1] - clip[3],
+        clip[0] - left,
+      ]
+    : [];
+  style.clipPath = cut.some((edge) => edge > 0)
+    ? `inset(${cut.map((edge) => `${Math.max(0, edge)}px`).join(' ')})`
+    : '';
+  const scale = Math.min(devicePixelRatio, 2);
+  const width = Math.round(across * scale);
+  const height = Math.round(down * scale);
+  if (canvas.width !== width) canvas.width = width;
+  if (canvas.height !== height) canvas.height = height;
+}
+
+// Leaves the view in `box` open where something of the page lies above it.
+function cutOut(canvas: HTMLCanvasElement, box: Box, above: Box, corner: number): void {
   const context = canvas.getContext('2d');
   if (!context) return;
-  const { left, top, width, height } = element.getBoundingClientRect();
-  const radius = Math.min(parseFloat(getComputedStyle(element).borderTopLeftRadius), height / 2);
+  const [left, top, width, height] = above;
   context.save();
-  context.setTransform(canvas.width / box.width, 0, 0, canvas.height / box.height, 0, 0);
+  context.setTransform(canvas.width / box[2], 0, 0, canvas.height / box[3], 0, 0);
   context.globalCompositeOperation = 'destination-out';
   context.beginPath();
-  context.roundRect(left - box.left, top - box.top, width, height, radius);
+  context.roundRect(left - box[0], top - box[1], width, height, Math.min(corner, height / 2));
   context.fill();
   context.restore();
 }

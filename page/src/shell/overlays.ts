@@ -7,6 +7,7 @@ import type { FromPhone, PhoneSettings } from './frames';
 import { Layers } from './layers';
 import type { PhoneLink } from './link';
 import './overlays.css';
+import type { PageFrame } from './pageFrame';
 
 type Frame<K extends FromPhone['kind']> = Extract<FromPhone, { kind: K }>;
 const deviceNames = { camera: 'Camera', microphone: 'Microphone' } as const;
@@ -33,9 +34,9 @@ export class Overlays {
 
   constructor(
     private readonly link: PhoneLink,
-    frame: HTMLIFrameElement,
+    page: PageFrame,
   ) {
-    this.layers = new Layers(frame);
+    this.layers = new Layers(page);
   }
 
   get element(): HTMLElement {
