@@ -136,7 +136,7 @@ test('the form is filled in as before after a reload, without the signature', as
   assert.equal(kept.includes('a-secret'), false);
 });
 
-test('the log tells a cause before its effect', async () => {
+test('the time line tells a cause before its effect', async () => {
   const ada = await entered('Ada');
   const ben = await entered('Ben');
   await ben.setPermission('Camera', 'authorized');
@@ -148,7 +148,7 @@ test('the log tells a cause before its effect', async () => {
   assert.ok(event >= 0 && event < command, `event ${event}, command ${command}`);
 });
 
-test('signatures are masked in the log until they are asked for', async () => {
+test('signatures are masked in the time line until they are asked for', async () => {
   const ada = await entered('Ada', { signature: 'the-secret-one' });
   // As a command, in a text within a command, in what can't be read, and in a script.
   const page = ada.page.frames().find((frame) => frame.url().endsWith('classroom.html'));
@@ -163,21 +163,25 @@ test('signatures are masked in the log until they are asked for', async () => {
     connection.postMessage(`{"head":{"action":"userSig the-secret-one"},"cbid":"2"}`);
     connection.postMessage('{"head":{"action":"getSDKVersion"},"cbid":"last"}');
   });
-  await ada.page.getByRole('button', { name: 'Developer panel' }).click();
-  const log = ada.page.locator('.log');
-  await log.locator('.answer .name', { hasText: 'getSDKVersion' }).last().waitFor();
-  const open = () =>
-    log.locator('details').evaluateAll((entries) => {
-      for (const entry of entries) entry.open = true;
-    });
-  await open();
-  await log.locator('pre', { hasText: '•••' }).first().waitFor();
-  await log.locator('pre', { hasText: 'sdkAppId' }).first().waitFor();
-  assert.equal((await log.innerHTML()).includes('the-secret-one'), false);
+  await ada.openPanel('Time line');
+  await ada.row('getSDKVersion').nth(1).locator('.took').waitFor();
+  const rows = ada.page.locator('.rows');
+  const secrets = ada.page.getByRole('button', { name: 'Show secrets' });
+  for (const title of ['enterRoom', 'callExperimentalAPI', 'not a message']) {
+    const row = ada.row(title).last();
+    await row.locator('.row-head').click();
+    await row.locator('pre', { hasText: '•••' }).first().waitFor();
+    assert.equal((await rows.innerHTML()).includes('the-secret-one'), false);
+    await secrets.click();
+    await row.locator('pre', { hasText: 'the-secret-one' }).first().waitFor();
+    await secrets.click();
+    await row.locator('pre', { hasText: 'the-secret-one' }).first().waitFor({ state: 'detached' });
+    await row.locator('.row-head').click();
+  }
+  for (const kind of ['Everything', 'Scenario'])
+    assert.equal(JSON.stringify(await ada.saved(kind)).includes('the-secret-one'), false);
 
-  await ada.page.getByLabel('Show secrets').check();
-  await log.locator('pre', { hasText: '"userSig": "the-secret-one"' }).first().waitFor();
-  await ada.page.getByLabel('Show secrets').uncheck();
-  await log.locator('pre', { hasText: 'the-secret-one' }).first().waitFor({ state: 'detached' });
-  assert.equal((await log.innerHTML()).includes('the-secret-one'), false);
+  await secrets.click();
+  for (const kind of ['Everything', 'Scenario'])
+    assert.ok(JSON.stringify(await ada.saved(kind)).includes('the-secret-one'));
 });

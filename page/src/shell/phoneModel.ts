@@ -7,7 +7,9 @@ import type { FromPhone, Picture, PhoneSettings, ToPhone } from './frames';
 import { PhoneLink, type LinkWatcher } from './link';
 import { PhoneMemory } from './phoneMemory';
 import { Conversation } from './timeline/conversation';
+import { deviceStep } from './timeline/exports';
 import { Timeline } from './timeline/timeline';
+import { TimelineView } from './timeline/timelineView';
 
 type Frame<K extends FromPhone['kind']> = Extract<FromPhone, { kind: K }>;
 const deviceNames = { camera: 'Camera', microphone: 'Microphone' } as const;
@@ -43,6 +45,7 @@ const passAll: Filter = (text, pass) => pass(text);
 export class PhoneModel {
   readonly name: string;
   readonly timeline = new Timeline();
+  readonly timelineView = new TimelineView(this.timeline);
   readonly conversation = new Conversation(this.timeline);
   readonly memory: PhoneMemory;
   readonly link: PhoneLink;
@@ -134,7 +137,7 @@ export class PhoneModel {
 
   private changeState(state: HostState): void {
     this.state.value = state;
-    if (state === 'ready') return;
+    if (state === 'ready') return this.conversation.begin();
     this.waitingDialogs.length = 0;
     this.images.clear();
     batch(() => {
@@ -146,7 +149,7 @@ export class PhoneModel {
       this.problem('The simulator has stopped.');
     } else {
       this.conversation.end('The page is gone.');
-      this.timeline.add({ kind: 'note', title: 'A new page connects.' });
+      this.timeline.add({ kind: 'connection', title: 'A page connects.' });
     }
   }
 
@@ -169,6 +172,8 @@ export class PhoneModel {
         return void (this.pictures.value = frame.pictures);
       case 'image':
         return void this.images.set(frame.id, frame);
+      case 'noted':
+        return this.conversation.noted(frame);
       case 'problem':
         return this.problem(frame.text);
     }
@@ -190,6 +195,7 @@ export class PhoneModel {
       kind: 'settings',
       title: changes.length === 1 ? `${key}: ${typeof value === 'string' ? value : JSON.stringify(value)}` : 'Settings',
       text: JSON.stringify(Object.fromEntries(changes)),
+      step: deviceStep(Object.fromEntries(changes)),
     });
   }
 
@@ -205,7 +211,11 @@ export class PhoneModel {
       this.timeline.add({ kind: 'network', title, text: JSON.stringify(frame) });
     }
     if (frame.kind === 'broadcast')
-      this.timeline.add({ kind: 'press', title: `Broadcast: ${frame.event}`, text: JSON.stringify(frame) });
+      this.timeline.add({
+        kind: 'press',
+        title: `Screen broadcast: ${frame.event.toLowerCase()}`,
+        step: { notify: `VEMOScreenKit_${frame.event}_Notify` },
+      });
   }
 
   private askForAccess({ media, application, description }: Frame<'prompt'>): void {

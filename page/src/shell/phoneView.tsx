@@ -46,6 +46,7 @@ export function PhoneView({ phone, workbench }: { phone: PhoneModel; workbench: 
     >
       <header class="caption">
         <h2>{phone.name}</h2>
+        {phone.memory.cutOff && <span class="offline">No network</span>}
         <PhoneTools phone={phone} workbench={workbench} />
       </header>
       <div class="device">
@@ -74,6 +75,7 @@ export function PhoneView({ phone, workbench }: { phone: PhoneModel; workbench: 
 /** What can be done to a phone as a whole. */
 export function PhoneTools({ phone, workbench }: { phone: PhoneModel; workbench: Workbench }) {
   const device = phone.device.value;
+  const { cutOff } = phone.memory;
   const choose = (kind: 'phone' | 'tablet') => () => (phone.device.value = kind);
   return (
     <div class="phone-tools">
@@ -81,6 +83,11 @@ export function PhoneTools({ phone, workbench }: { phone: PhoneModel; workbench:
         <IconButton name="phone" title="Phone" press={choose('phone')} aria-pressed={device === 'phone'} />
         <IconButton name="tablet" title="Tablet" press={choose('tablet')} aria-pressed={device === 'tablet'} />
       </div>
+      <IconButton
+        name={cutOff ? 'offline' : 'online'}
+        title={cutOff ? 'Restore the network' : 'Cut off the network'}
+        press={() => phone.send({ kind: 'network', drop: !cutOff })}
+      />
       <IconButton name="refresh" title="Reload the page" press={() => phone.reload()} />
       {workbench.phones.value.length > 1 && (
         <IconButton
