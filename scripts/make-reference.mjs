@@ -1,5 +1,5 @@
 #!/usr/bin/env node
-// Makes the reference of the page's protocol: docs/reference/*.md and page/src/protocol.ts,
+// Makes the reference of the page's protocol: docs/reference/*.md and page/client/src/protocol.ts,
 // from what vemo-protocol prints, with answers that vemo-replay plays.
 //
 //   make-reference.mjs PROTOCOL REPLAY           write the files
@@ -33,7 +33,7 @@ const troubles = [...examples.troubles, ...scenarios.troubles];
 
 const files = new Map([
   ...pages(protocol, examples, scenarios).map(([name, text]) => [`${folder}/${name}`, text]),
-  ['page/src/protocol.ts', types(protocol)],
+  ['page/client/src/protocol.ts', types(protocol)],
 ]);
 const stale = readdirSync(join(root, folder))
   .filter((name) => name.endsWith('.md') && !files.has(`${folder}/${name}`))

@@ -2,7 +2,7 @@
 
 import assert from 'node:assert/strict';
 import { after, afterEach, before, beforeEach, test } from 'node:test';
-import { Phone, startBrowser, startSimulator } from '../../testing/browser.mjs';
+import { Phone, sendRaw, startBrowser, startSimulator } from '../../testing/browser.mjs';
 
 let browser;
 let simulator;
@@ -206,30 +206,18 @@ test('a page finds a simulator that was started again', async () => {
 test('malformed messages are answered or ignored, and the page works on', async () => {
   const ada = await open();
   const page = ada.page.frames().find((frame) => frame.url().endsWith('classroom.html'));
-  const replies = await page.evaluate(async () => {
-    const ready = new Promise((resolve) => {
-      const seen = [];
-      const host = window.parent.vemoHost;
-      window.vemoBridge.onReply = (reply) => {
-        seen.push(reply);
-        if (reply.head.cbid === 'last') resolve(seen);
-      };
-      const connection = host.attach(window, () => {});
-      for (const text of [
-        'no json',
-        '[]',
-        '{}',
-        '"\ud800"',
-        `${'['.repeat(5000)}`,
-        '{"head":{"action":"initSDK"},"params":7,"cbid":"params"}',
-        '{"head":{"action":"nose"},"cbid":"unknown"}',
-        `{"head":{"action":"initSDK"},"cbid":"long","params":{"a":"${'x'.repeat(1 << 20)}"}}`,
-        '{"head":{"action":"initSDK"},"cbid":"last"}',
-      ])
-        connection.postMessage(text);
-    });
-    return ready;
-  });
+  const texts = [
+    'no json',
+    '[]',
+    '{}',
+    '"\ud800"',
+    `${'['.repeat(5000)}`,
+    '{"head":{"action":"initSDK"},"params":7,"cbid":"params"}',
+    '{"head":{"action":"nose"},"cbid":"unknown"}',
+    `{"head":{"action":"initSDK"},"cbid":"long","params":{"a":"${'x'.repeat(1 << 20)}"}}`,
+    '{"head":{"action":"initSDK"},"cbid":"last"}',
+  ];
+  const replies = await sendRaw(page, texts, 'last');
   const errors = Object.fromEntries(replies.map(({ head, error }) => [head.cbid, error]));
   assert.equal(errors.params.errmsg, 'bad message');
   assert.equal(errors.unknown.errmsg, 'unknown action');

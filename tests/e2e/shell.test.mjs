@@ -2,7 +2,7 @@
 
 import assert from 'node:assert/strict';
 import { after, afterEach, before, beforeEach, test } from 'node:test';
-import { Phone, startBrowser, startSimulator } from '../../testing/browser.mjs';
+import { Phone, sendRaw, startBrowser, startSimulator } from '../../testing/browser.mjs';
 
 let browser;
 let simulator;
@@ -152,17 +152,15 @@ test('signatures are masked in the time line until they are asked for', async ()
   const ada = await entered('Ada', { signature: 'the-secret-one' });
   // As a command, in a text within a command, in what can't be read, and in a script.
   const page = ada.page.frames().find((frame) => frame.url().endsWith('classroom.html'));
-  await page.evaluate(() => {
-    const signed = { userId: 'Ada', userSig: 'the-secret-one' };
-    const nested = JSON.stringify({ api: 'none', params: signed });
-    const connection = window.parent.vemoHost.attach(window, () => {});
-    connection.postMessage(
-      JSON.stringify({ head: { action: 'callExperimentalAPI' }, params: { APIParams: nested }, cbid: '1' }),
-    );
-    connection.postMessage(`{"head":{"action":"broken"},"params":{"userSig":"the-secret-one"`);
-    connection.postMessage(`{"head":{"action":"userSig the-secret-one"},"cbid":"2"}`);
-    connection.postMessage('{"head":{"action":"getSDKVersion"},"cbid":"last"}');
-  });
+  const signed = { userId: 'Ada', userSig: 'the-secret-one' };
+  const nested = JSON.stringify({ api: 'none', params: signed });
+  const texts = [
+    JSON.stringify({ head: { action: 'callExperimentalAPI' }, params: { APIParams: nested }, cbid: '1' }),
+    `{"head":{"action":"broken"},"params":{"userSig":"the-secret-one"`,
+    `{"head":{"action":"userSig the-secret-one"},"cbid":"2"}`,
+    '{"head":{"action":"getSDKVersion"},"cbid":"last"}',
+  ];
+  await sendRaw(page, texts, 'last');
   await ada.openPanel('Time line');
   await ada.row('getSDKVersion').nth(1).locator('.took').waitFor();
   const rows = ada.page.locator('.rows');

@@ -2,9 +2,10 @@
 // what is known of it.
 
 import { batch, signal } from '@preact/signals';
-import type { HostState } from '../host';
+import type { Places } from '../../client/src/frames.js';
 import type { FromPhone, Picture, PhoneSettings, ToPhone } from './frames';
-import { PhoneLink, type LinkWatcher } from './link';
+import { PhoneLink, type LinkState, type LinkWatcher } from './link';
+import type { PageFrame } from './pageFrame';
 import { PhoneMemory } from './phoneMemory';
 import { Conversation } from './timeline/conversation';
 import { deviceStep } from './timeline/exports';
@@ -52,7 +53,7 @@ export class PhoneModel {
   messageFilter: Filter = passAll;
   scriptFilter: Filter = passAll;
 
-  readonly state = signal<HostState>('connecting');
+  readonly state = signal<LinkState>('connecting');
   readonly settings = signal<PhoneSettings | undefined>(undefined);
   readonly device: ReturnType<typeof signal<'phone' | 'tablet'>>;
   readonly pictures = signal<readonly Picture[]>([]);
@@ -60,8 +61,12 @@ export class PhoneModel {
   readonly images = new Map<number, Frame<'image'>>();
   /** What lies above the page, the uppermost last; of dialogs there is one at a time. */
   readonly overlays = signal<readonly (Dialog | 'settings')[]>([]);
-  /** Where its page is shown; set while it is on the desk. */
-  frame: HTMLIFrameElement | undefined;
+  /** Where the page wants the pictures. */
+  readonly places = signal<Places>({ views: [], above: [] });
+  /** Why the page is not there, for whoever looks at the phone. */
+  readonly notice = signal<string | undefined>(undefined);
+  /** Its page; set while it is on the desk. */
+  page: PageFrame | undefined;
 
   private readonly waitingDialogs: Dialog[] = [];
   private lastDialog = 0;
@@ -95,7 +100,7 @@ export class PhoneModel {
   }
 
   reload(): void {
-    this.frame?.contentWindow?.location.reload();
+    this.page?.reload();
   }
 
   /** The phone is taken off the desk. */
@@ -131,11 +136,13 @@ export class PhoneModel {
       onMessage: (text) => this.conversation.message(text),
       filterMessage: (text, pass) => this.messageFilter(text, pass),
       filterScript: (script, pass) => this.scriptFilter(script, pass),
-      onScriptError: (script, error) => this.problem(`${String(error)} in ${script}`),
+      onPlaces: (places) => (this.places.value = places),
+      onScriptError: (script, error) => this.problem(`${error} in ${script}`),
+      onProblem: (text) => this.problem(text),
     };
   }
 
-  private changeState(state: HostState): void {
+  private changeState(state: LinkState): void {
     this.state.value = state;
     if (state === 'ready') return this.conversation.begin();
     this.waitingDialogs.length = 0;
@@ -179,7 +186,8 @@ export class PhoneModel {
     }
   }
 
-  private problem(text: string): void {
+  /** Something went wrong. */
+  problem(text: string): void {
     this.timeline.add({ kind: 'problem', title: text, text, failed: true });
   }
 

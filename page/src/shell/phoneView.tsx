@@ -1,17 +1,16 @@
 // A phone on the desk: its caption, its frame with the page, and what lies above the page.
 
 import { signal } from '@preact/signals';
-import { useEffect, useLayoutEffect, useMemo, useRef, useState } from 'preact/hooks';
+import { useLayoutEffect, useRef, useState } from 'preact/hooks';
 import { IconButton } from '../icons';
 import { LayersContext } from './layer';
 import { Layers } from './layers';
 import { NativeViews } from './nativeViews';
 import { Overlays } from './overlays';
+import { PageFrame } from './pageFrame';
 import type { PhoneModel } from './phoneModel';
 import './phoneView.css';
 import type { Workbench } from './workbench';
-
-const pageAddress = 'classroom.html';
 
 const clock = signal('');
 const tick = () => (clock.value = new Date().toTimeString().slice(0, 5));
@@ -19,19 +18,24 @@ tick();
 setInterval(tick, 10_000);
 
 export function PhoneView({ phone, workbench }: { phone: PhoneModel; workbench: Workbench }) {
-  const [frame, setFrame] = useState<HTMLIFrameElement | null>(null);
+  const frame = useRef<HTMLIFrameElement>(null);
   const views = useRef<HTMLDivElement>(null);
-  const layers = useMemo(() => frame && new Layers(frame), [frame]);
+  const [layers, setLayers] = useState<Layers>();
   useLayoutEffect(() => {
-    if (!frame) return;
-    phone.frame = frame;
-    frame.src = pageAddress;
-  }, [frame]);
-  useEffect(() => {
-    if (!frame || !views.current) return;
-    const drawn = new NativeViews(views.current, phone, frame);
-    return () => drawn.end();
-  }, [frame]);
+    const page = new PageFrame(frame.current!, {
+      onPage: (port) => phone.link.attach(port),
+      onNotice: (text) => (phone.notice.value = text),
+      onProblem: (text) => phone.problem(text),
+    });
+    const drawn = new NativeViews(views.current!, phone);
+    phone.page = page;
+    setLayers(new Layers(page));
+    return () => {
+      drawn.end();
+      page.end();
+      phone.page = undefined;
+    };
+  }, []);
   const isCurrent = workbench.current.value === phone;
   return (
     <section
@@ -57,7 +61,12 @@ export function PhoneView({ phone, workbench }: { phone: PhoneModel; workbench: 
           </span>
         </div>
         <div class="screen">
-          <iframe ref={setFrame} class="web-view" title={`Page of ${phone.name}`} />
+          <iframe ref={frame} class="web-view" title={`Page of ${phone.name}`} />
+          {phone.notice.value !== undefined && (
+            <p class="page-notice" role="status">
+              {phone.notice}
+            </p>
+          )}
           <div ref={views} class="native-views" aria-hidden="true" />
           <div class="overlays">
             {layers && (

@@ -1,7 +1,6 @@
 // The phones of this window.
 
 import { computed, signal } from '@preact/signals';
-import type { Host } from '../host';
 import { PhoneModel } from './phoneModel';
 
 const keptName = 'vemo.phones';
@@ -18,14 +17,6 @@ export class Workbench {
   readonly isPanelOpen = signal(false);
   /** The number of the panel's page that is open. */
   readonly panelPage = signal(0);
-  /** Tells each page's messages to the phone whose frame it is in. */
-  readonly host: Host = {
-    attach: (page, onState) => {
-      const phone = this.phones.peek().find(({ frame }) => frame?.contentWindow === page);
-      if (!phone) throw new Error('This page is in no phone of the simulator.');
-      return phone.link.attach(page, onState);
-    },
-  };
 
   constructor() {
     const numbers = JSON.parse(sessionStorage.getItem(keptName) ?? '[1]') as number[];
