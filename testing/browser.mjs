@@ -3,6 +3,7 @@
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
 import { existsSync } from 'node:fs';
+import { readFile } from 'node:fs/promises';
 import { createRequire } from 'node:module';
 import { createInterface } from 'node:readline';
 import { after, afterEach, before, beforeEach } from 'node:test';
@@ -20,11 +21,12 @@ export const simulatorProgram =
 const waitMs = 60_000; // much, for machines with much to do
 
 /**
- * A running simulator with this tree's page: its `address`, what it wrote to standard error, and how to end it.
+ * A running simulator with this tree’s pages: its `address`, what it wrote to standard error, and how
+ * to end it.
  * A program that ends before it is ready is an error that holds its last words.
  */
 export async function startSimulator(options = []) {
-  const child = spawn(simulatorProgram, ['--port', '0', '--page', `${root}page/dist`, ...options], {
+  const child = spawn(simulatorProgram, ['--port', '0', '--shell', `${root}page/dist`, ...options], {
     stdio: ['ignore', 'pipe', 'pipe'],
   });
   const errors = [];
@@ -208,12 +210,42 @@ export class Phone {
     await this.view.locator('.drawer').waitFor();
   }
 
-  /** Chooses a permission in the phone's panel: notDetermined, authorized, denied, restricted. */
-  async setPermission(device, status) {
+  /** Opens the developer panel at a page of it. */
+  async openPanel(page) {
     const panel = this.page.locator('.panel');
     if (!(await panel.isVisible()))
       await this.page.getByRole('button', { name: 'Developer panel' }).click();
-    await panel.getByRole('tab', { name: 'Phone' }).click();
+    await panel.getByRole('tab', { name: page }).click();
+    return panel;
+  }
+
+  /** What the phone's time line has told so far, as it exports it: a row each, in order. */
+  async timeLine() {
+    const panel = await this.openPanel('Time line');
+    const rows = await this.saved('Everything');
+    await panel.getByRole('button', { name: 'Close panel' }).click();
+    return rows;
+  }
+
+  /** What the open time line saves as `kind`: the values of its lines. */
+  async saved(kind) {
+    await this.page.locator('.menu summary').click();
+    const [download] = await Promise.all([
+      this.page.waitForEvent('download'),
+      this.page.locator('.menu').getByRole('button', { name: kind }).click(),
+    ]);
+    const text = await readFile(await download.path(), 'utf8');
+    return text.trimEnd().split('\n').map((line) => JSON.parse(line));
+  }
+
+  /** The rows in sight of the open time line that have this title. */
+  row(title) {
+    return this.page.locator('.row', { has: this.page.locator(`.name:text-is("${title}")`) });
+  }
+
+  /** Chooses a permission in the phone's panel: notDetermined, authorized, denied, restricted. */
+  async setPermission(device, status) {
+    const panel = await this.openPanel('Phone');
     await panel.getByLabel(device, { exact: true }).selectOption(status);
     await this.page.getByRole('button', { name: 'Close panel' }).click();
   }

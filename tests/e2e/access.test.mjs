@@ -25,7 +25,8 @@ function focusedControl(phone) {
   });
 }
 async function commandsSent(phone) {
-  return phone.page.locator('.entry.sent .name').allTextContents();
+  const commands = (await phone.timeLine()).filter(({ kind }) => kind === 'command');
+  return commands.map(({ title }) => title);
 }
 
 /** What the checker finds in the shell and the page in its frame. */
@@ -106,9 +107,12 @@ for (const colorScheme of ['light', 'dark'])
       await ada.page.keyboard.press('Escape');
       await check('the class while sharing');
 
-      await ada.page.getByRole('button', { name: 'Developer panel' }).click();
-      await ada.page.locator('.entry summary').last().click();
-      await check('the log');
+      await ada.openPanel('Time line');
+      await check('the time line');
+      await ada.row('startLocalPreview').last().locator('.row-head').click();
+      await ada.page.locator('.details').waitFor();
+      await ada.page.locator('.menu summary').click();
+      await check('a row of the time line, and the menu');
       await ada.page.getByRole('tab', { name: 'Phone' }).click();
       await check('the settings of the phone');
       await ada.page.getByRole('button', { name: 'Cut off' }).click();

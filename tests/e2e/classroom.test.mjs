@@ -170,21 +170,19 @@ test('a reply of before a reload never reaches the page after it', async () => {
     location.reload();
   });
   await ada.inPhase('outside');
-  const replies = await ada.page
-    .locator('.panel .entry.reply .name')
-    .evaluateAll((names) => names.map((name) => name.textContent));
-  assert.equal(replies.includes('enterRoom'), false, `replies: ${replies}`);
+  const answers = (await ada.timeLine()).filter(({ kind }) => kind === 'answer');
+  assert.ok(answers.length > 0);
+  assert.deepEqual(answers.filter(({ title }) => title === 'enterRoom'), []);
   const ben = await entered({ name: 'Ben' });
   assert.deepEqual(await ben.people(), ['Ben']);
 });
 
 test('a lost connection is shown, and its return', async () => {
   const ada = await entered({ name: 'Ada' });
-  await ada.page.getByRole('button', { name: 'Developer panel' }).click();
-  await ada.page.getByRole('tab', { name: 'Phone' }).click();
-  await ada.page.getByRole('button', { name: 'Cut off' }).click();
+  const panel = await ada.openPanel('Phone');
+  await panel.getByRole('button', { name: 'Cut off' }).click();
   await ada.view.locator('.pill[data-connection="reconnecting"]').waitFor();
-  await ada.page.getByRole('button', { name: 'Restore' }).click();
+  await panel.getByRole('button', { name: 'Restore' }).click();
   await ada.view.locator('.pill[data-connection="good"]').waitFor();
 });
 
@@ -238,12 +236,13 @@ test('malformed messages are answered or ignored, and the page works on', async 
   assert.equal(errors.last.errcode, 0);
 });
 
-test('the log shows commands, replies and events', async () => {
+test('the time line shows commands with their answers, and events', async () => {
   const ada = await entered({ name: 'Ada' });
-  await ada.page.getByRole('button', { name: 'Developer panel' }).click();
-  const log = ada.page.locator('.log');
-  await log.locator('.sent', { hasText: 'enterRoom' }).waitFor();
-  await log.locator('.reply', { hasText: 'enterRoom' }).waitFor();
-  await log.locator('.event', { hasText: 'onEnterRoom' }).first().click();
-  await log.locator('pre', { hasText: '"elapsed"' }).waitFor();
+  await ada.openPanel('Time line');
+  const command = ada.row('enterRoom');
+  await command.locator('.took').waitFor();
+  await command.locator('.row-head').click();
+  await command.locator('pre', { hasText: '"elapsed"' }).waitFor();
+  await ada.row('onEnterRoom').locator('.row-head').click();
+  await ada.row('onEnterRoom').locator('pre', { hasText: '"elapsed"' }).waitFor();
 });

@@ -30,15 +30,9 @@ function beforeCommands(frames) {
   return kinds.slice(0, kinds.indexOf('message'));
 }
 
-async function openPhonePage(phone) {
-  await phone.page.getByRole('button', { name: 'Developer panel' }).click();
-  await phone.page.getByRole('tab', { name: 'Phone' }).click();
-  return phone.page.locator('.panel');
-}
-
 test('the phone’s settings survive a reload and are there before the first command', async () => {
   const ada = await open();
-  const panel = await openPhonePage(ada);
+  const panel = await ada.openPanel('Phone');
   await panel.getByLabel('Camera', { exact: true }).selectOption('denied');
   await panel.getByLabel('Version', { exact: true }).selectOption('11.4.0');
   const name = panel.getByLabel('Application name');
@@ -55,7 +49,7 @@ test('the phone’s settings survive a reload and are there before the first com
   assert.equal(frames[1].delay, 180);
   assert.equal(frames[2].drop, true);
 
-  await openPhonePage(ada);
+  await ada.openPanel('Phone');
   assert.equal(await panel.getByLabel('Camera', { exact: true }).inputValue(), 'denied');
   assert.equal(await panel.getByLabel('Version', { exact: true }).inputValue(), '11.4.0');
   await panel.locator('[aria-pressed="true"]', { hasText: 'Weak' }).waitFor();
@@ -70,10 +64,10 @@ test('each window’s phone has settings of its own, and a reset makes it like n
   const ada = await open();
   await ada.setPermission('Microphone', 'restricted');
   const ben = await open();
-  const others = await openPhonePage(ben);
+  const others = await ben.openPanel('Phone');
   assert.equal(await others.getByLabel('Microphone', { exact: true }).inputValue(), 'notDetermined');
 
-  const panel = await openPhonePage(ada);
+  const panel = await ada.openPanel('Phone');
   await panel.getByRole('button', { name: 'Bad' }).click();
   await panel.getByRole('button', { name: 'Reset the phone' }).click();
   await panel.locator('[aria-pressed="true"]', { hasText: 'Good' }).waitFor();
@@ -110,19 +104,19 @@ test('the form is filled in as before after a reload, without the signature', as
   assert.equal(kept.includes('a-secret'), false);
 });
 
-test('the log tells a cause before its effect', async () => {
+test('the time line tells a cause before its effect', async () => {
   const ada = await entered({ name: 'Ada' });
   const ben = await entered({ name: 'Ben' });
   await ben.setPermission('Camera', 'authorized');
   await ben.control('Camera').click();
   await ada.nativeView('Ben').waitFor();
-  const names = await ada.page.locator('.entry .name').allTextContents();
+  const names = (await ada.timeLine()).map(({ title }) => title);
   const event = names.indexOf('onUserVideoAvailable');
   const command = names.indexOf('startRemoteView');
   assert.ok(event >= 0 && event < command, `event ${event}, command ${command}`);
 });
 
-test('signatures are masked in the log until they are asked for', async () => {
+test('signatures are masked in the time line until they are asked for', async () => {
   const ada = await entered({ name: 'Ada', signature: 'the-secret-one' });
   // As a command, in a text within a command, in what can't be read, and in a script.
   const page = ada.page.frames().find((frame) => frame.url().endsWith('classroom.html'));
@@ -135,21 +129,25 @@ test('signatures are masked in the log until they are asked for', async () => {
     '{"head":{"action":"getSDKVersion"},"cbid":"last"}',
   ];
   await sendRaw(page, texts, 'last');
-  await ada.page.getByRole('button', { name: 'Developer panel' }).click();
-  const log = ada.page.locator('.log');
-  await log.locator('.reply .name', { hasText: 'getSDKVersion' }).last().waitFor();
-  const open = () =>
-    log.locator('details').evaluateAll((entries) => {
-      for (const entry of entries) entry.open = true;
-    });
-  await open();
-  await log.locator('pre', { hasText: '•••' }).first().waitFor();
-  await log.locator('pre', { hasText: 'sdkAppId' }).first().waitFor();
-  assert.equal((await log.innerHTML()).includes('the-secret-one'), false);
+  await ada.openPanel('Time line');
+  await ada.row('getSDKVersion').nth(1).locator('.took').waitFor();
+  const rows = ada.page.locator('.rows');
+  const secrets = ada.page.getByRole('button', { name: 'Show secrets' });
+  for (const title of ['enterRoom', 'callExperimentalAPI', 'not a message']) {
+    const row = ada.row(title).last();
+    await row.locator('.row-head').click();
+    await row.locator('pre', { hasText: '•••' }).first().waitFor();
+    assert.equal((await rows.innerHTML()).includes('the-secret-one'), false);
+    await secrets.click();
+    await row.locator('pre', { hasText: 'the-secret-one' }).first().waitFor();
+    await secrets.click();
+    await row.locator('pre', { hasText: 'the-secret-one' }).first().waitFor({ state: 'detached' });
+    await row.locator('.row-head').click();
+  }
+  for (const kind of ['Everything', 'Scenario'])
+    assert.equal(JSON.stringify(await ada.saved(kind)).includes('the-secret-one'), false);
 
-  await ada.page.getByLabel('Show secrets').check();
-  await log.locator('pre', { hasText: '"userSig": "the-secret-one"' }).first().waitFor();
-  await ada.page.getByLabel('Show secrets').uncheck();
-  await log.locator('pre', { hasText: 'the-secret-one' }).first().waitFor({ state: 'detached' });
-  assert.equal((await log.innerHTML()).includes('the-secret-one'), false);
+  await secrets.click();
+  for (const kind of ['Everything', 'Scenario'])
+    assert.ok(JSON.stringify(await ada.saved(kind)).includes('the-secret-one'));
 });

@@ -49,7 +49,22 @@ export type FromPhone =
   | { kind: 'broadcastPicker' }
   | { kind: 'pictures'; pictures: Picture[] }
   | { kind: 'image'; id: number; width: number; height: number; rgba: string }
-  | { kind: 'problem'; text: string };
+  | { kind: 'problem'; text: string }
+  /**
+   * Something reached the router (`step`, as in a scenario), or it did something (`effect`, as
+   * in a transcript), `at` so many milliseconds after the phone began. `number` is that of the
+   * step, or of the step that an effect comes of; without it, that is the latest step on its
+   * thread.
+   */
+  | {
+      kind: 'noted';
+      at: number;
+      thread: string;
+      number?: number;
+      periodic?: boolean;
+      step?: Record<string, unknown>;
+      effect?: Record<string, unknown>;
+    };
 
 /** What the simulator understands. */
 export type ToPhone =
@@ -60,4 +75,6 @@ export type ToPhone =
   | { kind: 'answer'; media: 'camera' | 'microphone'; granted: boolean }
   | { kind: 'press'; alert: number; button: number }
   | { kind: 'broadcast'; event: 'Started' | 'Paused' | 'Resumed' | 'Finished' }
-  | { kind: 'pictures' };
+  | { kind: 'pictures' }
+  /** Whether what happens at the router is to be told. */
+  | { kind: 'note'; on: boolean };

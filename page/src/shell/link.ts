@@ -14,6 +14,10 @@ export interface LinkWatcher {
   onFrame(frame: FromPhone): void;
   /** A page message on its way to the phone. */
   onMessage(text: string): void;
+  /** Decides which messages reach the phone, by passing them on, now or later. */
+  filterMessage(text: string, pass: (text: string) => void): void;
+  /** Decides which scripts the page runs, by passing them on, now or later. */
+  filterScript(script: string, pass: (script: string) => void): void;
   /** Where the page wants the native views from now on. */
   onPlaces(places: Places): void;
   /** A script failed in the page. */
@@ -62,7 +66,10 @@ export class PhoneLink {
       const frame = JSON.parse(String(event.data)) as FromPhone;
       if (frame.kind === 'settings') this.memory.told(frame.settings);
       this.watcher.onFrame(frame);
-      if (frame.kind === 'script') tellPage({ kind: 'script', text: frame.text });
+      if (frame.kind !== 'script') return;
+      this.watcher.filterScript(frame.text, (text) => {
+        if (current()) tellPage({ kind: 'script', text });
+      });
     });
     socket.addEventListener('close', () => {
       if (!current()) return;
@@ -74,6 +81,10 @@ export class PhoneLink {
     const sent = (text: string) => {
       if (typeof text !== 'string') return this.watcher.onProblem('The page sent a message that is no text.');
       this.watcher.onMessage(text);
+      this.watcher.filterMessage(text, pass);
+    };
+    const pass = (text: string) => {
+      if (!current()) return;
       if (socket.readyState === WebSocket.OPEN) this.send({ kind: 'message', text });
       else early.push(text);
       if (socket.bufferedAmount < maxUnsent && early.length < maxUnsent / 100) return;

@@ -2,53 +2,79 @@
 // that names its user and view type (data-native-view="USER/TYPE"), except where the page puts
 // something above the views (data-native-above). The page's client tells where they lie.
 
+import { effect } from '@preact/signals';
 import type { Box, Places } from '../../client/src/frames.js';
-import { h } from '../dom';
 import { hueOf } from '../hue';
-import type { FromPhone, Picture } from './frames';
+import type { Picture } from './frames';
 import './nativeViews.css';
+import type { PhoneModel } from './phoneModel';
+
+const picturesEveryMs = 250;
 
 interface Shown {
   picture: Picture;
   canvas: HTMLCanvasElement;
   /** When the picture stopped moving; absent while it moves. */
   stoodStillAt?: number;
+  /** What was painted last, in words that tell it from all else. */
+  painted?: string;
 }
 
+/**
+ * A view is painted when its stream has another frame, and when something about it has changed;
+ * nothing is while nobody can see it.
+ */
 export class NativeViews {
-  readonly element = h('div', { class: 'native-views', 'aria-hidden': 'true' });
-  private places: Places = { views: [], above: [] };
   private readonly shown = new Map<string, Shown>();
   private readonly images = new Map<number, HTMLCanvasElement>();
+  private readonly asking: number;
+  private readonly stopShowing: () => void;
+  private waiting = 0;
+  private drawing = 0;
 
-  constructor() {
-    const draw = (time: number) => {
-      this.draw(time);
-      requestAnimationFrame(draw);
-    };
-    requestAnimationFrame(draw);
+  /** Draws into `element` what `phone` shows above its page, until it is ended. */
+  constructor(
+    private readonly element: HTMLElement,
+    private readonly phone: PhoneModel,
+  ) {
+    this.stopShowing = effect(() => {
+      this.show(phone.pictures.value);
+      phone.places.value;
+      this.drawSoon();
+    });
+    this.asking = window.setInterval(() => {
+      const isIdle = this.shown.size === 0 && phone.places.peek().views.length === 0;
+      if (!isIdle && !document.hidden) phone.send({ kind: 'pictures' });
+    }, picturesEveryMs);
   }
 
-  /** Whether there is nothing to show, and no place for it. */
-  get isIdle(): boolean {
-    return this.shown.size === 0 && this.places.views.length === 0;
+  end(): void {
+    clearInterval(this.asking);
+    clearTimeout(this.waiting);
+    cancelAnimationFrame(this.drawing);
+    this.stopShowing();
   }
 
-  /** Where the views lie from now on. */
-  lieAt(places: Places): void {
-    this.places = places;
+  private drawSoon(): void {
+    clearTimeout(this.waiting);
+    cancelAnimationFrame(this.drawing);
+    this.drawing = requestAnimationFrame((time) => this.draw(time));
   }
 
-  /** A mute image, which pictures name by its number from now on. */
-  addImage({ id, width, height, rgba }: Extract<FromPhone, { kind: 'image' }>): void {
-    const canvas = h('canvas', { width, height });
+  // A mute image is made when it is first shown.
+  private imageOf(id: number): HTMLCanvasElement | undefined {
+    const sent = this.phone.images.get(id);
+    if (this.images.has(id) || !sent) return this.images.get(id);
+    const { width, height, rgba } = sent;
+    const canvas = Object.assign(document.createElement('canvas'), { width, height });
     const pixels = Uint8ClampedArray.from(rgba.match(/../g) ?? [], (byte) => parseInt(byte, 16));
     canvas.getContext('2d')?.putImageData(new ImageData(pixels, width, height), 0, 0);
     this.images.set(id, canvas);
+    return canvas;
   }
 
-  /** Shows exactly these pictures. */
-  show(pictures: Picture[]): void {
+  // Shows exactly these pictures.
+  private show(pictures: readonly Picture[]): void {
     const used = new Set(pictures.map(({ muteImage }) => muteImage));
     for (const id of this.images.keys()) if (!used.has(id)) this.images.delete(id);
     const named = new Map(pictures.map((picture) => [`${picture.userId}/${picture.viewType}`, picture]));
@@ -63,28 +89,42 @@ export class NativeViews {
         known.picture = picture;
         continue;
       }
-      const canvas = h('canvas', { class: 'native-view', 'data-view': name });
+      const canvas = document.createElement('canvas');
+      canvas.className = 'native-view';
+      canvas.dataset['view'] = name;
       this.element.append(canvas);
       this.shown.set(name, { picture, canvas });
     }
   }
 
+  // Draws what is new, and again when the next frame of a stream is due.
   private draw(time: number): void {
-    const { views, above } = this.places;
+    const { views, above } = this.phone.places.peek();
+    let next = Infinity;
     for (const [name, shown] of this.shown) {
       const { picture, canvas } = shown;
-      if (picture.fps > 0) delete shown.stoodStillAt;
-      else shown.stoodStillAt ??= time;
       const place = views.find((view) => view.name === name);
       if (!place || place.box[2] < 2 || place.box[3] < 2) {
         canvas.style.display = 'none';
         continue;
       }
+      const image = this.imageOf(picture.muteImage);
+      const moves = picture.fps > 0 && !image;
+      if (moves) delete shown.stoodStillAt;
+      else shown.stoodStillAt ??= time;
+      const frameMs = 1000 / Math.max(picture.fps, 1);
+      const frame = Math.floor((shown.stoodStillAt ?? time) / frameMs);
+      if (moves) next = Math.min(next, (frame + 1) * frameMs);
+      const painted = JSON.stringify([frame, picture, place, above, devicePixelRatio, Boolean(image)]);
+      if (painted === shown.painted) continue;
+      shown.painted = painted;
       lay(canvas, place);
-      paint(canvas, picture, this.images.get(picture.muteImage), shown.stoodStillAt ?? time);
+      paint(canvas, picture, image, shown.stoodStillAt ?? time);
       for (const { box, radius } of above) cutOut(canvas, place.box, box, radius);
       canvas.dataset['kind'] = picture.muteImage ? 'muteImage' : 'live';
     }
+    // A frame of the screen is asked for when it is due: each costs, drawn or not.
+    if (next < Infinity) this.waiting = window.setTimeout(() => this.drawSoon(), Math.max(0, next - time - 8));
   }
 }
 
