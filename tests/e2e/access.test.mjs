@@ -337,6 +337,23 @@ test('names of controls say one thing each', async () => {
 });
 
 for (const screen of screens)
+  test(`names in the tiles are whole at ${screen.width}x${screen.height}, beside the drawer too`, async () => {
+    await entered({ name: 'Ben' });
+    await entered({ name: 'Eve' });
+    const ada = await entered({ name: 'Ada' }, screen);
+    await ada.tile('Eve').waitFor();
+    const cutOff = () =>
+      ada.view
+        .locator('.tile .name')
+        .evaluateAll((names) =>
+          names.filter((name) => name.scrollWidth > name.clientWidth).map((name) => name.textContent),
+        );
+    assert.deepEqual(await cutOff(), []);
+    await ada.openPage('people');
+    assert.deepEqual(await cutOff(), []);
+  });
+
+for (const screen of screens)
   test(`a notice leaves the room’s title in sight at ${screen.width}x${screen.height}`, async () => {
     const ada = await entered({ name: 'Ada' }, screen);
     const box = async (selector) => ada.view.locator(selector).boundingBox();
