@@ -343,11 +343,17 @@ for (const screen of screens)
     const ada = await entered({ name: 'Ada' }, screen);
     await ada.tile('Eve').waitFor();
     const cutOff = () =>
-      ada.view
-        .locator('.tile .name')
-        .evaluateAll((names) =>
-          names.filter((name) => name.scrollWidth > name.clientWidth).map((name) => name.textContent),
-        );
+      ada.view.locator('.tile .name').evaluateAll((names) => {
+        const width = (element) => element.getBoundingClientRect().width;
+        const isCutOff = (name) => {
+          const whole = name.parentElement.appendChild(name.cloneNode(true));
+          whole.style = 'position: absolute; width: max-content';
+          const needed = width(whole);
+          whole.remove();
+          return width(name) < needed;
+        };
+        return names.filter(isCutOff).map((name) => name.textContent);
+      });
     assert.deepEqual(await cutOff(), []);
     await ada.openPage('people');
     assert.deepEqual(await cutOff(), []);
