@@ -24,7 +24,7 @@ const waitMs = 60_000; // much, for machines with much to do
  * A program that ends before it is ready is an error that holds its last words.
  */
 export async function startSimulator(options = []) {
-  const child = spawn(simulatorProgram, ['--port', '0', '--page', `${root}page/dist`, ...options], {
+  const child = spawn(simulatorProgram, ['--port', '0', '--shell', `${root}page/dist`, ...options], {
     stdio: ['ignore', 'pipe', 'pipe'],
   });
   const errors = [];
