@@ -341,6 +341,29 @@ test('names of controls say one thing each', async () => {
 });
 
 for (const screen of screens)
+  test(`names in the tiles are whole at ${screen.width}x${screen.height}, beside the drawer too`, async () => {
+    await entered({ name: 'Ben' });
+    await entered({ name: 'Eve' });
+    const ada = await entered({ name: 'Ada' }, screen);
+    await ada.tile('Eve').waitFor();
+    const cutOff = () =>
+      ada.view.locator('.tile .name').evaluateAll((names) => {
+        const width = (element) => element.getBoundingClientRect().width;
+        const isCutOff = (name) => {
+          const whole = name.parentElement.appendChild(name.cloneNode(true));
+          whole.style = 'position: absolute; width: max-content';
+          const needed = width(whole);
+          whole.remove();
+          return width(name) < needed;
+        };
+        return names.filter(isCutOff).map((name) => name.textContent);
+      });
+    assert.deepEqual(await cutOff(), []);
+    await ada.openPage('people');
+    assert.deepEqual(await cutOff(), []);
+  });
+
+for (const screen of screens)
   test(`a notice leaves the room’s title in sight at ${screen.width}x${screen.height}`, async () => {
     const ada = await entered({ name: 'Ada' }, screen);
     const box = async (selector) => ada.view.locator(selector).boundingBox();
