@@ -33,10 +33,13 @@ export interface BotState {
 }
 
 const heard = ['onExitRoom', 'onError', 'onScreenCaptureStarted', 'onScreenCaptureStoped'];
+let made = 0;
 const roles = { stage: 20, audience: 21 } as const;
 
 /** One that enters at once, and does what it is told when it can. */
 export class Bot {
+  /** Tells it from all others of the window. */
+  readonly id = ++made;
   readonly state;
   readonly name: string;
   readonly room: number;

@@ -10,7 +10,7 @@ export interface Message {
   object: Record<string, unknown> | undefined;
 }
 
-export function readMessage(text: string): Message {
+export const readMessage = onceFor((text): Message => {
   const object = objectIn(text);
   return {
     text,
@@ -18,7 +18,7 @@ export function readMessage(text: string): Message {
     action: textOf(objectOf(object?.['head'])?.['action']),
     cbid: textOf(object?.['cbid']),
   };
-}
+});
 
 /** A call of a page function with one JSON object, which is what each script is. */
 export interface ScriptCall {
@@ -32,7 +32,7 @@ export interface ScriptCall {
   retval: Record<string, unknown> | undefined;
 }
 
-export function readScript(script: string): ScriptCall | undefined {
+export const readScript = onceFor((script): ScriptCall | undefined => {
   const start = script.indexOf('(');
   if (start < 0) return undefined;
   const object = objectIn(script.slice(start + 1, script.lastIndexOf(')')));
@@ -47,7 +47,7 @@ export function readScript(script: string): ScriptCall | undefined {
     errorText: textOf(error?.['errmsg']),
     retval: objectOf(object['retval']),
   };
-}
+});
 
 export function objectOf(value: unknown): Record<string, unknown> | undefined {
   return typeof value === 'object' && value !== null && !Array.isArray(value)
@@ -65,4 +65,13 @@ function objectIn(text: string): Record<string, unknown> | undefined {
 
 function textOf(value: unknown): string | undefined {
   return typeof value === 'string' ? value : undefined;
+}
+
+/** Several look at each text in turn: it is read once for all of them. */
+function onceFor<Result>(read: (text: string) => Result): (text: string) => Result {
+  let last: { text: string; result: Result } | undefined;
+  return (text) => {
+    if (last?.text !== text) last = { text, result: read(text) };
+    return last.result;
+  };
 }

@@ -44,6 +44,11 @@ export class Linter {
 
   constructor(private readonly hasFunction: HasFunction = () => undefined) {}
 
+  /** Whether there is an engine, as far as the commands tell. */
+  get hasEngine(): boolean {
+    return this.engine;
+  }
+
   /** A page message on its way to the phone. */
   message(text: string): Remark[] {
     const message = readMessage(text);
