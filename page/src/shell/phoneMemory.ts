@@ -1,9 +1,9 @@
-// What has been set on this window's phone. A page that connects gets a phone like new, as
-// the simulator makes it; what is kept here is set on it before the page's first command.
+// What has been set on one of this window's phones. A page that connects gets a phone like new,
+// as the simulator makes it; what is kept here is set on it before the page's first command.
 
+import { signal } from '@preact/signals';
 import type { Network, PhoneSettings, ToPhone } from './frames';
 
-const keptName = 'vemo.phone';
 export const goodNetwork: Network = { delay: 25, upLoss: 0, downLoss: 0 };
 
 interface Kept {
@@ -14,20 +14,25 @@ interface Kept {
 
 /** Lives in the window's session storage, so each window has its own and a reload keeps it. */
 export class PhoneMemory {
-  private readonly kept = (JSON.parse(sessionStorage.getItem(keptName) ?? 'null') ?? {}) as Kept;
+  private readonly kept = signal<Kept>({});
   private asMade: PhoneSettings | undefined;
 
+  /** `name` tells this phone from the others of the window. */
+  constructor(private readonly name: string) {
+    this.kept.value = (JSON.parse(sessionStorage.getItem(name) ?? 'null') ?? {}) as Kept;
+  }
+
   get network(): Network {
-    return this.kept.network ?? goodNetwork;
+    return this.kept.value.network ?? goodNetwork;
   }
   get cutOff(): boolean {
-    return this.kept.cutOff ?? false;
+    return this.kept.value.cutOff ?? false;
   }
 
   /** A phone like new is there; returns what it is sent first. */
   begin(): ToPhone[] {
     this.asMade = undefined;
-    const { settings, network, cutOff } = this.kept;
+    const { settings, network, cutOff } = this.kept.value;
     const frames: ToPhone[] = [];
     if (settings) frames.push({ kind: 'settings', settings });
     if (network) frames.push({ kind: 'network', ...network });
@@ -46,6 +51,11 @@ export class PhoneMemory {
     ];
   }
 
+  /** The phone is gone for good, and what was kept of it goes too. */
+  forget(): void {
+    sessionStorage.removeItem(this.name);
+  }
+
   /** What the phone is sent is kept where it sets its network. */
   sent(frame: ToPhone): void {
     if (frame.kind !== 'network') return;
@@ -62,8 +72,8 @@ export class PhoneMemory {
   }
 
   private keep(change: Kept): void {
-    Object.assign(this.kept, change);
-    sessionStorage.setItem(keptName, JSON.stringify(this.kept));
+    this.kept.value = { ...this.kept.peek(), ...change };
+    sessionStorage.setItem(this.name, JSON.stringify(this.kept.peek()));
   }
 }
 
