@@ -9,6 +9,9 @@ import { NativeViews } from './nativeViews';
 import { Overlays } from './overlays';
 import type { PhoneModel } from './phoneModel';
 import './phoneView.css';
+import { FaultBadge } from './tools/faultsPage';
+import { pageQuery } from './tools/profile';
+import { usePageLook } from './tools/pageLook';
 import type { Workbench } from './workbench';
 
 const pageAddress = 'classroom.html';
@@ -25,13 +28,14 @@ export function PhoneView({ phone, workbench }: { phone: PhoneModel; workbench: 
   useLayoutEffect(() => {
     if (!frame) return;
     phone.frame = frame;
-    frame.src = pageAddress;
+    frame.src = pageAddress + pageQuery(phone.memory.look);
   }, [frame]);
   useEffect(() => {
     if (!frame || !views.current) return;
     const drawn = new NativeViews(views.current, phone, frame);
     return () => drawn.end();
   }, [frame]);
+  usePageLook(frame, phone);
   const isCurrent = workbench.current.value === phone;
   return (
     <section
@@ -41,11 +45,13 @@ export function PhoneView({ phone, workbench }: { phone: PhoneModel; workbench: 
       data-state={phone.state}
       data-current={isCurrent}
       data-device={phone.device}
+      data-rotation={phone.memory.look.rotation}
       onFocusCapture={() => workbench.choose(phone)}
       onPointerDownCapture={() => workbench.choose(phone)}
     >
       <header class="caption">
         <h2>{phone.name}</h2>
+        <FaultBadge phone={phone} show={() => workbench.showPage(phone, 'Faults')} />
         <PhoneTools phone={phone} workbench={workbench} />
       </header>
       <div class="device">

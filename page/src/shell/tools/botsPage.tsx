@@ -1,6 +1,7 @@
 // Students without a page: who there is, and what they are to do.
 
 import { useSignal } from '@preact/signals';
+import { IconButton } from '../../icons';
 import type { Bot } from './bot';
 import { bots, mostBots } from './bots';
 import './tools.css';
@@ -100,6 +101,7 @@ function AddBots() {
         <label class="tool-text">
           <span>Role</span>
           <select
+            aria-label="Role"
             value={role}
             onChange={({ currentTarget }) => (role.value = currentTarget.value === 'stage' ? 'stage' : 'audience')}
           >
@@ -143,12 +145,15 @@ function BotLine({ bot }: { bot: Bot }) {
   );
   return (
     <li aria-label={bot.name} data-bot={bot.name} data-at={at}>
-      <p>
-        <strong>{bot.name}</strong>{' '}
-        <span class="tool-note">
-          room {bot.room}, {role === 'stage' ? 'on stage' : 'audience'}, {placeInWords[at]}
-        </span>
-      </p>
+      <header>
+        <p>
+          <strong>{bot.name}</strong>{' '}
+          <span class="tool-note">
+            room {bot.room}, {role === 'stage' ? 'on stage' : 'audience'}, {placeInWords[at]}
+          </span>
+        </p>
+        <IconButton name="close" title={`Remove ${bot.name}`} press={() => bots.remove(bot)} />
+      </header>
       <div class="tool-actions">
         {toggle('Speak', microphone, can, () => bot.setMicrophone(!microphone))}
         {toggle('Camera', camera, can, () => bot.setCamera(!camera))}
@@ -163,9 +168,6 @@ function BotLine({ bot }: { bot: Bot }) {
           onClick={() => (isInside ? bot.leave() : bot.enter())}
         >
           {at === 'outside' ? 'Enter' : 'Leave'}
-        </button>
-        <button type="button" class="small" aria-label={`Remove ${bot.name}`} onClick={() => bots.remove(bot)}>
-          Remove
         </button>
       </div>
       {trouble && <p class="tool-problem">{trouble}</p>}

@@ -3,11 +3,11 @@
 import { useSignal } from '@preact/signals';
 import type { PhoneModel } from '../phoneModel';
 import { coverageJson, coverageText } from './coverage';
-import { toolsOf } from './phoneTools';
+import { toolboxOf } from './toolbox';
 import './tools.css';
 
 export function CoveragePage({ phone }: { phone: PhoneModel }) {
-  const { coverage } = toolsOf(phone);
+  const { coverage } = toolboxOf(phone);
   const onlyUnused = useSignal(false);
   const cleared = useSignal(0);
   phone.timeline.version.value; // it changes with all that is counted

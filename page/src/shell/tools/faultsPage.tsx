@@ -3,7 +3,7 @@
 import { useSignal } from '@preact/signals';
 import type { PhoneModel } from '../phoneModel';
 import { errorInWords } from '../../words';
-import { toolsOf, type Device, type PhoneTools } from './phoneTools';
+import { toolboxOf, type Device, type Toolbox } from './toolbox';
 import { commands } from './protocol';
 import type { ReplyFault } from './replyFaults';
 import './tools.css';
@@ -18,7 +18,7 @@ const devices: Device[] = ['camera', 'microphone'];
 const engineCodes = [-3301, -3308, -3316, -3317, -3318, -3319, -3320, -100013, -1314, -1317, -3310];
 
 export function FaultsPage({ phone }: { phone: PhoneModel }) {
-  const tools = toolsOf(phone);
+  const tools = toolboxOf(phone);
   const isThere = phone.state.value === 'ready';
   const faults = tools.faults.value;
   return (
@@ -80,7 +80,7 @@ function ReplyFaultLine(props: {
   unit: string;
   first: number;
   most: number;
-  tools: PhoneTools;
+  tools: Toolbox;
 }) {
   const { fault, label, unit, first, most, tools } = props;
   const amount = tools.replyFaults.value[fault];
@@ -112,7 +112,7 @@ function ReplyFaultLine(props: {
   );
 }
 
-function DownloadLine({ tools }: { tools: PhoneTools }) {
+function DownloadLine({ tools }: { tools: Toolbox }) {
   const error = tools.downloadError.value;
   const code = useSignal(error?.code ?? -1009);
   const text = useSignal(error?.text ?? 'The network is offline.');
@@ -153,7 +153,7 @@ function DownloadLine({ tools }: { tools: PhoneTools }) {
   );
 }
 
-function ReloadLine({ tools }: { tools: PhoneTools }) {
+function ReloadLine({ tools }: { tools: Toolbox }) {
   const command = useSignal('enterRoom');
   const at = tools.reloadAt.value;
   return (
@@ -188,7 +188,7 @@ function ReloadLine({ tools }: { tools: PhoneTools }) {
   );
 }
 
-function EngineErrorLine({ tools, disabled }: { tools: PhoneTools; disabled: boolean }) {
+function EngineErrorLine({ tools, disabled }: { tools: Toolbox; disabled: boolean }) {
   const code = useSignal(String(engineCodes[0]));
   const value = Number(code.value);
   const isCode = /^-?\d+$/.test(code.value) && Math.abs(value) < 2 ** 31;
@@ -199,7 +199,7 @@ function EngineErrorLine({ tools, disabled }: { tools: PhoneTools; disabled: boo
         if (isCode) tools.fire('onError', [value, errorInWords(value), {}]);
       }}
       noValidate
-      aria-label="Error of the engine"
+      aria-label="Raise an error of the engine"
     >
       <div class="tool-line">
         <label class="tool-text">
@@ -232,7 +232,7 @@ function EngineErrorLine({ tools, disabled }: { tools: PhoneTools; disabled: boo
 
 /** Says at the phone itself that faults are on. */
 export function FaultBadge({ phone, show }: { phone: PhoneModel; show: () => void }) {
-  const faults = toolsOf(phone).faults.value;
+  const faults = toolboxOf(phone).faults.value;
   if (faults.length === 0) return null;
   const text = faults.length === 1 ? '1 fault' : `${faults.length} faults`;
   return (

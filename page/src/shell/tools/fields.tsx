@@ -109,7 +109,11 @@ export function NameChoice(props: {
   return (
     <label class="tool-choice">
       <span>{label}</span>
-      <select value={value} onChange={({ currentTarget }) => choose(currentTarget.value)}>
+      <select
+        aria-label={label}
+        value={value}
+        onChange={({ currentTarget }) => choose(currentTarget.value)}
+      >
         {subjects.map((subject) => (
           <optgroup key={subject} label={subjectTitle(subject)}>
             {options

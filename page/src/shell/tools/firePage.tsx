@@ -4,7 +4,7 @@ import { useSignal } from '@preact/signals';
 import type { PhoneModel } from '../phoneModel';
 import { Fields, ModeChoice, NameChoice } from './fields';
 import { argumentsIn, argumentsOf, entriesOf, eventFields, filled } from './form';
-import { toolsOf, type Draft } from './phoneTools';
+import { toolboxOf, type Draft } from './toolbox';
 import { eventNamed, events } from './protocol';
 import { focusFirstProblem } from './sendPage';
 import './tools.css';
@@ -14,7 +14,7 @@ const mostAtOnce = 1000;
 const notifications = ['Started', 'Paused', 'Resumed', 'Finished'] as const;
 
 export function FirePage({ phone }: { phone: PhoneModel }) {
-  const tools = toolsOf(phone);
+  const tools = toolboxOf(phone);
   const wasTried = useSignal(false);
   const times = useSignal('1');
   const trouble = useSignal('');
@@ -46,7 +46,7 @@ export function FirePage({ phone }: { phone: PhoneModel }) {
   };
   return (
     <div class="tool-page">
-      <form onSubmit={fire} noValidate aria-label="Event of the engine">
+      <form onSubmit={fire} noValidate aria-label="Fire an event">
         <NameChoice
           label="Event of the engine"
           options={events.filter((one) => one.arguments)}

@@ -11,14 +11,14 @@ export interface NamedNetwork {
   cutOff: boolean;
 }
 
-const good: Network = { delay: 25, upLoss: 0, downLoss: 0 };
+export const goodNetwork: Network = { delay: 25, upLoss: 0, downLoss: 0 };
 export const networks: readonly NamedNetwork[] = [
-  { name: 'good', title: 'Good', network: good, cutOff: false },
+  { name: 'good', title: 'Good', network: goodNetwork, cutOff: false },
   { name: 'slow', title: 'Slow', network: { delay: 400, upLoss: 0, downLoss: 0 }, cutOff: false },
   { name: 'weak', title: 'Weak', network: { delay: 180, upLoss: 8, downLoss: 8 }, cutOff: false },
   { name: 'lossy', title: 'Lossy', network: { delay: 60, upLoss: 25, downLoss: 25 }, cutOff: false },
   { name: 'bad', title: 'Bad', network: { delay: 600, upLoss: 35, downLoss: 35 }, cutOff: false },
-  { name: 'offline', title: 'Offline', network: good, cutOff: true },
+  { name: 'offline', title: 'Offline', network: goodNetwork, cutOff: true },
 ];
 
 /** The name of how the network is; nothing when it is like none of the named ones. */
@@ -38,18 +38,18 @@ export interface Profile {
   settings: Partial<PhoneSettings>;
   /** Added to the texts that the phone has. */
   bundle: Record<string, string>;
-  network?: NamedNetwork;
+  network?: NamedNetwork | undefined;
   /** A language such as `zh-CN`, for the page. */
-  language?: string;
-  dark?: boolean;
+  language?: string | undefined;
+  dark?: boolean | undefined;
   /** Of the page, in percent. */
-  textSize?: number;
-  rotation?: 'portrait' | 'landscape';
-  device?: 'phone' | 'tablet';
+  textSize?: number | undefined;
+  rotation?: 'portrait' | 'landscape' | undefined;
+  device?: 'phone' | 'tablet' | undefined;
   /** For the page's form. */
-  user?: string;
-  room?: string;
-  role?: 'stage' | 'audience';
+  user?: string | undefined;
+  room?: string | undefined;
+  role?: 'stage' | 'audience' | undefined;
 }
 
 const permissions: Record<string, string> = {
@@ -178,7 +178,8 @@ export function profileOf(
 }
 
 /** What of a profile the page itself is given, as the query of its own address. */
-export function pageQuery({ user, room, role, language }: Profile): string {
+export function pageQuery(profile: Pick<Profile, 'user' | 'room' | 'role' | 'language'>): string {
+  const { user, room, role, language } = profile;
   const query = new URLSearchParams();
   for (const [name, value] of Object.entries({ user, room, role, lang: language }))
     if (value !== undefined) query.set(name, value);

@@ -5,14 +5,14 @@ import { withoutSecrets } from '../secrets';
 import { Fields, ModeChoice, NameChoice } from './fields';
 import { entriesOf, filled, messageText, needs, paramFields } from './form';
 import type { PhoneModel } from '../phoneModel';
-import { toolsOf, type Draft, type PhoneTools, type SentCommand } from './phoneTools';
+import { toolboxOf, type Draft, type Toolbox, type SentCommand } from './toolbox';
 import { commandNamed, commands } from './protocol';
 import './tools.css';
 
 const noProblems = new Map<string, string>();
 
 export function SendPage({ phone }: { phone: PhoneModel }) {
-  const tools = toolsOf(phone);
+  const tools = toolboxOf(phone);
   const wasTried = useSignal(false);
   const draft = tools.commandDraft.value;
   const { name, asJson, entries, json } = draft;
@@ -38,7 +38,7 @@ export function SendPage({ phone }: { phone: PhoneModel }) {
   };
   return (
     <div class="tool-page">
-      <form onSubmit={send} noValidate aria-label="Command">
+      <form onSubmit={send} noValidate aria-label="Send a command">
         <NameChoice
           label="Command"
           options={commands}
@@ -99,7 +99,7 @@ export function SendPage({ phone }: { phone: PhoneModel }) {
   );
 }
 
-function History({ tools }: { tools: PhoneTools }) {
+function History({ tools }: { tools: Toolbox }) {
   const sent = tools.sent.value;
   return (
     <section class="tool-history" aria-labelledby="sent-title">
@@ -114,7 +114,7 @@ function History({ tools }: { tools: PhoneTools }) {
   );
 }
 
-function SentLine({ sent, tools }: { sent: SentCommand; tools: PhoneTools }) {
+function SentLine({ sent, tools }: { sent: SentCommand; tools: Toolbox }) {
   const { action, answers, text } = sent;
   const last = answers[answers.length - 1];
   const state = !last

@@ -6,8 +6,9 @@ import type { ToPhone } from '../frames';
 import type { PhoneModel } from '../phoneModel';
 import { Coverage } from './coverage';
 import { readMessage, readScript, type Message } from './envelope';
-import { withCbid, type Entries } from './form';
+import { entriesOf, withCbid, type Entries } from './form';
 import { Linter, type Remark } from './lint';
+import { eventNamed } from './protocol';
 import { ReplyFilter, type ReplyFault, type ReplyFaults } from './replyFaults';
 
 export interface Answer {
@@ -49,11 +50,16 @@ const faultInWords: Record<ReplyFault, string> = {
 };
 const refusalCodes: Record<Device, number> = { camera: -1314, microphone: -1317 };
 
-export class PhoneTools {
+export class Toolbox {
   readonly coverage = new Coverage();
   readonly sent = signal<readonly SentCommand[]>([]);
   readonly commandDraft = signal<Draft>({ name: 'getSDKVersion', asJson: false, entries: {}, json: '' });
-  readonly eventDraft = signal<Draft>({ name: 'onError', asJson: false, entries: {}, json: '' });
+  readonly eventDraft = signal<Draft>({
+    name: 'onError',
+    asJson: false,
+    entries: entriesOf(eventNamed('onError')?.arguments ?? null),
+    json: '',
+  });
 
   readonly replyFaults = signal<ReplyFaults>({});
   readonly downloadError = signal<DownloadError | undefined>(undefined);
@@ -82,7 +88,7 @@ export class PhoneTools {
       if (readMessage(text).action === this.reloadAt.peek()) this.reloadNow();
     };
     phone.scriptFilter = (script, pass) => this.scriptComes(script, pass);
-    phone.firstFrames = () => {
+    phone.memory.besides = () => {
       const error = this.downloadError.peek();
       return error ? [downloads(error)] : [];
     };
@@ -261,11 +267,11 @@ function hasFunction(page: Window | null | undefined, path: string): boolean | u
   }
 }
 
-const all = new WeakMap<PhoneModel, PhoneTools>();
+const all = new WeakMap<PhoneModel, Toolbox>();
 
 /** The tools of a phone, made when they are first asked for: before its page begins. */
-export function toolsOf(phone: PhoneModel): PhoneTools {
-  const tools = all.get(phone) ?? new PhoneTools(phone);
+export function toolboxOf(phone: PhoneModel): Toolbox {
+  const tools = all.get(phone) ?? new Toolbox(phone);
   all.set(phone, tools);
   return tools;
 }
