@@ -9,7 +9,7 @@ await rm(dist, { recursive: true, force: true });
 await mkdir(dist);
 await build({
   absWorkingDir: here.pathname,
-  entryPoints: { shell: 'src/shell/main.ts', classroom: 'src/classroom/main.ts' },
+  entryPoints: { shell: 'src/shell/main.tsx', classroom: 'src/classroom/main.ts' },
   bundle: true,
   format: 'esm',
   jsx: 'automatic',

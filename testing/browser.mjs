@@ -181,12 +181,31 @@ export class Phone {
     await this.view.locator('.drawer').waitFor();
   }
 
-  /** Chooses a permission in the phone's panel: notDetermined, authorized, denied, restricted. */
-  async setPermission(device, status) {
+  /** Opens the developer panel at a page of it. */
+  async openPanel(page) {
     const panel = this.page.locator('.panel');
     if (!(await panel.isVisible()))
       await this.page.getByRole('button', { name: 'Developer panel' }).click();
-    await panel.getByRole('tab', { name: 'Phone' }).click();
+    await panel.getByRole('tab', { name: page }).click();
+    return panel;
+  }
+
+  /** What the phone's time line has told so far: the kind and title of each row, in order. */
+  async timeLine() {
+    const panel = await this.openPanel('Time line');
+    const rows = await panel.locator('.entry').evaluateAll((entries) =>
+      entries.map((entry) => ({
+        kind: entry.classList[1],
+        title: entry.querySelector('.name').textContent,
+      })),
+    );
+    await this.page.getByRole('button', { name: 'Close panel' }).click();
+    return rows;
+  }
+
+  /** Chooses a permission in the phone's panel: notDetermined, authorized, denied, restricted. */
+  async setPermission(device, status) {
+    const panel = await this.openPanel('Phone');
     await panel.getByLabel(device, { exact: true }).selectOption(status);
     await this.page.getByRole('button', { name: 'Close panel' }).click();
   }

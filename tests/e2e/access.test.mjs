@@ -59,7 +59,8 @@ function focusedControl(phone) {
   });
 }
 async function commandsSent(phone) {
-  return phone.page.locator('.entry.sent .name').allTextContents();
+  const commands = (await phone.timeLine()).filter(({ kind }) => kind === 'command');
+  return commands.map(({ title }) => title);
 }
 
 /** What the checker finds in the shell and the page in its frame. */
@@ -131,7 +132,7 @@ for (const colorScheme of ['light', 'dark'])
       await ada.page.keyboard.press('Escape');
       await check('the class while sharing');
 
-      await ada.page.getByRole('button', { name: 'Developer panel' }).click();
+      await ada.openPanel('Time line');
       await ada.page.locator('.entry summary').last().click();
       await check('the log');
       await ada.page.getByRole('tab', { name: 'Phone' }).click();

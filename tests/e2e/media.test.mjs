@@ -270,8 +270,7 @@ test('the picture of a phone that is cut off stands still until it is back', asy
     return false;
   };
   assert.ok(await comesToStandStill(false));
-  await ada.page.getByRole('button', { name: 'Developer panel' }).click();
-  await ada.page.getByRole('tab', { name: 'Phone' }).click();
+  await ada.openPanel('Phone');
   await ada.page.getByRole('button', { name: 'Cut off' }).click();
   assert.ok(await comesToStandStill(true));
   await ada.page.getByRole('button', { name: 'Restore' }).click();

@@ -62,15 +62,9 @@ function beforeCommands(frames) {
   return kinds.slice(0, kinds.indexOf('message'));
 }
 
-async function openPhonePage(phone) {
-  await phone.page.getByRole('button', { name: 'Developer panel' }).click();
-  await phone.page.getByRole('tab', { name: 'Phone' }).click();
-  return phone.page.locator('.panel');
-}
-
 test('the phone’s settings survive a reload and are there before the first command', async () => {
   const ada = await open();
-  const panel = await openPhonePage(ada);
+  const panel = await ada.openPanel('Phone');
   await panel.getByLabel('Camera', { exact: true }).selectOption('denied');
   await panel.getByLabel('Version', { exact: true }).selectOption('11.4.0');
   const name = panel.getByLabel('Application name');
@@ -87,7 +81,7 @@ test('the phone’s settings survive a reload and are there before the first com
   assert.equal(frames[1].delay, 180);
   assert.equal(frames[2].drop, true);
 
-  await openPhonePage(ada);
+  await ada.openPanel('Phone');
   assert.equal(await panel.getByLabel('Camera', { exact: true }).inputValue(), 'denied');
   assert.equal(await panel.getByLabel('Version', { exact: true }).inputValue(), '11.4.0');
   await panel.locator('[aria-pressed="true"]', { hasText: 'Weak' }).waitFor();
@@ -102,10 +96,10 @@ test('each window’s phone has settings of its own, and a reset makes it like n
   const ada = await open();
   await ada.setPermission('Microphone', 'restricted');
   const ben = await open();
-  const others = await openPhonePage(ben);
+  const others = await ben.openPanel('Phone');
   assert.equal(await others.getByLabel('Microphone', { exact: true }).inputValue(), 'notDetermined');
 
-  const panel = await openPhonePage(ada);
+  const panel = await ada.openPanel('Phone');
   await panel.getByRole('button', { name: 'Bad' }).click();
   await panel.getByRole('button', { name: 'Reset the phone' }).click();
   await panel.locator('[aria-pressed="true"]', { hasText: 'Good' }).waitFor();
@@ -148,7 +142,7 @@ test('the log tells a cause before its effect', async () => {
   await ben.setPermission('Camera', 'authorized');
   await ben.control('Camera').click();
   await ada.nativeView('Ben').waitFor();
-  const names = await ada.page.locator('.entry .name').allTextContents();
+  const names = (await ada.timeLine()).map(({ title }) => title);
   const event = names.indexOf('onUserVideoAvailable');
   const command = names.indexOf('startRemoteView');
   assert.ok(event >= 0 && event < command, `event ${event}, command ${command}`);
@@ -171,7 +165,7 @@ test('signatures are masked in the log until they are asked for', async () => {
   });
   await ada.page.getByRole('button', { name: 'Developer panel' }).click();
   const log = ada.page.locator('.log');
-  await log.locator('.reply .name', { hasText: 'getSDKVersion' }).last().waitFor();
+  await log.locator('.answer .name', { hasText: 'getSDKVersion' }).last().waitFor();
   const open = () =>
     log.locator('details').evaluateAll((entries) => {
       for (const entry of entries) entry.open = true;

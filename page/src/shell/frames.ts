@@ -49,7 +49,8 @@ export type FromPhone =
   | { kind: 'broadcastPicker' }
   | { kind: 'pictures'; pictures: Picture[] }
   | { kind: 'image'; id: number; width: number; height: number; rgba: string }
-  | { kind: 'problem'; text: string };
+  /** `frame` is the kind of the frame that could not be used. */
+  | { kind: 'problem'; text: string; frame?: string };
 
 /** What the simulator understands. */
 export type ToPhone =
@@ -60,4 +61,8 @@ export type ToPhone =
   | { kind: 'answer'; media: 'camera' | 'microphone'; granted: boolean }
   | { kind: 'press'; alert: number; button: number }
   | { kind: 'broadcast'; event: 'Started' | 'Paused' | 'Resumed' | 'Finished' }
+  /** An event of the engine, `times` times. */
+  | { kind: 'fire'; event: string; args: readonly unknown[]; times: number }
+  /** How downloads fail from now on; null: they don't. */
+  | { kind: 'downloads'; error: { code: number; text: string } | null }
   | { kind: 'pictures' };

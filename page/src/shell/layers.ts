@@ -1,8 +1,6 @@
 // Layers above the phone's page, of which only the uppermost can be used: the page and the
 // layers below are inert, Tab stays within, and the focus returns where it was.
 
-import { h } from '../dom';
-
 interface Layer {
   element: HTMLElement;
   escape(): void;
@@ -11,7 +9,6 @@ interface Layer {
 }
 
 export class Layers {
-  readonly element = h('div', { class: 'overlays' });
   private readonly open: Layer[] = [];
 
   constructor(private readonly frame: HTMLIFrameElement) {
@@ -22,7 +19,7 @@ export class Layers {
     });
   }
 
-  /** Shows a layer above all others; `escape` is what the Escape key does. */
+  /** `element` lies above all others from now on; `escape` is what the Escape key does. */
   show(element: HTMLElement, escape: () => void): void {
     element.tabIndex = -1; // a press beside its controls leaves the focus in it
     element.addEventListener('keydown', (event) => {
@@ -32,33 +29,21 @@ export class Layers {
       event.preventDefault();
     });
     this.open.push({ element, escape, cameFrom: this.focused() });
-    this.element.append(element);
     this.settle();
     firstOf(element).focus();
   }
 
-  /** Takes a layer away. */
+  /** A layer is taken away: called while it is still there. */
   close(element: HTMLElement): void {
     const closed = this.open.find((layer) => layer.element === element);
     if (!closed) return;
     const at = this.open.indexOf(closed);
     this.open.splice(at, 1);
     const hadFocus = element.contains(document.activeElement);
-    element.remove();
     this.settle();
     const above = this.open[at];
     if (above) above.cameFrom = closed.cameFrom;
     else if (hadFocus) this.giveBack(closed.cameFrom);
-  }
-
-  /** Takes all layers away. */
-  clear(): void {
-    const first = this.open[0];
-    const hadFocus = this.element.contains(document.activeElement);
-    this.open.length = 0;
-    this.element.replaceChildren();
-    this.settle();
-    if (first && hadFocus) this.giveBack(first.cameFrom);
   }
 
   private settle(): void {

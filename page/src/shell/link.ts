@@ -11,6 +11,10 @@ export interface LinkWatcher {
   onFrame(frame: FromPhone): void;
   /** A page message on its way to the phone. */
   onMessage(text: string): void;
+  /** Decides which messages reach the phone, by passing them on, now or later. */
+  filterMessage(text: string, pass: (text: string) => void): void;
+  /** Decides which scripts the page runs, by passing them on, now or later. */
+  filterScript(script: string, pass: (script: string) => void): void;
   /** A script failed in the page. */
   onScriptError(script: string, error: unknown): void;
 }
@@ -49,7 +53,10 @@ export class PhoneLink implements Host {
       const frame = JSON.parse(String(event.data)) as FromPhone;
       if (frame.kind === 'settings') this.memory.told(frame.settings);
       this.watcher.onFrame(frame);
-      if (frame.kind === 'script') this.run(page, frame.text);
+      if (frame.kind !== 'script') return;
+      this.watcher.filterScript(frame.text, (script) => {
+        if (current()) this.run(page, script);
+      });
     });
     socket.addEventListener('close', () => {
       if (!current()) return;
@@ -65,8 +72,11 @@ export class PhoneLink implements Host {
       postMessage: (text) => {
         if (!current()) return;
         this.watcher.onMessage(text);
-        if (socket.readyState === WebSocket.OPEN) this.send({ kind: 'message', text });
-        else early.push(text);
+        this.watcher.filterMessage(text, (passed) => {
+          if (!current()) return;
+          if (socket.readyState === WebSocket.OPEN) this.send({ kind: 'message', text: passed });
+          else early.push(passed);
+        });
       },
     };
   }
@@ -83,7 +93,8 @@ export class PhoneLink implements Host {
     for (const frame of this.memory.reset()) this.send(frame);
   }
 
-  private detach(): void {
+  /** Ends the connection, as if the page had gone. */
+  detach(): void {
     const socket = this.socket;
     this.socket = undefined;
     socket?.close();

@@ -2,10 +2,13 @@
 // that names its user and view type (data-native-view="USER/TYPE"), except where the page puts
 // something above the views (data-native-above).
 
-import { h } from '../dom';
+import { effect } from '@preact/signals';
 import { hueOf } from '../hue';
-import type { FromPhone, Picture } from './frames';
+import type { Picture } from './frames';
 import './nativeViews.css';
+import type { PhoneModel } from './phoneModel';
+
+const picturesEveryMs = 250;
 
 interface Shown {
   picture: Picture;
@@ -15,33 +18,50 @@ interface Shown {
 }
 
 export class NativeViews {
-  readonly element = h('div', { class: 'native-views', 'aria-hidden': 'true' });
   private readonly shown = new Map<string, Shown>();
   private readonly images = new Map<number, HTMLCanvasElement>();
+  private readonly asking: number;
+  private drawing: number;
+  private readonly stopShowing: () => void;
 
-  constructor(private readonly frame: HTMLIFrameElement) {
+  /** Draws into `element` what `phone` shows above the page in `frame`, until it is ended. */
+  constructor(
+    private readonly element: HTMLElement,
+    private readonly phone: PhoneModel,
+    private readonly frame: HTMLIFrameElement,
+  ) {
     const draw = (time: number) => {
       this.draw(time);
-      requestAnimationFrame(draw);
+      this.drawing = requestAnimationFrame(draw);
     };
-    requestAnimationFrame(draw);
+    this.drawing = requestAnimationFrame(draw);
+    this.stopShowing = effect(() => this.show(phone.pictures.value));
+    this.asking = window.setInterval(() => {
+      const hasPlace = frame.contentDocument?.querySelector('[data-native-view]');
+      if (hasPlace || this.shown.size > 0) phone.send({ kind: 'pictures' });
+    }, picturesEveryMs);
   }
 
-  /** Whether any view shows something. */
-  get isEmpty(): boolean {
-    return this.shown.size === 0;
+  end(): void {
+    clearInterval(this.asking);
+    cancelAnimationFrame(this.drawing);
+    this.stopShowing();
   }
 
-  /** A mute image, which pictures name by its number from now on. */
-  addImage({ id, width, height, rgba }: Extract<FromPhone, { kind: 'image' }>): void {
-    const canvas = h('canvas', { width, height });
+  // A mute image is made when it is first shown.
+  private imageOf(id: number): HTMLCanvasElement | undefined {
+    const sent = this.phone.images.get(id);
+    if (this.images.has(id) || !sent) return this.images.get(id);
+    const { width, height, rgba } = sent;
+    const canvas = Object.assign(document.createElement('canvas'), { width, height });
     const pixels = Uint8ClampedArray.from(rgba.match(/../g) ?? [], (byte) => parseInt(byte, 16));
     canvas.getContext('2d')?.putImageData(new ImageData(pixels, width, height), 0, 0);
     this.images.set(id, canvas);
+    return canvas;
   }
 
-  /** Shows exactly these pictures. */
-  show(pictures: Picture[]): void {
+  // Shows exactly these pictures.
+  private show(pictures: readonly Picture[]): void {
     const used = new Set(pictures.map(({ muteImage }) => muteImage));
     for (const id of this.images.keys()) if (!used.has(id)) this.images.delete(id);
     const named = new Map(pictures.map((picture) => [`${picture.userId}/${picture.viewType}`, picture]));
@@ -56,7 +76,9 @@ export class NativeViews {
         known.picture = picture;
         continue;
       }
-      const canvas = h('canvas', { class: 'native-view', 'data-view': name });
+      const canvas = document.createElement('canvas');
+      canvas.className = 'native-view';
+      canvas.dataset['view'] = name;
       this.element.append(canvas);
       this.shown.set(name, { picture, canvas });
     }
@@ -76,7 +98,7 @@ export class NativeViews {
         continue;
       }
       this.lay(canvas, place, box);
-      paint(canvas, picture, this.images.get(picture.muteImage), shown.stoodStillAt ?? time);
+      paint(canvas, picture, this.imageOf(picture.muteImage), shown.stoodStillAt ?? time);
       for (const element of above) cutOut(canvas, box, element);
       canvas.dataset['kind'] = picture.muteImage ? 'muteImage' : 'live';
     }

@@ -1,0 +1,68 @@
+// The simulator's shell: phones, each with a page in its frame, and a panel beside them.
+
+import { render } from 'preact';
+import { useRef } from 'preact/hooks';
+import '../base.css';
+import { Icon } from '../icons';
+import { Panel } from './panel';
+import { PhoneTools, PhoneView } from './phoneView';
+import './shell.css';
+import { AddressProblems } from './tools/addressProblems';
+import { Workbench } from './workbench';
+
+function Shell({ workbench }: { workbench: Workbench }) {
+  const panelButton = useRef<HTMLButtonElement>(null);
+  const { phones, current, isFull, isPanelOpen } = workbench;
+  const closePanel = () => {
+    isPanelOpen.value = false;
+    panelButton.current?.focus();
+  };
+  return (
+    <>
+      <header class="toolbar">
+        <img src="icon.svg" alt="" width={24} height={24} />
+        <h1>vemo simulator</h1>
+        <PhoneTools phone={current.value} workbench={workbench} />
+        <button type="button" class="tool" disabled={isFull} onClick={() => workbench.add()}>
+          <Icon name="plus" />
+          <span>Add a phone</span>
+        </button>
+        <button
+          ref={panelButton}
+          type="button"
+          class="tool"
+          aria-expanded={isPanelOpen}
+          onClick={() => (isPanelOpen.value = !isPanelOpen.value)}
+        >
+          <Icon name="log" />
+          <span>Developer panel</span>
+        </button>
+      </header>
+      {phones.value.length > 1 && (
+        <nav class="phone-chooser" aria-label="Phones">
+          {phones.value.map((phone) => (
+            <button
+              key={phone.number}
+              type="button"
+              aria-pressed={phone === current.value}
+              onClick={() => workbench.choose(phone)}
+            >
+              {phone.name}
+            </button>
+          ))}
+        </nav>
+      )}
+      <div class="desk">
+        {phones.value.map((phone) => (
+          <PhoneView key={phone.number} phone={phone} workbench={workbench} />
+        ))}
+      </div>
+      <AddressProblems workbench={workbench} />
+      {isPanelOpen.value && <Panel workbench={workbench} close={closePanel} />}
+    </>
+  );
+}
+
+const workbench = new Workbench();
+window.vemoHost = workbench.host;
+render(<Shell workbench={workbench} />, document.body);

@@ -1,0 +1,67 @@
+// The panel beside the phones: what goes to and fro, and how a phone is set.
+
+import { useRef } from 'preact/hooks';
+import { IconButton } from '../icons';
+import './panel.css';
+import { PhonePage } from './phonePage';
+import { TimelinePage } from './timeline/timelinePage';
+import { BotsPage } from './tools/botsPage';
+import { CoveragePage } from './tools/coveragePage';
+import { FaultsPage } from './tools/faultsPage';
+import { FirePage } from './tools/firePage';
+import { SendPage } from './tools/sendPage';
+import { panelTitles, type Workbench } from './workbench';
+
+const pageOf = {
+  'Time line': TimelinePage,
+  Phone: PhonePage,
+  Send: SendPage,
+  Fire: FirePage,
+  Faults: FaultsPage,
+  Bots: BotsPage,
+  Coverage: CoveragePage,
+};
+
+export function Panel({ workbench, close }: { workbench: Workbench; close: () => void }) {
+  const chosen = workbench.panelPage;
+  const tabs = useRef<HTMLDivElement>(null);
+  const phone = workbench.current.value;
+  const Page = pageOf[panelTitles[chosen.value]!];
+  const onTabKey = (event: KeyboardEvent) => {
+    const step = { ArrowLeft: -1, ArrowRight: 1 }[event.key];
+    if (step === undefined) return;
+    chosen.value = (chosen.value + step + panelTitles.length) % panelTitles.length;
+    (tabs.current?.children[chosen.value] as HTMLElement).focus();
+  };
+  return (
+    <aside
+      class="panel"
+      aria-label="Developer panel"
+      onKeyDown={({ key }) => {
+        if (key === 'Escape') close();
+      }}
+    >
+      <header>
+        <div ref={tabs} class="tabs" role="tablist" aria-label="Developer panel" onKeyDown={onTabKey}>
+          {panelTitles.map((title, at) => (
+            <button
+              key={title}
+              id={`tab-${at}`}
+              role="tab"
+              aria-selected={at === chosen.value}
+              aria-controls="tab-page"
+              tabIndex={at === chosen.value ? 0 : -1}
+              onClick={() => (chosen.value = at)}
+            >
+              {title}
+            </button>
+          ))}
+        </div>
+        <IconButton name="close" title="Close panel" press={close} />
+      </header>
+      <div id="tab-page" class="panel-page" role="tabpanel" aria-labelledby={`tab-${chosen.value}`}>
+        <Page key={phone.number} phone={phone} />
+      </div>
+    </aside>
+  );
+}

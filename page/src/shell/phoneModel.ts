@@ -1,0 +1,276 @@
+// One phone of this window: the page in its frame, its connection with the simulator, and
+// what is known of it.
+
+import { batch, signal } from '@preact/signals';
+import type { HostState } from '../host';
+import type { FromPhone, Picture, PhoneSettings, ToPhone } from './frames';
+import { PhoneLink, type LinkWatcher } from './link';
+import { PhoneMemory } from './phoneMemory';
+import { Conversation } from './timeline/conversation';
+import { Timeline, type Remark, type Row } from './timeline/timeline';
+
+type Frame<K extends FromPhone['kind']> = Extract<FromPhone, { kind: K }>;
+const deviceNames = { camera: 'Camera', microphone: 'Microphone' } as const;
+
+export interface DialogButton {
+  title: string;
+  press: () => void;
+  /** What the press is in a scenario. */
+  step?: object;
+  look?: 'strong' | 'destructive';
+}
+
+/** A question of the phone's system; the button without a look refuses or cancels. */
+export interface Dialog {
+  id: number;
+  kind: string;
+  title: string;
+  message: string;
+  buttons: DialogButton[];
+}
+
+/** Takes what is on its way; calls `pass` for what goes on: at once or later, never or again. */
+export type Filter = (text: string, pass: (text: string) => void) => void;
+const passAll: Filter = (text, pass) => pass(text);
+
+/**
+ * What other parts of the shell may use: `send` and `reset` to do something to the phone;
+ * the signals to show how it is; `timeline.add` to tell of something in its time line;
+ * `conversation.lint` and `lintPrompt` to put words beside page messages and the system's
+ * questions; `messageFilter` and `scriptFilter` to hold up, lose, double or change what passes between page and phone. The time line tells
+ * of messages before they are filtered, and of scripts when they arrive.
+ */
+export class PhoneModel {
+  readonly name: string;
+  readonly timeline = new Timeline();
+  readonly conversation = new Conversation(this.timeline);
+  readonly memory: PhoneMemory;
+  readonly link: PhoneLink;
+  messageFilter: Filter = passAll;
+  scriptFilter: Filter = passAll;
+  lintPrompt: (media: 'camera' | 'microphone') => Remark[] = () => [];
+  /** Why the last frame that could not be used was not. */
+  readonly lastProblem = signal<Frame<'problem'> | undefined>(undefined);
+
+  readonly state = signal<HostState>('connecting');
+  readonly settings = signal<PhoneSettings | undefined>(undefined);
+  readonly device: ReturnType<typeof signal<'phone' | 'tablet'>>;
+  readonly pictures = signal<readonly Picture[]>([]);
+  /** The images that pictures name by number. */
+  readonly images = new Map<number, Frame<'image'>>();
+  /** What lies above the page, the uppermost last; of dialogs there is one at a time. */
+  readonly overlays = signal<readonly (Dialog | 'settings')[]>([]);
+  /** Where its page is shown; set while it is on the desk. */
+  frame: HTMLIFrameElement | undefined;
+
+  private readonly waitingDialogs: Dialog[] = [];
+  private lastDialog = 0;
+
+  /** `number` tells it from the other phones of this window. */
+  constructor(
+    readonly number: number,
+    device: 'phone' | 'tablet',
+  ) {
+    this.name = `Phone ${number}`;
+    this.device = signal(device);
+    this.memory = new PhoneMemory(number === 1 ? 'vemo.phone' : `vemo.phone.${number}`);
+    this.link = new PhoneLink(this.watcher(), this.memory);
+  }
+
+  /** What the application in the phone is called. */
+  get application(): string | undefined {
+    return this.settings.value?.bundle['CFBundleName'];
+  }
+
+  /** Sends one frame; lost when there is no phone. */
+  send(frame: ToPhone): void {
+    this.tellOf(frame);
+    this.link.send(frame);
+  }
+
+  /** Makes the phone like new. */
+  reset(): void {
+    this.timeline.add({ kind: 'settings', title: 'The phone is made like new' });
+    this.link.reset();
+  }
+
+  reload(): void {
+    this.frame?.contentWindow?.location.reload();
+  }
+
+  /** The phone is taken off the desk. */
+  remove(): void {
+    this.link.detach();
+    this.memory.forget();
+  }
+
+  /** Opens the application's page in the phone's settings. */
+  showSettings(): void {
+    if (this.settings.peek() && !this.overlays.peek().includes('settings'))
+      this.overlays.value = [...this.overlays.peek(), 'settings'];
+  }
+
+  closeSettings(): void {
+    this.overlays.value = this.overlays.peek().filter((overlay) => overlay !== 'settings');
+  }
+
+  /** Presses a button of the dialog in sight; the next one follows. */
+  answer(dialog: Dialog, button: DialogButton): void {
+    if (!this.overlays.peek().includes(dialog)) return;
+    this.timeline.add({ kind: 'press', title: button.title, step: button.step });
+    button.press();
+    const next = this.waitingDialogs.shift();
+    const others = this.overlays.peek().filter((overlay) => overlay !== dialog);
+    this.overlays.value = next ? [...others, next] : others;
+  }
+
+  private watcher(): LinkWatcher {
+    return {
+      onState: (state) => this.changeState(state),
+      onFrame: (frame) => this.take(frame),
+      onMessage: (text) => this.conversation.message(text),
+      filterMessage: (text, pass) => this.messageFilter(text, pass),
+      filterScript: (script, pass) => this.scriptFilter(script, pass),
+      onScriptError: (script, error) => this.problem(`${String(error)} in ${script}`),
+    };
+  }
+
+  private changeState(state: HostState): void {
+    this.state.value = state;
+    if (state === 'ready') return;
+    this.waitingDialogs.length = 0;
+    this.images.clear();
+    batch(() => {
+      this.overlays.value = [];
+      this.pictures.value = [];
+    });
+    if (state === 'stopped') {
+      this.conversation.end('The simulator has stopped.');
+      this.problem('The simulator has stopped.');
+    } else {
+      this.conversation.end('The page is gone.');
+      this.timeline.add({ kind: 'note', title: 'A new page connects.' });
+    }
+  }
+
+  private take(frame: FromPhone): void {
+    switch (frame.kind) {
+      case 'script':
+        return this.conversation.script(frame.text, frame.needLog);
+      case 'settings':
+        return this.takeSettings(frame.settings);
+      case 'prompt':
+        return this.askForAccess(frame);
+      case 'alert':
+        return this.showAlert(frame);
+      case 'openSettings':
+        this.timeline.add({ kind: 'prompt', title: 'The settings open' });
+        return this.showSettings();
+      case 'broadcastPicker':
+        return this.showBroadcastPicker();
+      case 'pictures':
+        return void (this.pictures.value = frame.pictures);
+      case 'image':
+        return void this.images.set(frame.id, frame);
+      case 'problem':
+        this.lastProblem.value = frame;
+        return this.problem(frame.text);
+    }
+  }
+
+  private problem(text: string): void {
+    this.timeline.add({ kind: 'problem', title: text, text, failed: true });
+  }
+
+  private takeSettings(settings: PhoneSettings): void {
+    const before = (this.settings.peek() ?? {}) as Record<string, unknown>;
+    const changes = Object.entries(settings).filter(
+      ([key, value]) => JSON.stringify(before[key]) !== JSON.stringify(value),
+    );
+    this.settings.value = settings;
+    if (changes.length === 0) return;
+    const [key, value] = changes[0]!;
+    this.timeline.add({
+      kind: 'settings',
+      title: changes.length === 1 ? `${key}: ${typeof value === 'string' ? value : JSON.stringify(value)}` : 'Settings',
+      text: JSON.stringify(Object.fromEntries(changes)),
+    });
+  }
+
+  // What is done to the phone's network is told; the rest is told where it is done.
+  private tellOf(frame: ToPhone): void {
+    if (frame.kind === 'network') {
+      const title =
+        'drop' in frame
+          ? frame.drop
+            ? 'Cut off'
+            : 'Restored'
+          : `${frame.delay} ms, ${frame.upLoss} % lost up, ${frame.downLoss} % down`;
+      this.timeline.add({ kind: 'network', title, text: JSON.stringify(frame) });
+    }
+    if (frame.kind === 'broadcast')
+      this.timeline.add({ kind: 'press', title: `Broadcast: ${frame.event}`, text: JSON.stringify(frame) });
+  }
+
+  private askForAccess({ media, application, description }: Frame<'prompt'>): void {
+    const answer = (granted: boolean) => ({
+      press: () => this.send({ kind: 'answer', media, granted }),
+      step: { access: granted },
+    });
+    const name = application || 'The application';
+    const row = this.ask({
+      kind: `prompt-${media}`,
+      title: `“${name}” Would Like to Access the ${deviceNames[media]}`,
+      message: description || `${name} uses the ${media} while you are in class.`,
+      buttons: [
+        { title: 'Don’t Allow', ...answer(false) },
+        { title: 'Allow', ...answer(true), look: 'strong' },
+      ],
+    });
+    this.timeline.remark(row, ...this.lintPrompt(media));
+  }
+
+  private showAlert({ id, title, message, buttons }: Frame<'alert'>): void {
+    this.ask({
+      kind: 'alert',
+      title,
+      message,
+      buttons: buttons.map(({ title, destructive }, index) => ({
+        title,
+        press: () => this.send({ kind: 'press', alert: id, button: index }),
+        step: { press: title },
+        ...(destructive ? { look: 'destructive' } : {}),
+      })),
+    });
+  }
+
+  private showBroadcastPicker(): void {
+    const isThere = [...this.overlays.peek(), ...this.waitingDialogs].some(
+      (overlay) => overlay !== 'settings' && overlay.kind === 'broadcast',
+    );
+    if (isThere) return; // one is enough
+    this.ask({
+      kind: 'broadcast',
+      title: 'Screen Broadcast',
+      message: `Everything on your screen will be sent by ${this.application ?? 'the application'}.`,
+      buttons: [
+        { title: 'Cancel', press: () => {} },
+        {
+          title: 'Start Broadcast',
+          look: 'strong',
+          press: () => this.send({ kind: 'broadcast', event: 'Started' }),
+        },
+      ],
+    });
+  }
+
+  private ask(asked: Omit<Dialog, 'id'>): Row {
+    const dialog = { ...asked, id: ++this.lastDialog };
+    const { title, message } = dialog;
+    const row = this.timeline.add({ kind: 'prompt', title, text: JSON.stringify({ title, message }) });
+    const isBusy = this.overlays.peek().some((overlay) => overlay !== 'settings');
+    if (isBusy) this.waitingDialogs.push(dialog);
+    else this.overlays.value = [...this.overlays.peek(), dialog];
+    return row;
+  }
+}

@@ -1,0 +1,139 @@
+// How a phone is set: its settings are sent as soon as they are changed.
+
+import type { ComponentChildren } from 'preact';
+import type { PhoneSettings, ToPhone } from './frames';
+import './phonePage.css';
+import type { PhoneModel } from './phoneModel';
+import { NetworkSettings } from './tools/networkSettings';
+import { LookSettings } from './tools/pageLook';
+
+const permissions: Record<string, string> = {
+  notDetermined: 'Not asked yet',
+  authorized: 'Allowed',
+  denied: 'Refused',
+  restricted: 'Restricted',
+};
+const versions = ['17.0.0', '13.0.0', '12.0.0', '11.4.0', '10.0.0'];
+const texts: [string, string][] = [
+  ['CFBundleName', 'Application name'],
+  ['NSCameraUsageDescription', 'Why the camera'],
+  ['NSMicrophoneUsageDescription', 'Why the microphone'],
+];
+
+export function PhonePage({ phone }: { phone: PhoneModel }) {
+  const settings = phone.settings.value;
+  const change = (changes: Partial<PhoneSettings>) => phone.send({ kind: 'settings', settings: changes });
+  const button = (title: string, frame: ToPhone) => (
+    <button class="small" onClick={() => phone.send(frame)}>
+      {title}
+    </button>
+  );
+  return (
+    <div class="phone-settings">
+      <h2>Permissions</h2>
+      <Choice
+        label="Camera"
+        value={settings?.camera}
+        options={permissions}
+        choose={(camera) => change({ camera })}
+      />
+      <Choice
+        label="Microphone"
+        value={settings?.microphone}
+        options={permissions}
+        choose={(microphone) => change({ microphone })}
+      />
+      <label class="field check">
+        <span>Settings page can be opened</span>
+        <input
+          type="checkbox"
+          checked={settings?.canOpenSettings ?? false}
+          onChange={({ currentTarget }) => change({ canOpenSettings: currentTarget.checked })}
+        />
+      </label>
+
+      <h2>Network</h2>
+      <NetworkSettings phone={phone} />
+
+      <h2>Page</h2>
+      <LookSettings phone={phone} />
+
+      <h2>System</h2>
+      <Choice
+        label="Version"
+        value={settings?.os}
+        options={Object.fromEntries(versions.map((version) => [version, version.replace(/\.0$/, '')]))}
+        choose={(os) => change({ os })}
+      />
+      <Text
+        label="Application group"
+        value={settings?.appGroup ?? ''}
+        change={(appGroup) => change({ appGroup })}
+      />
+
+      <h2>Bundle texts</h2>
+      {texts.map(([key, label]) => (
+        <Text
+          key={key}
+          label={label}
+          value={settings?.bundle[key] ?? ''}
+          change={(text) => {
+            const { [key]: _replaced, ...others } = settings?.bundle ?? {};
+            change({ bundle: text ? { ...others, [key]: text } : others });
+          }}
+        />
+      ))}
+
+      <h2>Screen broadcast</h2>
+      <Buttons>
+        {button('Pause', { kind: 'broadcast', event: 'Paused' })}
+        {button('Resume', { kind: 'broadcast', event: 'Resumed' })}
+        {button('Finish', { kind: 'broadcast', event: 'Finished' })}
+      </Buttons>
+
+      <div class="reset">
+        <p>These settings are kept while this window is reloaded.</p>
+        <button class="small" onClick={() => phone.reset()}>
+          Reset the phone
+        </button>
+      </div>
+    </div>
+  );
+}
+
+function Buttons({ children }: { children: ComponentChildren }) {
+  return <div class="buttons">{children}</div>;
+}
+
+function Choice(props: {
+  label: string;
+  value: string | undefined;
+  /** Titles by value; a value that is not among them is shown as it is. */
+  options: Record<string, string>;
+  choose: (value: string) => void;
+}) {
+  const { label, value, options, choose } = props;
+  const all = value === undefined || value in options ? options : { [value]: value, ...options };
+  return (
+    <label class="field">
+      <span>{label}</span>
+      <select aria-label={label} value={value} onChange={({ currentTarget }) => choose(currentTarget.value)}>
+        {Object.entries(all).map(([key, title]) => (
+          <option key={key} value={key} selected={key === value}>
+            {title}
+          </option>
+        ))}
+      </select>
+    </label>
+  );
+}
+
+function Text(props: { label: string; value: string; change: (text: string) => void }) {
+  const { label, value, change } = props;
+  return (
+    <label class="field">
+      <span>{label}</span>
+      <input value={value} onChange={({ currentTarget }) => change(currentTarget.value)} />
+    </label>
+  );
+}

@@ -1,0 +1,100 @@
+// A phone on the desk: its caption, its frame with the page, and what lies above the page.
+
+import { signal } from '@preact/signals';
+import { useEffect, useLayoutEffect, useMemo, useRef, useState } from 'preact/hooks';
+import { IconButton } from '../icons';
+import { LayersContext } from './layer';
+import { Layers } from './layers';
+import { NativeViews } from './nativeViews';
+import { Overlays } from './overlays';
+import type { PhoneModel } from './phoneModel';
+import './phoneView.css';
+import { FaultBadge } from './tools/faultsPage';
+import { pageQuery } from './tools/profile';
+import { usePageLook } from './tools/pageLook';
+import type { Workbench } from './workbench';
+
+const pageAddress = 'classroom.html';
+
+const clock = signal('');
+const tick = () => (clock.value = new Date().toTimeString().slice(0, 5));
+tick();
+setInterval(tick, 10_000);
+
+export function PhoneView({ phone, workbench }: { phone: PhoneModel; workbench: Workbench }) {
+  const [frame, setFrame] = useState<HTMLIFrameElement | null>(null);
+  const views = useRef<HTMLDivElement>(null);
+  const layers = useMemo(() => frame && new Layers(frame), [frame]);
+  useLayoutEffect(() => {
+    if (!frame) return;
+    phone.frame = frame;
+    frame.src = pageAddress + pageQuery(phone.memory.look);
+  }, [frame]);
+  useEffect(() => {
+    if (!frame || !views.current) return;
+    const drawn = new NativeViews(views.current, phone, frame);
+    return () => drawn.end();
+  }, [frame]);
+  usePageLook(frame, phone);
+  const isCurrent = workbench.current.value === phone;
+  return (
+    <section
+      class="phone"
+      aria-label={phone.name}
+      data-phone={phone.number}
+      data-state={phone.state}
+      data-current={isCurrent}
+      data-device={phone.device}
+      data-rotation={phone.memory.look.rotation}
+      onFocusCapture={() => workbench.choose(phone)}
+      onPointerDownCapture={() => workbench.choose(phone)}
+    >
+      <header class="caption">
+        <h2>{phone.name}</h2>
+        <FaultBadge phone={phone} show={() => workbench.showPage(phone, 'Faults')} />
+        <PhoneTools phone={phone} workbench={workbench} />
+      </header>
+      <div class="device">
+        <div class="status-bar" aria-hidden="true">
+          <span>{clock}</span>
+          <span class="battery">
+            <span />
+          </span>
+        </div>
+        <div class="screen">
+          <iframe ref={setFrame} class="web-view" title={`Page of ${phone.name}`} />
+          <div ref={views} class="native-views" aria-hidden="true" />
+          <div class="overlays">
+            {layers && (
+              <LayersContext.Provider value={layers}>
+                <Overlays phone={phone} />
+              </LayersContext.Provider>
+            )}
+          </div>
+        </div>
+      </div>
+    </section>
+  );
+}
+
+/** What can be done to a phone as a whole. */
+export function PhoneTools({ phone, workbench }: { phone: PhoneModel; workbench: Workbench }) {
+  const device = phone.device.value;
+  const choose = (kind: 'phone' | 'tablet') => () => (phone.device.value = kind);
+  return (
+    <div class="phone-tools">
+      <div class="segmented" role="group" aria-label="Size">
+        <IconButton name="phone" title="Phone" press={choose('phone')} aria-pressed={device === 'phone'} />
+        <IconButton name="tablet" title="Tablet" press={choose('tablet')} aria-pressed={device === 'tablet'} />
+      </div>
+      <IconButton name="refresh" title="Reload the page" press={() => phone.reload()} />
+      {workbench.phones.value.length > 1 && (
+        <IconButton
+          name="close"
+          title={`Remove ${phone.name.toLowerCase()}`}
+          press={() => workbench.remove(phone)}
+        />
+      )}
+    </div>
+  );
+}
