@@ -4,10 +4,13 @@
 #include <string_view>
 #include <utility>
 
-#include "Values.h"
+#include "ScenarioError.h"
+#include "json/Arguments.h"
 
 namespace vemo::replay {
 namespace {
+
+namespace json = boost::json;
 
 using Texts = std::map<std::string, std::string>;
 

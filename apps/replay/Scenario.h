@@ -9,9 +9,12 @@
 #include <string_view>
 #include <vector>
 
-#include "Values.h"
+#include "ScenarioError.h"
+#include "json/Arguments.h"
 
 namespace vemo::replay {
+
+namespace json = boost::json;
 
 enum class Verb {
   device,

@@ -49,21 +49,25 @@ export type FromPhone =
   | { kind: 'broadcastPicker' }
   | { kind: 'pictures'; pictures: Picture[] }
   | { kind: 'image'; id: number; width: number; height: number; rgba: string }
-  | { kind: 'problem'; text: string }
+  /** `frame` is the kind of the frame that could not be used. */
+  | { kind: 'problem'; text: string; frame?: string }
   /**
    * Something reached the router (`step`, as in a scenario), or it did something (`effect`, as
-   * in a transcript), `at` so many milliseconds after the phone began. `number` is that of the
-   * step, or of the step that an effect comes of; without it, that is the latest step on its
-   * thread.
+   * in a transcript), at `at` milliseconds since 1970. `number` is that of the step, or of the
+   * step that an effect comes of; without it, that is the latest step on its thread. A frame with
+   * neither is a task of the main thread, queued by another step. `lost` counts what could not be
+   * told.
    */
   | {
       kind: 'noted';
-      at: number;
-      thread: string;
+      at?: number;
+      thread?: string;
       number?: number;
+      queuedBy?: number;
       periodic?: boolean;
       step?: Record<string, unknown>;
       effect?: Record<string, unknown>;
+      lost?: number;
     };
 
 /** What the simulator understands. */
@@ -75,6 +79,10 @@ export type ToPhone =
   | { kind: 'answer'; media: 'camera' | 'microphone'; granted: boolean }
   | { kind: 'press'; alert: number; button: number }
   | { kind: 'broadcast'; event: 'Started' | 'Paused' | 'Resumed' | 'Finished' }
+  /** An event of the engine, `times` times. */
+  | { kind: 'fire'; event: string; args: readonly unknown[]; times: number }
+  /** How downloads fail from now on; null: they don't. */
+  | { kind: 'downloads'; error: { code: number; text: string } | null }
   | { kind: 'pictures' }
   /** Whether what happens at the router is to be told. */
   | { kind: 'note'; on: boolean };
