@@ -1,6 +1,8 @@
-// Bundles the pages into dist/, which the simulator serves.
+// Builds the client, and bundles the pages into dist/, which the simulator serves.
 import { build } from 'esbuild';
 import { cp, mkdir, rm } from 'node:fs/promises';
+
+import './client/build.mjs';
 
 const here = new URL('.', import.meta.url);
 const dist = new URL('dist/', here);
@@ -20,6 +22,7 @@ await build({
   outdir: 'dist',
   logLevel: 'warning',
 });
-for (const file of ['index.html', 'classroom.html', 'icon.svg', 'camera-paused.png']) {
+for (const file of ['index.html', 'classroom.html', 'icon.svg', 'camera-paused.png', 'page.json']) {
   await cp(new URL(file, here), new URL(file, dist));
 }
+await cp(new URL('client/dist/vemo-client.js', here), new URL('vemo-client.js', dist));

@@ -1,14 +1,19 @@
-// Fails when files of src/ import one another in a circle, types included.
+// Fails when files of src/ or client/src/ import one another in a circle, types included.
 import { readdir, readFile } from 'node:fs/promises';
 import { join, normalize } from 'node:path';
 
-const source = new URL('src', import.meta.url).pathname;
-const files = (await readdir(source, { recursive: true })).filter((file) => /\.tsx?$/.test(file));
+const here = new URL('.', import.meta.url).pathname;
+const files = [];
+for (const folder of ['src', 'client/src']) {
+  for (const file of await readdir(join(here, folder), { recursive: true })) {
+    if (/\.tsx?$/.test(file)) files.push(join(folder, file));
+  }
+}
 const imports = new Map();
 for (const file of files) {
-  const text = await readFile(join(source, file), 'utf8');
+  const text = await readFile(join(here, file), 'utf8');
   const named = [...text.matchAll(/from '(\.[^']*)'/g)].map(([, path]) => {
-    const stem = normalize(join(file, '..', path));
+    const stem = normalize(join(file, '..', path)).replace(/\.js$/, '');
     return files.includes(`${stem}.tsx`) ? `${stem}.tsx` : `${stem}.ts`;
   });
   imports.set(file, named);

@@ -1,5 +1,5 @@
 #!/usr/bin/env node
-// Makes the reference of the page's protocol: docs/reference/*.md, page/src/protocol.ts and
+// Makes the reference of the page's protocol: docs/reference/*.md, page/client/src/protocol.ts and
 // page/src/shell/tools/protocol.json, from what vemo-protocol prints, with answers that
 // vemo-replay plays.
 //
@@ -35,7 +35,7 @@ const troubles = [...examples.troubles, ...scenarios.troubles];
 
 const files = new Map([
   ...pages(protocol, examples, scenarios).map(([name, text]) => [`${folder}/${name}`, text]),
-  ['page/src/protocol.ts', types(protocol)],
+  ['page/client/src/protocol.ts', types(protocol)],
   ['page/src/shell/tools/protocol.json', data(protocol, examples)],
 ]);
 const stale = readdirSync(join(root, folder))

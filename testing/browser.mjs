@@ -2,6 +2,7 @@
 
 import { spawn } from 'node:child_process';
 import { existsSync } from 'node:fs';
+import { readFile } from 'node:fs/promises';
 import { createRequire } from 'node:module';
 import { createInterface } from 'node:readline';
 import { fileURLToPath } from 'node:url';
@@ -88,6 +89,31 @@ export async function startBrowser() {
       '--disable-sync',
     ],
   });
+}
+
+/**
+ * Connects the page in `frame` anew, past its own client, and sends texts as page messages. Gives
+ * the answers up to the one with the callback id `last`.
+ */
+export function sendRaw(frame, texts, last) {
+  return frame.evaluate(
+    ([texts, last]) =>
+      new Promise((resolve) => {
+        const replies = [];
+        addEventListener('message', ({ data, ports: [port] }) => {
+          if (data?.vemo !== 'connected') return;
+          port.onmessage = ({ data: { kind, text } }) => {
+            if (kind !== 'script') return;
+            const reply = JSON.parse(text.slice(text.indexOf('(') + 1, -1));
+            replies.push(reply);
+            if (reply.head.cbid === last) resolve(replies);
+          };
+          for (const text of texts) port.postMessage({ kind: 'message', text });
+        });
+        parent.postMessage({ vemo: 'connect' }, '*');
+      }),
+    [texts, last],
+  );
 }
 
 /** A phone: a browser page with the simulator's shell, and the classroom page in it. */
@@ -190,17 +216,28 @@ export class Phone {
     return panel;
   }
 
-  /** What the phone's time line has told so far: the kind and title of each row, in order. */
+  /** What the phone's time line has told so far, as it exports it: a row each, in order. */
   async timeLine() {
     const panel = await this.openPanel('Time line');
-    const rows = await panel.locator('.entry').evaluateAll((entries) =>
-      entries.map((entry) => ({
-        kind: entry.classList[1],
-        title: entry.querySelector('.name').textContent,
-      })),
-    );
-    await this.page.getByRole('button', { name: 'Close panel' }).click();
+    const rows = await this.saved('Everything');
+    await panel.getByRole('button', { name: 'Close panel' }).click();
     return rows;
+  }
+
+  /** What the open time line saves as `kind`: the values of its lines. */
+  async saved(kind) {
+    await this.page.locator('.menu summary').click();
+    const [download] = await Promise.all([
+      this.page.waitForEvent('download'),
+      this.page.locator('.menu').getByRole('button', { name: kind }).click(),
+    ]);
+    const text = await readFile(await download.path(), 'utf8');
+    return text.trimEnd().split('\n').map((line) => JSON.parse(line));
+  }
+
+  /** The rows in sight of the open time line that have this title. */
+  row(title) {
+    return this.page.locator('.row', { has: this.page.locator(`.name:text-is("${title}")`) });
   }
 
   /** Chooses a permission in the phone's panel: notDetermined, authorized, denied, restricted. */

@@ -4,7 +4,9 @@
 
 #include <array>
 #include <charconv>
+#include <filesystem>
 #include <string_view>
+#include <system_error>
 
 namespace vemo {
 namespace {
@@ -15,11 +17,23 @@ bool read(std::string_view text, Number& number) {
   return problem == std::errc{} && end == text.data() + text.size();
 }
 
+/// Why there is no page in `folder`; empty when there is one.
+std::string problemWithFolder(const std::string& folder) {
+  std::error_code missing;
+  if (!std::filesystem::is_directory(folder, missing))
+    return "--page: there is no folder \"" + folder + "\".";
+  if (!std::filesystem::is_regular_file(std::filesystem::path(folder) / "index.html", missing))
+    return "--page: there is no index.html in \"" + folder + "\".";
+  return {};
+}
+
 }  // namespace
 
 std::optional<SimulatorOptions> optionsFrom(int argc, char** argv, std::string& error) {
   constexpr std::array kLong{option{"port", required_argument, nullptr, 'p'},
                              option{"page", required_argument, nullptr, 'd'},
+                             option{"page-url", required_argument, nullptr, 'u'},
+                             option{"shell", required_argument, nullptr, 'f'},
                              option{"seed", required_argument, nullptr, 's'},
                              option{"room-capacity", required_argument, nullptr, 'r'},
                              option{"log", required_argument, nullptr, 'l'},
@@ -28,11 +42,23 @@ std::optional<SimulatorOptions> optionsFrom(int argc, char** argv, std::string& 
   SimulatorOptions options;
   optind = 0;  // begin anew, whatever was read before
   opterr = 0;
-  for (int found = 0; (found = getopt_long(argc, argv, ":", kLong.data(), nullptr)) != -1;) {
+  int which = 0;
+  for (int found = 0; (found = getopt_long(argc, argv, ":", kLong.data(), &which)) != -1;) {
     bool good = true;
     switch (found) {
       case 'p': good = read(optarg, options.port); break;
-      case 'd': options.pageFolder = optarg; break;
+      case 'd':
+        options.pageFolder = optarg;
+        error = problemWithFolder(options.pageFolder);
+        if (!error.empty()) return std::nullopt;
+        break;
+      case 'u':
+        options.pageUrl = pageAddressFrom(optarg);
+        if (options.pageUrl) break;
+        error = "--page-url: \"" + std::string(optarg) +
+                "\" is no address of a page, such as http://localhost:5173/.";
+        return std::nullopt;
+      case 'f': options.shellFolder = optarg; break;
       case 's': good = read(optarg, options.seed); break;
       case 'r': good = read(optarg, options.roomCapacity) && options.roomCapacity > 0; break;
       case 'l': options.logFile = optarg; break;
@@ -41,12 +67,17 @@ std::optional<SimulatorOptions> optionsFrom(int argc, char** argv, std::string& 
       default: error = std::string("Unknown option ") + argv[optind - 1] + "."; return std::nullopt;
     }
     if (!good) {
-      error = "\"" + std::string(optarg) + "\" is no value for that option; see --help.";
+      error = "\"" + std::string(optarg) + "\" is no value for --" +
+              kLong.at(static_cast<std::size_t>(which)).name + "; see --help.";
       return std::nullopt;
     }
   }
   if (optind < argc) {
     error = std::string("Unexpected argument ") + argv[optind] + ".";
+    return std::nullopt;
+  }
+  if (!options.pageFolder.empty() && options.pageUrl) {
+    error = "--page and --page-url name two pages; give one of them.";
     return std::nullopt;
   }
   return options;
@@ -58,7 +89,9 @@ Plays phones in a browser: every page that connects is a phone of its own, in on
 simulated classroom cloud. Listens on the loopback interface only.
 
   --port N            listen on port N (8377); 0 takes any free one
-  --page DIR          serve the built page in DIR
+  --page DIR          open the page in DIR in the phones; it is served at /page/
+  --page-url URL      open the page at URL in the phones, such as a development server's
+  --shell DIR         serve the built shell in DIR, not the one that belongs to this build
   --seed N            seed of the simulated cloud (1)
   --room-capacity N   how many fit into a room (50)
   --log FILE          write the log to FILE, not to standard error

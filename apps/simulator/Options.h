@@ -5,11 +5,15 @@
 #include <optional>
 #include <string>
 
+#include "simulator/PageAddress.h"
+
 namespace vemo {
 
 struct SimulatorOptions {
   std::uint16_t port = 8377;
-  std::string pageFolder;  ///< empty: where the build put the page
+  std::string shellFolder;             ///< empty: where the build put it
+  std::string pageFolder;              ///< of the page in the phones; empty: another page
+  std::optional<PageAddress> pageUrl;  ///< of the page in the phones; with neither, the classroom
   std::uint64_t seed = 1;
   std::size_t roomCapacity = 50;
   std::string logFile;  ///< empty: standard error

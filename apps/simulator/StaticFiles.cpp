@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdint>
 #include <fstream>
 #include <system_error>
@@ -12,11 +13,29 @@ namespace {
 
 constexpr std::uintmax_t kMaxFileBytes = std::uintmax_t{32} << 20U;
 
-bool isPlainName(std::string_view name) {
-  constexpr std::string_view kAllowed =
-      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789._-";
-  return !name.empty() && !name.starts_with('.') &&
-         name.find_first_not_of(kAllowed) == std::string_view::npos;
+/// A part of a request's path with its percent escapes undone; nothing when one is wrong.
+std::optional<std::string> decoded(std::string_view part) {
+  std::string name;
+  for (std::size_t at = 0; at < part.size(); ++at) {
+    if (part[at] != '%') {
+      name += part[at];
+      continue;
+    }
+    unsigned char byte = 0;
+    const auto digits = part.substr(at + 1, 2);
+    const auto [end, problem] =
+        std::from_chars(digits.data(), digits.data() + digits.size(), byte, 16);
+    if (digits.size() != 2 || problem != std::errc{} || end != digits.data() + 2)
+      return std::nullopt;
+    name += static_cast<char>(byte);
+    at += 2;
+  }
+  return name;
+}
+
+bool isFileName(std::string_view name) {
+  return !name.empty() && !name.starts_with('.') && name.find('/') == std::string_view::npos &&
+         name.find('\0') == std::string_view::npos;
 }
 
 }  // namespace
@@ -26,17 +45,18 @@ std::optional<std::filesystem::path> fileFor(const std::filesystem::path& folder
   target = target.substr(0, target.find('?'));
   if (!target.starts_with('/')) return std::nullopt;
   target.remove_prefix(1);
-  if (target.ends_with('/')) return std::nullopt;
-  if (target.empty()) target = "index.html";
 
+  const bool isFolder = target.empty() || target.ends_with('/');
   std::filesystem::path relative;
   while (!target.empty()) {
     const auto end = target.find('/');
-    const auto name = target.substr(0, end);
-    if (!isPlainName(name)) return std::nullopt;
-    relative /= name;
+    const auto name = decoded(target.substr(0, end));
+    if (!name || !isFileName(*name)) return std::nullopt;
+    relative /= *name;
     target.remove_prefix(end == std::string_view::npos ? target.size() : end + 1);
   }
+
+  if (isFolder) relative /= "index.html";
 
   // A link inside the folder may still point out of it.
   std::error_code problem;
@@ -54,13 +74,22 @@ std::string_view contentType(const std::filesystem::path& file) {
       {".html", "text/html; charset=utf-8"},
       {".css", "text/css; charset=utf-8"},
       {".js", "text/javascript; charset=utf-8"},
+      {".mjs", "text/javascript; charset=utf-8"},
       {".json", "application/json"},
       {".map", "application/json"},
       {".svg", "image/svg+xml"},
       {".png", "image/png"},
       {".jpg", "image/jpeg"},
+      {".jpeg", "image/jpeg"},
+      {".gif", "image/gif"},
+      {".webp", "image/webp"},
       {".ico", "image/x-icon"},
       {".txt", "text/plain; charset=utf-8"},
+      {".wasm", "application/wasm"},
+      {".woff2", "font/woff2"},
+      {".mp3", "audio/mpeg"},
+      {".mp4", "video/mp4"},
+      {".webm", "video/webm"},
   });
   const auto extension = file.extension().string();
   const auto found = std::ranges::find(kTypes, std::string_view(extension),

@@ -7,10 +7,9 @@
 
 namespace vemo {
 
-/// The regular file in `folder` that a request for `target` means ("/" is the index,
-/// a query is ignored); nothing when there is none, when the target could lead out of
-/// the folder, or when it names a hidden file. Names hold letters, digits and "._-"
-/// alone, so there is nothing to decode.
+/// The regular file in `folder` that a request for `target` means (a folder's, with "/" at the
+/// end, is its index; a query is ignored); nothing when there is none, when the target could
+/// lead out of the folder, or when it names a hidden file.
 std::optional<std::filesystem::path> fileFor(const std::filesystem::path& folder,
                                              std::string_view target);
 

@@ -9,6 +9,8 @@
 #include <boost/beast/core.hpp>
 #include <boost/beast/http.hpp>
 #include <boost/beast/websocket.hpp>
+#include <boost/json/object.hpp>
+#include <boost/json/serialize.hpp>
 #include <chrono>
 #include <csignal>
 #include <deque>
@@ -37,6 +39,8 @@ constexpr std::size_t kMaxHeaderBytes = 16'384;
 constexpr std::uint64_t kMaxBodyBytes = 1024;  // nothing here reads a body
 constexpr auto kAnswerTimeout = std::chrono::seconds(30);
 constexpr auto kFarewell = std::chrono::milliseconds(500);
+constexpr std::string_view kPagePath = "/page/";
+constexpr std::string_view kPolicyField = "Content-Security-Policy";
 
 class HttpConnection;
 class PageConnection;
@@ -131,6 +135,21 @@ struct WebServerState {
     --pageCount;
     std::erase_if(pages, [](const auto& page) { return page.expired(); });
     if (stopping && pageCount == 0) io.stop();
+  }
+
+  /// Whether the phones have another page than the shell's own.
+  bool hasPage() const { return options.page || !options.pageFolder.empty(); }
+  /// What tells the shell where that page is.
+  std::string pageJson() const {
+    const auto url = options.page ? options.page->url : std::string(kPagePath);
+    return serialize(boost::json::object{{"page", url}});
+  }
+  /// What pages of the shell's origin may do: only the page's own origin is framed beside theirs.
+  std::string policy() const {
+    const auto page = options.page ? " " + options.page->origin : "";
+    return "default-src 'self'; img-src 'self' data: blob:; connect-src 'self'" + page +
+           "; frame-src 'self'" + page +
+           "; frame-ancestors 'self'; base-uri 'none'; form-action 'none'";
   }
 
   bool knowsHost(std::string_view host) const {
@@ -345,14 +364,31 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
     }
     if (request.target() == "/phone")
       return text(http::status::upgrade_required, "This is the address of a WebSocket.");
-    const auto file = fileFor(state_.options.pageFolder, view(request.target()));
+    const auto target = view(request.target());
+    const auto path = target.substr(0, target.find('?'));
+    const auto& options = state_.options;
+    if (path == "/page.json" && state_.hasPage())
+      return found(request, "application/json", state_.pageJson());
+    const bool isOfPage = !options.pageFolder.empty() && path.starts_with(kPagePath);
+    const auto file = isOfPage ? fileFor(options.pageFolder, path.substr(kPagePath.size() - 1))
+                               : fileFor(options.shellFolder, path);
     auto bytes = file ? readFile(*file) : std::nullopt;
     if (!bytes) return text(http::status::not_found, "There is no such file.");
 
+    auto response = found(request, contentType(*file), std::move(*bytes));
+    if (isOfPage) response.set(kPolicyField, "frame-ancestors 'self'");
+    if (path == "/vemo-client.js") {  // for pages of other origins too
+      response.set(http::field::access_control_allow_origin, "*");
+      response.set("Cross-Origin-Resource-Policy", "cross-origin");
+    }
+    return response;
+  }
+
+  static Response found(const Request& request, std::string_view type, std::string bytes) {
     Response response(http::status::ok, 11);
-    response.set(http::field::content_type, contentType(*file));
-    const auto size = bytes->size();
-    if (request.method() == http::verb::get) response.body() = std::move(*bytes);
+    response.set(http::field::content_type, type);
+    const auto size = bytes.size();
+    if (request.method() == http::verb::get) response.body() = std::move(bytes);
     response.content_length(size);
     return response;
   }
@@ -373,10 +409,7 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
     response.set(http::field::server, "vemo-simulator");
     response.set(http::field::cache_control, "no-cache");
     response.set("X-Content-Type-Options", "nosniff");
-    // The web view runs the scripts that the application gives it, hence unsafe-eval.
-    response.set("Content-Security-Policy",
-                 "default-src 'self'; script-src 'self' 'unsafe-eval'; img-src 'self' data: blob:; "
-                 "frame-ancestors 'self'; base-uri 'none'; form-action 'none'");
+    if (response.find(kPolicyField) == response.end()) response.set(kPolicyField, state_.policy());
     response.keep_alive(keepAlive);
     response_ = std::move(response);
     stream_.expires_after(kAnswerTimeout);
@@ -458,8 +491,8 @@ void WebServerState::stop() {
 
 std::unique_ptr<WebServer> WebServer::open(WebServerOptions options, std::string& error) {
   std::error_code missing;
-  if (!std::filesystem::is_regular_file(options.pageFolder / "index.html", missing)) {
-    error = "There is no built page in " + options.pageFolder.string() + " (no index.html).";
+  if (!std::filesystem::is_regular_file(options.shellFolder / "index.html", missing)) {
+    error = "There is no built shell in " + options.shellFolder.string() + " (no index.html).";
     return nullptr;
   }
   auto state = std::make_unique<WebServerState>(std::move(options));

@@ -6,16 +6,20 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
+#include "simulator/PageAddress.h"
 #include "simulator/PageSocket.h"
 
 namespace vemo {
 
 struct WebServerOptions {
-  std::uint16_t port = 0;            ///< 0: any free one
-  std::filesystem::path pageFolder;  ///< what is served, subfolders included
+  std::uint16_t port = 0;             ///< 0: any free one
+  std::filesystem::path shellFolder;  ///< what is served, subfolders included
+  std::filesystem::path pageFolder;   ///< served at "/page/", if not empty, for the phones
+  std::optional<PageAddress> page;    ///< for the phones, where another server has their page
   /// Longer frames of a page end its connection. A page message travels quoted in a
   /// frame, which can make it longer by half or more.
   std::size_t maxFrameBytes = std::size_t{4} << 20U;
@@ -35,7 +39,7 @@ struct WebServerOptions {
 
 struct WebServerState;
 
-/// An HTTP server on the loopback interface: files of a folder, and a WebSocket at
+/// An HTTP server on the loopback interface: files of the shell and of a page, and a WebSocket at
 /// "/phone" for pages of its own. Requests that name another host, and WebSockets of
 /// pages that came from elsewhere, are refused, so no foreign page can reach it. Its
 /// connections are limited in number and time, so that no client can shut others out.

@@ -47,7 +47,9 @@ int run(int argc, char** argv) {
   const auto ownLogger = logger->forSession("server");
   WebServerOptions web;
   web.port = options->port;
-  web.pageFolder = options->pageFolder.empty() ? VEMO_PAGE_FOLDER : options->pageFolder;
+  web.shellFolder = options->shellFolder.empty() ? VEMO_SHELL_FOLDER : options->shellFolder;
+  web.pageFolder = options->pageFolder;
+  web.page = options->pageUrl;
   web.note = [&](std::string_view line) { note(*ownLogger, line); };
   raiseDescriptorLimit();
   const auto server = WebServer::open(std::move(web), error);

@@ -52,7 +52,7 @@ function index({ commands, events }, names) {
 
 What a page can send to the application, what it gets back, and what it hears. The same as JSON
 is printed by \`vemo-protocol\`; [protocol.schema.json](protocol.schema.json) describes that, and
-\`page/src/protocol.ts\` has it as TypeScript types.
+\`page/client/src/protocol.ts\` has it as TypeScript types.
 
 | subject | |
 |---|---|

@@ -10,11 +10,21 @@ export function types({ commands, events }) {
   );
   return `// Made by scripts/make-reference.mjs from the router's tables: don't edit it.
 
+import type { Answers, CallOptions, MayStayOpen, Success } from './calls.js';
+
 ${[...records].map(([name, members]) => record(name, members)).join('\n')}
-/** The commands that a page can send. */
+/** What each command takes and gives; its method says what it does. */
 export interface Commands {
 ${commands.map(command).join('')}}
 export type CommandName = keyof Commands;
+
+/** The names of all commands, with spaces between. */
+export const commandNames =
+${names(commands)};
+
+/** Every command as a method. */
+export interface Methods {
+${commands.map(method).join('')}}
 
 /** The events that a page can register for, each with its payload. */
 export interface Events {
@@ -36,17 +46,38 @@ function record(name, members) {
   return `export type ${name} = {\n${members.map((member) => resultField(member, '  ')).join('')}};\n`;
 }
 
-function command({ name, about, unansweredWhen, answered, params, result, errors }) {
-  const words = unansweredWhen ? `${about} It stays unanswered when ${unansweredWhen}.` : about;
+function command({ name, answered, params, result, errors }) {
   return (
-    comment(words, '  ') +
     `  ${name}: {\n` +
     `    params: ${object(params, '    ', param)};\n` +
-    `    result: ${object(result, '    ', resultField)};\n` +
+    `    result: ${result.length > 0 ? object(result, '    ', resultField) : 'Success'};\n` +
     `    answered: '${answered}';\n` +
     `    errorCode: ${errorCodes(errors)};\n` +
     '  };\n'
   );
+}
+
+function method({ name, about, unansweredWhen, answered, params, errors }) {
+  const paragraphs = [about];
+  if (unansweredWhen) paragraphs.push(`It stays unanswered when ${unansweredWhen}.`);
+  for (const { module, code, text, when } of errors)
+    paragraphs.push(
+      `@throws {BridgeError} ${code ?? 'another code'} (${module})${text ? `, "${text}"` : ''}: ${when}`,
+    );
+  const given = answered === 'many' ? 'Answers' : unansweredWhen ? 'MayStayOpen' : 'Promise';
+  const optional = params.some(({ required }) => required) ? '' : '?';
+  return (
+    block(paragraphs, '  ') +
+    `  ${name}(\n` +
+    `    params${optional}: Commands['${name}']['params'],\n` +
+    '    options?: CallOptions,\n' +
+    `  ): ${given}<Commands['${name}']['result']>;\n`
+  );
+}
+
+function names(commands) {
+  const lines = filled(commands.map(({ name }) => name).join(' '), '  ');
+  return lines.map((line, at) => `  '${line}${at < lines.length - 1 ? ` ' +` : `'`}`).join('\n');
 }
 
 function event({ name, about, periodic, payload }) {
@@ -104,12 +135,23 @@ function meaning({ about, unit }) {
 
 function comment(text, margin) {
   if (!text) return '';
-  const words = text.replaceAll('*/', '* /').split(' ');
+  const lines = filled(text, margin);
+  if (lines.length === 1) return `${margin}/** ${lines[0]} */\n`;
+  return `${margin}/**\n${lines.map((line) => `${margin} * ${line}\n`).join('')}${margin} */\n`;
+}
+
+/** A comment of several paragraphs. */
+function block(paragraphs, margin) {
+  if (paragraphs.length === 1) return comment(paragraphs[0], margin);
+  const lines = paragraphs.flatMap((text) => filled(text, margin));
+  return `${margin}/**\n${lines.map((line) => `${margin} * ${line}\n`).join('')}${margin} */\n`;
+}
+
+function filled(text, margin) {
   const lines = [''];
-  for (const word of words) {
+  for (const word of text.replaceAll('*/', '* /').split(' ')) {
     if (margin.length + lines.at(-1).length + word.length > 94) lines.push('');
     lines[lines.length - 1] += (lines.at(-1) ? ' ' : '') + word;
   }
-  if (lines.length === 1) return `${margin}/** ${lines[0]} */\n`;
-  return `${margin}/**\n${lines.map((line) => `${margin} * ${line}\n`).join('')}${margin} */\n`;
+  return lines;
 }

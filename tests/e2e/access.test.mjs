@@ -133,8 +133,11 @@ for (const colorScheme of ['light', 'dark'])
       await check('the class while sharing');
 
       await ada.openPanel('Time line');
-      await ada.page.locator('.entry summary').last().click();
-      await check('the log');
+      await check('the time line');
+      await ada.row('startLocalPreview').last().locator('.row-head').click();
+      await ada.page.locator('.details').waitFor();
+      await ada.page.locator('.menu summary').click();
+      await check('a row of the time line, and the menu');
       await ada.page.getByRole('tab', { name: 'Phone' }).click();
       await check('the settings of the phone');
       await ada.page.getByRole('button', { name: 'Close panel' }).click();

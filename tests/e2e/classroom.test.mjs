@@ -2,7 +2,7 @@
 
 import assert from 'node:assert/strict';
 import { after, afterEach, before, beforeEach, test } from 'node:test';
-import { Phone, startBrowser, startSimulator } from '../../testing/browser.mjs';
+import { Phone, sendRaw, startBrowser, startSimulator } from '../../testing/browser.mjs';
 
 let browser;
 let simulator;
@@ -167,10 +167,10 @@ test('a reply of before a reload never reaches the page after it', async () => {
 
 test('a lost connection is shown, and its return', async () => {
   const ada = await entered('Ada');
-  await ada.openPanel('Phone');
-  await ada.page.getByRole('button', { name: 'Cut off' }).click();
+  const panel = await ada.openPanel('Phone');
+  await panel.getByRole('button', { name: 'Cut off' }).click();
   await ada.view.locator('.pill[data-connection="reconnecting"]').waitFor();
-  await ada.page.getByRole('button', { name: 'Restore' }).click();
+  await panel.getByRole('button', { name: 'Restore' }).click();
   await ada.view.locator('.pill[data-connection="good"]').waitFor();
 });
 
@@ -206,42 +206,31 @@ test('a page finds a simulator that was started again', async () => {
 test('malformed messages are answered or ignored, and the page works on', async () => {
   const ada = await open();
   const page = ada.page.frames().find((frame) => frame.url().endsWith('classroom.html'));
-  const replies = await page.evaluate(async () => {
-    const ready = new Promise((resolve) => {
-      const seen = [];
-      const host = window.parent.vemoHost;
-      window.vemoBridge.onReply = (reply) => {
-        seen.push(reply);
-        if (reply.head.cbid === 'last') resolve(seen);
-      };
-      const connection = host.attach(window, () => {});
-      for (const text of [
-        'no json',
-        '[]',
-        '{}',
-        '"\ud800"',
-        `${'['.repeat(5000)}`,
-        '{"head":{"action":"initSDK"},"params":7,"cbid":"params"}',
-        '{"head":{"action":"nose"},"cbid":"unknown"}',
-        `{"head":{"action":"initSDK"},"cbid":"long","params":{"a":"${'x'.repeat(1 << 20)}"}}`,
-        '{"head":{"action":"initSDK"},"cbid":"last"}',
-      ])
-        connection.postMessage(text);
-    });
-    return ready;
-  });
+  const texts = [
+    'no json',
+    '[]',
+    '{}',
+    '"\ud800"',
+    `${'['.repeat(5000)}`,
+    '{"head":{"action":"initSDK"},"params":7,"cbid":"params"}',
+    '{"head":{"action":"nose"},"cbid":"unknown"}',
+    `{"head":{"action":"initSDK"},"cbid":"long","params":{"a":"${'x'.repeat(1 << 20)}"}}`,
+    '{"head":{"action":"initSDK"},"cbid":"last"}',
+  ];
+  const replies = await sendRaw(page, texts, 'last');
   const errors = Object.fromEntries(replies.map(({ head, error }) => [head.cbid, error]));
   assert.equal(errors.params.errmsg, 'bad message');
   assert.equal(errors.unknown.errmsg, 'unknown action');
   assert.equal(errors.last.errcode, 0);
 });
 
-test('the log shows commands, replies and events', async () => {
+test('the time line shows commands with their answers, and events', async () => {
   const ada = await entered('Ada');
-  await ada.page.getByRole('button', { name: 'Developer panel' }).click();
-  const log = ada.page.locator('.log');
-  await log.locator('.command', { hasText: 'enterRoom' }).waitFor();
-  await log.locator('.answer', { hasText: 'enterRoom' }).waitFor();
-  await log.locator('.event', { hasText: 'onEnterRoom' }).first().click();
-  await log.locator('pre', { hasText: '"elapsed"' }).waitFor();
+  await ada.openPanel('Time line');
+  const command = ada.row('enterRoom');
+  await command.locator('.took').waitFor();
+  await command.locator('.row-head').click();
+  await command.locator('pre', { hasText: '"elapsed"' }).waitFor();
+  await ada.row('onEnterRoom').locator('.row-head').click();
+  await ada.row('onEnterRoom').locator('pre', { hasText: '"elapsed"' }).waitFor();
 });

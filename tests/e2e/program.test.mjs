@@ -31,8 +31,10 @@ test('says how it is used', () => {
 
 test('refuses what it cannot use, in one sentence', () => {
   refuses(/Unknown option --nose\./, '--nose');
-  refuses(/"x" is no value/, '--port', 'x');
-  refuses(/no built page in \/nowhere/, '--port', '0', '--page', '/nowhere');
+  refuses(/"x" is no value for --port/, '--port', 'x');
+  refuses(/no built shell in \/nowhere/, '--port', '0', '--shell', '/nowhere');
+  refuses(/--page: there is no folder "\/nowhere"/, '--page', '/nowhere');
+  refuses(/--page-url: "nowhere" is no address/, '--page-url', 'nowhere');
   refuses(/Can't write the log/, '--port', '0', '--log', '/proc/none/log');
 });
 

@@ -2,7 +2,7 @@
 
 import assert from 'node:assert/strict';
 import { after, afterEach, before, beforeEach, test } from 'node:test';
-import { Phone, startBrowser, startSimulator } from '../../testing/browser.mjs';
+import { Phone, sendRaw, startBrowser, startSimulator } from '../../testing/browser.mjs';
 
 let browser;
 let simulator;
@@ -136,7 +136,7 @@ test('the form is filled in as before after a reload, without the signature', as
   assert.equal(kept.includes('a-secret'), false);
 });
 
-test('the log tells a cause before its effect', async () => {
+test('the time line tells a cause before its effect', async () => {
   const ada = await entered('Ada');
   const ben = await entered('Ben');
   await ben.setPermission('Camera', 'authorized');
@@ -148,36 +148,38 @@ test('the log tells a cause before its effect', async () => {
   assert.ok(event >= 0 && event < command, `event ${event}, command ${command}`);
 });
 
-test('signatures are masked in the log until they are asked for', async () => {
+test('signatures are masked in the time line until they are asked for', async () => {
   const ada = await entered('Ada', { signature: 'the-secret-one' });
   // As a command, in a text within a command, in what can't be read, and in a script.
   const page = ada.page.frames().find((frame) => frame.url().endsWith('classroom.html'));
-  await page.evaluate(() => {
-    const signed = { userId: 'Ada', userSig: 'the-secret-one' };
-    const nested = JSON.stringify({ api: 'none', params: signed });
-    const connection = window.parent.vemoHost.attach(window, () => {});
-    connection.postMessage(
-      JSON.stringify({ head: { action: 'callExperimentalAPI' }, params: { APIParams: nested }, cbid: '1' }),
-    );
-    connection.postMessage(`{"head":{"action":"broken"},"params":{"userSig":"the-secret-one"`);
-    connection.postMessage(`{"head":{"action":"userSig the-secret-one"},"cbid":"2"}`);
-    connection.postMessage('{"head":{"action":"getSDKVersion"},"cbid":"last"}');
-  });
-  await ada.page.getByRole('button', { name: 'Developer panel' }).click();
-  const log = ada.page.locator('.log');
-  await log.locator('.answer .name', { hasText: 'getSDKVersion' }).last().waitFor();
-  const open = () =>
-    log.locator('details').evaluateAll((entries) => {
-      for (const entry of entries) entry.open = true;
-    });
-  await open();
-  await log.locator('pre', { hasText: '•••' }).first().waitFor();
-  await log.locator('pre', { hasText: 'sdkAppId' }).first().waitFor();
-  assert.equal((await log.innerHTML()).includes('the-secret-one'), false);
+  const signed = { userId: 'Ada', userSig: 'the-secret-one' };
+  const nested = JSON.stringify({ api: 'none', params: signed });
+  const texts = [
+    JSON.stringify({ head: { action: 'callExperimentalAPI' }, params: { APIParams: nested }, cbid: '1' }),
+    `{"head":{"action":"broken"},"params":{"userSig":"the-secret-one"`,
+    `{"head":{"action":"userSig the-secret-one"},"cbid":"2"}`,
+    '{"head":{"action":"getSDKVersion"},"cbid":"last"}',
+  ];
+  await sendRaw(page, texts, 'last');
+  await ada.openPanel('Time line');
+  await ada.row('getSDKVersion').nth(1).locator('.took').waitFor();
+  const rows = ada.page.locator('.rows');
+  const secrets = ada.page.getByRole('button', { name: 'Show secrets' });
+  for (const title of ['enterRoom', 'callExperimentalAPI', 'not a message']) {
+    const row = ada.row(title).last();
+    await row.locator('.row-head').click();
+    await row.locator('pre', { hasText: '•••' }).first().waitFor();
+    assert.equal((await rows.innerHTML()).includes('the-secret-one'), false);
+    await secrets.click();
+    await row.locator('pre', { hasText: 'the-secret-one' }).first().waitFor();
+    await secrets.click();
+    await row.locator('pre', { hasText: 'the-secret-one' }).first().waitFor({ state: 'detached' });
+    await row.locator('.row-head').click();
+  }
+  for (const kind of ['Everything', 'Scenario'])
+    assert.equal(JSON.stringify(await ada.saved(kind)).includes('the-secret-one'), false);
 
-  await ada.page.getByLabel('Show secrets').check();
-  await log.locator('pre', { hasText: '"userSig": "the-secret-one"' }).first().waitFor();
-  await ada.page.getByLabel('Show secrets').uncheck();
-  await log.locator('pre', { hasText: 'the-secret-one' }).first().waitFor({ state: 'detached' });
-  assert.equal((await log.innerHTML()).includes('the-secret-one'), false);
+  await secrets.click();
+  for (const kind of ['Everything', 'Scenario'])
+    assert.ok(JSON.stringify(await ada.saved(kind)).includes('the-secret-one'));
 });

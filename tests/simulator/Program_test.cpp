@@ -40,7 +40,7 @@ class Simulator {
     std::string name = (std::filesystem::temp_directory_path() / "vemo-XXXXXX").string();
     folder_ = ::mkdtemp(name.data());
     std::ofstream(folder_ / "index.html") << "<p>page</p>";
-    options.insert(options.begin(), {VEMO_SIMULATOR, "--port", "0", "--page", folder_.string()});
+    options.insert(options.begin(), {VEMO_SIMULATOR, "--port", "0", "--shell", folder_.string()});
     std::vector<char*> arguments;
     for (auto& option : options) arguments.push_back(option.data());
     arguments.push_back(nullptr);

@@ -51,6 +51,8 @@ class Lines {
   std::vector<std::string> lines_;
 };
 
+constexpr auto* kPolicy = "Content-Security-Policy";
+
 /// Answers each frame by itself, "flood" by many of them and "hush" not at all.
 class Echo final : public PageListener {
  public:
@@ -83,15 +85,22 @@ class WebServerTest : public testing::Test {
   static constexpr std::chrono::seconds kNever{600};
 
   explicit WebServerTest(std::chrono::milliseconds requestTimeout = kNever) {
-    std::filesystem::create_directories(folder_ / "page" / "sub");
-    write("page/index.html", "<p>index</p>");
-    write("page/app.js", "let a;");
-    write("page/sub/style.css", "p {}");
-    write("page/.hidden", "secret");
+    std::filesystem::create_directories(folder_ / "shell" / "sub");
+    std::filesystem::create_directories(folder_ / "page" / "more of it");
+    write("shell/index.html", "<p>index</p>");
+    write("shell/app.js", "let a;");
+    write("shell/vemo-client.js", "let c;");
+    write("shell/sub/style.css", "p {}");
+    write("shell/.hidden", "secret");
+    write("page/index.html", "<p>own</p>");
+    write("page/more of it/index.html", "<p>more</p>");
+    write("page/more of it/größe.mjs", "let g;");
     write("secret.txt", "secret");
-    std::filesystem::create_symlink(folder_ / "secret.txt", folder_ / "page" / "link.txt");
+    for (const auto* served : {"shell", "page"})
+      std::filesystem::create_symlink(folder_ / "secret.txt", folder_ / served / "link.txt");
 
     WebServerOptions options;
+    options.shellFolder = folder_ / "shell";
     options.pageFolder = folder_ / "page";
     options.maxFrameBytes = 50'000;
     options.maxUnsentBytes = 20'000'000;
@@ -225,11 +234,53 @@ TEST_F(WebServerTest, ServesTheFilesOfItsFolder) {
   EXPECT_EQ(head.body(), "");
 }
 
+TEST_F(WebServerTest, ServesAPageOfItsOwnFolder) {
+  EXPECT_EQ(get("/page/").body(), "<p>own</p>");
+  EXPECT_EQ(get("/page/more%20of%20it/?a=b").body(), "<p>more</p>");
+  const auto script = get("/page/more%20of%20it/gr%C3%B6%c3%9Fe.mjs");
+  EXPECT_EQ(script.body(), "let g;");
+  EXPECT_EQ(script[http::field::content_type], "text/javascript; charset=utf-8");
+  EXPECT_EQ(get("/page.json").body(), R"({"page":"/page/"})");
+  EXPECT_EQ(get("/page.json?x").body(), R"({"page":"/page/"})");
+  // A page may do what it does elsewhere; the shell may not.
+  EXPECT_EQ(get("/page/")[kPolicy], "frame-ancestors 'self'");
+  EXPECT_NE(get("/")[kPolicy].find("default-src 'self'"), std::string::npos);
+}
+
+TEST_F(WebServerTest, TheClientAloneIsForOtherOrigins) {
+  EXPECT_EQ(get("/vemo-client.js")[http::field::access_control_allow_origin], "*");
+  EXPECT_EQ(get("/vemo-client.js?v=1")["Cross-Origin-Resource-Policy"], "cross-origin");
+  for (const auto* target : {"/", "/app.js", "/page/", "/page.json", "/none"}) {
+    EXPECT_EQ(get(target).count(http::field::access_control_allow_origin), 0U) << target;
+    EXPECT_EQ(get(target).count("Cross-Origin-Resource-Policy"), 0U) << target;
+  }
+}
+
 TEST_F(WebServerTest, ServesNothingElse) {
-  for (const auto* target :
-       {"/none.txt", "/../secret.txt", "/sub/../../secret.txt", "/..%2fsecret.txt",
-        "/%2e%2e/secret.txt", "/..\\secret.txt", "//etc/passwd", "/.hidden", "/link.txt", "/sub",
-        "/sub/", "/index.html/", "/index.html%00.js", "etc/passwd"}) {
+  for (const auto* target : {"/none.txt",
+                             "/../secret.txt",
+                             "/sub/../../secret.txt",
+                             "/..%2fsecret.txt",
+                             "/%2e%2e/secret.txt",
+                             "/..\\secret.txt",
+                             "//etc/passwd",
+                             "/.hidden",
+                             "/link.txt",
+                             "/sub",
+                             "/sub/",
+                             "/index.html/",
+                             "/index.html%00.js",
+                             "etc/passwd",
+                             "/page/link.txt",
+                             "/page",
+                             "/page/none.js",
+                             "/page/../secret.txt",
+                             "/page/%2e%2e/secret.txt",
+                             "/page/index%2",
+                             "/page/%",
+                             "/page/index%zz",
+                             "/page/more%20of%20it%2findex.html",
+                             "/page//"}) {
     const auto response = get(target);
     EXPECT_EQ(response.result(), http::status::not_found) << target;
     EXPECT_EQ(response.body().find("secret"), std::string::npos) << target;
@@ -531,19 +582,43 @@ TEST_F(WebServerTest, TasksRunOnItsThreadInOrder) {
   EXPECT_EQ(done.wait(3), (std::vector<std::string>{"a", "b", "c"}));
 }
 
+TEST_F(WebServerTest, LetsOnlyTheNamedOriginIntoItsFrames) {
+  WebServerOptions options;
+  options.shellFolder = folder_ / "shell";
+  options.page = pageAddressFrom("http://localhost:5173/lesson?a=b");
+  const auto port = server_->port();
+  server_->stop();
+  thread_.join();
+  options.port = port;
+  std::string error;
+  server_.reset();
+  server_ = WebServer::open(options, error);
+  ASSERT_TRUE(server_) << error;
+  thread_ = std::thread([this] {
+    server_->run([this](std::shared_ptr<PageSocket> page) {
+      return std::make_unique<Echo>(std::move(page), events_, troubles_);
+    });
+  });
+  EXPECT_EQ(get("/page.json").body(), R"({"page":"http://localhost:5173/lesson?a=b"})");
+  const std::string policy = get("/")[kPolicy];
+  EXPECT_NE(policy.find("frame-src 'self' http://localhost:5173;"), std::string::npos) << policy;
+  EXPECT_NE(policy.find("connect-src 'self' http://localhost:5173;"), std::string::npos) << policy;
+  EXPECT_EQ(get("/page/").result(), http::status::not_found);
+}
+
 TEST_F(WebServerTest, SaysWhyItCannotOpen) {
   std::string error;
   WebServerOptions busy;
   busy.port = server_->port();
-  busy.pageFolder = folder_ / "page";
+  busy.shellFolder = folder_ / "shell";
   EXPECT_FALSE(WebServer::open(busy, error));
   EXPECT_EQ(error, "Port " + std::to_string(busy.port) + " is in use by another program.");
 
   WebServerOptions missing;
-  missing.pageFolder = folder_ / "nowhere";
+  missing.shellFolder = folder_ / "nowhere";
   EXPECT_FALSE(WebServer::open(missing, error));
   EXPECT_EQ(error,
-            "There is no built page in " + missing.pageFolder.string() + " (no index.html).");
+            "There is no built shell in " + missing.shellFolder.string() + " (no index.html).");
 }
 
 }  // namespace

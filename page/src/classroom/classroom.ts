@@ -1,8 +1,7 @@
 // The class as this page knows it: who is in the room, what the own devices do, and the
 // commands that change it. It draws nothing.
 
-import { Bridge, BridgeError, type EventHandler } from '../bridge';
-import type { CommandName, Commands, EventName, KOBUStatistics } from '../protocol';
+import { Bridge, BridgeError, type EventHandler, type EventName, type KOBUStatistics } from 'vemo-client';
 import { errorInWords, exitInWords, leaveInWords } from '../words';
 import { LocalMedia } from './localMedia';
 import { cameraStream, type Person, type RoomAccess, type Tone, type Watcher } from './roomAccess';
@@ -66,8 +65,9 @@ export class Classroom implements RoomAccess {
     return this.people.get(this.userId);
   }
 
-  /** Connects to the application, again where it had stopped. */
+  /** Connects with the application again, after it had stopped. */
   connect(): void {
+    if (this.bridge.state !== 'stopped') return;
     this.phase = 'connecting';
     this.problem = undefined;
     this.watcher.changed();
@@ -85,7 +85,7 @@ export class Classroom implements RoomAccess {
     this.role = form.role;
     this.watcher.changed();
     try {
-      const { elapsed } = await this.bridge.call('enterRoom', {
+      const { elapsed } = await this.bridge.enterRoom({
         sdkAppId: form.sdkAppId,
         userId: form.name,
         userSig: form.userSig,
@@ -95,7 +95,7 @@ export class Classroom implements RoomAccess {
         autoRecvAudio: true,
         autoRecvVideo: true,
       });
-      if (elapsed < 0) throw new BridgeError('enterRoom', elapsed, '');
+      if (elapsed < 0) throw new BridgeError('enterRoom', 'KOBU', elapsed, '');
       this.phase = 'inside';
       this.person(form.name);
       this.notice(`You are in room ${form.roomId}.`, 'good');
@@ -108,7 +108,7 @@ export class Classroom implements RoomAccess {
   async leave(): Promise<void> {
     this.phase = 'leaving';
     this.watcher.changed();
-    await this.attempt('exitRoom');
+    await this.attempt(this.bridge.exitRoom());
     if (this.phase !== 'leaving') return;
     this.reset();
     this.phase = 'outside';
@@ -117,7 +117,7 @@ export class Classroom implements RoomAccess {
 
   /** Goes on stage or back to the audience; the answer comes when the room has agreed. */
   async switchRole(role: number): Promise<void> {
-    const done = await this.attempt('switchRole', { role }, { nativecb: 'switchRole' });
+    const done = await this.attempt(this.bridge.switchRole({ role }, { nativecb: 'switchRole' }));
     if (!done) return;
     this.role = role;
     if (role === audienceRole) {
@@ -132,8 +132,8 @@ export class Classroom implements RoomAccess {
   async showEverybody(): Promise<void> {
     for (const { userId, own, video, screen } of this.people.values()) {
       if (own) continue;
-      if (video) await this.attempt('startRemoteView', { userId, streamType: cameraStream });
-      if (screen) await this.attempt('startRemoteSubStreamView', { userId });
+      if (video) await this.attempt(this.bridge.startRemoteView({ userId, streamType: cameraStream }));
+      if (screen) await this.attempt(this.bridge.startRemoteSubStreamView({ userId }));
     }
   }
 
@@ -141,23 +141,19 @@ export class Classroom implements RoomAccess {
   async restartEngine(): Promise<void> {
     this.phase = 'leaving';
     this.reset();
-    await this.attempt('uninitSDK');
+    await this.attempt(this.bridge.uninitSDK());
     this.phase = 'outside';
-    await this.attempt('initSDK');
+    await this.attempt(this.bridge.initSDK());
     this.watcher.changed();
   }
 
-  async attempt<Name extends CommandName>(
-    command: Name,
-    params?: Commands[Name]['params'],
-    options?: { nativecb?: string },
-  ): Promise<Commands[Name]['result'] | undefined> {
+  async attempt<Value>(call: Promise<Value>): Promise<Value | undefined> {
     try {
-      return await this.bridge.call(command, params, options);
+      return await call;
     } catch (error) {
       if (!(error instanceof BridgeError)) throw error;
-      if (!error.stopped) {
-        const detail = error.message && ` (${error.message})`;
+      if (error.reason !== 'stopped') {
+        const detail = error.text && ` (${error.text})`;
         this.notice(`${errorInWords(error.code)}${detail}`, 'bad');
       }
       return undefined;
@@ -170,13 +166,12 @@ export class Classroom implements RoomAccess {
 
   private async start(): Promise<void> {
     try {
-      await this.bridge.register();
-      await this.bridge.call('initSDK');
-      this.version = (await this.bridge.call('getSDKVersion')).version;
+      await this.bridge.initSDK();
+      this.version = (await this.bridge.getSDKVersion()).version;
       await this.share.ask();
       this.phase = 'outside';
     } catch (error) {
-      if (error instanceof BridgeError && error.stopped) return;
+      if (error instanceof BridgeError && error.reason === 'stopped') return;
       this.problem = inWords(error);
       this.phase = 'outside';
     }
@@ -254,11 +249,13 @@ export class Classroom implements RoomAccess {
     });
     inRoom('onUserVideoAvailable', ({ availableUserId: userId, available }) => {
       this.person(userId).video = available;
-      void this.attempt(available ? 'startRemoteView' : 'stopRemoteView', { userId, streamType: cameraStream });
+      const view = { userId, streamType: cameraStream };
+      void this.attempt(available ? bridge.startRemoteView(view) : bridge.stopRemoteView(view));
     });
     inRoom('onUserSubStreamAvailable', ({ availableUserId: userId, available }) => {
       this.person(userId).screen = available;
-      void this.attempt(available ? 'startRemoteSubStreamView' : 'stopRemoteSubStreamView', { userId });
+      const view = { userId };
+      void this.attempt(available ? bridge.startRemoteSubStreamView(view) : bridge.stopRemoteSubStreamView(view));
     });
 
     inRoom('onUserVoiceVolume', ({ userVolumes }) => {
@@ -288,9 +285,10 @@ export class Classroom implements RoomAccess {
   }
 }
 
-function inWords(error: unknown): Problem {
+/** A failure in words. */
+export function inWords(error: unknown): Problem {
   if (error instanceof BridgeError) {
-    return { words: errorInWords(error.code), detail: error.message };
+    return { words: errorInWords(error.code), detail: error.text };
   }
   return { words: 'Something went wrong.', detail: String(error) };
 }

@@ -31,14 +31,14 @@ export function devicesPage(classroom: Classroom): DrawerPage {
   const { media } = classroom;
   const preview: Drawing = { mode: 0, mirror: 0, rotation: 0 };
   const draw = (change: Partial<Drawing>) =>
-    classroom.attempt('setLocalPreviewParams', Object.assign(preview, change));
+    classroom.attempt(classroom.bridge.setLocalPreviewParams(Object.assign(preview, change)));
   const encode = (height: number) => {
     const width = (height / 9) * 16;
-    return classroom.attempt('setVideoEncoderParam', { width, height, fps: 15, bitrate: 800 });
+    return classroom.attempt(classroom.bridge.setVideoEncoderParam({ width, height, fps: 15, bitrate: 800 }));
   };
   const pauseImage = async () => {
     const imgUrl = new URL('camera-paused.png', location.href).href;
-    if (await classroom.attempt('setVideoMuteImage', { imgUrl, fps: 5 }))
+    if (await classroom.attempt(classroom.bridge.setVideoMuteImage({ imgUrl, fps: 5 })))
       classroom.notice('This picture is shown while your camera is paused.', 'good');
   };
 
@@ -46,13 +46,13 @@ export function devicesPage(classroom: Classroom): DrawerPage {
   const flip = button('Switch camera', () => media.switchCamera());
   const stopMicrophone = button('Turn off microphone', () => media.stopMicrophone());
   const capture = slider('Microphone volume', 100, (captureVolume) =>
-    classroom.attempt('setAudioVolume', { captureVolume }),
+    classroom.attempt(classroom.bridge.setAudioVolume({ captureVolume })),
   );
   const playout = slider('Sound volume', 100, (playoutVolume) =>
-    classroom.attempt('setAudioVolume', { playoutVolume }),
+    classroom.attempt(classroom.bridge.setAudioVolume({ playoutVolume })),
   );
   const readVolumes = async () => {
-    const volumes = await classroom.attempt('getAudioVolume', { capture: true, playout: true });
+    const volumes = await classroom.attempt(classroom.bridge.getAudioVolume({ capture: true, playout: true }));
     if (!volumes) return;
     for (const [made, volume] of [
       [capture, volumes.captureVolume],
@@ -73,17 +73,17 @@ export function devicesPage(classroom: Classroom): DrawerPage {
         row(flip, stopCamera),
         choice('Sent as', resolutions, 360, encode),
         toggle('Send a small picture too', false, (enable) =>
-          classroom.attempt('enableEncSmallVideoStream', {
+          classroom.attempt(classroom.bridge.enableEncSmallVideoStream({
             enable,
             ...(enable ? { width: 160, height: 90, fps: 10, bitrate: 100 } : {}),
-          }),
+          })),
         ),
         ...pictureChoices('Own picture', draw),
         choice('Turned for others', turns, 0, (encoderRotation) =>
-          classroom.attempt('setLocalPreviewParams', { ...preview, encoderRotation }),
+          classroom.attempt(classroom.bridge.setLocalPreviewParams({ ...preview, encoderRotation })),
         ),
         toggle('Mirrored for others', false, (encoderMirror) =>
-          classroom.attempt('setLocalPreviewParams', { ...preview, encoderMirror }),
+          classroom.attempt(classroom.bridge.setLocalPreviewParams({ ...preview, encoderMirror })),
         ),
         button('Picture while paused', pauseImage),
       ),
@@ -96,9 +96,9 @@ export function devicesPage(classroom: Classroom): DrawerPage {
         }),
         capture.element,
         playout.element,
-        choice('Heard from', routes, 0, (route) => classroom.attempt('setAudioRoute', { route })),
+        choice('Heard from', routes, 0, (route) => classroom.attempt(classroom.bridge.setAudioRoute({ route }))),
         choice('Show levels', intervals, 500, (interval) =>
-          classroom.attempt('enableAudioVolumeEvaluation', { interval }),
+          classroom.attempt(classroom.bridge.enableAudioVolumeEvaluation({ interval })),
         ),
       ),
     ),

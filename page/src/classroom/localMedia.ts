@@ -25,8 +25,8 @@ export class LocalMedia {
 
   /** The room, or the stage, is left: what runs is stopped, or the engine would send it again. */
   takenAway(): void {
-    if (isRunning(this.microphone)) void this.room.attempt('stopLocalAudio');
-    if (isRunning(this.camera)) void this.room.attempt('stopLocalPreview');
+    if (isRunning(this.microphone)) void this.room.attempt(this.room.bridge.stopLocalAudio());
+    if (isRunning(this.camera)) void this.room.attempt(this.room.bridge.stopLocalPreview());
     this.microphone = 'off';
     this.camera = 'off';
     this.changed();
@@ -37,14 +37,14 @@ export class LocalMedia {
     if (this.microphone === 'off') return this.startMicrophone();
     if (this.microphone === 'starting') return;
     const mute = this.microphone === 'on';
-    if (await this.room.attempt('muteLocalAudio', { mute })) this.microphone = mute ? 'muted' : 'on';
+    if (await this.room.attempt(this.room.bridge.muteLocalAudio({ mute }))) this.microphone = mute ? 'muted' : 'on';
     this.changed();
   }
 
   async startMicrophone(): Promise<void> {
     this.microphone = 'starting';
     this.changed();
-    const started = await this.room.attempt('startLocalAudio', { quality: this.audioQuality });
+    const started = await this.room.attempt(this.room.bridge.startLocalAudio({ quality: this.audioQuality }));
     const unwanted = (this.microphone as DeviceState) === 'off'; // taken away meanwhile
     if (started && unwanted) return this.stopMicrophone();
     this.microphone = started ? 'on' : 'off';
@@ -52,7 +52,7 @@ export class LocalMedia {
   }
 
   async stopMicrophone(): Promise<void> {
-    if (await this.room.attempt('stopLocalAudio')) this.microphone = 'off';
+    if (await this.room.attempt(this.room.bridge.stopLocalAudio())) this.microphone = 'off';
     this.changed();
   }
 
@@ -61,14 +61,14 @@ export class LocalMedia {
     if (this.camera === 'off') return this.startCamera();
     if (this.camera === 'starting') return;
     const mute = this.camera === 'on';
-    if (await this.room.attempt('muteLocalVideo', { mute })) this.camera = mute ? 'muted' : 'on';
+    if (await this.room.attempt(this.room.bridge.muteLocalVideo({ mute }))) this.camera = mute ? 'muted' : 'on';
     this.changed();
   }
 
   async startCamera(): Promise<void> {
     this.camera = 'starting';
     this.changed();
-    const started = await this.room.attempt('startLocalPreview', { frontCamera: this.frontCamera });
+    const started = await this.room.attempt(this.room.bridge.startLocalPreview({ frontCamera: this.frontCamera }));
     const unwanted = (this.camera as DeviceState) === 'off'; // taken away meanwhile
     if (started && unwanted) return this.stopCamera();
     this.camera = started ? 'on' : 'off';
@@ -76,13 +76,13 @@ export class LocalMedia {
   }
 
   async stopCamera(): Promise<void> {
-    if (await this.room.attempt('stopLocalPreview')) this.camera = 'off';
+    if (await this.room.attempt(this.room.bridge.stopLocalPreview())) this.camera = 'off';
     this.changed();
   }
 
   async switchCamera(): Promise<void> {
     const frontCamera = !this.frontCamera;
-    if (await this.room.attempt('switchCamera', { frontCamera })) this.frontCamera = frontCamera;
+    if (await this.room.attempt(this.room.bridge.switchCamera({ frontCamera }))) this.frontCamera = frontCamera;
     this.changed();
   }
 

@@ -1,6 +1,6 @@
 // The classroom page: the join screen, then the room.
 
-import { Bridge } from '../bridge';
+import { Bridge } from 'vemo-client';
 import { h, icon } from '../dom';
 import '../base.css';
 import { Classroom } from './classroom';
@@ -56,7 +56,7 @@ function start(): void {
     if (shownBefore && shownBefore !== screen && document.hasFocus())
       screen.querySelector('h1')?.focus();
   };
-  classroom.connect();
+  draw();
 }
 
 try {

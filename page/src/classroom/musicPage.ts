@@ -1,9 +1,8 @@
 // Background music: one piece at a time, played by the engine.
 
-import type { ReplyTo } from '../bridge';
+import type { Commands } from 'vemo-client';
 import { h, iconButton, setText } from '../dom';
-import { errorInWords } from '../words';
-import type { Classroom } from './classroom';
+import { inWords, type Classroom } from './classroom';
 import { choice, row, section, slider, toggle } from './controls';
 import type { DrawerPage } from './drawerPage';
 import './musicPage.css';
@@ -29,7 +28,7 @@ export function musicPage(classroom: Classroom): DrawerPage {
   let play = 0; // counts, so that late answers of an earlier piece change nothing
 
   const status = h('p', { class: 'hint', role: 'status' }, 'Nothing is playing.');
-  const seek = slider('', 0, (position) => classroom.attempt('setMusicInfo', { audioId, position }), 1);
+  const seek = slider('', 0, (position) => classroom.attempt(classroom.bridge.setMusicInfo({ audioId, position })), 1);
   seek.element.classList.add('seek');
   seek.input.setAttribute('aria-label', 'Position');
   seek.input.addEventListener('input', () => seek.show(clock(Number(seek.input.value))));
@@ -49,41 +48,38 @@ export function musicPage(classroom: Classroom): DrawerPage {
   };
   const title = () => pieces.find(([key]) => key === path)?.[1] ?? path;
 
-  const begin = () => {
+  const begin = async () => {
     const mine = ++play;
-    classroom.bridge.follow(
-      'playMusic',
-      { audioId, path, loopCount, publish, onStart: true, onProgress: true, onComplete: true },
-      (reply) => mine === play && answered(reply),
-    );
-  };
-  // Whether more answers may come.
-  const answered = ({ error, retval }: ReplyTo<'playMusic'>): boolean => {
-    const failed = (error?.errcode ?? 0) !== 0;
-    if (failed || !retval) {
-      become('stopped', `${errorInWords(error?.errcode ?? 0)} (${error?.errmsg ?? ''})`);
-      return false;
+    const music = { audioId, path, loopCount, publish, onStart: true, onProgress: true, onComplete: true };
+    try {
+      for await (const answer of classroom.bridge.playMusic(music)) {
+        if (mine !== play) return;
+        answered(answer);
+      }
+    } catch (error) {
+      if (mine !== play) return;
+      const { words, detail } = inWords(error);
+      become('stopped', `${words} (${detail})`);
     }
-    const { state: event, progressMs = 0, durationMs = 0 } = retval;
-    if (event === 'onStart') become('playing', `Playing “${title()}”.`);
-    if (event === 'onProgress' && !dragging) {
+  };
+  const answered = ({ state, progressMs = 0, durationMs = 0 }: Commands['playMusic']['result']) => {
+    if (state === 'onStart') become('playing', `Playing “${title()}”.`);
+    if (state === 'onComplete') become('stopped', `“${title()}” has ended.`);
+    if (state === 'onProgress' && !dragging) {
       seek.input.max = String(durationMs);
       seek.input.value = String(progressMs);
       seek.show(`${clock(progressMs)} of ${clock(durationMs)}`);
     }
-    if (event !== 'onComplete') return true;
-    become('stopped', `“${title()}” has ended.`);
-    return false;
   };
   const pause = async () => {
-    if (await classroom.attempt('pauseMusic', { audioId })) become('paused', `“${title()}” is paused.`);
+    if (await classroom.attempt(classroom.bridge.pauseMusic({ audioId }))) become('paused', `“${title()}” is paused.`);
   };
   const resume = async () => {
-    if (await classroom.attempt('resumeMusic', { audioId })) become('playing', `Playing “${title()}”.`);
+    if (await classroom.attempt(classroom.bridge.resumeMusic({ audioId }))) become('playing', `Playing “${title()}”.`);
   };
   const stop = async () => {
     ++play;
-    if (await classroom.attempt('stopMusic', { audioId })) become('stopped', 'Stopped.');
+    if (await classroom.attempt(classroom.bridge.stopMusic({ audioId }))) become('stopped', 'Stopped.');
   };
   become('stopped', 'Nothing is playing.');
 
@@ -97,12 +93,12 @@ export function musicPage(classroom: Classroom): DrawerPage {
       h('div', { class: 'player' }, row(start, hold, end), seek.element, status),
       section(
         'Volume',
-        slider('All music', 100, (volume) => classroom.attempt('setMusicInfo', { volume })).element,
+        slider('All music', 100, (volume) => classroom.attempt(classroom.bridge.setMusicInfo({ volume }))).element,
         slider('This piece, here', 100, (playoutVolume) =>
-          classroom.attempt('setMusicInfo', { audioId, playoutVolume }),
+          classroom.attempt(classroom.bridge.setMusicInfo({ audioId, playoutVolume })),
         ).element,
         slider('This piece, for others', 100, (publishVolume) =>
-          classroom.attempt('setMusicInfo', { audioId, publishVolume }),
+          classroom.attempt(classroom.bridge.setMusicInfo({ audioId, publishVolume })),
         ).element,
       ),
     ),

@@ -1,9 +1,9 @@
 // The network: speed test, statistics, and the controls for developers.
 
-import type { KOBULocalStatistics, KOBURemoteStatistics, KOBUSpeedTestResult, KOBUStatistics } from '../protocol';
+import type { KOBULocalStatistics, KOBURemoteStatistics, KOBUSpeedTestResult, KOBUStatistics } from 'vemo-client';
 import { h, setText } from '../dom';
 import { qualityInWords } from '../words';
-import type { Classroom } from './classroom';
+import { inWords, type Classroom } from './classroom';
 import { button, choice, row, section, toggle } from './controls';
 import type { DrawerPage } from './drawerPage';
 import './networkPage.css';
@@ -18,7 +18,7 @@ export function networkPage(classroom: Classroom): DrawerPage {
   const statistics = h('div', { class: 'statistics' });
   const streams = h('p', { class: 'hint' });
   const readStreams = async () => {
-    const infos = (await classroom.attempt('getKOBUStats'))?.RtcInfos;
+    const infos = (await classroom.attempt(classroom.bridge.getKOBUStats()))?.RtcInfos;
     const words =
       infos && infos !== '[]'
         ? infos.map(({ UserId, Resolution, StreamType }) => `${UserId}: ${StreamType} ${Resolution}`)
@@ -33,7 +33,7 @@ export function networkPage(classroom: Classroom): DrawerPage {
       section(
         'When the network is poor',
         choice('Prefer', preferences, 1, (preference) =>
-          classroom.attempt('setNetworkQosParam', { preference, controlMode: 0 }),
+          classroom.attempt(classroom.bridge.setNetworkQosParam({ preference, controlMode: 0 })),
         ),
       ),
       section('Statistics', statistics, row(button('Streams now', readStreams)), streams),
@@ -50,33 +50,27 @@ function speedTest(classroom: Classroom): HTMLElement {
   const list = h('ul', { class: 'results' });
   const status = h('p', { class: 'hint', role: 'status' }, 'How good is the way to the servers?');
   let test = 0;
-  const begin = () => {
+  const begin = async () => {
     const mine = ++test;
     list.replaceChildren();
     bar.value = 0;
     setText(status, 'Measuring …');
-    classroom.bridge.follow(
-      'startSpeedTest',
-      { sdkAppId: classroom.sdkAppId, userId: classroom.userId, userSig: classroom.userSig },
-      ({ error, retval }) => {
-        if (mine !== test) return false;
-        if (!retval) {
-          setText(status, `The test failed: ${error?.errmsg ?? ''}`);
-          return false;
-        }
-        const { totalCount, completedCount, result } = retval;
-        bar.max = totalCount;
-        bar.value = completedCount;
-        if (result) list.append(resultLine(result));
-        const done = error?.errmsg === 'done';
-        if (done) setText(status, 'Done.');
-        return !done;
-      },
-    );
+    const { bridge, sdkAppId, userId, userSig } = classroom;
+    try {
+      for await (const answer of bridge.startSpeedTest({ sdkAppId, userId, userSig })) {
+        if (mine !== test) return;
+        bar.max = answer.totalCount;
+        bar.value = answer.completedCount;
+        if (answer.result) list.append(resultLine(answer.result));
+      }
+      if (mine === test) setText(status, 'Done.');
+    } catch (error) {
+      if (mine === test) setText(status, `The test failed: ${inWords(error).detail}`);
+    }
   };
   const end = async () => {
     ++test;
-    if (await classroom.attempt('stopSpeedTest')) setText(status, 'Stopped.');
+    if (await classroom.attempt(classroom.bridge.stopSpeedTest())) setText(status, 'Stopped.');
   };
   return section(
     'Speed test',
@@ -136,22 +130,22 @@ function developer(classroom: Classroom): HTMLElement {
     'details',
     { class: 'person' },
     h('summary', {}, 'For developers'),
-    toggle('Debug view', false, (on) => classroom.attempt('showBugView', { showType: on ? 2 : 0 })),
+    toggle('Debug view', false, (on) => classroom.attempt(classroom.bridge.showBugView({ showType: on ? 2 : 0 }))),
     button('Debug view lower down', () =>
-      classroom.attempt('setDebugViewMargin', {
+      classroom.attempt(classroom.bridge.setDebugViewMargin({
         userId: classroom.userId,
         top: 0.1,
         left: 0,
         bottom: 0,
         right: 0,
-      }),
+      })),
     ),
     toggle('Engine logs to the console', false, (consoleEnable) =>
-      classroom.attempt('setLogParams', { logLevel: 2, consoleEnable, compressEnable: true }),
+      classroom.attempt(classroom.bridge.setLogParams({ logLevel: 2, consoleEnable, compressEnable: true })),
     ),
     api,
     row(
-      button('Call', () => classroom.attempt('callExperimentalAPI', { APIParams: api.value })),
+      button('Call', () => classroom.attempt(classroom.bridge.callExperimentalAPI({ APIParams: api.value }))),
       button('Restart the engine', () => classroom.restartEngine()),
     ),
   );

@@ -18,12 +18,12 @@ export function peoplePage(classroom: Classroom): DrawerPage {
   const known = new Map<string, HTMLElement>();
   const all = section(
     'Everybody',
-    toggle('Silence all', false, (mute) => classroom.attempt('muteAllRemoteAudio', { mute })),
+    toggle('Silence all', false, (mute) => classroom.attempt(classroom.bridge.muteAllRemoteAudio({ mute }))),
     toggle('Hide all cameras', false, (mute) =>
-      classroom.attempt('muteAllRemoteVideoStreams', { mute }),
+      classroom.attempt(classroom.bridge.muteAllRemoteVideoStreams({ mute })),
     ),
     row(
-      button('Close all views', () => classroom.attempt('stopAllRemoteView')),
+      button('Close all views', () => classroom.attempt(classroom.bridge.stopAllRemoteView())),
       button('Open them again', () => classroom.showEverybody()),
     ),
   );
@@ -49,24 +49,24 @@ export function peoplePage(classroom: Classroom): DrawerPage {
 
 function personCard(classroom: Classroom, { userId, playVolume }: Person): HTMLElement {
   const draw = (drawing: Drawing) =>
-    classroom.attempt('setRemotePreviewParams', { userId, streamType: cameraStream, ...drawing });
+    classroom.attempt(classroom.bridge.setRemotePreviewParams({ userId, streamType: cameraStream, ...drawing }));
   return h(
     'details',
     { class: 'person', 'data-person': userId },
     h('summary', {}, userId),
-    toggle('Silence', false, (mute) => classroom.attempt('muteRemoteAudio', { userId, mute })),
+    toggle('Silence', false, (mute) => classroom.attempt(classroom.bridge.muteRemoteAudio({ userId, mute }))),
     toggle('Hide the camera', false, (mute) =>
-      classroom.attempt('muteRemoteVideoStream', { userId, mute }),
+      classroom.attempt(classroom.bridge.muteRemoteVideoStream({ userId, mute })),
     ),
     slider('Volume', playVolume, (volume) =>
-      classroom.attempt('setRemoteAudioVolume', { userId, volume }),
+      classroom.attempt(classroom.bridge.setRemoteAudioVolume({ userId, volume })),
     ).element,
     choice('Stream', streams, 0, (type) =>
-      classroom.attempt('setRemoteVideoStreamType', { userId, type }),
+      classroom.attempt(classroom.bridge.setRemoteVideoStreamType({ userId, type })),
     ),
     ...pictureChoices('Picture', draw),
     choice('Shared screen', fills, 0, (mode) =>
-      classroom.attempt('setRemoteSubStreamPreviewParams', { userId, mode }),
+      classroom.attempt(classroom.bridge.setRemoteSubStreamPreviewParams({ userId, mode })),
     ),
   );
 }

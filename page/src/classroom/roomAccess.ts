@@ -1,7 +1,6 @@
 // What the parts of a class know of the whole.
 
-import type { Bridge } from '../bridge';
-import type { CommandName, Commands } from '../protocol';
+import type { Bridge } from 'vemo-client';
 
 // Which stream, or which view, of a user.
 export const cameraStream = 0;
@@ -38,11 +37,7 @@ export interface RoomAccess {
   readonly watcher: Watcher;
   /** The own user, while in a room. */
   readonly own: Person | undefined;
-  /** Sends a command; a failure becomes a notice. Gives its value, or nothing. */
-  attempt<Name extends CommandName>(
-    command: Name,
-    params?: Commands[Name]['params'],
-    options?: { nativecb?: string },
-  ): Promise<Commands[Name]['result'] | undefined>;
+  /** Waits for a command; a failure becomes a notice. Gives its value, or nothing. */
+  attempt<Value>(call: Promise<Value>): Promise<Value | undefined>;
   notice(text: string, tone: Tone): void;
 }

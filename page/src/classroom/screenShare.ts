@@ -38,7 +38,7 @@ export class ScreenShare {
 
   /** Asks what this system can share. */
   async ask(): Promise<void> {
-    this.support = (await this.room.bridge.call('isSupportScreenCapture')).mode;
+    this.support = (await this.room.bridge.isSupportScreenCapture()).mode;
   }
 
   /** The room, or the stage, is left: sharing is stopped, or the engine would go on with it. */
@@ -53,30 +53,30 @@ export class ScreenShare {
 
   /** Has the broadcast extension started; sharing begins with its "started". */
   async shareScreen(): Promise<void> {
-    await this.room.attempt('launchScreenKit');
+    await this.room.attempt(this.room.bridge.launchScreenKit());
   }
 
   async pause(): Promise<void> {
-    await this.room.attempt('pauseScreenCapture');
+    await this.room.attempt(this.room.bridge.pauseScreenCapture());
   }
   async resume(): Promise<void> {
-    await this.room.attempt('resumeScreenCapture');
+    await this.room.attempt(this.room.bridge.resumeScreenCapture());
   }
   async stop(): Promise<void> {
-    await this.room.attempt('stopScreenCapture');
+    await this.room.attempt(this.room.bridge.stopScreenCapture());
   }
 
   // The start has happened when its event says so; its answer may come later or never.
   private async start(screenCaptureMode: number): Promise<void> {
     if (this.state === 'off') this.state = 'starting';
     this.room.watcher.changed();
-    const started = await this.room.attempt('startScreenCapture', {
+    const started = await this.room.attempt(this.room.bridge.startScreenCapture({
       screenCaptureMode,
       width: 1280,
       height: 720,
       fps: 10,
       bitrate: 1200,
-    });
+    }));
     if (!started && this.state === 'starting') this.state = 'off';
     this.room.watcher.changed();
   }

@@ -50,7 +50,22 @@ export type FromPhone =
   | { kind: 'pictures'; pictures: Picture[] }
   | { kind: 'image'; id: number; width: number; height: number; rgba: string }
   /** `frame` is the kind of the frame that could not be used. */
-  | { kind: 'problem'; text: string; frame?: string };
+  | { kind: 'problem'; text: string; frame?: string }
+  /**
+   * Something reached the router (`step`, as in a scenario), or it did something (`effect`, as
+   * in a transcript), `at` so many milliseconds after the phone began. `number` is that of the
+   * step, or of the step that an effect comes of; without it, that is the latest step on its
+   * thread.
+   */
+  | {
+      kind: 'noted';
+      at: number;
+      thread: string;
+      number?: number;
+      periodic?: boolean;
+      step?: Record<string, unknown>;
+      effect?: Record<string, unknown>;
+    };
 
 /** What the simulator understands. */
 export type ToPhone =
@@ -65,4 +80,6 @@ export type ToPhone =
   | { kind: 'fire'; event: string; args: readonly unknown[]; times: number }
   /** How downloads fail from now on; null: they don't. */
   | { kind: 'downloads'; error: { code: number; text: string } | null }
-  | { kind: 'pictures' };
+  | { kind: 'pictures' }
+  /** Whether what happens at the router is to be told. */
+  | { kind: 'note'; on: boolean };

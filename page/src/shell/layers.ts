@@ -1,6 +1,8 @@
 // Layers above the phone's page, of which only the uppermost can be used: the page and the
 // layers below are inert, Tab stays within, and the focus returns where it was.
 
+import type { PageFrame } from './pageFrame';
+
 interface Layer {
   element: HTMLElement;
   escape(): void;
@@ -11,11 +13,11 @@ interface Layer {
 export class Layers {
   private readonly open: Layer[] = [];
 
-  constructor(private readonly frame: HTMLIFrameElement) {
+  constructor(private readonly page: PageFrame) {
     // A script of the page may still take the focus, which an inert frame does not prevent.
     addEventListener('blur', () => {
       const top = this.open[this.open.length - 1];
-      if (top && document.activeElement === frame) firstOf(top.element).focus();
+      if (top && document.activeElement === page.frame) firstOf(top.element).focus();
     });
   }
 
@@ -28,7 +30,7 @@ export class Layers {
       else return;
       event.preventDefault();
     });
-    this.open.push({ element, escape, cameFrom: this.focused() });
+    this.open.push({ element, escape, cameFrom: document.activeElement });
     this.settle();
     firstOf(element).focus();
   }
@@ -47,19 +49,13 @@ export class Layers {
   }
 
   private settle(): void {
-    this.frame.inert = this.open.length > 0;
+    this.page.frame.inert = this.open.length > 0;
     for (const [at, { element }] of this.open.entries()) element.inert = at < this.open.length - 1;
   }
 
-  private focused(): Element | null {
-    const focused = document.activeElement;
-    return focused === this.frame ? (this.frame.contentDocument?.activeElement ?? focused) : focused;
-  }
-
   private giveBack(element: Element | null): void {
-    const inFrame = element?.ownerDocument === this.frame.contentDocument;
-    if (inFrame) this.frame.focus();
-    if (element?.isConnected) (element as HTMLElement).focus();
+    if (element === this.page.frame) this.page.focus();
+    else if (element?.isConnected) (element as HTMLElement).focus();
   }
 
   private moveFocus(element: HTMLElement, back: boolean): void {

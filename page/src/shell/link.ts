@@ -1,12 +1,15 @@
 // The connection of the page in the frame with its phone in the simulator.
 
-import type { Host, HostConnection, HostState } from '../host';
+import type { FromPage, Places, ToPage } from '../../client/src/frames.js';
 import type { FromPhone, ToPhone } from './frames';
 import type { PhoneMemory } from './phoneMemory';
 
+/** Whether the page's phone is there. */
+export type LinkState = 'connecting' | 'ready' | 'stopped';
+
 export interface LinkWatcher {
   /** A page has connected, or its phone has come or gone. */
-  onState(state: HostState): void;
+  onState(state: LinkState): void;
   /** Everything of the phone; a script is run after this. */
   onFrame(frame: FromPhone): void;
   /** A page message on its way to the phone. */
@@ -15,15 +18,23 @@ export interface LinkWatcher {
   filterMessage(text: string, pass: (text: string) => void): void;
   /** Decides which scripts the page runs, by passing them on, now or later. */
   filterScript(script: string, pass: (script: string) => void): void;
+  /** Where the page wants the native views from now on. */
+  onPlaces(places: Places): void;
   /** A script failed in the page. */
-  onScriptError(script: string, error: unknown): void;
+  onScriptError(script: string, error: string): void;
+  /** The page did what a page must not. */
+  onProblem(text: string): void;
 }
+
+/** How much of a page may wait to be sent; more ends its connection (characters). */
+const maxUnsent = 8_000_000;
+const noPlaces: Places = { views: [], above: [] };
 
 /**
  * Gives each page that attaches a WebSocket, and so a phone, of its own. What belongs to
  * an earlier page is dropped with its socket.
  */
-export class PhoneLink implements Host {
+export class PhoneLink {
   private socket: WebSocket | undefined;
 
   constructor(
@@ -31,14 +42,16 @@ export class PhoneLink implements Host {
     private readonly memory: PhoneMemory,
   ) {}
 
-  attach(page: Window, onState: (state: HostState) => void): HostConnection {
+  /** A new page, which speaks through `port`. */
+  attach(port: MessagePort): void {
     this.detach();
     const socket = new WebSocket(`ws://${location.host}/phone`);
     this.socket = socket;
     const early: string[] = [];
     const current = () => this.socket === socket;
-    const tell = (state: HostState) => {
-      onState(state);
+    const tellPage = (frame: ToPage) => port.postMessage(frame);
+    const tell = (state: 'ready' | 'stopped') => {
+      tellPage({ kind: 'state', state });
       this.watcher.onState(state);
     };
 
@@ -54,31 +67,45 @@ export class PhoneLink implements Host {
       if (frame.kind === 'settings') this.memory.told(frame.settings);
       this.watcher.onFrame(frame);
       if (frame.kind !== 'script') return;
-      this.watcher.filterScript(frame.text, (script) => {
-        if (current()) this.run(page, script);
+      this.watcher.filterScript(frame.text, (text) => {
+        if (current()) tellPage({ kind: 'script', text });
       });
     });
     socket.addEventListener('close', () => {
       if (!current()) return;
       this.socket = undefined;
+      this.watcher.onPlaces(noPlaces);
       tell('stopped');
     });
-    page.addEventListener('pagehide', () => {
-      if (current()) this.detach();
-    });
-    this.watcher.onState('connecting');
 
-    return {
-      postMessage: (text) => {
-        if (!current()) return;
-        this.watcher.onMessage(text);
-        this.watcher.filterMessage(text, (passed) => {
-          if (!current()) return;
-          if (socket.readyState === WebSocket.OPEN) this.send({ kind: 'message', text: passed });
-          else early.push(passed);
-        });
-      },
+    const sent = (text: string) => {
+      if (typeof text !== 'string') return this.watcher.onProblem('The page sent a message that is no text.');
+      this.watcher.onMessage(text);
+      this.watcher.filterMessage(text, pass);
     };
+    const pass = (text: string) => {
+      if (!current()) return;
+      if (socket.readyState === WebSocket.OPEN) this.send({ kind: 'message', text });
+      else early.push(text);
+      if (socket.bufferedAmount < maxUnsent && early.length < maxUnsent / 100) return;
+      this.watcher.onProblem('The page sends faster than its phone takes it, and was cut off.');
+      this.detach();
+      tell('stopped');
+    };
+    port.onmessage = ({ data: frame }: MessageEvent<FromPage>) => {
+      if (!current()) return;
+      switch (frame?.kind) {
+        case 'message':
+          return sent(frame.text);
+        case 'places':
+          return this.watcher.onPlaces(frame);
+        case 'failed':
+          return this.watcher.onScriptError(frame.script, frame.error);
+        case 'bye':
+          return this.detach();
+      }
+    };
+    this.watcher.onState('connecting');
   }
 
   /** Sends one frame; lost when there is no phone. */
@@ -98,14 +125,6 @@ export class PhoneLink implements Host {
     const socket = this.socket;
     this.socket = undefined;
     socket?.close();
-  }
-
-  // As a web view does: the text is run as a script of the page itself.
-  private run(page: Window, script: string): void {
-    try {
-      (page as Window & { eval(text: string): unknown }).eval(script);
-    } catch (error) {
-      this.watcher.onScriptError(script, error);
-    }
+    this.watcher.onPlaces(noPlaces);
   }
 }

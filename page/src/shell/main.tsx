@@ -63,6 +63,4 @@ function Shell({ workbench }: { workbench: Workbench }) {
   );
 }
 
-const workbench = new Workbench();
-window.vemoHost = workbench.host;
-render(<Shell workbench={workbench} />, document.body);
+render(<Shell workbench={new Workbench()} />, document.body);

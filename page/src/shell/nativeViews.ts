@@ -1,8 +1,9 @@
 // The native views of the phone, drawn above the page: each over the element of the page
 // that names its user and view type (data-native-view="USER/TYPE"), except where the page puts
-// something above the views (data-native-above).
+// something above the views (data-native-above). The page's client tells where they lie.
 
 import { effect } from '@preact/signals';
+import type { Box, Places } from '../../client/src/frames.js';
 import { hueOf } from '../hue';
 import type { Picture } from './frames';
 import './nativeViews.css';
@@ -15,37 +16,49 @@ interface Shown {
   canvas: HTMLCanvasElement;
   /** When the picture stopped moving; absent while it moves. */
   stoodStillAt?: number;
+  /** What was painted last, in words that tell it from all else. */
+  painted?: string;
 }
 
+/**
+ * A view is painted when its stream has another frame, and when something about it has changed;
+ * nothing is while nobody can see it.
+ */
 export class NativeViews {
   private readonly shown = new Map<string, Shown>();
   private readonly images = new Map<number, HTMLCanvasElement>();
   private readonly asking: number;
-  private drawing: number;
   private readonly stopShowing: () => void;
+  private waiting = 0;
+  private drawing = 0;
 
-  /** Draws into `element` what `phone` shows above the page in `frame`, until it is ended. */
+  /** Draws into `element` what `phone` shows above its page, until it is ended. */
   constructor(
     private readonly element: HTMLElement,
     private readonly phone: PhoneModel,
-    private readonly frame: HTMLIFrameElement,
   ) {
-    const draw = (time: number) => {
-      this.draw(time);
-      this.drawing = requestAnimationFrame(draw);
-    };
-    this.drawing = requestAnimationFrame(draw);
-    this.stopShowing = effect(() => this.show(phone.pictures.value));
+    this.stopShowing = effect(() => {
+      this.show(phone.pictures.value);
+      phone.places.value;
+      this.drawSoon();
+    });
     this.asking = window.setInterval(() => {
-      const hasPlace = frame.contentDocument?.querySelector('[data-native-view]');
-      if (hasPlace || this.shown.size > 0) phone.send({ kind: 'pictures' });
+      const isIdle = this.shown.size === 0 && phone.places.peek().views.length === 0;
+      if (!isIdle && !document.hidden) phone.send({ kind: 'pictures' });
     }, picturesEveryMs);
   }
 
   end(): void {
     clearInterval(this.asking);
+    clearTimeout(this.waiting);
     cancelAnimationFrame(this.drawing);
     this.stopShowing();
+  }
+
+  private drawSoon(): void {
+    clearTimeout(this.waiting);
+    cancelAnimationFrame(this.drawing);
+    this.drawing = requestAnimationFrame((time) => this.draw(time));
   }
 
   // A mute image is made when it is first shown.
@@ -84,60 +97,74 @@ export class NativeViews {
     }
   }
 
+  // Draws what is new, and again when the next frame of a stream is due.
   private draw(time: number): void {
-    const page = this.frame.contentDocument;
-    const above = [...(page?.querySelectorAll<HTMLElement>('[data-native-above]') ?? [])];
+    const { views, above } = this.phone.places.peek();
+    let next = Infinity;
     for (const [name, shown] of this.shown) {
       const { picture, canvas } = shown;
-      if (picture.fps > 0) delete shown.stoodStillAt;
-      else shown.stoodStillAt ??= time;
-      const place = page?.querySelector<HTMLElement>(`[data-native-view="${CSS.escape(name)}"]`);
-      const box = place?.getBoundingClientRect();
-      if (!place || !box || box.width < 2 || box.height < 2) {
+      const place = views.find((view) => view.name === name);
+      if (!place || place.box[2] < 2 || place.box[3] < 2) {
         canvas.style.display = 'none';
         continue;
       }
-      this.lay(canvas, place, box);
-      paint(canvas, picture, this.imageOf(picture.muteImage), shown.stoodStillAt ?? time);
-      for (const element of above) cutOut(canvas, box, element);
+      const image = this.imageOf(picture.muteImage);
+      const moves = picture.fps > 0 && !image;
+      if (moves) delete shown.stoodStillAt;
+      else shown.stoodStillAt ??= time;
+      const frameMs = 1000 / Math.max(picture.fps, 1);
+      const frame = Math.floor((shown.stoodStillAt ?? time) / frameMs);
+      if (moves) next = Math.min(next, (frame + 1) * frameMs);
+      const painted = JSON.stringify([frame, picture, place, above, devicePixelRatio, Boolean(image)]);
+      if (painted === shown.painted) continue;
+      shown.painted = painted;
+      lay(canvas, place);
+      paint(canvas, picture, image, shown.stoodStillAt ?? time);
+      for (const { box, radius } of above) cutOut(canvas, place.box, box, radius);
       canvas.dataset['kind'] = picture.muteImage ? 'muteImage' : 'live';
     }
-  }
-
-  // Lays the view over its place, cut off where the place is scrolled out of sight.
-  private lay(canvas: HTMLCanvasElement, place: HTMLElement, box: DOMRect): void {
-    const clip = place.closest('[data-native-clip]')?.getBoundingClientRect();
-    const style = canvas.style;
-    style.display = 'block';
-    style.transform = `translate(${box.left}px, ${box.top}px)`;
-    style.width = `${box.width}px`;
-    style.height = `${box.height}px`;
-    style.borderRadius = getComputedStyle(place).borderRadius;
-    const cut = clip
-      ? [clip.top - box.top, box.right - clip.right, box.bottom - clip.bottom, clip.left - box.left]
-      : [0, 0, 0, 0];
-    style.clipPath = cut.some((edge) => edge > 0)
-      ? `inset(${cut.map((edge) => `${Math.max(0, edge)}px`).join(' ')})`
-      : '';
-    const scale = Math.min(devicePixelRatio, 2);
-    const width = Math.round(box.width * scale);
-    const height = Math.round(box.height * scale);
-    if (canvas.width !== width) canvas.width = width;
-    if (canvas.height !== height) canvas.height = height;
+    // A frame of the screen is asked for when it is due: each costs, drawn or not.
+    if (next < Infinity) this.waiting = window.setTimeout(() => this.drawSoon(), Math.max(0, next - time - 8));
   }
 }
 
-// Leaves the view open where `element` of the page lies.
-function cutOut(canvas: HTMLCanvasElement, box: DOMRect, element: HTMLElement): void {
+// Lays the view over its place, cut off where the place is scrolled out of sight.
+function lay(canvas: HTMLCanvasElement, { box, radius, clip }: Places['views'][number]): void {
+  const [left, top, across, down] = box;
+  const style = canvas.style;
+  style.display = 'block';
+  style.transform = `translate(${left}px, ${top}px)`;
+  style.width = `${across}px`;
+  style.height = `${down}px`;
+  style.borderRadius = radius;
+  const cut = clip
+    ? [
+        clip[1] - top,
+        left + across - clip[0] - clip[2],
+        top + down - clip[1] - clip[3],
+        clip[0] - left,
+      ]
+    : [];
+  style.clipPath = cut.some((edge) => edge > 0)
+    ? `inset(${cut.map((edge) => `${Math.max(0, edge)}px`).join(' ')})`
+    : '';
+  const scale = Math.min(devicePixelRatio, 2);
+  const width = Math.round(across * scale);
+  const height = Math.round(down * scale);
+  if (canvas.width !== width) canvas.width = width;
+  if (canvas.height !== height) canvas.height = height;
+}
+
+// Leaves the view in `box` open where something of the page lies above it.
+function cutOut(canvas: HTMLCanvasElement, box: Box, above: Box, corner: number): void {
   const context = canvas.getContext('2d');
   if (!context) return;
-  const { left, top, width, height } = element.getBoundingClientRect();
-  const radius = Math.min(parseFloat(getComputedStyle(element).borderTopLeftRadius), height / 2);
+  const [left, top, width, height] = above;
   context.save();
-  context.setTransform(canvas.width / box.width, 0, 0, canvas.height / box.height, 0, 0);
+  context.setTransform(canvas.width / box[2], 0, 0, canvas.height / box[3], 0, 0);
   context.globalCompositeOperation = 'destination-out';
   context.beginPath();
-  context.roundRect(left - box.left, top - box.top, width, height, radius);
+  context.roundRect(left - box[0], top - box[1], width, height, Math.min(corner, height / 2));
   context.fill();
   context.restore();
 }

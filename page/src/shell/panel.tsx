@@ -25,6 +25,7 @@ const pageOf = {
 export function Panel({ workbench, close }: { workbench: Workbench; close: () => void }) {
   const chosen = workbench.panelPage;
   const tabs = useRef<HTMLDivElement>(null);
+  const { phones } = workbench;
   const phone = workbench.current.value;
   const Page = pageOf[panelTitles[chosen.value]!];
   const onTabKey = (event: KeyboardEvent) => {
@@ -57,6 +58,22 @@ export function Panel({ workbench, close }: { workbench: Workbench; close: () =>
             </button>
           ))}
         </div>
+        {phones.value.length > 1 && (
+          <select
+            aria-label="Phone that the panel shows"
+            value={phone.number}
+            onChange={({ currentTarget }) => {
+              const chosen = phones.value.find(({ number }) => number === Number(currentTarget.value));
+              if (chosen) workbench.choose(chosen);
+            }}
+          >
+            {phones.value.map(({ number, name }) => (
+              <option key={number} value={number} selected={number === phone.number}>
+                {name}
+              </option>
+            ))}
+          </select>
+        )}
         <IconButton name="close" title="Close panel" press={close} />
       </header>
       <div id="tab-page" class="panel-page" role="tabpanel" aria-labelledby={`tab-${chosen.value}`}>

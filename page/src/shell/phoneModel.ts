@@ -2,12 +2,15 @@
 // what is known of it.
 
 import { batch, signal } from '@preact/signals';
-import type { HostState } from '../host';
+import type { Places } from '../../client/src/frames.js';
 import type { FromPhone, Picture, PhoneSettings, ToPhone } from './frames';
-import { PhoneLink, type LinkWatcher } from './link';
+import { PhoneLink, type LinkState, type LinkWatcher } from './link';
+import type { PageFrame } from './pageFrame';
 import { PhoneMemory } from './phoneMemory';
 import { Conversation } from './timeline/conversation';
+import { deviceStep } from './timeline/exports';
 import { Timeline, type Remark, type Row } from './timeline/timeline';
+import { TimelineView } from './timeline/timelineView';
 
 type Frame<K extends FromPhone['kind']> = Extract<FromPhone, { kind: K }>;
 const deviceNames = { camera: 'Camera', microphone: 'Microphone' } as const;
@@ -43,6 +46,7 @@ const passAll: Filter = (text, pass) => pass(text);
 export class PhoneModel {
   readonly name: string;
   readonly timeline = new Timeline();
+  readonly timelineView = new TimelineView(this.timeline);
   readonly conversation = new Conversation(this.timeline);
   readonly memory: PhoneMemory;
   readonly link: PhoneLink;
@@ -52,7 +56,7 @@ export class PhoneModel {
   /** Why the last frame that could not be used was not. */
   readonly lastProblem = signal<Frame<'problem'> | undefined>(undefined);
 
-  readonly state = signal<HostState>('connecting');
+  readonly state = signal<LinkState>('connecting');
   readonly settings = signal<PhoneSettings | undefined>(undefined);
   readonly device: ReturnType<typeof signal<'phone' | 'tablet'>>;
   readonly pictures = signal<readonly Picture[]>([]);
@@ -60,8 +64,12 @@ export class PhoneModel {
   readonly images = new Map<number, Frame<'image'>>();
   /** What lies above the page, the uppermost last; of dialogs there is one at a time. */
   readonly overlays = signal<readonly (Dialog | 'settings')[]>([]);
-  /** Where its page is shown; set while it is on the desk. */
-  frame: HTMLIFrameElement | undefined;
+  /** Where the page wants the pictures. */
+  readonly places = signal<Places>({ views: [], above: [] });
+  /** Why the page is not there, for whoever looks at the phone. */
+  readonly notice = signal<string | undefined>(undefined);
+  /** Its page; set while it is on the desk. */
+  page: PageFrame | undefined;
 
   private readonly waitingDialogs: Dialog[] = [];
   private lastDialog = 0;
@@ -95,7 +103,7 @@ export class PhoneModel {
   }
 
   reload(): void {
-    this.frame?.contentWindow?.location.reload();
+    this.page?.reload();
   }
 
   /** The phone is taken off the desk. */
@@ -131,13 +139,15 @@ export class PhoneModel {
       onMessage: (text) => this.conversation.message(text),
       filterMessage: (text, pass) => this.messageFilter(text, pass),
       filterScript: (script, pass) => this.scriptFilter(script, pass),
-      onScriptError: (script, error) => this.problem(`${String(error)} in ${script}`),
+      onPlaces: (places) => (this.places.value = places),
+      onScriptError: (script, error) => this.problem(`${error} in ${script}`),
+      onProblem: (text) => this.problem(text),
     };
   }
 
-  private changeState(state: HostState): void {
+  private changeState(state: LinkState): void {
     this.state.value = state;
-    if (state === 'ready') return;
+    if (state === 'ready') return this.conversation.begin();
     this.waitingDialogs.length = 0;
     this.images.clear();
     batch(() => {
@@ -149,7 +159,7 @@ export class PhoneModel {
       this.problem('The simulator has stopped.');
     } else {
       this.conversation.end('The page is gone.');
-      this.timeline.add({ kind: 'note', title: 'A new page connects.' });
+      this.timeline.add({ kind: 'connection', title: 'A page connects.' });
     }
   }
 
@@ -172,13 +182,16 @@ export class PhoneModel {
         return void (this.pictures.value = frame.pictures);
       case 'image':
         return void this.images.set(frame.id, frame);
+      case 'noted':
+        return this.conversation.noted(frame);
       case 'problem':
         this.lastProblem.value = frame;
         return this.problem(frame.text);
     }
   }
 
-  private problem(text: string): void {
+  /** Something went wrong. */
+  problem(text: string): void {
     this.timeline.add({ kind: 'problem', title: text, text, failed: true });
   }
 
@@ -194,6 +207,7 @@ export class PhoneModel {
       kind: 'settings',
       title: changes.length === 1 ? `${key}: ${typeof value === 'string' ? value : JSON.stringify(value)}` : 'Settings',
       text: JSON.stringify(Object.fromEntries(changes)),
+      step: deviceStep(Object.fromEntries(changes)),
     });
   }
 
@@ -209,7 +223,11 @@ export class PhoneModel {
       this.timeline.add({ kind: 'network', title, text: JSON.stringify(frame) });
     }
     if (frame.kind === 'broadcast')
-      this.timeline.add({ kind: 'press', title: `Broadcast: ${frame.event}`, text: JSON.stringify(frame) });
+      this.timeline.add({
+        kind: 'press',
+        title: `Screen broadcast: ${frame.event.toLowerCase()}`,
+        step: { notify: `VEMOScreenKit_${frame.event}_Notify` },
+      });
   }
 
   private askForAccess({ media, application, description }: Frame<'prompt'>): void {

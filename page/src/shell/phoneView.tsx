@@ -1,12 +1,13 @@
 // A phone on the desk: its caption, its frame with the page, and what lies above the page.
 
 import { signal } from '@preact/signals';
-import { useEffect, useLayoutEffect, useMemo, useRef, useState } from 'preact/hooks';
+import { useLayoutEffect, useRef, useState } from 'preact/hooks';
 import { IconButton } from '../icons';
 import { LayersContext } from './layer';
 import { Layers } from './layers';
 import { NativeViews } from './nativeViews';
 import { Overlays } from './overlays';
+import { PageFrame } from './pageFrame';
 import type { PhoneModel } from './phoneModel';
 import './phoneView.css';
 import { FaultBadge } from './tools/faultsPage';
@@ -14,27 +15,31 @@ import { pageQuery } from './tools/profile';
 import { usePageLook } from './tools/pageLook';
 import type { Workbench } from './workbench';
 
-const pageAddress = 'classroom.html';
-
 const clock = signal('');
 const tick = () => (clock.value = new Date().toTimeString().slice(0, 5));
 tick();
 setInterval(tick, 10_000);
 
 export function PhoneView({ phone, workbench }: { phone: PhoneModel; workbench: Workbench }) {
-  const [frame, setFrame] = useState<HTMLIFrameElement | null>(null);
+  const frame = useRef<HTMLIFrameElement>(null);
   const views = useRef<HTMLDivElement>(null);
-  const layers = useMemo(() => frame && new Layers(frame), [frame]);
+  const [layers, setLayers] = useState<Layers>();
   useLayoutEffect(() => {
-    if (!frame) return;
-    phone.frame = frame;
-    frame.src = pageAddress + pageQuery(phone.memory.look);
-  }, [frame]);
-  useEffect(() => {
-    if (!frame || !views.current) return;
-    const drawn = new NativeViews(views.current, phone, frame);
-    return () => drawn.end();
-  }, [frame]);
+    const query = pageQuery(phone.memory.look);
+    const page = new PageFrame(frame.current!, query, {
+      onPage: (port) => phone.link.attach(port),
+      onNotice: (text) => (phone.notice.value = text),
+      onProblem: (text) => phone.problem(text),
+    });
+    const drawn = new NativeViews(views.current!, phone);
+    phone.page = page;
+    setLayers(new Layers(page));
+    return () => {
+      drawn.end();
+      page.end();
+      phone.page = undefined;
+    };
+  }, []);
   usePageLook(frame, phone);
   const isCurrent = workbench.current.value === phone;
   return (
@@ -52,6 +57,7 @@ export function PhoneView({ phone, workbench }: { phone: PhoneModel; workbench: 
       <header class="caption">
         <h2>{phone.name}</h2>
         <FaultBadge phone={phone} show={() => workbench.showPage(phone, 'Faults')} />
+        {phone.memory.cutOff && <span class="offline">No network</span>}
         <PhoneTools phone={phone} workbench={workbench} />
       </header>
       <div class="device">
@@ -62,7 +68,12 @@ export function PhoneView({ phone, workbench }: { phone: PhoneModel; workbench: 
           </span>
         </div>
         <div class="screen">
-          <iframe ref={setFrame} class="web-view" title={`Page of ${phone.name}`} />
+          <iframe ref={frame} class="web-view" title={`Page of ${phone.name}`} />
+          {phone.notice.value !== undefined && (
+            <p class="page-notice" role="status">
+              {phone.notice}
+            </p>
+          )}
           <div ref={views} class="native-views" aria-hidden="true" />
           <div class="overlays">
             {layers && (
@@ -80,6 +91,7 @@ export function PhoneView({ phone, workbench }: { phone: PhoneModel; workbench: 
 /** What can be done to a phone as a whole. */
 export function PhoneTools({ phone, workbench }: { phone: PhoneModel; workbench: Workbench }) {
   const device = phone.device.value;
+  const { cutOff } = phone.memory;
   const choose = (kind: 'phone' | 'tablet') => () => (phone.device.value = kind);
   return (
     <div class="phone-tools">
@@ -87,6 +99,11 @@ export function PhoneTools({ phone, workbench }: { phone: PhoneModel; workbench:
         <IconButton name="phone" title="Phone" press={choose('phone')} aria-pressed={device === 'phone'} />
         <IconButton name="tablet" title="Tablet" press={choose('tablet')} aria-pressed={device === 'tablet'} />
       </div>
+      <IconButton
+        name={cutOff ? 'offline' : 'online'}
+        title={cutOff ? 'Restore the network' : 'Cut off the network'}
+        press={() => phone.send({ kind: 'network', drop: !cutOff })}
+      />
       <IconButton name="refresh" title="Reload the page" press={() => phone.reload()} />
       {workbench.phones.value.length > 1 && (
         <IconButton

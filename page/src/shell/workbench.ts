@@ -1,7 +1,6 @@
 // The phones of this window.
 
 import { computed, signal } from '@preact/signals';
-import type { Host } from '../host';
 import { PhoneModel } from './phoneModel';
 import { profileOf } from './tools/profile';
 import { toolboxOf } from './tools/toolbox';
@@ -35,14 +34,6 @@ export class Workbench {
   readonly panelPage = signal(0);
   /** What of the window's address can't be used, a sentence each. */
   readonly addressProblems = signal<readonly string[]>([]);
-  /** Tells each page's messages to the phone whose frame it is in. */
-  readonly host: Host = {
-    attach: (page, onState) => {
-      const phone = this.phones.peek().find(({ frame }) => frame?.contentWindow === page);
-      if (!phone) throw new Error('This page is in no phone of the simulator.');
-      return phone.link.attach(page, onState);
-    },
-  };
 
   constructor() {
     const numbers = JSON.parse(sessionStorage.getItem(keptName) ?? '[1]') as number[];

@@ -1,7 +1,9 @@
 // Makes rows of what goes to and fro between a page and its phone: an answer belongs to the
-// command that asked for it.
+// command that asked for it, what the router does to what made it do so.
 
-import type { Remark, Row, Timeline } from './timeline';
+import type { FromPhone } from '../frames';
+import { member, parsed } from './texts';
+import type { NewRow, Remark, Row, Timeline } from './timeline';
 
 /** A page message, as far as it can be read. */
 export interface Message {
@@ -13,58 +15,77 @@ export interface Message {
 /** What can be said of a page message in plain words. */
 export type Lint = (message: Message) => Remark[];
 
-interface Envelope {
-  head?: { action?: unknown; cbid?: unknown };
-  error?: { errcode?: unknown };
-  params?: unknown;
-  cbid?: unknown;
-}
+type Noted = Extract<FromPhone, { kind: 'noted' }>;
+
+// So many are remembered of what may still be told more of.
+const remembered = 10_000;
+
+// A later one of these that succeeds takes the place of one that waits.
+const replacing = new Set(['enterRoom', 'exitRoom', 'launchScreenKit', 'startScreenCapture']);
 
 export class Conversation {
   /** Looks at each message before it is sent on. */
   lint: Lint = () => [];
   /** Commands by cbid; of several with one cbid, the latest last. */
-  private readonly commands = new Map<string, Row[]>();
+  private commands = new Map<string, Row[]>();
+  /** Commands that have not reached the router, as far as it notes that. */
+  private onTheWay: Row[] = [];
+  /** Noted events whose script has not come. */
+  private untold: Row[] = [];
+  /** What each thread is at, and the noted steps by number. */
+  private readonly doing = new Map<string, Row>();
+  private steps = new Map<number, Row>();
+  private beganAt = 0;
 
   constructor(private readonly timeline: Timeline) {}
 
-  /** A new page is there: nothing of an earlier one is answered any more. */
+  /** A phone like new is there; it counts its time from now. */
   begin(): void {
-    this.end('The page is gone.');
+    this.beganAt = Date.now();
   }
 
-  /** No answer can come any more. */
+  /** The phone is gone: no answer can come any more. */
   end(because: string): void {
-    for (const rows of this.commands.values())
-      for (const row of rows)
-        if (row.waiting === 'waiting') {
-          row.waiting = 'over';
-          row.overBecause = because;
-        }
-    this.commands.clear();
+    for (const rows of this.commands.values()) for (const row of rows) giveUp(row, because);
+    this.commands = new Map();
+    this.onTheWay = [];
+    this.untold = [];
+    this.doing.clear();
+    this.steps = new Map();
     this.timeline.changed();
   }
 
   /** A page message on its way to the phone. */
   message(text: string): void {
-    const message = readMessage(text);
-    const { action, cbid } = message;
+    const envelope = parsed(text);
+    const action = textOf(member(envelope, 'head', 'action'));
+    const cbid = textOf(member(envelope, 'cbid'));
     const title = action ?? 'not a message';
     const row = this.timeline.add({ kind: 'command', title, text, failed: action === undefined });
     row.cbid = cbid;
     row.waiting = cbid === undefined ? 'unasked' : 'waiting';
-    if (cbid !== undefined) this.commands.set(cbid, [...(this.commands.get(cbid) ?? []), row]);
-    this.timeline.remark(row, ...this.lint(message));
+    this.onTheWay.push(row);
+    if (this.onTheWay.length > remembered) this.onTheWay.shift();
+    if (cbid !== undefined) {
+      this.commands.set(cbid, [...(this.commands.get(cbid) ?? []), row]);
+      forgetOldest(this.commands);
+    }
+    const params = member(envelope, 'params');
+    if (action === 'playMusic' && !asksForAnswer(params))
+      giveUp(row, 'Never answered, by the protocol: none of "onStart", "onProgress" and "onComplete" is set.');
+    this.timeline.remark(row, ...this.lint({ text, action, cbid, params }));
   }
 
   /** A script that the page runs next. `needLog` is false for periodic ones. */
   script(script: string, needLog: boolean): void {
     const text = script.slice(script.indexOf('(') + 1, -1);
     const envelope = parsed(text);
-    const action = textOf(envelope?.head?.action);
-    const cbid = textOf(envelope?.head?.cbid);
-    if (cbid !== undefined) return this.answer(cbid, action, text, envelope?.error?.errcode, !needLog);
-    const event = textOf((envelope?.params as { event?: unknown } | undefined)?.event);
+    const action = textOf(member(envelope, 'head', 'action'));
+    const cbid = textOf(member(envelope, 'head', 'cbid'));
+    if (cbid !== undefined)
+      return this.answer(cbid, action, text, member(envelope, 'error', 'errcode'), !needLog);
+    const event = textOf(member(envelope, 'params', 'event'));
+    if (event === undefined && this.tellNoted(action, text)) return;
     this.timeline.add({
       kind: event === undefined ? 'event' : 'report',
       title: event === undefined ? (action ?? script.slice(0, 40)) : `${action ?? 'report'}: ${event}`,
@@ -72,6 +93,61 @@ export class Conversation {
       failed: action === 'onError',
       periodic: !needLog,
     });
+  }
+
+  /** What reached the router, or what it did. */
+  noted({ at, thread, number, step, effect, periodic = false }: Noted): void {
+    const when = { at: Math.min(Date.now(), this.beganAt + at), thread, periodic };
+    if (step) {
+      const row = this.notedStep(step, when);
+      if (!row) return;
+      this.doing.set(thread, row);
+      if (number !== undefined) {
+        this.steps.set(number, row);
+        forgetOldest(this.steps);
+      }
+    } else if (effect) {
+      const cause = number === undefined ? this.doing.get(thread) : this.steps.get(number);
+      const row = rowOfEffect(effect);
+      if (row) this.timeline.add({ ...row, ...when, cause });
+    }
+  }
+
+  // The row of a step: that of the message it is, or a new one.
+  private notedStep(step: object, when: Pick<NewRow, 'at' | 'thread' | 'periodic'>): Row | undefined {
+    if ('command' in step || 'message' in step) {
+      const { command, message } = step as { command?: unknown; message?: unknown };
+      const at = this.onTheWay.findIndex(({ title, text }) => title === command || text === message);
+      const [row] = at < 0 ? [] : this.onTheWay.splice(at, 1);
+      if (row) row.step = step;
+      return row;
+    }
+    const [verb = 'step', value] = Object.entries(step)[0] ?? [];
+    // The phone's own answers are rows already; they are noted as the router gets them.
+    const isEvent = verb === 'event' || verb === 'music' || verb === 'speedTest';
+    const row = this.timeline.add({
+      ...when,
+      kind: isEvent ? 'event' : 'native',
+      title: typeof value === 'string' ? (isEvent ? value : `${verb} ${value}`) : verb,
+      text: JSON.stringify(step),
+      step,
+      failed: value === 'onError',
+    });
+    if (verb === 'event') this.untold.push(row);
+    if (this.untold.length > remembered) this.untold.shift();
+    return row;
+  }
+
+  // Whether an event that the page is told is one that was noted.
+  private tellNoted(action: string | undefined, text: string): boolean {
+    const at = this.untold.findIndex(({ title }) => title === action);
+    const row = this.untold[at];
+    if (!row) return false;
+    // Events are told in the order in which they came: the earlier ones of that name were not.
+    this.untold.splice(at, 1);
+    row.text = text;
+    this.timeline.changed();
+    return true;
   }
 
   private answer(
@@ -85,21 +161,42 @@ export class Conversation {
     const cause =
       asked.find((row) => row.waiting === 'waiting' && row.title === action) ?? asked[asked.length - 1];
     const failed = typeof code === 'number' && code !== 0;
+    if (cause) {
+      cause.waiting = 'answered';
+      cause.overBecause = undefined;
+      if (failed) cause.failed = true;
+      else this.giveUpReplaced(cause);
+    }
     this.timeline.add({ kind: 'answer', title: action ?? 'answer', text, cause, failed, periodic });
-    if (!cause) return;
-    cause.waiting = 'answered';
-    if (failed) cause.failed = true;
+  }
+
+  private giveUpReplaced({ title, id }: Row): void {
+    const isRelease = title === 'uninitSDK';
+    if (!isRelease && !replacing.has(title)) return;
+    for (const rows of this.commands.values())
+      for (const row of rows)
+        if (row.id < id && (isRelease || row.title === title))
+          giveUp(
+            row,
+            isRelease
+              ? 'Never answered, by the protocol: the engine was released meanwhile.'
+              : `Never answered, by the protocol: a later ${title} took its place.`,
+          );
   }
 }
 
-function readMessage(text: string): Message {
-  const envelope = parsed(text);
-  return {
-    text,
-    action: textOf(envelope?.head?.action),
-    cbid: textOf(envelope?.cbid),
-    params: envelope?.params,
-  };
+function forgetOldest(rows: Map<unknown, unknown>): void {
+  if (rows.size > remembered) rows.delete(rows.keys().next().value);
+}
+
+function giveUp(row: Row, because: string): void {
+  if (row.waiting !== 'waiting') return;
+  row.waiting = 'over';
+  row.overBecause = because;
+}
+
+function asksForAnswer(params: unknown): boolean {
+  return ['onStart', 'onProgress', 'onComplete'].some((flag) => Boolean(member(params, flag)));
 }
 
 function textOf(value: unknown): string | undefined {
@@ -107,11 +204,22 @@ function textOf(value: unknown): string | undefined {
   return typeof value === 'string' ? value : undefined;
 }
 
-function parsed(text: string): Envelope | undefined {
-  try {
-    const value: unknown = JSON.parse(text);
-    return typeof value === 'object' && value !== null ? value : undefined;
-  } catch {
-    return undefined;
+// What the page gets is a row of its own where it arrives.
+function rowOfEffect(effect: Record<string, unknown>): NewRow | undefined {
+  const { effect: name, ...others } = effect;
+  const text = JSON.stringify(others);
+  switch (name) {
+    case 'script':
+    case 'reply':
+      return undefined;
+    case 'engine':
+      return { kind: 'engine', title: String(effect['call']), text: JSON.stringify(effect['args'] ?? []) };
+    case 'log': {
+      const record = effect['record'];
+      const failed = Boolean(member(record, 'errorCode'));
+      return { kind: 'record', title: String(member(record, 'actionName') ?? 'record'), text: JSON.stringify(record), failed };
+    }
+    default:
+      return { kind: 'native', title: String(name), text };
   }
 }

@@ -17,6 +17,8 @@ export type Kind =
   | 'record'
   /** Whatever else the router asks of its system, or hears from it. */
   | 'native'
+  /** A page has connected, and got a phone like new. */
+  | 'connection'
   | 'prompt'
   | 'press'
   | 'network'
@@ -60,7 +62,7 @@ export class Row {
   title: string;
   text: string;
   failed: boolean;
-  readonly step: object | undefined;
+  step: object | undefined;
   /** What came of it, in order. */
   beneath: Row[] | undefined;
   /** Of a command. */
@@ -70,6 +72,10 @@ export class Row {
   /** Why no answer can come any more. */
   overBecause: string | undefined;
   remarks: Remark[] | undefined;
+  /** Whether it fits a search: its number, and so many answers were looked at; see Lines. */
+  searched = 0;
+  searchedAnswers = 0;
+  fits = true;
 
   constructor(
     /** Counts up from 1 in each time line. */
@@ -116,6 +122,10 @@ export class Timeline {
   dropped = 0;
   /** How often rows were taken away or put in other than at the end. */
   reshaped = 0;
+  /** How often something about earlier rows has changed: an answer, a remark. */
+  revised = 0;
+  /** Where rows have happened, the page first. */
+  readonly threads = ['page'];
   private characters = 0;
   private lastId = 0;
   private scheduled = false;
@@ -127,11 +137,13 @@ export class Timeline {
 
   add(entry: NewRow): Row {
     const row = new Row(++this.lastId, entry);
-    const { cause } = row;
+    const { cause, thread } = row;
+    if (!this.threads.includes(thread)) this.threads.push(thread);
     if (!cause) {
       this.rows.push(row);
     } else if (row.kind === 'answer') {
       (cause.answers ??= []).push(row);
+      this.revised += 1;
     } else {
       (cause.beneath ??= []).push(row);
       this.reshaped += 1;
@@ -147,6 +159,7 @@ export class Timeline {
   remark(row: Row, ...remarks: Remark[]): void {
     if (remarks.length === 0) return;
     row.remarks = [...(row.remarks ?? []), ...remarks];
+    this.revised += 1;
     this.changed();
   }
 

@@ -1,5 +1,7 @@
 // Made by scripts/make-reference.mjs from the router's tables: don't edit it.
 
+import type { Answers, CallOptions, MayStayOpen, Success } from './calls.js';
+
 export type KOBUSpeedTestResult = {
   /** The address of the server. */
   ip?: string;
@@ -88,13 +90,8 @@ export type KOBUVolumeInfo = {
   volume: number;
 };
 
-/** The commands that a page can send. */
+/** What each command takes and gives; its method says what it does. */
 export interface Commands {
-  /**
-   * Names the page functions that receive events. Each call replaces all earlier names, one that
-   * fails too. An element without both names is skipped; of several for one event the last
-   * counts.
-   */
   registCallBacks: {
     params: {
       /** The events that the page wants from now on, each with its function. */
@@ -105,24 +102,16 @@ export interface Commands {
         jsRecvcbName?: string;
       }[];
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -1;
   };
-  /**
-   * Makes the engine, which most commands need. Success is answered as an error record with code
-   * 0 whose text is "sdk version : " and the engine's version.
-   */
   initSDK: {
     params: Record<string, never>;
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -2;
   };
-  /**
-   * Sets the engine's own log, before "initSDK" too. What is left out or of another type stays as
-   * it is.
-   */
   setLogParams: {
     params: {
       /** How much the engine logs, by the engine's numbers. */
@@ -134,11 +123,10 @@ export interface Commands {
       /** The folder of the engine's log files. */
       logDirPath?: string;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: never;
   };
-  /** Tells the engine's version. */
   getSDKVersion: {
     params: Record<string, never>;
     result: {
@@ -148,19 +136,12 @@ export interface Commands {
     answered: 'once';
     errorCode: never;
   };
-  /** Leaves the room and lets go of the engine; harmless without one. */
   uninitSDK: {
     params: Record<string, never>;
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: never;
   };
-  /**
-   * Enters a room. It is answered with the event "onEnterRoom", always with code 0: a negative
-   * "elapsed" is the code of a failure. An error of entering that the engine reports answers it
-   * too, with the error's code. It stays unanswered when another enter replaces it before the
-   * engine answers, or the engine is released.
-   */
   enterRoom: {
     params: {
       /** The scene of the room, by the engine's numbers. */
@@ -195,10 +176,6 @@ export interface Commands {
     answered: 'later';
     errorCode: number;
   };
-  /**
-   * Leaves the room. It is answered with the event "onExitRoom". It stays unanswered when another
-   * exit replaces it, the user was in no room, or the engine is released.
-   */
   exitRoom: {
     params: Record<string, never>;
     result: {
@@ -210,20 +187,15 @@ export interface Commands {
     answered: 'later';
     errorCode: -2;
   };
-  /** Shows the engine's debug panel over the videos. */
   showBugView: {
     params: {
       /** What the panel shows, by the engine's numbers; 0 hides it. */
       showType: number;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /**
-   * Sets the margins of the debug panel in one user's view. Without "userId" nothing happens, and
-   * the answer is a success.
-   */
   setDebugViewMargin: {
     params: {
       /** The user. */
@@ -237,26 +209,19 @@ export interface Commands {
       /** Distance from the view's right edge (points). Default: 0. */
       right?: number;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -2;
   };
-  /**
-   * Becomes anchor or audience. It is answered at once, and the event "onSwitchRole" tells how
-   * the switch ended. A message with a "nativecb" is answered by that event instead, with the
-   * engine's code and text. It stays unanswered when the message has "nativecb" and the role is
-   * neither 20 nor 21, or another such switch to the same role replaces it.
-   */
   switchRole: {
     params: {
       /** 20 anchor (sends and receives), 21 audience (receives). */
       role: number;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: number;
   };
-  /** Tells the engine what to give up first on a poor network, and who decides. */
   setNetworkQosParam: {
     params: {
       /**
@@ -267,11 +232,10 @@ export interface Commands {
       /** Who decides, by the engine's numbers. Default: 0. Of the record KOBUNetworkQosParam. */
       controlMode?: number;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /** Sets how the own picture is encoded. */
   setVideoEncoderParam: {
     params: {
       /** Width of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
@@ -290,39 +254,28 @@ export interface Commands {
        */
       adjustResolution?: boolean;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /**
-   * Starts the camera and shows it in the own view. The user is asked for permission first where
-   * that is not settled; where it is denied, an alert leads to the settings. It stays unanswered
-   * when the user never answers, or the engine is released meanwhile.
-   */
   startLocalPreview: {
     params: {
       /** True the front camera, false the back one. Default: true. */
       frontCamera?: boolean;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'later';
     errorCode: -1 | -2 | -1314;
   };
-  /** Switches to the front or the back camera. */
   switchCamera: {
     params: {
       /** True the front camera, false the back one. Default: false. */
       frontCamera?: boolean;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -2;
   };
-  /**
-   * Sets how the own picture is drawn here, and how it is sent. The render parameters are set
-   * together, with the default for those left out, unless one of them is of another type; each of
-   * the others is set only when given.
-   */
   setLocalPreviewParams: {
     params: {
       /**
@@ -345,14 +298,10 @@ export interface Commands {
       /** How the picture turns with the device, by the engine's numbers. */
       sensorMode?: number;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -2;
   };
-  /**
-   * Sends a small picture beside the main one, or ceases to. Without "enable", or with encoder
-   * parameters of another type, nothing happens, and the answer is a success.
-   */
   enableEncSmallVideoStream: {
     params: {
       /** Whether the small picture is sent. */
@@ -373,11 +322,10 @@ export interface Commands {
        */
       adjustResolution?: boolean;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -2;
   };
-  /** Chooses which of a user's camera pictures is received. */
   setRemoteVideoStreamType: {
     params: {
       /** The user. */
@@ -385,65 +333,49 @@ export interface Commands {
       /** 0 the camera's main picture, 1 its small one. */
       type: number;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /** Stops the camera. */
   stopLocalPreview: {
     params: Record<string, never>;
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -2;
   };
-  /**
-   * Ceases to send the camera, or sends it again. Meanwhile the others get the picture of
-   * "setVideoMuteImage", if there is one.
-   */
   muteLocalVideo: {
     params: {
       /** True mutes, false ends that. */
       mute: boolean;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /**
-   * Starts the microphone. Where its permission is not settled, the user is asked for the camera,
-   * and that answer decides; where it is denied, an alert leads to the settings. It stays
-   * unanswered when the user never answers, or the engine is released meanwhile.
-   */
   startLocalAudio: {
     params: {
       /** 1 speech, 2 default, 3 music. From 1 to 3. Default: 2. */
       quality?: number;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'later';
     errorCode: -2 | -1317;
   };
-  /** Stops the microphone. */
   stopLocalAudio: {
     params: Record<string, never>;
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -2;
   };
-  /** Mutes the microphone for the other users, or ends that. */
   muteLocalAudio: {
     params: {
       /** True mutes, false ends that. */
       mute: boolean;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /**
-   * Shows a user's stream in the view that the host has for the user's camera, whatever the
-   * stream type.
-   */
   startRemoteView: {
     params: {
       /** The user. */
@@ -451,14 +383,10 @@ export interface Commands {
       /** 0 the camera, 1 its small picture, 2 the screen. From 0 to 2. Default: 0. */
       streamType?: number;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /**
-   * Sets how a user's stream is drawn. Without "userId" nothing happens, and the answer is a
-   * success.
-   */
   setRemotePreviewParams: {
     params: {
       /** The user. */
@@ -479,11 +407,10 @@ export interface Commands {
       /** Another name of "mirrorType", which wins. Of the record KOBURenderParams. */
       mirror?: number;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /** Ceases to show a user's stream. */
   stopRemoteView: {
     params: {
       /** The user. */
@@ -491,18 +418,16 @@ export interface Commands {
       /** 0 the camera, 1 its small picture, 2 the screen. From 0 to 2. Default: 0. */
       streamType?: number;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /** Ceases to show any other user. */
   stopAllRemoteView: {
     params: Record<string, never>;
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -2;
   };
-  /** Ceases to receive a user's picture, or receives it again. */
   muteRemoteVideoStream: {
     params: {
       /** The user. */
@@ -510,21 +435,19 @@ export interface Commands {
       /** True mutes, false ends that. */
       mute: boolean;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /** Ceases to receive the pictures of all users, or receives them again. */
   muteAllRemoteVideoStreams: {
     params: {
       /** True mutes, false ends that. */
       mute: boolean;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /** Mutes one user here, or ends that. */
   muteRemoteAudio: {
     params: {
       /** The user. */
@@ -532,21 +455,19 @@ export interface Commands {
       /** True mutes, false ends that. */
       mute: boolean;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /** Mutes all other users here, or ends that. */
   muteAllRemoteAudio: {
     params: {
       /** True mutes, false ends that. */
       mute: boolean;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /** Sets how loud a user is played here. */
   setRemoteAudioVolume: {
     params: {
       /** The user. */
@@ -554,34 +475,28 @@ export interface Commands {
       /** How loud the user is played, 0 to 100. */
       volume: number;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /** Shows the screen that a user shares. */
   startRemoteSubStreamView: {
     params: {
       /** The user. */
       userId: string;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /** Ceases to show the screen that a user shares. */
   stopRemoteSubStreamView: {
     params: {
       /** The user. */
       userId: string;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /**
-   * Sets how a user's screen is drawn. Render parameters of another type are ignored, and the
-   * answer is a success.
-   */
   setRemoteSubStreamPreviewParams: {
     params: {
       /** The user. */
@@ -600,15 +515,10 @@ export interface Commands {
       /** Another name of "mirrorType", which wins. Of the record KOBURenderParams. */
       mirror?: number;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /**
-   * Plays music. The same message is answered at the start, at each progress and at the end, as
-   * its flags ask for; "state" tells which it is. It stays unanswered when none of the three
-   * flags is set.
-   */
   playMusic: {
     params: {
       /** The music, by a number that the page chooses. */
@@ -650,10 +560,6 @@ export interface Commands {
     answered: 'many';
     errorCode: number;
   };
-  /**
-   * Moves to a position in music and sets volumes. What is left out stays as it is. Without
-   * "audioId" only the volume of all music is set.
-   */
   setMusicInfo: {
     params: {
       /** The music, by a number that the page chooses. */
@@ -667,45 +573,37 @@ export interface Commands {
       /** Volume of this music for the other users, 0 to 100. */
       publishVolume?: number;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /** Stops music. */
   stopMusic: {
     params: {
       /** The music, by a number that the page chooses. */
       audioId: number;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /** Pauses music. */
   pauseMusic: {
     params: {
       /** The music, by a number that the page chooses. */
       audioId: number;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /** Plays paused music on. */
   resumeMusic: {
     params: {
       /** The music, by a number that the page chooses. */
       audioId: number;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /**
-   * Measures the network to each of the engine's servers. The message is answered for each
-   * server, always with code 0; the text is "ing", and "done" for the last one. It stays
-   * unanswered when the test is stopped, or the engine is released meanwhile.
-   */
   startSpeedTest: {
     params: {
       /** The application, as the engine knows it. */
@@ -726,27 +624,21 @@ export interface Commands {
     answered: 'many';
     errorCode: -1 | -2;
   };
-  /** Ends a running speed test. */
   stopSpeedTest: {
     params: Record<string, never>;
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -2;
   };
-  /** Sets how often the event "onUserVoiceVolume" comes. Each enter sets it to 500 ms. */
   enableAudioVolumeEvaluation: {
     params: {
       /** Time between two volume events; 0 turns them off (ms). */
       interval: number;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /**
-   * Downloads the picture that the others get while the camera is muted. A file that is no
-   * picture takes an earlier picture away, and the answer is a success.
-   */
   setVideoMuteImage: {
     params: {
       /** An absolute URL of the picture. */
@@ -754,14 +646,10 @@ export interface Commands {
       /** How often the picture is sent (frames/s). From 5 to 10. Default: 5. */
       fps?: number;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'later';
     errorCode: number;
   };
-  /**
-   * Tells which streams flow, by the statistics that came last, and forgets these. When none have
-   * come since the last time, the text "[]" stands in place of the list.
-   */
   getKOBUStats: {
     params: Record<string, never>;
     result: {
@@ -778,30 +666,24 @@ export interface Commands {
     answered: 'once';
     errorCode: never;
   };
-  /**
-   * Names the page function that is told when the camera and the microphone go on and off.
-   * Without a name, no function is told.
-   */
   registReport: {
     params: {
       /** The page function that receives the reports. */
       reportfunc?: string;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: never;
   };
-  /** Chooses where sound is played, such as the loudspeaker or the earpiece. */
   setAudioRoute: {
     params: {
       /** Where sound is played, by the engine's numbers. */
       route: number;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /** Sets the volume of the microphone, of all that is played here, or of both. */
   setAudioVolume: {
     params: {
       /** Volume of the microphone, 0 to 100. */
@@ -809,11 +691,10 @@ export interface Commands {
       /** Volume of all that is played here, 0 to 100. */
       playoutVolume?: number;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /** Tells the volume of the microphone, of all that is played here, or of both. */
   getAudioVolume: {
     params: {
       /** Whether to tell the microphone's volume. Default: false. */
@@ -830,20 +711,15 @@ export interface Commands {
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /**
-   * Hands the engine a call for which there is no command. What the engine makes of it is not
-   * answered.
-   */
   callExperimentalAPI: {
     params: {
       /** A JSON text for the engine; it may be empty. */
       APIParams: string;
     };
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /** Tells what this system can capture. */
   isSupportScreenCapture: {
     params: Record<string, never>;
     result: {
@@ -856,23 +732,12 @@ export interface Commands {
     answered: 'once';
     errorCode: never;
   };
-  /**
-   * Starts the screen-broadcast extension. It is answered when the extension has started. On
-   * systems before 12.0 nothing is started, and the answer is a success at once. It stays
-   * unanswered when the extension does not start, or another launch replaces it.
-   */
   launchScreenKit: {
     params: Record<string, never>;
-    result: Record<string, never>;
+    result: Success;
     answered: 'later';
     errorCode: -1;
   };
-  /**
-   * Starts to share the screen. It is answered with the event "onScreenCaptureStarted", if the
-   * engine sends that on the main thread; rely on the event. It stays unanswered when the engine
-   * sends the event on a thread of its own, another start replaces it, or the capture does not
-   * start.
-   */
   startScreenCapture: {
     params: {
       /** 1 the application's own screen, 2 the whole device. */
@@ -907,32 +772,602 @@ export interface Commands {
     answered: 'later';
     errorCode: -1 | -2;
   };
-  /** Pauses screen capture. The answer is an error record with the engine's result, 0 for success. */
   pauseScreenCapture: {
     params: Record<string, never>;
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: number;
   };
-  /**
-   * Goes on with screen capture. The answer is an error record with the engine's result, 0 for
-   * success.
-   */
   resumeScreenCapture: {
     params: Record<string, never>;
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: number;
   };
-  /** Ends screen capture. The answer is an error record with the engine's result, 0 for success. */
   stopScreenCapture: {
     params: Record<string, never>;
-    result: Record<string, never>;
+    result: Success;
     answered: 'once';
     errorCode: number;
   };
 }
 export type CommandName = keyof Commands;
+
+/** The names of all commands, with spaces between. */
+export const commandNames =
+  'registCallBacks initSDK setLogParams getSDKVersion uninitSDK enterRoom exitRoom showBugView ' +
+  'setDebugViewMargin switchRole setNetworkQosParam setVideoEncoderParam startLocalPreview ' +
+  'switchCamera setLocalPreviewParams enableEncSmallVideoStream setRemoteVideoStreamType ' +
+  'stopLocalPreview muteLocalVideo startLocalAudio stopLocalAudio muteLocalAudio startRemoteView ' +
+  'setRemotePreviewParams stopRemoteView stopAllRemoteView muteRemoteVideoStream ' +
+  'muteAllRemoteVideoStreams muteRemoteAudio muteAllRemoteAudio setRemoteAudioVolume ' +
+  'startRemoteSubStreamView stopRemoteSubStreamView setRemoteSubStreamPreviewParams playMusic ' +
+  'setMusicInfo stopMusic pauseMusic resumeMusic startSpeedTest stopSpeedTest ' +
+  'enableAudioVolumeEvaluation setVideoMuteImage getKOBUStats registReport setAudioRoute ' +
+  'setAudioVolume getAudioVolume callExperimentalAPI isSupportScreenCapture launchScreenKit ' +
+  'startScreenCapture pauseScreenCapture resumeScreenCapture stopScreenCapture';
+
+/** Every command as a method. */
+export interface Methods {
+  /**
+   * Names the page functions that receive events. Each call replaces all earlier names, one that
+   * fails too. An element without both names is skipped; of several for one event the last
+   * counts.
+   * @throws {BridgeError} -1 (JS), "no callbacks content": "callbacks" is missing or of another
+   * type
+   */
+  registCallBacks(
+    params: Commands['registCallBacks']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['registCallBacks']['result']>;
+  /**
+   * Makes the engine, which most commands need. Success is answered as an error record with code
+   * 0 whose text is "sdk version : " and the engine's version.
+   * @throws {BridgeError} -2 (JS), "had initSDK": the engine is there already
+   */
+  initSDK(
+    params?: Commands['initSDK']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['initSDK']['result']>;
+  /**
+   * Sets the engine's own log, before "initSDK" too. What is left out or of another type stays as
+   * it is.
+   */
+  setLogParams(
+    params?: Commands['setLogParams']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['setLogParams']['result']>;
+  /** Tells the engine's version. */
+  getSDKVersion(
+    params?: Commands['getSDKVersion']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['getSDKVersion']['result']>;
+  /** Leaves the room and lets go of the engine; harmless without one. */
+  uninitSDK(
+    params?: Commands['uninitSDK']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['uninitSDK']['result']>;
+  /**
+   * Enters a room. It is answered with the event "onEnterRoom", always with code 0: a negative
+   * "elapsed" is the code of a failure. An error of entering that the engine reports answers it
+   * too, with the error's code.
+   * It stays unanswered when another enter replaces it before the engine answers, or the engine
+   * is released.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "no appScene param": "appScene" is missing or of another type
+   * @throws {BridgeError} -1 (JS), "params can't parse KOBUParams": "sdkAppId", "userId",
+   * "userSig", "roomId" or "role" is of another type
+   * @throws {BridgeError} another code (KOBU): the engine reports that entering failed: its code
+   * and text
+   */
+  enterRoom(
+    params: Commands['enterRoom']['params'],
+    options?: CallOptions,
+  ): MayStayOpen<Commands['enterRoom']['result']>;
+  /**
+   * Leaves the room. It is answered with the event "onExitRoom".
+   * It stays unanswered when another exit replaces it, the user was in no room, or the engine is
+   * released.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   */
+  exitRoom(
+    params?: Commands['exitRoom']['params'],
+    options?: CallOptions,
+  ): MayStayOpen<Commands['exitRoom']['result']>;
+  /**
+   * Shows the engine's debug panel over the videos.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "params error": "showType" is missing or of another type
+   */
+  showBugView(
+    params: Commands['showBugView']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['showBugView']['result']>;
+  /**
+   * Sets the margins of the debug panel in one user's view. Without "userId" nothing happens, and
+   * the answer is a success.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   */
+  setDebugViewMargin(
+    params?: Commands['setDebugViewMargin']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['setDebugViewMargin']['result']>;
+  /**
+   * Becomes anchor or audience. It is answered at once, and the event "onSwitchRole" tells how
+   * the switch ended. A message with a "nativecb" is answered by that event instead, with the
+   * engine's code and text.
+   * It stays unanswered when the message has "nativecb" and the role is neither 20 nor 21, or
+   * another such switch to the same role replaces it.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "no role param": "role" is missing or of another type
+   * @throws {BridgeError} -3 (JS), "not enter room": no enter has ended yet
+   * @throws {BridgeError} another code (KOBU): the message has "nativecb" and the switch fails:
+   * the engine's code and text
+   */
+  switchRole(
+    params: Commands['switchRole']['params'],
+    options?: CallOptions,
+  ): MayStayOpen<Commands['switchRole']['result']>;
+  /**
+   * Tells the engine what to give up first on a poor network, and who decides.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "params error": there are no params; "preference" or
+   * "controlMode" is of another type
+   */
+  setNetworkQosParam(
+    params?: Commands['setNetworkQosParam']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['setNetworkQosParam']['result']>;
+  /**
+   * Sets how the own picture is encoded.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "parse KOBUVideoEncParam err": there are no params; "width",
+   * "height", "fps", "bitrate", "minBitrate" or "adjustResolution" is of another type
+   */
+  setVideoEncoderParam(
+    params?: Commands['setVideoEncoderParam']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['setVideoEncoderParam']['result']>;
+  /**
+   * Starts the camera and shows it in the own view. The user is asked for permission first where
+   * that is not settled; where it is denied, an alert leads to the settings.
+   * It stays unanswered when the user never answers, or the engine is released meanwhile.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "not set render source": the host has no source of views
+   * @throws {BridgeError} -1 (KOBU), "not found self render source": the host has no view for the
+   * own user
+   * @throws {BridgeError} -1314 (KOBU): the user does not permit the camera; the text tells how
+   * it came
+   */
+  startLocalPreview(
+    params?: Commands['startLocalPreview']['params'],
+    options?: CallOptions,
+  ): MayStayOpen<Commands['startLocalPreview']['result']>;
+  /**
+   * Switches to the front or the back camera.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   */
+  switchCamera(
+    params?: Commands['switchCamera']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['switchCamera']['result']>;
+  /**
+   * Sets how the own picture is drawn here, and how it is sent. The render parameters are set
+   * together, with the default for those left out, unless one of them is of another type; each of
+   * the others is set only when given.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   */
+  setLocalPreviewParams(
+    params?: Commands['setLocalPreviewParams']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['setLocalPreviewParams']['result']>;
+  /**
+   * Sends a small picture beside the main one, or ceases to. Without "enable", or with encoder
+   * parameters of another type, nothing happens, and the answer is a success.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   */
+  enableEncSmallVideoStream(
+    params?: Commands['enableEncSmallVideoStream']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['enableEncSmallVideoStream']['result']>;
+  /**
+   * Chooses which of a user's camera pictures is received.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "userId or type param error": "userId" is missing, empty or of
+   * another type; "type" is missing or of another type
+   */
+  setRemoteVideoStreamType(
+    params: Commands['setRemoteVideoStreamType']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['setRemoteVideoStreamType']['result']>;
+  /**
+   * Stops the camera.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   */
+  stopLocalPreview(
+    params?: Commands['stopLocalPreview']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['stopLocalPreview']['result']>;
+  /**
+   * Ceases to send the camera, or sends it again. Meanwhile the others get the picture of
+   * "setVideoMuteImage", if there is one.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "no mute param": "mute" is missing or of another type
+   */
+  muteLocalVideo(
+    params: Commands['muteLocalVideo']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['muteLocalVideo']['result']>;
+  /**
+   * Starts the microphone. Where its permission is not settled, the user is asked for the camera,
+   * and that answer decides; where it is denied, an alert leads to the settings.
+   * It stays unanswered when the user never answers, or the engine is released meanwhile.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1317 (KOBU): the user does not permit the microphone; the text tells
+   * how it came
+   */
+  startLocalAudio(
+    params?: Commands['startLocalAudio']['params'],
+    options?: CallOptions,
+  ): MayStayOpen<Commands['startLocalAudio']['result']>;
+  /**
+   * Stops the microphone.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   */
+  stopLocalAudio(
+    params?: Commands['stopLocalAudio']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['stopLocalAudio']['result']>;
+  /**
+   * Mutes the microphone for the other users, or ends that.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "no mute param": "mute" is missing or of another type
+   */
+  muteLocalAudio(
+    params: Commands['muteLocalAudio']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['muteLocalAudio']['result']>;
+  /**
+   * Shows a user's stream in the view that the host has for the user's camera, whatever the
+   * stream type.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "userId param error": "userId" is missing, empty or of another
+   * type
+   * @throws {BridgeError} -2 (KOBU), "no render source": the host has no source of views
+   * @throws {BridgeError} -2 (KOBU), "no found render view": the host has no view for the user
+   */
+  startRemoteView(
+    params: Commands['startRemoteView']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['startRemoteView']['result']>;
+  /**
+   * Sets how a user's stream is drawn. Without "userId" nothing happens, and the answer is a
+   * success.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "render param error": "rotation", "fillMode", "mirrorType",
+   * "mode" or "mirror" is of another type
+   */
+  setRemotePreviewParams(
+    params?: Commands['setRemotePreviewParams']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['setRemotePreviewParams']['result']>;
+  /**
+   * Ceases to show a user's stream.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "userId param error": "userId" is missing, empty or of another
+   * type
+   */
+  stopRemoteView(
+    params: Commands['stopRemoteView']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['stopRemoteView']['result']>;
+  /**
+   * Ceases to show any other user.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   */
+  stopAllRemoteView(
+    params?: Commands['stopAllRemoteView']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['stopAllRemoteView']['result']>;
+  /**
+   * Ceases to receive a user's picture, or receives it again.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "userId or mute param error": "userId" is missing, empty or of
+   * another type; "mute" is missing or of another type
+   */
+  muteRemoteVideoStream(
+    params: Commands['muteRemoteVideoStream']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['muteRemoteVideoStream']['result']>;
+  /**
+   * Ceases to receive the pictures of all users, or receives them again.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "mute param error": "mute" is missing or of another type
+   */
+  muteAllRemoteVideoStreams(
+    params: Commands['muteAllRemoteVideoStreams']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['muteAllRemoteVideoStreams']['result']>;
+  /**
+   * Mutes one user here, or ends that.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "userId or mute param error": "userId" is missing, empty or of
+   * another type; "mute" is missing or of another type
+   */
+  muteRemoteAudio(
+    params: Commands['muteRemoteAudio']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['muteRemoteAudio']['result']>;
+  /**
+   * Mutes all other users here, or ends that.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "mute param error": "mute" is missing or of another type
+   */
+  muteAllRemoteAudio(
+    params: Commands['muteAllRemoteAudio']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['muteAllRemoteAudio']['result']>;
+  /**
+   * Sets how loud a user is played here.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "userId or volume param error": "userId" is missing, empty or
+   * of another type; "volume" is missing or of another type
+   */
+  setRemoteAudioVolume(
+    params: Commands['setRemoteAudioVolume']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['setRemoteAudioVolume']['result']>;
+  /**
+   * Shows the screen that a user shares.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "userId param error": "userId" is missing, empty or of another
+   * type
+   * @throws {BridgeError} -2 (KOBU), "no render source": the host has no source of views
+   * @throws {BridgeError} -2 (KOBU), "no found render view": the host has no view for the user
+   */
+  startRemoteSubStreamView(
+    params: Commands['startRemoteSubStreamView']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['startRemoteSubStreamView']['result']>;
+  /**
+   * Ceases to show the screen that a user shares.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "userId param error": "userId" is missing, empty or of another
+   * type
+   */
+  stopRemoteSubStreamView(
+    params: Commands['stopRemoteSubStreamView']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['stopRemoteSubStreamView']['result']>;
+  /**
+   * Sets how a user's screen is drawn. Render parameters of another type are ignored, and the
+   * answer is a success.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "userId param error": "userId" is missing, empty or of another
+   * type
+   */
+  setRemoteSubStreamPreviewParams(
+    params: Commands['setRemoteSubStreamPreviewParams']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['setRemoteSubStreamPreviewParams']['result']>;
+  /**
+   * Plays music. The same message is answered at the start, at each progress and at the end, as
+   * its flags ask for; "state" tells which it is.
+   * It stays unanswered when none of the three flags is set.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "audioId param error": "audioId" is missing or of another type
+   * @throws {BridgeError} -1 (JS), "path param error": "ID" is of another type; "path" is
+   * missing, empty or of another type; "loopCount", "publish", "startTimeMs" or "endTimeMs" is of
+   * another type
+   * @throws {BridgeError} another code (KOBU), "play onStart error": the music can't be started:
+   * the engine's code
+   * @throws {BridgeError} another code (KOBU), "play onComplete error": the music breaks off: the
+   * engine's code
+   */
+  playMusic(
+    params: Commands['playMusic']['params'],
+    options?: CallOptions,
+  ): Answers<Commands['playMusic']['result']>;
+  /**
+   * Moves to a position in music and sets volumes. What is left out stays as it is. Without
+   * "audioId" only the volume of all music is set.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "no audioId param": neither "audioId" nor "volume" is given
+   */
+  setMusicInfo(
+    params?: Commands['setMusicInfo']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['setMusicInfo']['result']>;
+  /**
+   * Stops music.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "no audioId param": "audioId" is missing or of another type
+   */
+  stopMusic(
+    params: Commands['stopMusic']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['stopMusic']['result']>;
+  /**
+   * Pauses music.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "no audioId param": "audioId" is missing or of another type
+   */
+  pauseMusic(
+    params: Commands['pauseMusic']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['pauseMusic']['result']>;
+  /**
+   * Plays paused music on.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "no audioId param": "audioId" is missing or of another type
+   */
+  resumeMusic(
+    params: Commands['resumeMusic']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['resumeMusic']['result']>;
+  /**
+   * Measures the network to each of the engine's servers. The message is answered for each
+   * server, always with code 0; the text is "ing", and "done" for the last one.
+   * It stays unanswered when the test is stopped, or the engine is released meanwhile.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "params error": "sdkAppId" is missing or of another type;
+   * "userId" or "userSig" is missing, empty or of another type
+   */
+  startSpeedTest(
+    params: Commands['startSpeedTest']['params'],
+    options?: CallOptions,
+  ): Answers<Commands['startSpeedTest']['result']>;
+  /**
+   * Ends a running speed test.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   */
+  stopSpeedTest(
+    params?: Commands['stopSpeedTest']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['stopSpeedTest']['result']>;
+  /**
+   * Sets how often the event "onUserVoiceVolume" comes. Each enter sets it to 500 ms.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "no interval param": "interval" is missing or of another type
+   */
+  enableAudioVolumeEvaluation(
+    params: Commands['enableAudioVolumeEvaluation']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['enableAudioVolumeEvaluation']['result']>;
+  /**
+   * Downloads the picture that the others get while the camera is muted. A file that is no
+   * picture takes an earlier picture away, and the answer is a success.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "imgUrl params error": "imgUrl" is missing or no absolute URL
+   * @throws {BridgeError} -2 (KOBU), "download image is nil": the downloaded file can't be read
+   * @throws {BridgeError} another code (KOBU): the download fails: the download's code and text
+   */
+  setVideoMuteImage(
+    params: Commands['setVideoMuteImage']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['setVideoMuteImage']['result']>;
+  /**
+   * Tells which streams flow, by the statistics that came last, and forgets these. When none have
+   * come since the last time, the text "[]" stands in place of the list.
+   */
+  getKOBUStats(
+    params?: Commands['getKOBUStats']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['getKOBUStats']['result']>;
+  /**
+   * Names the page function that is told when the camera and the microphone go on and off.
+   * Without a name, no function is told.
+   */
+  registReport(
+    params?: Commands['registReport']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['registReport']['result']>;
+  /**
+   * Chooses where sound is played, such as the loudspeaker or the earpiece.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "no route param": "route" is missing or of another type
+   */
+  setAudioRoute(
+    params: Commands['setAudioRoute']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['setAudioRoute']['result']>;
+  /**
+   * Sets the volume of the microphone, of all that is played here, or of both.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "params error": neither "captureVolume" nor "playoutVolume" is
+   * given
+   */
+  setAudioVolume(
+    params?: Commands['setAudioVolume']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['setAudioVolume']['result']>;
+  /**
+   * Tells the volume of the microphone, of all that is played here, or of both.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "params error": neither "capture" nor "playout" is given
+   */
+  getAudioVolume(
+    params?: Commands['getAudioVolume']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['getAudioVolume']['result']>;
+  /**
+   * Hands the engine a call for which there is no command. What the engine makes of it is not
+   * answered.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "no APIParams param": "APIParams" is missing or of another
+   * type
+   */
+  callExperimentalAPI(
+    params: Commands['callExperimentalAPI']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['callExperimentalAPI']['result']>;
+  /** Tells what this system can capture. */
+  isSupportScreenCapture(
+    params?: Commands['isSupportScreenCapture']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['isSupportScreenCapture']['result']>;
+  /**
+   * Starts the screen-broadcast extension. It is answered when the extension has started. On
+   * systems before 12.0 nothing is started, and the answer is a success at once.
+   * It stays unanswered when the extension does not start, or another launch replaces it.
+   * @throws {BridgeError} -1 (JS), "not support launchScreenKit": the system is older than 11.0
+   */
+  launchScreenKit(
+    params?: Commands['launchScreenKit']['params'],
+    options?: CallOptions,
+  ): MayStayOpen<Commands['launchScreenKit']['result']>;
+  /**
+   * Starts to share the screen. It is answered with the event "onScreenCaptureStarted", if the
+   * engine sends that on the main thread; rely on the event.
+   * It stays unanswered when the engine sends the event on a thread of its own, another start
+   * replaces it, or the capture does not start.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -1 (JS), "screenCaptureMode not found": "screenCaptureMode" is missing
+   * or none of its values
+   * @throws {BridgeError} -1 (JS), "parse KOBUVideoEncParam err": "width", "height", "fps",
+   * "bitrate", "minBitrate" or "adjustResolution" is of another type
+   * @throws {BridgeError} -2 (JS), "not support screencapture": the system is older than 13.0 for
+   * mode 1, than 11.0 for mode 2
+   */
+  startScreenCapture(
+    params: Commands['startScreenCapture']['params'],
+    options?: CallOptions,
+  ): MayStayOpen<Commands['startScreenCapture']['result']>;
+  /**
+   * Pauses screen capture. The answer is an error record with the engine's result, 0 for success.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} another code (KOBU), "pauseScreenCapture call failed": the engine
+   * refuses: its result
+   * @throws {BridgeError} -2 (KOBU), "not support screencapture": the system is older than 11.0
+   */
+  pauseScreenCapture(
+    params?: Commands['pauseScreenCapture']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['pauseScreenCapture']['result']>;
+  /**
+   * Goes on with screen capture. The answer is an error record with the engine's result, 0 for
+   * success.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} another code (KOBU), "resumeScreenCapture call failed": the engine
+   * refuses: its result
+   * @throws {BridgeError} -2 (KOBU), "not support screencapture": the system is older than 11.0
+   */
+  resumeScreenCapture(
+    params?: Commands['resumeScreenCapture']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['resumeScreenCapture']['result']>;
+  /**
+   * Ends screen capture. The answer is an error record with the engine's result, 0 for success.
+   * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} another code (KOBU), "stopScreenCapture call failed": the engine
+   * refuses: its result
+   * @throws {BridgeError} -2 (KOBU), "not support screencapture": the system is older than 11.0
+   */
+  stopScreenCapture(
+    params?: Commands['stopScreenCapture']['params'],
+    options?: CallOptions,
+  ): Promise<Commands['stopScreenCapture']['result']>;
+}
 
 /** The events that a page can register for, each with its payload. */
 export interface Events {

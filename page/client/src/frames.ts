@@ -1,0 +1,40 @@
+// What a page in the simulator and the shell around it send each other. They meet by messages
+// between their windows; then they speak over the port that the shell's message brings.
+
+/** From the page's window to the shell's: the page asks for a phone. */
+export const connect = { vemo: 'connect' } as const;
+/** The answer, which carries the port. A page of another origin than the named one gets none. */
+export const connected = { vemo: 'connected' } as const;
+
+export type FromPage =
+  | { kind: 'message'; text: string }
+  /** A script has failed. */
+  | { kind: 'failed'; script: string; error: string }
+  | ({ kind: 'places' } & Places)
+  /** The page goes away. */
+  | { kind: 'bye' };
+
+export type ToPage =
+  | { kind: 'state'; state: 'ready' | 'stopped' }
+  | { kind: 'script'; text: string }
+  /** What lay above the page is gone: the focus goes back where it was. */
+  | { kind: 'focus' }
+  | { kind: 'reload' };
+
+/** Where something lies in the page's window: left, top, width, height (CSS pixels). */
+export type Box = [left: number, top: number, width: number, height: number];
+
+/** Where the page wants the phone's native views. */
+export interface Places {
+  /** The elements with `data-native-view="USER/TYPE"`. */
+  views: {
+    name: string;
+    box: Box;
+    /** The element's corners, as in CSS. */
+    radius: string;
+    /** Where the view may be seen: the nearest element above with `data-native-clip`. */
+    clip?: Box;
+  }[];
+  /** The elements with `data-native-above`, which lie above the views. */
+  above: { box: Box; radius: number }[];
+}

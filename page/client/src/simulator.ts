@@ -1,0 +1,72 @@
+// The simulator as the application: its shell is the window around the page's frame.
+
+import { connect, connected, type FromPage, type ToPage } from './frames.js';
+import { watchPlaces } from './places.js';
+import type { Transport } from './transport.js';
+
+const loopback = /^https?:\/\/(localhost|127\.0\.0\.1|\[::1\])(:\d+)?$/;
+
+/**
+ * The simulator, when the page runs in its phone. Only a window of this machine around the page
+ * is listened to, or one of `origin`.
+ */
+export function simulator({ origin }: { origin?: string } = {}): Transport {
+  return ({ onState }) => {
+    let port: MessagePort | undefined;
+    const post = (frame: FromPage) => port?.postMessage(frame);
+    const takePort = ({ source, origin: its, data, ports }: MessageEvent) => {
+      if (source !== parent || data?.vemo !== connected.vemo) return;
+      if (origin === undefined ? !loopback.test(its) : its !== origin) return;
+      removeEventListener('message', takePort);
+      port = ports[0]!;
+      const giveFocusBack = keepFocus();
+      port.onmessage = ({ data: frame }: MessageEvent<ToPage>) => {
+        if (frame.kind === 'state') onState(frame.state);
+        if (frame.kind === 'script') run(frame.text, post);
+        if (frame.kind === 'focus') giveFocusBack();
+        if (frame.kind === 'reload') location.reload();
+      };
+      addEventListener('pagehide', () => post({ kind: 'bye' }));
+      watchPlaces((places) => post({ kind: 'places', ...places }));
+    };
+    addEventListener('message', takePort);
+    parent.postMessage(connect, origin ?? '*');
+    return (text) => post({ kind: 'message', text });
+  };
+}
+
+// The application's scripts call a function of the page with a JSON text. Such a call is made
+// without eval, which a page's content security policy may forbid.
+function run(script: string, post: (frame: FromPage) => void): void {
+  try {
+    const [, path, json] = /^([\w$]+(?:\.[\w$]+)*)\(([^]*)\)$/.exec(script) ?? [];
+    const names = path?.split('.') ?? [];
+    const name = names.pop();
+    const owner = names.reduce((object: any, key) => object?.[key], self);
+    if (name && typeof owner?.[name] === 'function' && isJson(json!)) owner[name](JSON.parse(json!));
+    else (0, eval)(script);
+  } catch (error) {
+    post({ kind: 'failed', script, error: String(error) });
+  }
+}
+
+function isJson(text: string): boolean {
+  try {
+    JSON.parse(text);
+    return true;
+  } catch {
+    return false;
+  }
+}
+
+// While something lies above the page the browser takes the focus out of it; afterwards it goes
+// back to the element that had it, unless the user has pressed elsewhere.
+function keepFocus(): () => void {
+  let last: HTMLElement | undefined;
+  addEventListener('pointerdown', () => (last = undefined), true);
+  addEventListener('focusin', ({ target }) => (last = target as HTMLElement));
+  return () => {
+    self.focus();
+    if (last?.isConnected) last.focus();
+  };
+}

@@ -1,0 +1,82 @@
+// Rows in words.
+
+import type { Row } from './timeline';
+
+/** The value of a JSON text; nothing when it is none. */
+export function parsed(text: string): unknown {
+  try {
+    return JSON.parse(text);
+  } catch {
+    return undefined;
+  }
+}
+
+/** JSON in lines; any other text as it is. */
+export function indented(text: string): string {
+  const value = parsed(text);
+  return value === undefined ? text : JSON.stringify(value, null, 2);
+}
+
+/** A member of a JSON object, or undefined. */
+export function member(value: unknown, ...path: string[]): unknown {
+  let found = value;
+  for (const key of path)
+    found = typeof found === 'object' && found !== null ? (found as Record<string, unknown>)[key] : undefined;
+  return found;
+}
+
+/** 340 ms, 3.2 s, 2 min. */
+export function duration(ms: number): string {
+  if (ms < 1000) return `${Math.max(0, Math.round(ms))} ms`;
+  if (ms < 9950) return `${(ms / 1000).toFixed(1)} s`;
+  if (ms < 120_000) return `${Math.round(ms / 1000)} s`;
+  return `${Math.round(ms / 60_000)} min`;
+}
+
+/** 22:31:07.042, in the time of this place. */
+export function timeOfDay(at: number): string {
+  const time = new Date(at);
+  return `${time.toTimeString().slice(0, 8)}.${String(time.getMilliseconds()).padStart(3, '0')}`;
+}
+
+/** The code and the text of an answer's error; nothing where it was a success. */
+export function errorOf(answer: Row): { code: number; text: string } | undefined {
+  if (!answer.failed) return undefined;
+  const error = member(parsed(answer.text), 'error');
+  return { code: Number(member(error, 'errcode')), text: String(member(error, 'errmsg') ?? '') };
+}
+
+const briefLength = 200;
+
+/**
+ * What a row holds, in one line; `text` is its text as it may be shown. Empty where the title
+ * says it all.
+ */
+export function brief(row: Row, text: string): string {
+  if (row.kind === 'command') {
+    const failed = row.answers?.find((answer) => answer.failed);
+    const error = failed && errorOf(failed);
+    if (error) return error.text;
+  }
+  if (text === '' || row.kind === 'problem' || row.kind === 'network') return '';
+  const value = parsed(text);
+  if (value === undefined) return text.slice(0, briefLength);
+  const told = {
+    command: ['params'],
+    answer: ['retval'],
+    event: ['retval'],
+    report: ['params'],
+  }[row.kind as string];
+  if (row.kind === 'prompt') return String(member(value, 'message') ?? '');
+  if (row.kind === 'record') return String(member(value, 'actionParam') ?? member(value, 'errorDesc') ?? '').slice(0, briefLength);
+  if (row.kind === 'settings' && !row.title.startsWith('Settings')) return '';
+  return inOneLine(told ? member(value, ...told) : value);
+}
+
+// As a literal of a program: without quotes around keys and outermost braces.
+function inOneLine(value: unknown): string {
+  if (value === undefined || value === null) return '';
+  const text = JSON.stringify(value).slice(0, 4 * briefLength);
+  const bare = text.replace(/"(\w+)":/g, '$1: ').replace(/,(?=\w+: |")/g, ', ');
+  return (bare.startsWith('{') ? bare.slice(1).replace(/}$/, '') : bare).slice(0, briefLength);
+}
