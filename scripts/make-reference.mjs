@@ -1,6 +1,7 @@
 #!/usr/bin/env node
-// Makes the reference of the page's protocol: docs/reference/*.md and page/client/src/protocol.ts,
-// from what vemo-protocol prints, with answers that vemo-replay plays.
+// Makes the reference of the page's protocol: docs/reference/*.md, page/client/src/protocol.ts and
+// page/src/shell/tools/protocol.json, from what vemo-protocol prints, with answers that
+// vemo-replay plays.
 //
 //   make-reference.mjs PROTOCOL REPLAY           write the files
 //   make-reference.mjs PROTOCOL REPLAY --check   compare with the files that are there
@@ -12,8 +13,9 @@ import { existsSync, readFileSync, readdirSync, rmSync, writeFileSync } from 'no
 import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
-import { pages } from './reference/pages.mjs';
+import { data } from './reference/data.mjs';
 import { playExamples } from './reference/examples.mjs';
+import { pages } from './reference/pages.mjs';
 import { readScenarios } from './reference/scenarios.mjs';
 import { types } from './reference/types.mjs';
 
@@ -34,6 +36,7 @@ const troubles = [...examples.troubles, ...scenarios.troubles];
 const files = new Map([
   ...pages(protocol, examples, scenarios).map(([name, text]) => [`${folder}/${name}`, text]),
   ['page/client/src/protocol.ts', types(protocol)],
+  ['page/src/shell/tools/protocol.json', data(protocol, examples)],
 ]);
 const stale = readdirSync(join(root, folder))
   .filter((name) => name.endsWith('.md') && !files.has(`${folder}/${name}`))

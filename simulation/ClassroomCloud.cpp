@@ -79,6 +79,13 @@ void SimulatedEngineClass::restoreConnection() {
   world_->restoreConnection(*handset_);
 }
 
+bool SimulatedEngineClass::fire(std::function<void(KOBUCloudDelegate&)> event) {
+  const World::Guard guard(*world_);
+  const auto client = handset_->instance ? handset_->client.lock() : nullptr;
+  if (client) client->emit(std::move(event));
+  return client != nullptr;
+}
+
 ClassroomCloud::ClassroomCloud(CloudOptions options)
     : world_(std::make_shared<World>(std::move(options))) {}
 

@@ -99,6 +99,10 @@ class SimulatedEngineClass final : public KOBUCloudClass {
   /// An enter that still waits for its answer is asked for again.
   void restoreConnection();
 
+  /// Tells the instance's delegate of `event`, on the thread of all events and after those
+  /// that are under way; nothing else changes. False when there is no instance.
+  bool fire(std::function<void(KOBUCloudDelegate&)> event);
+
  private:
   std::shared_ptr<World> world_;
   std::shared_ptr<Handset> handset_;

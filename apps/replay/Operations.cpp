@@ -7,100 +7,57 @@
 namespace vemo::replay {
 namespace {
 
-using Event = KOBUCloudDelegate;
 using Router = VEMOKOBUMsgRouter;
 
-template <class Receiver>
-struct Row {
-  std::string_view name;
-  Bind<Receiver> bind;
-};
+using Operation = NamedOperation<Router, HostArguments>;
 
-constexpr auto events = std::to_array<Row<Event>>({
-    {"onError", Bound<&Event::onError>::bind},
-    {"onWarning", Bound<&Event::onWarning>::bind},
-    {"onEnterRoom", Bound<&Event::onEnterRoom>::bind},
-    {"onExitRoom", Bound<&Event::onExitRoom>::bind},
-    {"onSwitchRole", Bound<&Event::onSwitchRole>::bind},
-    {"onRemoteUserEnterRoom", Bound<&Event::onRemoteUserEnterRoom>::bind},
-    {"onRemoteUserLeaveRoom", Bound<&Event::onRemoteUserLeaveRoom>::bind},
-    {"onAudioRouteChanged", Bound<&Event::onAudioRouteChanged>::bind},
-    {"onUserAudioAvailable", Bound<&Event::onUserAudioAvailable>::bind},
-    {"onUserVideoAvailable", Bound<&Event::onUserVideoAvailable>::bind},
-    {"onUserSubStreamAvailable", Bound<&Event::onUserSubStreamAvailable>::bind},
-    {"onNetworkQuality", Bound<&Event::onNetworkQuality>::bind},
-    {"onStatistics", Bound<&Event::onStatistics>::bind},
-    {"onUserVoiceVolume", Bound<&Event::onUserVoiceVolume>::bind},
-    {"onConnectionLost", Bound<&Event::onConnectionLost>::bind},
-    {"onTryToReconnect", Bound<&Event::onTryToReconnect>::bind},
-    {"onConnectionRecovery", Bound<&Event::onConnectionRecovery>::bind},
-    {"onFirstVideoFrame", Bound<&Event::onFirstVideoFrame>::bind},
-    {"onFirstAudioFrame", Bound<&Event::onFirstAudioFrame>::bind},
-    {"onSendFirstLocalVideoFrame", Bound<&Event::onSendFirstLocalVideoFrame>::bind},
-    {"onSendFirstLocalAudioFrame", Bound<&Event::onSendFirstLocalAudioFrame>::bind},
-    {"onCameraDidReady", Bound<&Event::onCameraDidReady>::bind},
-    {"onMicDidReady", Bound<&Event::onMicDidReady>::bind},
-    {"onScreenCaptureStarted", Bound<&Event::onScreenCaptureStarted>::bind},
-    {"onScreenCapturePaused", Bound<&Event::onScreenCapturePaused>::bind},
-    {"onScreenCaptureResumed", Bound<&Event::onScreenCaptureResumed>::bind},
-    {"onScreenCaptureStoped", Bound<&Event::onScreenCaptureStoped>::bind},
-});
+template <auto operation>
+constexpr auto bind = Bound<operation, HostArguments>::bind;
 
 // Commands of the page have the same name as this one.
 constexpr auto stopLocalPreview = static_cast<void (Router::*)()>(&Router::stopLocalPreview);
 
-constexpr auto hostOperations = std::to_array<Row<Router>>({
-    {"vemoEnterRoom", Bound<&Router::vemoEnterRoom>::bind},
-    {"zebExitRoom", Bound<&Router::zebExitRoom>::bind},
-    {"switchToAnchorRole", Bound<&Router::switchToAnchorRole>::bind},
-    {"switchToAudienceRole", Bound<&Router::switchToAudienceRole>::bind},
-    {"startLocalPreivew", Bound<&Router::startLocalPreivew>::bind},
-    {"stopLocalPreview", Bound<stopLocalPreview>::bind},
-    {"kobuStartPreview", Bound<&Router::kobuStartPreview>::bind},
-    {"kobuStopPreview", Bound<&Router::kobuStopPreview>::bind},
-    {"kobuStartAudio", Bound<&Router::kobuStartAudio>::bind},
-    {"kobuStopAudio", Bound<&Router::kobuStopAudio>::bind},
-    {"kobuStartSubStream", Bound<&Router::kobuStartSubStream>::bind},
-    {"kobuStopSubStream", Bound<&Router::kobuStopSubStream>::bind},
-    {"kobuStopAllRemoteVideo", Bound<&Router::kobuStopAllRemoteVideo>::bind},
-    {"kobuMuteAllRemoteVideo", Bound<&Router::kobuMuteAllRemoteVideo>::bind},
-    {"kobuMuteAllRemoteAudio", Bound<&Router::kobuMuteAllRemoteAudio>::bind},
-    {"addKOBUEventListener", Bound<&Router::addKOBUEventListener>::bind},
-    {"removeKOBUEventListener", Bound<&Router::removeKOBUEventListener>::bind},
-    {"removeAllKOBUEventListeners", Bound<&Router::removeAllKOBUEventListeners>::bind},
-    {"reportEvent", Bound<&Router::reportEvent>::bind},
-    {"callBackToH5", Bound<&Router::callBackToH5>::bind},
-    {"executeJSCallback", Bound<&Router::executeJSCallback>::bind},
-    {"kobuScreenCaptureSupportMode", Bound<&Router::kobuScreenCaptureSupportMode>::bind},
+constexpr auto hostOperations = std::to_array<Operation>({
+    {"vemoEnterRoom", bind<&Router::vemoEnterRoom>},
+    {"zebExitRoom", bind<&Router::zebExitRoom>},
+    {"switchToAnchorRole", bind<&Router::switchToAnchorRole>},
+    {"switchToAudienceRole", bind<&Router::switchToAudienceRole>},
+    {"startLocalPreivew", bind<&Router::startLocalPreivew>},
+    {"stopLocalPreview", bind<stopLocalPreview>},
+    {"kobuStartPreview", bind<&Router::kobuStartPreview>},
+    {"kobuStopPreview", bind<&Router::kobuStopPreview>},
+    {"kobuStartAudio", bind<&Router::kobuStartAudio>},
+    {"kobuStopAudio", bind<&Router::kobuStopAudio>},
+    {"kobuStartSubStream", bind<&Router::kobuStartSubStream>},
+    {"kobuStopSubStream", bind<&Router::kobuStopSubStream>},
+    {"kobuStopAllRemoteVideo", bind<&Router::kobuStopAllRemoteVideo>},
+    {"kobuMuteAllRemoteVideo", bind<&Router::kobuMuteAllRemoteVideo>},
+    {"kobuMuteAllRemoteAudio", bind<&Router::kobuMuteAllRemoteAudio>},
+    {"addKOBUEventListener", bind<&Router::addKOBUEventListener>},
+    {"removeKOBUEventListener", bind<&Router::removeKOBUEventListener>},
+    {"removeAllKOBUEventListeners", bind<&Router::removeAllKOBUEventListeners>},
+    {"reportEvent", bind<&Router::reportEvent>},
+    {"callBackToH5", bind<&Router::callBackToH5>},
+    {"executeJSCallback", bind<&Router::executeJSCallback>},
+    {"kobuScreenCaptureSupportMode", bind<&Router::kobuScreenCaptureSupportMode>},
     {"registerForScreenKitNotificationsWithName",
-     Bound<&Router::registerForScreenKitNotificationsWithName>::bind},
+     bind<&Router::registerForScreenKitNotificationsWithName>},
     {"unregisterForScreenKitNotificationsWithName",
-     Bound<&Router::unregisterForScreenKitNotificationsWithName>::bind},
-    {"unregisterScreenKitNotifications", Bound<&Router::unregisterScreenKitNotifications>::bind},
-    {"onRecvScreenKitNotify", Bound<&Router::onRecvScreenKitNotify>::bind},
+     bind<&Router::unregisterForScreenKitNotificationsWithName>},
+    {"unregisterScreenKitNotifications", bind<&Router::unregisterScreenKitNotifications>},
+    {"onRecvScreenKitNotify", bind<&Router::onRecvScreenKitNotify>},
 });
-
-template <class Rows>
-auto bound(const Rows& rows, std::string_view kind, std::string_view name,
-           const json::array& values, NamedObjects& objects, Recorder& recorder) {
-  const auto row = std::ranges::find(rows, name, &Rows::value_type::name);
-  if (row == rows.end()) {
-    throw ScenarioError("unknown " + std::string(kind) + " \"" + std::string(name) + "\"");
-  }
-  Arguments arguments(name, values, objects, recorder);
-  return row->bind(arguments);
-}
 
 }  // namespace
 
-Call<KOBUCloudDelegate> engineEvent(std::string_view name, const json::array& values,
-                                    NamedObjects& objects, Recorder& recorder) {
-  return bound(events, "event", name, values, objects, recorder);
-}
-
-Call<VEMOKOBUMsgRouter> hostOperation(std::string_view name, const json::array& values,
-                                      NamedObjects& objects, Recorder& recorder) {
-  return bound(hostOperations, "operation", name, values, objects, recorder);
+BoundCall<VEMOKOBUMsgRouter> hostOperation(std::string_view name, const json::array& values,
+                                           NamedObjects& objects, Recorder& recorder) {
+  const auto* const operation = std::ranges::find(hostOperations, name, &Operation::name);
+  if (operation == hostOperations.end()) {
+    throw ScenarioError("unknown operation \"" + std::string(name) + "\"");
+  }
+  HostArguments arguments(name, values, objects, recorder);
+  return operation->bind(arguments);
 }
 
 }  // namespace vemo::replay

@@ -3,19 +3,15 @@
 #include <boost/json/array.hpp>
 #include <string_view>
 
-#include "Arguments.h"
+#include "HostArguments.h"
 
 // What a scenario can call by name.
 
 namespace vemo::replay {
 
-/// The engine event `name` with the arguments `values`; a ScenarioError when there is
-/// no such event or the arguments do not fit.
-Call<KOBUCloudDelegate> engineEvent(std::string_view name, const json::array& values,
-                                    NamedObjects& objects, Recorder& recorder);
-
-/// The native operation `name` of the router, in the same way.
-Call<VEMOKOBUMsgRouter> hostOperation(std::string_view name, const json::array& values,
-                                      NamedObjects& objects, Recorder& recorder);
+/// The native operation `name` of the router with the arguments `values`; an ArgumentError when
+/// there is no such operation or the arguments do not fit.
+BoundCall<VEMOKOBUMsgRouter> hostOperation(std::string_view name, const json::array& values,
+                                           NamedObjects& objects, Recorder& recorder);
 
 }  // namespace vemo::replay

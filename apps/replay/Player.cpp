@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "Operations.h"
+#include "json/EngineEvents.h"
 #include "json/JsonReader.h"
 #include "platform/MessageAddress.h"
 #include "webview/KOBUParams_VEMOExt.h"
@@ -115,7 +116,7 @@ void Player::use(const Step& step) {
     ++part_;
     try {
       perform(one);
-    } catch (const ScenarioError& error) {
+    } catch (const ArgumentError& error) {
       throw ScenarioError("set-up \"" + step.value<std::string>() + "\", line " +
                           std::to_string(one.line) + ": " + error.what());
     }
@@ -183,7 +184,7 @@ void Player::onThread(const Step& step, std::string_view other, const std::funct
 
 void Player::event(const Step& step) {
   const auto args = step.optional<json::array>("args").value_or(json::array());
-  const auto call = engineEvent(step.value<std::string>(), args, objects_, recorder_);
+  const auto call = engineEvent(step.value<std::string>(), args);
   // Held here, so that a router that dies of the event dies on the main thread.
   const auto delegate = engineClass_.delegate();
   onThread(step, "engine", [&] {

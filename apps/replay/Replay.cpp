@@ -65,7 +65,7 @@ ExitStatus replay(std::istream& scenario, Mode mode, std::ostream& out, std::ost
           }
         }
       }
-    } catch (const ScenarioError& error) {
+    } catch (const ArgumentError& error) {
       err << "line " << number << ": " << oneLine(error.what()) << '\n';
       return kUnreadable;
     }

@@ -1,13 +1,14 @@
 #pragma once
 
-#include <stdexcept>
+#include "json/Arguments.h"
 
 namespace vemo::replay {
 
-/// The scenario can't be played; says why. The run ends at its step.
-class ScenarioError : public std::runtime_error {
+/// The scenario can't be played; says why. The run ends at its step, as it does at a value of
+/// the scenario that does not fit.
+class ScenarioError : public ArgumentError {
  public:
-  using std::runtime_error::runtime_error;
+  using ArgumentError::ArgumentError;
 };
 
 }  // namespace vemo::replay

@@ -55,7 +55,7 @@ std::vector<Step> readSetUp(const fs::path& path, const std::string& name) {
       if (!value) continue;
       steps.push_back(setUpStepFrom(std::move(*value)));
       steps.back().line = number;
-    } catch (const ScenarioError& error) {
+    } catch (const ArgumentError& error) {
       throw ScenarioError(inSetUp + ", line " + std::to_string(number) + ": " + error.what());
     }
   }

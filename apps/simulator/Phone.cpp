@@ -2,18 +2,21 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <boost/json/parse.hpp>
 #include <boost/json/value.hpp>
 #include <chrono>
 #include <utility>
 
 #include "bridge/ScreenKitNotifications.h"
+#include "json/EngineEvents.h"
 #include "json/JsonText.h"
 #include "json/Lookup.h"
 #include "platform/InProcessNotificationCenter.h"
 #include "platform/JSMsgRouter.h"
 #include "platform/LoopbackNotificationCenter.h"
 #include "platform/ReplyDelivery.h"
+#include "simulator/FailingDownloads.h"
 #include "simulator/Note.h"
 #include "simulator/PageWebView.h"
 #include "simulator/PhoneScreen.h"
@@ -28,7 +31,7 @@ struct Phone::Parts {
         page(std::move(socket)),
         logger(given.makeLogger()),
         engineClass(given.cloud.makeEngineClass()),
-        downloads(given.makeDownloads()),
+        downloads(given.makeDownloads(), given.mainQueue),
         images(given.makeImages()),
         services(page, given.mainQueue),
         screen(std::make_shared<PhoneScreen>()) {}
@@ -50,7 +53,7 @@ struct Phone::Parts {
             .captureAuthorization = services,
             .alerts = services,
             .application = services,
-            .downloads = *downloads,
+            .downloads = downloads,
             .images = *images,
             .system = services,
             .extensionLauncher = services,
@@ -62,12 +65,15 @@ struct Phone::Parts {
   const std::shared_ptr<PageSocket> page;
   const std::unique_ptr<VEMOLogger> logger;
   const std::shared_ptr<SimulatedEngineClass> engineClass;
-  const std::unique_ptr<DownloadService> downloads;
+  FailingDownloads downloads;
   const std::unique_ptr<ImageDecoder> images;
   InProcessNotificationCenter notifications;
   LoopbackNotificationCenter extensionNotifications;
   PhoneServices services;
   const std::shared_ptr<PhoneScreen> screen;
+  /// How many fired events are on their way to the page.
+  const std::shared_ptr<std::atomic<std::int64_t>> firing =
+      std::make_shared<std::atomic<std::int64_t>>(0);
 };
 
 Phone::Phone(const PhoneEnvironment& environment, std::shared_ptr<PageSocket> page)
@@ -86,7 +92,10 @@ void Phone::onText(std::string_view text) {
   const auto wrong = frame ? handle(*frame) : std::string("this is no JSON object");
   if (wrong.empty()) return;
   onTrouble("sent a frame that can't be used: " + wrong);
-  parts_->page->send(jsonText(boost::json::object{{"kind", "problem"}, {"text", wrong}}));
+  boost::json::object answer{{"kind", "problem"}, {"text", wrong}};
+  if (const auto kind = frame ? vemo_safeNSStringForKey(frame, "kind") : std::nullopt)
+    answer["frame"] = *kind;
+  parts_->page->send(jsonText(answer));
 }
 
 void Phone::onTrouble(std::string_view what) { note(*parts_->logger, what); }
@@ -102,6 +111,8 @@ std::string Phone::handle(const boost::json::object& frame) {
   }
   if (kind == "network") return handleNetwork(frame);
   if (kind == "broadcast") return handleBroadcast(frame);
+  if (kind == "fire") return handleFire(frame);
+  if (kind == "downloads") return handleDownloads(frame);
   if (kind == "pictures") {
     sendPictures();
     return {};
@@ -172,6 +183,53 @@ std::string Phone::handleBroadcast(const boost::json::object& frame) {
   const auto* const event = std::ranges::find(kEvents, word, &ScreenKitNotification::event);
   if (event == kEvents.end()) return "the broadcast has no such event";
   parts_->extensionNotifications.post(event->name);
+  return {};
+}
+
+std::string Phone::handleFire(const boost::json::object& frame) {
+  constexpr std::int64_t kMostAtOnce = 1000;
+  const auto name = vemo_safeNSStringForKey(&frame, "event");
+  const auto* args = frame.if_contains("args");
+  if (!name || !args || !args->is_array()) return "a fired event has no name or no arguments";
+  const auto* given = frame.if_contains("times");
+  const std::int64_t times = given ? given->is_int64() ? given->get_int64() : 0 : 1;
+  if (times < 1 || times > kMostAtOnce)
+    return "an event can be fired 1 to " + std::to_string(kMostAtOnce) + " times";
+  if (*parts_->firing + times > kMostAtOnce)
+    return "too many fired events are under way; try again when they have come";
+  BoundCall<KOBUCloudDelegate> call;
+  try {
+    call = engineEvent(*name, args->get_array());
+  } catch (const ArgumentError& error) {
+    return error.what();
+  }
+  *parts_->firing += times;
+  const std::shared_ptr<void> underWay(
+      nullptr, [firing = parts_->firing, times](void*) { *firing -= times; });
+  const bool hasEngine =
+      parts_->engineClass->fire([&mainQueue = parts_->environment.mainQueue, call = std::move(call),
+                                 times, underWay](KOBUCloudDelegate& delegate) {
+        for (std::int64_t i = 0; i < times; ++i) call(delegate);
+        mainQueue.dispatchAsync([underWay] {});  // behind what the router has queued of them
+      });
+  return hasEngine ? "" : "there is no engine before \"initSDK\"";
+}
+
+std::string Phone::handleDownloads(const boost::json::object& frame) {
+  const auto* given = frame.if_contains("error");
+  if (!given || !(given->is_null() || given->is_object()))
+    return "it doesn't say how downloads end";
+  if (given->is_null()) {
+    parts_->downloads.failWith(std::nullopt);
+    return {};
+  }
+  const auto code = vemo_safeNSNumberForKey(&given->get_object(), "code");
+  if (!code) return "the error of downloads has no code";
+  DownloadError error;
+  error.code = code->as<std::int64_t>();
+  if (const auto text = vemo_safeNSStringForKey(&given->get_object(), "text"))
+    error.description = std::string(*text);
+  parts_->downloads.failWith(std::move(error));
   return {};
 }
 

@@ -35,10 +35,12 @@ struct PhoneEnvironment {
 /// Frames from the page are JSON objects with a "kind": "message" (text: a page
 /// message), "network" (drop: whether the connection is cut, or delay, upLoss, downLoss),
 /// "settings" (settings: changes), "answer" (media, granted), "press" (alert, button),
-/// "broadcast" (event: "Started" and so on) and "pictures" (asks what the views show).
+/// "broadcast" (event: "Started" and so on), "fire" (event, args: an event of the engine, to be
+/// told "times" times, once without it), "downloads" (error: the code and text with which they
+/// fail, null: they don't) and "pictures" (asks what the views show).
 /// To the page: "script" (text, needLog), "settings", "prompt", "alert", "openSettings",
 /// "broadcastPicker", "pictures", "image" (id, width, height, rgba: a mute image that
-/// pictures name) and "problem" (text: why a frame could not be used).
+/// pictures name) and "problem" (text: why a frame could not be used; frame: its kind).
 class Phone final : public PageListener {
  public:
   Phone(const PhoneEnvironment& environment, std::shared_ptr<PageSocket> page);
@@ -54,6 +56,8 @@ class Phone final : public PageListener {
   void sendPictures();
   std::string handleNetwork(const boost::json::object& frame);
   std::string handleBroadcast(const boost::json::object& frame);
+  std::string handleFire(const boost::json::object& frame);
+  std::string handleDownloads(const boost::json::object& frame);
 
   const std::shared_ptr<Parts> parts_;  // kept by the router too, which may live on a little
   std::shared_ptr<VEMOKOBUMsgRouter> router_;

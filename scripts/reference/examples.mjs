@@ -103,44 +103,61 @@ const commands = {
   },
 };
 
-/** What happens for an event, where it is not the engine giving the payload's fields in order. */
+/** The arguments with which the engine tells each event, in order, by their names. */
 const events = {
-  onError: [-3301, 'the network does not answer', {}],
-  onWarning: [1103, 'the camera is slow', {}],
-  onEnterRoom: [120],
-  onExitRoom: [0],
-  onSwitchRole: [0, 'switched'],
-  onRemoteUserLeaveRoom: ['student', 0],
-  onAudioRouteChanged: [1, 0],
-  onUserAudioAvailable: ['student', true],
-  onUserVideoAvailable: ['student', true],
-  onUserSubStreamAvailable: ['student', true],
-  onNetworkQuality: [{ quality: 1 }, [{ userId: 'student', quality: 2 }]],
-  onStatistics: [
-    {
+  onError: { errCode: -3301, errMsg: 'the network does not answer', extInfo: {} },
+  onWarning: { warningCode: 1103, warningMsg: 'the camera is slow', extInfo: {} },
+  onEnterRoom: { result: 120 },
+  onExitRoom: { reason: 0 },
+  onSwitchRole: { errCode: 0, errMsg: 'switched' },
+  onRemoteUserEnterRoom: { userId: 'student' },
+  onRemoteUserLeaveRoom: { userId: 'student', reason: 0 },
+  onAudioRouteChanged: { route: 1, fromRoute: 0 },
+  onUserAudioAvailable: { userId: 'student', available: true },
+  onUserVideoAvailable: { userId: 'student', available: true },
+  onUserSubStreamAvailable: { userId: 'student', available: true },
+  onNetworkQuality: {
+    localQuality: { quality: 1 },
+    remoteQuality: [{ userId: 'student', quality: 2 }],
+  },
+  onStatistics: {
+    statistics: {
       appCpu: 5,
       systemCpu: 20,
       rtt: 30,
       sentBytes: 120000,
       receivedBytes: 96000,
-      localStatistics: [
-        { ...camera, fps: undefined, bitrate: undefined, frameRate: 15, videoBitrate: 600 },
-      ],
+      localStatistics: [{ width: 640, height: 360, frameRate: 15, videoBitrate: 600 }],
       remoteStatistics: [
         { userId: 'student', packetLoss: 1, audioSampleRate: 48000, audioBitrate: 48 },
       ],
     },
-  ],
-  onUserVoiceVolume: [[{ volume: 40 }, { userId: 'student', volume: 25 }], 60],
-  onFirstVideoFrame: ['student', 0, 640, 360],
-  onScreenCaptureStarted: [],
+  },
+  onUserVoiceVolume: {
+    userVolumes: [{ volume: 40 }, { userId: 'student', volume: 25 }],
+    totalVolume: 60,
+  },
+  onConnectionLost: {},
+  onTryToReconnect: {},
+  onConnectionRecovery: {},
+  onFirstVideoFrame: { userId: 'student', streamType: 0, width: 640, height: 360 },
+  onFirstAudioFrame: { userId: 'student' },
+  onSendFirstLocalVideoFrame: { streamType: 1 },
+  onSendFirstLocalAudioFrame: {},
+  onCameraDidReady: {},
+  onMicDidReady: {},
+  onScreenCaptureStarted: {},
+  onScreenCapturePaused: { reason: 1 },
+  onScreenCaptureResumed: { reason: 1 },
+  onScreenCaptureStoped: { reason: 1 },
 };
 
 const pageFunction = 'onNativeEvent';
 
 /**
  * Gives for each command its message and the page's answers, and for each event the script
- * that the page gets, each as text; and names those for which nothing came back.
+ * that the page gets, each as text, and the `arguments` of the engine's events; and names those
+ * for which nothing came back.
  */
 export function playExamples(protocol, replayProgram) {
   const troubles = [];
@@ -172,6 +189,7 @@ export function playExamples(protocol, replayProgram) {
         return [event.name, script];
       }),
     ),
+    arguments: events,
     troubles,
   };
 }
@@ -222,9 +240,7 @@ function eventExample(event, play) {
       ? { notify: started }
       : {
           event: event.name,
-          args:
-            events[event.name] ??
-            event.payload.filter(({ name }) => name !== 'userId').map((field) => exampleOf(field)),
+          args: Object.values(events[event.name] ?? {}),
         };
   const steps = [
     ...setUp.room,

@@ -265,7 +265,21 @@ TEST_F(PhoneTest, FramesThatCannotBeUsedAreToldOf) {
       {R"({"kind":"answer","media":"camera","granted":true})", "nobody asked for the camera"},
       {R"({"kind":"answer","media":"nose","granted":true})", "nobody asked for the nose"},
       {R"({"kind":"press","alert":1})", "a press names no alert and button"},
-      {R"({"kind":"press","alert":1,"button":0})", "there is no such alert or button"}};
+      {R"({"kind":"press","alert":1,"button":0})", "there is no such alert or button"},
+      {R"({"kind":"fire","event":"onEnterRoom"})", "a fired event has no name or no arguments"},
+      {R"({"kind":"fire","event":"onDoor","args":[]})", "unknown event \"onDoor\""},
+      {R"({"kind":"fire","event":"onEnterRoom","args":[]})",
+       "onEnterRoom takes 1 arguments, not 0"},
+      {R"({"kind":"fire","event":"onEnterRoom","args":["x"]})",
+       "argument 1 of onEnterRoom must be an integer of 64 bits"},
+      {R"({"kind":"fire","event":"onEnterRoom","args":[1],"times":0})",
+       "an event can be fired 1 to 1000 times"},
+      {R"({"kind":"fire","event":"onEnterRoom","args":[1],"times":"2"})",
+       "an event can be fired 1 to 1000 times"},
+      {R"({"kind":"fire","event":"onEnterRoom","args":[1]})",
+       "there is no engine before \"initSDK\""},
+      {R"({"kind":"downloads"})", "it doesn't say how downloads end"},
+      {R"({"kind":"downloads","error":{}})", "the error of downloads has no code"}};
   for (const auto& [text, wrong] : bad) {
     user.phone->onText(text);
     EXPECT_EQ(user.problem(), wrong) << text;
@@ -273,6 +287,10 @@ TEST_F(PhoneTest, FramesThatCannotBeUsedAreToldOf) {
   ASSERT_EQ(notes_.size(), bad.size());
   for (std::size_t i = 0; i < bad.size(); ++i)
     EXPECT_EQ(notes_[i], "sent a frame that can't be used: " + bad[i].second);
+
+  const auto problems = user.page->frames("problem");
+  EXPECT_FALSE(problems[2].contains("frame"));
+  EXPECT_EQ(problems.back().at("frame"), "downloads");
 
   const std::string longMedia(10'000, 'x');
   user.phone->onText(jsonText(object{{"kind", "answer"}, {"media", longMedia}, {"granted", 1}}));
@@ -371,6 +389,60 @@ TEST_F(PhoneTest, AMuteImageIsSentOnceAndShownByItsNumber) {
   const auto pictures = ada.page->frames("pictures").back().at("pictures").as_array();
   ASSERT_EQ(pictures.size(), 1U);
   EXPECT_EQ(pictures[0].at("muteImage"), images[0].at("id"));
+}
+
+TEST_F(PhoneTest, AFiredEventComesAsOneOfTheEngine) {
+  const auto ada = entered("ada");
+  const auto ben = entered("ben");
+  frame(ada, {{"kind", "fire"},
+              {"event", "onUserVideoAvailable"},
+              {"args", {"ghost", true}},
+              {"times", 3}});
+  const auto events = ada.page->events("onUserVideoAvailable");
+  ASSERT_EQ(events.size(), 3U);
+  EXPECT_EQ(events[2].at("availableUserId"), "ghost");
+  EXPECT_TRUE(ben.page->events("onUserVideoAvailable").empty());
+  EXPECT_TRUE(notes_.empty());
+}
+
+TEST_F(PhoneTest, SoManyEventsAreUnderWayAtOnceAndNoMore) {
+  const auto ada = entered("ada");
+  const object burst{{"kind", "fire"},
+                     {"event", "onConnectionLost"},
+                     {"args", boost::json::array()},
+                     {"times", 600}};
+  ada.phone->onText(jsonText(burst));
+  ada.phone->onText(jsonText(burst));
+  EXPECT_EQ(ada.problem(), "too many fired events are under way; try again when they have come");
+  pass(milliseconds(0));
+  EXPECT_EQ(ada.page->events("onConnectionLost").size(), 600U);
+  frame(ada, burst);
+  EXPECT_EQ(ada.page->events("onConnectionLost").size(), 1200U);
+}
+
+TEST_F(PhoneTest, EventsThatAnEngineTookAlongCountNoMore) {
+  const auto ada = entered("ada");
+  const object burst{{"kind", "fire"},
+                     {"event", "onConnectionLost"},
+                     {"args", boost::json::array()},
+                     {"times", 1000}};
+  ada.phone->onText(jsonText(burst));
+  command(ada, "uninitSDK", {}, "uninit");
+  command(ada, "initSDK", {}, "init");
+  frame(ada, burst);
+  EXPECT_EQ(ada.problem(), "");
+}
+
+TEST_F(PhoneTest, DownloadsFailAsChosenUntilThatIsOver) {
+  const auto ada = entered("ada");
+  const object image{{"imgUrl", "http://somewhere/image"}};
+  frame(ada, {{"kind", "downloads"}, {"error", {{"code", -1009}, {"text", "offline"}}}});
+  command(ada, "setVideoMuteImage", image, "failing");
+  EXPECT_EQ(ada.code("failing"), -1009);
+  EXPECT_EQ(ada.reply("failing").at("error").at("errmsg"), "offline");
+  frame(ada, {{"kind", "downloads"}, {"error", nullptr}});
+  command(ada, "setVideoMuteImage", image, "good");
+  EXPECT_EQ(ada.code("good"), 0);
 }
 
 TEST_F(PhoneTest, OnePromptServesAllWhoWaitForIt) {

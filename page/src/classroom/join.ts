@@ -8,13 +8,28 @@ import { Toasts } from './toasts';
 
 const defaultApplication = 20240001;
 
-/** What is filled in again after a reload of this window. */
+/** What is filled in again after a reload of this window: not with another address. */
 interface Kept {
+  address: string;
   name: string;
   room: string;
   role: number;
 }
 const keptName = 'vemo.join';
+
+/** What was filled in before, or what the address says: ?user=Ada&room=101&role=audience */
+function keptForm(): Partial<Kept> {
+  const kept = JSON.parse(sessionStorage.getItem(keptName) ?? '{}') as Partial<Kept>;
+  if (kept.address === location.search) return kept;
+  const given = new URLSearchParams(location.search);
+  const name = given.get('user');
+  const room = given.get('room');
+  return {
+    ...(name === null ? {} : { name }),
+    ...(room === null ? {} : { room }),
+    role: given.get('role') === 'audience' ? audienceRole : anchorRole,
+  };
+}
 
 export class JoinScreen {
   readonly element: HTMLElement;
@@ -41,7 +56,7 @@ export class JoinScreen {
   private readonly fields: HTMLFieldSetElement;
 
   constructor(private readonly classroom: Classroom) {
-    const kept = JSON.parse(sessionStorage.getItem(keptName) ?? '{}') as Partial<Kept>;
+    const kept = keptForm();
     this.name.value = kept.name ?? '';
     this.roomId.value = kept.room ?? '101';
     const role = (value: number, title: string, text: string, checked: boolean) =>
@@ -122,7 +137,12 @@ export class JoinScreen {
   }
 
   private keep(): void {
-    const kept: Kept = { name: this.name.value, room: this.roomId.value, role: this.role };
+    const kept: Kept = {
+      address: location.search,
+      name: this.name.value,
+      room: this.roomId.value,
+      role: this.role,
+    };
     sessionStorage.setItem(keptName, JSON.stringify(kept));
   }
 

@@ -49,7 +49,8 @@ export type FromPhone =
   | { kind: 'broadcastPicker' }
   | { kind: 'pictures'; pictures: Picture[] }
   | { kind: 'image'; id: number; width: number; height: number; rgba: string }
-  | { kind: 'problem'; text: string }
+  /** `frame` is the kind of the frame that could not be used. */
+  | { kind: 'problem'; text: string; frame?: string }
   /**
    * Something reached the router (`step`, as in a scenario), or it did something (`effect`, as
    * in a transcript), at `at` milliseconds since 1970. `number` is that of the step, or of the
@@ -78,6 +79,10 @@ export type ToPhone =
   | { kind: 'answer'; media: 'camera' | 'microphone'; granted: boolean }
   | { kind: 'press'; alert: number; button: number }
   | { kind: 'broadcast'; event: 'Started' | 'Paused' | 'Resumed' | 'Finished' }
+  /** An event of the engine, `times` times. */
+  | { kind: 'fire'; event: string; args: readonly unknown[]; times: number }
+  /** How downloads fail from now on; null: they don't. */
+  | { kind: 'downloads'; error: { code: number; text: string } | null }
   | { kind: 'pictures' }
   /** Whether what happens at the router is to be told. */
   | { kind: 'note'; on: boolean };

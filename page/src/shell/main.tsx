@@ -7,6 +7,7 @@ import { Icon } from '../icons';
 import { Panel } from './panel';
 import { PhoneTools, PhoneView } from './phoneView';
 import './shell.css';
+import { AddressProblems } from './tools/addressProblems';
 import { Workbench } from './workbench';
 
 function Shell({ workbench }: { workbench: Workbench }) {
@@ -56,6 +57,7 @@ function Shell({ workbench }: { workbench: Workbench }) {
           <PhoneView key={phone.number} phone={phone} workbench={workbench} />
         ))}
       </div>
+      <AddressProblems workbench={workbench} />
       {isPanelOpen.value && <Panel workbench={workbench} close={closePanel} />}
     </>
   );

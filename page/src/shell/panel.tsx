@@ -5,23 +5,33 @@ import { IconButton } from '../icons';
 import './panel.css';
 import { PhonePage } from './phonePage';
 import { TimelinePage } from './timeline/timelinePage';
-import type { Workbench } from './workbench';
+import { BotsPage } from './tools/botsPage';
+import { CoveragePage } from './tools/coveragePage';
+import { FaultsPage } from './tools/faultsPage';
+import { FirePage } from './tools/firePage';
+import { SendPage } from './tools/sendPage';
+import { panelTitles, type Workbench } from './workbench';
 
-const pages = [
-  { title: 'Time line', Page: TimelinePage },
-  { title: 'Phone', Page: PhonePage },
-];
+const pageOf = {
+  'Time line': TimelinePage,
+  Phone: PhonePage,
+  Send: SendPage,
+  Fire: FirePage,
+  Faults: FaultsPage,
+  Bots: BotsPage,
+  Coverage: CoveragePage,
+};
 
 export function Panel({ workbench, close }: { workbench: Workbench; close: () => void }) {
   const chosen = workbench.panelPage;
   const tabs = useRef<HTMLDivElement>(null);
   const { phones } = workbench;
   const phone = workbench.current.value;
-  const { Page } = pages[chosen.value]!;
+  const Page = pageOf[panelTitles[chosen.value]!];
   const onTabKey = (event: KeyboardEvent) => {
     const step = { ArrowLeft: -1, ArrowRight: 1 }[event.key];
     if (step === undefined) return;
-    chosen.value = (chosen.value + step + pages.length) % pages.length;
+    chosen.value = (chosen.value + step + panelTitles.length) % panelTitles.length;
     (tabs.current?.children[chosen.value] as HTMLElement).focus();
   };
   return (
@@ -34,7 +44,7 @@ export function Panel({ workbench, close }: { workbench: Workbench; close: () =>
     >
       <header>
         <div ref={tabs} class="tabs" role="tablist" aria-label="Developer panel" onKeyDown={onTabKey}>
-          {pages.map(({ title }, at) => (
+          {panelTitles.map((title, at) => (
             <button
               key={title}
               id={`tab-${at}`}

@@ -3,19 +3,30 @@
 
 import { signal } from '@preact/signals';
 import type { Network, PhoneSettings, ToPhone } from './frames';
-
-export const goodNetwork: Network = { delay: 25, upLoss: 0, downLoss: 0 };
+import { goodNetwork, type Profile } from './tools/profile';
 
 interface Kept {
-  settings?: PhoneSettings | undefined;
+  settings?: Partial<PhoneSettings> | undefined;
   network?: Network | undefined;
   cutOff?: true | undefined;
+  look?: Look | undefined;
 }
+
+/** What the phone does to its page, and what the page is given in its address. */
+export type Look = Pick<
+  Profile,
+  'dark' | 'textSize' | 'rotation' | 'language' | 'user' | 'room' | 'role'
+>;
+
+// What a phone has when it is made, as far as a part of it has to be told with the whole.
+const bundleAsMade = { CFBundleName: 'Classroom' };
 
 /** Lives in the window's session storage, so each window has its own and a reload keeps it. */
 export class PhoneMemory {
   private readonly kept = signal<Kept>({});
   private asMade: PhoneSettings | undefined;
+  /** What a new phone is sent besides. */
+  besides: () => ToPhone[] = () => [];
 
   /** `name` tells this phone from the others of the window. */
   constructor(private readonly name: string) {
@@ -28,6 +39,26 @@ export class PhoneMemory {
   get cutOff(): boolean {
     return this.kept.value.cutOff ?? false;
   }
+  get look(): Look {
+    return this.kept.value.look ?? {};
+  }
+
+  setLook(changes: Look): void {
+    this.keep({ look: { ...this.look, ...changes } });
+  }
+
+  /** Sets what `profile` says, for the next page that connects. */
+  take({ settings, bundle, network, device: _device, ...look }: Profile): void {
+    const kept = this.kept.peek();
+    const hasBundle = Object.keys(bundle).length > 0;
+    const texts = { ...(kept.settings?.bundle ?? bundleAsMade), ...bundle };
+    const changes = { ...settings, ...(hasBundle ? { bundle: texts } : {}) };
+    this.keep({
+      ...(Object.keys(changes).length > 0 ? { settings: { ...kept.settings, ...changes } } : {}),
+      ...(network ? { network: network.network, cutOff: network.cutOff || undefined } : {}),
+      look: { ...kept.look, ...look },
+    });
+  }
 
   /** A phone like new is there; returns what it is sent first. */
   begin(): ToPhone[] {
@@ -37,7 +68,7 @@ export class PhoneMemory {
     if (settings) frames.push({ kind: 'settings', settings });
     if (network) frames.push({ kind: 'network', ...network });
     if (cutOff) frames.push({ kind: 'network', drop: true });
-    return frames;
+    return [...frames, ...this.besides()];
   }
 
   /** Makes the phone like new again; returns what it is sent for that. */

@@ -9,7 +9,7 @@ import type { PageFrame } from './pageFrame';
 import { PhoneMemory } from './phoneMemory';
 import { Conversation } from './timeline/conversation';
 import { deviceStep } from './timeline/exports';
-import { Timeline } from './timeline/timeline';
+import { Timeline, type Remark, type Row } from './timeline/timeline';
 import { TimelineView } from './timeline/timelineView';
 
 type Frame<K extends FromPhone['kind']> = Extract<FromPhone, { kind: K }>;
@@ -39,8 +39,8 @@ const passAll: Filter = (text, pass) => pass(text);
 /**
  * What other parts of the shell may use: `send` and `reset` to do something to the phone;
  * the signals to show how it is; `timeline.add` to tell of something in its time line;
- * `conversation.lint` to put words beside page messages; `messageFilter` and `scriptFilter`
- * to hold up, lose, double or change what passes between page and phone. The time line tells
+ * `conversation.lint` and `lintPrompt` to put words beside page messages and the system's
+ * questions; `messageFilter` and `scriptFilter` to hold up, lose, double or change what passes between page and phone. The time line tells
  * of messages before they are filtered, and of scripts when they arrive.
  */
 export class PhoneModel {
@@ -52,6 +52,9 @@ export class PhoneModel {
   readonly link: PhoneLink;
   messageFilter: Filter = passAll;
   scriptFilter: Filter = passAll;
+  lintPrompt: (media: 'camera' | 'microphone') => Remark[] = () => [];
+  /** Why the last frame that could not be used was not. */
+  readonly lastProblem = signal<Frame<'problem'> | undefined>(undefined);
 
   readonly state = signal<LinkState>('connecting');
   readonly settings = signal<PhoneSettings | undefined>(undefined);
@@ -182,6 +185,7 @@ export class PhoneModel {
       case 'noted':
         return this.conversation.noted(frame);
       case 'problem':
+        this.lastProblem.value = frame;
         return this.problem(frame.text);
     }
   }
@@ -232,7 +236,7 @@ export class PhoneModel {
       step: { access: granted },
     });
     const name = application || 'The application';
-    this.ask({
+    const row = this.ask({
       kind: `prompt-${media}`,
       title: `“${name}” Would Like to Access the ${deviceNames[media]}`,
       message: description || `${name} uses the ${media} while you are in class.`,
@@ -241,6 +245,7 @@ export class PhoneModel {
         { title: 'Allow', ...answer(true), look: 'strong' },
       ],
     });
+    this.timeline.remark(row, ...this.lintPrompt(media));
   }
 
   private showAlert({ id, title, message, buttons }: Frame<'alert'>): void {
@@ -273,12 +278,13 @@ export class PhoneModel {
     });
   }
 
-  private ask(asked: Omit<Dialog, 'id'>): void {
+  private ask(asked: Omit<Dialog, 'id'>): Row {
     const dialog = { ...asked, id: ++this.lastDialog };
     const { title, message } = dialog;
-    this.timeline.add({ kind: 'prompt', title, text: JSON.stringify({ title, message }) });
+    const row = this.timeline.add({ kind: 'prompt', title, text: JSON.stringify({ title, message }) });
     const isBusy = this.overlays.peek().some((overlay) => overlay !== 'settings');
     if (isBusy) this.waitingDialogs.push(dialog);
     else this.overlays.value = [...this.overlays.peek(), dialog];
+    return row;
   }
 }

@@ -3,8 +3,9 @@
 import type { ComponentChildren } from 'preact';
 import type { PhoneSettings, ToPhone } from './frames';
 import './phonePage.css';
-import { goodNetwork } from './phoneMemory';
 import type { PhoneModel } from './phoneModel';
+import { NetworkSettings } from './tools/networkSettings';
+import { LookSettings } from './tools/pageLook';
 
 const permissions: Record<string, string> = {
   notDetermined: 'Not asked yet',
@@ -13,11 +14,6 @@ const permissions: Record<string, string> = {
   restricted: 'Restricted',
 };
 const versions = ['17.0.0', '13.0.0', '12.0.0', '11.4.0', '10.0.0'];
-const networks = [
-  ['Good', goodNetwork],
-  ['Weak', { delay: 180, upLoss: 8, downLoss: 8 }],
-  ['Bad', { delay: 600, upLoss: 35, downLoss: 35 }],
-] as const;
 const texts: [string, string][] = [
   ['CFBundleName', 'Application name'],
   ['NSCameraUsageDescription', 'Why the camera'],
@@ -26,10 +22,9 @@ const texts: [string, string][] = [
 
 export function PhonePage({ phone }: { phone: PhoneModel }) {
   const settings = phone.settings.value;
-  const { network, cutOff } = phone.memory;
   const change = (changes: Partial<PhoneSettings>) => phone.send({ kind: 'settings', settings: changes });
-  const button = (title: string, frame: ToPhone, pressed?: boolean) => (
-    <button class="small" aria-pressed={pressed} onClick={() => phone.send(frame)}>
+  const button = (title: string, frame: ToPhone) => (
+    <button class="small" onClick={() => phone.send(frame)}>
       {title}
     </button>
   );
@@ -58,15 +53,10 @@ export function PhonePage({ phone }: { phone: PhoneModel }) {
       </label>
 
       <h2>Network</h2>
-      <Buttons>
-        {button('Cut off', { kind: 'network', drop: true }, cutOff)}
-        {button('Restore', { kind: 'network', drop: false })}
-      </Buttons>
-      <Buttons>
-        {networks.map(([title, to]) =>
-          button(title, { kind: 'network', ...to }, network.delay === to.delay),
-        )}
-      </Buttons>
+      <NetworkSettings phone={phone} />
+
+      <h2>Page</h2>
+      <LookSettings phone={phone} />
 
       <h2>System</h2>
       <Choice

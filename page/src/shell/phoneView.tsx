@@ -10,6 +10,9 @@ import { Overlays } from './overlays';
 import { PageFrame } from './pageFrame';
 import type { PhoneModel } from './phoneModel';
 import './phoneView.css';
+import { FaultBadge } from './tools/faultsPage';
+import { pageQuery } from './tools/profile';
+import { usePageLook } from './tools/pageLook';
 import type { Workbench } from './workbench';
 
 const clock = signal('');
@@ -22,7 +25,8 @@ export function PhoneView({ phone, workbench }: { phone: PhoneModel; workbench: 
   const views = useRef<HTMLDivElement>(null);
   const [layers, setLayers] = useState<Layers>();
   useLayoutEffect(() => {
-    const page = new PageFrame(frame.current!, {
+    const query = pageQuery(phone.memory.look);
+    const page = new PageFrame(frame.current!, query, {
       onPage: (port) => phone.link.attach(port),
       onNotice: (text) => (phone.notice.value = text),
       onProblem: (text) => phone.problem(text),
@@ -36,6 +40,7 @@ export function PhoneView({ phone, workbench }: { phone: PhoneModel; workbench: 
       phone.page = undefined;
     };
   }, []);
+  usePageLook(frame, phone);
   const isCurrent = workbench.current.value === phone;
   return (
     <section
@@ -45,11 +50,13 @@ export function PhoneView({ phone, workbench }: { phone: PhoneModel; workbench: 
       data-state={phone.state}
       data-current={isCurrent}
       data-device={phone.device}
+      data-rotation={phone.memory.look.rotation}
       onFocusCapture={() => workbench.choose(phone)}
       onPointerDownCapture={() => workbench.choose(phone)}
     >
       <header class="caption">
         <h2>{phone.name}</h2>
+        <FaultBadge phone={phone} show={() => workbench.showPage(phone, 'Faults')} />
         {phone.memory.cutOff && <span class="offline">No network</span>}
         <PhoneTools phone={phone} workbench={workbench} />
       </header>

@@ -2,10 +2,25 @@
 
 import { computed, signal } from '@preact/signals';
 import { PhoneModel } from './phoneModel';
+import { profileOf } from './tools/profile';
+import { toolboxOf } from './tools/toolbox';
 
 const keptName = 'vemo.phones';
+const profileName = 'vemo.profile';
 const tabletAt = 1000;
 const mostPhones = 8;
+
+/** The panel's pages, in order. */
+export const panelTitles = [
+  'Time line',
+  'Phone',
+  'Send',
+  'Fire',
+  'Faults',
+  'Bots',
+  'Coverage',
+] as const;
+export type PanelTitle = (typeof panelTitles)[number];
 
 /** At least one phone at any time; which of them there are outlives a reload of the window. */
 export class Workbench {
@@ -17,15 +32,25 @@ export class Workbench {
   readonly isPanelOpen = signal(false);
   /** The number of the panel's page that is open. */
   readonly panelPage = signal(0);
+  /** What of the window's address can't be used, a sentence each. */
+  readonly addressProblems = signal<readonly string[]>([]);
 
   constructor() {
     const numbers = JSON.parse(sessionStorage.getItem(keptName) ?? '[1]') as number[];
     const device = numbers.length === 1 && innerWidth >= tabletAt ? 'tablet' : 'phone';
-    this.phones.value = numbers.map((number) => new PhoneModel(number, device));
+    this.phones.value = numbers.map((number) => equipped(number, device));
+    this.readAddress(this.phones.value[0]!);
   }
 
   choose(phone: PhoneModel): void {
     this.chosen.value = phone;
+  }
+
+  /** Opens the panel at its page called `title`, about `phone`. */
+  showPage(phone: PhoneModel, title: PanelTitle): void {
+    this.chosen.value = phone;
+    this.panelPage.value = panelTitles.indexOf(title);
+    this.isPanelOpen.value = true;
   }
 
   /** Puts another phone beside the others. */
@@ -36,7 +61,7 @@ export class Workbench {
     while (used.has(number)) ++number;
     // Beside each other there is room for phones only.
     for (const phone of this.phones.peek()) phone.device.value = 'phone';
-    const phone = new PhoneModel(number, 'phone');
+    const phone = equipped(number, 'phone');
     this.phones.value = [...this.phones.peek(), phone];
     this.chosen.value = phone;
     this.keep();
@@ -52,8 +77,28 @@ export class Workbench {
     this.keep();
   }
 
+  /**
+   * Sets the window's first phone as its address says. What was set by hand since then outlives
+   * a reload.
+   */
+  private readAddress(phone: PhoneModel): void {
+    const { profile, problems } = profileOf(location.search);
+    this.addressProblems.value = problems;
+    if (profile.device) phone.device.value = profile.device;
+    if (sessionStorage.getItem(profileName) === location.search) return;
+    sessionStorage.setItem(profileName, location.search);
+    phone.memory.take(profile);
+  }
+
   private keep(): void {
     const numbers = this.phones.peek().map(({ number }) => number);
     sessionStorage.setItem(keptName, JSON.stringify(numbers));
   }
+}
+
+/** A phone whose tools listen from the first message on. */
+function equipped(number: number, device: 'phone' | 'tablet'): PhoneModel {
+  const phone = new PhoneModel(number, device);
+  toolboxOf(phone);
+  return phone;
 }

@@ -1,0 +1,78 @@
+// How the phone has its page look: dark or light, and its size of text.
+
+import type { RefObject } from 'preact';
+import { useEffect } from 'preact/hooks';
+import type { PhoneModel } from '../phoneModel';
+
+/** Keeps the page in `frame` as the phone is set. */
+export function usePageLook(shown: RefObject<HTMLIFrameElement | null>, phone: PhoneModel): void {
+  const { dark, textSize } = phone.memory.look;
+  useEffect(() => {
+    const frame = shown.current!;
+    // The page sees it as what its user prefers.
+    frame.style.colorScheme = dark === undefined ? '' : dark ? 'dark' : 'light';
+    const setTextSize = () => {
+      // Nothing for the page of another origin.
+      const root = frame.contentDocument?.documentElement;
+      if (root) root.style.fontSize = textSize === undefined ? '' : `${textSize}%`;
+    };
+    setTextSize();
+    frame.addEventListener('load', setTextSize);
+    return () => frame.removeEventListener('load', setTextSize);
+  }, [dark, textSize]);
+}
+
+const textSizes = [80, 100, 130, 150, 200];
+
+/** The part of the phone's settings that is about its page. */
+export function LookSettings({ phone }: { phone: PhoneModel }) {
+  const { memory } = phone;
+  const { dark, textSize, rotation } = memory.look;
+  return (
+    <>
+      <Choice
+        label="Colours"
+        value={dark === undefined ? '' : dark ? 'dark' : 'light'}
+        options={{ '': 'As this browser', light: 'Light', dark: 'Dark' }}
+        choose={(value) => memory.setLook({ dark: value === '' ? undefined : value === 'dark' })}
+      />
+      <Choice
+        label="Text size"
+        value={String(textSize ?? 100)}
+        options={Object.fromEntries(
+          [...new Set([...textSizes, textSize ?? 100])].sort((a, b) => a - b).map((size) => [size, `${size} %`]),
+        )}
+        choose={(value) => memory.setLook({ textSize: value === '100' ? undefined : Number(value) })}
+      />
+      <Choice
+        label="Rotation"
+        value={rotation ?? ''}
+        options={{ '': 'As there is room', portrait: 'Portrait', landscape: 'Landscape' }}
+        choose={(value) =>
+          memory.setLook({ rotation: value === '' ? undefined : value === 'landscape' ? value : 'portrait' })
+        }
+      />
+    </>
+  );
+}
+
+function Choice(props: {
+  label: string;
+  value: string;
+  options: Record<string, string>;
+  choose: (value: string) => void;
+}) {
+  const { label, value, options, choose } = props;
+  return (
+    <label class="field">
+      <span>{label}</span>
+      <select aria-label={label} value={value} onChange={({ currentTarget }) => choose(currentTarget.value)}>
+        {Object.entries(options).map(([key, title]) => (
+          <option key={key} value={key} selected={key === value}>
+            {title}
+          </option>
+        ))}
+      </select>
+    </label>
+  );
+}

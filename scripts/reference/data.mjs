@@ -1,0 +1,19 @@
+// The protocol as the simulator's tools read it: what vemo-protocol prints, with an example of
+// each command's params, and of the arguments with which the engine tells each event.
+
+export function data({ commands, events }, examples) {
+  return `{
+"commands": ${lines(commands.map((command) => withExample(command, examples)))},
+"events": ${lines(events.map((event) => ({ ...event, arguments: examples.arguments[event.name] ?? null })))}
+}
+`;
+}
+
+function withExample(command, examples) {
+  return { ...command, example: examples.commands.get(command.name).message.params ?? null };
+}
+
+/** A line each, so that changes can be read. */
+function lines(list) {
+  return `[\n${list.map((one) => JSON.stringify(one)).join(',\n')}\n]`;
+}
