@@ -29,6 +29,8 @@ export class PageFrame {
 
   constructor(
     readonly frame: HTMLIFrameElement,
+    /** What the page is given in its address, such as `user=Ada`. */
+    private readonly query: URLSearchParams,
     private readonly watcher: PageWatcher,
   ) {
     addEventListener('message', this.heard);
@@ -66,7 +68,7 @@ export class PageFrame {
   // loaded when its server is there.
   private async open(): Promise<void> {
     clearTimeout(this.looking);
-    const { href, origin } = (this.address ??= await pageAddress());
+    const { href, origin } = (this.address ??= await pageAddress(this.query));
     if (origin !== location.origin && !(await answers(href))) {
       this.watcher.onNotice(
         `Nothing answers at ${href} yet. Start its server: the page opens here as soon as it is there.`,
@@ -104,10 +106,12 @@ export class PageFrame {
 }
 
 // Where the page is that the simulator was started with.
-async function pageAddress(): Promise<URL> {
+async function pageAddress(query: URLSearchParams): Promise<URL> {
   const answer = await fetch('page.json');
   const { page } = (await answer.json()) as { page: string };
-  return new URL(page, location.href);
+  const address = new URL(page, location.href);
+  for (const [name, value] of query) address.searchParams.set(name, value);
+  return address;
 }
 
 async function answers(address: string): Promise<boolean> {

@@ -1,13 +1,14 @@
 // How the phone has its page look: dark or light, and its size of text.
 
+import type { RefObject } from 'preact';
 import { useEffect } from 'preact/hooks';
 import type { PhoneModel } from '../phoneModel';
 
 /** Keeps the page in `frame` as the phone is set. */
-export function usePageLook(frame: HTMLIFrameElement | null, phone: PhoneModel): void {
+export function usePageLook(shown: RefObject<HTMLIFrameElement | null>, phone: PhoneModel): void {
   const { dark, textSize } = phone.memory.look;
   useEffect(() => {
-    if (!frame) return;
+    const frame = shown.current!;
     // The page sees it as what its user prefers.
     frame.style.colorScheme = dark === undefined ? '' : dark ? 'dark' : 'light';
     const setTextSize = () => {
@@ -18,7 +19,7 @@ export function usePageLook(frame: HTMLIFrameElement | null, phone: PhoneModel):
     setTextSize();
     frame.addEventListener('load', setTextSize);
     return () => frame.removeEventListener('load', setTextSize);
-  }, [frame, dark, textSize]);
+  }, [dark, textSize]);
 }
 
 const textSizes = [80, 100, 130, 150, 200];

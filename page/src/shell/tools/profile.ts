@@ -177,12 +177,11 @@ export function profileOf(
   return { profile, problems };
 }
 
-/** What of a profile the page itself is given, as the query of its own address. */
-export function pageQuery(profile: Pick<Profile, 'user' | 'room' | 'role' | 'language'>): string {
+/** What of a profile the page itself is given, in the query of its own address. */
+export function pageQuery(profile: Pick<Profile, 'user' | 'room' | 'role' | 'language'>): URLSearchParams {
   const { user, room, role, language } = profile;
   const query = new URLSearchParams();
   for (const [name, value] of Object.entries({ user, room, role, lang: language }))
     if (value !== undefined) query.set(name, value);
-  const text = query.toString();
-  return text && `?${text}`;
+  return query;
 }

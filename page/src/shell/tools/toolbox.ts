@@ -228,7 +228,7 @@ export class Toolbox {
   }
 
   private newLinter(): Linter {
-    return new Linter((path) => hasFunction(this.phone.frame?.contentWindow, path));
+    return new Linter((path) => hasFunction(this.phone.page?.frame.contentWindow, path));
   }
 
   private noteFault(fault: string, isOn: boolean): void {

@@ -1,1 +1,0 @@
-export const unansweredWhen: Record<string, string> = {};
