@@ -31,6 +31,8 @@ class NamedObjects {
   void clear();
 
  private:
+  ScenarioError unknownListener(const std::string& name) const;
+
   std::map<std::string, std::shared_ptr<NamedView>> views_;
   std::unordered_set<std::uintptr_t> viewAddresses_;
   std::map<std::string, std::shared_ptr<RecordingListener>> listeners_;

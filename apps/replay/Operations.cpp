@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <ranges>
 #include <string>
+
+#include "Nearest.h"
 
 namespace vemo::replay {
 namespace {
@@ -85,7 +88,8 @@ auto bound(const Rows& rows, std::string_view kind, std::string_view name,
            const json::array& values, NamedObjects& objects, Recorder& recorder) {
   const auto row = std::ranges::find(rows, name, &Rows::value_type::name);
   if (row == rows.end()) {
-    throw ScenarioError("unknown " + std::string(kind) + " \"" + std::string(name) + "\"");
+    throw ScenarioError("unknown " + std::string(kind) + " \"" + std::string(name) + '"' +
+                        didYouMean(name, rows | std::views::transform(&Rows::value_type::name)));
   }
   Arguments arguments(name, values, objects, recorder);
   return row->bind(arguments);
