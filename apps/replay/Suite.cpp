@@ -42,6 +42,14 @@ std::string firstLine(std::string_view text) {
   return std::string(text.substr(0, text.find('\n')));
 }
 
+/// A failure in one line, with the effect that comes nearest where it tells one below.
+std::string inOneLine(std::string_view failure) {
+  constexpr std::string_view kNearest = "\n  nearest: ";
+  const auto at = failure.find(kNearest);
+  return firstLine(failure) +
+         (at == std::string_view::npos ? "" : "; " + firstLine(failure.substr(at + 3)));
+}
+
 /// What came of one scenario, as the process that plays it tells it.
 json::object played(const fs::path& file) {
   std::ifstream scenario(file);
@@ -120,7 +128,7 @@ ExitStatus checkSuite(const std::vector<std::string>& paths, const fs::path& jun
   for (const auto& file : files) {
     const auto& result = results.emplace_back(check(file));
     for (const auto& failure : result.failures)
-      out << file.string() << ": " << firstLine(failure) << '\n';
+      out << file.string() << ": " << inOneLine(failure) << '\n';
     if (!result.error.empty()) out << file.string() << ": " << result.error << '\n';
     out.flush();
     status = std::max(status, result.status);

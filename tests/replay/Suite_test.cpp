@@ -70,6 +70,16 @@ TEST_F(Suite, HasALineForEachFailureByName) {
                             "2 scenarios, 2 steps, 2 expectations, 2 failed\n");
 }
 
+TEST_F(Suite, OfAPartThatDidNotComeItTellsTheNearest) {
+  const auto a =
+      write("a.jsonl", "{\"get\":\"role\",\"partial\":true,\"expect\":[{\"of\":\"roll\"}]}\n");
+  EXPECT_EQ(check({a, a}), kExpectationFailed);
+  const auto line = a +
+                    ": line 1, step 1: expected in this place, but did not come; nearest: effect 1 "
+                    "differs at /of: expected \"roll\", got \"role\"\n";
+  EXPECT_EQ(out_.str(), line + line + "2 scenarios, 2 steps, 2 expectations, 2 failed\n");
+}
+
 TEST_F(Suite, SaysWhatCantBeRead) {
   std::filesystem::create_directories(folder_.file("empty/setup"));
   const auto good = write("good.jsonl", kGood);
