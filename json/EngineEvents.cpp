@@ -44,6 +44,13 @@ constexpr auto events = std::to_array<NamedOperation<Event, Arguments>>({
 
 }  // namespace
 
+std::vector<std::string_view> engineEventNames() {
+  std::vector<std::string_view> names;
+  names.reserve(events.size());
+  for (const auto& event : events) names.push_back(event.name);
+  return names;
+}
+
 BoundCall<KOBUCloudDelegate> engineEvent(std::string_view name, const boost::json::array& values) {
   const auto* const event =
       std::ranges::find(events, name, &NamedOperation<Event, Arguments>::name);

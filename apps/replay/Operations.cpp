@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <ranges>
 #include <string>
 #include <utility>
+
+#include "Nearest.h"
 
 namespace vemo::replay {
 namespace {
@@ -55,7 +58,9 @@ BoundCall<VEMOKOBUMsgRouter> hostOperation(std::string_view name, const json::ar
                                            NamedObjects& objects, std::shared_ptr<Notes> notes) {
   const auto* const operation = std::ranges::find(hostOperations, name, &Operation::name);
   if (operation == hostOperations.end()) {
-    throw ScenarioError("unknown operation \"" + std::string(name) + "\"");
+    throw ScenarioError(
+        "unknown operation \"" + std::string(name) + '"' +
+        didYouMean(name, hostOperations | std::views::transform(&Operation::name)));
   }
   HostArguments arguments(name, values, objects, std::move(notes));
   return operation->bind(arguments);

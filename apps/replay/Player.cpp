@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <optional>
+#include <ranges>
 #include <thread>
 #include <utility>
 
+#include "Nearest.h"
 #include "Operations.h"
 #include "json/EngineEvents.h"
 #include "webview/KOBUParams_VEMOExt.h"
@@ -163,7 +165,10 @@ void Player::onThread(const Step& step, std::string_view other, const std::funct
 
 void Player::event(const Step& step) {
   const auto args = step.optional<json::array>("args").value_or(json::array());
-  const auto call = engineEvent(step.value<std::string>(), args);
+  const auto name = step.value<std::string>();
+  if (const auto known = engineEventNames(); std::ranges::find(known, name) == known.end())
+    throw ScenarioError("unknown event \"" + name + '"' + didYouMean(name, known));
+  const auto call = engineEvent(name, args);
   // Held here, so that a router that dies of the event dies on the main thread.
   const auto delegate = engineClass_.delegate();
   onThread(step, "engine", [&] {
@@ -222,7 +227,8 @@ void Player::press(const Step& step) {
   const auto& actions = open.front().actions;
   const auto index = std::ranges::find(actions, title, &AlertAction::title) - actions.begin();
   if (index == std::ssize(actions)) {
-    throw ScenarioError("the alert has no button \"" + title + "\"");
+    throw ScenarioError("the alert has no button \"" + title + '"' +
+                        didYouMean(title, actions | std::views::transform(&AlertAction::title)));
   }
   const auto alert = takeOldest(open);
   if (const auto& handler = alert->actions[static_cast<std::size_t>(index)].handler) handler();
@@ -257,7 +263,8 @@ void Player::listener(const Step& step) {
     for (const auto& value : *chosen) {
       operations.push_back(read<std::string>(value, "an operation of ops"));
       if (std::ranges::find(known, operations.back()) == known.end()) {
-        throw ScenarioError("unknown operation \"" + operations.back() + "\" of a listener");
+        throw ScenarioError("unknown operation \"" + operations.back() + "\" of a listener" +
+                            didYouMean(operations.back(), known));
       }
     }
   }
@@ -272,7 +279,7 @@ void Player::get(const Step& step) {
       {"hasEnterRoom", "curEnteredRoomUserId", "role", "switchToRole", "supportMode", "listeners"});
   const auto of = step.value<std::string>();
   if (std::ranges::find(names, of) == names.end()) {
-    throw ScenarioError("unknown value \"" + of + "\"");
+    throw ScenarioError("unknown value \"" + of + '"' + didYouMean(of, names));
   }
   if (!router_) return;
   const auto params = router_->enterRoomParams();
