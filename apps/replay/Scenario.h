@@ -23,6 +23,7 @@ enum class Verb {
   access,
   press,
   downloaded,
+  decoded,
   notify,
   host,
   listener,

@@ -340,7 +340,7 @@ TEST_F(PhoneTest, TellsWhatGoesInAndComesOutWhileTheFrameWantsToKnow) {
   EXPECT_EQ(about,
             (std::vector<std::string>{"initSDK", "KOBUCloud.sharedInstance", "setDelegate", "m1",
                                       "enterRoom", "setDefaultStreamRecvMode", "enterRoom",
-                                      "onEnterRoom", "enableAudioVolumeEvaluation", "m2"}));
+                                      "onEnterRoom", "enableAudioVolumeEvaluation", "m3"}));
   EXPECT_EQ(threads, (std::vector<std::string>{"main", "main", "engine"}));
 }
 
