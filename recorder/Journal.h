@@ -20,9 +20,10 @@ struct Note {
   /// Of a step, its own number, from 1; of an effect, and of an answer of the device, that of
   /// the step in which it came. 0: it came in none.
   std::uint64_t step = 0;
-  bool overlaps = false;  ///< of a step: another was going on when it began
-  bool periodic = false;  ///< it is, or comes of, an event that comes again and again
-  std::string_view text;  ///< a JSON object
+  std::uint64_t queuedBy = 0;  ///< of a task: the step that queued it
+  bool overlaps = false;       ///< of a step: another was going on when it began
+  bool periodic = false;       ///< it is, or comes of, an event that comes again and again
+  std::string_view text;       ///< a JSON object
 };
 
 /// Where notes go. Any thread, by several at once; notes of one thread come in order.

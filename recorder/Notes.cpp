@@ -26,9 +26,9 @@ const Notes::Frame* Notes::frame() const {
   return frame;
 }
 
-bool Notes::isPeriodic() const {
+Notes::Origin Notes::origin() const {
   const auto* const step = frame();
-  return step && step->periodic;
+  return step ? Origin{step->step, step->periodic} : Origin{};
 }
 
 std::string_view Notes::threadName(std::string_view role) {
@@ -72,12 +72,13 @@ Notes::Step::Step(std::shared_ptr<Notes> notes, std::string_view role, bool peri
   overlaps_ = frame_.outermost && notes_->running_.fetch_add(1) > 0;
 }
 
-void Notes::Step::begin(Note::Kind kind, std::string_view text) {
+void Notes::Step::begin(Note::Kind kind, std::string_view text, std::uint64_t queuedBy) {
   innermostFrame = &frame_;
   notes_->journal_->note({.kind = kind,
                           .at = frame_.at,
                           .thread = frame_.thread,
                           .step = frame_.step,
+                          .queuedBy = queuedBy,
                           .overlaps = overlaps_,
                           .periodic = frame_.periodic,
                           .text = text});

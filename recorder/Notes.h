@@ -52,8 +52,12 @@ class Notes {
     send(Note::Kind::step, text.whole());
   }
 
-  /// Whether the step that goes on on this thread comes again and again.
-  bool isPeriodic() const;
+  /// The step that goes on on this thread, for a task that it queues.
+  struct Origin {
+    std::uint64_t step = 0;
+    bool periodic = false;
+  };
+  Origin origin() const;
 
   class Step;
 
@@ -116,16 +120,14 @@ class Notes::Step {
   Step& operator=(const Step&) = delete;
 
   /// A task of the main queue.
-  struct Task {
-    bool periodic;
-  };
-  Step(std::shared_ptr<Notes> notes, Task task) : Step(std::move(notes), "main", task.periodic) {
-    if (notes_) begin(Note::Kind::task, R"({"drain":1})");
+  Step(std::shared_ptr<Notes> notes, Origin origin)
+      : Step(std::move(notes), "main", origin.periodic) {
+    if (notes_) begin(Note::Kind::task, R"({"drain":1})", origin.step);
   }
 
  private:
   Step(std::shared_ptr<Notes> notes, std::string_view role, bool periodic);
-  void begin(Note::Kind kind, std::string_view text);
+  void begin(Note::Kind kind, std::string_view text, std::uint64_t queuedBy = 0);
 
   std::shared_ptr<Notes> notes_;  // null when nothing is noted
   Frame frame_;

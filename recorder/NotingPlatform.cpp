@@ -87,8 +87,8 @@ void NotingSystemLog::writeLine(std::string_view line) {
 void NotingMainQueue::dispatchAsync(std::function<void()> task) {
   if (!task || !notes_->isOn()) return target().dispatchAsync(std::move(task));
   target().dispatchAsync(
-      [notes = notes_, periodic = notes_->isPeriodic(), task = std::move(task)]() mutable {
-        const Notes::Step step(notes, Notes::Step::Task{periodic});
+      [notes = notes_, origin = notes_->origin(), task = std::move(task)]() mutable {
+        const Notes::Step step(notes, origin);
         const auto run = std::move(task);  // destroyed within the step: what held it may die of it
         run();
       });

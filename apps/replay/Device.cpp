@@ -85,7 +85,8 @@ DownloadOutcome readDownload(const json::value& value) {
     } else if (key == "data") {
       outcome.data = read<bool>(member, "data of download");
     } else if (key == "image") {
-      outcome.image = read<bool>(member, "image of download");
+      outcome.later = member == "later";
+      outcome.image = !outcome.later && read<bool>(member, "image of download");
     } else {
       unknownKey("download", key, Keys<3>{"error", "data", "image"});
     }

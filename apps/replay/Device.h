@@ -14,8 +14,9 @@ namespace vemo::replay {
 /// How a download ends.
 struct DownloadOutcome {
   std::optional<DownloadError> error;
-  bool data = true;   ///< whether the file can be read
-  bool image = true;  ///< whether its bytes are an image
+  bool data = true;    ///< whether the file can be read
+  bool image = true;   ///< whether its bytes are an image
+  bool later = false;  ///< whether that is known later, when a step says so
 };
 
 /// The phone as a scenario sets it: everything that the router can ask of it.

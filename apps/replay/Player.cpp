@@ -1,6 +1,7 @@
 #include "Player.h"
 
 #include <algorithm>
+#include <limits>
 #include <optional>
 #include <ranges>
 #include <thread>
@@ -19,12 +20,20 @@ void requireTrue(const Step& step) {
   if (!step.value<bool>()) throw ScenarioError(std::string(step.verbName) + " must be true");
 }
 
+/// Which of the open ones a step is about, from 1 for the oldest.
+std::size_t nthOf(const Step& step) {
+  const auto nth = step.optional<std::int64_t>("nth").value_or(1);
+  if (nth < 1) throw ScenarioError("nth must be 1 or more");
+  return static_cast<std::size_t>(nth);
+}
+
 template <class T>
-std::optional<T> takeOldest(std::deque<T>& open) {
-  if (open.empty()) return std::nullopt;
-  std::optional<T> oldest(std::move(open.front()));
-  open.pop_front();
-  return oldest;
+std::optional<T> take(std::deque<T>& open, std::size_t nth) {
+  if (open.size() < nth) return std::nullopt;
+  const auto place = open.begin() + static_cast<std::ptrdiff_t>(nth - 1);
+  std::optional<T> taken(std::move(*place));
+  open.erase(place);
+  return taken;
 }
 
 }  // namespace
@@ -52,14 +61,12 @@ std::map<std::string, int> Player::finish() {
   authorization_.open().clear();
   alerts_.open().clear();
   downloads_.open().clear();
+  decoder_.open().clear();
   objects_.clear();
   return census_.alive();
 }
 
-void Player::drain() {
-  while (mainQueue_.drain() > 0) {
-  }
-}
+void Player::drain() { mainQueue_.run(std::numeric_limits<std::int64_t>::max()); }
 
 void Player::perform(const Step& step) {
   switch (step.verb) {
@@ -72,12 +79,17 @@ void Player::perform(const Step& step) {
     case Verb::access: return access(step);
     case Verb::press: return press(step);
     case Verb::downloaded: return downloaded(step);
+    case Verb::decoded: return decoded(step);
     case Verb::notify: return notify(step);
     case Verb::host: return host(step);
     case Verb::listener: return listener(step);
     case Verb::release: return objects_.releaseListener(step.value<std::string>());
     case Verb::get: return get(step);
     case Verb::drain:
+      if (step.keys.at("drain").is_number()) {
+        return mainQueue_.run(step.value<std::int64_t>(), nthOf(step));
+      }
+      if (step.has("nth")) throw ScenarioError("nth needs a drain of a number of tasks");
       requireTrue(step);
       drain();
       return;
@@ -142,24 +154,32 @@ void Player::command(const Step& step) {
   if (!router_) return;
   const auto item = base_->makeItem({"kobu", std::move(name)}, std::move(params),
                                     std::move(nativecb), std::nullopt);
-  dispatch(step, item, true, hasWebView ? webView_ : nullptr);
+  onThread(
+      step, "other", [&] { dispatch(step, item, true, hasWebView ? webView_ : nullptr); }, true);
 }
 
 void Player::message(const Step& step) {
   const auto text = step.value<std::string>();
   label(step);
   if (!router_) return;
-  const auto item = base_->decode(text);
-  const bool hasAction = !item->head().action.empty() || !item->msgError() || namesAction(text);
-  dispatch(step, item, hasAction, base_->webView());
+  onThread(
+      step, "other",
+      [&] {
+        const auto item = base_->decode(text);
+        const bool hasAction =
+            !item->head().action.empty() || !item->msgError() || namesAction(text);
+        dispatch(step, item, hasAction, base_->webView());
+      },
+      true);
 }
 
-void Player::onThread(const Step& step, std::string_view other, const std::function<void()>& work) {
+void Player::onThread(const Step& step, std::string_view other, const std::function<void()>& work,
+                      bool usuallyMain) {
   const auto thread = step.optional<std::string>("thread");
   if (thread && *thread != "main" && *thread != other) {
     throw ScenarioError("thread must be \"main\" or \"" + std::string(other) + "\"");
   }
-  if (thread == "main") return work();
+  if (thread ? *thread == "main" : usuallyMain) return work();
   std::thread(work).join();
 }
 
@@ -215,30 +235,42 @@ void Player::speedTest(const Step& step) {
 void Player::access(const Step& step) {
   const bool granted = step.value<bool>();
   auto& open = authorization_.open();
+  const auto nth = nthOf(step);
   onThread(step, "other", [&] {
-    if (const auto answer = takeOldest(open)) (*answer)(granted);
+    if (const auto answer = take(open, nth)) (*answer)(granted);
   });
 }
 
 void Player::press(const Step& step) {
   const auto title = step.value<std::string>();
   auto& open = alerts_.open();
-  if (open.empty()) return;
-  const auto& actions = open.front().actions;
+  const auto nth = nthOf(step);
+  if (open.size() < nth) return;
+  const auto& actions = open[nth - 1].actions;
   const auto index = std::ranges::find(actions, title, &AlertAction::title) - actions.begin();
   if (index == std::ssize(actions)) {
     throw ScenarioError("the alert has no button \"" + title + '"' +
                         didYouMean(title, actions | std::views::transform(&AlertAction::title)));
   }
-  const auto alert = takeOldest(open);
+  const auto alert = take(open, nth);
   if (const auto& handler = alert->actions[static_cast<std::size_t>(index)].handler) handler();
 }
 
 void Player::downloaded(const Step& step) {
   requireTrue(step);
   auto& open = downloads_.open();
+  const auto nth = nthOf(step);
   onThread(step, "other", [&] {
-    if (const auto done = takeOldest(open)) (*done)(ScriptedDownloads::result(device_.download));
+    if (const auto done = take(open, nth)) (*done)(ScriptedDownloads::result(device_.download));
+  });
+}
+
+void Player::decoded(const Step& step) {
+  const bool isImage = step.value<bool>();
+  auto& open = decoder_.open();
+  const auto nth = nthOf(step);
+  onThread(step, "other", [&] {
+    if (const auto done = take(open, nth)) (*done)(isImage ? ScriptedDecoder::image() : nullptr);
   });
 }
 
@@ -252,7 +284,12 @@ void Player::notify(const Step& step) {
 void Player::host(const Step& step) {
   const auto args = step.optional<json::array>("args").value_or(json::array());
   const auto call = hostOperation(step.value<std::string>(), args, objects_, recorder_.notes());
-  if (router_) call(*router_);
+  onThread(
+      step, "other",
+      [&] {
+        if (router_) call(*router_);
+      },
+      true);
 }
 
 void Player::listener(const Step& step) {

@@ -17,7 +17,6 @@
 #include "ScriptedPhone.h"
 #include "Transcript.h"
 #include "platform/JSMsgRouter.h"
-#include "platform/MainThreadQueue.h"
 #include "recorder/Recorder.h"
 #include "webview/VEMOKOBUMsgRouter.h"
 
@@ -54,6 +53,7 @@ class Player {
   void access(const Step& step);
   void press(const Step& step);
   void downloaded(const Step& step);
+  void decoded(const Step& step);
   void notify(const Step& step);
   void host(const Step& step);
   void listener(const Step& step);
@@ -68,8 +68,9 @@ class Player {
                 const std::shared_ptr<VEMOWebView>& webView);
   std::string label(const Step& step) const;
   /// Runs `work` on the main thread or on another, as the step's "thread" says; `other`
-  /// is the scenario's word for another thread, and the default.
-  void onThread(const Step& step, std::string_view other, const std::function<void()>& work);
+  /// is the scenario's word for another thread, and the default unless it is `usuallyMain`.
+  void onThread(const Step& step, std::string_view other, const std::function<void()>& work,
+                bool usuallyMain = false);
 
   const std::shared_ptr<Transcript> transcript_ = std::make_shared<Transcript>();
   Device device_;
@@ -77,7 +78,7 @@ class Player {
   // What the router's platform stands on: doubles that do nothing but what the scenario says.
   NullVEMOLogger logger_;
   NullSystemLog systemLog_;
-  MainThreadQueue mainQueue_;
+  ScriptedQueue mainQueue_;
   NullNotificationCenter notifications_;
   ScriptedCrossProcessCenter crossProcess_;
   ScriptedAuthorization authorization_{device_};

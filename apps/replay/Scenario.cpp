@@ -23,26 +23,27 @@ struct VerbRule {
 
 constexpr auto rules = std::to_array<VerbRule>({
     {"device", Verb::device, {}},
-    {"command", Verb::command, {"params", "nativecb", "webView", "as"}},
-    {"message", Verb::message, {"as"}},
+    {"command", Verb::command, {"params", "nativecb", "webView", "as", "thread"}},
+    {"message", Verb::message, {"as", "thread"}},
     {"event", Verb::event, {"args", "thread"}},
     {"music", Verb::music, {"on", "code", "progressMs", "durationMs", "thread"}},
     {"speedTest", Verb::speedTest, {"completed", "total", "thread"}},
-    {"access", Verb::access, {"thread"}},
-    {"press", Verb::press, {}},
-    {"downloaded", Verb::downloaded, {"thread"}},
+    {"access", Verb::access, {"thread", "nth"}},
+    {"press", Verb::press, {"nth"}},
+    {"downloaded", Verb::downloaded, {"thread", "nth"}},
+    {"decoded", Verb::decoded, {"thread", "nth"}},
     {"notify", Verb::notify, {"thread"}},
-    {"host", Verb::host, {"args"}},
+    {"host", Verb::host, {"args", "thread"}},
     {"listener", Verb::listener, {"ops"}},
     {"release", Verb::release, {}},
     {"get", Verb::get, {}},
-    {"drain", Verb::drain, {}},
+    {"drain", Verb::drain, {"nth"}},
     {"free", Verb::free, {}},
     {"new", Verb::create, {}},
     {"use", Verb::use, {}},
 });
 
-constexpr std::array<std::string_view, 3> commonKeys{"hold", "expect", "partial"};
+constexpr std::array<std::string_view, 4> commonKeys{"hold", "expect", "partial", "overlaps"};
 
 const VerbRule* ruleOf(std::string_view key) {
   const auto rule = std::ranges::find(rules, key, &VerbRule::name);
@@ -107,6 +108,9 @@ Step stepOf(json::object keys) {
   step.hold = step.optional<bool>("hold").value_or(false);
   step.partial = step.optional<bool>("partial").value_or(false);
   step.expect = step.optional<json::array>("expect");
+  if (step.optional<bool>("overlaps").value_or(false)) {
+    step.note = ", which overlapped another when it was recorded";
+  }
   if (step.expect) checkExpected(*step.expect);
   return step;
 }

@@ -26,6 +26,7 @@ enum class Verb {
   access,
   press,
   downloaded,
+  decoded,
   notify,
   host,
   listener,

@@ -12,6 +12,7 @@ namespace {
 
 constexpr std::string_view kImageBytes = "image";
 constexpr std::string_view kOtherBytes = "no image";
+constexpr std::string_view kBytesForLater = "an image or not";
 
 class File final : public DownloadedFile {
  public:
@@ -25,6 +26,26 @@ class File final : public DownloadedFile {
 class Image final : public VEMOImage {};
 
 }  // namespace
+
+void ScriptedQueue::dispatchAsync(std::function<void()> task) {
+  if (!task) return;
+  const std::lock_guard lock(mutex_);
+  tasks_.push_back(std::move(task));
+}
+
+void ScriptedQueue::run(std::int64_t count, std::size_t nth) {
+  for (; count > 0; --count) {
+    std::function<void()> task;
+    {
+      const std::lock_guard lock(mutex_);
+      if (tasks_.size() < nth) return;
+      const auto place = tasks_.begin() + static_cast<std::ptrdiff_t>(nth - 1);
+      task = std::move(*place);
+      tasks_.erase(place);
+    }
+    task();
+  }
+}
 
 void ScriptedCrossProcessCenter::addObserver(const void*, const std::string&, Callback callback) {
   callback_ = std::move(callback);
@@ -54,13 +75,21 @@ void ScriptedDownloads::download(const std::string&, Done done) {
 DownloadResult ScriptedDownloads::result(const DownloadOutcome& outcome) {
   if (outcome.error) return {outcome.error, nullptr};
   std::optional<std::string> bytes;
-  if (outcome.data) bytes.emplace(outcome.image ? kImageBytes : kOtherBytes);
+  if (outcome.data) {
+    bytes.emplace(outcome.later ? kBytesForLater : outcome.image ? kImageBytes : kOtherBytes);
+  }
   return {std::nullopt, std::make_shared<File>(std::move(bytes))};
 }
 
 void ScriptedDecoder::decode(std::string bytes, Done done) {
-  done(bytes == kImageBytes ? std::make_shared<Image>() : nullptr);
+  if (bytes == kBytesForLater) {
+    open_.push_back(std::move(done));
+  } else {
+    done(bytes == kImageBytes ? image() : nullptr);
+  }
 }
+
+std::shared_ptr<VEMOImage> ScriptedDecoder::image() { return std::make_shared<Image>(); }
 
 bool DeviceVersion::isAtLeast(int major, int minor, int patch) const {
   return device_.os >= std::array{major, minor, patch};

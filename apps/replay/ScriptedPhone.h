@@ -3,7 +3,9 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
+#include <thread>
 
 #include "Device.h"
 #include "NamedObjects.h"
@@ -14,6 +16,23 @@
 // outlive it.
 
 namespace vemo::replay {
+
+/// The main queue: its tasks run when the scenario says so. The thread that makes it is the
+/// main thread.
+class ScriptedQueue final : public MainQueue {
+ public:
+  bool isMainThread() const override { return std::this_thread::get_id() == mainThread_; }
+  void dispatchAsync(std::function<void()> task) override;
+
+  /// Runs tasks, those that are queued meanwhile included: `count` of them, or fewer when
+  /// there are no more; each time the one that is the `nth`, from 1. Main thread.
+  void run(std::int64_t count, std::size_t nth = 1);
+
+ private:
+  const std::thread::id mainThread_ = std::this_thread::get_id();
+  std::mutex mutex_;
+  std::deque<std::function<void()>> tasks_;
+};
 
 /// Cross-process notifications. The latest subscriber is handed whatever the scenario
 /// says, also under a name that it did not subscribe to.
@@ -78,10 +97,17 @@ class ScriptedDownloads final : public DownloadService {
   std::deque<Done> open_;
 };
 
-/// Knows the bytes that ScriptedDownloads gives for an image.
+/// Knows the bytes that ScriptedDownloads gives for an image, and those of which a step will
+/// say whether they are one.
 class ScriptedDecoder final : public ImageDecoder {
  public:
   void decode(std::string bytes, Done done) override;
+
+  std::deque<Done>& open() { return open_; }
+  static std::shared_ptr<VEMOImage> image();
+
+ private:
+  std::deque<Done> open_;
 };
 
 class DeviceVersion final : public SystemVersion {

@@ -13,7 +13,9 @@
 #include "Accept.h"
 #include "Nearest.h"
 #include "Replay.h"
+#include "SessionWriter.h"
 #include "Suite.h"
+#include "recorder/Recording.h"
 
 namespace {
 
@@ -22,6 +24,7 @@ constexpr std::string_view kUsage =
        vemo-replay --check FILE.jsonl
        vemo-replay --check [--junit REPORT.xml] FILE.jsonl|FOLDER...
        vemo-replay --accept FILE.jsonl
+       vemo-replay --from FILE.vemorec
 Plays a scenario of the router (- for standard input) and writes the transcript.
 
   --check    write what differs from the steps' "expect", and how much was checked; of several
@@ -29,6 +32,7 @@ Plays a scenario of the router (- for standard input) and writes the transcript.
              difference and a sum
   --junit    write the results as JUnit's XML, too
   --accept   write what the steps did into the file as their "expect"; what holds stays as it is
+  --from     write a recording as a scenario
   --help     show this text
 
 Exit status, the worst of all: 0 done, 1 an expectation failed, 2 a scenario can't be read,
@@ -41,6 +45,17 @@ int usageError(std::string_view sentence) {
   return vemo::replay::kUnreadable;
 }
 
+int fromRecording(std::istream& in, std::string_view name) {
+  std::string error;
+  const auto recording = vemo::readRecording(in, error);
+  if (!recording) {
+    std::cerr << name << ": " << error << '\n';
+    return vemo::replay::kUnreadable;
+  }
+  vemo::replay::writeSession(*recording, std::cout);
+  return vemo::replay::kDone;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -48,6 +63,7 @@ int main(int argc, char** argv) {
   namespace fs = std::filesystem;
   auto mode = Mode::transcript;
   bool accepting = false;
+  bool from = false;
   std::string junit;
   std::vector<std::string> files;
   const std::vector<std::string_view> arguments(argv + 1, argv + argc);
@@ -60,13 +76,15 @@ int main(int argc, char** argv) {
       mode = Mode::check;
     } else if (*argument == "--accept") {
       accepting = true;
+    } else if (*argument == "--from") {
+      from = true;
     } else if (*argument == "--junit") {
       if (++argument == arguments.end() || argument->empty())
         return usageError("--junit needs the name of a file");
       junit = *argument;
     } else if (argument->starts_with("--")) {
-      static constexpr std::array<std::string_view, 4> options{"--check", "--junit", "--accept",
-                                                               "--help"};
+      static constexpr std::array<std::string_view, 5> options{"--check", "--junit", "--accept",
+                                                               "--from", "--help"};
       return usageError("unknown option " + std::string(*argument) +
                         didYouMean(*argument, options));
     } else {
@@ -76,6 +94,7 @@ int main(int argc, char** argv) {
   if (files.empty()) return usageError("");
   if (accepting && (mode == Mode::check || !junit.empty()))
     return usageError("--accept goes with no other option");
+  if (from && (accepting || mode == Mode::check)) return usageError("--from goes with no other option");
   if (!junit.empty() && mode != Mode::check) return usageError("--junit goes with --check");
   std::error_code noFolder;
   const bool isSuite = files.size() > 1 || !junit.empty() || fs::is_directory(files[0], noFolder);
@@ -88,6 +107,7 @@ int main(int argc, char** argv) {
   if (accepting) return acceptFile(files.front(), std::cout, std::cerr);
   std::ios::sync_with_stdio(false);
   const auto& name = files.front();
+  if (name == "-" && from) return fromRecording(std::cin, name);
   if (name == "-") return replay(std::cin, mode, std::cout, std::cerr);
   std::ifstream file(name);
   file.peek();  // a folder can be opened, but not read
@@ -95,6 +115,7 @@ int main(int argc, char** argv) {
     std::cerr << name << " can't be read: " << std::strerror(errno) << '\n';
     return kUnreadable;
   }
+  if (from) return fromRecording(file, name);
   file.clear();  // an empty file is a scenario without steps
   return replay(file, mode, std::cout, std::cerr, fs::path(name).parent_path());
 }

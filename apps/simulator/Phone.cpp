@@ -16,6 +16,9 @@
 #include "platform/JSMsgRouter.h"
 #include "platform/LoopbackNotificationCenter.h"
 #include "platform/ReplyDelivery.h"
+#include "platform/SecretMask.h"
+#include "recorder/JournalGroup.h"
+#include "recorder/NoteRing.h"
 #include "recorder/Recorder.h"
 #include "simulator/FailingDownloads.h"
 #include "simulator/LiveNotes.h"
@@ -28,6 +31,17 @@
 
 namespace vemo {
 
+namespace {
+
+NoteRingOptions ringOptions() {
+  NoteRingOptions options;
+  options.bytes = std::size_t{4} << 20U;  // what is saved travels in one frame
+  options.program = VEMO_VERSION;
+  return options;
+}
+
+}  // namespace
+
 struct Phone::Parts {
   Parts(const PhoneEnvironment& given, std::shared_ptr<PageSocket> socket)
       : environment(given),
@@ -39,7 +53,9 @@ struct Phone::Parts {
         services(page, given.mainQueue, *logger),
         screen(std::make_shared<PhoneScreen>()),
         notes(std::make_shared<LiveNotes>(page)),
-        recorder(pieces(), notes),
+        lastMinutes(std::make_shared<NoteRing>(ringOptions())),
+        recorder(pieces(), std::make_shared<JournalGroup>(
+                               std::vector<std::shared_ptr<Journal>>{notes, lastMinutes})),
         renderSource(recorder.renderSource(screen)) {}
 
   std::unique_ptr<VEMOJSMsgRouter> makeBaseRouter() {
@@ -85,6 +101,7 @@ struct Phone::Parts {
   PhoneServices services;
   const std::shared_ptr<PhoneScreen> screen;
   const std::shared_ptr<LiveNotes> notes;
+  const std::shared_ptr<NoteRing> lastMinutes;
   Recorder recorder;
   const std::shared_ptr<VEMOUIRenderSource> renderSource;
   /// How many fired events are on their way to the page.
@@ -156,7 +173,18 @@ std::string Phone::handle(const boost::json::object& frame) {
     parts_->notes->turn(on->boolean());
     return {};
   }
+  if (kind == "save") {
+    sendRecording();
+    return {};
+  }
   return "its kind is unknown";
+}
+
+void Phone::sendRecording() {
+  const SecretMask mask;
+  const auto text = parts_->lastMinutes->recording(
+      [&](std::string_view line, std::string& buffer) { return mask.masked(line, buffer); });
+  parts_->page->send(jsonText(boost::json::object{{"kind", "saved"}, {"text", text}}));
 }
 
 void Phone::sendPictures() {

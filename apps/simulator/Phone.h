@@ -37,10 +37,11 @@ struct PhoneEnvironment {
 /// "settings" (settings: changes), "answer" (media, granted), "press" (alert, button),
 /// "broadcast" (event: "Started" and so on), "fire" (event, args: an event of the engine, to be
 /// told "times" times, once without it), "downloads" (error: the code and text with which they
-/// fail, null: they don't), "pictures" (asks what the views show) and "note" (on: whether what
-/// goes into the router and comes out is to be told). To the page: "script" (text, needLog),
-/// "settings", "prompt", "alert", "openSettings", "broadcastPicker", "pictures", "image" (id,
-/// width, height, rgba: a mute image that pictures name), "noted" (see LiveNotes) and "problem"
+/// fail, null: they don't), "pictures" (asks what the views show), "note" (on: whether what
+/// goes into the router and comes out is to be told) and "save" (asks for the recording of the
+/// last minutes). To the page: "script" (text, needLog), "settings", "prompt", "alert",
+/// "openSettings", "broadcastPicker", "pictures", "image" (id, width, height, rgba: a mute image
+/// that pictures name), "noted" (see LiveNotes), "saved" (text: a .vemorec file) and "problem"
 /// (text: why a frame could not be used; frame: its kind).
 class Phone final : public PageListener {
  public:
@@ -55,6 +56,7 @@ class Phone final : public PageListener {
 
   std::string handle(const boost::json::object& frame);
   void sendPictures();
+  void sendRecording();
   std::string handleNetwork(const boost::json::object& frame);
   std::string handleBroadcast(const boost::json::object& frame);
   std::string handleFire(const boost::json::object& frame);

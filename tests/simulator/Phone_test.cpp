@@ -356,9 +356,9 @@ TEST_F(PhoneTest, TellsWhatGoesInAndComesOutWhileTheFrameWantsToKnow) {
   }
   about.resize(std::min<std::size_t>(about.size(), 10));
   EXPECT_EQ(about,
-            (std::vector<std::string>{"initSDK", "KOBUCloud.sharedInstance", "setDelegate", "m1",
+            (std::vector<std::string>{"initSDK", "KOBUCloud.sharedInstance", "setDelegate", "m2",
                                       "enterRoom", "setDefaultStreamRecvMode", "enterRoom",
-                                      "onEnterRoom", "enableAudioVolumeEvaluation", "m2"}));
+                                      "onEnterRoom", "enableAudioVolumeEvaluation", "m3"}));
   EXPECT_EQ(threads, (std::vector<std::string>{"main", "main", "engine"}));
 }
 

@@ -1,0 +1,261 @@
+#include "SessionWriter.h"
+
+#include <algorithm>
+#include <boost/json/array.hpp>
+#include <boost/json/object.hpp>
+#include <boost/json/value.hpp>
+#include <cstddef>
+#include <cstdint>
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "json/JsonText.h"
+
+namespace vemo::replay {
+namespace {
+
+namespace json = boost::json;
+
+/// A step, or a task of the main queue, with all that came of it.
+struct Part {
+  const RecordedNote* note = nullptr;
+  json::object device;  // what was answered in it, to be set before it
+  json::array effects;
+
+  bool isTask() const { return note->kind == Note::Kind::task; }
+};
+
+bool isText(const json::object& object, std::string_view key, std::string_view text) {
+  const auto* const value = object.if_contains(key);
+  return value && value->is_string() && std::string_view(value->get_string()) == text;
+}
+
+/// Adds `changes` to `device`; what has keys of its own key by key.
+void merge(json::object& device, const json::object& changes) {
+  for (const auto& [key, value] : changes) {
+    if (key != "results" || !device.contains(key)) {
+      device[key] = value;
+      continue;
+    }
+    for (const auto& [operation, result] : value.as_object()) {
+      device[key].as_object()[operation] = result;
+    }
+  }
+}
+
+/// What a step is expected to do; whether it is to be expected at all.
+bool expectation(const RecordedNote& note, json::object& effect) {
+  effect = {};
+  for (const auto& [key, value] : note.what) {
+    if (key == "text" && isText(note.what, "effect", "script")) continue;  // function and argument
+    effect[key] = value;
+    if (key == "effect") effect["thread"] = note.thread == "main" ? "main" : "other";
+  }
+  auto* const record = effect.if_contains("record");
+  if (!record || !record->is_object()) return true;
+  auto& fields = record->get_object();
+  if (isText(fields, "actionName", "onUserVoiceVolume")) return false;
+  fields.erase("fileName");
+  fields.erase("line");
+  return true;
+}
+
+/// The parts of a recording, in the order in which they began.
+class Parts {
+ public:
+  explicit Parts(const Recording& recording) {
+    for (const auto& note : recording.notes) take(note);
+  }
+
+  std::vector<Part>& all() { return parts_; }
+  /// Where the part with this number is; the end when there is none.
+  std::size_t find(std::uint64_t step) const {
+    const auto found = places_.find(step);
+    return found == places_.end() ? parts_.size() : found->second;
+  }
+  /// Effects that came in no step after the first one: the end of the router.
+  const json::array& end() const { return end_; }
+
+ private:
+  void take(const RecordedNote& note) {
+    if (note.kind == Note::Kind::effect) return takeEffect(note);
+    if (const auto* const changes = note.what.if_contains("device")) {
+      const auto place = find(note.step);
+      const bool within = note.step > 0 && place < parts_.size();
+      merge(within ? parts_[place].device : pending_, changes->as_object());
+      return;
+    }
+    // A task of a step that is not there any more has nothing that it could run.
+    if (note.kind == Note::Kind::task && find(note.queuedBy) == parts_.size()) return;
+    places_.emplace(note.step, parts_.size());
+    parts_.push_back({&note, std::exchange(pending_, {}), {}});
+  }
+
+  void takeEffect(const RecordedNote& note) {
+    json::object effect;
+    const bool expected = expectation(note, effect);
+    const auto place = find(note.step);
+    if (place < parts_.size()) {
+      if (expected) parts_[place].effects.push_back(std::move(effect));
+    } else if (note.step == 0 && !parts_.empty() && expected) {
+      end_.push_back(std::move(effect));
+    }
+  }
+
+  std::vector<Part> parts_;
+  std::unordered_map<std::uint64_t, std::size_t> places_;
+  json::object pending_;
+  json::array end_;
+};
+
+class Writer {
+ public:
+  Writer(const Recording& recording, std::ostream& out) : parts_(recording), out_(out) {
+    auto& all = parts_.all();
+    // How many tasks each part queued that ran.
+    queued_.resize(all.size());
+    for (const auto& part : all) {
+      if (!part.isTask()) continue;
+      ++queued_[parts_.find(part.note->queuedBy)];
+      lastTask_ = static_cast<std::size_t>(&part - all.data());
+    }
+  }
+
+  void write() {
+    auto& all = parts_.all();
+    for (std::size_t i = 0; i < all.size();) {
+      if (all[i].isTask()) {
+        i = writeDrain(i);
+      } else {
+        i = writeStep(i);
+      }
+    }
+    if (!parts_.end().empty()) {
+      line({{"free", true}, {"expect", parts_.end()}});
+    }
+  }
+
+ private:
+  void line(const json::object& step) { out_ << jsonText(step) << '\n'; }
+
+  void writeDevice(const json::object& device) {
+    if (device.empty()) return;
+    json::object step{{"device", device}};
+    if (!waiting_.empty() || !quiet_) step["hold"] = true;
+    line(step);
+  }
+
+  /// How many tasks follow `place` directly.
+  std::size_t tasksFrom(std::size_t place) {
+    const auto& all = parts_.all();
+    auto end = place;
+    while (end < all.size() && all[end].isTask()) ++end;
+    return end - place;
+  }
+
+  /// Puts the tasks that the part at `place` queued behind those that wait.
+  void queueTasksOf(std::size_t place) { waiting_.insert(waiting_.end(), queued_[place], place); }
+
+  /// Takes the task at `place` off the queue: where it stood there, from 0. Steps of several
+  /// threads may have queued in another order than that in which they began.
+  std::size_t unqueue(std::size_t place) {
+    const auto cause = parts_.find(parts_.all()[place].note->queuedBy);
+    const auto found = std::ranges::find(waiting_, cause);
+    const auto position = found - waiting_.begin();
+    if (found != waiting_.end()) waiting_.erase(found);
+    return static_cast<std::size_t>(position);
+  }
+
+  /// Whether the `tasks` behind the step at `i` are all that waits then, come in order, and
+  /// need no device and no expectation of their own.
+  bool together(std::size_t i, std::size_t tasks) {
+    auto& all = parts_.all();
+    const auto before = waiting_;
+    queueTasksOf(i);
+    bool whole = true;
+    for (auto task = i + 1; task <= i + tasks && whole; ++task) {
+      whole = unqueue(task) == 0 && all[task].device.empty() &&
+              (!isVolume(all[task]) || isVolume(all[i]));
+      queueTasksOf(task);
+    }
+    whole = whole && waiting_.empty();
+    waiting_ = before;
+    return whole;
+  }
+
+  /// The step at `i`, and the tasks behind it where nothing else waits.
+  std::size_t writeStep(std::size_t i) {
+    auto& all = parts_.all();
+    auto& part = all[i];
+    // Behind the last task that ran others may have waited, of which nothing is known; what
+    // comes on the main thread queues none.
+    quiet_ = quiet_ && (i <= lastTask_ || part.note->thread == "main");
+    const auto tasks = tasksFrom(i + 1);
+    const bool whole = quiet_ && together(i, tasks);
+    writeDevice(part.device);
+    auto step = part.note->what;
+    if (part.note->overlaps) step["overlaps"] = true;
+    if (whole) {
+      for (auto task = i + 1; task <= i + tasks; ++task) {
+        part.effects.insert(part.effects.end(), all[task].effects.begin(), all[task].effects.end());
+      }
+      waiting_.clear();
+    } else {
+      queueTasksOf(i);
+      step["hold"] = true;
+    }
+    expect(step, part);
+    line(step);
+    return whole ? i + tasks + 1 : i + 1;
+  }
+
+  std::size_t writeDrain(std::size_t i) {
+    auto& part = parts_.all()[i];
+    writeDevice(part.device);
+    json::object step{{"drain", 1}};
+    if (const auto place = unqueue(i); place > 0) step["nth"] = place + 1;
+    step["hold"] = true;
+    queueTasksOf(i);
+    expect(step, part);
+    line(step);
+    return i + 1;
+  }
+
+  /// Whether it is a volume event or the task of one, which may leave a record.
+  bool isVolume(const Part& part) {
+    const auto& step =
+        part.isTask() ? *parts_.all()[parts_.find(part.note->queuedBy)].note : *part.note;
+    return isText(step.what, "event", "onUserVoiceVolume");
+  }
+
+  void expect(json::object& step, const Part& part) {
+    if (part.note->before) return;
+    if (isVolume(part)) step["partial"] = true;
+    step["expect"] = part.effects;
+  }
+
+  Parts parts_;
+  std::ostream& out_;
+  std::vector<std::size_t> queued_;
+  std::size_t lastTask_ = 0;
+  std::vector<std::size_t> waiting_;  // of each task that waits, which part queued it
+  bool quiet_ = true;                 // no task can wait but those
+};
+
+}  // namespace
+
+void writeSession(const Recording& recording, std::ostream& out) {
+  out << "# Recorded by " << (recording.program.empty() ? "an unknown version" : recording.program)
+      << ".\n";
+  if (!recording.whole) {
+    out << "# Its beginning is missing: steps may differ that build on it.\n";
+  }
+  if (recording.cutOff) out << "# It breaks off: the last line was not finished.\n";
+  Writer(recording, out).write();
+}
+
+}  // namespace vemo::replay

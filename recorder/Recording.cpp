@@ -1,0 +1,127 @@
+#include "recorder/Recording.h"
+
+#include <istream>
+#include <utility>
+
+#include "json/JsonReader.h"
+#include "json/JsonText.h"
+#include "recorder/NotedJson.h"
+
+namespace vemo {
+namespace {
+
+namespace json = boost::json;
+
+constexpr std::size_t kMaxDepth = 1024;
+
+std::optional<json::object> objectIn(std::string_view line) {
+  JsonProblem problem;
+  auto value = readJson(line, kMaxDepth, problem);
+  auto* const object = problem.code ? nullptr : value.if_object();
+  if (!object) return std::nullopt;
+  return std::move(*object);
+}
+
+std::optional<std::int64_t> integer(const json::object& line, std::string_view key) {
+  const auto* const value = line.if_contains(key);
+  const auto* const number = value ? value->if_int64() : nullptr;
+  return number ? std::optional(*number) : std::nullopt;
+}
+
+bool flag(const json::object& line, std::string_view key) {
+  const auto* const value = line.if_contains(key);
+  return value && value->is_bool() && value->get_bool();
+}
+
+std::optional<RecordedNote> noteIn(const json::object& line) {
+  RecordedNote note;
+  const json::value* what = nullptr;
+  if ((what = line.if_contains("effect"))) {
+    note.kind = Note::Kind::effect;
+  } else if ((what = line.if_contains("task"))) {
+    note.kind = Note::Kind::task;
+  } else {
+    what = line.if_contains("step");
+  }
+  const auto at = integer(line, "at");
+  const auto number = integer(line, "n");
+  const auto* const thread = line.if_contains("thread");
+  if (!what || !what->is_object() || !at || !number || *number < 0) return std::nullopt;
+  if (!thread || !thread->is_string()) return std::nullopt;
+  note.at = std::chrono::milliseconds(*at);
+  note.thread = thread->get_string();
+  note.step = static_cast<std::uint64_t>(*number);
+  note.queuedBy = static_cast<std::uint64_t>(integer(line, "by").value_or(0));
+  note.overlaps = flag(line, "overlaps");
+  note.before = flag(line, "before");
+  const auto text = jsonText(what->get_object());
+  note.what = note.kind == Note::Kind::effect ? notedEffect(text) : notedStep(text);
+  return note;
+}
+
+bool readHeader(const std::string& line, Recording& recording, std::string& error) {
+  const auto header = objectIn(line);
+  const auto version = header ? integer(*header, "vemorec") : std::nullopt;
+  if (!version || *version < 1) {
+    error = "this is no recording";
+    return false;
+  }
+  if (*version > kRecordingVersion) {
+    error = "this recording has the form " + std::to_string(*version) +
+            " of a later version; this one reads forms up to " + std::to_string(kRecordingVersion);
+    return false;
+  }
+  if (const auto* const program = header->if_contains("program"); program && program->is_string()) {
+    recording.program = program->get_string();
+  }
+  recording.whole = flag(*header, "whole");
+  return true;
+}
+
+}  // namespace
+
+std::string recordingHeader(std::string_view program, bool whole) {
+  return jsonText(
+             json::object{{"vemorec", kRecordingVersion}, {"program", program}, {"whole", whole}}) +
+         "\n";
+}
+
+void appendNoteLine(std::string& out, const Note& note, bool before) {
+  const auto name = note.kind == Note::Kind::effect ? "effect"
+                    : note.kind == Note::Kind::task ? "task"
+                                                    : "step";
+  out.append("{\"").append(name).append("\":").append(note.text);
+  out.append(",\"n\":").append(std::to_string(note.step));
+  if (note.queuedBy > 0) out.append(",\"by\":").append(std::to_string(note.queuedBy));
+  if (note.overlaps) out += R"(,"overlaps":true)";
+  if (before) out += R"(,"before":true)";
+  out.append(",\"at\":").append(std::to_string(note.at.count())).append(",\"thread\":");
+  appendJsonString(out, note.thread);
+  out += "}\n";
+}
+
+std::optional<Recording> readRecording(std::istream& in, std::string& error) {
+  Recording recording;
+  std::string line;
+  std::getline(in, line);
+  if (!readHeader(line, recording, error)) return std::nullopt;
+  for (std::int64_t number = 2; std::getline(in, line); ++number) {
+    const auto object = objectIn(line);
+    auto note = object ? noteIn(*object) : std::nullopt;
+    if (note) {
+      recording.notes.push_back(*std::move(note));
+    } else if (in.eof()) {
+      recording.cutOff = true;
+    } else {
+      error = "line " + std::to_string(number) + " of the recording is damaged";
+      return std::nullopt;
+    }
+  }
+  if (in.bad()) {
+    error = "the recording can't be read to its end";
+    return std::nullopt;
+  }
+  return recording;
+}
+
+}  // namespace vemo

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <boost/json/object.hpp>
+#include <chrono>
+#include <cstdint>
+#include <iosfwd>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "recorder/Journal.h"
+
+// The form of .vemorec files: a line of JSON that says what the file is, and one for each note.
+//
+//     {"vemorec":1,"program":"0.1.0","whole":true}
+//     {"step":{"message":"..."},"n":7,"at":1760000000000,"thread":"main"}
+//     {"effect":{"effect":"reply",...},"n":7,"at":...,"thread":"main"}
+//     {"task":{"drain":1},"n":9,"by":8,"at":...,"thread":"main"}
+//
+// "n" is the step's number, "by" that of the step that queued the task. "before" is true for
+// steps whose effects are not there any more, "overlaps" as in Note.
+
+namespace vemo {
+
+/// The version of the form that is written; older ones can be read.
+inline constexpr std::int64_t kRecordingVersion = 1;
+
+/// The first line of a recording by `program`; `whole`: nothing of the beginning is missing.
+std::string recordingHeader(std::string_view program, bool whole);
+
+/// Appends the line that says `note`, with its line break; `before`: its effects are not there.
+void appendNoteLine(std::string& out, const Note& note, bool before = false);
+
+/// A note as it was read.
+struct RecordedNote {
+  Note::Kind kind = Note::Kind::step;
+  std::chrono::milliseconds at{};
+  std::string thread;
+  std::uint64_t step = 0;
+  std::uint64_t queuedBy = 0;
+  bool overlaps = false;
+  bool before = false;
+  boost::json::object what;  ///< the step or the effect, whole
+};
+
+struct Recording {
+  std::string program;
+  bool whole = true;    ///< nothing of the beginning is missing
+  bool cutOff = false;  ///< the last line was not finished, and is left out
+  std::vector<RecordedNote> notes;
+};
+
+/// Reads a recording; nothing, with a sentence in `error`, when `in` has none, one that is
+/// damaged, or one of a later form.
+std::optional<Recording> readRecording(std::istream& in, std::string& error);
+
+}  // namespace vemo

@@ -1,0 +1,319 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <boost/json/array.hpp>
+#include <boost/json/object.hpp>
+#include <boost/json/parse.hpp>
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <random>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "Replay.h"
+#include "SessionWriter.h"
+#include "json/JsonText.h"
+#include "platform/MainThreadQueue.h"
+#include "recorder/Recording.h"
+#include "simulation/ClassroomCloud.h"
+#include "simulator/PageSocket.h"
+#include "simulator/Phone.h"
+#include "testing/NullPlatform.h"
+#include "webview/protocol.h"
+
+namespace vemo::test {
+namespace {
+
+using boost::json::array;
+using boost::json::object;
+using std::chrono::milliseconds;
+
+/// A file that can be read or not, as it comes.
+class Download final : public DownloadedFile {
+ public:
+  explicit Download(bool readable) : readable_(readable) {}
+  std::optional<std::string> readAll() const override {
+    return readable_ ? std::optional<std::string>("bytes") : std::nullopt;
+  }
+
+ private:
+  const bool readable_;
+};
+
+/// Downloads and images that end when the walk says so, in any order.
+struct Later {
+  std::vector<std::function<void()>> work;
+};
+
+class LateDownloads final : public DownloadService {
+ public:
+  LateDownloads(Later& later, std::mt19937_64& dice) : later_(later), dice_(dice) {}
+  bool isUrl(const std::string& text) const override { return text.find(':') != text.npos; }
+  void download(const std::string&, std::function<void(DownloadResult)> done) override {
+    const auto how = dice_() % 3;
+    later_.work.push_back([how, done = std::move(done)] {
+      if (how == 0) return done({DownloadError{-1009, "offline"}, nullptr});
+      done({std::nullopt, std::make_shared<Download>(how == 1)});
+    });
+  }
+
+ private:
+  Later& later_;
+  std::mt19937_64& dice_;
+};
+
+class LateImages final : public ImageDecoder {
+ public:
+  LateImages(Later& later, std::mt19937_64& dice) : later_(later), dice_(dice) {}
+  void decode(std::string, Done done) override {
+    later_.work.push_back([isImage = dice_() % 2 == 0, done = std::move(done)] {
+      done(isImage ? std::make_shared<Image>() : nullptr);
+    });
+  }
+
+ private:
+  class Image final : public VEMOImage {};
+  Later& later_;
+  std::mt19937_64& dice_;
+};
+
+/// A page that keeps which alerts it was shown, and what was saved last.
+class Page final : public PageSocket {
+ public:
+  void send(std::string text) override {
+    if (text.starts_with(R"({"kind":"saved")")) saved = std::move(text);
+    if (text.starts_with(R"({"kind":"alert")")) ++alerts;
+  }
+  std::size_t unsentBytes() const override { return 0; }
+
+  std::string saved;
+  int alerts = 0;
+};
+
+/// Two phones in one room, and somebody who does with them whatever comes to his mind.
+class Walk {
+ public:
+  explicit Walk(std::uint64_t seed) : dice_(seed) {
+    for (int i = 0; i < 2; ++i) {
+      pages_.push_back(std::make_shared<Page>());
+      phones_.push_back(std::make_unique<Phone>(environment_, pages_.back()));
+    }
+  }
+
+  void step() {
+    const auto which = dice_() % phones_.size();
+    auto& phone = *phones_[which];
+    switch (dice_() % 12) {
+      case 0: pass(milliseconds(dice_() % 3000)); break;
+      case 1: pass(milliseconds(dice_() % 50)); break;
+      case 2: answer(phone); break;
+      case 3: press(phone, *pages_[which]); break;
+      case 4: settings(phone); break;
+      case 5: work(); break;
+      case 6: network(phone); break;
+      case 7: broadcast(phone); break;
+      default: command(phone); break;
+    }
+    if (dice_() % 4 != 0) drain();
+  }
+
+  /// What the phone's last minutes are, as its frame gets them.
+  std::string saved(std::size_t which) {
+    frame(*phones_[which], {{"kind", "save"}});
+    return std::string(boost::json::parse(pages_[which]->saved).at("text").as_string());
+  }
+
+ private:
+  static void frame(Phone& phone, const object& frame) { phone.onText(jsonText(frame)); }
+
+  void pass(milliseconds time) { clock_->advance(time); }
+  void drain() { mainQueue_.drain(); }
+
+  bool chance(unsigned in) { return dice_() % in == 0; }
+
+  void command(Phone& phone) {
+    static const auto commands = protocol().at("commands").as_array();
+    const auto& one = commands[dice_() % commands.size()].as_object();
+    std::string name(one.at("name").as_string());
+    // What makes the rest do something comes often.
+    if (chance(3)) {
+      static const std::vector<std::string> often{
+          "initSDK",         "initSDK",           "enterRoom",
+          "enterRoom",       "registCallBacks",   "startLocalPreview",
+          "startLocalAudio", "setVideoMuteImage", "startScreenCapture"};
+      name = often[dice_() % often.size()];
+    }
+    if (name == "uninitSDK" && !chance(4)) return;
+    frame(phone, {{"kind", "message"},
+                  {"text", jsonText(object{{"head", {{"module", "kobu"}, {"action", name}}},
+                                           {"params", params(name)},
+                                           {"cbid", "c"}})}});
+  }
+
+  object params(const std::string& name) {
+    if (name == "registCallBacks") {
+      static const auto events = protocol().at("events").as_array();
+      array callbacks;
+      for (const auto& event : events) {
+        if (chance(2)) {
+          callbacks.push_back(
+              {{"sdkcbName", event.as_object().at("name")}, {"jsRecvcbName", "on"}});
+        }
+      }
+      return {{"callbacks", std::move(callbacks)}};
+    }
+    object params{{"sdkAppId", 1},
+                  {"userId", chance(2) ? "ada" : "ben"},
+                  {"userSig", "verysecret"},
+                  {"roomId", 7},
+                  {"appScene", 1},
+                  {"role", chance(2) ? 20 : 21},
+                  {"mute", chance(2)},
+                  {"route", 1},
+                  {"volume", 50},
+                  {"capture", true},
+                  {"playout", true},
+                  {"streamType", static_cast<int>(dice_() % 3)},
+                  {"imgUrl", "http://127.0.0.1/picture.png"},
+                  {"fps", 5},
+                  {"mode", static_cast<int>(dice_() % 3)},
+                  {"quality", 2},
+                  {"audioId", static_cast<int>(dice_() % 3)},
+                  {"musicParam", {{"ID", 1}, {"path", "song.mp3"}, {"publish", true}}},
+                  {"onStart", true},
+                  {"onProgress", chance(2)},
+                  {"onComplete", true},
+                  {"top", 0.5},
+                  {"reportFunc", "report"},
+                  {"width", 640},
+                  {"height", 360}};
+    while (chance(2) && !params.empty()) params.erase(params.begin() + (dice_() % params.size()));
+    return params;
+  }
+
+  void answer(Phone& phone) {
+    frame(phone, {{"kind", "answer"},
+                  {"media", chance(4) ? "microphone" : "camera"},
+                  {"granted", chance(2)}});
+  }
+
+  void press(Phone& phone, Page& page) {
+    if (page.alerts == 0) return;
+    frame(phone, {{"kind", "press"},
+                  {"alert", page.alerts - static_cast<int>(dice_() % 3)},
+                  {"button", static_cast<int>(dice_() % 2)}});
+  }
+
+  void settings(Phone& phone) {
+    static const std::vector<object> changes{{{"camera", "denied"}},
+                                             {{"camera", "authorized"}},
+                                             {{"camera", "notDetermined"}},
+                                             {{"microphone", "denied"}},
+                                             {{"microphone", "authorized"}},
+                                             {{"microphone", "notDetermined"}},
+                                             {{"canOpenSettings", false}},
+                                             {{"canOpenSettings", true}},
+                                             {{"appGroup", "group.other"}},
+                                             {{"os", "10.3.0"}},
+                                             {{"os", "11.4.0"}},
+                                             {{"os", "12.0.1"}},
+                                             {{"os", "17.0.0"}},
+                                             {{"bundle", {{"CFBundleName", "Other"}}}},
+                                             {{"bundle", object()}}};
+    frame(phone, {{"kind", "settings"}, {"settings", changes[dice_() % changes.size()]}});
+  }
+
+  void work() {
+    if (later_.work.empty()) return;
+    const auto which = static_cast<std::ptrdiff_t>(dice_() % later_.work.size());
+    const auto work = std::move(later_.work[static_cast<std::size_t>(which)]);
+    later_.work.erase(later_.work.begin() + which);
+    work();
+  }
+
+  void network(Phone& phone) { frame(phone, {{"kind", "network"}, {"drop", chance(3)}}); }
+
+  void broadcast(Phone& phone) {
+    static const std::vector<std::string> events{"Started", "Paused", "Resumed", "Finished"};
+    frame(phone, {{"kind", "broadcast"}, {"event", events[dice_() % events.size()]}});
+  }
+
+  std::mt19937_64 dice_;
+  Later later_;
+  std::shared_ptr<ManualClock> clock_ = std::make_shared<ManualClock>();
+  NullSystemLog systemLog_;
+  MainThreadQueue mainQueue_;
+  ClassroomCloud cloud_{[this] {
+    CloudOptions options;
+    options.clock = clock_;
+    return options;
+  }()};
+  PhoneEnvironment environment_{
+      .cloud = cloud_,
+      .makeLogger = [] { return std::make_unique<NullVEMOLogger>(); },
+      .systemLog = systemLog_,
+      .mainQueue = mainQueue_,
+      .makeDownloads = [this] { return std::make_unique<LateDownloads>(later_, dice_); },
+      .makeImages = [this] { return std::make_unique<LateImages>(later_, dice_); }};
+  std::vector<std::shared_ptr<Page>> pages_;
+  std::vector<std::unique_ptr<Phone>> phones_;
+};
+
+std::string sessionOf(const std::string& recording) {
+  std::istringstream in(recording);
+  std::string error;
+  const auto read = readRecording(in, error);
+  EXPECT_TRUE(read) << error;
+  std::ostringstream session;
+  if (read) replay::writeSession(*read, session);
+  return session.str();
+}
+
+/// VEMO_WALK_STEPS and VEMO_WALK_SEED make it longer and another.
+std::uint64_t setting(const char* name, std::uint64_t usual) {
+  const char* const text = std::getenv(name);
+  return text ? std::strtoull(text, nullptr, 10) : usual;
+}
+
+TEST(RandomWalk, ReplaysAsItWasRecorded) {
+  const auto seed = setting("VEMO_WALK_SEED", 1);
+  Walk walk(seed);
+  for (auto left = setting("VEMO_WALK_STEPS", 1000); left > 0; --left) walk.step();
+  for (std::size_t which = 0; which < 2; ++which) {
+    const auto recording = walk.saved(which);
+    EXPECT_EQ(recording.find("verysecret"), std::string::npos);
+    const auto session = sessionOf(recording);
+    std::istringstream in(session);
+    std::stringstream out;
+    std::ostringstream err;
+    const auto status = replay::replay(in, replay::Mode::check, out, err);
+    EXPECT_EQ(err.str(), "");
+    // A step that another thread's step ran into can't be played as it was, and says so.
+    int overlapped = 0;
+    for (std::string line; std::getline(out, line);) {
+      if (!line.starts_with("line ")) continue;
+      ++overlapped;
+      EXPECT_NE(line.find("which overlapped another"), std::string::npos) << line;
+    }
+    EXPECT_EQ(status, overlapped > 0 ? replay::kExpectationFailed : replay::kDone);
+    EXPECT_GT(std::ranges::count(session, '\n'), 100) << "too little went in";
+    std::cout << out.str().substr(out.str().rfind('\n', out.str().size() - 2) + 1) << overlapped
+              << " of them differ where steps overlapped\n";
+    if (const char* const folder = std::getenv("VEMO_WALK_KEEP")) {
+      std::ofstream(std::string(folder) + "/walk.vemorec") << recording;
+      std::ofstream(std::string(folder) + "/walk.jsonl") << session;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace vemo::test
