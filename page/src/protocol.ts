@@ -9,7 +9,7 @@ export type KOBUSpeedTestResult = {
   upLostRate: number;
   /** Packets lost on the way from the server, 0 to 1. */
   downLostRate: number;
-  /** How long the way to the server and back takes (ms). */
+  /** How long the way to the server and back takes. In ms. */
   rtt: number;
 };
 
@@ -21,17 +21,17 @@ export type KOBUQualityInfo = {
 };
 
 export type KOBULocalStatistics = {
-  /** Width of the picture (pixels). */
+  /** Width of the picture. In pixels. */
   width: number;
-  /** Height of the picture (pixels). */
+  /** Height of the picture. In pixels. */
   height: number;
-  /** How many pictures come (frames/s). */
+  /** How many pictures come. In frames/s. */
   frameRate: number;
-  /** Bit rate of the picture (kbit/s). */
+  /** Bit rate of the picture. In kbit/s. */
   videoBitrate: number;
-  /** Sampling rate of the sound (Hz). */
+  /** Sampling rate of the sound. In Hz. */
   audioSampleRate: number;
-  /** Bit rate of the sound (kbit/s). */
+  /** Bit rate of the sound. In kbit/s. */
   audioBitrate: number;
   /** 0 the camera, 1 its small picture, 2 the screen. */
   streamType: number;
@@ -40,40 +40,40 @@ export type KOBULocalStatistics = {
 export type KOBURemoteStatistics = {
   /** Who sends the stream. */
   userId?: string;
-  /** Packets of this stream that are lost (percent). */
+  /** Packets of this stream that are lost. In percent. */
   packetLoss: number;
-  /** Width of the picture (pixels). */
+  /** Width of the picture. In pixels. */
   width: number;
-  /** Height of the picture (pixels). */
+  /** Height of the picture. In pixels. */
   height: number;
-  /** How many pictures come (frames/s). */
+  /** How many pictures come. In frames/s. */
   frameRate: number;
-  /** Bit rate of the picture (kbit/s). */
+  /** Bit rate of the picture. In kbit/s. */
   videoBitrate: number;
-  /** Sampling rate of the sound (Hz). */
+  /** Sampling rate of the sound. In Hz. */
   audioSampleRate: number;
-  /** Bit rate of the sound (kbit/s). */
+  /** Bit rate of the sound. In kbit/s. */
   audioBitrate: number;
-  /** How long what arrives is held back before it is played (ms). */
+  /** How long what arrives is held back before it is played. In ms. */
   jitterBufferDelay: number;
   /** 0 the camera, 1 its small picture, 2 the screen. */
   streamType: number;
 };
 
 export type KOBUStatistics = {
-  /** Processor load of the application (percent). */
+  /** Processor load of the application. In percent. */
   appCpu: number;
-  /** Processor load of the whole device (percent). */
+  /** Processor load of the whole device. In percent. */
   systemCpu: number;
-  /** How long the way to the server and back takes (ms). */
+  /** How long the way to the server and back takes. In ms. */
   rtt: number;
-  /** Packets lost on the way to the server (percent). */
+  /** Packets lost on the way to the server. In percent. */
   upLoss: number;
-  /** Packets lost on the way from the server (percent). */
+  /** Packets lost on the way from the server. In percent. */
   downLoss: number;
-  /** Sent since the room was entered (bytes). */
+  /** Sent since the room was entered. In bytes. */
   sentBytes: number;
-  /** Received since the room was entered (bytes). */
+  /** Received since the room was entered. In bytes. */
   receivedBytes: number;
   /** Each stream that the own user sends. */
   localStatistics: KOBULocalStatistics[];
@@ -189,7 +189,7 @@ export interface Commands {
     result: {
       /** The own user; "(null)" without one. */
       userId: string;
-      /** The time that entering took; negative: the engine's code of a failure (ms). */
+      /** The time that entering took; negative: the engine's code of a failure. In ms. */
       elapsed: number;
     };
     answered: 'later';
@@ -228,13 +228,13 @@ export interface Commands {
     params: {
       /** The user. */
       userId?: string;
-      /** Distance from the view's upper edge (points). Default: 0. */
+      /** Distance from the view's upper edge. In points. Default: 0. */
       top?: number;
-      /** Distance from the view's left edge (points). Default: 0. */
+      /** Distance from the view's left edge. In points. Default: 0. */
       left?: number;
-      /** Distance from the view's lower edge (points). Default: 0. */
+      /** Distance from the view's lower edge. In points. Default: 0. */
       bottom?: number;
-      /** Distance from the view's right edge (points). Default: 0. */
+      /** Distance from the view's right edge. In points. Default: 0. */
       right?: number;
     };
     result: Record<string, never>;
@@ -274,15 +274,15 @@ export interface Commands {
   /** Sets how the own picture is encoded. */
   setVideoEncoderParam: {
     params: {
-      /** Width of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Width of the picture. In pixels. Default: 0. Of the record KOBUVideoEncParam. */
       width?: number;
-      /** Height of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Height of the picture. In pixels. Default: 0. Of the record KOBUVideoEncParam. */
       height?: number;
-      /** How often a picture is sent (frames/s). Default: 15. Of the record KOBUVideoEncParam. */
+      /** How often a picture is sent. In frames/s. Default: 15. Of the record KOBUVideoEncParam. */
       fps?: number;
-      /** Bit rate to aim at (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Bit rate to aim at. In kbit/s. Default: 0. Of the record KOBUVideoEncParam. */
       bitrate?: number;
-      /** Bit rate not to fall below (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Bit rate not to fall below. In kbit/s. Default: 0. Of the record KOBUVideoEncParam. */
       minBitrate?: number;
       /**
        * Whether the engine may change the resolution. Default: false. Of the record
@@ -326,7 +326,7 @@ export interface Commands {
   setLocalPreviewParams: {
     params: {
       /**
-       * How the picture is turned (quarter turns clockwise). Default: 0. Of the record
+       * How the picture is turned. In quarter turns clockwise. Default: 0. Of the record
        * KOBURenderParams.
        */
       rotation?: number;
@@ -338,7 +338,7 @@ export interface Commands {
       mode?: number;
       /** Another name of "mirrorType", which wins. Of the record KOBURenderParams. */
       mirror?: number;
-      /** How the sent picture is turned (quarter turns clockwise). */
+      /** How the sent picture is turned. In quarter turns clockwise. */
       encoderRotation?: number;
       /** Whether the sent picture is mirrored. */
       encoderMirror?: boolean;
@@ -357,15 +357,15 @@ export interface Commands {
     params: {
       /** Whether the small picture is sent. */
       enable?: boolean;
-      /** Width of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Width of the picture. In pixels. Default: 0. Of the record KOBUVideoEncParam. */
       width?: number;
-      /** Height of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Height of the picture. In pixels. Default: 0. Of the record KOBUVideoEncParam. */
       height?: number;
-      /** How often a picture is sent (frames/s). Default: 15. Of the record KOBUVideoEncParam. */
+      /** How often a picture is sent. In frames/s. Default: 15. Of the record KOBUVideoEncParam. */
       fps?: number;
-      /** Bit rate to aim at (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Bit rate to aim at. In kbit/s. Default: 0. Of the record KOBUVideoEncParam. */
       bitrate?: number;
-      /** Bit rate not to fall below (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Bit rate not to fall below. In kbit/s. Default: 0. Of the record KOBUVideoEncParam. */
       minBitrate?: number;
       /**
        * Whether the engine may change the resolution. Default: false. Of the record
@@ -466,7 +466,7 @@ export interface Commands {
       /** 0 the camera, 1 its small picture, 2 the screen. From 0 to 2. Default: 0. */
       streamType?: number;
       /**
-       * How the picture is turned (quarter turns clockwise). Default: 0. Of the record
+       * How the picture is turned. In quarter turns clockwise. Default: 0. Of the record
        * KOBURenderParams.
        */
       rotation?: number;
@@ -587,7 +587,7 @@ export interface Commands {
       /** The user. */
       userId: string;
       /**
-       * How the picture is turned (quarter turns clockwise). Default: 0. Of the record
+       * How the picture is turned. In quarter turns clockwise. Default: 0. Of the record
        * KOBURenderParams.
        */
       rotation?: number;
@@ -621,10 +621,10 @@ export interface Commands {
       loopCount?: number;
       /** Whether the other users hear it. Default: false. Of the record PWAudioMusicParam. */
       publish?: boolean;
-      /** Where in the music to begin (ms). Default: 0. Of the record PWAudioMusicParam. */
+      /** Where in the music to begin. In ms. Default: 0. Of the record PWAudioMusicParam. */
       startTimeMs?: number;
       /**
-       * Where in the music to end; -1: at its end (ms). Default: -1. Of the record
+       * Where in the music to end; -1: at its end. In ms. Default: -1. Of the record
        * PWAudioMusicParam.
        */
       endTimeMs?: number;
@@ -642,9 +642,9 @@ export interface Commands {
       state: string;
       /** The engine's code, 0 for success; at start and end. */
       errCode?: number;
-      /** How far the music has come; in progress (ms). */
+      /** How far the music has come; in progress. In ms. */
       progressMs?: number;
-      /** How long the music is; in progress (ms). */
+      /** How long the music is; in progress. In ms. */
       durationMs?: number;
     };
     answered: 'many';
@@ -658,7 +658,7 @@ export interface Commands {
     params: {
       /** The music, by a number that the page chooses. */
       audioId?: number;
-      /** Where to go on playing (ms). */
+      /** Where to go on playing. In ms. */
       position?: number;
       /** Volume of all music, not of this one alone, 0 to 100. */
       volume?: number;
@@ -736,7 +736,7 @@ export interface Commands {
   /** Sets how often the event "onUserVoiceVolume" comes. Each enter sets it to 500 ms. */
   enableAudioVolumeEvaluation: {
     params: {
-      /** Time between two volume events; 0 turns them off (ms). */
+      /** Time between two volume events; 0 turns them off. In ms. */
       interval: number;
     };
     result: Record<string, never>;
@@ -751,7 +751,7 @@ export interface Commands {
     params: {
       /** An absolute URL of the picture. */
       imgUrl: string;
-      /** How often the picture is sent (frames/s). From 5 to 10. Default: 5. */
+      /** How often the picture is sent. In frames/s. From 5 to 10. Default: 5. */
       fps?: number;
     };
     result: Record<string, never>;
@@ -877,15 +877,15 @@ export interface Commands {
     params: {
       /** 1 the application's own screen, 2 the whole device. */
       screenCaptureMode: number;
-      /** Width of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Width of the picture. In pixels. Default: 0. Of the record KOBUVideoEncParam. */
       width?: number;
-      /** Height of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Height of the picture. In pixels. Default: 0. Of the record KOBUVideoEncParam. */
       height?: number;
-      /** How often a picture is sent (frames/s). Default: 15. Of the record KOBUVideoEncParam. */
+      /** How often a picture is sent. In frames/s. Default: 15. Of the record KOBUVideoEncParam. */
       fps?: number;
-      /** Bit rate to aim at (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Bit rate to aim at. In kbit/s. Default: 0. Of the record KOBUVideoEncParam. */
       bitrate?: number;
-      /** Bit rate not to fall below (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Bit rate not to fall below. In kbit/s. Default: 0. Of the record KOBUVideoEncParam. */
       minBitrate?: number;
       /**
        * Whether the engine may change the resolution. Default: false. Of the record
@@ -965,7 +965,7 @@ export interface Events {
   onEnterRoom: {
     /** The own user, without line breaks; "(null)" outside a room. */
     userId: string;
-    /** The time that entering took; negative: the engine's code of a failure (ms). */
+    /** The time that entering took; negative: the engine's code of a failure. In ms. */
     elapsed: number;
   };
   /** The own user is out of the room. Answers "exitRoom". */
@@ -1091,9 +1091,9 @@ export interface Events {
     remoteUserId: string;
     /** 0 the camera, 1 its small picture, 2 the screen. */
     streamType: number;
-    /** Width of the picture (pixels). */
+    /** Width of the picture. In pixels. */
     width: number;
-    /** Height of the picture (pixels). */
+    /** Height of the picture. In pixels. */
     height: number;
   };
   /** The first sound of another user is played. */

@@ -36,8 +36,13 @@ function record(name, members) {
   return `export type ${name} = {\n${members.map((member) => resultField(member, '  ')).join('')}};\n`;
 }
 
-function command({ name, about, unansweredWhen, answered, params, result, errors }) {
-  const words = unansweredWhen ? `${about} It stays unanswered when ${unansweredWhen}.` : about;
+function command({ name, about, unansweredWhen, answeredAgainWhen, answered, params, result, errors }) {
+  const sentences = [
+    about,
+    unansweredWhen && `It stays unanswered when ${unansweredWhen}.`,
+    answeredAgainWhen && `It is answered more than once when ${answeredAgainWhen}.`,
+  ];
+  const words = sentences.filter(Boolean).join(' ');
   return (
     comment(words, '  ') +
     `  ${name}: {\n` +
@@ -97,9 +102,8 @@ function typeOf(field, margin, member) {
 }
 
 function meaning({ about, unit }) {
-  if (!about) return unit ? `In ${unit}.` : '';
-  const sentence = about[0].toUpperCase() + about.slice(1);
-  return `${sentence}${unit ? ` (${unit})` : ''}.`;
+  const sentence = about ? `${about[0].toUpperCase()}${about.slice(1)}.` : '';
+  return [sentence, unit && `In ${unit}.`].filter(Boolean).join(' ');
 }
 
 function comment(text, margin) {
