@@ -69,12 +69,13 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .does("Leaves the room and lets go of the engine; harmless without one."),
       Row{"enterRoom", call<&R::enterRoom>}
           .in("room_control")
-          .does("Enters a room. It is answered with the event \"onEnterRoom\", always with code 0: a negative \"elapsed\" is the code of a failure. An error of entering that the engine reports answers it too, with the error's code.")
+          .does("Enters a room. It is answered when \"onEnterRoom\" comes, with code 0 even for a failure: then \"elapsed\" is negative, the engine's code. A failure that the engine also reports as an error is answered before that, with the error's code and text.")
           .gives(userIdField)
           .gives(integerField("elapsed", "the time that entering took; negative: the engine's code of a failure", "ms"))
           .fails({0, {}, "the engine reports that entering failed: its code and text", VEMOModule::KOBU})
           .answers(Answered::later)
-          .unanswered("another enter replaces it before the engine answers, or the engine is released"),
+          .unanswered("another enter replaces it before the engine answers, or the engine is released")
+          .answeredAgain("the engine reports a failure as an error: each such error answers it, and the \"onEnterRoom\" that follows does so with code 0. Take the first answer"),
       Row{"exitRoom", call<&R::exitRoom>}.wrapped(Wrapper::announced).guarded(Guard::engine)
           .in("room_control")
           .does("Leaves the room. It is answered with the event \"onExitRoom\".")
@@ -88,13 +89,14 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"setDebugViewMargin", call<&R::setDebugViewMargin>}
           .in("engine_lifecycle")
           .does("Sets the margins of the debug panel in one user's view. Without \"userId\" nothing happens, and the answer is a success.")
-          .doesNothingWithout("userId"),
+          .doesNothingWithout<UserId>(),
       Row{"switchRole", call<&R::switchRole>}.guarded(Guard::room)
           .in("room_control")
           .does("Becomes anchor or audience. It is answered at once, and the event \"onSwitchRole\" tells how the switch ended. A message with a \"nativecb\" is answered by that event instead, with the engine's code and text.")
           .fails({kNotInRoom, "not enter room", "no enter has ended yet"})
           .fails({0, {}, "the message has \"nativecb\" and the switch fails: the engine's code and text", VEMOModule::KOBU})
-          .unanswered("the message has \"nativecb\" and the role is neither 20 nor 21, or another such switch to the same role replaces it"),
+          .answersNativecb(Answered::later)
+          .unanswered("the message has \"nativecb\" and the role is neither 20 nor 21, another such switch is asked for before it has ended, the room is left meanwhile, or the engine is released"),
       Row{"setNetworkQosParam", engine<&KOBUCloud::setNetworkQosParam, Qos>, "params error"}
           .in("local_video")
           .does("Tells the engine what to give up first on a poor network, and who decides."),
@@ -108,7 +110,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .fails({kBadParameter, "not found self render source", "the host has no view for the own user", VEMOModule::KOBU})
           .fails({-1314, {}, "the user does not permit the camera; the text tells how it came", VEMOModule::KOBU})
           .answers(Answered::later)
-          .unanswered("the user never answers, or the engine is released meanwhile"),
+          .unanswered("the user never answers, or permits it only after the engine was released"),
       Row{"switchCamera", engine<&KOBUDeviceManager::switchCamera, Or<FrontCamera, false>>}
           .in("local_video")
           .does("Switches to the front or the back camera."),
@@ -118,7 +120,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"enableEncSmallVideoStream", call<&R::enableEncSmallVideoStream>}
           .in("local_video")
           .does("Sends a small picture beside the main one, or ceases to. Without \"enable\", or with encoder parameters of another type, nothing happens, and the answer is a success.")
-          .doesNothingWithout("enable"),
+          .doesNothingWithout<EnableSmallStream>(),
       Row{"setRemoteVideoStreamType", engine<&KOBUCloud::setRemoteVideoStreamType, UserId, WantedStreamType>, "userId or type param error"}
           .in("remote_media")
           .does("Chooses which of a user's camera pictures is received."),
@@ -133,7 +135,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .does("Starts the microphone. Where its permission is not settled, the user is asked for the camera, and that answer decides; where it is denied, an alert leads to the settings.")
           .fails({-1317, {}, "the user does not permit the microphone; the text tells how it came", VEMOModule::KOBU})
           .answers(Answered::later)
-          .unanswered("the user never answers, or the engine is released meanwhile"),
+          .unanswered("the user never answers, or permits it only after the engine was released"),
       Row{"stopLocalAudio", call<&R::stopLocalAudio>}
           .in("local_audio")
           .does("Stops the microphone."),
@@ -147,7 +149,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"setRemotePreviewParams", call<&R::setRemotePreviewParams>}
           .in("remote_media")
           .does("Sets how a user's stream is drawn. Without \"userId\" nothing happens, and the answer is a success.")
-          .doesNothingWithout("userId"),
+          .doesNothingWithout<UserId>(),
       Row{"stopRemoteView", engine<&KOBUCloud::stopRemoteView, UserId, StreamType>, "userId param error"}
           .in("remote_media")
           .does("Ceases to show a user's stream."),
@@ -194,7 +196,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"setMusicInfo", call<&R::setMusicInfo>}
           .in("background_music")
           .does("Moves to a position in music and sets volumes. What is left out stays as it is. Without \"audioId\" only the volume of all music is set.")
-          .needsOneOf("audioId", "volume", "no audioId param"),
+          .needsOneOf<AudioId, MusicVolume>("no audioId param"),
       Row{"stopMusic", engine<&Effects::stopPlayMusic, AudioId>, "no audioId param"}
           .in("background_music")
           .does("Stops music."),
@@ -220,7 +222,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .does("Sets how often the event \"onUserVoiceVolume\" comes. Each enter sets it to 500 ms."),
       Row{"setVideoMuteImage", call<&R::setVideoMuteImage>}
           .in("local_video")
-          .does("Downloads the picture that the others get while the camera is muted. A file that is no picture takes an earlier picture away, and the answer is a success.")
+          .does("Downloads the picture that the others get while the camera is muted. A file that is no picture takes an earlier picture away, and the answer is a success. After \"uninitSDK\" the picture goes nowhere, and the answer is a success.")
           .fails({kNotAvailable, "download image is nil", "the downloaded file can't be read", VEMOModule::KOBU})
           .fails({0, {}, "the download fails: the download's code and text", VEMOModule::KOBU})
           .answers(Answered::later),
@@ -237,13 +239,13 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"setAudioVolume", call<&R::setAudioVolume>}
           .in("local_audio")
           .does("Sets the volume of the microphone, of all that is played here, or of both.")
-          .needsOneOf("captureVolume", "playoutVolume", "params error"),
+          .needsOneOf<CaptureVolume, PlayoutVolume>("params error"),
       Row{"getAudioVolume", call<&R::getAudioVolume>}
           .in("local_audio")
           .does("Tells the volume of the microphone, of all that is played here, or of both.")
           .gives(orAbsent(integerField("captureVolume", "volume of the microphone, if asked for")))
           .gives(orAbsent(integerField("playoutVolume", "volume of all that is played here, if asked for")))
-          .needsOneOf("capture", "playout", "params error"),
+          .needsOneTrue<Capture, Playout>("params error"),
       Row{"callExperimentalAPI", engine<&KOBUCloud::callExperimentalAPI, APIParams>, "no APIParams param"}
           .in("diagnostics")
           .does("Hands the engine a call for which there is no command. What the engine makes of it is not answered."),
@@ -256,7 +258,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .does("Starts the screen-broadcast extension. It is answered when the extension has started. On systems before 12.0 nothing is started, and the answer is a success at once.")
           .fails({kBadParameter, "not support launchScreenKit", "the system is older than 11.0"})
           .answers(Answered::later)
-          .unanswered("the extension does not start, or another launch replaces it"),
+          .unanswered("the extension does not start, another notification of the extension comes before that it has started, or another launch replaces it"),
       Row{"startScreenCapture", call<&R::startScreenCapture>}
           .in("screen_sharing")
           .does("Starts to share the screen. It is answered with the event \"onScreenCaptureStarted\", if the engine sends that on the main thread; rely on the event.")

@@ -5,6 +5,7 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -124,24 +125,37 @@ struct CommandTable {
     constexpr Row fails(const ErrorWords& error) const {
       return with([&](Row& row) { row.errors.add(error); });
     }
-    /// Fails with `text` unless one of the two is given; either will do.
-    constexpr Row needsOneOf(std::string_view one, std::string_view other,
-                             std::string_view text) const {
+    /// Fails with `text` unless one of these parameters is given; any will do.
+    template <class... P>
+    constexpr Row needsOneOf(std::string_view text) const {
       return with([&](Row& row) {
-        row.anyOf.add(one);
-        row.anyOf.add(other);
+        (row.anyOf.add(P::words.name), ...);
         row.textWithoutAny = text;
       });
     }
+    /// The same of flags: fails with `text` unless one of them is true.
+    template <class... P>
+    constexpr Row needsOneTrue(std::string_view text) const {
+      return needsOneOf<P...>(text).with([](Row& row) { row.anyTrue = true; });
+    }
     /// Succeeds without doing anything when this parameter is not given.
-    constexpr Row doesNothingWithout(std::string_view parameter) const {
-      return with([&](Row& row) { row.nothingWithout = parameter; });
+    template <class P>
+    constexpr Row doesNothingWithout() const {
+      return with([](Row& row) { row.nothingWithout = P::words.name; });
     }
     constexpr Row answers(Answered how) const {
       return with([&](Row& row) { row.answered = how; });
     }
+    /// For a command that is answered otherwise when its message has a "nativecb".
+    constexpr Row answersNativecb(Answered how) const {
+      return with([&](Row& row) { row.answeredNativecb = how; });
+    }
     constexpr Row unanswered(std::string_view when) const {
       return with([&](Row& row) { row.unansweredWhen = when; });
+    }
+    /// For a command that is answered once as a rule.
+    constexpr Row answeredAgain(std::string_view when) const {
+      return with([&](Row& row) { row.answeredAgainWhen = when; });
     }
 
     Place placeOf(std::uint_least32_t record = 0) const { return {site.file, site.line + record}; }
@@ -153,8 +167,10 @@ struct CommandTable {
     Guard guard;
     Wrapper wrapper = Wrapper::logged;
     Answered answered = Answered::once;
-    std::string_view subject, about, unansweredWhen;
+    std::optional<Answered> answeredNativecb = {};
+    std::string_view subject, about, unansweredWhen, answeredAgainWhen;
     Few<std::string_view, 2> anyOf;
+    bool anyTrue = false;
     std::string_view textWithoutAny, nothingWithout;
     Few<ResultField, 5> result;
     Few<ErrorWords, 3> errors;

@@ -124,10 +124,17 @@ struct AppScene : Value<std::int32_t> {
   static constexpr Words words{"appScene", "the scene of the room; 0 outside one"};
 };
 struct FromRole : Value<std::int32_t> {
-  static constexpr Words words{"fromRole", "the role until now; 0 outside a room"};
+  static constexpr Words words{
+      "fromRole",
+      "the own role as the router knows it: that of the enter, or of the last successful switch "
+      "with \"nativecb\" or by the application; a plain \"switchRole\" does not change it; 0 "
+      "outside a room"};
 };
 struct ToRole : Value<std::int64_t> {
-  static constexpr Words words{"toRole", "the role that was asked for; 0 outside a room"};
+  static constexpr Words words{
+      "toRole",
+      "the role that a switch with \"nativecb\" or by the application asked for; says nothing of "
+      "a plain \"switchRole\"; 0 outside a room"};
 };
 
 struct Route : Value<std::int64_t> {

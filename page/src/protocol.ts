@@ -156,10 +156,12 @@ export interface Commands {
     errorCode: never;
   };
   /**
-   * Enters a room. It is answered with the event "onEnterRoom", always with code 0: a negative
-   * "elapsed" is the code of a failure. An error of entering that the engine reports answers it
-   * too, with the error's code. It stays unanswered when another enter replaces it before the
-   * engine answers, or the engine is released.
+   * Enters a room. It is answered when "onEnterRoom" comes, with code 0 even for a failure: then
+   * "elapsed" is negative, the engine's code. A failure that the engine also reports as an error
+   * is answered before that, with the error's code and text. It stays unanswered when another
+   * enter replaces it before the engine answers, or the engine is released. It is answered more
+   * than once when the engine reports a failure as an error: each such error answers it, and the
+   * "onEnterRoom" that follows does so with code 0. Take the first answer.
    */
   enterRoom: {
     params: {
@@ -245,7 +247,8 @@ export interface Commands {
    * Becomes anchor or audience. It is answered at once, and the event "onSwitchRole" tells how
    * the switch ended. A message with a "nativecb" is answered by that event instead, with the
    * engine's code and text. It stays unanswered when the message has "nativecb" and the role is
-   * neither 20 nor 21, or another such switch to the same role replaces it.
+   * neither 20 nor 21, another such switch is asked for before it has ended, the room is left
+   * meanwhile, or the engine is released.
    */
   switchRole: {
     params: {
@@ -297,7 +300,7 @@ export interface Commands {
   /**
    * Starts the camera and shows it in the own view. The user is asked for permission first where
    * that is not settled; where it is denied, an alert leads to the settings. It stays unanswered
-   * when the user never answers, or the engine is released meanwhile.
+   * when the user never answers, or permits it only after the engine was released.
    */
   startLocalPreview: {
     params: {
@@ -412,7 +415,7 @@ export interface Commands {
   /**
    * Starts the microphone. Where its permission is not settled, the user is asked for the camera,
    * and that answer decides; where it is denied, an alert leads to the settings. It stays
-   * unanswered when the user never answers, or the engine is released meanwhile.
+   * unanswered when the user never answers, or permits it only after the engine was released.
    */
   startLocalAudio: {
     params: {
@@ -745,7 +748,8 @@ export interface Commands {
   };
   /**
    * Downloads the picture that the others get while the camera is muted. A file that is no
-   * picture takes an earlier picture away, and the answer is a success.
+   * picture takes an earlier picture away, and the answer is a success. After "uninitSDK" the
+   * picture goes nowhere, and the answer is a success.
    */
   setVideoMuteImage: {
     params: {
@@ -859,7 +863,8 @@ export interface Commands {
   /**
    * Starts the screen-broadcast extension. It is answered when the extension has started. On
    * systems before 12.0 nothing is started, and the answer is a success at once. It stays
-   * unanswered when the extension does not start, or another launch replaces it.
+   * unanswered when the extension does not start, another notification of the extension comes
+   * before that it has started, or another launch replaces it.
    */
   launchScreenKit: {
     params: Record<string, never>;
@@ -981,9 +986,16 @@ export interface Events {
     userId: string;
     /** The scene of the room; 0 outside one. */
     appScene: number;
-    /** The role until now; 0 outside a room. */
+    /**
+     * The own role as the router knows it: that of the enter, or of the last successful switch
+     * with "nativecb" or by the application; a plain "switchRole" does not change it; 0 outside a
+     * room.
+     */
     fromRole: number;
-    /** The role that was asked for; 0 outside a room. */
+    /**
+     * The role that a switch with "nativecb" or by the application asked for; says nothing of a
+     * plain "switchRole"; 0 outside a room.
+     */
     toRole: number;
     /** The engine's code; 0 is success. */
     errCode: number;
