@@ -59,5 +59,5 @@ export type ToPhone =
   | { kind: 'settings'; settings: Partial<PhoneSettings> }
   | { kind: 'answer'; media: 'camera' | 'microphone'; granted: boolean }
   | { kind: 'press'; alert: number; button: number }
-  | { kind: 'broadcast'; event: 'Started' | 'Paused' | 'Resumed' | 'Finished' }
+  | { kind: 'broadcast'; event: 'started' | 'paused' | 'resumed' | 'finished' }
   | { kind: 'pictures' };

@@ -86,7 +86,7 @@ export class Overlays {
         {
           title: 'Start Broadcast',
           look: 'strong',
-          press: () => this.link.send({ kind: 'broadcast', event: 'Started' }),
+          press: () => this.link.send({ kind: 'broadcast', event: 'started' }),
         },
       ],
     });

@@ -78,9 +78,9 @@ export class PhonePage {
       h(
         'div',
         { class: 'buttons' },
-        this.button('Pause', { kind: 'broadcast', event: 'Paused' }),
-        this.button('Resume', { kind: 'broadcast', event: 'Resumed' }),
-        this.button('Finish', { kind: 'broadcast', event: 'Finished' }),
+        this.button('Pause', { kind: 'broadcast', event: 'paused' }),
+        this.button('Resume', { kind: 'broadcast', event: 'resumed' }),
+        this.button('Finish', { kind: 'broadcast', event: 'finished' }),
       ),
       h(
         'div',
