@@ -3,7 +3,7 @@
 import { spawnSync } from 'node:child_process';
 
 const view = 'view';
-const phone = {
+const device = {
   device: { views: { 'teacher/0': view, 'student/0': view, 'student/2': view } },
 };
 const engine = { command: 'initSDK' };
@@ -19,7 +19,7 @@ const room = [
   { command: 'enterRoom', params: enter },
   { event: 'onEnterRoom', args: [120] },
 ];
-const setUp = { none: [phone], engine: [phone, ...room], room: [phone, ...room] };
+const setUp = { none: [device], engine: [device, ...room], room: [device, ...room] };
 
 const camera = { width: 640, height: 360, fps: 15, bitrate: 600 };
 const screen = { width: 1280, height: 720, fps: 10, bitrate: 1200 };
@@ -31,9 +31,9 @@ const started = 'VEMOScreenKit_Started_Notify';
  */
 const commands = {
   setLogParams: { params: { logLevel: 2, consoleEnable: true } },
-  uninitSDK: { before: [phone, ...room] },
+  uninitSDK: { before: [device, ...room] },
   enterRoom: {
-    before: [phone, engine],
+    before: [device, engine],
     params: enter,
     after: [{ event: 'onEnterRoom', args: [120] }],
   },
@@ -80,7 +80,7 @@ const commands = {
   setVideoMuteImage: { after: [{ downloaded: true }] },
   getKOBUStats: {
     before: [
-      phone,
+      device,
       ...room,
       {
         event: 'onStatistics',
@@ -211,7 +211,7 @@ export function playExamples(protocol, replayProgram) {
 }
 
 function lessonExample(play) {
-  const steps = [phone];
+  const steps = [device];
   const parts = lesson.map(({ about, command, params, after = [] }, i) => {
     const message = {
       head: { module: 'kobu', action: command },

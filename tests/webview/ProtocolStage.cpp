@@ -11,7 +11,7 @@ namespace vemo {
 namespace {
 
 // Whom the document's examples name has views, and nobody has asked for a permission yet.
-constexpr std::string_view kUsualPhone = R"({"device":{"camera":0,"microphone":0,
+constexpr std::string_view kUsualDevice = R"({"device":{"camera":0,"microphone":0,
     "views":{"teacher/0":"own","student/0":"camera","student/2":"screen"}}})";
 
 constexpr std::string_view kInit = R"({"command":"initSDK"})";
@@ -95,7 +95,7 @@ const std::vector<World>& otherWorlds() {
 }
 
 Stage::Stage(const World& world, Prepared prepared) : world_(world) {
-  play(kUsualPhone);
+  play(kUsualDevice);
   play(R"({"device":)" + std::string(world.device) + '}');
   for (const auto& step : world.before) play(step);
   if (prepared != Prepared::nothing) play(kInit);
