@@ -30,11 +30,23 @@ struct Words {
   std::string_view example = {};
 };
 
-/// A parameter whose value is a T: a class derived from this has `words`, and
+/// A parameter whose value is a T. A class derived from this has `words`; its T is
 ///   std::int32_t and other numbers   a JSON number or boolean, converted as Number says
 ///   bool                             the same; true unless it is zero
 ///   std::string_view                 a text; points into the message
-/// A static `missing` is the text of the error when it is not there, instead of the row's.
+/// Static members of it say what else there is. Two steer how it is read:
+///   read(params)                     reads it instead of the above; nothing when it is missing
+///   nonEmpty                         an empty text counts as missing
+/// one what the frame answers:
+///   missing                          the error's text without it, instead of the row's
+/// and the others what is told of it, and must fit its `read` or its handler:
+///   values                           all that count
+///   format                           what a text must be: "uri"
+///   Element                          the list of parameters of each element of an array
+///   Properties                       the record whose properties the params as a whole have
+///   requiredProperty                 the name of that of them which must be there and not
+///   propertyExample                  empty, with an example of it as JSON text
+///   ignoredProperty                  the name of one whose value is not used
 template <class T>
 struct Parameter {
   using Value = T;

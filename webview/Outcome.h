@@ -10,11 +10,11 @@
 namespace vemo {
 
 /// Why a command failed. The command's frame turns it into the error reply and the
-/// failure record; `site` is where the record says it comes from.
+/// failure record; `place` is where the record says it comes from.
 struct Failure {
   std::int64_t code;
   std::string_view message;  // a literal
-  Place site;
+  Place place;
   VEMOModule module = VEMOModule::JS;
   std::string_view actionName = {};  // empty: the command's name with "Failed"
 
@@ -40,17 +40,19 @@ inline constexpr std::nullopt_t success = std::nullopt;
 inline constexpr std::int64_t kBadParameter = -1;
 inline constexpr std::int64_t kNotAvailable = -2;  // engine not initialised, feature missing
 inline constexpr std::int64_t kNotInRoom = -3;
+inline constexpr std::int64_t kCameraRefused = -1314;
+inline constexpr std::int64_t kMicrophoneRefused = -1317;
 
-inline Failure failure(std::int64_t code, std::string_view message, Place site = Place::here()) {
-  return {code, message, site};
+inline Failure failure(std::int64_t code, std::string_view message, Place place = Place::here()) {
+  return {code, message, place};
 }
 
-inline Failure paramError(std::string_view message, Place site = Place::here()) {
-  return {kBadParameter, message, site};
+inline Failure paramError(std::string_view message, Place place = Place::here()) {
+  return {kBadParameter, message, place};
 }
 
-inline Failure notInitialised(Place site = Place::here()) {
-  return {kNotAvailable, "not initSDK", site};
+inline Failure notInitialised(Place place = Place::here()) {
+  return {kNotAvailable, "not initSDK", place};
 }
 
 }  // namespace vemo

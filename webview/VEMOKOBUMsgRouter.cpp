@@ -23,9 +23,9 @@ VEMOKOBUMsgRouter::~VEMOKOBUMsgRouter() {
   room_.exitCallback.clear();
   room_.switchAnchorCallback.clear();
   room_.switchAudienceCallback.clear();
-  sharing_.launchCallback.clear();
-  sharing_.startCallback.clear();
-  receivers_.listeners.clear();
+  screenSharing_.launchCallback.clear();
+  screenSharing_.startCallback.clear();
+  eventRouting_.listeners.clear();
   auto engine = sharedKOBU_.take();
   if (engine) engine->setDelegate(nullptr);
   if (room_.entered && engine) engine->exitRoom();

@@ -2,6 +2,8 @@
 
 #include "webview/VEMOKOBUMsgRouter.h"
 
+// Music beside the lesson.
+
 namespace vemo {
 namespace {
 

@@ -19,11 +19,11 @@ void VEMOKOBUMsgRouter::registRouter() {
 
 void CommandTable::run(Router& router, const Row& row, const std::shared_ptr<VEMOJSMsgItem>& item,
                        const std::shared_ptr<VEMOWebView>& webView) {
-  if (row.wrapper == Wrapper::bare) {
+  if (row.logging == Logging::none) {
     row.action.run(router, row, {item, webView, {}});
     return;
   }
-  if (row.wrapper == Wrapper::announced) {
+  if (row.logging == Logging::announced) {
     router.platform_.systemLog.writeLine(std::string(row.name) + "::::::");
   }
   std::string entry;
@@ -66,7 +66,7 @@ void CommandTable::fail(Router& router, const Row& row, VEMOJSMsgItem& item,
   const auto funcName = joined({"-[VEMOKOBUMsgRouter ", row.name, ":webView:]"});
   router.logRouter(DUNLogParam::kFailure, actionName, paramsText,
                    Router::Result{failure.code, failure.message},
-                   Router::Site(funcName, failure.site));
+                   Router::Site(funcName, failure.place));
 }
 
 }  // namespace vemo

@@ -60,9 +60,9 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"setLogParams", call<&R::setLogParams>}
           .in("engine_lifecycle")
           .does("Sets the engine's own log, before \"initSDK\" too. What is left out or of another type stays as it is."),
-      Row{"getSDKVersion", call<&R::getSDKVersion>}.wrapped(Wrapper::bare)
+      Row{"getSDKVersion", call<&R::getSDKVersion>}.logged(Logging::none)
           .in("engine_lifecycle")
-          .does("Tells the engine's version.")
+          .does("Gives the engine's version.")
           .gives(textField("version", "the engine's version")),
       Row{"uninitSDK", call<&R::uninitSDK>}
           .in("engine_lifecycle")
@@ -76,7 +76,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .answers(Answered::later)
           .unanswered("another enter replaces it before the engine answers, or the engine is released")
           .answeredAgain("the engine reports a failure as an error: each such error answers it, and the \"onEnterRoom\" that follows does so with code 0. Take the first answer"),
-      Row{"exitRoom", call<&R::exitRoom>}.wrapped(Wrapper::announced).guarded(Guard::engine)
+      Row{"exitRoom", call<&R::exitRoom>}.logged(Logging::announced).guarded(Guard::engine)
           .in("room_control")
           .does("Leaves the room. It is answered with the event \"onExitRoom\".")
           .gives(userIdField)
@@ -99,7 +99,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .unanswered("the message has \"nativecb\" and the role is neither 20 nor 21, another such switch is asked for before it has ended, the room is left meanwhile, or the engine is released"),
       Row{"setNetworkQosParam", engine<&KOBUCloud::setNetworkQosParam, Qos>, "params error"}
           .in("local_video")
-          .does("Tells the engine what to give up first on a poor network, and who decides."),
+          .does("Chooses what the engine gives up first on a poor network, and who decides."),
       Row{"setVideoEncoderParam", engine<&KOBUCloud::setVideoEncoderParam, Encoder>}
           .in("local_video")
           .does("Sets how the own picture is encoded."),
@@ -108,7 +108,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .does("Starts the camera and shows it in the own view. The user is asked for permission first where that is not settled; where it is denied, an alert leads to the settings.")
           .fails({kBadParameter, "not set render source", "the host has no source of views"})
           .fails({kBadParameter, "not found self render source", "the host has no view for the own user", VEMOModule::KOBU})
-          .fails({-1314, {}, "the user does not permit the camera; the text tells how it came", VEMOModule::KOBU})
+          .fails({kCameraRefused, {}, "the user does not permit the camera; the text tells how it came", VEMOModule::KOBU})
           .answers(Answered::later)
           .unanswered("the user never answers, or permits it only after the engine was released"),
       Row{"switchCamera", engine<&KOBUDeviceManager::switchCamera, Or<FrontCamera, false>>}
@@ -119,7 +119,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .does("Sets how the own picture is drawn here, and how it is sent. The render parameters are set together, with the default for those left out, unless one of them is of another type; each of the others is set only when given."),
       Row{"enableEncSmallVideoStream", call<&R::enableEncSmallVideoStream>}
           .in("local_video")
-          .does("Sends a small picture beside the main one, or ceases to. Without \"enable\", or with encoder parameters of another type, nothing happens, and the answer is a success.")
+          .does("Sends a small picture beside the main one, or stops that. Without \"enable\", or with encoder parameters of another type, nothing happens, and the answer is a success.")
           .doesNothingWithout<EnableSmallStream>(),
       Row{"setRemoteVideoStreamType", engine<&KOBUCloud::setRemoteVideoStreamType, UserId, WantedStreamType>, "userId or type param error"}
           .in("remote_media")
@@ -129,11 +129,11 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .does("Stops the camera."),
       Row{"muteLocalVideo", engine<&KOBUCloud::muteLocalVideo, Mute>, "no mute param"}
           .in("local_video")
-          .does("Ceases to send the camera, or sends it again. Meanwhile the others get the picture of \"setVideoMuteImage\", if there is one."),
+          .does("Stops sending the camera, or sends it again. Meanwhile the others get the picture of \"setVideoMuteImage\", if there is one."),
       Row{"startLocalAudio", call<&R::startLocalAudio>}
           .in("local_audio")
           .does("Starts the microphone. Where its permission is not settled, the user is asked for the camera, and that answer decides; where it is denied, an alert leads to the settings.")
-          .fails({-1317, {}, "the user does not permit the microphone; the text tells how it came", VEMOModule::KOBU})
+          .fails({kMicrophoneRefused, {}, "the user does not permit the microphone; the text tells how it came", VEMOModule::KOBU})
           .answers(Answered::later)
           .unanswered("the user never answers, or permits it only after the engine was released"),
       Row{"stopLocalAudio", call<&R::stopLocalAudio>}
@@ -152,16 +152,16 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .doesNothingWithout<UserId>(),
       Row{"stopRemoteView", engine<&KOBUCloud::stopRemoteView, UserId, StreamType>, "userId param error"}
           .in("remote_media")
-          .does("Ceases to show a user's stream."),
+          .does("Stops showing a user's stream."),
       Row{"stopAllRemoteView", engine<&KOBUCloud::stopAllRemoteView>}
           .in("remote_media")
-          .does("Ceases to show any other user."),
+          .does("Stops showing any other user."),
       Row{"muteRemoteVideoStream", engine<&KOBUCloud::muteRemoteVideoStream, UserId, Mute>, "userId or mute param error"}
           .in("remote_media")
-          .does("Ceases to receive a user's picture, or receives it again."),
+          .does("Stops receiving a user's picture, or receives it again."),
       Row{"muteAllRemoteVideoStreams", engine<&KOBUCloud::muteAllRemoteVideoStreams, Mute>, "mute param error"}
           .in("remote_media")
-          .does("Ceases to receive the pictures of all users, or receives them again."),
+          .does("Stops receiving the pictures of all users, or receives them again."),
       Row{"muteRemoteAudio", engine<&KOBUCloud::muteRemoteAudio, UserId, Mute>, "userId or mute param error"}
           .in("remote_media")
           .does("Mutes one user here, or ends that."),
@@ -177,7 +177,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .fails(noSource).fails(noView),
       Row{"stopRemoteSubStreamView", engine<&KOBUCloud::stopRemoteView, UserId, Always<kKOBUStreamTypeSub>>, "userId param error"}
           .in("remote_media")
-          .does("Ceases to show the screen that a user shares."),
+          .does("Stops showing the screen that a user shares."),
       Row{"setRemoteSubStreamPreviewParams", call<&R::setRemoteSubStreamPreviewParams>, "userId param error"}
           .in("remote_media")
           .does("Sets how a user's screen is drawn. Render parameters of another type are ignored, and the answer is a success."),
@@ -205,7 +205,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .does("Pauses music."),
       Row{"resumeMusic", engine<&Effects::resumePlayMusic, AudioId>, "no audioId param"}
           .in("background_music")
-          .does("Plays paused music on."),
+          .does("Resumes paused music."),
       Row{"startSpeedTest", call<&R::startSpeedTest>, "params error"}
           .in("diagnostics")
           .does("Measures the network to each of the engine's servers. The message is answered for each server, always with code 0; the text is \"ing\", and \"done\" for the last one.")
@@ -226,11 +226,11 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .fails({kNotAvailable, "download image is nil", "the downloaded file can't be read", VEMOModule::KOBU})
           .fails({0, {}, "the download fails: the download's code and text", VEMOModule::KOBU})
           .answers(Answered::later),
-      Row{"getKOBUStats", call<&R::getKOBUStats>}.wrapped(Wrapper::bare)
+      Row{"getKOBUStats", call<&R::getKOBUStats>}.logged(Logging::none)
           .in("diagnostics")
-          .does("Tells which streams flow, by the statistics that came last, and forgets these. When none have come since the last time, the text \"[]\" stands in place of the list.")
+          .does("Gives the streams that flow, by the statistics that came last, and forgets these. When none have come since the last time, the text \"[]\" stands in place of the list.")
           .gives({{"RtcInfos", "the streams; or the text \"[]\""}, "list", false, &streamInfo, {}, "[]"}),
-      Row{"registReport", call<&R::registReport>}.wrapped(Wrapper::bare)
+      Row{"registReport", call<&R::registReport>}.logged(Logging::none)
           .in("diagnostics")
           .does("Names the page function that is told when the camera and the microphone go on and off. Without a name, no function is told."),
       Row{"setAudioRoute", engine<&KOBUCloud::setAudioRoute, AudioRoute>, "no route param"}
@@ -242,7 +242,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .needsOneOf<CaptureVolume, PlayoutVolume>("params error"),
       Row{"getAudioVolume", call<&R::getAudioVolume>}
           .in("local_audio")
-          .does("Tells the volume of the microphone, of all that is played here, or of both.")
+          .does("Gives the volume of the microphone, of all that is played here, or of both.")
           .gives(orAbsent(integerField("captureVolume", "volume of the microphone, if asked for")))
           .gives(orAbsent(integerField("playoutVolume", "volume of all that is played here, if asked for")))
           .needsOneTrue<Capture, Playout>("params error"),
@@ -251,7 +251,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .does("Hands the engine a call for which there is no command. What the engine makes of it is not answered."),
       Row{"isSupportScreenCapture", call<&R::isSupportScreenCapture>}
           .in("screen_sharing")
-          .does("Tells what this system can capture.")
+          .does("Gives what this system can capture.")
           .gives(integerField("mode", "what can be captured: 0 nothing, 1 the application's own screen, 2 the whole device, 3 both")),
       Row{"launchScreenKit", call<&R::launchScreenKit>}
           .in("screen_sharing")

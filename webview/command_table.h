@@ -29,11 +29,11 @@ enum class Answered : std::uint8_t {
 /// What must be there for a command to be more than refused.
 enum class Guard : std::uint8_t { none, engine, room };
 
-/// How a command's wrapper differs from the others.
-enum class Wrapper : std::uint8_t {
-  logged,     ///< a record of the call; refused without a web view
+/// What is logged of a command beside its own records, and checked meanwhile.
+enum class Logging : std::uint8_t {
+  entry,      ///< a record of the call; refused without a web view
   announced,  ///< the same, after a line in the system log
-  bare        ///< straight to the handler: no record, no web view needed
+  none        ///< straight to the handler: no record, no web view needed
 };
 
 /// A field of a reply's value. `members` tells those of an object, or of a list's elements,
@@ -82,7 +82,7 @@ struct CommandTable {
   ///
   /// The frame around the handlers stands in the source once, so the line of its own code
   /// would say nothing of the command. The records that it writes say the row instead, with
-  /// a site number for a line: the row's line for the call itself, plus a thousand for each
+  /// a number of their own for a line: the row's line for the call itself, plus a thousand for each
   /// further kind of record.
   struct Row {
    private:  // first, as clang needs it before its constant calls
@@ -99,15 +99,15 @@ struct CommandTable {
     static constexpr std::uint_least32_t kNoParameter = 3000;  // and more for the next ones
 
     constexpr Row(std::string_view command, Action whatItDoes,
-                  std::string_view textWithoutParameter = {}, Place place = Place::here())
+                  std::string_view textWithoutParameter = {}, Place at = Place::here())
         : name(command),
           action(whatItDoes),
           badParameter(textWithoutParameter),
-          site(place),
+          place(at),
           guard(whatItDoes.guard) {}
 
-    constexpr Row wrapped(Wrapper kind) const {
-      return with([&](Row& row) { row.wrapper = kind; });
+    constexpr Row logged(Logging what) const {
+      return with([&](Row& row) { row.logging = what; });
     }
     constexpr Row guarded(Guard by) const {
       return with([&](Row& row) { row.guard = by; });
@@ -158,14 +158,16 @@ struct CommandTable {
       return with([&](Row& row) { row.answeredAgainWhen = when; });
     }
 
-    Place placeOf(std::uint_least32_t record = 0) const { return {site.file, site.line + record}; }
+    Place placeOf(std::uint_least32_t record = 0) const {
+      return {place.file, place.line + record};
+    }
 
     std::string_view name;
     Action action;
     std::string_view badParameter;
-    Place site;
+    Place place;
     Guard guard;
-    Wrapper wrapper = Wrapper::logged;
+    Logging logging = Logging::entry;
     Answered answered = Answered::once;
     std::optional<Answered> answeredNativecb = {};
     std::string_view subject, about, unansweredWhen, answeredAgainWhen;

@@ -100,14 +100,15 @@ void VEMOKOBUMsgRouter::reportEvent(const Text& event) {
   const std::uint32_t roomId = room ? room->roomId : 0;
   boost::json::object params;
   vemo_setSafeObject(params, room ? room->userId : Text{}, "userId");
+  // The largest number, which is -1 made unsigned, is that of no room.
   if (roomId != std::numeric_limits<std::uint32_t>::max()) {
     params["classId"] = std::to_string(roomId);
   }
   params["event"] = *event;
   VEMOJSMsgItem item({"kobu", *function});
   item.setParams(std::move(params));
-  if (const auto webView = base_->webView()) {
-    webView->loadJs(
+  if (const auto page = webView()) {
+    page->loadJs(
         callScript(*function, [&](std::string& script) { appendJsonText(script, itemJson(item)); }),
         true);
   }

@@ -155,6 +155,9 @@ struct Height : Value<std::int32_t> {
 struct CaptureReason : Value<std::int32_t> {
   static constexpr Words words{"reason", "why, by the engine's numbers"};
 };
+struct NoCaptureReason : Value<std::int32_t> {
+  static constexpr Words words{"reason", "always 0"};
+};
 struct ScreenKitWord : Value<std::string_view> {
   static constexpr Words words{
       "event",
@@ -240,7 +243,7 @@ using Listener = VEMOKOBUEventListener;
 using field::OwnUserId;
 
 struct OnError : Event<OwnUserId, field::ErrCode, field::ErrMsg, field::ExtInfo> {
-  static constexpr std::string_view subject = "diagnostics";
+  static constexpr std::string_view subject = "room_control";
   static constexpr Words words{"onError",
                                "The engine reports an error. One that ends an enter also answers "
                                "\"enterRoom\", and the room is left."};
@@ -258,7 +261,7 @@ struct OnEnterRoom : Event<OwnUserId, field::Elapsed> {
 struct OnExitRoom : Event<OwnUserId, field::ExitReason> {
   static constexpr std::string_view subject = "room_control";
   static constexpr Words words{"onExitRoom",
-                               "The own user is out of the room. Answers \"exitRoom\"."};
+                               "The own user has left the room. Answers \"exitRoom\"."};
   static constexpr auto listener = &Listener::onVEMOExitRoom;
 };
 struct OnSwitchRole : Event<OwnUserId, field::AppScene, field::FromRole, field::ToRole,
@@ -288,19 +291,19 @@ struct OnAudioRouteChanged : Event<OwnUserId, field::Route, field::FromRoute> {
 struct OnUserAudioAvailable : Event<field::AvailableUserId, OwnUserId, field::Available> {
   static constexpr std::string_view subject = "remote_media";
   static constexpr Words words{"onUserAudioAvailable",
-                               "Another user begins or ceases to send sound."};
+                               "Another user starts or stops sending sound."};
   static constexpr auto listener = &Listener::onVEMOUserAudioAvailable;
 };
 struct OnUserVideoAvailable : Event<field::AvailableUserId, OwnUserId, field::Available> {
   static constexpr std::string_view subject = "remote_media";
   static constexpr Words words{"onUserVideoAvailable",
-                               "Another user begins or ceases to send the camera."};
+                               "Another user starts or stops sending the camera."};
   static constexpr auto listener = &Listener::onVEMOUserVideoAvailable;
 };
 struct OnUserSubStreamAvailable : Event<field::AvailableUserId, OwnUserId, field::Available> {
   static constexpr std::string_view subject = "remote_media";
   static constexpr Words words{"onUserSubStreamAvailable",
-                               "Another user begins or ceases to share the screen."};
+                               "Another user starts or stops sharing the screen."};
   static constexpr auto listener = &Listener::onVEMOUserSubStreamAvailable;
 };
 struct OnNetworkQuality
@@ -364,12 +367,11 @@ struct OnMicDidReady : Event<OwnUserId> {
   static constexpr std::string_view subject = "local_audio";
   static constexpr Words words{"onMicDidReady", "The microphone runs."};
 };
-struct OnScreenCaptureStarted : Event<OwnUserId, field::CaptureReason> {
+struct OnScreenCaptureStarted : Event<OwnUserId, field::NoCaptureReason> {
   static constexpr std::string_view subject = "screen_sharing";
-  static constexpr Words words{
-      "onScreenCaptureStarted",
-      "Screen capture has started; \"reason\" is always 0. Answers \"startScreenCapture\" when "
-      "the engine sends it on the main thread."};
+  static constexpr Words words{"onScreenCaptureStarted",
+                               "Screen capture has started. Answers \"startScreenCapture\" when "
+                               "the engine sends it on the main thread."};
 };
 struct OnScreenCapturePaused : Event<OwnUserId, field::CaptureReason> {
   static constexpr std::string_view subject = "screen_sharing";

@@ -5,6 +5,8 @@
 #include "webview/TextForms.h"
 #include "webview/event_routing.h"
 
+// The own microphone, where sound is played, and volumes.
+
 namespace vemo {
 namespace {
 

@@ -2,19 +2,17 @@
 #include "webview/TextForms.h"
 #include "webview/event_routing.h"
 
+// The own camera: how its picture is shown here, encoded and sent, and what is sent instead.
+
 namespace vemo {
-namespace {
-
-constexpr std::int64_t kNoImageData = -2;
-
-}  // namespace
 
 void VEMOKOBUMsgRouter::setCustomRenderSource(const std::shared_ptr<VEMOUIRenderSource>& source) {
-  video_.renderSource.publish(std::make_shared<const std::weak_ptr<VEMOUIRenderSource>>(source));
+  localVideo_.renderSource.publish(
+      std::make_shared<const std::weak_ptr<VEMOUIRenderSource>>(source));
 }
 
 std::shared_ptr<VEMOUIRenderSource> VEMOKOBUMsgRouter::customRenderSource() const {
-  const auto source = video_.renderSource.load();
+  const auto source = localVideo_.renderSource.load();
   return source ? source->lock() : nullptr;
 }
 
@@ -89,7 +87,7 @@ void VEMOKOBUMsgRouter::useMuteImage(const DownloadResult& result, std::int32_t 
   }
   auto bytes = result.file ? result.file->readAll() : std::nullopt;
   if (!bytes) {
-    answer(VEMOModule::KOBU, kNoImageData, "download image is nil");
+    answer(VEMOModule::KOBU, kNotAvailable, "download image is nil");
     return;
   }
   platform_.images.decode(

@@ -5,12 +5,12 @@
 namespace vemo {
 namespace {
 
-Failure noRenderSource(Place site = Place::here()) {
-  return failure(kNotAvailable, "no render source", site).from(VEMOModule::KOBU);
+Failure noRenderSource(Place place = Place::here()) {
+  return failure(kNotAvailable, "no render source", place).from(VEMOModule::KOBU);
 }
 
-Failure noRenderView(Place site = Place::here()) {
-  return failure(kNotAvailable, "no found render view", site).from(VEMOModule::KOBU);
+Failure noRenderView(Place place = Place::here()) {
+  return failure(kNotAvailable, "no found render view", place).from(VEMOModule::KOBU);
 }
 
 }  // namespace

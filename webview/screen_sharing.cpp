@@ -4,6 +4,8 @@
 #include "webview/TextForms.h"
 #include "webview/event_routing.h"
 
+// Capturing the screen, and the broadcast extension that captures the whole device.
+
 namespace vemo {
 namespace {
 
@@ -40,7 +42,7 @@ Outcome VEMOKOBUMsgRouter::launchScreenKit(const Command<>& command) {
   if (!platform_.system.isAtLeast(12, 0, 0)) return success;
   platform_.extensionLauncher.launch();
   command.item->setIsAsyncTask(true);
-  sharing_.launchCallback.publish(stored(plainAnswer(command)));
+  screenSharing_.launchCallback.publish(stored(plainAnswer(command)));
   return success;
 }
 
@@ -69,7 +71,7 @@ Outcome VEMOKOBUMsgRouter::startScreenCapture(
     engine.startScreenCaptureByReplaykit(*encoder, appGroup);
   }
   command.item->setIsAsyncTask(true);
-  sharing_.startCallback.publish(stored(VEMOCallback(weakly(
+  screenSharing_.startCallback.publish(stored(VEMOCallback(weakly(
       [item = command.item, webView = command.webView](VEMOKOBUMsgRouter& router, VEMOModule module,
                                                        std::int64_t code, const Text& desc) {
         setError(*item, module, code, desc);
@@ -128,12 +130,12 @@ void VEMOKOBUMsgRouter::unregisterScreenKitNotifications() {
 
 void VEMOKOBUMsgRouter::onRecvScreenKitNotify(const std::string& name) {
   if (name == kVEMOScreenKit_Started_Notify) {
-    if (const auto answer = sharing_.launchCallback.load()) {
+    if (const auto answer = screenSharing_.launchCallback.load()) {
       (*answer)(VEMOModule::KOBU, 0, std::nullopt);
     }
   }
   // Whatever came, a launch under way is over: one that did not start is never answered.
-  sharing_.launchCallback.clear();
+  screenSharing_.launchCallback.clear();
   const auto word = eventWord(name);
   if (word.empty()) return;
   tell<event::OnScreenKitEvent>("-[VEMOKOBUMsgRouter onRecvScreenKitNotify:]", word);
@@ -143,9 +145,9 @@ void VEMOKOBUMsgRouter::onRecvScreenKitNotify(const std::string& name) {
 
 void VEMOKOBUMsgRouter::onScreenCaptureStarted() {
   auto payload = event::OnScreenCaptureStarted::payload(curEnteredRoomUserId(), std::int32_t{0});
-  if (sharing_.startCallback.load()) {
+  if (screenSharing_.startCallback.load()) {
     safeRunInMain([](VEMOKOBUMsgRouter& router) {
-      if (const auto answer = router.sharing_.startCallback.load()) {
+      if (const auto answer = router.screenSharing_.startCallback.load()) {
         (*answer)(VEMOModule::KOBU, 0, std::nullopt);
       }
     });
@@ -153,7 +155,7 @@ void VEMOKOBUMsgRouter::onScreenCaptureStarted() {
   // Cleared here, on the event's thread: an answer that had to hop finds nothing to call,
   // unless a newer start has taken the slot. That is part of the interface as it stands; the
   // page is told by the event in any case.
-  sharing_.startCallback.clear();
+  screenSharing_.startCallback.clear();
   logEvent<event::OnScreenCaptureStarted>(payload.text(), std::nullopt,
                                           "-[VEMOKOBUMsgRouter onScreenCaptureStarted]");
   onMain([payload = std::move(payload)](VEMOKOBUMsgRouter& router) {

@@ -138,7 +138,7 @@ export interface Commands {
     answered: 'once';
     errorCode: never;
   };
-  /** Tells the engine's version. */
+  /** Gives the engine's version. */
   getSDKVersion: {
     params: Record<string, never>;
     result: {
@@ -259,7 +259,7 @@ export interface Commands {
     answered: 'once';
     errorCode: number;
   };
-  /** Tells the engine what to give up first on a poor network, and who decides. */
+  /** Chooses what the engine gives up first on a poor network, and who decides. */
   setNetworkQosParam: {
     params: {
       /**
@@ -337,9 +337,15 @@ export interface Commands {
       fillMode?: number;
       /** 0 automatic, 1 mirrored, 2 not mirrored. Default: 0. Of the record KOBURenderParams. */
       mirrorType?: number;
-      /** Another name of "fillMode", which wins. Of the record KOBURenderParams. */
+      /**
+       * Another name of "fillMode"; where both are given, this one counts. Of the record
+       * KOBURenderParams.
+       */
       mode?: number;
-      /** Another name of "mirrorType", which wins. Of the record KOBURenderParams. */
+      /**
+       * Another name of "mirrorType"; where both are given, this one counts. Of the record
+       * KOBURenderParams.
+       */
       mirror?: number;
       /** How the sent picture is turned. In quarter turns clockwise. */
       encoderRotation?: number;
@@ -353,7 +359,7 @@ export interface Commands {
     errorCode: -2;
   };
   /**
-   * Sends a small picture beside the main one, or ceases to. Without "enable", or with encoder
+   * Sends a small picture beside the main one, or stops that. Without "enable", or with encoder
    * parameters of another type, nothing happens, and the answer is a success.
    */
   enableEncSmallVideoStream: {
@@ -400,7 +406,7 @@ export interface Commands {
     errorCode: -2;
   };
   /**
-   * Ceases to send the camera, or sends it again. Meanwhile the others get the picture of
+   * Stops sending the camera, or sends it again. Meanwhile the others get the picture of
    * "setVideoMuteImage", if there is one.
    */
   muteLocalVideo: {
@@ -477,16 +483,22 @@ export interface Commands {
       fillMode?: number;
       /** 0 automatic, 1 mirrored, 2 not mirrored. Default: 0. Of the record KOBURenderParams. */
       mirrorType?: number;
-      /** Another name of "fillMode", which wins. Of the record KOBURenderParams. */
+      /**
+       * Another name of "fillMode"; where both are given, this one counts. Of the record
+       * KOBURenderParams.
+       */
       mode?: number;
-      /** Another name of "mirrorType", which wins. Of the record KOBURenderParams. */
+      /**
+       * Another name of "mirrorType"; where both are given, this one counts. Of the record
+       * KOBURenderParams.
+       */
       mirror?: number;
     };
     result: Record<string, never>;
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /** Ceases to show a user's stream. */
+  /** Stops showing a user's stream. */
   stopRemoteView: {
     params: {
       /** The user. */
@@ -498,14 +510,14 @@ export interface Commands {
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /** Ceases to show any other user. */
+  /** Stops showing any other user. */
   stopAllRemoteView: {
     params: Record<string, never>;
     result: Record<string, never>;
     answered: 'once';
     errorCode: -2;
   };
-  /** Ceases to receive a user's picture, or receives it again. */
+  /** Stops receiving a user's picture, or receives it again. */
   muteRemoteVideoStream: {
     params: {
       /** The user. */
@@ -517,7 +529,7 @@ export interface Commands {
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /** Ceases to receive the pictures of all users, or receives them again. */
+  /** Stops receiving the pictures of all users, or receives them again. */
   muteAllRemoteVideoStreams: {
     params: {
       /** True mutes, false ends that. */
@@ -571,7 +583,7 @@ export interface Commands {
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /** Ceases to show the screen that a user shares. */
+  /** Stops showing the screen that a user shares. */
   stopRemoteSubStreamView: {
     params: {
       /** The user. */
@@ -598,9 +610,15 @@ export interface Commands {
       fillMode?: number;
       /** 0 automatic, 1 mirrored, 2 not mirrored. Default: 0. Of the record KOBURenderParams. */
       mirrorType?: number;
-      /** Another name of "fillMode", which wins. Of the record KOBURenderParams. */
+      /**
+       * Another name of "fillMode"; where both are given, this one counts. Of the record
+       * KOBURenderParams.
+       */
       mode?: number;
-      /** Another name of "mirrorType", which wins. Of the record KOBURenderParams. */
+      /**
+       * Another name of "mirrorType"; where both are given, this one counts. Of the record
+       * KOBURenderParams.
+       */
       mirror?: number;
     };
     result: Record<string, never>;
@@ -694,7 +712,7 @@ export interface Commands {
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /** Plays paused music on. */
+  /** Resumes paused music. */
   resumeMusic: {
     params: {
       /** The music, by a number that the page chooses. */
@@ -763,8 +781,8 @@ export interface Commands {
     errorCode: number;
   };
   /**
-   * Tells which streams flow, by the statistics that came last, and forgets these. When none have
-   * come since the last time, the text "[]" stands in place of the list.
+   * Gives the streams that flow, by the statistics that came last, and forgets these. When none
+   * have come since the last time, the text "[]" stands in place of the list.
    */
   getKOBUStats: {
     params: Record<string, never>;
@@ -817,7 +835,7 @@ export interface Commands {
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /** Tells the volume of the microphone, of all that is played here, or of both. */
+  /** Gives the volume of the microphone, of all that is played here, or of both. */
   getAudioVolume: {
     params: {
       /** Whether to tell the microphone's volume. Default: false. */
@@ -847,7 +865,7 @@ export interface Commands {
     answered: 'once';
     errorCode: -1 | -2;
   };
-  /** Tells what this system can capture. */
+  /** Gives what this system can capture. */
   isSupportScreenCapture: {
     params: Record<string, never>;
     result: {
@@ -973,7 +991,7 @@ export interface Events {
     /** The time that entering took; negative: the engine's code of a failure. In ms. */
     elapsed: number;
   };
-  /** The own user is out of the room. Answers "exitRoom". */
+  /** The own user has left the room. Answers "exitRoom". */
   onExitRoom: {
     /** The own user, without line breaks; "(null)" outside a room. */
     userId: string;
@@ -1027,7 +1045,7 @@ export interface Events {
     /** Where it was played before, by the same numbers. */
     fromRoute: number;
   };
-  /** Another user begins or ceases to send sound. */
+  /** Another user starts or stops sending sound. */
   onUserAudioAvailable: {
     /** The other user. */
     availableUserId: string;
@@ -1036,7 +1054,7 @@ export interface Events {
     /** Whether the user sends it now. */
     available: boolean;
   };
-  /** Another user begins or ceases to send the camera. */
+  /** Another user starts or stops sending the camera. */
   onUserVideoAvailable: {
     /** The other user. */
     availableUserId: string;
@@ -1045,7 +1063,7 @@ export interface Events {
     /** Whether the user sends it now. */
     available: boolean;
   };
-  /** Another user begins or ceases to share the screen. */
+  /** Another user starts or stops sharing the screen. */
   onUserSubStreamAvailable: {
     /** The other user. */
     availableUserId: string;
@@ -1138,13 +1156,13 @@ export interface Events {
     userId: string;
   };
   /**
-   * Screen capture has started; "reason" is always 0. Answers "startScreenCapture" when the
-   * engine sends it on the main thread.
+   * Screen capture has started. Answers "startScreenCapture" when the engine sends it on the main
+   * thread.
    */
   onScreenCaptureStarted: {
     /** The own user, without line breaks; "(null)" outside a room. */
     userId: string;
-    /** Why, by the engine's numbers. */
+    /** Always 0. */
     reason: number;
   };
   /** Screen capture has paused. */

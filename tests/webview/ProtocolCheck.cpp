@@ -262,7 +262,7 @@ class CommandCheck {
     return send(params, goodWorld(), usual_);
   }
 
-  /// Each message meets a phone and a router of its own; what comes of it is examined.
+  /// Each message meets a device and a router of its own; what comes of it is examined.
   const Observed& send(const std::optional<json::object>& params, const World& world,
                        Prepared prepared, bool nativecb = false) {
     json::object message{{"head", {{"module", "kobu"}, {"action", name_}}}, {"cbid", "1"}};
