@@ -19,6 +19,13 @@ std::int32_t volumeWithin(std::int32_t volume) { return std::clamp(volume, 0, 10
 void MusicPlayer::start(const PWAudioMusicParam& music, std::shared_ptr<const Callbacks> callbacks,
                         std::optional<Time> duration) {
   stop(music.ID);
+  if (tracks_.size() >= kMostMusic) {
+    client_.callBackTo(callbacks, true, [](auto& to) {
+      if (to.onStart) to.onStart(kMusicTooMany);
+    });
+    client_.world().discard(std::move(callbacks));
+    return;
+  }
   auto& track = tracks_[music.ID];
   track.music = music;
   track.callbacks = std::move(callbacks);

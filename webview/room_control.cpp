@@ -6,7 +6,8 @@
 #include "webview/TextForms.h"
 #include "webview/event_routing.h"
 
-// The own user in a room: entering, leaving, changing the role, and the connection.
+// The own user in a room: entering, leaving, changing the role, and the connection; and the
+// errors of the engine, of which those of entering end that.
 
 namespace vemo {
 namespace {

@@ -17,6 +17,7 @@
 #include "simulator/PageWebView.h"
 #include "simulator/PhoneScreen.h"
 #include "simulator/PhoneServices.h"
+#include "simulator/Thumbnail.h"
 #include "webview/VEMOKOBUMsgRouter.h"
 
 namespace vemo {
@@ -28,8 +29,8 @@ struct Phone::Parts {
         logger(given.makeLogger()),
         engineClass(given.cloud.makeEngineClass()),
         downloads(given.makeDownloads()),
-        images(given.makeImages()),
-        services(page, given.mainQueue),
+        images(std::make_unique<ThumbnailDecoder>(given.makeImages())),
+        services(page, given.mainQueue, *logger),
         screen(std::make_shared<PhoneScreen>()) {}
 
   std::unique_ptr<VEMOJSMsgRouter> makeBaseRouter() const {

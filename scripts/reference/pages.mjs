@@ -3,13 +3,13 @@
 const subjects = {
   engine_lifecycle: ['The engine', 'Making and releasing the engine, its log and its debug panel.'],
   event_routing: ['Registering for events', 'Which functions of the page hear of which events.'],
-  room_control: ['Rooms', 'Entering and leaving a room, the own role, and the connection.'],
+  room_control: ['Rooms', 'Entering and leaving a room, the own role, the connection, and errors.'],
   local_video: ['Own camera', 'The camera, how its picture is drawn, encoded and sent.'],
   local_audio: ['Own microphone and sound', 'The microphone, where sound is played, and volumes.'],
   remote_media: ['Other users', "Other users' pictures, screens and sound."],
   background_music: ['Music', 'Playing music beside the lesson.'],
   screen_sharing: ['Screen sharing', 'Capturing the own screen, and the broadcast extension.'],
-  diagnostics: ['Diagnostics', 'Errors, statistics, network quality, speed tests and reports.'],
+  diagnostics: ['Diagnostics', 'Warnings, statistics, network quality, speed tests and reports.'],
 };
 
 const answeredWords = {

@@ -54,6 +54,19 @@ TEST_F(MusicPlayer, FailsWhereThereIsNoMusic) {
   EXPECT_TRUE(held.expired());
 }
 
+TEST_F(MusicPlayer, PlaysOnlySoManyAtOnce) {
+  auto music = song();
+  for (music.ID = 1; music.ID <= static_cast<std::int32_t>(kMostMusic); ++music.ID) start(music);
+  EXPECT_EQ(after(100), Lines(kMostMusic, "start 0"));
+  start(music);
+  EXPECT_EQ(after(10), Lines{"start -4003"});
+  EXPECT_TRUE(held.expired());
+  EXPECT_EQ(alice.snapshot().music.size(), kMostMusic);
+  music.ID = 1;
+  start(music);
+  EXPECT_EQ(after(80), Lines{"start 0"}) << "in place of the one that plays";
+}
+
 TEST_F(MusicPlayer, PlaysAPart) {
   auto music = song();
   music.startTimeMs = 500;

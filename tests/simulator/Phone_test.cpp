@@ -15,6 +15,8 @@
 #include "platform/PixbufImageDecoder.h"
 #include "simulation/EngineCodes.h"
 #include "simulator/FakePage.h"
+#include "simulator/PhoneScreen.h"
+#include "simulator/PhoneServices.h"
 #include "testing/Arrivals.h"
 #include "testing/NullPlatform.h"
 
@@ -65,6 +67,23 @@ class PatientDecoder final : public ImageDecoder {
 
  private:
   const std::unique_ptr<ImageDecoder> decoder_;
+};
+
+/// Decodes everything to one image of 600 by 300 pixels, the first ones ever redder, which it
+/// does not keep.
+class Panorama final : public ImageDecoder {
+ public:
+  explicit Panorama(std::weak_ptr<VEMOImage>& made) : made_(made) {}
+  void decode(std::string, Done done) override {
+    std::vector<std::uint8_t> rgba(std::size_t{600} * 300 * 4);
+    for (std::uint8_t x = 0; x < 100; ++x) rgba[std::size_t{4} * x] = x;
+    std::shared_ptr<VEMOImage> image = std::make_shared<DecodedImage>(600, 300, std::move(rgba));
+    made_ = image;
+    done(std::move(image));
+  }
+
+ private:
+  std::weak_ptr<VEMOImage>& made_;
 };
 
 /// A bitmap of one white pixel.
@@ -227,6 +246,19 @@ TEST_F(PhoneTest, APageThatGoesWhileEnteringLeavesNothingBehind) {
   EXPECT_TRUE(cloud_.rooms().empty());
 }
 
+TEST(PhoneScreen, KeepsNoView) {
+  PhoneScreen screen;
+  std::weak_ptr<NativeView> view;
+  {
+    const auto made = screen.renderViewOf("ada", ViewType::camera);
+    ASSERT_NE(made, nullptr);
+    view = made;
+  }
+  EXPECT_TRUE(view.expired());
+  EXPECT_EQ(screen.renderViewOf("", ViewType::camera), nullptr);
+  EXPECT_EQ(screen.renderViewOf(std::nullopt, ViewType::camera), nullptr);
+}
+
 TEST_F(PhoneTest, BadMessagesAreAnsweredAndTheNextOneWorks) {
   const auto user = connect();
   const std::string deep(JSMsgRouter::kMaxMessageDepth + 1, '[');
@@ -373,6 +405,25 @@ TEST_F(PhoneTest, AMuteImageIsSentOnceAndShownByItsNumber) {
   EXPECT_EQ(pictures[0].at("muteImage"), images[0].at("id"));
 }
 
+TEST_F(PhoneTest, OfALargeMuteImageOnlyASmallCopyIsKept) {
+  std::weak_ptr<VEMOImage> large;
+  environment_.makeImages = [&] { return std::make_unique<Panorama>(large); };
+  const auto ada = entered("ada");
+  frame(ada, {{"kind", "settings"}, {"settings", {{"camera", "authorized"}}}});
+  command(ada, "setVideoMuteImage", {{"imgUrl", "http://somewhere/image"}}, "image");
+  command(ada, "startLocalPreview", {}, "camera");
+  command(ada, "muteLocalVideo", {{"mute", true}}, "mute");
+  EXPECT_EQ(ada.code("image"), 0);
+  EXPECT_TRUE(large.expired());
+  frame(ada, {{"kind", "pictures"}});
+  const auto images = ada.page->frames("image");
+  ASSERT_EQ(images.size(), 1U);
+  EXPECT_EQ(images[0].at("width"), 200);
+  EXPECT_EQ(images[0].at("height"), 100);
+  EXPECT_TRUE(std::string(images[0].at("rgba").as_string()).starts_with("000000000300000006"))
+      << "every third pixel";
+}
+
 TEST_F(PhoneTest, OnePromptServesAllWhoWaitForIt) {
   const auto ada = entered("ada");
   command(ada, "startLocalPreview", {}, "first");
@@ -382,6 +433,41 @@ TEST_F(PhoneTest, OnePromptServesAllWhoWaitForIt) {
   EXPECT_EQ(ada.code("first"), -1314);
   EXPECT_EQ(ada.code("second"), -1314);
   EXPECT_EQ(ada.page->frames("settings").back().at("settings").at("camera"), "denied");
+}
+
+TEST_F(PhoneTest, APromptHasRoomForSoManyWhoWait) {
+  const auto ada = entered("ada");
+  for (std::size_t i = 0; i < PhoneServices::kMostWaiting; ++i)
+    command(ada, "startLocalPreview", {}, std::to_string(i), milliseconds(0));
+  EXPECT_TRUE(notes_.empty());
+  command(ada, "startLocalPreview", {}, "too many");
+  EXPECT_EQ(ada.code("too many"), -1314);
+  EXPECT_EQ(notes_, std::vector<std::string>{"asked for the camera too often; refused"});
+  EXPECT_FALSE(ada.page->reply("0")) << "the prompt is still open";
+
+  frame(ada, {{"kind", "answer"}, {"media", "camera"}, {"granted", true}});
+  for (std::size_t i = 0; i < PhoneServices::kMostWaiting; ++i)
+    EXPECT_EQ(ada.code(std::to_string(i)), 0);
+  command(ada, "startLocalPreview", {}, "later");
+  EXPECT_EQ(ada.code("later"), 0);
+}
+
+TEST_F(PhoneTest, AlertsBeyondABoundAreAnsweredUnseen) {
+  const auto ada = entered("ada");
+  frame(ada, {{"kind", "settings"}, {"settings", {{"camera", "denied"}}}});
+  for (std::size_t i = 0; i <= PhoneServices::kMostAlerts; ++i)
+    command(ada, "startLocalPreview", {}, std::to_string(i), milliseconds(0));
+  const auto alerts = ada.page->frames("alert");
+  ASSERT_EQ(alerts.size(), PhoneServices::kMostAlerts);
+  EXPECT_EQ(notes_, std::vector<std::string>{"too many alerts are open; one was not shown"});
+  EXPECT_EQ(ada.reply(std::to_string(PhoneServices::kMostAlerts)).at("error").at("errmsg"),
+            "user don't goto setting set camera auth");
+  EXPECT_FALSE(ada.page->reply("0")) << "the first alert is still open";
+
+  frame(ada, {{"kind", "press"}, {"alert", alerts[0].at("id")}, {"button", 0}});
+  EXPECT_EQ(ada.code("0"), -1314);
+  command(ada, "startLocalPreview", {}, "later");
+  EXPECT_EQ(ada.page->frames("alert").size(), PhoneServices::kMostAlerts + 1);
 }
 
 TEST_F(PhoneTest, ARefusedCameraRaisesAnAlertThatLeadsToTheSettings) {
