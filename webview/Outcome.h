@@ -6,6 +6,7 @@
 
 #include "bridge/VEMOModule.h"
 #include "webview/Place.h"
+#include "webview/errors.h"
 
 namespace vemo {
 
@@ -17,13 +18,6 @@ struct Failure {
   Place place;
   VEMOModule module = VEMOModule::JS;
   std::string_view actionName = {};  // empty: the command's name with "Failed"
-
-  /// The same failure, told in the name of another module.
-  Failure from(VEMOModule other) const {
-    Failure changed = *this;
-    changed.module = other;
-    return changed;
-  }
 
   /// The same failure, logged under another action name.
   Failure loggedAs(std::string_view name) const {
@@ -37,22 +31,14 @@ struct Failure {
 using Outcome = std::optional<Failure>;
 inline constexpr std::nullopt_t success = std::nullopt;
 
-inline constexpr std::int64_t kBadParameter = -1;
-inline constexpr std::int64_t kNotAvailable = -2;  // engine not initialised, feature missing
-inline constexpr std::int64_t kNotInRoom = -3;
-inline constexpr std::int64_t kCameraRefused = -1314;
-inline constexpr std::int64_t kMicrophoneRefused = -1317;
-
-inline Failure failure(std::int64_t code, std::string_view message, Place place = Place::here()) {
-  return {code, message, place};
+/// Fails with `error`.
+inline Failure fail(const ErrorWords& error, Place place = Place::here()) {
+  return {error.code, error.text, place, error.module};
 }
 
+/// Fails for want of a parameter, or for one that can't be used.
 inline Failure paramError(std::string_view message, Place place = Place::here()) {
   return {kBadParameter, message, place};
-}
-
-inline Failure notInitialised(Place place = Place::here()) {
-  return {kNotAvailable, "not initSDK", place};
 }
 
 }  // namespace vemo

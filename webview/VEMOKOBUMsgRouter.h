@@ -261,7 +261,7 @@ class VEMOKOBUMsgRouter final : public VEMOJSMsgRouter,
       KOBUCloud& engine,
       const Command<Maybe<param::UserId>, Or<param::Top, 0.0F>, Or<param::Left, 0.0F>,
                     Or<param::Bottom, 0.0F>, Or<param::Right, 0.0F>>& command);
-  Outcome switchRole(KOBUCloud& engine, const Command<Checked<param::Role>>& command);
+  Outcome switchRole(KOBUCloud& engine, const Command<param::Role>& command);
   Outcome startLocalPreview(KOBUCloud& engine,
                             const Command<Or<param::FrontCamera, true>>& command);
   Outcome setLocalPreviewParams(
@@ -315,11 +315,10 @@ class VEMOKOBUMsgRouter final : public VEMOJSMsgRouter,
   // hold it.
 
   // ---- VEMOKOBUMsgRouter.cpp
-  // Answers of asynchronous commands. Each sets the error record whatever the code and
-  // delivers the item that it holds. Names and keys are literals: they are kept.
+  // Answers of asynchronous commands, with an error record whatever the code. Names and keys
+  // are literals: they are kept.
   VEMOCallback plainAnswer(const Call& call);
   VEMOCallback loggedAnswer(const Call& call, const char* actionName, Site site);
-  static void setError(VEMOJSMsgItem& item, VEMOModule module, std::int64_t code, Text message);
   /// A completion as the slots keep it: null when there is nothing to call.
   template <class Callback>
   static std::shared_ptr<const Callback> stored(Callback completion) {
@@ -393,7 +392,7 @@ class VEMOKOBUMsgRouter final : public VEMOJSMsgRouter,
 
   // ---- screen_sharing.cpp
   Outcome controlScreenCapture(KOBUCloud& engine, const Call& call,
-                               std::int64_t (KOBUCloud::*operation)(), const char* failureText);
+                               std::int64_t (KOBUCloud::*operation)(), const ErrorWords& failed);
 
   /// `fn`, called with the router before its own arguments, or not at all once the
   /// router is gone.

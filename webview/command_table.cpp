@@ -33,13 +33,6 @@ boost::json::array streamInfo() {
            {"about", "which stream: \"main\", \"main_small\", \"sub\", \"audio\" or \"unknown\""}}};
 }
 
-constexpr ErrorWords noSource{kNotAvailable, "no render source", "the host has no source of views",
-                              VEMOModule::KOBU};
-constexpr ErrorWords noView{kNotAvailable, "no found render view",
-                            "the host has no view for the user", VEMOModule::KOBU};
-constexpr ErrorWords noCapture{kNotAvailable, "not support screencapture",
-                               "the system is older than 11.0", VEMOModule::KOBU};
-
 }  // namespace
 
 std::span<const CommandTable::Row> CommandTable::rows() {
@@ -56,7 +49,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"initSDK", call<&R::initSDK>}
           .in("engine_lifecycle")
           .does("Makes the engine, which most commands need. Success is answered as an error record with code 0 whose text is \"sdk version : \" and the engine's version.")
-          .fails({kNotAvailable, "had initSDK", "the engine is there already"}),
+          .fails(error::engineThere),
       Row{"setLogParams", call<&R::setLogParams>}
           .in("engine_lifecycle")
           .does("Sets the engine's own log, before \"initSDK\" too. What is left out or of another type stays as it is."),
@@ -76,6 +69,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .answers(Answered::later)
           .unanswered("another enter replaces it before the engine answers, or the engine is released")
           .answeredAgain("the engine reports a failure as an error: each such error answers it, and the \"onEnterRoom\" that follows does so with code 0. Take the first answer"),
+      // Its handler looks for the engine itself: the room is forgotten without one, too.
       Row{"exitRoom", call<&R::exitRoom>}.logged(Logging::announced).guarded(Guard::engine)
           .in("room_control")
           .does("Leaves the room. It is answered with the event \"onExitRoom\".")
@@ -93,7 +87,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"switchRole", call<&R::switchRole>}.guarded(Guard::room)
           .in("room_control")
           .does("Becomes anchor or audience. It is answered at once, and the event \"onSwitchRole\" tells how the switch ended. A message with a \"nativecb\" is answered by that event instead, with the engine's code and text.")
-          .fails({kNotInRoom, "not enter room", "no enter has ended yet"})
+          .fails(error::noRoom)
           .fails({0, {}, "the message has \"nativecb\" and the switch fails: the engine's code and text", VEMOModule::KOBU})
           .answersNativecb(Answered::later)
           .unanswered("the message has \"nativecb\" and the role is neither 20 nor 21, another such switch is asked for before it has ended, the room is left meanwhile, or the engine is released"),
@@ -106,9 +100,9 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"startLocalPreview", call<&R::startLocalPreview>}
           .in("local_video")
           .does("Starts the camera and shows it in the own view. The user is asked for permission first where that is not settled; where it is denied, an alert leads to the settings.")
-          .fails({kBadParameter, "not set render source", "the host has no source of views"})
-          .fails({kBadParameter, "not found self render source", "the host has no view for the own user", VEMOModule::KOBU})
-          .fails({kCameraRefused, {}, "the user does not permit the camera; the text tells how it came", VEMOModule::KOBU})
+          .fails(error::noOwnSource)
+          .fails(error::noOwnView)
+          .fails(error::cameraRefused)
           .answers(Answered::later)
           .unanswered("the user never answers, or permits it only after the engine was released"),
       Row{"switchCamera", engine<&KOBUDeviceManager::switchCamera, Or<FrontCamera, false>>}
@@ -133,7 +127,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"startLocalAudio", call<&R::startLocalAudio>}
           .in("local_audio")
           .does("Starts the microphone. Where its permission is not settled, the user is asked for the camera, and that answer decides; where it is denied, an alert leads to the settings.")
-          .fails({kMicrophoneRefused, {}, "the user does not permit the microphone; the text tells how it came", VEMOModule::KOBU})
+          .fails(error::microphoneRefused)
           .answers(Answered::later)
           .unanswered("the user never answers, or permits it only after the engine was released"),
       Row{"stopLocalAudio", call<&R::stopLocalAudio>}
@@ -145,7 +139,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"startRemoteView", call<&R::startRemoteView>, "userId param error"}
           .in("remote_media")
           .does("Shows a user's stream in the view that the host has for the user's camera, whatever the stream type.")
-          .fails(noSource).fails(noView),
+          .fails(error::noSource).fails(error::noView),
       Row{"setRemotePreviewParams", call<&R::setRemotePreviewParams>}
           .in("remote_media")
           .does("Sets how a user's stream is drawn. Without \"userId\" nothing happens, and the answer is a success.")
@@ -174,7 +168,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"startRemoteSubStreamView", call<&R::startRemoteSubStreamView>, "userId param error"}
           .in("remote_media")
           .does("Shows the screen that a user shares.")
-          .fails(noSource).fails(noView),
+          .fails(error::noSource).fails(error::noView),
       Row{"stopRemoteSubStreamView", engine<&KOBUCloud::stopRemoteView, UserId, Always<kKOBUStreamTypeSub>>, "userId param error"}
           .in("remote_media")
           .does("Stops showing the screen that a user shares."),
@@ -189,14 +183,14 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .gives(orAbsent(integerField("errCode", "the engine's code, 0 for success; at start and end")))
           .gives(orAbsent(integerField("progressMs", "how far the music has come; in progress", "ms")))
           .gives(orAbsent(integerField("durationMs", "how long the music is; in progress", "ms")))
-          .fails({0, "play onStart error", "the music can't be started: the engine's code", VEMOModule::KOBU})
-          .fails({0, "play onComplete error", "the music breaks off: the engine's code", VEMOModule::KOBU})
+          .fails(error::musicNotStarted)
+          .fails(error::musicBroken)
           .answers(Answered::many)
           .unanswered("none of the three flags is set"),
       Row{"setMusicInfo", call<&R::setMusicInfo>}
           .in("background_music")
           .does("Moves to a position in music and sets volumes. What is left out stays as it is. Without \"audioId\" only the volume of all music is set.")
-          .needsOneOf<AudioId, MusicVolume>("no audioId param"),
+          .needsOneOf<AudioId, MusicVolume>(error::noMusicGiven),
       Row{"stopMusic", engine<&Effects::stopPlayMusic, AudioId>, "no audioId param"}
           .in("background_music")
           .does("Stops music."),
@@ -223,7 +217,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"setVideoMuteImage", call<&R::setVideoMuteImage>}
           .in("local_video")
           .does("Downloads the picture that the others get while the camera is muted. A file that is no picture takes an earlier picture away, and the answer is a success. After \"uninitSDK\" the picture goes nowhere, and the answer is a success.")
-          .fails({kNotAvailable, "download image is nil", "the downloaded file can't be read", VEMOModule::KOBU})
+          .fails(error::noImageData)
           .fails({0, {}, "the download fails: the download's code and text", VEMOModule::KOBU})
           .answers(Answered::later),
       Row{"getKOBUStats", call<&R::getKOBUStats>}.logged(Logging::none)
@@ -239,13 +233,13 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"setAudioVolume", call<&R::setAudioVolume>}
           .in("local_audio")
           .does("Sets the volume of the microphone, of all that is played here, or of both.")
-          .needsOneOf<CaptureVolume, PlayoutVolume>("params error"),
+          .needsOneOf<CaptureVolume, PlayoutVolume>(error::noVolumeGiven),
       Row{"getAudioVolume", call<&R::getAudioVolume>}
           .in("local_audio")
           .does("Gives the volume of the microphone, of all that is played here, or of both.")
           .gives(orAbsent(integerField("captureVolume", "volume of the microphone, if asked for")))
           .gives(orAbsent(integerField("playoutVolume", "volume of all that is played here, if asked for")))
-          .needsOneTrue<Capture, Playout>("params error"),
+          .needsOneTrue<Capture, Playout>(error::noVolumeGiven),
       Row{"callExperimentalAPI", engine<&KOBUCloud::callExperimentalAPI, APIParams>, "no APIParams param"}
           .in("diagnostics")
           .does("Hands the engine a call for which there is no command. What the engine makes of it is not answered."),
@@ -256,7 +250,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"launchScreenKit", call<&R::launchScreenKit>}
           .in("screen_sharing")
           .does("Starts the screen-broadcast extension. It is answered when the extension has started. On systems before 12.0 nothing is started, and the answer is a success at once.")
-          .fails({kBadParameter, "not support launchScreenKit", "the system is older than 11.0"})
+          .fails(error::noLaunch)
           .answers(Answered::later)
           .unanswered("the extension does not start, another notification of the extension comes before that it has started, or another launch replaces it"),
       Row{"startScreenCapture", call<&R::startScreenCapture>}
@@ -264,21 +258,21 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .does("Starts to share the screen. It is answered with the event \"onScreenCaptureStarted\", if the engine sends that on the main thread; rely on the event.")
           .gives(userIdField)
           .gives(integerField("reason", "always 0"))
-          .fails({kNotAvailable, "not support screencapture", "the system is older than 13.0 for mode 1, than 11.0 for mode 2"})
+          .fails(error::noCapture)
           .answers(Answered::later)
           .unanswered("the engine sends the event on a thread of its own, another start replaces it, or the capture does not start"),
       Row{"pauseScreenCapture", call<&R::pauseScreenCapture>}
           .in("screen_sharing")
           .does("Pauses screen capture. The answer is an error record with the engine's result, 0 for success.")
-          .fails({0, "pauseScreenCapture call failed", "the engine refuses: its result", VEMOModule::KOBU}).fails(noCapture),
+          .fails(error::pauseFailed).fails(error::noCaptureControl),
       Row{"resumeScreenCapture", call<&R::resumeScreenCapture>}
           .in("screen_sharing")
           .does("Goes on with screen capture. The answer is an error record with the engine's result, 0 for success.")
-          .fails({0, "resumeScreenCapture call failed", "the engine refuses: its result", VEMOModule::KOBU}).fails(noCapture),
+          .fails(error::resumeFailed).fails(error::noCaptureControl),
       Row{"stopScreenCapture", call<&R::stopScreenCapture>}
           .in("screen_sharing")
           .does("Ends screen capture. The answer is an error record with the engine's result, 0 for success.")
-          .fails({0, "stopScreenCapture call failed", "the engine refuses: its result", VEMOModule::KOBU}).fails(noCapture),
+          .fails(error::stopFailed).fails(error::noCaptureControl),
   };
   // clang-format on
 

@@ -24,9 +24,10 @@ enum class Answered : std::uint8_t {
   once,   ///< when its handler returns
   later,  ///< once, when the engine, the user or a download has answered
   many    ///< again and again
+  // No command is never answered; one that is would be told here.
 };
 
-/// What must be there for a command to be more than refused.
+/// What must be there for a command to be more than refused. The frame sees to it.
 enum class Guard : std::uint8_t { none, engine, room };
 
 /// What is logged of a command beside its own records, and checked meanwhile.
@@ -45,14 +46,6 @@ struct ResultField {
   boost::json::array (*members)() = nullptr;
   std::string_view record = {};
   std::string_view orText = {};  // which stands for the value at times
-};
-
-/// A way in which a command fails; an empty text is the engine's, or a device's, own.
-struct ErrorWords {
-  std::int64_t code = 0;
-  std::string_view text;
-  std::string_view when;
-  VEMOModule module = VEMOModule::JS;
 };
 
 /// At most `Capacity` values, in a table that is made when compiled.
@@ -97,6 +90,7 @@ struct CommandTable {
     static constexpr std::uint_least32_t kNoWebView = 1000;
     static constexpr std::uint_least32_t kNoEngine = 2000;
     static constexpr std::uint_least32_t kNoParameter = 3000;  // and more for the next ones
+    static constexpr std::uint_least32_t kNoRoom = 100'000;    // beyond any parameter's
 
     constexpr Row(std::string_view command, Action whatItDoes,
                   std::string_view textWithoutParameter = {}, Place at = Place::here())
@@ -109,6 +103,8 @@ struct CommandTable {
     constexpr Row logged(Logging what) const {
       return with([&](Row& row) { row.logging = what; });
     }
+    /// For more than the handler's arguments say: a room; or an engine that the handler itself
+    /// looks for.
     constexpr Row guarded(Guard by) const {
       return with([&](Row& row) { row.guard = by; });
     }
@@ -125,18 +121,18 @@ struct CommandTable {
     constexpr Row fails(const ErrorWords& error) const {
       return with([&](Row& row) { row.errors.add(error); });
     }
-    /// Fails with `text` unless one of these parameters is given; any will do.
+    /// Fails with `error` unless one of these parameters is given; any will do.
     template <class... P>
-    constexpr Row needsOneOf(std::string_view text) const {
+    constexpr Row needsOneOf(const ErrorWords& error) const {
       return with([&](Row& row) {
         (row.anyOf.add(P::words.name), ...);
-        row.textWithoutAny = text;
+        row.textWithoutAny = error.text;
       });
     }
-    /// The same of flags: fails with `text` unless one of them is true.
+    /// The same of flags: fails with `error` unless one of them is true.
     template <class... P>
-    constexpr Row needsOneTrue(std::string_view text) const {
-      return needsOneOf<P...>(text).with([](Row& row) { row.anyTrue = true; });
+    constexpr Row needsOneTrue(const ErrorWords& error) const {
+      return needsOneOf<P...>(error).with([](Row& row) { row.anyTrue = true; });
     }
     /// Succeeds without doing anything when this parameter is not given.
     template <class P>
@@ -202,10 +198,16 @@ struct CommandTable {
                                  &telling::parameters<List...>,
                                  &telling::textWithoutParams<List...>};
 
-  static void fail(Router& router, const Row& row, VEMOJSMsgItem& item, std::string_view paramsText,
-                   const Failure& failure);
+  static void failed(Router& router, const Row& row, const Call& call, const Failure& failure);
 
-  static Failure noEngine(const Row& row) { return notInitialised(row.placeOf(Row::kNoEngine)); }
+  /// Why a command may not run, if it may not: an engine is what it needs at least.
+  static Outcome guard(const Router& router, const Row& row, const KOBUCloud* engine) {
+    if (!engine) return fail(error::noEngine, row.placeOf(Row::kNoEngine));
+    if (row.guard == Guard::room && !router.room_.entered) {
+      return fail(error::noRoom, row.placeOf(Row::kNoRoom));
+    }
+    return success;
+  }
   template <class Missing>
   static Failure noParameter(const Row& row, const Missing& missing) {
     const auto record =
@@ -234,10 +236,10 @@ struct CommandTable {
 template <auto Operation, class... List>
 Outcome CommandTable::callEngine(Router& router, const Row& row, const Call& call) {
   const auto engine = router.sharedKOBU_.load();
-  if (!engine) return noEngine(row);
+  if (auto refused = guard(router, row, engine.get())) return refused;
   // Read once: for a record that is most of the work.
-  const std::tuple values{Listed<List>::found(call.item->params())...};
-  if (const auto missing = Command<List...>::missingIn(values)) return noParameter(row, *missing);
+  const auto values = Params<List...>(call.params()).taken();
+  if (const auto missing = Params<List...>::missingIn(values)) return noParameter(row, *missing);
   auto& owner = ownerOf(*engine, ownerType(Operation));
   std::apply(
       [&](const auto&... value) {
@@ -251,7 +253,7 @@ template <class... List, Outcome (VEMOKOBUMsgRouter::*Handler)(KOBUCloud&, const
 struct CommandTable::HandlerOf<Handler> {
   static Outcome run(Router& router, const Row& row, const Call& call) {
     const auto engine = router.sharedKOBU_.load();
-    if (!engine) return noEngine(row);
+    if (auto refused = guard(router, row, engine.get())) return refused;
     const Command<List...> command(call);
     if (const auto missing = command.missing()) return noParameter(row, *missing);
     return (router.*Handler)(*engine, command);

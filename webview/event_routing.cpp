@@ -14,9 +14,9 @@ Outcome VEMOKOBUMsgRouter::registCallBacks(const Command<Checked<param::Callback
   auto functions = std::make_shared<CallbackNames>();
   if (callbacks) {
     for (const auto& element : **callbacks) {
-      const auto* entry = element.if_object();
-      const auto event = valueOf<param::SdkcbName>(entry);
-      const auto function = valueOf<param::JsRecvcbName>(entry);
+      const param::Callbacks::Element entry(element.if_object());
+      const auto event = entry.get<param::SdkcbName>();
+      const auto function = entry.get<param::JsRecvcbName>();
       if (event && function) (*functions)[std::string(*event)] = *function;
     }
   }

@@ -101,7 +101,7 @@ std::string_view textWithoutParams(const CommandTable::Row& row) {
 json::array errorsOf(const CommandTable::Row& row, const json::array& params) {
   json::array told;
   if (row.guard != Guard::none) {
-    told.push_back(tell(ErrorWords{kNotAvailable, "not initSDK", "there is no engine"}));
+    told.push_back(tell(error::noEngine));
   }
   std::vector<std::string> texts;
   for (const auto& param : params) {

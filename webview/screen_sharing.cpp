@@ -32,16 +32,16 @@ std::int32_t VEMOKOBUMsgRouter::kobuScreenCaptureSupportMode() const {
 }
 
 Outcome VEMOKOBUMsgRouter::isSupportScreenCapture(const Command<>& command) {
-  command.item->setMsgRetval({{"mode", kobuScreenCaptureSupportMode()}});
+  command.setValue({{"mode", kobuScreenCaptureSupportMode()}});
   return success;
 }
 
 Outcome VEMOKOBUMsgRouter::launchScreenKit(const Command<>& command) {
-  if (!platform_.system.isAtLeast(11, 0, 0)) return paramError("not support launchScreenKit");
+  if (!platform_.system.isAtLeast(11, 0, 0)) return fail(error::noLaunch);
   // On 11.x the command deliberately leaves no trace: no launch, no error, no value.
   if (!platform_.system.isAtLeast(12, 0, 0)) return success;
   platform_.extensionLauncher.launch();
-  command.item->setIsAsyncTask(true);
+  command.answerLater();
   screenSharing_.launchCallback.publish(stored(plainAnswer(command)));
   return success;
 }
@@ -58,7 +58,7 @@ Outcome VEMOKOBUMsgRouter::startScreenCapture(
 
   const bool inApp = mode == kCaptureInApp;
   if (!platform_.system.isAtLeast(inApp ? 13 : 11, 0, 0)) {
-    return failure(kNotAvailable, "not support screencapture");
+    return fail(error::noCapture);
   }
   // The leading blank of the second text is part of it.
   const std::string_view prefix = inApp ? "" : " startScreenCaptureByReplaykit ";
@@ -70,13 +70,12 @@ Outcome VEMOKOBUMsgRouter::startScreenCapture(
   } else {
     engine.startScreenCaptureByReplaykit(*encoder, appGroup);
   }
-  command.item->setIsAsyncTask(true);
-  screenSharing_.startCallback.publish(stored(VEMOCallback(weakly(
-      [item = command.item, webView = command.webView](VEMOKOBUMsgRouter& router, VEMOModule module,
-                                                       std::int64_t code, const Text& desc) {
-        setError(*item, module, code, desc);
-        item->setMsgRetval({{"userId", cleaned(router.curEnteredRoomUserId())}, {"reason", 0}});
-        item->executeJSCallbackIn(webView);
+  command.answerLater();
+  screenSharing_.startCallback.publish(stored(
+      VEMOCallback(weakly([answer = command.answer()](VEMOKOBUMsgRouter& router, VEMOModule module,
+                                                      std::int64_t code, const Text& desc) {
+        answer.send(module, code, desc,
+                    {{"userId", cleaned(router.curEnteredRoomUserId())}, {"reason", 0}});
       }))));
   return success;
 }
@@ -85,29 +84,28 @@ Outcome VEMOKOBUMsgRouter::startScreenCapture(
 /// record of it.
 Outcome VEMOKOBUMsgRouter::controlScreenCapture(KOBUCloud& engine, const Call& call,
                                                 std::int64_t (KOBUCloud::*operation)(),
-                                                const char* failureText) {
+                                                const ErrorWords& failed) {
   if (!platform_.system.isAtLeast(11, 0, 0)) {
-    setError(*call.item, VEMOModule::KOBU, kNotAvailable, "not support screencapture");
+    constexpr auto& words = error::noCaptureControl;
+    call.setError(words.module, words.code, Text(words.text));
     return success;
   }
   const auto result = (engine.*operation)();
-  setError(*call.item, VEMOModule::KOBU, result, result != 0 ? Text(failureText) : Text{});
+  call.setError(failed.module, result, result != 0 ? Text(failed.text) : Text{});
   return success;
 }
 
 Outcome VEMOKOBUMsgRouter::pauseScreenCapture(KOBUCloud& engine, const Command<>& command) {
-  return controlScreenCapture(engine, command, &KOBUCloud::pauseScreenCapture,
-                              "pauseScreenCapture call failed");
+  return controlScreenCapture(engine, command, &KOBUCloud::pauseScreenCapture, error::pauseFailed);
 }
 
 Outcome VEMOKOBUMsgRouter::resumeScreenCapture(KOBUCloud& engine, const Command<>& command) {
   return controlScreenCapture(engine, command, &KOBUCloud::resumeScreenCapture,
-                              "resumeScreenCapture call failed");
+                              error::resumeFailed);
 }
 
 Outcome VEMOKOBUMsgRouter::stopScreenCapture(KOBUCloud& engine, const Command<>& command) {
-  return controlScreenCapture(engine, command, &KOBUCloud::stopScreenCapture,
-                              "stopScreenCapture call failed");
+  return controlScreenCapture(engine, command, &KOBUCloud::stopScreenCapture, error::stopFailed);
 }
 
 // ---- Notifications of the broadcast extension
