@@ -11,6 +11,12 @@
 
 namespace vemo::bench {
 
+/// What a round writes.
+struct WrittenTexts {
+  std::string logged;
+  std::string script;
+};
+
 /// Boost.JSON used as sparingly as it can be: one parser, one serializer, an arena on a
 /// fixed buffer and texts whose memory is kept from one use to the next.
 class JsonAlone {
