@@ -35,7 +35,7 @@ std::string replyOf(const std::string& action, const std::string& rest = {}) {
 std::string enterParams() {
   return R"({"sdkAppId":1400000000,"userId":"teacher_20210917","userSig":")" +
          std::string(320, 's') +
-         R"(","roomId":20210917,"role":20,"appScene":0,"receiveAudio":true,"receiveVideo":false})";
+         R"(","roomId":20210917,"role":20,"appScene":0,"autoRecvAudio":true,"autoRecvVideo":false})";
 }
 
 const std::vector<Command>& commands() {

@@ -25,12 +25,13 @@ Field(std::string_view, Member Record::*, std::string_view, std::string_view)
     -> Field<Record, Member>;
 
 /// The one table of a record's properties, in order: a specialisation for each record
-/// has a static constexpr tuple `table` of Field.
+/// has a static constexpr tuple `table` of Field, and `name`, the record's own.
 template <class Record>
 struct Fields;
 
 template <class Record>
 concept HasFields = requires {
+  Fields<Record>::name;
   Fields<Record>::table;
 };
 

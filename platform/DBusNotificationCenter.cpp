@@ -18,6 +18,7 @@
 #include <utility>
 
 #include "json/JsonText.h"
+#include "platform/LoopbackNotificationCenter.h"
 #include "platform/Subscriptions.h"
 
 namespace vemo {
@@ -391,6 +392,12 @@ void DBusNotificationCenter::removeObserver(const void* observer, const std::str
 
 void DBusNotificationCenter::removeEveryObserver(const void* observer) {
   connection_->subscriptions.removeEvery(observer);
+}
+
+std::unique_ptr<CrossProcessNotificationCenter> makeCrossProcessCenter(
+    DBusNotificationCenterOptions options, std::string* whyNoBus) {
+  if (auto center = DBusNotificationCenter::create(std::move(options), whyNoBus)) return center;
+  return std::make_unique<LoopbackNotificationCenter>();
 }
 
 }  // namespace vemo

@@ -74,4 +74,10 @@ class DBusNotificationCenter final : public CrossProcessNotificationCenter {
   std::shared_ptr<Connection> connection_;
 };
 
+/// A centre on the bus that `options` name, the session bus unless they say otherwise,
+/// where there is one; else one that reaches this process only, and `whyNoBus`, if given,
+/// says why.
+std::unique_ptr<CrossProcessNotificationCenter> makeCrossProcessCenter(
+    DBusNotificationCenterOptions options = {}, std::string* whyNoBus = nullptr);
+
 }  // namespace vemo

@@ -28,7 +28,7 @@ async function picture(phone, name) {
 
 async function lesson(simulator, browser) {
   const desktop = await browser.newContext({ viewport: { width: 1280, height: 820 } });
-  const handset = await browser.newContext({
+  const small = await browser.newContext({
     viewport: { width: 400, height: 820 },
     colorScheme: 'dark',
   });
@@ -73,7 +73,7 @@ async function lesson(simulator, browser) {
   await teacher.nativeView('Ada').waitFor();
   tell('She tries again, is led to the settings, allows it there, and is seen.');
 
-  const ben = await Phone.open(handset, simulator.address);
+  const ben = await Phone.open(small, simulator.address);
   await ben.enter({ name: 'Ben', role: 'audience' });
   await ben.nativeView('Ms. Novak').waitFor();
   tell('Ben comes as audience, on a small phone, and sees the teacher.');

@@ -2,13 +2,20 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <boost/json/object.hpp>
+#include <concepts>
+#include <condition_variable>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <mutex>
 #include <optional>
+#include <sstream>
 #include <string>
+#include <string_view>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -16,76 +23,140 @@
 
 namespace vemo {
 
-/// Keeps the engine's events in order, each with its number where it has one, and sees
-/// to it that they come one at a time.
-class RecordingDelegate final : public KOBUCloudDelegate {
+/// Keeps the engine's events in order, and sees to it that they come one at a time.
+class RecordingDelegate : public KOBUCloudDelegate {
  public:
   struct Event {
     std::string name;
-    std::int64_t number = 0;
+    std::int64_t number = 0;  ///< the first integer among its arguments
+    std::string line;         ///< "onUserVideoAvailable bob 1"
+    std::thread::id thread;   ///< on which it came
   };
+
+  /// Called inside each event, after it was kept; set before there are any.
+  std::function<void(const Event&)> inEvent;
 
   std::vector<Event> events() const {
     const std::lock_guard lock(mutex_);
     return events_;
   }
-  std::vector<Event> events(const std::string& name) const {
-    std::vector<Event> found;
-    for (auto& event : events()) {
-      if (event.name == name) found.push_back(std::move(event));
-    }
+  std::vector<Event> events(std::string_view name) const {
+    auto found = events();
+    std::erase_if(found, [&](const Event& event) { return event.name != name; });
     return found;
   }
-  void clear() {
+  void clear() { take(); }
+
+  std::vector<std::string> lines() const { return linesOf(events()); }
+  /// The lines so far; the events are then forgotten.
+  std::vector<std::string> take() {
     const std::lock_guard lock(mutex_);
-    events_.clear();
+    return linesOf(std::exchange(events_, {}));
+  }
+  /// The same without the events that come again and again.
+  std::vector<std::string> takeRare() {
+    auto lines = take();
+    std::erase_if(lines, [](const std::string& line) {
+      return line.starts_with("onNetworkQuality") || line.starts_with("onStatistics") ||
+             line.starts_with("onUserVoiceVolume");
+    });
+    return lines;
+  }
+  /// How many lines begin with `prefix`.
+  std::size_t count(std::string_view prefix) const {
+    const std::lock_guard lock(mutex_);
+    return static_cast<std::size_t>(std::ranges::count_if(
+        events_, [&](const Event& event) { return event.line.starts_with(prefix); }));
+  }
+  /// Waits until a line begins with `prefix`.
+  void waitFor(std::string_view prefix) {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [&] {
+      return std::ranges::any_of(
+          events_, [&](const Event& event) { return event.line.starts_with(prefix); });
+    });
   }
 
-  /// Called inside each event; set before there are any.
-  std::function<void(const std::string& name)> inEvent;
+  /// What came last.
+  Shared<KOBUStatistics> statistics() const {
+    const std::lock_guard lock(mutex_);
+    return statistics_;
+  }
+  SharedList<KOBUVolumeInfo> volumes() const {
+    const std::lock_guard lock(mutex_);
+    return volumes_;
+  }
 
-  void onError(std::int32_t errCode, const Text&,
+  void onError(std::int32_t errCode, const Text& errMsg,
                const std::optional<boost::json::object>&) override {
-    add("onError", errCode);
+    add("onError", errCode, errMsg);
   }
-  void onWarning(std::int32_t warningCode, const Text&,
+  void onWarning(std::int32_t warningCode, const Text& warningMsg,
                  const std::optional<boost::json::object>&) override {
-    add("onWarning", warningCode);
+    add("onWarning", warningCode, warningMsg);
   }
   void onEnterRoom(std::int64_t result) override { add("onEnterRoom", result); }
   void onExitRoom(std::int64_t reason) override { add("onExitRoom", reason); }
-  void onSwitchRole(std::int32_t errCode, const Text&) override { add("onSwitchRole", errCode); }
-  void onRemoteUserEnterRoom(const Text&) override { add("onRemoteUserEnterRoom"); }
-  void onRemoteUserLeaveRoom(const Text&, std::int64_t reason) override {
-    add("onRemoteUserLeaveRoom", reason);
+  void onSwitchRole(std::int32_t errCode, const Text& errMsg) override {
+    add("onSwitchRole", errCode, errMsg);
   }
-  void onAudioRouteChanged(std::int64_t route, std::int64_t) override {
-    add("onAudioRouteChanged", route);
+  void onRemoteUserEnterRoom(const Text& userId) override { add("onRemoteUserEnterRoom", userId); }
+  void onRemoteUserLeaveRoom(const Text& userId, std::int64_t reason) override {
+    add("onRemoteUserLeaveRoom", userId, reason);
   }
-  void onUserAudioAvailable(const Text&, bool available) override {
-    add("onUserAudioAvailable", available);
+  void onAudioRouteChanged(std::int64_t route, std::int64_t fromRoute) override {
+    add("onAudioRouteChanged", route, fromRoute);
   }
-  void onUserVideoAvailable(const Text&, bool available) override {
-    add("onUserVideoAvailable", available);
+  void onUserAudioAvailable(const Text& userId, bool available) override {
+    add("onUserAudioAvailable", userId, available);
   }
-  void onUserSubStreamAvailable(const Text&, bool available) override {
-    add("onUserSubStreamAvailable", available);
+  void onUserVideoAvailable(const Text& userId, bool available) override {
+    add("onUserVideoAvailable", userId, available);
   }
-  void onNetworkQuality(Shared<KOBUQualityInfo>, SharedList<KOBUQualityInfo>) override {
-    add("onNetworkQuality");
+  void onUserSubStreamAvailable(const Text& userId, bool available) override {
+    add("onUserSubStreamAvailable", userId, available);
   }
-  void onStatistics(Shared<KOBUStatistics>) override { add("onStatistics"); }
-  void onUserVoiceVolume(SharedList<KOBUVolumeInfo>, std::int64_t totalVolume) override {
-    add("onUserVoiceVolume", totalVolume);
+  void onNetworkQuality(Shared<KOBUQualityInfo> localQuality,
+                        SharedList<KOBUQualityInfo> remoteQuality) override {
+    std::string line = localQuality ? std::to_string(localQuality->quality) : "(null)";
+    if (remoteQuality) {
+      for (const auto& remote : *remoteQuality) {
+        line += ' ' + remote.userId.value_or("(null)") + ' ' + std::to_string(remote.quality);
+      }
+    }
+    add("onNetworkQuality", line);
+  }
+  void onStatistics(Shared<KOBUStatistics> statistics) override {
+    {
+      const std::lock_guard lock(mutex_);
+      statistics_ = statistics;
+    }
+    if (!statistics) return add("onStatistics");
+    add("onStatistics", statistics->rtt, statistics->sentBytes, statistics->receivedBytes);
+  }
+  void onUserVoiceVolume(SharedList<KOBUVolumeInfo> userVolumes,
+                         std::int64_t totalVolume) override {
+    {
+      const std::lock_guard lock(mutex_);
+      volumes_ = userVolumes;
+    }
+    std::string users;
+    if (userVolumes) {
+      for (const auto& user : *userVolumes) {
+        users += user.userId.value_or("(null)") + ' ' + std::to_string(user.volume) + ' ';
+      }
+    }
+    addLine("onUserVoiceVolume", totalVolume,
+            "onUserVoiceVolume " + users + std::to_string(totalVolume));
   }
   void onConnectionLost() override { add("onConnectionLost"); }
   void onTryToReconnect() override { add("onTryToReconnect"); }
   void onConnectionRecovery() override { add("onConnectionRecovery"); }
-  void onFirstVideoFrame(const Text&, std::int64_t streamType, std::int32_t,
-                         std::int32_t) override {
-    add("onFirstVideoFrame", streamType);
+  void onFirstVideoFrame(const Text& userId, std::int64_t streamType, std::int32_t width,
+                         std::int32_t height) override {
+    add("onFirstVideoFrame", userId, streamType, width, height);
   }
-  void onFirstAudioFrame(const Text&) override { add("onFirstAudioFrame"); }
+  void onFirstAudioFrame(const Text& userId) override { add("onFirstAudioFrame", userId); }
   void onSendFirstLocalVideoFrame(std::int64_t streamType) override {
     add("onSendFirstLocalVideoFrame", streamType);
   }
@@ -100,18 +171,49 @@ class RecordingDelegate final : public KOBUCloudDelegate {
   void onScreenCaptureStoped(std::int32_t reason) override { add("onScreenCaptureStoped", reason); }
 
  private:
-  void add(const std::string& name, std::int64_t number = 0) {
+  static std::vector<std::string> linesOf(const std::vector<Event>& events) {
+    std::vector<std::string> lines;
+    lines.reserve(events.size());
+    for (const auto& event : events) lines.push_back(event.line);
+    return lines;
+  }
+
+  template <class... Arguments>
+  void add(const char* name, const Arguments&... arguments) {
+    std::optional<std::int64_t> number;
+    std::ostringstream line;
+    line << name;
+    [[maybe_unused]] const auto write = [&]<class T>(const T& argument) {
+      if constexpr (std::same_as<T, Text>) {
+        line << ' ' << argument.value_or("(null)");
+      } else {
+        line << ' ' << argument;
+      }
+      if constexpr (std::integral<T>) {
+        if (!number) number = static_cast<std::int64_t>(argument);
+      }
+    };
+    (write(arguments), ...);
+    addLine(name, number.value_or(0), line.str());
+  }
+
+  void addLine(const char* name, std::int64_t number, std::string line) {
     EXPECT_EQ(inside_.fetch_add(1), 0) << name << " came within another event";
+    const Event event{name, number, std::move(line), std::this_thread::get_id()};
     {
       const std::lock_guard lock(mutex_);
-      events_.push_back({name, number});
+      events_.push_back(event);
+      changed_.notify_all();
     }
-    if (inEvent) inEvent(name);
+    if (inEvent) inEvent(event);
     --inside_;
   }
 
   mutable std::mutex mutex_;
+  std::condition_variable changed_;
   std::vector<Event> events_;
+  Shared<KOBUStatistics> statistics_;
+  SharedList<KOBUVolumeInfo> volumes_;
   std::atomic<int> inside_ = 0;
 };
 

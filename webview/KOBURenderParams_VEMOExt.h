@@ -1,11 +1,9 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <tuple>
 
 #include "bridge/KOBURecords.h"
-#include "json/RecordMapper.h"
 
 namespace vemo {
 
@@ -25,17 +23,12 @@ struct KOBURenderParamsOfPage : KOBURenderParams {};
 template <>
 struct Fields<KOBURenderParamsOfPage> {
   static constexpr std::string_view name = Fields<KOBURenderParams>::name;
-  static constexpr auto table =
-      std::tuple_cat(Fields<KOBURenderParams>::table,
-                     std::tuple{Field{"mode", &KOBURenderParams::fillMode, "",
-                                      "another name of \"fillMode\", which wins"},
-                                Field{"mirror", &KOBURenderParams::mirrorType, "",
-                                      "another name of \"mirrorType\", which wins"}});
+  static constexpr auto table = std::tuple_cat(
+      Fields<KOBURenderParams>::table,
+      std::tuple{Field{"mode", &KOBURenderParams::fillMode, "",
+                       "another name of \"fillMode\"; where both are given, this one counts"},
+                 Field{"mirror", &KOBURenderParams::mirrorType, "",
+                       "another name of \"mirrorType\"; where both are given, this one counts"}});
 };
-
-/// The record that a page's dictionary describes; nothing when it describes none.
-inline std::optional<KOBURenderParams> renderParamsFrom(const boost::json::object* dictionary) {
-  return recordFrom<KOBURenderParamsOfPage>(dictionary);
-}
 
 }  // namespace vemo

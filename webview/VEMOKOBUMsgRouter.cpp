@@ -23,9 +23,9 @@ VEMOKOBUMsgRouter::~VEMOKOBUMsgRouter() {
   room_.exitCallback.clear();
   room_.switchAnchorCallback.clear();
   room_.switchAudienceCallback.clear();
-  sharing_.launchCallback.clear();
-  sharing_.startCallback.clear();
-  receivers_.listeners.clear();
+  screenSharing_.launchCallback.clear();
+  screenSharing_.startCallback.clear();
+  eventRouting_.listeners.clear();
   auto engine = sharedKOBU_.take();
   if (engine) engine->setDelegate(nullptr);
   if (room_.entered && engine) engine->exitRoom();
@@ -53,28 +53,18 @@ void VEMOKOBUMsgRouter::receive(std::string_view message) {
 
 // ---- Answers of commands
 
-void VEMOKOBUMsgRouter::setError(VEMOJSMsgItem& item, VEMOModule module, std::int64_t code,
-                                 Text message) {
-  item.setMsgError({std::string(moduleText(module)), code, std::move(message)});
-}
-
 VEMOCallback VEMOKOBUMsgRouter::plainAnswer(const Call& call) {
-  return weakly([item = call.item, webView = call.webView](VEMOKOBUMsgRouter&, VEMOModule module,
-                                                           std::int64_t code, const Text& desc) {
-    setError(*item, module, code, desc);
-    item->executeJSCallbackIn(webView);
-  });
+  return weakly([answer = call.answer()](VEMOKOBUMsgRouter&, VEMOModule module, std::int64_t code,
+                                         const Text& desc) { answer.send(module, code, desc); });
 }
 
 VEMOCallback VEMOKOBUMsgRouter::loggedAnswer(const Call& call, const char* actionName, Site site) {
-  return weakly([item = call.item, webView = call.webView, actionName, site,
-                 params = std::string(call.paramsText)](VEMOKOBUMsgRouter& router,
-                                                        VEMOModule module, std::int64_t code,
-                                                        const Text& desc) {
-    setError(*item, module, code, desc);
-    router.logEnd(actionName, params, code, desc, site);
-    item->executeJSCallbackIn(webView);
-  });
+  return weakly(
+      [answer = call.answer(), actionName, site, params = std::string(call.paramsText)](
+          VEMOKOBUMsgRouter& router, VEMOModule module, std::int64_t code, const Text& desc) {
+        router.logEnd(actionName, params, code, desc, site);
+        answer.send(module, code, desc);
+      });
 }
 
 // ---- Log records

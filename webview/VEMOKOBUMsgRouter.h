@@ -162,7 +162,9 @@ class VEMOKOBUMsgRouter final : public VEMOJSMsgRouter,
   /// on the calling thread.
   void reportEvent(const Text& event);
 
-  // ---- Listeners; held weakly. Run on the main thread: at once there, else queued.
+  // ---- Listeners; held weakly. Run on the main thread: at once there, else queued. Adding
+  // one that is there, or removing one that is not, changes nothing. While dead listeners
+  // leave empty slots, a removal may take the slot of another than the one named.
 
   void addKOBUEventListener(std::shared_ptr<VEMOKOBUEventListener> listener);
   void removeKOBUEventListener(std::shared_ptr<VEMOKOBUEventListener> listener);
@@ -259,7 +261,7 @@ class VEMOKOBUMsgRouter final : public VEMOJSMsgRouter,
       KOBUCloud& engine,
       const Command<Maybe<param::UserId>, Or<param::Top, 0.0F>, Or<param::Left, 0.0F>,
                     Or<param::Bottom, 0.0F>, Or<param::Right, 0.0F>>& command);
-  Outcome switchRole(KOBUCloud& engine, const Command<Checked<param::Role>>& command);
+  Outcome switchRole(KOBUCloud& engine, const Command<param::Role>& command);
   Outcome startLocalPreview(KOBUCloud& engine,
                             const Command<Or<param::FrontCamera, true>>& command);
   Outcome setLocalPreviewParams(
@@ -309,46 +311,19 @@ class VEMOKOBUMsgRouter final : public VEMOJSMsgRouter,
   Outcome resumeScreenCapture(KOBUCloud& engine, const Command<>& command);
   Outcome stopScreenCapture(KOBUCloud& engine, const Command<>& command);
 
-  // ---- Permission gate (permission_gate.cpp). Completions get the engine's module.
-  void innerStartLocalPreview(bool frontCamera, std::shared_ptr<NativeView> view,
-                              VEMOCallback completion);
-  void innerStartLocalAudio(std::int32_t quality, VEMOCallback completion);
-  void gotoSystemSetting(bool camera, VEMOCallback completion);
-  struct GateRequest {
-    bool frontCamera;                  // camera
-    std::shared_ptr<NativeView> view;  // camera
-    std::int32_t quality;              // microphone
-    VEMOCallback completion;           // not empty
-  };
-  struct GatedDevice;
-  static const GatedDevice kCamera;
-  static const GatedDevice kMicrophone;
-  void passGate(const GatedDevice& device, GateRequest request);
-  void startDevice(const GatedDevice& device, const GateRequest& request);
+  // What the handlers, the operations of the host and the events share, by the files that
+  // hold it.
 
-  // ---- Answers of asynchronous commands. Each sets the error record whatever the code
-  // and delivers the item that it holds. Names and keys are literals: they are kept.
+  // ---- VEMOKOBUMsgRouter.cpp
+  // Answers of asynchronous commands, with an error record whatever the code. Names and keys
+  // are literals: they are kept.
   VEMOCallback plainAnswer(const Call& call);
-  VEMORoomCallback roomAnswer(const Call& call, std::string_view numberKey);
   VEMOCallback loggedAnswer(const Call& call, const char* actionName, Site site);
-  static void setError(VEMOJSMsgItem& item, VEMOModule module, std::int64_t code, Text message);
   /// A completion as the slots keep it: null when there is nothing to call.
   template <class Callback>
   static std::shared_ptr<const Callback> stored(Callback completion) {
     return completion ? std::make_shared<const Callback>(std::move(completion)) : nullptr;
   }
-
-  // ---- Common to commands and operations of the host
-  bool isOwnUser(const Text& userId) const;
-  void startSwitch(std::int32_t role, Published<const VEMOCallback>& slot, VEMOCallback completion);
-  void stopPreviewAndReport(KOBUCloud& engine);
-  void stopAudioAndReport(KOBUCloud& engine);
-  void useMuteImage(const DownloadResult& result, std::int32_t fps, const VEMOCallback& answer);
-  Outcome controlScreenCapture(KOBUCloud& engine, const Call& call,
-                               std::int64_t (KOBUCloud::*operation)(), const char* failureText);
-  void compactListeners();
-
-  // ---- Log records
   void log(int level, std::string_view module, std::string_view actionName,
            std::string_view actionParam, std::optional<Result> result, const Site& site);
   void logRouter(int level, std::string_view actionName, std::string_view actionParam,
@@ -358,14 +333,7 @@ class VEMOKOBUMsgRouter final : public VEMOJSMsgRouter,
   void logEnd(std::string_view actionName, std::string_view actionParam, std::int64_t code,
               const Text& desc, const Site& site);
 
-  // ---- The page's functions (page_functions.cpp)
-  /// Sends `payload`, which is JSON text, as `event`, if the page registered for it.
-  void tellPage(std::string_view event, std::optional<std::string_view> payload, bool needLog);
-  /// Runs `script` in the web view, on the main thread: at once there, else queued.
-  void runScript(std::string script, bool needLog);
-  bool isRegistered(std::string_view event) const;
-
-  // ---- Events (event_routing.h)
+  // ---- event_routing.h, event_routing.cpp
   /// Writes the event's record on this thread, then, on the main thread, tells the
   /// listeners and the page. The payload's fields are `given`, the listeners' arguments too.
   template <class Event, class... Given>
@@ -383,10 +351,48 @@ class VEMOKOBUMsgRouter final : public VEMOJSMsgRouter,
   /// Calls `bound` at once on the main thread, else queues it.
   template <class Bound>
   void nowOrQueued(Bound bound);
+  bool isRegistered(std::string_view event) const;
+  void compactListeners();
 
+  // ---- page_functions.cpp
+  /// Sends `payload`, which is JSON text, as `event`, if the page registered for it.
+  void tellPage(std::string_view event, std::optional<std::string_view> payload, bool needLog);
+  /// Runs `script` in the web view, on the main thread: at once there, else queued.
+  void runScript(std::string script, bool needLog);
+
+  // ---- room_control.cpp
+  VEMORoomCallback roomAnswer(const Call& call, std::string_view numberKey);
+  bool isOwnUser(const Text& userId) const;
   void failEnter(std::int32_t errCode, const Text& errMsg);
+  void startSwitch(std::int32_t role, Published<const VEMOCallback>& slot, VEMOCallback completion);
   void finishSwitch(std::int32_t role, Published<const VEMOCallback>& slot, std::int32_t errCode,
                     const Text& errMsg);
+
+  // ---- permission_gate.cpp. Completions get the engine's module.
+  void innerStartLocalPreview(bool frontCamera, std::shared_ptr<NativeView> view,
+                              VEMOCallback completion);
+  void innerStartLocalAudio(std::int32_t quality, VEMOCallback completion);
+  struct GateRequest {
+    bool frontCamera;                  // camera
+    std::shared_ptr<NativeView> view;  // camera
+    std::int32_t quality;              // microphone
+    VEMOCallback completion;           // not empty
+  };
+  struct GatedDevice;
+  static const GatedDevice kCamera;
+  static const GatedDevice kMicrophone;
+  void passGate(const GatedDevice& device, GateRequest request);
+  void startDevice(const GatedDevice& device, const GateRequest& request);
+  void gotoSystemSetting(const GatedDevice& device, VEMOCallback completion);
+
+  // ---- local_video.cpp, local_audio.cpp
+  void stopPreviewAndReport(KOBUCloud& engine);
+  void useMuteImage(const DownloadResult& result, std::int32_t fps, const VEMOCallback& answer);
+  void stopAudioAndReport(KOBUCloud& engine);
+
+  // ---- screen_sharing.cpp
+  Outcome controlScreenCapture(KOBUCloud& engine, const Call& call,
+                               std::int64_t (KOBUCloud::*operation)(), const ErrorWords& failed);
 
   /// `fn`, called with the router before its own arguments, or not at all once the
   /// router is gone.
@@ -413,18 +419,18 @@ class VEMOKOBUMsgRouter final : public VEMOJSMsgRouter,
   struct ScreenSharing {
     Published<const VEMOCallback> launchCallback;
     Published<const VEMOCallback> startCallback;
-  } sharing_;
+  } screenSharing_;
   struct Diagnostics {
     Published<const KOBUStatistics> lastStats;
     Published<const std::string> reportFunction;
   } diagnostics_;
-  struct Video {
+  struct LocalVideo {
     Published<const std::weak_ptr<VEMOUIRenderSource>> renderSource;
-  } video_;
-  struct Receivers {
+  } localVideo_;
+  struct EventRouting {
     Published<const CallbackNames> pageFunctions;                 // by event
     std::vector<std::weak_ptr<VEMOKOBUEventListener>> listeners;  // main thread only
-  } receivers_;
+  } eventRouting_;
 };
 
 }  // namespace vemo

@@ -2,14 +2,15 @@
 
 #include "webview/VEMOKOBUMsgRouter.h"
 
+// Music beside the lesson.
+
 namespace vemo {
 namespace {
 
-/// The open item of a "playMusic": answered at the start, at each progress report and at
+/// An open "playMusic": answered at the start, at each progress report and at
 /// the end, as the page asked, each time with a fresh error record and value.
 struct PlayMusicAnswer {
-  std::shared_ptr<VEMOJSMsgItem> item;
-  std::shared_ptr<VEMOWebView> webView;
+  Answer answer;
   std::string paramsText;
   std::int32_t musicId;
 };
@@ -24,36 +25,34 @@ Outcome VEMOKOBUMsgRouter::playMusic(
   if (!music) return paramError(param::Music::missing);
   music->ID = command.get<param::AudioId>();
 
-  command.item->setIsAsyncTask(true);
+  command.answerLater();
   const auto open = std::make_shared<const PlayMusicAnswer>(
-      PlayMusicAnswer{command.item, command.webView, std::string(command.paramsText), music->ID});
+      PlayMusicAnswer{command.answer(), std::string(command.paramsText), music->ID});
   static constexpr std::string_view routine = "-[VEMOKOBUMsgRouter playMusic:webView:]";
 
-  const auto end = [&](bool wanted, const char* state, const char* error,
+  const auto end = [&](bool wanted, const char* state, const ErrorWords& error,
                        Place place = Place::here()) {
-    return weakly([open, wanted, state, error, site = Site(routine, place)](
+    return weakly([open, wanted, state, &error, site = Site(routine, place)](
                       VEMOKOBUMsgRouter& router, std::int64_t code) {
       if (!wanted) return;
-      const Text desc = code != 0 ? Text(error) : std::nullopt;
-      setError(*open->item, VEMOModule::KOBU, code, desc);
+      const Text desc = code != 0 ? Text(error.text) : std::nullopt;
       router.logEnd("playMusic", open->paramsText, code, desc, site);
-      open->item->setMsgRetval({{"audioId", open->musicId}, {"state", state}, {"errCode", code}});
-      open->item->executeJSCallbackIn(open->webView);
+      open->answer.send(error.module, code, desc,
+                        {{"audioId", open->musicId}, {"state", state}, {"errCode", code}});
     });
   };
-  auto onStart = end(command.get<param::OnStart>(), "onStart", "play onStart error");
-  auto onComplete = end(command.get<param::OnComplete>(), "onComplete", "play onComplete error");
+  auto onStart = end(command.get<param::OnStart>(), "onStart", error::musicNotStarted);
+  auto onComplete = end(command.get<param::OnComplete>(), "onComplete", error::musicBroken);
   auto onProgress =
       weakly([open, wanted = command.get<param::OnProgress>()](
                  VEMOKOBUMsgRouter& router, std::int64_t progressMs, std::int64_t durationMs) {
         if (!wanted) return;
-        setError(*open->item, VEMOModule::KOBU, 0, std::nullopt);
         router.logEnd("playMusic", open->paramsText, 0, std::nullopt, Site(routine, Place::here()));
-        open->item->setMsgRetval({{"audioId", open->musicId},
-                                  {"state", "onProgress"},
-                                  {"progressMs", progressMs},
-                                  {"durationMs", durationMs}});
-        open->item->executeJSCallbackIn(open->webView);
+        open->answer.send(VEMOModule::KOBU, 0, std::nullopt,
+                          {{"audioId", open->musicId},
+                           {"state", "onProgress"},
+                           {"progressMs", progressMs},
+                           {"durationMs", durationMs}});
       });
   engine.getAudioEffectManager().startPlayMusic(*music, std::move(onStart), std::move(onProgress),
                                                 std::move(onComplete));
@@ -68,7 +67,7 @@ Outcome VEMOKOBUMsgRouter::setMusicInfo(
   const auto volume = command.get<param::MusicVolume>();
   auto& music = engine.getAudioEffectManager();
   if (!id) {
-    if (!volume) return paramError("no audioId param");
+    if (!volume) return fail(error::noMusicGiven);
     music.setAllMusicVolume(*volume);
     return success;
   }

@@ -19,11 +19,11 @@ void VEMOKOBUMsgRouter::registRouter() {
 
 void CommandTable::run(Router& router, const Row& row, const std::shared_ptr<VEMOJSMsgItem>& item,
                        const std::shared_ptr<VEMOWebView>& webView) {
-  if (row.wrapper == Wrapper::bare) {
-    row.action.run(router, row, {item, webView, {}});
+  if (row.logging == Logging::none) {
+    row.action.run(router, row, Call(item, webView, {}));
     return;
   }
-  if (row.wrapper == Wrapper::announced) {
+  if (row.logging == Logging::announced) {
     router.platform_.systemLog.writeLine(std::string(row.name) + "::::::");
   }
   std::string entry;
@@ -47,14 +47,13 @@ void CommandTable::run(Router& router, const Row& row, const std::shared_ptr<VEM
 
   const auto paramsText =
       item->params() ? std::string_view(entry).substr(paramsStart) : std::string_view("(null)");
-  if (const auto failed = row.action.run(router, row, {item, webView, paramsText})) {
-    fail(router, row, *item, paramsText, *failed);
-  }
+  const Call call(item, webView, paramsText);
+  if (const auto failure = row.action.run(router, row, call)) failed(router, row, call, *failure);
 }
 
-void CommandTable::fail(Router& router, const Row& row, VEMOJSMsgItem& item,
-                        std::string_view paramsText, const Failure& failure) {
-  Router::setError(item, failure.module, failure.code, std::string(failure.message));
+void CommandTable::failed(Router& router, const Row& row, const Call& call,
+                          const Failure& failure) {
+  call.setError(failure.module, failure.code, std::string(failure.message));
   const auto joined = [](std::initializer_list<std::string_view> parts) {
     std::string text;
     text.reserve(80);  // one allocation for the longest name
@@ -64,9 +63,9 @@ void CommandTable::fail(Router& router, const Row& row, VEMOJSMsgItem& item,
   const auto actionName =
       failure.actionName.empty() ? joined({row.name, "Failed"}) : std::string(failure.actionName);
   const auto funcName = joined({"-[VEMOKOBUMsgRouter ", row.name, ":webView:]"});
-  router.logRouter(DUNLogParam::kFailure, actionName, paramsText,
+  router.logRouter(DUNLogParam::kFailure, actionName, call.paramsText,
                    Router::Result{failure.code, failure.message},
-                   Router::Site(funcName, failure.site));
+                   Router::Site(funcName, failure.place));
 }
 
 }  // namespace vemo

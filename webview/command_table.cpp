@@ -33,13 +33,6 @@ boost::json::array streamInfo() {
            {"about", "which stream: \"main\", \"main_small\", \"sub\", \"audio\" or \"unknown\""}}};
 }
 
-constexpr ErrorWords noSource{kNotAvailable, "no render source", "the host has no source of views",
-                              VEMOModule::KOBU};
-constexpr ErrorWords noView{kNotAvailable, "no found render view",
-                            "the host has no view for the user", VEMOModule::KOBU};
-constexpr ErrorWords noCapture{kNotAvailable, "not support screencapture",
-                               "the system is older than 11.0", VEMOModule::KOBU};
-
 }  // namespace
 
 std::span<const CommandTable::Row> CommandTable::rows() {
@@ -56,26 +49,28 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"initSDK", call<&R::initSDK>}
           .in("engine_lifecycle")
           .does("Makes the engine, which most commands need. Success is answered as an error record with code 0 whose text is \"sdk version : \" and the engine's version.")
-          .fails({kNotAvailable, "had initSDK", "the engine is there already"}),
+          .fails(error::engineThere),
       Row{"setLogParams", call<&R::setLogParams>}
           .in("engine_lifecycle")
           .does("Sets the engine's own log, before \"initSDK\" too. What is left out or of another type stays as it is."),
-      Row{"getSDKVersion", call<&R::getSDKVersion>}.wrapped(Wrapper::bare)
+      Row{"getSDKVersion", call<&R::getSDKVersion>}.logged(Logging::none)
           .in("engine_lifecycle")
-          .does("Tells the engine's version.")
+          .does("Gives the engine's version.")
           .gives(textField("version", "the engine's version")),
       Row{"uninitSDK", call<&R::uninitSDK>}
           .in("engine_lifecycle")
           .does("Leaves the room and lets go of the engine; harmless without one."),
       Row{"enterRoom", call<&R::enterRoom>}
           .in("room_control")
-          .does("Enters a room. It is answered with the event \"onEnterRoom\", always with code 0: a negative \"elapsed\" is the code of a failure. An error of entering that the engine reports answers it too, with the error's code.")
+          .does("Enters a room. It is answered when \"onEnterRoom\" comes, with code 0 even for a failure: then \"elapsed\" is negative, the engine's code. A failure that the engine also reports as an error is answered before that, with the error's code and text.")
           .gives(userIdField)
           .gives(integerField("elapsed", "the time that entering took; negative: the engine's code of a failure", "ms"))
           .fails({0, {}, "the engine reports that entering failed: its code and text", VEMOModule::KOBU})
           .answers(Answered::later)
-          .unanswered("another enter replaces it before the engine answers, or the engine is released"),
-      Row{"exitRoom", call<&R::exitRoom>}.wrapped(Wrapper::announced).guarded(Guard::engine)
+          .unanswered("another enter replaces it before the engine answers, or the engine is released")
+          .answeredAgain("the engine reports a failure as an error: each such error answers it, and the \"onEnterRoom\" that follows does so with code 0. Take the first answer"),
+      // Its handler looks for the engine itself: the room is forgotten without one, too.
+      Row{"exitRoom", call<&R::exitRoom>}.logged(Logging::announced).guarded(Guard::engine)
           .in("room_control")
           .does("Leaves the room. It is answered with the event \"onExitRoom\".")
           .gives(userIdField)
@@ -88,27 +83,28 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"setDebugViewMargin", call<&R::setDebugViewMargin>}
           .in("engine_lifecycle")
           .does("Sets the margins of the debug panel in one user's view. Without \"userId\" nothing happens, and the answer is a success.")
-          .doesNothingWithout("userId"),
+          .doesNothingWithout<UserId>(),
       Row{"switchRole", call<&R::switchRole>}.guarded(Guard::room)
           .in("room_control")
           .does("Becomes anchor or audience. It is answered at once, and the event \"onSwitchRole\" tells how the switch ended. A message with a \"nativecb\" is answered by that event instead, with the engine's code and text.")
-          .fails({kNotInRoom, "not enter room", "no enter has ended yet"})
+          .fails(error::noRoom)
           .fails({0, {}, "the message has \"nativecb\" and the switch fails: the engine's code and text", VEMOModule::KOBU})
-          .unanswered("the message has \"nativecb\" and the role is neither 20 nor 21, or another such switch to the same role replaces it"),
+          .answersNativecb(Answered::later)
+          .unanswered("the message has \"nativecb\" and the role is neither 20 nor 21, another such switch is asked for before it has ended, the room is left meanwhile, or the engine is released"),
       Row{"setNetworkQosParam", engine<&KOBUCloud::setNetworkQosParam, Qos>, "params error"}
           .in("local_video")
-          .does("Tells the engine what to give up first on a poor network, and who decides."),
+          .does("Chooses what the engine gives up first on a poor network, and who decides."),
       Row{"setVideoEncoderParam", engine<&KOBUCloud::setVideoEncoderParam, Encoder>}
           .in("local_video")
           .does("Sets how the own picture is encoded."),
       Row{"startLocalPreview", call<&R::startLocalPreview>}
           .in("local_video")
           .does("Starts the camera and shows it in the own view. The user is asked for permission first where that is not settled; where it is denied, an alert leads to the settings.")
-          .fails({kBadParameter, "not set render source", "the host has no source of views"})
-          .fails({kBadParameter, "not found self render source", "the host has no view for the own user", VEMOModule::KOBU})
-          .fails({-1314, {}, "the user does not permit the camera; the text tells how it came", VEMOModule::KOBU})
+          .fails(error::noOwnSource)
+          .fails(error::noOwnView)
+          .fails(error::cameraRefused)
           .answers(Answered::later)
-          .unanswered("the user never answers, or the engine is released meanwhile"),
+          .unanswered("the user never answers, or permits it only after the engine was released"),
       Row{"switchCamera", engine<&KOBUDeviceManager::switchCamera, Or<FrontCamera, false>>}
           .in("local_video")
           .does("Switches to the front or the back camera."),
@@ -117,8 +113,8 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .does("Sets how the own picture is drawn here, and how it is sent. The render parameters are set together, with the default for those left out, unless one of them is of another type; each of the others is set only when given."),
       Row{"enableEncSmallVideoStream", call<&R::enableEncSmallVideoStream>}
           .in("local_video")
-          .does("Sends a small picture beside the main one, or ceases to. Without \"enable\", or with encoder parameters of another type, nothing happens, and the answer is a success.")
-          .doesNothingWithout("enable"),
+          .does("Sends a small picture beside the main one, or stops that. Without \"enable\", or with encoder parameters of another type, nothing happens, and the answer is a success.")
+          .doesNothingWithout<EnableSmallStream>(),
       Row{"setRemoteVideoStreamType", engine<&KOBUCloud::setRemoteVideoStreamType, UserId, WantedStreamType>, "userId or type param error"}
           .in("remote_media")
           .does("Chooses which of a user's camera pictures is received."),
@@ -127,13 +123,13 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .does("Stops the camera."),
       Row{"muteLocalVideo", engine<&KOBUCloud::muteLocalVideo, Mute>, "no mute param"}
           .in("local_video")
-          .does("Ceases to send the camera, or sends it again. Meanwhile the others get the picture of \"setVideoMuteImage\", if there is one."),
+          .does("Stops sending the camera, or sends it again. Meanwhile the others get the picture of \"setVideoMuteImage\", if there is one."),
       Row{"startLocalAudio", call<&R::startLocalAudio>}
           .in("local_audio")
           .does("Starts the microphone. Where its permission is not settled, the user is asked for the camera, and that answer decides; where it is denied, an alert leads to the settings.")
-          .fails({-1317, {}, "the user does not permit the microphone; the text tells how it came", VEMOModule::KOBU})
+          .fails(error::microphoneRefused)
           .answers(Answered::later)
-          .unanswered("the user never answers, or the engine is released meanwhile"),
+          .unanswered("the user never answers, or permits it only after the engine was released"),
       Row{"stopLocalAudio", call<&R::stopLocalAudio>}
           .in("local_audio")
           .does("Stops the microphone."),
@@ -143,23 +139,23 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"startRemoteView", call<&R::startRemoteView>, "userId param error"}
           .in("remote_media")
           .does("Shows a user's stream in the view that the host has for the user's camera, whatever the stream type.")
-          .fails(noSource).fails(noView),
+          .fails(error::noSource).fails(error::noView),
       Row{"setRemotePreviewParams", call<&R::setRemotePreviewParams>}
           .in("remote_media")
           .does("Sets how a user's stream is drawn. Without \"userId\" nothing happens, and the answer is a success.")
-          .doesNothingWithout("userId"),
+          .doesNothingWithout<UserId>(),
       Row{"stopRemoteView", engine<&KOBUCloud::stopRemoteView, UserId, StreamType>, "userId param error"}
           .in("remote_media")
-          .does("Ceases to show a user's stream."),
+          .does("Stops showing a user's stream."),
       Row{"stopAllRemoteView", engine<&KOBUCloud::stopAllRemoteView>}
           .in("remote_media")
-          .does("Ceases to show any other user."),
+          .does("Stops showing any other user."),
       Row{"muteRemoteVideoStream", engine<&KOBUCloud::muteRemoteVideoStream, UserId, Mute>, "userId or mute param error"}
           .in("remote_media")
-          .does("Ceases to receive a user's picture, or receives it again."),
+          .does("Stops receiving a user's picture, or receives it again."),
       Row{"muteAllRemoteVideoStreams", engine<&KOBUCloud::muteAllRemoteVideoStreams, Mute>, "mute param error"}
           .in("remote_media")
-          .does("Ceases to receive the pictures of all users, or receives them again."),
+          .does("Stops receiving the pictures of all users, or receives them again."),
       Row{"muteRemoteAudio", engine<&KOBUCloud::muteRemoteAudio, UserId, Mute>, "userId or mute param error"}
           .in("remote_media")
           .does("Mutes one user here, or ends that."),
@@ -172,10 +168,10 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"startRemoteSubStreamView", call<&R::startRemoteSubStreamView>, "userId param error"}
           .in("remote_media")
           .does("Shows the screen that a user shares.")
-          .fails(noSource).fails(noView),
+          .fails(error::noSource).fails(error::noView),
       Row{"stopRemoteSubStreamView", engine<&KOBUCloud::stopRemoteView, UserId, Always<kKOBUStreamTypeSub>>, "userId param error"}
           .in("remote_media")
-          .does("Ceases to show the screen that a user shares."),
+          .does("Stops showing the screen that a user shares."),
       Row{"setRemoteSubStreamPreviewParams", call<&R::setRemoteSubStreamPreviewParams>, "userId param error"}
           .in("remote_media")
           .does("Sets how a user's screen is drawn. Render parameters of another type are ignored, and the answer is a success."),
@@ -187,14 +183,14 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .gives(orAbsent(integerField("errCode", "the engine's code, 0 for success; at start and end")))
           .gives(orAbsent(integerField("progressMs", "how far the music has come; in progress", "ms")))
           .gives(orAbsent(integerField("durationMs", "how long the music is; in progress", "ms")))
-          .fails({0, "play onStart error", "the music can't be started: the engine's code", VEMOModule::KOBU})
-          .fails({0, "play onComplete error", "the music breaks off: the engine's code", VEMOModule::KOBU})
+          .fails(error::musicNotStarted)
+          .fails(error::musicBroken)
           .answers(Answered::many)
           .unanswered("none of the three flags is set"),
       Row{"setMusicInfo", call<&R::setMusicInfo>}
           .in("background_music")
           .does("Moves to a position in music and sets volumes. What is left out stays as it is. Without \"audioId\" only the volume of all music is set.")
-          .needsOneOf("audioId", "volume", "no audioId param"),
+          .needsOneOf<AudioId, MusicVolume>(error::noMusicGiven),
       Row{"stopMusic", engine<&Effects::stopPlayMusic, AudioId>, "no audioId param"}
           .in("background_music")
           .does("Stops music."),
@@ -203,7 +199,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .does("Pauses music."),
       Row{"resumeMusic", engine<&Effects::resumePlayMusic, AudioId>, "no audioId param"}
           .in("background_music")
-          .does("Plays paused music on."),
+          .does("Resumes paused music."),
       Row{"startSpeedTest", call<&R::startSpeedTest>, "params error"}
           .in("diagnostics")
           .does("Measures the network to each of the engine's servers. The message is answered for each server, always with code 0; the text is \"ing\", and \"done\" for the last one.")
@@ -220,15 +216,15 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .does("Sets how often the event \"onUserVoiceVolume\" comes. Each enter sets it to 500 ms."),
       Row{"setVideoMuteImage", call<&R::setVideoMuteImage>}
           .in("local_video")
-          .does("Downloads the picture that the others get while the camera is muted. A file that is no picture takes an earlier picture away, and the answer is a success.")
-          .fails({kNotAvailable, "download image is nil", "the downloaded file can't be read", VEMOModule::KOBU})
+          .does("Downloads the picture that the others get while the camera is muted. A file that is no picture takes an earlier picture away, and the answer is a success. After \"uninitSDK\" the picture goes nowhere, and the answer is a success.")
+          .fails(error::noImageData)
           .fails({0, {}, "the download fails: the download's code and text", VEMOModule::KOBU})
           .answers(Answered::later),
-      Row{"getKOBUStats", call<&R::getKOBUStats>}.wrapped(Wrapper::bare)
+      Row{"getKOBUStats", call<&R::getKOBUStats>}.logged(Logging::none)
           .in("diagnostics")
-          .does("Tells which streams flow, by the statistics that came last, and forgets these. When none have come since the last time, the text \"[]\" stands in place of the list.")
+          .does("Gives the streams that flow, by the statistics that came last, and forgets these. When none have come since the last time, the text \"[]\" stands in place of the list.")
           .gives({{"RtcInfos", "the streams; or the text \"[]\""}, "list", false, &streamInfo, {}, "[]"}),
-      Row{"registReport", call<&R::registReport>}.wrapped(Wrapper::bare)
+      Row{"registReport", call<&R::registReport>}.logged(Logging::none)
           .in("diagnostics")
           .does("Names the page function that is told when the camera and the microphone go on and off. Without a name, no function is told."),
       Row{"setAudioRoute", engine<&KOBUCloud::setAudioRoute, AudioRoute>, "no route param"}
@@ -237,46 +233,46 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"setAudioVolume", call<&R::setAudioVolume>}
           .in("local_audio")
           .does("Sets the volume of the microphone, of all that is played here, or of both.")
-          .needsOneOf("captureVolume", "playoutVolume", "params error"),
+          .needsOneOf<CaptureVolume, PlayoutVolume>(error::noVolumeGiven),
       Row{"getAudioVolume", call<&R::getAudioVolume>}
           .in("local_audio")
-          .does("Tells the volume of the microphone, of all that is played here, or of both.")
+          .does("Gives the volume of the microphone, of all that is played here, or of both.")
           .gives(orAbsent(integerField("captureVolume", "volume of the microphone, if asked for")))
           .gives(orAbsent(integerField("playoutVolume", "volume of all that is played here, if asked for")))
-          .needsOneOf("capture", "playout", "params error"),
+          .needsOneTrue<Capture, Playout>(error::noVolumeGiven),
       Row{"callExperimentalAPI", engine<&KOBUCloud::callExperimentalAPI, APIParams>, "no APIParams param"}
           .in("diagnostics")
           .does("Hands the engine a call for which there is no command. What the engine makes of it is not answered."),
       Row{"isSupportScreenCapture", call<&R::isSupportScreenCapture>}
           .in("screen_sharing")
-          .does("Tells what this system can capture.")
+          .does("Gives what this system can capture.")
           .gives(integerField("mode", "what can be captured: 0 nothing, 1 the application's own screen, 2 the whole device, 3 both")),
       Row{"launchScreenKit", call<&R::launchScreenKit>}
           .in("screen_sharing")
           .does("Starts the screen-broadcast extension. It is answered when the extension has started. On systems before 12.0 nothing is started, and the answer is a success at once.")
-          .fails({kBadParameter, "not support launchScreenKit", "the system is older than 11.0"})
+          .fails(error::noLaunch)
           .answers(Answered::later)
-          .unanswered("the extension does not start, or another launch replaces it"),
+          .unanswered("the extension does not start, another notification of the extension comes before that it has started, or another launch replaces it"),
       Row{"startScreenCapture", call<&R::startScreenCapture>}
           .in("screen_sharing")
           .does("Starts to share the screen. It is answered with the event \"onScreenCaptureStarted\", if the engine sends that on the main thread; rely on the event.")
           .gives(userIdField)
           .gives(integerField("reason", "always 0"))
-          .fails({kNotAvailable, "not support screencapture", "the system is older than 13.0 for mode 1, than 11.0 for mode 2"})
+          .fails(error::noCapture)
           .answers(Answered::later)
           .unanswered("the engine sends the event on a thread of its own, another start replaces it, or the capture does not start"),
       Row{"pauseScreenCapture", call<&R::pauseScreenCapture>}
           .in("screen_sharing")
           .does("Pauses screen capture. The answer is an error record with the engine's result, 0 for success.")
-          .fails({0, "pauseScreenCapture call failed", "the engine refuses: its result", VEMOModule::KOBU}).fails(noCapture),
+          .fails(error::pauseFailed).fails(error::noCaptureControl),
       Row{"resumeScreenCapture", call<&R::resumeScreenCapture>}
           .in("screen_sharing")
           .does("Goes on with screen capture. The answer is an error record with the engine's result, 0 for success.")
-          .fails({0, "resumeScreenCapture call failed", "the engine refuses: its result", VEMOModule::KOBU}).fails(noCapture),
+          .fails(error::resumeFailed).fails(error::noCaptureControl),
       Row{"stopScreenCapture", call<&R::stopScreenCapture>}
           .in("screen_sharing")
           .does("Ends screen capture. The answer is an error record with the engine's result, 0 for success.")
-          .fails({0, "stopScreenCapture call failed", "the engine refuses: its result", VEMOModule::KOBU}).fails(noCapture),
+          .fails(error::stopFailed).fails(error::noCaptureControl),
   };
   // clang-format on
 

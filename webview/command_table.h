@@ -5,6 +5,7 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -23,16 +24,17 @@ enum class Answered : std::uint8_t {
   once,   ///< when its handler returns
   later,  ///< once, when the engine, the user or a download has answered
   many    ///< again and again
+  // No command is never answered; one that is would be told here.
 };
 
-/// What must be there for a command to be more than refused.
+/// What must be there for a command to be more than refused. The frame sees to it.
 enum class Guard : std::uint8_t { none, engine, room };
 
-/// How a command's wrapper differs from the others.
-enum class Wrapper : std::uint8_t {
-  logged,     ///< a record of the call; refused without a web view
+/// What is logged of a command beside its own records, and checked meanwhile.
+enum class Logging : std::uint8_t {
+  entry,      ///< a record of the call; refused without a web view
   announced,  ///< the same, after a line in the system log
-  bare        ///< straight to the handler: no record, no web view needed
+  none        ///< straight to the handler: no record, no web view needed
 };
 
 /// A field of a reply's value. `members` tells those of an object, or of a list's elements,
@@ -44,14 +46,6 @@ struct ResultField {
   boost::json::array (*members)() = nullptr;
   std::string_view record = {};
   std::string_view orText = {};  // which stands for the value at times
-};
-
-/// A way in which a command fails; an empty text is the engine's, or a device's, own.
-struct ErrorWords {
-  std::int64_t code = 0;
-  std::string_view text;
-  std::string_view when;
-  VEMOModule module = VEMOModule::JS;
 };
 
 /// At most `Capacity` values, in a table that is made when compiled.
@@ -81,7 +75,7 @@ struct CommandTable {
   ///
   /// The frame around the handlers stands in the source once, so the line of its own code
   /// would say nothing of the command. The records that it writes say the row instead, with
-  /// a site number for a line: the row's line for the call itself, plus a thousand for each
+  /// a number of their own for a line: the row's line for the call itself, plus a thousand for each
   /// further kind of record.
   struct Row {
    private:  // first, as clang needs it before its constant calls
@@ -96,18 +90,21 @@ struct CommandTable {
     static constexpr std::uint_least32_t kNoWebView = 1000;
     static constexpr std::uint_least32_t kNoEngine = 2000;
     static constexpr std::uint_least32_t kNoParameter = 3000;  // and more for the next ones
+    static constexpr std::uint_least32_t kNoRoom = 100'000;    // beyond any parameter's
 
     constexpr Row(std::string_view command, Action whatItDoes,
-                  std::string_view textWithoutParameter = {}, Place place = Place::here())
+                  std::string_view textWithoutParameter = {}, Place at = Place::here())
         : name(command),
           action(whatItDoes),
           badParameter(textWithoutParameter),
-          site(place),
+          place(at),
           guard(whatItDoes.guard) {}
 
-    constexpr Row wrapped(Wrapper kind) const {
-      return with([&](Row& row) { row.wrapper = kind; });
+    constexpr Row logged(Logging what) const {
+      return with([&](Row& row) { row.logging = what; });
     }
+    /// For more than the handler's arguments say: a room; or an engine that the handler itself
+    /// looks for.
     constexpr Row guarded(Guard by) const {
       return with([&](Row& row) { row.guard = by; });
     }
@@ -124,37 +121,54 @@ struct CommandTable {
     constexpr Row fails(const ErrorWords& error) const {
       return with([&](Row& row) { row.errors.add(error); });
     }
-    /// Fails with `text` unless one of the two is given; either will do.
-    constexpr Row needsOneOf(std::string_view one, std::string_view other,
-                             std::string_view text) const {
+    /// Fails with `error` unless one of these parameters is given; any will do.
+    template <class... P>
+    constexpr Row needsOneOf(const ErrorWords& error) const {
       return with([&](Row& row) {
-        row.anyOf.add(one);
-        row.anyOf.add(other);
-        row.textWithoutAny = text;
+        (row.anyOf.add(P::words.name), ...);
+        row.textWithoutAny = error.text;
       });
     }
+    /// The same of flags: fails with `error` unless one of them is true.
+    template <class... P>
+    constexpr Row needsOneTrue(const ErrorWords& error) const {
+      return needsOneOf<P...>(error).with([](Row& row) { row.anyTrue = true; });
+    }
     /// Succeeds without doing anything when this parameter is not given.
-    constexpr Row doesNothingWithout(std::string_view parameter) const {
-      return with([&](Row& row) { row.nothingWithout = parameter; });
+    template <class P>
+    constexpr Row doesNothingWithout() const {
+      return with([](Row& row) { row.nothingWithout = P::words.name; });
     }
     constexpr Row answers(Answered how) const {
       return with([&](Row& row) { row.answered = how; });
     }
+    /// For a command that is answered otherwise when its message has a "nativecb".
+    constexpr Row answersNativecb(Answered how) const {
+      return with([&](Row& row) { row.answeredNativecb = how; });
+    }
     constexpr Row unanswered(std::string_view when) const {
       return with([&](Row& row) { row.unansweredWhen = when; });
     }
+    /// For a command that is answered once as a rule.
+    constexpr Row answeredAgain(std::string_view when) const {
+      return with([&](Row& row) { row.answeredAgainWhen = when; });
+    }
 
-    Place placeOf(std::uint_least32_t record = 0) const { return {site.file, site.line + record}; }
+    Place placeOf(std::uint_least32_t record = 0) const {
+      return {place.file, place.line + record};
+    }
 
     std::string_view name;
     Action action;
     std::string_view badParameter;
-    Place site;
+    Place place;
     Guard guard;
-    Wrapper wrapper = Wrapper::logged;
+    Logging logging = Logging::entry;
     Answered answered = Answered::once;
-    std::string_view subject, about, unansweredWhen;
+    std::optional<Answered> answeredNativecb = {};
+    std::string_view subject, about, unansweredWhen, answeredAgainWhen;
     Few<std::string_view, 2> anyOf;
+    bool anyTrue = false;
     std::string_view textWithoutAny, nothingWithout;
     Few<ResultField, 5> result;
     Few<ErrorWords, 3> errors;
@@ -184,10 +198,16 @@ struct CommandTable {
                                  &telling::parameters<List...>,
                                  &telling::textWithoutParams<List...>};
 
-  static void fail(Router& router, const Row& row, VEMOJSMsgItem& item, std::string_view paramsText,
-                   const Failure& failure);
+  static void failed(Router& router, const Row& row, const Call& call, const Failure& failure);
 
-  static Failure noEngine(const Row& row) { return notInitialised(row.placeOf(Row::kNoEngine)); }
+  /// Why a command may not run, if it may not: an engine is what it needs at least.
+  static Outcome guard(const Router& router, const Row& row, const KOBUCloud* engine) {
+    if (!engine) return fail(error::noEngine, row.placeOf(Row::kNoEngine));
+    if (row.guard == Guard::room && !router.room_.entered) {
+      return fail(error::noRoom, row.placeOf(Row::kNoRoom));
+    }
+    return success;
+  }
   template <class Missing>
   static Failure noParameter(const Row& row, const Missing& missing) {
     const auto record =
@@ -216,10 +236,10 @@ struct CommandTable {
 template <auto Operation, class... List>
 Outcome CommandTable::callEngine(Router& router, const Row& row, const Call& call) {
   const auto engine = router.sharedKOBU_.load();
-  if (!engine) return noEngine(row);
+  if (auto refused = guard(router, row, engine.get())) return refused;
   // Read once: for a record that is most of the work.
-  const std::tuple values{Listed<List>::found(call.item->params())...};
-  if (const auto missing = Command<List...>::missingIn(values)) return noParameter(row, *missing);
+  const auto values = Params<List...>(call.params()).taken();
+  if (const auto missing = Params<List...>::missingIn(values)) return noParameter(row, *missing);
   auto& owner = ownerOf(*engine, ownerType(Operation));
   std::apply(
       [&](const auto&... value) {
@@ -233,7 +253,7 @@ template <class... List, Outcome (VEMOKOBUMsgRouter::*Handler)(KOBUCloud&, const
 struct CommandTable::HandlerOf<Handler> {
   static Outcome run(Router& router, const Row& row, const Call& call) {
     const auto engine = router.sharedKOBU_.load();
-    if (!engine) return noEngine(row);
+    if (auto refused = guard(router, row, engine.get())) return refused;
     const Command<List...> command(call);
     if (const auto missing = command.missing()) return noParameter(row, *missing);
     return (router.*Handler)(*engine, command);

@@ -42,33 +42,30 @@ boost::json::object itemJson(const VEMOJSMsgItem& item) {
 
 Outcome VEMOKOBUMsgRouter::startSpeedTest(
     KOBUCloud& engine, const Command<param::SdkAppId, param::UserId, param::UserSig>& command) {
-  command.item->setIsAsyncTask(true);
+  command.answerLater();
   engine.startSpeedTest(
       command.get<param::SdkAppId>(), std::string(command.get<param::UserId>()),
       std::string(command.get<param::UserSig>()),
-      weakly([item = command.item, webView = command.webView,
-              paramsText = std::string(command.paramsText)](
+      weakly([answer = command.answer(), paramsText = std::string(command.paramsText)](
                  VEMOKOBUMsgRouter& router, const Shared<KOBUSpeedTestResult>& result,
                  std::int64_t completed, std::int64_t total) {
         // The message alone tells the end from what comes before it; the code stays 0.
         const std::string state = completed == total ? "done" : "ing";
-        setError(*item, VEMOModule::KOBU, 0, state);
         router.logRouter(DUNLogParam::kInformation, "startSpeedTest", paramsText, Result{0, state},
                          "-[VEMOKOBUMsgRouter startSpeedTest:webView:]");
         boost::json::object value{{"totalCount", total}, {"completedCount", completed}};
         if (result) value["result"] = dictionaryFrom(*result);
-        item->setMsgRetval(std::move(value));
-        item->executeJSCallbackIn(webView);
+        answer.send(VEMOModule::KOBU, 0, state, std::move(value));
       }));
   return success;
 }
 
 Outcome VEMOKOBUMsgRouter::getKOBUStats(const Command<>& command) {
   const auto statistics = diagnostics_.lastStats.take();
-  command.item->setPrintLog(false);
+  command.hideReply();
   if (!statistics) {
     // Two characters of text, not a list: so "nothing new" differs from "nobody".
-    command.item->setMsgRetval({{"RtcInfos", "[]"}});
+    command.setValue({{"RtcInfos", "[]"}});
     return success;
   }
   boost::json::array infos;
@@ -77,7 +74,7 @@ Outcome VEMOKOBUMsgRouter::getKOBUStats(const Command<>& command) {
   for (const auto& stream : statistics->remoteStatistics) {
     if (stream.userId) appendStreamInfo(infos, *stream.userId, stream);
   }
-  command.item->setMsgRetval({{"RtcInfos", std::move(infos)}});
+  command.setValue({{"RtcInfos", std::move(infos)}});
   return success;
 }
 
@@ -100,14 +97,15 @@ void VEMOKOBUMsgRouter::reportEvent(const Text& event) {
   const std::uint32_t roomId = room ? room->roomId : 0;
   boost::json::object params;
   vemo_setSafeObject(params, room ? room->userId : Text{}, "userId");
+  // The largest number, which is -1 made unsigned, is that of no room.
   if (roomId != std::numeric_limits<std::uint32_t>::max()) {
     params["classId"] = std::to_string(roomId);
   }
   params["event"] = *event;
   VEMOJSMsgItem item({"kobu", *function});
   item.setParams(std::move(params));
-  if (const auto webView = base_->webView()) {
-    webView->loadJs(
+  if (const auto page = webView()) {
+    page->loadJs(
         callScript(*function, [&](std::string& script) { appendJsonText(script, itemJson(item)); }),
         true);
   }

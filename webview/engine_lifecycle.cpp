@@ -5,10 +5,10 @@
 namespace vemo {
 
 Outcome VEMOKOBUMsgRouter::initSDK(const Command<>& command) {
-  if (sharedKOBU_.load()) return failure(kNotAvailable, "had initSDK");
+  if (sharedKOBU_.load()) return fail(error::engineThere);
   const std::string message = "sdk version : " + platform_.engineClass.getSDKVersion();
   // Success too is told as an error record, with code 0.
-  setError(*command.item, VEMOModule::JS, 0, message);
+  command.setError(VEMOModule::JS, 0, message);
   logRouter(DUNLogParam::kInformation, "initSDK", command.paramsText, Result{0, message},
             "-[VEMOKOBUMsgRouter initSDK:webView:]");
   const auto engine = platform_.engineClass.sharedInstance();
@@ -31,7 +31,7 @@ Outcome VEMOKOBUMsgRouter::setLogParams(
 }
 
 Outcome VEMOKOBUMsgRouter::getSDKVersion(const Command<>& command) {
-  command.item->setMsgRetval({{"version", platform_.engineClass.getSDKVersion()}});
+  command.setValue({{"version", platform_.engineClass.getSDKVersion()}});
   return success;
 }
 

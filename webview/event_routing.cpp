@@ -14,20 +14,20 @@ Outcome VEMOKOBUMsgRouter::registCallBacks(const Command<Checked<param::Callback
   auto functions = std::make_shared<CallbackNames>();
   if (callbacks) {
     for (const auto& element : **callbacks) {
-      const auto* entry = element.if_object();
-      const auto event = valueOf<param::SdkcbName>(entry);
-      const auto function = valueOf<param::JsRecvcbName>(entry);
+      const param::Callbacks::Element entry(element.if_object());
+      const auto event = entry.get<param::SdkcbName>();
+      const auto function = entry.get<param::JsRecvcbName>();
       if (event && function) (*functions)[std::string(*event)] = *function;
     }
   }
   // The old names go in any case: a failed call leaves none.
-  receivers_.pageFunctions.publish(std::move(functions));
+  eventRouting_.pageFunctions.publish(std::move(functions));
   if (!callbacks) return paramError(param::Callbacks::missing);
   return success;
 }
 
 bool VEMOKOBUMsgRouter::isRegistered(std::string_view event) const {
-  const auto functions = receivers_.pageFunctions.load();
+  const auto functions = eventRouting_.pageFunctions.load();
   return functions && functions->contains(event);
 }
 
@@ -35,15 +35,15 @@ bool VEMOKOBUMsgRouter::isRegistered(std::string_view event) const {
 
 std::vector<std::shared_ptr<VEMOKOBUEventListener>> VEMOKOBUMsgRouter::kobuEventListeners() const {
   std::vector<std::shared_ptr<VEMOKOBUEventListener>> live;
-  live.reserve(receivers_.listeners.size());
-  for (const auto& slot : receivers_.listeners) {
+  live.reserve(eventRouting_.listeners.size());
+  for (const auto& slot : eventRouting_.listeners) {
     if (auto listener = slot.lock()) live.push_back(std::move(listener));
   }
   return live;
 }
 
 void VEMOKOBUMsgRouter::compactListeners() {
-  std::erase_if(receivers_.listeners, [](const auto& slot) { return slot.expired(); });
+  std::erase_if(eventRouting_.listeners, [](const auto& slot) { return slot.expired(); });
 }
 
 void VEMOKOBUMsgRouter::addKOBUEventListener(std::shared_ptr<VEMOKOBUEventListener> listener) {
@@ -51,7 +51,7 @@ void VEMOKOBUMsgRouter::addKOBUEventListener(std::shared_ptr<VEMOKOBUEventListen
   safeRunInMain([listener = std::move(listener)](VEMOKOBUMsgRouter& router) {
     const auto live = router.kobuEventListeners();
     if (std::find(live.begin(), live.end(), listener) != live.end()) return;
-    router.receivers_.listeners.push_back(listener);
+    router.eventRouting_.listeners.push_back(listener);
     router.compactListeners();
   });
 }
@@ -65,14 +65,14 @@ void VEMOKOBUMsgRouter::removeKOBUEventListener(std::shared_ptr<VEMOKOBUEventLis
     // The position among the live listeners is used in the list with its empty slots, so
     // another slot than the listener's own may be the one that goes. That is deliberate:
     // part of the interface as it stands.
-    auto& slots = router.receivers_.listeners;
+    auto& slots = router.eventRouting_.listeners;
     slots.erase(slots.begin() + (found - live.begin()));
     router.compactListeners();
   });
 }
 
 void VEMOKOBUMsgRouter::removeAllKOBUEventListeners() {
-  safeRunInMain([](VEMOKOBUMsgRouter& router) { router.receivers_.listeners.clear(); });
+  safeRunInMain([](VEMOKOBUMsgRouter& router) { router.eventRouting_.listeners.clear(); });
 }
 
 }  // namespace vemo

@@ -30,8 +30,8 @@ void VEMOKOBUMsgRouter::onMain(Work work) {
 template <class Event, class... Args>
 void VEMOKOBUMsgRouter::tellListeners(const Args&... args) {
   if constexpr (requires { Event::listener; }) {
-    if (receivers_.listeners.empty()) return;
-    for (const auto slots = receivers_.listeners; const auto& slot : slots) {
+    if (eventRouting_.listeners.empty()) return;
+    for (const auto slots = eventRouting_.listeners; const auto& slot : slots) {
       if (const auto listener = slot.lock()) (listener.get()->*Event::listener)(args...);
     }
   }

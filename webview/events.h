@@ -124,10 +124,17 @@ struct AppScene : Value<std::int32_t> {
   static constexpr Words words{"appScene", "the scene of the room; 0 outside one"};
 };
 struct FromRole : Value<std::int32_t> {
-  static constexpr Words words{"fromRole", "the role until now; 0 outside a room"};
+  static constexpr Words words{
+      "fromRole",
+      "the own role as the router knows it: that of the enter, or of the last successful switch "
+      "with \"nativecb\" or by the application; a plain \"switchRole\" does not change it; 0 "
+      "outside a room"};
 };
 struct ToRole : Value<std::int64_t> {
-  static constexpr Words words{"toRole", "the role that was asked for; 0 outside a room"};
+  static constexpr Words words{
+      "toRole",
+      "the role that a switch with \"nativecb\" or by the application asked for; says nothing of "
+      "a plain \"switchRole\"; 0 outside a room"};
 };
 
 struct Route : Value<std::int64_t> {
@@ -147,6 +154,9 @@ struct Height : Value<std::int32_t> {
 };
 struct CaptureReason : Value<std::int32_t> {
   static constexpr Words words{"reason", "why, by the engine's numbers"};
+};
+struct NoCaptureReason : Value<std::int32_t> {
+  static constexpr Words words{"reason", "always 0"};
 };
 struct ScreenKitWord : Value<std::string_view> {
   static constexpr Words words{
@@ -251,7 +261,7 @@ struct OnEnterRoom : Event<OwnUserId, field::Elapsed> {
 struct OnExitRoom : Event<OwnUserId, field::ExitReason> {
   static constexpr std::string_view subject = "room_control";
   static constexpr Words words{"onExitRoom",
-                               "The own user is out of the room. Answers \"exitRoom\"."};
+                               "The own user has left the room. Answers \"exitRoom\"."};
   static constexpr auto listener = &Listener::onVEMOExitRoom;
 };
 struct OnSwitchRole : Event<OwnUserId, field::AppScene, field::FromRole, field::ToRole,
@@ -281,19 +291,19 @@ struct OnAudioRouteChanged : Event<OwnUserId, field::Route, field::FromRoute> {
 struct OnUserAudioAvailable : Event<field::AvailableUserId, OwnUserId, field::Available> {
   static constexpr std::string_view subject = "remote_media";
   static constexpr Words words{"onUserAudioAvailable",
-                               "Another user begins or ceases to send sound."};
+                               "Another user starts or stops sending sound."};
   static constexpr auto listener = &Listener::onVEMOUserAudioAvailable;
 };
 struct OnUserVideoAvailable : Event<field::AvailableUserId, OwnUserId, field::Available> {
   static constexpr std::string_view subject = "remote_media";
   static constexpr Words words{"onUserVideoAvailable",
-                               "Another user begins or ceases to send the camera."};
+                               "Another user starts or stops sending the camera."};
   static constexpr auto listener = &Listener::onVEMOUserVideoAvailable;
 };
 struct OnUserSubStreamAvailable : Event<field::AvailableUserId, OwnUserId, field::Available> {
   static constexpr std::string_view subject = "remote_media";
   static constexpr Words words{"onUserSubStreamAvailable",
-                               "Another user begins or ceases to share the screen."};
+                               "Another user starts or stops sharing the screen."};
   static constexpr auto listener = &Listener::onVEMOUserSubStreamAvailable;
 };
 struct OnNetworkQuality
@@ -357,12 +367,11 @@ struct OnMicDidReady : Event<OwnUserId> {
   static constexpr std::string_view subject = "local_audio";
   static constexpr Words words{"onMicDidReady", "The microphone runs."};
 };
-struct OnScreenCaptureStarted : Event<OwnUserId, field::CaptureReason> {
+struct OnScreenCaptureStarted : Event<OwnUserId, field::NoCaptureReason> {
   static constexpr std::string_view subject = "screen_sharing";
-  static constexpr Words words{
-      "onScreenCaptureStarted",
-      "Screen capture has started; \"reason\" is always 0. Answers \"startScreenCapture\" when "
-      "the engine sends it on the main thread."};
+  static constexpr Words words{"onScreenCaptureStarted",
+                               "Screen capture has started. Answers \"startScreenCapture\" when "
+                               "the engine sends it on the main thread."};
 };
 struct OnScreenCapturePaused : Event<OwnUserId, field::CaptureReason> {
   static constexpr std::string_view subject = "screen_sharing";

@@ -5,6 +5,8 @@
 #include "webview/TextForms.h"
 #include "webview/event_routing.h"
 
+// The own microphone, where sound is played, and volumes.
+
 namespace vemo {
 namespace {
 
@@ -31,7 +33,7 @@ SharedList<KOBUVolumeInfo> withOwnId(SharedList<KOBUVolumeInfo> volumes, const T
 
 Outcome VEMOKOBUMsgRouter::startLocalAudio(KOBUCloud&,
                                            const Command<param::AudioQuality>& command) {
-  command.item->setIsAsyncTask(true);
+  command.answerLater();
   innerStartLocalAudio(
       command.get<param::AudioQuality>(),
       loggedAnswer(command, "startLocalAudio", "-[VEMOKOBUMsgRouter startLocalAudio:webView:]"));
@@ -48,7 +50,7 @@ Outcome VEMOKOBUMsgRouter::setAudioVolume(
     const Command<Maybe<param::CaptureVolume>, Maybe<param::PlayoutVolume>>& command) {
   const auto capture = command.get<param::CaptureVolume>();
   const auto playout = command.get<param::PlayoutVolume>();
-  if (!capture && !playout) return paramError("params error");
+  if (!capture && !playout) return fail(error::noVolumeGiven);
   if (capture) engine.setAudioCaptureVolume(*capture);
   if (playout) engine.setAudioPlayoutVolume(*playout);
   return success;
@@ -57,11 +59,11 @@ Outcome VEMOKOBUMsgRouter::setAudioVolume(
 Outcome VEMOKOBUMsgRouter::getAudioVolume(
     KOBUCloud& engine,
     const Command<Or<param::Capture, false>, Or<param::Playout, false>>& command) {
-  boost::json::object volumes(2, command.item->arena());
+  boost::json::object volumes(2, command.arena());
   if (command.get<param::Capture>()) volumes["captureVolume"] = engine.getAudioCaptureVolume();
   if (command.get<param::Playout>()) volumes["playoutVolume"] = engine.getAudioPlayoutVolume();
-  if (volumes.empty()) return paramError("params error");
-  command.item->setMsgRetval(std::move(volumes));
+  if (volumes.empty()) return fail(error::noVolumeGiven);
+  command.setValue(std::move(volumes));
   return success;
 }
 

@@ -2,29 +2,27 @@
 #include "webview/TextForms.h"
 #include "webview/event_routing.h"
 
+// The own camera: how its picture is shown here, encoded and sent, and what is sent instead.
+
 namespace vemo {
-namespace {
-
-constexpr std::int64_t kNoImageData = -2;
-
-}  // namespace
 
 void VEMOKOBUMsgRouter::setCustomRenderSource(const std::shared_ptr<VEMOUIRenderSource>& source) {
-  video_.renderSource.publish(std::make_shared<const std::weak_ptr<VEMOUIRenderSource>>(source));
+  localVideo_.renderSource.publish(
+      std::make_shared<const std::weak_ptr<VEMOUIRenderSource>>(source));
 }
 
 std::shared_ptr<VEMOUIRenderSource> VEMOKOBUMsgRouter::customRenderSource() const {
-  const auto source = video_.renderSource.load();
+  const auto source = localVideo_.renderSource.load();
   return source ? source->lock() : nullptr;
 }
 
 Outcome VEMOKOBUMsgRouter::startLocalPreview(KOBUCloud&,
                                              const Command<Or<param::FrontCamera, true>>& command) {
   const auto source = customRenderSource();
-  if (!source) return paramError("not set render source");
+  if (!source) return fail(error::noOwnSource);
   auto view = source->renderViewOf(curEnteredRoomUserId(), ViewType::camera);
-  if (!view) return paramError("not found self render source").from(VEMOModule::KOBU);
-  command.item->setIsAsyncTask(true);
+  if (!view) return fail(error::noOwnView);
+  command.answerLater();
   innerStartLocalPreview(command.get<param::FrontCamera>(), std::move(view),
                          loggedAnswer(command, "startLocalPreview",
                                       "-[VEMOKOBUMsgRouter startLocalPreview:webView:]"));
@@ -69,7 +67,7 @@ Outcome VEMOKOBUMsgRouter::setVideoMuteImage(
   const std::string url(command.get<param::ImgUrl>());
   if (!platform_.downloads.isUrl(url)) return paramError(param::ImgUrl::missing);
   const auto fps = command.get<param::MuteImageFps>();
-  command.item->setIsAsyncTask(true);
+  command.answerLater();
   platform_.downloads.download(
       url, weakly([answer = plainAnswer(command), fps](VEMOKOBUMsgRouter& router,
                                                        const DownloadResult& result) {
@@ -89,7 +87,8 @@ void VEMOKOBUMsgRouter::useMuteImage(const DownloadResult& result, std::int32_t 
   }
   auto bytes = result.file ? result.file->readAll() : std::nullopt;
   if (!bytes) {
-    answer(VEMOModule::KOBU, kNoImageData, "download image is nil");
+    constexpr auto& words = error::noImageData;
+    answer(words.module, words.code, Text(words.text));
     return;
   }
   platform_.images.decode(

@@ -28,7 +28,7 @@ void VEMOKOBUMsgRouter::callBackToH5(std::string_view name,
 
 void VEMOKOBUMsgRouter::tellPage(std::string_view event, std::optional<std::string_view> payload,
                                  bool needLog) {
-  const auto functions = receivers_.pageFunctions.load();
+  const auto functions = eventRouting_.pageFunctions.load();
   if (!functions) return;
   const auto function = functions->find(event);
   if (function == functions->end() || function->second.empty()) return;

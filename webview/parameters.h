@@ -85,7 +85,7 @@ struct Callbacks : Parameter<const boost::json::array*> {
     return callbacks ? std::optional(callbacks) : std::nullopt;
   }
   static constexpr std::string_view missing = "no callbacks content";
-  using Element = Command<Maybe<SdkcbName>, Maybe<JsRecvcbName>>;
+  using Element = Params<Maybe<SdkcbName>, Maybe<JsRecvcbName>>;
 };
 struct ReportFunc : Parameter<std::string_view> {
   static constexpr Words words{

@@ -12,16 +12,17 @@ void replaceAll(std::string& text, std::string_view what, std::string_view by) {
   }
 }
 
-std::int64_t refusalCode(bool camera) { return camera ? -1314 : -1317; }
-
 }  // namespace
 
 /// What the gate does for one device.
 struct VEMOKOBUMsgRouter::GatedDevice {
   MediaType permission;    // whose status decides
   MediaType asked;         // what the user is asked for
-  bool camera;             // of which device the alert speaks
+  const char* name;        // as the alert calls it
+  const char* usage;       // where the application says what it is for
+  ErrorWords refused;      // its code is that of all answers that are none
   const char* refusal;     // the answer when the user says no
+  const char* dismissal;   // and when the alert is dismissed
   const char* startEvent;  // what is reported of a start
   void (*start)(KOBUCloud& engine, const GateRequest& request);
 };
@@ -29,8 +30,11 @@ struct VEMOKOBUMsgRouter::GatedDevice {
 const VEMOKOBUMsgRouter::GatedDevice VEMOKOBUMsgRouter::kCamera{
     MediaType::video,
     MediaType::video,
-    true,
+    "相机",
+    "NSCameraUsageDescription",
+    error::cameraRefused,
     "user not allowed access camera",
+    "user don't goto setting set camera auth",
     "enable_camera",
     [](KOBUCloud& engine, const GateRequest& request) {
       engine.startLocalPreview(request.frontCamera, request.view);
@@ -41,8 +45,11 @@ const VEMOKOBUMsgRouter::GatedDevice VEMOKOBUMsgRouter::kCamera{
 const VEMOKOBUMsgRouter::GatedDevice VEMOKOBUMsgRouter::kMicrophone{
     MediaType::audio,
     MediaType::video,
-    false,
+    "麦克风",
+    "NSMicrophoneUsageDescription",
+    error::microphoneRefused,
     "user not allowed access mic",
+    "user don't goto setting set mic auth",
     "enable_mic",
     [](KOBUCloud& engine, const GateRequest& request) { engine.startLocalAudio(request.quality); }};
 
@@ -61,7 +68,7 @@ void VEMOKOBUMsgRouter::passGate(const GatedDevice& device, GateRequest request)
   switch (authorization.authorizationStatus(device.permission)) {
     case AuthorizationStatus::denied:
     case AuthorizationStatus::restricted:
-      gotoSystemSetting(device.camera, std::move(request.completion));
+      gotoSystemSetting(device, std::move(request.completion));
       return;
     case AuthorizationStatus::notDetermined:
       authorization.requestAccess(
@@ -70,7 +77,7 @@ void VEMOKOBUMsgRouter::passGate(const GatedDevice& device, GateRequest request)
             if (granted) {
               router.startDevice(device, request);
             } else {
-              request.completion(VEMOModule::KOBU, refusalCode(device.camera), device.refusal);
+              request.completion(VEMOModule::KOBU, device.refused.code, device.refusal);
             }
           }));
       return;
@@ -87,37 +94,31 @@ void VEMOKOBUMsgRouter::startDevice(const GatedDevice& device, const GateRequest
   request.completion(VEMOModule::KOBU, 0, "");
 }
 
-void VEMOKOBUMsgRouter::gotoSystemSetting(bool camera, VEMOCallback completion) {
+void VEMOKOBUMsgRouter::gotoSystemSetting(const GatedDevice& device, VEMOCallback completion) {
   const auto& application = platform_.application;
-  const std::string device = camera ? "相机" : "麦克风";
-  const auto code = refusalCode(camera);
-
   Alert alert;
-  alert.title =
-      "“" + application.information("CFBundleName").value_or("(null)") + "”想访问您的" + device;
-  alert.message =
-      application.information(camera ? "NSCameraUsageDescription" : "NSMicrophoneUsageDescription")
-          .value_or("");
+  alert.title = "“" + application.information("CFBundleName").value_or("(null)") + "”想访问您的" +
+                device.name;
+  alert.message = application.information(device.usage).value_or("");
   if (alert.message.empty()) {
     alert.message = "因%@权限受限，无法正常访问%@，请前往设置%@访问权限。";
-    replaceAll(alert.message, "%@", device);
+    replaceAll(alert.message, "%@", device.name);
   }
   alert.actions.push_back(
-      {"不允许", AlertActionStyle::normal, weakly([camera, code, completion](VEMOKOBUMsgRouter&) {
-         completion(VEMOModule::KOBU, code,
-                    camera ? "user don't goto setting set camera auth"
-                           : "user don't goto setting set mic auth");
+      {"不允许", AlertActionStyle::normal, weakly([&device, completion](VEMOKOBUMsgRouter&) {
+         completion(VEMOModule::KOBU, device.refused.code, device.dismissal);
        })});
   // The microphone's answers speak of the camera too: deliberate, part of the interface.
   alert.actions.push_back(
       {"前往设置", AlertActionStyle::destructive,
-       weakly([code, completion = std::move(completion)](VEMOKOBUMsgRouter& router) {
+       weakly([&device, completion = std::move(completion)](VEMOKOBUMsgRouter& router) {
          auto& settings = router.platform_.application;
          if (!settings.canOpenSettings()) {
-           completion(VEMOModule::KOBU, code, "app can't goto setting set camera auth");
+           completion(VEMOModule::KOBU, device.refused.code,
+                      "app can't goto setting set camera auth");
            return;
          }
-         completion(VEMOModule::KOBU, code, "goto setting set camera auth");
+         completion(VEMOModule::KOBU, device.refused.code, "goto setting set camera auth");
          settings.openSettings();
        })});
   platform_.alerts.present(std::move(alert));

@@ -101,7 +101,7 @@ std::string_view textWithoutParams(const CommandTable::Row& row) {
 json::array errorsOf(const CommandTable::Row& row, const json::array& params) {
   json::array told;
   if (row.guard != Guard::none) {
-    told.push_back(tell(ErrorWords{kNotAvailable, "not initSDK", "there is no engine"}));
+    told.push_back(tell(error::noEngine));
   }
   std::vector<std::string> texts;
   for (const auto& param : params) {
@@ -118,7 +118,8 @@ json::array errorsOf(const CommandTable::Row& row, const json::array& params) {
     for (const auto name : row.anyOf.all()) {
       when.append(when.empty() ? "neither \"" : " nor \"").append(name).append("\"");
     }
-    told.push_back(tell(ErrorWords{kBadParameter, row.textWithoutAny, when + " is given"}));
+    when += row.anyTrue ? " is true" : " is given";
+    told.push_back(tell(ErrorWords{kBadParameter, row.textWithoutAny, when}));
   }
   for (const auto& error : row.errors.all()) told.push_back(tell(error));
   return told;
@@ -131,18 +132,21 @@ json::object tell(const CommandTable::Row& row) {
                     {"about", row.about},
                     {"guard", nameOf(row.guard)},
                     {"answered", nameOf(row.answered)}};
+  if (row.answeredNativecb) told["answeredWithNativecb"] = nameOf(*row.answeredNativecb);
   if (!row.unansweredWhen.empty()) told["unansweredWhen"] = row.unansweredWhen;
+  if (!row.answeredAgainWhen.empty()) told["answeredAgainWhen"] = row.answeredAgainWhen;
   if (const auto text = textWithoutParams(row); !text.empty()) told["onNoParams"] = text;
   if (row.anyOf.count != 0) {
     const auto names = row.anyOf.all();
-    told["anyOf"] = json::array(names.begin(), names.end());
+    told[row.anyTrue ? "anyTrue" : "anyOf"] = json::array(names.begin(), names.end());
   }
   if (!row.nothingWithout.empty()) told["nothingWithout"] = row.nothingWithout;
   json::array result;
   for (const auto& field : row.result.all()) result.push_back(tell(field));
-  told["errors"] = errorsOf(row, params);
+  auto errors = errorsOf(row, params);
   told["params"] = std::move(params);
   told["result"] = std::move(result);
+  told["errors"] = std::move(errors);
   return told;
 }
 

@@ -3,28 +3,16 @@
 // Other users: what is shown and heard of them, and what they do.
 
 namespace vemo {
-namespace {
-
-Failure noRenderSource(Place site = Place::here()) {
-  return failure(kNotAvailable, "no render source", site).from(VEMOModule::KOBU);
-}
-
-Failure noRenderView(Place site = Place::here()) {
-  return failure(kNotAvailable, "no found render view", site).from(VEMOModule::KOBU);
-}
-
-}  // namespace
-
 // ---- Views and render parameters
 
 Outcome VEMOKOBUMsgRouter::startRemoteView(
     KOBUCloud& engine, const Command<param::UserId, param::StreamType>& command) {
   const std::string userId(command.get<param::UserId>());
   const auto source = customRenderSource();
-  if (!source) return noRenderSource();
+  if (!source) return fail(error::noSource);
   // The camera view serves every stream type here.
   auto view = source->renderViewOf(userId, ViewType::camera);
-  if (!view) return noRenderView();
+  if (!view) return fail(error::noView);
   engine.startRemoteView(userId, command.get<param::StreamType>(), std::move(view));
   return success;
 }
@@ -33,9 +21,9 @@ Outcome VEMOKOBUMsgRouter::startRemoteSubStreamView(KOBUCloud& engine,
                                                     const Command<param::UserId>& command) {
   const std::string userId(command.get<param::UserId>());
   const auto source = customRenderSource();
-  if (!source) return noRenderSource();
+  if (!source) return fail(error::noSource);
   auto view = source->renderViewOf(userId, ViewType::subStream);
-  if (!view) return noRenderView();
+  if (!view) return fail(error::noView);
   engine.startRemoteView(userId, kKOBUStreamTypeSub, std::move(view));
   return success;
 }

@@ -6,7 +6,8 @@
 #include "webview/TextForms.h"
 #include "webview/event_routing.h"
 
-// The own user in a room: entering, leaving, changing the role, and the connection.
+// The own user in a room: entering, leaving, changing the role, and the connection; and the
+// errors of the engine, of which those of entering end that.
 
 namespace vemo {
 namespace {
@@ -34,12 +35,10 @@ bool VEMOKOBUMsgRouter::isOwnUser(const Text& userId) const {
 /// The completion that answers a room command: {"userId", `numberKey`: number} beside an
 /// error record that is set whatever the code.
 VEMORoomCallback VEMOKOBUMsgRouter::roomAnswer(const Call& call, std::string_view numberKey) {
-  return weakly([item = call.item, webView = call.webView, numberKey](
-                    VEMOKOBUMsgRouter&, VEMOModule module, std::int64_t code, const Text& desc,
-                    const Text& uid, std::int64_t number) {
-    setError(*item, module, code, desc);
-    item->setMsgRetval({{"userId", idOrNull(uid)}, {numberKey, number}});
-    item->executeJSCallbackIn(webView);
+  return weakly([answer = call.answer(), numberKey](VEMOKOBUMsgRouter&, VEMOModule module,
+                                                    std::int64_t code, const Text& desc,
+                                                    const Text& uid, std::int64_t number) {
+    answer.send(module, code, desc, {{"userId", idOrNull(uid)}, {numberKey, number}});
   });
 }
 
@@ -55,7 +54,7 @@ Outcome VEMOKOBUMsgRouter::enterRoom(
   platform_.logger.updateLogConfig(
       [&](DUNLoggerConfig& config) { config.sdkAppId = record->sdkAppId; });
   room_.entered = false;
-  command.item->setIsAsyncTask(true);
+  command.answerLater();
   setAppScene(*record, command.get<param::AppScene>());
   const auto params = std::make_shared<const KOBUParams>(std::move(*record));
   vemoEnterRoom(params, appScene(*params), roomAnswer(command, "elapsed"));
@@ -64,9 +63,9 @@ Outcome VEMOKOBUMsgRouter::enterRoom(
 
 Outcome VEMOKOBUMsgRouter::exitRoom(const Command<>& command) {
   room_.entered = false;  // also without an engine
-  if (!sharedKOBU_.load()) return notInitialised();
+  if (!sharedKOBU_.load()) return fail(error::noEngine);
   platform_.notifications.post(VEMOStartExitClassRoomNotify);
-  command.item->setIsAsyncTask(true);
+  command.answerLater();
   zebExitRoom(roomAnswer(command, "reason"));
   return success;
 }
@@ -146,21 +145,18 @@ void VEMOKOBUMsgRouter::failEnter(std::int32_t errCode, const Text& errMsg) {
 
 // ---- The role
 
-Outcome VEMOKOBUMsgRouter::switchRole(KOBUCloud& engine,
-                                      const Command<Checked<param::Role>>& command) {
-  if (!room_.entered) return failure(kNotInRoom, "not enter room");
+Outcome VEMOKOBUMsgRouter::switchRole(KOBUCloud& engine, const Command<param::Role>& command) {
   const auto role = command.get<param::Role>();
-  if (!role) return paramError(param::Role::missing);
-  if (command.item->nativecb().empty()) {
-    engine.switchRole(*role);
+  if (command.nativecb().empty()) {
+    engine.switchRole(role);
     return success;
   }
   // From here on only the switch answers; a role that is neither never does.
-  command.item->setIsAsyncTask(true);
+  command.answerLater();
   auto answer = plainAnswer(command);
-  if (*role == kKOBURoleAnchor) {
+  if (role == kKOBURoleAnchor) {
     switchToAnchorRole(std::move(answer));
-  } else if (*role == kKOBURoleAudience) {
+  } else if (role == kKOBURoleAudience) {
     switchToAudienceRole(std::move(answer));
   }
   return success;

@@ -4,6 +4,8 @@
 #include "webview/TextForms.h"
 #include "webview/event_routing.h"
 
+// Capturing the screen, and the broadcast extension that captures the whole device.
+
 namespace vemo {
 namespace {
 
@@ -30,17 +32,17 @@ std::int32_t VEMOKOBUMsgRouter::kobuScreenCaptureSupportMode() const {
 }
 
 Outcome VEMOKOBUMsgRouter::isSupportScreenCapture(const Command<>& command) {
-  command.item->setMsgRetval({{"mode", kobuScreenCaptureSupportMode()}});
+  command.setValue({{"mode", kobuScreenCaptureSupportMode()}});
   return success;
 }
 
 Outcome VEMOKOBUMsgRouter::launchScreenKit(const Command<>& command) {
-  if (!platform_.system.isAtLeast(11, 0, 0)) return paramError("not support launchScreenKit");
+  if (!platform_.system.isAtLeast(11, 0, 0)) return fail(error::noLaunch);
   // On 11.x the command deliberately leaves no trace: no launch, no error, no value.
   if (!platform_.system.isAtLeast(12, 0, 0)) return success;
   platform_.extensionLauncher.launch();
-  command.item->setIsAsyncTask(true);
-  sharing_.launchCallback.publish(stored(plainAnswer(command)));
+  command.answerLater();
+  screenSharing_.launchCallback.publish(stored(plainAnswer(command)));
   return success;
 }
 
@@ -56,7 +58,7 @@ Outcome VEMOKOBUMsgRouter::startScreenCapture(
 
   const bool inApp = mode == kCaptureInApp;
   if (!platform_.system.isAtLeast(inApp ? 13 : 11, 0, 0)) {
-    return failure(kNotAvailable, "not support screencapture");
+    return fail(error::noCapture);
   }
   // The leading blank of the second text is part of it.
   const std::string_view prefix = inApp ? "" : " startScreenCaptureByReplaykit ";
@@ -68,13 +70,12 @@ Outcome VEMOKOBUMsgRouter::startScreenCapture(
   } else {
     engine.startScreenCaptureByReplaykit(*encoder, appGroup);
   }
-  command.item->setIsAsyncTask(true);
-  sharing_.startCallback.publish(stored(VEMOCallback(weakly(
-      [item = command.item, webView = command.webView](VEMOKOBUMsgRouter& router, VEMOModule module,
-                                                       std::int64_t code, const Text& desc) {
-        setError(*item, module, code, desc);
-        item->setMsgRetval({{"userId", cleaned(router.curEnteredRoomUserId())}, {"reason", 0}});
-        item->executeJSCallbackIn(webView);
+  command.answerLater();
+  screenSharing_.startCallback.publish(stored(
+      VEMOCallback(weakly([answer = command.answer()](VEMOKOBUMsgRouter& router, VEMOModule module,
+                                                      std::int64_t code, const Text& desc) {
+        answer.send(module, code, desc,
+                    {{"userId", cleaned(router.curEnteredRoomUserId())}, {"reason", 0}});
       }))));
   return success;
 }
@@ -83,29 +84,28 @@ Outcome VEMOKOBUMsgRouter::startScreenCapture(
 /// record of it.
 Outcome VEMOKOBUMsgRouter::controlScreenCapture(KOBUCloud& engine, const Call& call,
                                                 std::int64_t (KOBUCloud::*operation)(),
-                                                const char* failureText) {
+                                                const ErrorWords& failed) {
   if (!platform_.system.isAtLeast(11, 0, 0)) {
-    setError(*call.item, VEMOModule::KOBU, kNotAvailable, "not support screencapture");
+    constexpr auto& words = error::noCaptureControl;
+    call.setError(words.module, words.code, Text(words.text));
     return success;
   }
   const auto result = (engine.*operation)();
-  setError(*call.item, VEMOModule::KOBU, result, result != 0 ? Text(failureText) : Text{});
+  call.setError(failed.module, result, result != 0 ? Text(failed.text) : Text{});
   return success;
 }
 
 Outcome VEMOKOBUMsgRouter::pauseScreenCapture(KOBUCloud& engine, const Command<>& command) {
-  return controlScreenCapture(engine, command, &KOBUCloud::pauseScreenCapture,
-                              "pauseScreenCapture call failed");
+  return controlScreenCapture(engine, command, &KOBUCloud::pauseScreenCapture, error::pauseFailed);
 }
 
 Outcome VEMOKOBUMsgRouter::resumeScreenCapture(KOBUCloud& engine, const Command<>& command) {
   return controlScreenCapture(engine, command, &KOBUCloud::resumeScreenCapture,
-                              "resumeScreenCapture call failed");
+                              error::resumeFailed);
 }
 
 Outcome VEMOKOBUMsgRouter::stopScreenCapture(KOBUCloud& engine, const Command<>& command) {
-  return controlScreenCapture(engine, command, &KOBUCloud::stopScreenCapture,
-                              "stopScreenCapture call failed");
+  return controlScreenCapture(engine, command, &KOBUCloud::stopScreenCapture, error::stopFailed);
 }
 
 // ---- Notifications of the broadcast extension
@@ -128,12 +128,12 @@ void VEMOKOBUMsgRouter::unregisterScreenKitNotifications() {
 
 void VEMOKOBUMsgRouter::onRecvScreenKitNotify(const std::string& name) {
   if (name == kVEMOScreenKit_Started_Notify) {
-    if (const auto answer = sharing_.launchCallback.load()) {
+    if (const auto answer = screenSharing_.launchCallback.load()) {
       (*answer)(VEMOModule::KOBU, 0, std::nullopt);
     }
   }
   // Whatever came, a launch under way is over: one that did not start is never answered.
-  sharing_.launchCallback.clear();
+  screenSharing_.launchCallback.clear();
   const auto word = eventWord(name);
   if (word.empty()) return;
   tell<event::OnScreenKitEvent>("-[VEMOKOBUMsgRouter onRecvScreenKitNotify:]", word);
@@ -143,9 +143,9 @@ void VEMOKOBUMsgRouter::onRecvScreenKitNotify(const std::string& name) {
 
 void VEMOKOBUMsgRouter::onScreenCaptureStarted() {
   auto payload = event::OnScreenCaptureStarted::payload(curEnteredRoomUserId(), std::int32_t{0});
-  if (sharing_.startCallback.load()) {
+  if (screenSharing_.startCallback.load()) {
     safeRunInMain([](VEMOKOBUMsgRouter& router) {
-      if (const auto answer = router.sharing_.startCallback.load()) {
+      if (const auto answer = router.screenSharing_.startCallback.load()) {
         (*answer)(VEMOModule::KOBU, 0, std::nullopt);
       }
     });
@@ -153,7 +153,7 @@ void VEMOKOBUMsgRouter::onScreenCaptureStarted() {
   // Cleared here, on the event's thread: an answer that had to hop finds nothing to call,
   // unless a newer start has taken the slot. That is part of the interface as it stands; the
   // page is told by the event in any case.
-  sharing_.startCallback.clear();
+  screenSharing_.startCallback.clear();
   logEvent<event::OnScreenCaptureStarted>(payload.text(), std::nullopt,
                                           "-[VEMOKOBUMsgRouter onScreenCaptureStarted]");
   onMain([payload = std::move(payload)](VEMOKOBUMsgRouter& router) {

@@ -148,7 +148,7 @@ void addInstead(boost::json::object& told, const Or<P, Instead>&) {
 inline void addInstead(boost::json::object&, const auto&) {}
 
 template <class... List>
-boost::json::array parametersOf(const Command<List...>* /*list*/);
+boost::json::array parametersOf(const Params<List...>* /*list*/);
 
 /// Adds what the entry of a list says of its parameter: one object, or for a record one
 /// for each of its properties.
@@ -218,7 +218,7 @@ boost::json::array parameters(std::string_view rowsText) {
 }
 
 template <class... List>
-boost::json::array parametersOf(const Command<List...>* /*list*/) {
+boost::json::array parametersOf(const Params<List...>* /*list*/) {
   return parameters<List...>({});
 }
 

@@ -17,19 +17,34 @@
 namespace {
 
 constexpr int kFailure = 2;
-constexpr std::string_view kUsage =
-    "usage: vemo-broadcast [started|paused|resumed|finished]...\n"
-    "Posts the notifications of a screen broadcast on the session bus, in the order of the\n"
-    "arguments; without arguments, those named by the lines of standard input.\n"
-    "Exit status: 0 done, 2 an event is unknown or the session bus does not take it.\n";
+
+/// The words of all events, with `between` them and `last` before the last.
+std::string allWords(std::string_view between, std::string_view last) {
+  std::string words;
+  for (const auto& event : vemo::kScreenKitNotifications) {
+    if (&event != &vemo::kScreenKitNotifications.front()) {
+      words += &event == &vemo::kScreenKitNotifications.back() ? last : between;
+    }
+    words += event.event;
+  }
+  return words;
+}
+
+std::string usage() {
+  return "usage: vemo-broadcast [" + allWords("|", "|") +
+         "]...\n"
+         "Posts the notifications of a screen broadcast on the session bus, in the order of the\n"
+         "arguments; without arguments, those named by the lines of standard input.\n"
+         "Exit status: 0 done, 2 an event is unknown or the session bus does not take it.\n";
+}
 
 /// The event called `word`; null, once that was said, when there is none.
 const vemo::ScreenKitNotification* eventCalled(std::string_view word, const std::string& where) {
   const auto* const event =
       std::ranges::find(vemo::kScreenKitNotifications, word, &vemo::ScreenKitNotification::event);
   if (event != vemo::kScreenKitNotifications.end()) return event;
-  std::cerr << "vemo-broadcast: " << where << "there is no event \"" << word
-            << "\"; there are started, paused, resumed and finished\n";
+  std::cerr << "vemo-broadcast: " << where << "there is no event \"" << word << "\"; there are "
+            << allWords(", ", " and ") << '\n';
   return nullptr;
 }
 
@@ -51,7 +66,7 @@ int postLines(vemo::CrossProcessNotificationCenter& center) {
 int main(int argc, char** argv) {
   const std::vector<std::string_view> words(argv + 1, argv + argc);
   if (std::find(words.begin(), words.end(), "--help") != words.end()) {
-    std::cout << kUsage;
+    std::cout << usage();
     return 0;
   }
   std::vector<const vemo::ScreenKitNotification*> events;

@@ -1,7 +1,6 @@
 #include "Device.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstddef>
 #include <ranges>
 #include <string_view>
@@ -28,20 +27,8 @@ template <class Names>
                       didYouMean(key, known));
 }
 
-/// "17.0.0", or less of it: the rest is 0.
-std::array<int, 3> readVersion(const json::value& value) {
-  const auto text = read<std::string>(value, "os");
-  std::array<int, 3> version{};
-  const char* at = text.data();
-  const char* const end = at + text.size();
-  for (auto& number : version) {
-    if (at == end || *at < '0' || *at > '9') break;  // no sign: from_chars would take "-"
-    const auto [next, problem] = std::from_chars(at, end, number);
-    if (problem != std::errc{}) break;
-    if (next == end) return version;
-    if (*next != '.') break;
-    at = next + 1;
-  }
+Version readVersion(const json::value& value) {
+  if (const auto version = versionFrom(read<std::string>(value, "os"))) return *version;
   throw ScenarioError("os must be a version such as \"17.0.0\"");
 }
 

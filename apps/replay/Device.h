@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <boost/json/object.hpp>
 #include <cstdint>
 #include <map>
@@ -8,6 +7,7 @@
 #include <string>
 
 #include "bridge/DownloadService.h"
+#include "platform/Version.h"
 
 namespace vemo::replay {
 
@@ -19,9 +19,9 @@ struct DownloadOutcome {
   bool later = false;  ///< whether that is known later, when a step says so
 };
 
-/// The phone as a scenario sets it: everything that the router can ask of it.
+/// The device as a scenario sets it: everything that the router can ask of it.
 struct Device {
-  std::array<int, 3> os{17, 0, 0};
+  Version os{17, 0, 0};
   std::int32_t camera = 3;
   std::int32_t microphone = 3;
   std::map<std::string, std::string, std::less<>> bundle{{"CFBundleName", "Classroom"}};

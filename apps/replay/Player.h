@@ -22,7 +22,7 @@
 
 namespace vemo::replay {
 
-/// A router on a phone that does nothing by itself, and the scenario's hand on both.
+/// A router on a device that does nothing by itself, and the scenario's hand on both.
 /// The thread that makes it is the main thread, and the only one that may use it.
 class Player {
  public:

@@ -1,7 +1,6 @@
 #include "simulator/Phone.h"
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <boost/json/parse.hpp>
 #include <boost/json/value.hpp>
@@ -224,14 +223,10 @@ std::string Phone::handleNetwork(const boost::json::object& frame) {
 }
 
 std::string Phone::handleBroadcast(const boost::json::object& frame) {
-  constexpr std::array<ScreenKitNotification, 4> kEvents{
-      {{"Started", kVEMOScreenKit_Started_Notify},
-       {"Paused", kVEMOScreenKit_Paused_Notify},
-       {"Resumed", kVEMOScreenKit_Resumed_Notify},
-       {"Finished", kVEMOScreenKit_Finished_Notify}}};
   const auto word = vemo_safeNSStringForKey(&frame, "event").value_or("");
-  const auto* const event = std::ranges::find(kEvents, word, &ScreenKitNotification::event);
-  if (event == kEvents.end()) return "the broadcast has no such event";
+  const auto* const event =
+      std::ranges::find(kScreenKitNotifications, word, &ScreenKitNotification::event);
+  if (event == kScreenKitNotifications.end()) return "the broadcast has no such event";
   parts_->extensionNotifications.post(event->name);
   return {};
 }

@@ -10,7 +10,7 @@ std::shared_ptr<NativeView> PhoneScreen::renderViewOf(const Text& userId, ViewTy
   return std::make_shared<PhoneView>(*userId, viewType);
 }
 
-boost::json::array PhoneScreen::pictures(const EngineSnapshot& phone) {
+boost::json::array PhoneScreen::pictures(const EngineSnapshot& engine) {
   boost::json::array pictures;
   std::map<std::shared_ptr<VEMOImage>, std::int64_t> shown;
   const auto add = [&](const auto& native, const Picture& picture, bool own) {
@@ -31,8 +31,8 @@ boost::json::array PhoneScreen::pictures(const EngineSnapshot& phone) {
                         {"mirror", picture.mirror},
                         {"drawing", dictionaryFrom(picture.drawing)}});
   };
-  add(phone.video.view, phone.ownPicture, true);
-  for (const auto& remote : phone.remoteViews) add(remote.view, remote.picture, false);
+  add(engine.video.view, engine.ownPicture, true);
+  for (const auto& remote : engine.remoteViews) add(remote.view, remote.picture, false);
   images_ = std::move(shown);
   return pictures;
 }

@@ -37,7 +37,7 @@ class PhoneScreen final : public VEMOUIRenderSource {
 
   /// What the views show in `phone`, for the page's frame to draw: those that show
   /// something, the own one first. A mute image goes by a number.
-  boost::json::array pictures(const EngineSnapshot& phone);
+  boost::json::array pictures(const EngineSnapshot& engine);
 
   /// The mute images that pictures() has numbered since the last call, with "id" and the
   /// members of Thumbnail::frame.

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <optional>
 #include <string_view>
 #include <utility>
 
 #include "json/Lookup.h"
+#include "platform/Version.h"
 
 namespace vemo {
 namespace {
@@ -25,21 +25,6 @@ std::optional<AuthorizationStatus> statusOf(std::string_view name) {
   return static_cast<AuthorizationStatus>(found - kStatusNames.begin());
 }
 
-// One to three numbers joined by dots; what is left out is 0.
-std::optional<std::array<int, 3>> versionOf(std::string_view text) {
-  std::array<int, 3> version{};
-  for (std::size_t part = 0; part < version.size(); ++part) {
-    const auto [end, problem] =
-        std::from_chars(text.data(), text.data() + text.size(), version.at(part));
-    if (problem != std::errc{} || version.at(part) < 0) return std::nullopt;
-    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
-    if (text.empty()) return version;
-    if (!text.starts_with('.')) return std::nullopt;
-    text.remove_prefix(1);
-  }
-  return std::nullopt;
-}
-
 bool applyBundle(const boost::json::value& value, PhoneSettings& settings) {
   const auto* object = value.if_object();
   if (!object) return false;
@@ -55,7 +40,7 @@ bool applyBundle(const boost::json::value& value, PhoneSettings& settings) {
 bool applyOne(const boost::json::object& changes, std::string_view key, PhoneSettings& settings) {
   const auto text = vemo_safeNSStringForKey(&changes, key);
   if (key == "os") {
-    if (!text || !versionOf(*text)) return false;
+    if (!text || !versionFrom(*text)) return false;
     settings.os = *text;
   } else if (key == "camera" || key == "microphone") {
     const auto status = text ? statusOf(*text) : std::nullopt;
@@ -99,7 +84,7 @@ std::string apply(const boost::json::object& changes, PhoneSettings& settings) {
 }
 
 bool isAtLeast(const std::string& have, int major, int minor, int patch) {
-  return versionOf(have).value_or(std::array{0, 0, 0}) >= std::array{major, minor, patch};
+  return versionFrom(have).value_or(Version{}) >= Version{major, minor, patch};
 }
 
 }  // namespace vemo

@@ -19,12 +19,12 @@
 
 namespace {
 
-/// What only the application can know of its phone. This one grants everything.
-class Phone final : public vemo::CaptureAuthorization,
-                    public vemo::AlertPresenter,
-                    public vemo::Application,
-                    public vemo::SystemVersion,
-                    public vemo::VEMOExtensionLauncher {
+/// What only the application can know of its device. This one grants everything.
+class Device final : public vemo::CaptureAuthorization,
+                     public vemo::AlertPresenter,
+                     public vemo::Application,
+                     public vemo::SystemVersion,
+                     public vemo::VEMOExtensionLauncher {
  public:
   vemo::AuthorizationStatus authorizationStatus(vemo::MediaType) const override {
     return vemo::AuthorizationStatus::authorized;
@@ -58,15 +58,15 @@ int main() {
   vemo::LoopbackNotificationCenter crossProcess;
   vemo::CurlDownloadService downloads;
   vemo::PixbufImageDecoder images;
-  Phone phone;  // permissions, alerts, settings page, system version, extension
+  Device device;  // permissions, alerts, settings page, system version, extension
   const std::string appGroup = "group.vemo.classroom";
 
   const auto router = vemo::VEMOKOBUMsgRouter::create(
       std::make_unique<vemo::JSMsgRouter>(
           *logger, std::make_shared<vemo::MainThreadReplyDelivery>(mainQueue, "nativeReply"),
           std::make_shared<PrintedPage>()),
-      {*engineClass, *logger, systemLog, mainQueue, notifications, crossProcess, phone, phone,
-       phone, downloads, images, phone, phone, appGroup});
+      {*engineClass, *logger, systemLog, mainQueue, notifications, crossProcess, device, device,
+       device, downloads, images, device, device, appGroup});
 
   // What the page posts. It answers: nativeReply({"head":{...},"error":{...,"errcode":0,...}})
   router->receive(R"({"head":{"module":"kobu","action":"initSDK"},"cbid":"1"})");

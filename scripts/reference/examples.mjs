@@ -3,7 +3,7 @@
 import { spawnSync } from 'node:child_process';
 
 const view = 'view';
-const phone = {
+const device = {
   device: { views: { 'teacher/0': view, 'student/0': view, 'student/2': view } },
 };
 const engine = { command: 'initSDK' };
@@ -19,7 +19,7 @@ const room = [
   { command: 'enterRoom', params: enter },
   { event: 'onEnterRoom', args: [120] },
 ];
-const setUp = { none: [phone], engine: [phone, ...room], room: [phone, ...room] };
+const setUp = { none: [device], engine: [device, ...room], room: [device, ...room] };
 
 const camera = { width: 640, height: 360, fps: 15, bitrate: 600 };
 const screen = { width: 1280, height: 720, fps: 10, bitrate: 1200 };
@@ -31,9 +31,9 @@ const started = 'VEMOScreenKit_Started_Notify';
  */
 const commands = {
   setLogParams: { params: { logLevel: 2, consoleEnable: true } },
-  uninitSDK: { before: [phone, ...room] },
+  uninitSDK: { before: [device, ...room] },
   enterRoom: {
-    before: [phone, engine],
+    before: [device, engine],
     params: enter,
     after: [{ event: 'onEnterRoom', args: [120] }],
   },
@@ -80,7 +80,7 @@ const commands = {
   setVideoMuteImage: { after: [{ downloaded: true }] },
   getKOBUStats: {
     before: [
-      phone,
+      device,
       ...room,
       {
         event: 'onStatistics',
@@ -154,10 +154,42 @@ const events = {
 
 const pageFunction = 'onNativeEvent';
 
+/** What a page does from beginning to end, and what happens then. */
+const lesson = [
+  { about: 'The engine is made.', command: 'initSDK' },
+  {
+    about: 'The page says which of its functions hears of which event.',
+    command: 'registCallBacks',
+    params: {
+      callbacks: ['onEnterRoom', 'onExitRoom'].map((sdkcbName) => ({
+        sdkcbName,
+        jsRecvcbName: pageFunction,
+      })),
+    },
+  },
+  {
+    about: 'It enters a room. The answer comes when the engine is in; the event tells the same.',
+    command: 'enterRoom',
+    params: enter,
+    after: [{ event: 'onEnterRoom', args: [120] }],
+  },
+  {
+    about:
+      'The camera starts, and is seen where the application has a view for the own user. Had the user not permitted it, the answer would have the code -1314.',
+    command: 'startLocalPreview',
+    params: { frontCamera: true },
+  },
+  {
+    about: 'It leaves the room.',
+    command: 'exitRoom',
+    after: [{ event: 'onExitRoom', args: [0] }],
+  },
+];
+
 /**
  * Gives for each command its message and the page's answers, and for each event the script
- * that the page gets, each as text, and the `arguments` of the engine's events; and names those
- * for which nothing came back.
+ * that the page gets, each as text, and the `arguments` of the engine's events; the lesson, step by
+ * step, with the same; and names those for which nothing came back.
  */
 export function playExamples(protocol, replayProgram) {
   const troubles = [];
@@ -190,7 +222,41 @@ export function playExamples(protocol, replayProgram) {
       }),
     ),
     arguments: events,
+    lesson: lessonExample(play),
     troubles,
+  };
+}
+
+function lessonExample(play) {
+  const steps = [device];
+  const parts = lesson.map(({ about, command, params, after = [] }, i) => {
+    const message = {
+      head: { module: 'kobu', action: command },
+      ...(params ? { params } : {}),
+      cbid: `${i + 1}`,
+    };
+    const first = steps.push({ message: JSON.stringify(message) });
+    const last = steps.push(...after);
+    return { about, message, first, last };
+  });
+  const effects = play('the lesson', steps);
+  return parts.map(({ about, message, first, last }) => {
+    const own = effects.filter(({ step }) => step >= first && step <= last);
+    const ofKind = (kind) => own.filter(({ effect }) => effect === kind);
+    return {
+      about,
+      message,
+      answers: ofKind('reply').map((reply) => answerOf(message, reply)),
+      scripts: ofKind('script'),
+    };
+  });
+}
+
+function answerOf(message, { error, retval }) {
+  return {
+    head: { ...message.head, cbid: message.cbid },
+    ...(error ? { error: { ...error, errmsg: error.errmsg ?? '' } } : {}),
+    ...(retval ? { retval } : {}),
   };
 }
 
@@ -209,11 +275,7 @@ function commandExample(command, play) {
   ];
   const answers = play(command.name, steps)
     .filter(({ effect, item }) => effect === 'reply' && item === 'example')
-    .map(({ error, retval }) => ({
-      head: { ...message.head, cbid: message.cbid },
-      ...(error ? { error: { ...error, errmsg: error.errmsg ?? '' } } : {}),
-      ...(retval ? { retval } : {}),
-    }));
+    .map((reply) => answerOf(message, reply));
   return { message, answers };
 }
 
@@ -248,6 +310,10 @@ function eventExample(event, play) {
       command: 'registCallBacks',
       params: { callbacks: [{ sdkcbName: event.name, jsRecvcbName: pageFunction }] },
     },
+    // Only of such a switch do the payload's roles tell.
+    ...(event.name === 'onSwitchRole'
+      ? [{ command: 'switchRole', params: { role: 21 }, nativecb: 'page.done' }]
+      : []),
     happens,
   ];
   const script = play(event.name, steps).find(({ effect }) => effect === 'script');

@@ -3,19 +3,19 @@
 const subjects = {
   engine_lifecycle: ['The engine', 'Making and releasing the engine, its log and its debug panel.'],
   event_routing: ['Registering for events', 'Which functions of the page hear of which events.'],
-  room_control: ['Rooms', 'Entering and leaving a room, the own role, and the connection.'],
+  room_control: ['Rooms', 'Entering and leaving a room, the own role, the connection, and errors.'],
   local_video: ['Own camera', 'The camera, how its picture is drawn, encoded and sent.'],
   local_audio: ['Own microphone and sound', 'The microphone, where sound is played, and volumes.'],
   remote_media: ['Other users', "Other users' pictures, screens and sound."],
   background_music: ['Music', 'Playing music beside the lesson.'],
   screen_sharing: ['Screen sharing', 'Capturing the own screen, and the broadcast extension.'],
-  diagnostics: ['Diagnostics', 'Errors, statistics, network quality, speed tests and reports.'],
+  diagnostics: ['Diagnostics', 'Warnings, statistics, network quality, speed tests and reports.'],
 };
 
 const answeredWords = {
-  once: 'At once.',
-  later: 'Later, once.',
-  many: 'Several times.',
+  once: 'At once',
+  later: 'Later',
+  many: 'Several times',
 };
 
 const scenarioFolder = '../../tests/scenarios';
@@ -27,7 +27,7 @@ export function pages(protocol, examples, scenarios) {
   const known = Object.keys(subjects);
   names.sort((a, b) => (known.indexOf(a) + 1 || 99) - (known.indexOf(b) + 1 || 99));
   return [
-    ['README.md', index(protocol, names)],
+    ['README.md', index(protocol, names, examples.lesson, scenarios.common)],
     ...names.map((subject) => [`${subject}.md`, page(subject, protocol, examples, scenarios)]),
   ];
 }
@@ -39,7 +39,7 @@ const anchor = (name) => name.toLowerCase();
 const made =
   "<!-- Made by scripts/make-reference.mjs from the router's tables: don't edit it. -->\n";
 
-function index({ commands, events }, names) {
+function index({ commands, events }, names, lesson, commonScenarios) {
   const rows = (list) =>
     list
       .map(
@@ -58,6 +58,13 @@ is printed by \`vemo-protocol\`; [protocol.schema.json](protocol.schema.json) de
 |---|---|
 ${names.map((subject) => `| [${title(subject)}](${subject}.md) | ${lead(subject)} |`).join('\n')}
 
+## A first lesson
+
+A page sends each message by the way that the application gave it for that. What comes back are
+calls of its functions: \`nativeReply\` stands for the one that the application chose for answers,
+\`onNativeEvent\` is this page's own.
+
+${lesson.map(lessonStep).join('\n')}
 ## Messages
 
 A command is one JSON text:
@@ -114,7 +121,7 @@ calls the named function with
 \`\`\`
 
 Events for which the page has registered no function are dropped. Those marked *again and again*
-come periodically, and at most few of them leave a record in the log. Code of the application hears of many
+come periodically, and few of them leave a record in the log. Code of the application hears of many
 events too, by an operation of its \`VEMOKOBUEventListener\`.
 
 ## Reports
@@ -127,8 +134,8 @@ the own camera and microphone go on and off:
 \`\`\`
 
 \`event\` is \`enable_camera\`, \`disable_camera\`, \`enable_mic\` or \`disable_mic\`, or what code of the
-application reports; \`classId\` is the room's number as a text, \`"0"\` outside a room, and \`userId\` is
-absent without an own user.
+application reports; \`classId\` is the room's number as a text, \`"0"\` outside a room, absent for the
+room 4294967295; and \`userId\` is absent without an own user.
 
 ## Types
 
@@ -143,9 +150,31 @@ absent without an own user.
 A parameter of another type counts as missing. Parameters that a command doesn't know are ignored.
 An integer with a range takes its default when it lies outside.
 
+Most integers have 32 bits. Beyond them a whole number wraps around, keeping its lowest 32 bits; one
+with a fraction, or with more than 64 bits, becomes the least or the largest integer instead.
+
 Parameters of a **record** (\`KOBUVideoEncParam\`, for one) are read together and more leniently: a
 number or boolean may be written as a text (\`"15"\`, \`"true"\`), and a number serves as a text. If one
 of them can't be read, none of them counts.
+
+## The engine's numbers
+
+What is told to be by the engine's numbers is passed on as it is, from the page to the engine or
+back: what a number means, and which are taken, is the affair of the engine that the application
+has. The simulated engine has these:
+
+| where | numbers |
+|---|---|
+| \`route\` and \`fromRoute\` | 0 the loudspeaker, 1 the earpiece; another is answered by \`onWarning\` with 1101 and not taken |
+| \`reason\` of screen capture | always 0 |
+| \`appScene\`, \`logLevel\`, \`showType\`, \`preference\`, \`controlMode\`, \`sensorMode\` | any; they change nothing |
+| \`errCode\` and negative \`elapsed\`, when entering fails | -3301 refused, -3302 in a room already, -3308 no answer in time, -3309 left on the way in, -3316 the room is full, -3317 an unknown application, -3318 no number of a room, -3319 no user, -3320 a bad signature |
+
+## Scenarios
+
+Commands and events are held to what is said here by scenarios, files that are played against the
+router ([scenarios.md](../scenarios.md)). Each names its own; these hold many at once:
+${scenarioLinks(commonScenarios)}.
 
 ## List of commands
 
@@ -159,6 +188,17 @@ ${rows(commands)}
 |---|---|
 ${rows(events)}
 `;
+}
+
+function lessonStep({ about, message, answers, scripts }) {
+  const calls = [
+    ...answers.map((answer) => ['nativeReply', answer]),
+    ...scripts.map(({ function: name, argument }) => [name, argument]),
+  ];
+  const back = calls
+    .map(([name, argument]) => `${name}(${pretty(argument, name.length + 2)})\n`)
+    .join('');
+  return `${about}\n\n${json([message])}\n\`\`\`js\n${back}\`\`\`\n`;
 }
 
 function page(subject, protocol, examples, scenarios) {
@@ -203,10 +243,11 @@ function needs(guard) {
   return 'Needs no engine.\n';
 }
 
-function parameters({ params, anyOf }) {
+function parameters({ params, anyOf, anyTrue }) {
   if (params.length === 0) return 'It takes no parameters.\n';
-  const least = anyOf?.length
-    ? `\nAt least one of ${anyOf.map((name) => `\`${name}\``).join(', ')} must be given.\n`
+  const needed = anyOf ?? anyTrue;
+  const least = needed
+    ? `\nAt least one of ${needed.map((name) => `\`${name}\``).join(', ')} must be ${anyOf ? 'given' : '\`true\`'}.\n`
     : '';
   return `**Parameters**\n\n${parameterTable(params)}${least}${ofRecords(params)}${elements(params)}`;
 }
@@ -215,7 +256,7 @@ function parameterTable(params) {
   const rows = params.map((param) =>
     row(`\`${param.name}\``, typeWords(param), need(param), paramMeaning(param)),
   );
-  return `| name | type | | meaning |\n|---|---|---|---|\n${rows.join('\n')}\n`;
+  return `| name | type | given | meaning |\n|---|---|---|---|\n${rows.join('\n')}\n`;
 }
 
 function need(param) {
@@ -255,10 +296,25 @@ function elements(params) {
     .join('');
 }
 
-function answer({ answered, unansweredWhen, result }) {
-  const value = result.length === 0 ? ' It carries no value.' : '';
-  const never = unansweredWhen ? ` It stays unanswered when ${quoted(unansweredWhen)}.` : '';
-  return `**Answer.** ${answeredWords[answered]}${value}${never}\n${result.length ? `\n${fields(result)}` : ''}`;
+function answer({
+  answered,
+  answeredWithNativecb,
+  unansweredWhen,
+  answeredAgainWhen,
+  result,
+}) {
+  const once = answered === 'later' && !answeredAgainWhen ? ', once' : '';
+  const nativecb = answeredWithNativecb
+    ? `; with "nativecb", ${answeredWords[answeredWithNativecb].toLowerCase()}`
+    : '';
+  const sentences = [
+    `${answeredWords[answered]}${once}${nativecb}.`,
+    result.length === 0 && 'It carries no value.',
+    unansweredWhen && `It stays unanswered when ${unansweredWhen}.`,
+    answeredAgainWhen && `It is answered more than once when ${answeredAgainWhen}.`,
+  ];
+  const words = quoted(sentences.filter(Boolean).join(' '));
+  return `**Answer.** ${words}\n${result.length ? `\n${fields(result)}` : ''}`;
 }
 
 function errors(list) {
@@ -279,9 +335,7 @@ function errors(list) {
 function event(told, script, scenarios) {
   const marks = [
     told.periodic && 'It comes again and again.',
-    told.listener
-      ? `Listeners of the application hear of it by \`${told.listener}\`.`
-      : 'Listeners of the application do not hear of it.',
+    told.listener && `Listeners of the application hear of it by \`${told.listener}\`.`,
   ];
   return [
     `## ${told.name}\n`,
@@ -331,14 +385,16 @@ function typeWords({ type, unit, nonEmpty, format, orText, record, members }) {
 
 function heldBy(name, scenarios) {
   const { chosen, more, folder } = scenarios.of(name);
+  if (chosen.length === 0) return '';
+  const rest = more ? `.\nAll: [${folder}](${scenarioFolder}/${folder})` : '';
+  return `**Scenarios:**\n${scenarioLinks(chosen)}${rest}.\n`;
+}
+
+function scenarioLinks(paths) {
   const inWords = (path) => path.split('/').at(-1).replaceAll('_', ' ');
-  const links = chosen
+  return paths
     .map((path) => `[${inWords(path)}](${scenarioFolder}/${path}.jsonl)`)
     .join(',\n');
-  const rest = more
-    ? `,\nand ${more} more, most of them in [${folder}](${scenarioFolder}/${folder})`
-    : '';
-  return `**Scenarios:**\n${links}${rest}.\n`;
 }
 
 function json(values) {
@@ -363,9 +419,11 @@ function pretty(value, indent = 0) {
 const row = (...cells) => `| ${cells.map(cell).join(' | ')} |`;
 const cell = (text) => quoted(text).replaceAll('|', '\\|');
 
-/** Names that stand in quotation marks are names in code. */
+/** What stands in quotation marks is code. */
 function quoted(text) {
-  return text.replace(/"(\w+)"/g, (all, name, at) => (text[at - 1] === '`' ? all : `\`${name}\``));
+  return text
+    .replace(/"([^"`]+)"/g, (all, code, at) => (text[at - 1] === '`' ? all : `\`${code}\``))
+    .replace("by the engine's numbers", "by [the engine's numbers](README.md#the-engines-numbers)");
 }
 
 function sentence(about) {

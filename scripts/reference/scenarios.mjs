@@ -8,7 +8,8 @@ const special = 10; // names at most are held by a scenario that is about one of
 /**
  * Reads the scenarios in `root`. Gives `of(name)`: the most telling scenarios (`chosen`, paths
  * under the root without the ending), how many more there are, and the `folder` where most
- * are; and what is wrong: names that none holds.
+ * are; `common`: those that hold many names, and are left out of all that; and what is wrong:
+ * names that none holds.
  * Scenarios that play bad input to every command alike are left out: they tell nothing special.
  */
 export function readScenarios(root, protocol) {
@@ -16,12 +17,10 @@ export function readScenarios(root, protocol) {
     .sort()
     .filter((file) => !relative(root, file).split('/').includes('bad_input'))
     .map((file) => ({ path: relative(root, file).replace(/\.jsonl$/, ''), held: heldIn(file) }));
+  const isCommon = ({ held }) => held.size > special;
   const of = (name) => {
-    const holding = files.filter(({ held }) => held.has(name));
-    const telling = holding.filter(({ held }) => held.size <= special);
-    const folder = mostFrequent(
-      (telling.length > 0 ? telling : holding).map(({ path }) => path.split('/')[0]),
-    );
+    const holding = files.filter((file) => file.held.has(name) && !isCommon(file));
+    const folder = mostFrequent(holding.map(({ path }) => path.split('/')[0]));
     const elsewhere = ({ path }) => (path.startsWith(`${folder}/`) ? 0 : 1);
     const found = holding
       .sort(
@@ -35,9 +34,9 @@ export function readScenarios(root, protocol) {
     return { chosen: found.slice(0, most), more: Math.max(0, found.length - most), folder };
   };
   const troubles = [...protocol.commands, ...protocol.events]
-    .filter(({ name }) => of(name).chosen.length === 0)
+    .filter(({ name }) => !files.some(({ held }) => held.has(name)))
     .map(({ name }) => `${name}: no scenario in tests/scenarios holds it to anything`);
-  return { of, troubles };
+  return { of, common: files.filter(isCommon).map(({ path }) => path), troubles };
 }
 
 function mostFrequent(values) {
@@ -53,9 +52,8 @@ function filesIn(folder) {
   });
 }
 
-/** Those named for it come first, then those that name it; those about all commands come last. */
-function rank({ path, held }, name) {
-  if (held.size > special) return 3;
+/** Those named for it come first, then those that name it. */
+function rank({ path }, name) {
   const parts = path.split('/');
   if (parts.some((part) => part === name || part.startsWith(`${name}_`))) return 0;
   return parts.some((part) => part.split('_').includes(name)) ? 1 : 2;

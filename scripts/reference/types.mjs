@@ -57,9 +57,10 @@ function command({ name, answered, params, result, errors }) {
   );
 }
 
-function method({ name, about, unansweredWhen, answered, params, errors }) {
+function method({ name, about, unansweredWhen, answeredAgainWhen, answered, params, errors }) {
   const paragraphs = [about];
   if (unansweredWhen) paragraphs.push(`It stays unanswered when ${unansweredWhen}.`);
+  if (answeredAgainWhen) paragraphs.push(`It is answered more than once when ${answeredAgainWhen}.`);
   for (const { module, code, text, when } of errors)
     paragraphs.push(
       `@throws {BridgeError} ${code ?? 'another code'} (${module})${text ? `, "${text}"` : ''}: ${when}`,
@@ -128,9 +129,8 @@ function typeOf(field, margin, member) {
 }
 
 function meaning({ about, unit }) {
-  if (!about) return unit ? `In ${unit}.` : '';
-  const sentence = about[0].toUpperCase() + about.slice(1);
-  return `${sentence}${unit ? ` (${unit})` : ''}.`;
+  const sentence = about ? `${about[0].toUpperCase()}${about.slice(1)}.` : '';
+  return [sentence, unit && `In ${unit}.`].filter(Boolean).join(' ');
 }
 
 function comment(text, margin) {

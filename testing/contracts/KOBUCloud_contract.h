@@ -247,8 +247,8 @@ TYPED_TEST_P(KOBUCloudContract, AnswersASwitchOfRole) {
 
 TYPED_TEST_P(KOBUCloudContract, AnEventMayCallTheEngine) {
   if constexpr (!TypeParam::kAnswers) GTEST_SKIP() << "this engine only records";
-  this->delegate_->inEvent = [this](const std::string& name) {
-    if (name == "onEnterRoom") this->engineClass().sharedInstance()->exitRoom();
+  this->delegate_->inEvent = [this](const RecordingDelegate::Event& event) {
+    if (event.name == "onEnterRoom") this->engineClass().sharedInstance()->exitRoom();
   };
   this->engineInRoom();
   EXPECT_EQ(this->delegate_->events("onExitRoom").size(), 1U);
@@ -257,8 +257,8 @@ TYPED_TEST_P(KOBUCloudContract, AnEventMayCallTheEngine) {
 TYPED_TEST_P(KOBUCloudContract, MayBeDestroyedByItsOwnEvent) {
   if constexpr (!TypeParam::kAnswers) GTEST_SKIP() << "this engine only records";
   std::weak_ptr<KOBUCloud> destroyed;
-  this->delegate_->inEvent = [&](const std::string& name) {
-    if (name == "onEnterRoom") this->engineClass().destroySharedIntance();
+  this->delegate_->inEvent = [&](const RecordingDelegate::Event& event) {
+    if (event.name == "onEnterRoom") this->engineClass().destroySharedIntance();
   };
   {
     const auto engine = this->engine();

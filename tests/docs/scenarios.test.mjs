@@ -77,3 +77,14 @@ test('those named for it come first, then those of the folder where most are', (
     folder: 'b',
   });
 });
+
+test('one about many commands is named once, for all of them', () => {
+  const commands = Array.from({ length: 11 }, (_, i) => ({ command: `command${i}`, expect: [] }));
+  const { of, common, troubles } = scenariosOf({
+    'a/all.jsonl': [...commands, { command: 'initSDK', expect: [] }],
+    'a/own.jsonl': [{ command: 'initSDK', expect: [] }],
+  });
+  assert.deepEqual(common, ['a/all']);
+  assert.deepEqual(of('initSDK').chosen, ['a/own']);
+  assert.ok(!troubles.some((trouble) => trouble.startsWith('initSDK')));
+});

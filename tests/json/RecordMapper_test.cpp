@@ -37,10 +37,12 @@ struct Sample {
 
 template <>
 struct Fields<Inner> {
+  static constexpr std::string_view name = "Inner";
   static constexpr std::tuple table{Field{"number", &Inner::number}, Field{"text", &Inner::text}};
 };
 template <>
 struct Fields<Sample> {
+  static constexpr std::string_view name = "Sample";
   static constexpr std::tuple table{
       Field{"i32", &Sample::i32},       Field{"u32", &Sample::u32},
       Field{"i64", &Sample::i64},       Field{"u64", &Sample::u64},

@@ -16,7 +16,6 @@
 #include <vector>
 
 #include "PrivateBus.h"
-#include "platform/CrossProcessCenter.h"
 #include "testing/Arrivals.h"
 #include "testing/contracts/CrossProcessNotificationCenter_contract.h"
 
@@ -61,7 +60,7 @@ struct DBusMaker {
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(DBus, CrossProcessNotificationCenterContract, DBusMaker);
 
-struct DBusCrossProcessCenterTest : ::testing::Test {
+struct DBusNotificationCenterTest : ::testing::Test {
   void listen(CrossProcessNotificationCenter& center, const std::string& name,
               const std::string& said = "") {
     center.addObserver(this, name,
@@ -84,7 +83,7 @@ struct DBusCrossProcessCenterTest : ::testing::Test {
   PrivateBus bus;
 };
 
-TEST_F(DBusCrossProcessCenterTest, CentresOfOneBusHearEachOther) {
+TEST_F(DBusNotificationCenterTest, CentresOfOneBusHearEachOther) {
   const auto here = DBusNotificationCenter::create({bus.address()});
   const auto there = DBusNotificationCenter::create({bus.address()});
   ASSERT_TRUE(here && there);
@@ -94,7 +93,7 @@ TEST_F(DBusCrossProcessCenterTest, CentresOfOneBusHearEachOther) {
   EXPECT_EQ(arrivals.next(2), (std::vector<std::string>{"a", "a"}));
 }
 
-TEST_F(DBusCrossProcessCenterTest, ACentreThatRemovedItsObserverLeavesOthersTheirs) {
+TEST_F(DBusNotificationCenterTest, ACentreThatRemovedItsObserverLeavesOthersTheirs) {
   const auto here = DBusNotificationCenter::create({bus.address()});
   const auto there = DBusNotificationCenter::create({bus.address()});
   ASSERT_TRUE(here && there);
@@ -109,7 +108,7 @@ TEST_F(DBusCrossProcessCenterTest, ACentreThatRemovedItsObserverLeavesOthersThei
   EXPECT_EQ(heard, (std::vector<std::string>{"here a", "there last"}));
 }
 
-TEST_F(DBusCrossProcessCenterTest, OtherBusesHearNothing) {
+TEST_F(DBusNotificationCenterTest, OtherBusesHearNothing) {
   const PrivateBus elsewhere;
   const auto here = DBusNotificationCenter::create({bus.address()});
   const auto there = DBusNotificationCenter::create({elsewhere.address()});
@@ -123,7 +122,7 @@ TEST_F(DBusCrossProcessCenterTest, OtherBusesHearNothing) {
   EXPECT_EQ(arrivals.next(), "there b");
 }
 
-TEST_F(DBusCrossProcessCenterTest, WhatWasPostedIsHeardAfterThePosterIsGone) {
+TEST_F(DBusNotificationCenterTest, WhatWasPostedIsHeardAfterThePosterIsGone) {
   const auto here = DBusNotificationCenter::create({bus.address()});
   ASSERT_TRUE(here);
   listen(*here, "a");
@@ -138,7 +137,7 @@ TEST_F(DBusCrossProcessCenterTest, WhatWasPostedIsHeardAfterThePosterIsGone) {
   EXPECT_EQ(arrivals.next(3), (std::vector<std::string>{"a", "b", "a"}));
 }
 
-TEST_F(DBusCrossProcessCenterTest, NamesAreTexts) {
+TEST_F(DBusNotificationCenterTest, NamesAreTexts) {
   const auto here = DBusNotificationCenter::create({bus.address()});
   ASSERT_TRUE(here);
   for (const auto* name : {"", "name with spaces", "课堂", "it's, \"quoted\"", "\uFFFD"}) {
@@ -150,7 +149,7 @@ TEST_F(DBusCrossProcessCenterTest, NamesAreTexts) {
   EXPECT_EQ(arrivals.next(), "\uFFFD");
 }
 
-TEST_F(DBusCrossProcessCenterTest, SignalsOfAnotherFormAreIgnored) {
+TEST_F(DBusNotificationCenterTest, SignalsOfAnotherFormAreIgnored) {
   const auto here = DBusNotificationCenter::create({bus.address()});
   ASSERT_TRUE(here);
   listen(*here, "a");
@@ -163,7 +162,7 @@ TEST_F(DBusCrossProcessCenterTest, SignalsOfAnotherFormAreIgnored) {
   EXPECT_EQ(arrivals.count(), 0U);
 }
 
-TEST_F(DBusCrossProcessCenterTest, ManyArriveInTheirOrder) {
+TEST_F(DBusNotificationCenterTest, ManyArriveInTheirOrder) {
   const auto here = DBusNotificationCenter::create({bus.address()});
   ASSERT_TRUE(here);
   std::vector<std::string> names;
@@ -175,7 +174,7 @@ TEST_F(DBusCrossProcessCenterTest, ManyArriveInTheirOrder) {
 
 // ---- A bus that goes, and comes back
 
-TEST_F(DBusCrossProcessCenterTest, ComesBackWithItsBus) {
+TEST_F(DBusNotificationCenterTest, ComesBackWithItsBus) {
   const auto here = DBusNotificationCenter::create(watched());
   ASSERT_TRUE(here);
   listen(*here, "before");
@@ -194,7 +193,7 @@ TEST_F(DBusCrossProcessCenterTest, ComesBackWithItsBus) {
   EXPECT_EQ(news.count(), 0U);
 }
 
-TEST_F(DBusCrossProcessCenterTest, ComesBackEachTime) {
+TEST_F(DBusNotificationCenterTest, ComesBackEachTime) {
   const auto here = DBusNotificationCenter::create(watched());
   ASSERT_TRUE(here);
   listen(*here, "a");
@@ -208,7 +207,7 @@ TEST_F(DBusCrossProcessCenterTest, ComesBackEachTime) {
   }
 }
 
-TEST_F(DBusCrossProcessCenterTest, WhatADeadBusHadNotPassedOnIsSentAgain) {
+TEST_F(DBusNotificationCenterTest, WhatADeadBusHadNotPassedOnIsSentAgain) {
   const auto here = DBusNotificationCenter::create(watched());
   ASSERT_TRUE(here);
   listen(*here, "a");
@@ -222,7 +221,7 @@ TEST_F(DBusCrossProcessCenterTest, WhatADeadBusHadNotPassedOnIsSentAgain) {
   EXPECT_EQ(arrivals.next(2), (std::vector<std::string>{"a", "b"}));
 }
 
-TEST_F(DBusCrossProcessCenterTest, DropsTheOldestOfTooManyAndTellsIt) {
+TEST_F(DBusNotificationCenterTest, DropsTheOldestOfTooManyAndTellsIt) {
   auto options = watched();
   options.waitingLimit = 2;
   const auto here = DBusNotificationCenter::create(options);
@@ -237,7 +236,7 @@ TEST_F(DBusCrossProcessCenterTest, DropsTheOldestOfTooManyAndTellsIt) {
   EXPECT_EQ(arrivals.next(2), (std::vector<std::string>{"b", "c"}));
 }
 
-TEST_F(DBusCrossProcessCenterTest, TellsAtTheEndWhatABusThatIsGoneDidNotTake) {
+TEST_F(DBusNotificationCenterTest, TellsAtTheEndWhatABusThatIsGoneDidNotTake) {
   auto here = DBusNotificationCenter::create(watched());
   ASSERT_TRUE(here);
   bus.stop();
@@ -247,7 +246,7 @@ TEST_F(DBusCrossProcessCenterTest, TellsAtTheEndWhatABusThatIsGoneDidNotTake) {
   EXPECT_EQ(news.next(), DBusNews::dropped);
 }
 
-TEST_F(DBusCrossProcessCenterTest, TheNewsMayEndTheCentre) {
+TEST_F(DBusNotificationCenterTest, TheNewsMayEndTheCentre) {
   std::unique_ptr<DBusNotificationCenter> here;
   Arrivals<int> assigned;
   auto options = watched();
@@ -266,7 +265,7 @@ TEST_F(DBusCrossProcessCenterTest, TheNewsMayEndTheCentre) {
 
 // ---- A bus that hangs
 
-TEST_F(DBusCrossProcessCenterTest, ABusThatHasStoppedIsNone) {
+TEST_F(DBusNotificationCenterTest, ABusThatHasStoppedIsNone) {
   bus.hang();
   std::string error;
   DBusNotificationCenterOptions options;
@@ -276,7 +275,7 @@ TEST_F(DBusCrossProcessCenterTest, ABusThatHasStoppedIsNone) {
   EXPECT_NE(error.find("timed out"), std::string::npos) << error;
 }
 
-TEST_F(DBusCrossProcessCenterTest, ABusThatAcceptsAndIsSilentIsNone) {
+TEST_F(DBusNotificationCenterTest, ABusThatAcceptsAndIsSilentIsNone) {
   const SilentListener listener;
   std::string error;
   DBusNotificationCenterOptions options;
@@ -288,7 +287,7 @@ TEST_F(DBusCrossProcessCenterTest, ABusThatAcceptsAndIsSilentIsNone) {
   EXPECT_NE(error.find("timed out"), std::string::npos) << error;
 }
 
-TEST_F(DBusCrossProcessCenterTest, EndsPromptlyWithABusThatHasStopped) {
+TEST_F(DBusNotificationCenterTest, EndsPromptlyWithABusThatHasStopped) {
   auto options = watched();
   options.endLimit = std::chrono::milliseconds(50);
   auto here = DBusNotificationCenter::create(options);
@@ -301,7 +300,7 @@ TEST_F(DBusCrossProcessCenterTest, EndsPromptlyWithABusThatHasStopped) {
   EXPECT_EQ(news.next(), DBusNews::dropped);
 }
 
-TEST_F(DBusCrossProcessCenterTest, ABusThatGoesOnGetsWhatWasPosted) {
+TEST_F(DBusNotificationCenterTest, ABusThatGoesOnGetsWhatWasPosted) {
   const auto here = DBusNotificationCenter::create(watched());
   ASSERT_TRUE(here);
   listen(*here, "a");
@@ -312,7 +311,7 @@ TEST_F(DBusCrossProcessCenterTest, ABusThatGoesOnGetsWhatWasPosted) {
   EXPECT_EQ(news.count(), 0U);
 }
 
-TEST_F(DBusCrossProcessCenterTest, SaysWhyThereIsNoBus) {
+TEST_F(DBusNotificationCenterTest, SaysWhyThereIsNoBus) {
   std::string error;
   EXPECT_EQ(DBusNotificationCenter::create({"unix:path=/nonexistent"}, &error), nullptr);
   EXPECT_NE(error.find("unix:path=/nonexistent"), std::string::npos) << error;
@@ -332,7 +331,7 @@ class SessionBus {
   SessionBus& operator=(const SessionBus&) = delete;
 };
 
-TEST_F(DBusCrossProcessCenterTest, ACentreIsMadeOnTheSessionBus) {
+TEST_F(DBusNotificationCenterTest, ACentreIsMadeOnTheSessionBus) {
   const SessionBus session(bus.address());
   std::string whyNoBus;
   const auto center = makeCrossProcessCenter({}, &whyNoBus);
@@ -344,7 +343,7 @@ TEST_F(DBusCrossProcessCenterTest, ACentreIsMadeOnTheSessionBus) {
   EXPECT_EQ(arrivals.next(), "a");
 }
 
-TEST_F(DBusCrossProcessCenterTest, WithoutABusACentreReachesItsProcess) {
+TEST_F(DBusNotificationCenterTest, WithoutABusACentreReachesItsProcess) {
   const SessionBus session("unix:path=/nonexistent");
   std::string whyNoBus;
   const auto center = makeCrossProcessCenter({}, &whyNoBus);

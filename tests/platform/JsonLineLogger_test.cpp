@@ -27,7 +27,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/Folder.h"
+#include "Folder.h"
 #include "platform/ForwardingPlatform.h"
 #include "platform/RotatingFile.h"
 #include "platform/StreamSystemLog.h"

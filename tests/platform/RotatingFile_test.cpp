@@ -15,7 +15,7 @@
 #include <system_error>
 #include <vector>
 
-#include "platform/Folder.h"
+#include "Folder.h"
 
 namespace vemo {
 namespace {

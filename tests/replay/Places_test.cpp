@@ -70,8 +70,8 @@ TEST(Places, EachBelongsToOneKindOfRecord) {
     SCOPED_TRACE(entry.path().string());
     addPlaces(entry.path(), places);
   }
-  // 52 calls, as many without a web view, 46 without an engine, 27 events and what goes
-  // wrong in single commands.
+  // Each logged command has a place for its call, one for a missing web view and, if guarded,
+  // one for a missing engine; so has each event, and what goes wrong in single commands.
   EXPECT_GT(places.size(), 200U);
 }
 

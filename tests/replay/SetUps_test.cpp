@@ -7,8 +7,8 @@
 #include <sstream>
 #include <string>
 
+#include "Folder.h"
 #include "Replay.h"
-#include "platform/Folder.h"
 
 namespace vemo::replay {
 namespace {

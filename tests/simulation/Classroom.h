@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "Recorder.h"
 #include "simulation/ClassroomCloud.h"
 #include "simulation/EngineCodes.h"
+#include "testing/RecordingDelegate.h"
 
 namespace vemo {
 
@@ -31,7 +31,7 @@ inline KOBUParams paramsOf(const std::string& userId, std::int32_t role = kKOBUR
 struct TestHandset {
   std::shared_ptr<SimulatedEngineClass> engineClass;
   std::shared_ptr<KOBUCloud> engine;
-  std::shared_ptr<Recorder> events;
+  std::shared_ptr<RecordingDelegate> events;
 
   KOBUCloud* operator->() const { return engine.get(); }
   EngineSnapshot snapshot() const { return engineClass->snapshot().value(); }
@@ -59,7 +59,7 @@ struct Classroom {
     TestHandset made;
     made.engineClass = cloud->makeEngineClass();
     made.engine = made.engineClass->sharedInstance();
-    made.events = std::make_shared<Recorder>();
+    made.events = std::make_shared<RecordingDelegate>();
     made.engine->setDelegate(made.events);
     return made;
   }

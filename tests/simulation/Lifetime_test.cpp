@@ -12,7 +12,7 @@ TEST(Lifetime, TheInstanceMayBeDestroyedByItsOwnEvent) {
   Classroom classroom;
   auto alice = classroom.handset();
   const std::weak_ptr<KOBUCloud> engine = alice.engine;
-  alice.events->onLine = [&](const std::string&) {
+  alice.events->inEvent = [&](const RecordingDelegate::Event&) {
     alice.engineClass->destroySharedIntance();
     alice.engine.reset();
   };
@@ -24,7 +24,7 @@ TEST(Lifetime, TheInstanceMayBeDestroyedByItsOwnEvent) {
 }
 
 /// A delegate that tears its engine down when it dies, as a router does.
-class Owner : public Recorder {
+class Owner : public RecordingDelegate {
  public:
   explicit Owner(std::shared_ptr<SimulatedEngineClass> made)
       : engineClass(std::move(made)), engine(engineClass->sharedInstance()) {}
@@ -46,7 +46,7 @@ TEST(Lifetime, TheLastReferenceToTheDelegateMayBeDroppedDuringItsEvent) {
   const std::weak_ptr<Owner> gone = owner;
   owner->engine->setDelegate(owner);
   // The event holds the delegate then, and lets go of it on the callback thread.
-  owner->onLine = [&](const std::string&) { owner.reset(); };
+  owner->inEvent = [&](const RecordingDelegate::Event&) { owner.reset(); };
   owner->engine->enterRoom(paramsOf("alice"), 0);
   classroom.advance(1000);
   EXPECT_TRUE(gone.expired());
@@ -57,7 +57,7 @@ TEST(Lifetime, TheLastReferenceToTheDelegateMayBeDroppedDuringItsEvent) {
 TEST(Lifetime, ADelegateIsKeptWeakly) {
   Classroom classroom;
   auto alice = classroom.handset();
-  const std::weak_ptr<Recorder> events = alice.events;
+  const std::weak_ptr<RecordingDelegate> events = alice.events;
   alice->enterRoom(paramsOf("alice"), 0);
   alice.events.reset();
   EXPECT_TRUE(events.expired());
@@ -68,7 +68,7 @@ TEST(Lifetime, ADelegateIsKeptWeakly) {
 TEST(Lifetime, EventsUnderWayGoToTheDelegateOfTheirArrival) {
   Classroom classroom;
   const auto alice = classroom.handset();
-  const auto next = std::make_shared<Recorder>();
+  const auto next = std::make_shared<RecordingDelegate>();
   alice->setAudioRoute(kRouteEarpiece);
   alice->setDelegate(next);
   classroom.advance(10);
@@ -138,7 +138,7 @@ TEST(Lifetime, HandsetsOutliveTheirCloud) {
 TEST(Lifetime, TheCloudMayBeDestroyedByAnEvent) {
   Classroom classroom;
   const auto alice = classroom.handset();
-  alice.events->onLine = [&](const std::string&) { classroom.cloud.reset(); };
+  alice.events->inEvent = [&](const RecordingDelegate::Event&) { classroom.cloud.reset(); };
   alice->enterRoom(paramsOf("alice"), 0);
   classroom.advance(5000);
   EXPECT_EQ(alice.events->lines(), Lines{"onEnterRoom 60"});
@@ -178,7 +178,7 @@ TEST(Lifetime, ManyThreadsMayUseTheCloudAtOnce) {
     const auto user = "user" + std::to_string(number);
     const auto engineClass = cloud.makeEngineClass();
     for (int round = 0; round < 20; ++round) {
-      const auto recorder = std::make_shared<Recorder>();
+      const auto recorder = std::make_shared<RecordingDelegate>();
       auto engine = engineClass->sharedInstance();
       engine->setDelegate(recorder);
       engine->enterRoom(paramsOf(user), 0);

@@ -137,7 +137,7 @@ TEST_F(MusicPlayerTest, StopsAndLetsGo) {
 TEST_F(MusicPlayerTest, SaysNothingOnceStopped) {
   // The stop comes while the music is loaded, on the callback thread.
   const auto bob = classroom.handset();
-  bob.events->onLine = [&](const std::string&) { player.stopPlayMusic(7); };
+  bob.events->inEvent = [&](const RecordingDelegate::Event&) { player.stopPlayMusic(7); };
   start(song());
   classroom.advance(40);
   bob->setAudioRoute(kRouteEarpiece);

@@ -27,10 +27,10 @@ TEST(Room, EventsComeOnOneThreadThatIsNotTheCallers) {
   alice->enterRoom(paramsOf("alice"), 0);
   bob->enterRoom(paramsOf("bob"), 0);
   classroom.advance(3000);
-  const auto thread = alice.events->threads().at(0);
+  const auto thread = alice.events->events().at(0).thread;
   EXPECT_NE(thread, std::this_thread::get_id());
   for (const auto& handset : {alice, bob}) {
-    for (const auto& other : handset.events->threads()) EXPECT_EQ(other, thread);
+    for (const auto& event : handset.events->events()) EXPECT_EQ(event.thread, thread);
   }
 }
 
@@ -138,8 +138,8 @@ TEST(Room, AsksTheRuleForSignatures) {
 TEST(Room, ARefusedClientIgnoresAnExitFromTheErrorItself) {
   Classroom classroom;
   const auto alice = classroom.handset();
-  alice.events->onLine = [&](const std::string& line) {
-    if (line.starts_with("onError")) alice->exitRoom();
+  alice.events->inEvent = [&](const RecordingDelegate::Event& event) {
+    if (event.name == "onError") alice->exitRoom();
   };
   auto params = paramsOf("alice");
   params.userSig = "bad";

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "ProtocolStage.h"
+#include "Silences.h"
 #include "json/JsonText.h"
 
 namespace vemo {
@@ -98,8 +99,9 @@ class CommandCheck {
       if (!param.contains("sameAs")) full_[textIn(param, "name")] = sampleOf(param);
       if (isTrue(param, "required")) smallest_[textIn(param, "name")] = sampleOf(param);
     }
-    if (const auto& anyOf = listIn(command, "anyOf"); !anyOf.empty()) {
-      smallest_[anyOf.front().get_string()] = full_[anyOf.front().get_string()];
+    for (const auto* key : {"anyOf", "anyTrue"}) {
+      const auto& names = listIn(command, key);
+      if (!names.empty()) smallest_[names.front().get_string()] = full_[names.front().get_string()];
     }
     bases_ = {full_, smallest_};
     for (const auto& value : listIn(command, "params")) {
@@ -123,8 +125,12 @@ class CommandCheck {
       });
     }
     goThroughWorlds();
+    checkUnanswered();
     for (std::size_t i = 0; i < errors().size(); ++i) {
       if (!seenErrors_.contains(i)) complain_("never fails with " + jsonText(errors()[i]));
+    }
+    if (!textIn(command_, "answeredAgainWhen").empty() && !answeredAgain_) {
+      complain_("is never answered again");
     }
     result_.finish();
   }
@@ -141,7 +147,7 @@ class CommandCheck {
     return send(params, goodWorld(), usual_);
   }
 
-  /// Each message meets a phone and a router of its own; what comes of it is examined.
+  /// Each message meets a device and a router of its own; what comes of it is examined.
   const Observed& send(const std::optional<json::object>& params, const World& world,
                        Prepared prepared, bool nativecb = false) {
     json::object message{{"head", {{"module", "kobu"}, {"action", name_}}}, {"cbid", "1"}};
@@ -153,6 +159,7 @@ class CommandCheck {
     if (isNew) {
       found->second = observe(text, world, prepared);
       for (const auto& reply : found->second.replies) examine(reply);
+      if (found->second.replies.size() > 1) examineMany(found->second, world);
     }
     return found->second;
   }
@@ -163,7 +170,7 @@ class CommandCheck {
       for (const auto& effect : effects) {
         const auto& kind = effect.at("effect").get_string();
         if (kind == "log") continue;
-        if (kind == "reply") observed.replies.push_back(effect);
+        if (kind == "reply" && effect.at("item") == "sent") observed.replies.push_back(effect);
         auto seen = effect;
         seen.erase("step");
         seen.erase("item");
@@ -171,7 +178,7 @@ class CommandCheck {
       }
     };
     Stage stage(world, prepared);
-    const auto effects = stage.play(jsonText(json::object{{"message", message}}));
+    const auto effects = stage.play(jsonText(json::object{{"message", message}, {"as", "sent"}}));
     take(effects);
     observed.atOnce = observed.replies.size();
     observed.reachedEngine = std::any_of(effects.begin(), effects.end(), [](const auto& effect) {
@@ -191,6 +198,15 @@ class CommandCheck {
       result_.compare(*value);
     } else if (!failure && !listIn(command_, "result").empty()) {
       complain_("succeeds without a value");
+    }
+  }
+
+  void examineMany(const Observed& observed, const World& world) {
+    if (textIn(command_, "answered") == "many") return;
+    answeredAgain_ = true;
+    if (textIn(command_, "answeredAgainWhen").empty()) {
+      complain_("is answered " + std::to_string(observed.replies.size()) + " times where " +
+                std::string(world.name));
     }
   }
 
@@ -250,19 +266,8 @@ class CommandCheck {
       complain_("onNoParams is " + inQuotes(withoutParams) + ", without params it is " +
                 described(observed));
     }
-    if (const auto& anyOf = listIn(command_, "anyOf"); !anyOf.empty()) {
-      auto params = full_;
-      for (const auto& name : anyOf) params.erase(name.get_string());
-      if (!isRefusedWith(send(params), kBadParameter, withoutParams)) {
-        complain_("with none of anyOf it is " + described(send(params)));
-      }
-      for (const auto& name : anyOf) {
-        const auto& key = name.get_string();
-        if (isRefused(send(json::object{{key, full_[key]}}))) {
-          complain_("anyOf has " + inQuotes(key) + ", alone it is not enough");
-        }
-      }
-    }
+    checkAnyOf("anyOf", false);
+    checkAnyOf("anyTrue", true);
     if (const auto needed = textIn(command_, "nothingWithout"); !needed.empty()) {
       auto params = full_;
       params.erase(needed);
@@ -272,15 +277,46 @@ class CommandCheck {
     }
   }
 
+  /// Of the parameters named, one is needed; given as "anyOf", and true as "anyTrue".
+  void checkAnyOf(std::string_view kind, bool mustBeTrue) {
+    const auto& names = listIn(command_, kind);
+    if (names.empty()) return;
+    const auto expectRefused = [&](const json::object& params) {
+      if (isRefusedWith(send(params), kBadParameter, textIn(command_, "onNoParams"))) return;
+      complain_("with none of " + std::string(kind) + " it is " + described(send(params)));
+    };
+    auto none = full_;
+    for (const auto& name : names) none.erase(name.get_string());
+    expectRefused(none);
+    for (const auto& name : names) {
+      const auto& key = name.get_string();
+      if (mustBeTrue) none[key] = false;
+      if (isRefused(send(json::object{{key, full_[key]}}))) {
+        complain_(std::string(kind) + " has " + inQuotes(key) + ", alone it is not enough");
+      }
+      if (full_[key].is_bool() && isRefused(send(json::object{{key, false}})) != mustBeTrue) {
+        complain_(std::string(kind) + " has " + inQuotes(key) + ", false it is " +
+                  described(send(json::object{{key, false}})));
+      }
+    }
+    if (mustBeTrue) expectRefused(none);
+  }
+
   void checkAnswered() {
-    const auto answered = textIn(command_, "answered");
-    const auto& observed = send(full_);
+    const auto usually = textIn(command_, "answered");
+    checkAnswered("answered", usually, false);
+    const auto otherwise = textIn(command_, "answeredWithNativecb");
+    checkAnswered("answeredWithNativecb", otherwise.empty() ? usually : otherwise, true);
+  }
+
+  void checkAnswered(std::string_view key, std::string_view answered, bool nativecb) {
+    const auto& observed = send(full_, goodWorld(), usual_, nativecb);
     const auto count = observed.replies.size();
     const bool once = observed.atOnce == 1 && count == 1;
     const bool later = observed.atOnce == 0 && count == 1;
     const bool many = observed.atOnce == 0 && count > 1;
     if (!(answered == "once" ? once : answered == "later" ? later : answered == "many" && many)) {
-      complain_("answered is " + inQuotes(answered) + ", there are " +
+      complain_(std::string(key) + " is " + inQuotes(answered) + ", there are " +
                 std::to_string(observed.atOnce) + " replies at once and " + std::to_string(count) +
                 " in all");
     }
@@ -290,6 +326,27 @@ class CommandCheck {
     for (const auto& world : otherWorlds()) {
       for (const auto& base : bases_) send(base, world, usual_);
       send(full_, world, usual_, true);
+    }
+  }
+
+  /// What is told of when it stays unanswered is made of the reasons that show it.
+  void checkUnanswered() {
+    const auto known = silences().find(name_);
+    static const std::vector<Silence> never;
+    const auto& reasons = known == silences().end() ? never : known->second;
+    std::string shown;
+    for (std::size_t i = 0; i < reasons.size(); ++i) {
+      const auto& [world, params, nativecb] = reasons[i];
+      if (i > 0) shown += i + 1 == reasons.size() ? ", or " : ", ";
+      shown += world.name;
+      auto given = full_;
+      for (const auto& [key, value] : params) given[key] = value;
+      if (const auto& observed = send(given, world, usual_, nativecb); !observed.replies.empty()) {
+        complain_("where " + std::string(world.name) + " it is " + described(observed));
+      }
+    }
+    if (const auto told = textIn(command_, "unansweredWhen"); told != shown) {
+      complain_("unansweredWhen is " + inQuotes(told) + ", shown is " + inQuotes(shown));
     }
   }
 
@@ -437,6 +494,7 @@ class CommandCheck {
   std::vector<json::object> bases_;
   std::map<std::string, Observed> sent_;
   std::set<std::size_t> seenErrors_;
+  bool answeredAgain_ = false;
 };
 
 }  // namespace

@@ -43,7 +43,7 @@ TEST(KOBUParamsExtension, NumbersAreCopiedWithTheRecordAndAreNoProperties) {
 
 std::optional<KOBURenderParams> renderParams(const char* json) {
   const auto value = boost::json::parse(json);
-  return renderParamsFrom(&value.as_object());
+  return recordFrom<KOBURenderParamsOfPage>(&value.as_object());
 }
 
 TEST(KOBURenderParamsExtension, ModeAndMirrorAreFillModeAndMirrorType) {

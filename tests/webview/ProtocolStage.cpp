@@ -11,7 +11,7 @@ namespace vemo {
 namespace {
 
 // Whom the document's examples name has views, and nobody has asked for a permission yet.
-constexpr std::string_view kUsualPhone = R"({"device":{"camera":0,"microphone":0,
+constexpr std::string_view kUsualDevice = R"({"device":{"camera":0,"microphone":0,
     "views":{"teacher/0":"own","student/0":"camera","student/2":"screen"}}})";
 
 constexpr std::string_view kInit = R"({"command":"initSDK"})";
@@ -83,7 +83,9 @@ const std::vector<World>& otherWorlds() {
       {"the engine fails",
        R"({"results":{"pauseScreenCapture":-7,"resumeScreenCapture":-8,"stopScreenCapture":-9}})",
        {},
-       {{"enterRoom", {R"({"event":"onError","args":[-3301,"refused",null],"thread":"main"})"}},
+       {{"enterRoom",
+         {R"({"event":"onError","args":[-3301,"refused",null],"thread":"main"})",
+          R"({"event":"onEnterRoom","args":[-3301],"thread":"main"})"}},
         {"switchRole", {R"({"event":"onSwitchRole","args":[-4,"refused"],"thread":"main"})"}},
         {"audioEffect.startPlayMusic",
          {R"({"music":0,"on":"start","code":-5,"thread":"main"})",
@@ -93,7 +95,7 @@ const std::vector<World>& otherWorlds() {
 }
 
 Stage::Stage(const World& world, Prepared prepared) : world_(world) {
-  play(kUsualPhone);
+  play(kUsualDevice);
   play(R"({"device":)" + std::string(world.device) + '}');
   for (const auto& step : world.before) play(step);
   if (prepared != Prepared::nothing) play(kInit);

@@ -9,17 +9,17 @@
 
 #include "Player.h"
 
-// A router on a phone, an engine and a user who answer whatever they are asked for.
+// A router on a device, an engine and a user who answer whatever they are asked for.
 
 namespace vemo {
 
 using Effects = std::vector<replay::Recorder::Effect>;
 using Steps = std::vector<std::string>;
 
-/// How things go for a router: the phone, and what its engine and its user answer.
+/// How things go for a router: the device, and what its engine and its user answer.
 struct World {
   std::string_view name;
-  std::string_view device = "{}";             ///< what is different from the usual phone
+  std::string_view device = "{}";             ///< what is different from the usual device
   Steps before;                               ///< what has happened already
   std::map<std::string_view, Steps> answers;  ///< to what is asked for, by its name
 };

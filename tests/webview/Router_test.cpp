@@ -46,6 +46,23 @@ TEST_F(RouterTest, EnvelopeLeavesOutAnEmptyNameAndAnAbsentValue) {
   EXPECT_EQ(text(VEMOKOBUMsgRouter::callBackCommonJson("", std::nullopt)), "{}");
 }
 
+TEST_F(RouterTest, AnEventIsSentInTheEnvelopeThatHostsMake) {
+  platform.send("registCallBacks", R"({"callbacks":[
+      {"sdkcbName":"onLesson","jsRecvcbName":"page.f"},
+      {"sdkcbName":"a \"name\"\n","jsRecvcbName":"page.f"}]})");
+  platform.webView->take();
+  const boost::json::object value{{"x", 1}, {"text", "a \u2028 \"b\""}};
+  for (const std::string_view name : {"onLesson", "a \"name\"\n"}) {
+    for (const auto& given : {std::optional(value), std::optional<boost::json::object>()}) {
+      router->callBackToH5(name, given, true);
+      router->executeJSCallback("page.f", VEMOKOBUMsgRouter::callBackCommonJson(name, given), true);
+      const auto scripts = platform.webView->take();
+      ASSERT_EQ(scripts.size(), 2U);
+      EXPECT_EQ(scripts[0], scripts[1]);
+    }
+  }
+}
+
 TEST_F(RouterTest, ScriptRunsBeforeTheCallReturnsOnTheMainThread) {
   router->executeJSCallback("page.f", boost::json::object{{"a", 1}}, true);
   EXPECT_EQ(platform.webView->take(), std::vector<std::string>{R"js(page.f({"a":1}))js"});
@@ -241,7 +258,7 @@ TEST(RouterThatOwnsItsPieces, MayDieInATaskOfItsOwnQueue) {
   EXPECT_TRUE(watched.expired());
 }
 
-/// Drives the router through every place that logs and collects where it says it was.
+/// Where the records say that they were logged.
 std::set<std::pair<std::string, unsigned>> placesOf(const std::vector<LoggedRecord>& records) {
   std::set<std::pair<std::string, unsigned>> places;
   for (const auto& record : records) places.emplace(record.fileName, record.line);

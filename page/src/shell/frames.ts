@@ -70,6 +70,15 @@ export type FromPhone =
       lost?: number;
     };
 
+/** What the broadcast extension tells, each with its word in the notification's name. */
+export const broadcastWords = {
+  started: 'Started',
+  paused: 'Paused',
+  resumed: 'Resumed',
+  finished: 'Finished',
+} as const;
+export type BroadcastEvent = keyof typeof broadcastWords;
+
 /** What the simulator understands. */
 export type ToPhone =
   | { kind: 'message'; text: string }
@@ -78,7 +87,7 @@ export type ToPhone =
   | { kind: 'settings'; settings: Partial<PhoneSettings> }
   | { kind: 'answer'; media: 'camera' | 'microphone'; granted: boolean }
   | { kind: 'press'; alert: number; button: number }
-  | { kind: 'broadcast'; event: 'Started' | 'Paused' | 'Resumed' | 'Finished' }
+  | { kind: 'broadcast'; event: BroadcastEvent }
   /** An event of the engine, `times` times. */
   | { kind: 'fire'; event: string; args: readonly unknown[]; times: number }
   /** How downloads fail from now on; null: they don't. */

@@ -3,6 +3,7 @@
 
 import { batch, signal } from '@preact/signals';
 import type { Places } from '../../client/src/frames.js';
+import { broadcastWords } from './frames';
 import type { FromPhone, Picture, PhoneSettings, ToPhone } from './frames';
 import { PhoneLink, type LinkState, type LinkWatcher } from './link';
 import type { PageFrame } from './pageFrame';
@@ -234,8 +235,8 @@ export class PhoneModel {
     if (frame.kind === 'broadcast')
       this.timeline.add({
         kind: 'press',
-        title: `Screen broadcast: ${frame.event.toLowerCase()}`,
-        step: { notify: `VEMOScreenKit_${frame.event}_Notify` },
+        title: `Screen broadcast: ${frame.event}`,
+        step: { notify: `VEMOScreenKit_${broadcastWords[frame.event]}_Notify` },
       });
   }
 
@@ -281,7 +282,7 @@ export class PhoneModel {
         {
           title: 'Start Broadcast',
           look: 'strong',
-          press: () => this.send({ kind: 'broadcast', event: 'Started' }),
+          press: () => this.send({ kind: 'broadcast', event: 'started' }),
         },
       ],
     });

@@ -86,9 +86,9 @@ export function PhonePage({ phone }: { phone: PhoneModel }) {
 
       <h2>Screen broadcast</h2>
       <Buttons>
-        {button('Pause', { kind: 'broadcast', event: 'Paused' })}
-        {button('Resume', { kind: 'broadcast', event: 'Resumed' })}
-        {button('Finish', { kind: 'broadcast', event: 'Finished' })}
+        {button('Pause', { kind: 'broadcast', event: 'paused' })}
+        {button('Resume', { kind: 'broadcast', event: 'resumed' })}
+        {button('Finish', { kind: 'broadcast', event: 'finished' })}
       </Buttons>
 
       <div class="reset">

@@ -1,6 +1,7 @@
 // Has the engine, or the broadcast extension, tell of anything.
 
 import { useSignal } from '@preact/signals';
+import { broadcastWords, type BroadcastEvent } from '../frames';
 import type { PhoneModel } from '../phoneModel';
 import { Fields, ModeChoice, NameChoice } from './fields';
 import { argumentsIn, argumentsOf, entriesOf, eventFields, filled } from './form';
@@ -11,7 +12,7 @@ import './tools.css';
 
 const noProblems = new Map<string, string>();
 const mostAtOnce = 1000;
-const notifications = ['Started', 'Paused', 'Resumed', 'Finished'] as const;
+const notifications = Object.keys(broadcastWords) as BroadcastEvent[];
 
 export function FirePage({ phone }: { phone: PhoneModel }) {
   const tools = toolboxOf(phone);
@@ -120,7 +121,7 @@ export function FirePage({ phone }: { phone: PhoneModel }) {
               disabled={!isThere}
               onClick={() => phone.send({ kind: 'broadcast', event: one })}
             >
-              {one}
+              {broadcastWords[one]}
             </button>
           ))}
         </div>
