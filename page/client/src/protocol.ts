@@ -11,7 +11,7 @@ export type KOBUSpeedTestResult = {
   upLostRate: number;
   /** Packets lost on the way from the server, 0 to 1. */
   downLostRate: number;
-  /** How long the way to the server and back takes (ms). */
+  /** How long the way to the server and back takes. In ms. */
   rtt: number;
 };
 
@@ -23,17 +23,17 @@ export type KOBUQualityInfo = {
 };
 
 export type KOBULocalStatistics = {
-  /** Width of the picture (pixels). */
+  /** Width of the picture. In pixels. */
   width: number;
-  /** Height of the picture (pixels). */
+  /** Height of the picture. In pixels. */
   height: number;
-  /** How many pictures come (frames/s). */
+  /** How many pictures come. In frames/s. */
   frameRate: number;
-  /** Bit rate of the picture (kbit/s). */
+  /** Bit rate of the picture. In kbit/s. */
   videoBitrate: number;
-  /** Sampling rate of the sound (Hz). */
+  /** Sampling rate of the sound. In Hz. */
   audioSampleRate: number;
-  /** Bit rate of the sound (kbit/s). */
+  /** Bit rate of the sound. In kbit/s. */
   audioBitrate: number;
   /** 0 the camera, 1 its small picture, 2 the screen. */
   streamType: number;
@@ -42,40 +42,40 @@ export type KOBULocalStatistics = {
 export type KOBURemoteStatistics = {
   /** Who sends the stream. */
   userId?: string;
-  /** Packets of this stream that are lost (percent). */
+  /** Packets of this stream that are lost. In percent. */
   packetLoss: number;
-  /** Width of the picture (pixels). */
+  /** Width of the picture. In pixels. */
   width: number;
-  /** Height of the picture (pixels). */
+  /** Height of the picture. In pixels. */
   height: number;
-  /** How many pictures come (frames/s). */
+  /** How many pictures come. In frames/s. */
   frameRate: number;
-  /** Bit rate of the picture (kbit/s). */
+  /** Bit rate of the picture. In kbit/s. */
   videoBitrate: number;
-  /** Sampling rate of the sound (Hz). */
+  /** Sampling rate of the sound. In Hz. */
   audioSampleRate: number;
-  /** Bit rate of the sound (kbit/s). */
+  /** Bit rate of the sound. In kbit/s. */
   audioBitrate: number;
-  /** How long what arrives is held back before it is played (ms). */
+  /** How long what arrives is held back before it is played. In ms. */
   jitterBufferDelay: number;
   /** 0 the camera, 1 its small picture, 2 the screen. */
   streamType: number;
 };
 
 export type KOBUStatistics = {
-  /** Processor load of the application (percent). */
+  /** Processor load of the application. In percent. */
   appCpu: number;
-  /** Processor load of the whole device (percent). */
+  /** Processor load of the whole device. In percent. */
   systemCpu: number;
-  /** How long the way to the server and back takes (ms). */
+  /** How long the way to the server and back takes. In ms. */
   rtt: number;
-  /** Packets lost on the way to the server (percent). */
+  /** Packets lost on the way to the server. In percent. */
   upLoss: number;
-  /** Packets lost on the way from the server (percent). */
+  /** Packets lost on the way from the server. In percent. */
   downLoss: number;
-  /** Sent since the room was entered (bytes). */
+  /** Sent since the room was entered. In bytes. */
   sentBytes: number;
-  /** Received since the room was entered (bytes). */
+  /** Received since the room was entered. In bytes. */
   receivedBytes: number;
   /** Each stream that the own user sends. */
   localStatistics: KOBULocalStatistics[];
@@ -170,7 +170,7 @@ export interface Commands {
     result: {
       /** The own user; "(null)" without one. */
       userId: string;
-      /** The time that entering took; negative: the engine's code of a failure (ms). */
+      /** The time that entering took; negative: the engine's code of a failure. In ms. */
       elapsed: number;
     };
     answered: 'later';
@@ -200,13 +200,13 @@ export interface Commands {
     params: {
       /** The user. */
       userId?: string;
-      /** Distance from the view's upper edge (points). Default: 0. */
+      /** Distance from the view's upper edge. In points. Default: 0. */
       top?: number;
-      /** Distance from the view's left edge (points). Default: 0. */
+      /** Distance from the view's left edge. In points. Default: 0. */
       left?: number;
-      /** Distance from the view's lower edge (points). Default: 0. */
+      /** Distance from the view's lower edge. In points. Default: 0. */
       bottom?: number;
-      /** Distance from the view's right edge (points). Default: 0. */
+      /** Distance from the view's right edge. In points. Default: 0. */
       right?: number;
     };
     result: Success;
@@ -238,15 +238,15 @@ export interface Commands {
   };
   setVideoEncoderParam: {
     params: {
-      /** Width of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Width of the picture. In pixels. Default: 0. Of the record KOBUVideoEncParam. */
       width?: number;
-      /** Height of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Height of the picture. In pixels. Default: 0. Of the record KOBUVideoEncParam. */
       height?: number;
-      /** How often a picture is sent (frames/s). Default: 15. Of the record KOBUVideoEncParam. */
+      /** How often a picture is sent. In frames/s. Default: 15. Of the record KOBUVideoEncParam. */
       fps?: number;
-      /** Bit rate to aim at (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Bit rate to aim at. In kbit/s. Default: 0. Of the record KOBUVideoEncParam. */
       bitrate?: number;
-      /** Bit rate not to fall below (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Bit rate not to fall below. In kbit/s. Default: 0. Of the record KOBUVideoEncParam. */
       minBitrate?: number;
       /**
        * Whether the engine may change the resolution. Default: false. Of the record
@@ -279,7 +279,7 @@ export interface Commands {
   setLocalPreviewParams: {
     params: {
       /**
-       * How the picture is turned (quarter turns clockwise). Default: 0. Of the record
+       * How the picture is turned. In quarter turns clockwise. Default: 0. Of the record
        * KOBURenderParams.
        */
       rotation?: number;
@@ -287,11 +287,17 @@ export interface Commands {
       fillMode?: number;
       /** 0 automatic, 1 mirrored, 2 not mirrored. Default: 0. Of the record KOBURenderParams. */
       mirrorType?: number;
-      /** Another name of "fillMode", which wins. Of the record KOBURenderParams. */
+      /**
+       * Another name of "fillMode"; where both are given, this one counts. Of the record
+       * KOBURenderParams.
+       */
       mode?: number;
-      /** Another name of "mirrorType", which wins. Of the record KOBURenderParams. */
+      /**
+       * Another name of "mirrorType"; where both are given, this one counts. Of the record
+       * KOBURenderParams.
+       */
       mirror?: number;
-      /** How the sent picture is turned (quarter turns clockwise). */
+      /** How the sent picture is turned. In quarter turns clockwise. */
       encoderRotation?: number;
       /** Whether the sent picture is mirrored. */
       encoderMirror?: boolean;
@@ -306,15 +312,15 @@ export interface Commands {
     params: {
       /** Whether the small picture is sent. */
       enable?: boolean;
-      /** Width of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Width of the picture. In pixels. Default: 0. Of the record KOBUVideoEncParam. */
       width?: number;
-      /** Height of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Height of the picture. In pixels. Default: 0. Of the record KOBUVideoEncParam. */
       height?: number;
-      /** How often a picture is sent (frames/s). Default: 15. Of the record KOBUVideoEncParam. */
+      /** How often a picture is sent. In frames/s. Default: 15. Of the record KOBUVideoEncParam. */
       fps?: number;
-      /** Bit rate to aim at (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Bit rate to aim at. In kbit/s. Default: 0. Of the record KOBUVideoEncParam. */
       bitrate?: number;
-      /** Bit rate not to fall below (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Bit rate not to fall below. In kbit/s. Default: 0. Of the record KOBUVideoEncParam. */
       minBitrate?: number;
       /**
        * Whether the engine may change the resolution. Default: false. Of the record
@@ -394,7 +400,7 @@ export interface Commands {
       /** 0 the camera, 1 its small picture, 2 the screen. From 0 to 2. Default: 0. */
       streamType?: number;
       /**
-       * How the picture is turned (quarter turns clockwise). Default: 0. Of the record
+       * How the picture is turned. In quarter turns clockwise. Default: 0. Of the record
        * KOBURenderParams.
        */
       rotation?: number;
@@ -402,9 +408,15 @@ export interface Commands {
       fillMode?: number;
       /** 0 automatic, 1 mirrored, 2 not mirrored. Default: 0. Of the record KOBURenderParams. */
       mirrorType?: number;
-      /** Another name of "fillMode", which wins. Of the record KOBURenderParams. */
+      /**
+       * Another name of "fillMode"; where both are given, this one counts. Of the record
+       * KOBURenderParams.
+       */
       mode?: number;
-      /** Another name of "mirrorType", which wins. Of the record KOBURenderParams. */
+      /**
+       * Another name of "mirrorType"; where both are given, this one counts. Of the record
+       * KOBURenderParams.
+       */
       mirror?: number;
     };
     result: Success;
@@ -502,7 +514,7 @@ export interface Commands {
       /** The user. */
       userId: string;
       /**
-       * How the picture is turned (quarter turns clockwise). Default: 0. Of the record
+       * How the picture is turned. In quarter turns clockwise. Default: 0. Of the record
        * KOBURenderParams.
        */
       rotation?: number;
@@ -510,9 +522,15 @@ export interface Commands {
       fillMode?: number;
       /** 0 automatic, 1 mirrored, 2 not mirrored. Default: 0. Of the record KOBURenderParams. */
       mirrorType?: number;
-      /** Another name of "fillMode", which wins. Of the record KOBURenderParams. */
+      /**
+       * Another name of "fillMode"; where both are given, this one counts. Of the record
+       * KOBURenderParams.
+       */
       mode?: number;
-      /** Another name of "mirrorType", which wins. Of the record KOBURenderParams. */
+      /**
+       * Another name of "mirrorType"; where both are given, this one counts. Of the record
+       * KOBURenderParams.
+       */
       mirror?: number;
     };
     result: Success;
@@ -531,10 +549,10 @@ export interface Commands {
       loopCount?: number;
       /** Whether the other users hear it. Default: false. Of the record PWAudioMusicParam. */
       publish?: boolean;
-      /** Where in the music to begin (ms). Default: 0. Of the record PWAudioMusicParam. */
+      /** Where in the music to begin. In ms. Default: 0. Of the record PWAudioMusicParam. */
       startTimeMs?: number;
       /**
-       * Where in the music to end; -1: at its end (ms). Default: -1. Of the record
+       * Where in the music to end; -1: at its end. In ms. Default: -1. Of the record
        * PWAudioMusicParam.
        */
       endTimeMs?: number;
@@ -552,9 +570,9 @@ export interface Commands {
       state: string;
       /** The engine's code, 0 for success; at start and end. */
       errCode?: number;
-      /** How far the music has come; in progress (ms). */
+      /** How far the music has come; in progress. In ms. */
       progressMs?: number;
-      /** How long the music is; in progress (ms). */
+      /** How long the music is; in progress. In ms. */
       durationMs?: number;
     };
     answered: 'many';
@@ -564,7 +582,7 @@ export interface Commands {
     params: {
       /** The music, by a number that the page chooses. */
       audioId?: number;
-      /** Where to go on playing (ms). */
+      /** Where to go on playing. In ms. */
       position?: number;
       /** Volume of all music, not of this one alone, 0 to 100. */
       volume?: number;
@@ -632,7 +650,7 @@ export interface Commands {
   };
   enableAudioVolumeEvaluation: {
     params: {
-      /** Time between two volume events; 0 turns them off (ms). */
+      /** Time between two volume events; 0 turns them off. In ms. */
       interval: number;
     };
     result: Success;
@@ -643,7 +661,7 @@ export interface Commands {
     params: {
       /** An absolute URL of the picture. */
       imgUrl: string;
-      /** How often the picture is sent (frames/s). From 5 to 10. Default: 5. */
+      /** How often the picture is sent. In frames/s. From 5 to 10. Default: 5. */
       fps?: number;
     };
     result: Success;
@@ -742,15 +760,15 @@ export interface Commands {
     params: {
       /** 1 the application's own screen, 2 the whole device. */
       screenCaptureMode: number;
-      /** Width of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Width of the picture. In pixels. Default: 0. Of the record KOBUVideoEncParam. */
       width?: number;
-      /** Height of the picture (pixels). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Height of the picture. In pixels. Default: 0. Of the record KOBUVideoEncParam. */
       height?: number;
-      /** How often a picture is sent (frames/s). Default: 15. Of the record KOBUVideoEncParam. */
+      /** How often a picture is sent. In frames/s. Default: 15. Of the record KOBUVideoEncParam. */
       fps?: number;
-      /** Bit rate to aim at (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Bit rate to aim at. In kbit/s. Default: 0. Of the record KOBUVideoEncParam. */
       bitrate?: number;
-      /** Bit rate not to fall below (kbit/s). Default: 0. Of the record KOBUVideoEncParam. */
+      /** Bit rate not to fall below. In kbit/s. Default: 0. Of the record KOBUVideoEncParam. */
       minBitrate?: number;
       /**
        * Whether the engine may change the resolution. Default: false. Of the record
@@ -837,7 +855,7 @@ export interface Methods {
     params?: Commands['setLogParams']['params'],
     options?: CallOptions,
   ): Promise<Commands['setLogParams']['result']>;
-  /** Tells the engine's version. */
+  /** Gives the engine's version. */
   getSDKVersion(
     params?: Commands['getSDKVersion']['params'],
     options?: CallOptions,
@@ -848,11 +866,13 @@ export interface Methods {
     options?: CallOptions,
   ): Promise<Commands['uninitSDK']['result']>;
   /**
-   * Enters a room. It is answered with the event "onEnterRoom", always with code 0: a negative
-   * "elapsed" is the code of a failure. An error of entering that the engine reports answers it
-   * too, with the error's code.
+   * Enters a room. It is answered when "onEnterRoom" comes, with code 0 even for a failure: then
+   * "elapsed" is negative, the engine's code. A failure that the engine also reports as an error
+   * is answered before that, with the error's code and text.
    * It stays unanswered when another enter replaces it before the engine answers, or the engine
    * is released.
+   * It is answered more than once when the engine reports a failure as an error: each such error
+   * answers it, and the "onEnterRoom" that follows does so with code 0. Take the first answer.
    * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
    * @throws {BridgeError} -1 (JS), "no appScene param": "appScene" is missing or of another type
    * @throws {BridgeError} -1 (JS), "params can't parse KOBUParams": "sdkAppId", "userId",
@@ -896,8 +916,9 @@ export interface Methods {
    * Becomes anchor or audience. It is answered at once, and the event "onSwitchRole" tells how
    * the switch ended. A message with a "nativecb" is answered by that event instead, with the
    * engine's code and text.
-   * It stays unanswered when the message has "nativecb" and the role is neither 20 nor 21, or
-   * another such switch to the same role replaces it.
+   * It stays unanswered when the message has "nativecb" and the role is neither 20 nor 21,
+   * another such switch is asked for before it has ended, the room is left meanwhile, or the
+   * engine is released.
    * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
    * @throws {BridgeError} -1 (JS), "no role param": "role" is missing or of another type
    * @throws {BridgeError} -3 (JS), "not enter room": no enter has ended yet
@@ -909,7 +930,7 @@ export interface Methods {
     options?: CallOptions,
   ): MayStayOpen<Commands['switchRole']['result']>;
   /**
-   * Tells the engine what to give up first on a poor network, and who decides.
+   * Chooses what the engine gives up first on a poor network, and who decides.
    * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
    * @throws {BridgeError} -1 (JS), "params error": there are no params; "preference" or
    * "controlMode" is of another type
@@ -931,7 +952,8 @@ export interface Methods {
   /**
    * Starts the camera and shows it in the own view. The user is asked for permission first where
    * that is not settled; where it is denied, an alert leads to the settings.
-   * It stays unanswered when the user never answers, or the engine is released meanwhile.
+   * It stays unanswered when the user never answers, or permits it only after the engine was
+   * released.
    * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
    * @throws {BridgeError} -1 (JS), "not set render source": the host has no source of views
    * @throws {BridgeError} -1 (KOBU), "not found self render source": the host has no view for the
@@ -962,7 +984,7 @@ export interface Methods {
     options?: CallOptions,
   ): Promise<Commands['setLocalPreviewParams']['result']>;
   /**
-   * Sends a small picture beside the main one, or ceases to. Without "enable", or with encoder
+   * Sends a small picture beside the main one, or stops that. Without "enable", or with encoder
    * parameters of another type, nothing happens, and the answer is a success.
    * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
    */
@@ -989,7 +1011,7 @@ export interface Methods {
     options?: CallOptions,
   ): Promise<Commands['stopLocalPreview']['result']>;
   /**
-   * Ceases to send the camera, or sends it again. Meanwhile the others get the picture of
+   * Stops sending the camera, or sends it again. Meanwhile the others get the picture of
    * "setVideoMuteImage", if there is one.
    * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
    * @throws {BridgeError} -1 (JS), "no mute param": "mute" is missing or of another type
@@ -1001,7 +1023,8 @@ export interface Methods {
   /**
    * Starts the microphone. Where its permission is not settled, the user is asked for the camera,
    * and that answer decides; where it is denied, an alert leads to the settings.
-   * It stays unanswered when the user never answers, or the engine is released meanwhile.
+   * It stays unanswered when the user never answers, or permits it only after the engine was
+   * released.
    * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
    * @throws {BridgeError} -1317 (KOBU): the user does not permit the microphone; the text tells
    * how it came
@@ -1052,7 +1075,7 @@ export interface Methods {
     options?: CallOptions,
   ): Promise<Commands['setRemotePreviewParams']['result']>;
   /**
-   * Ceases to show a user's stream.
+   * Stops showing a user's stream.
    * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
    * @throws {BridgeError} -1 (JS), "userId param error": "userId" is missing, empty or of another
    * type
@@ -1062,7 +1085,7 @@ export interface Methods {
     options?: CallOptions,
   ): Promise<Commands['stopRemoteView']['result']>;
   /**
-   * Ceases to show any other user.
+   * Stops showing any other user.
    * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
    */
   stopAllRemoteView(
@@ -1070,7 +1093,7 @@ export interface Methods {
     options?: CallOptions,
   ): Promise<Commands['stopAllRemoteView']['result']>;
   /**
-   * Ceases to receive a user's picture, or receives it again.
+   * Stops receiving a user's picture, or receives it again.
    * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
    * @throws {BridgeError} -1 (JS), "userId or mute param error": "userId" is missing, empty or of
    * another type; "mute" is missing or of another type
@@ -1080,7 +1103,7 @@ export interface Methods {
     options?: CallOptions,
   ): Promise<Commands['muteRemoteVideoStream']['result']>;
   /**
-   * Ceases to receive the pictures of all users, or receives them again.
+   * Stops receiving the pictures of all users, or receives them again.
    * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
    * @throws {BridgeError} -1 (JS), "mute param error": "mute" is missing or of another type
    */
@@ -1130,7 +1153,7 @@ export interface Methods {
     options?: CallOptions,
   ): Promise<Commands['startRemoteSubStreamView']['result']>;
   /**
-   * Ceases to show the screen that a user shares.
+   * Stops showing the screen that a user shares.
    * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
    * @throws {BridgeError} -1 (JS), "userId param error": "userId" is missing, empty or of another
    * type
@@ -1197,7 +1220,7 @@ export interface Methods {
     options?: CallOptions,
   ): Promise<Commands['pauseMusic']['result']>;
   /**
-   * Plays paused music on.
+   * Resumes paused music.
    * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
    * @throws {BridgeError} -1 (JS), "no audioId param": "audioId" is missing or of another type
    */
@@ -1236,7 +1259,8 @@ export interface Methods {
   ): Promise<Commands['enableAudioVolumeEvaluation']['result']>;
   /**
    * Downloads the picture that the others get while the camera is muted. A file that is no
-   * picture takes an earlier picture away, and the answer is a success.
+   * picture takes an earlier picture away, and the answer is a success. After "uninitSDK" the
+   * picture goes nowhere, and the answer is a success.
    * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
    * @throws {BridgeError} -1 (JS), "imgUrl params error": "imgUrl" is missing or no absolute URL
    * @throws {BridgeError} -2 (KOBU), "download image is nil": the downloaded file can't be read
@@ -1247,8 +1271,8 @@ export interface Methods {
     options?: CallOptions,
   ): Promise<Commands['setVideoMuteImage']['result']>;
   /**
-   * Tells which streams flow, by the statistics that came last, and forgets these. When none have
-   * come since the last time, the text "[]" stands in place of the list.
+   * Gives the streams that flow, by the statistics that came last, and forgets these. When none
+   * have come since the last time, the text "[]" stands in place of the list.
    */
   getKOBUStats(
     params?: Commands['getKOBUStats']['params'],
@@ -1282,9 +1306,9 @@ export interface Methods {
     options?: CallOptions,
   ): Promise<Commands['setAudioVolume']['result']>;
   /**
-   * Tells the volume of the microphone, of all that is played here, or of both.
+   * Gives the volume of the microphone, of all that is played here, or of both.
    * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
-   * @throws {BridgeError} -1 (JS), "params error": neither "capture" nor "playout" is given
+   * @throws {BridgeError} -1 (JS), "params error": neither "capture" nor "playout" is true
    */
   getAudioVolume(
     params?: Commands['getAudioVolume']['params'],
@@ -1301,7 +1325,7 @@ export interface Methods {
     params: Commands['callExperimentalAPI']['params'],
     options?: CallOptions,
   ): Promise<Commands['callExperimentalAPI']['result']>;
-  /** Tells what this system can capture. */
+  /** Gives what this system can capture. */
   isSupportScreenCapture(
     params?: Commands['isSupportScreenCapture']['params'],
     options?: CallOptions,
@@ -1309,7 +1333,8 @@ export interface Methods {
   /**
    * Starts the screen-broadcast extension. It is answered when the extension has started. On
    * systems before 12.0 nothing is started, and the answer is a success at once.
-   * It stays unanswered when the extension does not start, or another launch replaces it.
+   * It stays unanswered when the extension does not start, another notification of the extension
+   * comes before that it has started, or another launch replaces it.
    * @throws {BridgeError} -1 (JS), "not support launchScreenKit": the system is older than 11.0
    */
   launchScreenKit(
@@ -1400,10 +1425,10 @@ export interface Events {
   onEnterRoom: {
     /** The own user, without line breaks; "(null)" outside a room. */
     userId: string;
-    /** The time that entering took; negative: the engine's code of a failure (ms). */
+    /** The time that entering took; negative: the engine's code of a failure. In ms. */
     elapsed: number;
   };
-  /** The own user is out of the room. Answers "exitRoom". */
+  /** The own user has left the room. Answers "exitRoom". */
   onExitRoom: {
     /** The own user, without line breaks; "(null)" outside a room. */
     userId: string;
@@ -1416,9 +1441,16 @@ export interface Events {
     userId: string;
     /** The scene of the room; 0 outside one. */
     appScene: number;
-    /** The role until now; 0 outside a room. */
+    /**
+     * The own role as the router knows it: that of the enter, or of the last successful switch
+     * with "nativecb" or by the application; a plain "switchRole" does not change it; 0 outside a
+     * room.
+     */
     fromRole: number;
-    /** The role that was asked for; 0 outside a room. */
+    /**
+     * The role that a switch with "nativecb" or by the application asked for; says nothing of a
+     * plain "switchRole"; 0 outside a room.
+     */
     toRole: number;
     /** The engine's code; 0 is success. */
     errCode: number;
@@ -1450,7 +1482,7 @@ export interface Events {
     /** Where it was played before, by the same numbers. */
     fromRoute: number;
   };
-  /** Another user begins or ceases to send sound. */
+  /** Another user starts or stops sending sound. */
   onUserAudioAvailable: {
     /** The other user. */
     availableUserId: string;
@@ -1459,7 +1491,7 @@ export interface Events {
     /** Whether the user sends it now. */
     available: boolean;
   };
-  /** Another user begins or ceases to send the camera. */
+  /** Another user starts or stops sending the camera. */
   onUserVideoAvailable: {
     /** The other user. */
     availableUserId: string;
@@ -1468,7 +1500,7 @@ export interface Events {
     /** Whether the user sends it now. */
     available: boolean;
   };
-  /** Another user begins or ceases to share the screen. */
+  /** Another user starts or stops sharing the screen. */
   onUserSubStreamAvailable: {
     /** The other user. */
     availableUserId: string;
@@ -1526,9 +1558,9 @@ export interface Events {
     remoteUserId: string;
     /** 0 the camera, 1 its small picture, 2 the screen. */
     streamType: number;
-    /** Width of the picture (pixels). */
+    /** Width of the picture. In pixels. */
     width: number;
-    /** Height of the picture (pixels). */
+    /** Height of the picture. In pixels. */
     height: number;
   };
   /** The first sound of another user is played. */
@@ -1561,13 +1593,13 @@ export interface Events {
     userId: string;
   };
   /**
-   * Screen capture has started; "reason" is always 0. Answers "startScreenCapture" when the
-   * engine sends it on the main thread.
+   * Screen capture has started. Answers "startScreenCapture" when the engine sends it on the main
+   * thread.
    */
   onScreenCaptureStarted: {
     /** The own user, without line breaks; "(null)" outside a room. */
     userId: string;
-    /** Why, by the engine's numbers. */
+    /** Always 0. */
     reason: number;
   };
   /** Screen capture has paused. */
