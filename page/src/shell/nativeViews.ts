@@ -13,21 +13,17 @@ interface Shown {
   canvas: HTMLCanvasElement;
   /** When the picture stopped moving; absent while it moves. */
   stoodStillAt?: number;
+  /** What the canvas shows; what would be the same is not drawn again. */
+  drawn?: string;
 }
 
 export class NativeViews {
   readonly element = h('div', { class: 'native-views', 'aria-hidden': 'true' });
   private places: Places = { views: [], above: [] };
+  private isAwake = false;
+  private nextFrame = 0;
   private readonly shown = new Map<string, Shown>();
   private readonly images = new Map<number, HTMLCanvasElement>();
-
-  constructor() {
-    const draw = (time: number) => {
-      this.draw(time);
-      requestAnimationFrame(draw);
-    };
-    requestAnimationFrame(draw);
-  }
 
   /** Whether there is nothing to show, and no place for it. */
   get isIdle(): boolean {
@@ -37,6 +33,7 @@ export class NativeViews {
   /** Where the views lie from now on. */
   lieAt(places: Places): void {
     this.places = places;
+    this.wake();
   }
 
   /** A mute image, which pictures name by its number from now on. */
@@ -45,6 +42,7 @@ export class NativeViews {
     const pixels = Uint8ClampedArray.from(rgba.match(/../g) ?? [], (byte) => parseInt(byte, 16));
     canvas.getContext('2d')?.putImageData(new ImageData(pixels, width, height), 0, 0);
     this.images.set(id, canvas);
+    this.wake();
   }
 
   /** Shows exactly these pictures. */
@@ -67,9 +65,22 @@ export class NativeViews {
       this.element.append(canvas);
       this.shown.set(name, { picture, canvas });
     }
+    this.wake();
   }
 
+  private wake(): void {
+    if (this.isAwake) return;
+    this.isAwake = true;
+    clearTimeout(this.nextFrame);
+    requestAnimationFrame((time) => {
+      this.isAwake = false;
+      this.draw(time);
+    });
+  }
+
+  // Draws what has changed, and comes again when the next picture of a stream is due.
   private draw(time: number): void {
+    let fastest = 0;
     const { views, above } = this.places;
     for (const [name, shown] of this.shown) {
       const { picture, canvas } = shown;
@@ -78,13 +89,21 @@ export class NativeViews {
       const place = views.find((view) => view.name === name);
       if (!place || place.box[2] < 2 || place.box[3] < 2) {
         canvas.style.display = 'none';
+        delete shown.drawn;
         continue;
       }
+      fastest = Math.max(fastest, picture.fps);
+      const image = this.images.get(picture.muteImage);
+      const frame = Math.floor((time / 1000) * picture.fps);
+      const drawn = JSON.stringify([picture, frame, place, above, image !== undefined, devicePixelRatio]);
+      if (shown.drawn === drawn) continue;
+      shown.drawn = drawn;
       lay(canvas, place);
-      paint(canvas, picture, this.images.get(picture.muteImage), shown.stoodStillAt ?? time);
+      paint(canvas, picture, image, shown.stoodStillAt ?? time);
       for (const { box, radius } of above) cutOut(canvas, place.box, box, radius);
       canvas.dataset['kind'] = picture.muteImage ? 'muteImage' : 'live';
     }
+    if (fastest > 0) this.nextFrame = window.setTimeout(() => this.wake(), 1000 / fastest);
   }
 }
 
