@@ -78,6 +78,7 @@ export class Overlays {
   }
 
   showBroadcastPicker(application: string): void {
+    if (this.queue.some(({ kind }) => kind === 'broadcast')) return; // one is enough
     this.ask({
       kind: 'broadcast',
       title: 'Screen Broadcast',
