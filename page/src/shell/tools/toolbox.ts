@@ -119,6 +119,12 @@ export class Toolbox {
     this.commandDraft.value = { name, asJson: true, entries: {}, json };
   }
 
+  /** Puts an event with its arguments into the form. */
+  editEvent(name: string, args: readonly unknown[]): void {
+    const json = JSON.stringify(args, null, 2);
+    this.eventDraft.value = { name, asJson: true, entries: {}, json };
+  }
+
   /** Has the engine tell of an event. */
   fire(event: string, args: readonly unknown[], times = 1): void {
     this.phone.timeline.add({
