@@ -189,7 +189,6 @@ test('a lost answer is one that the page waits for, and the next is not lost', a
   await panel.getByRole('switch', { name: 'Answers are lost' }).check();
   await ada.setPermission('Camera', 'authorized');
   await ada.control('Camera').click();
-  await ada.view.locator('[data-control="Camera"][data-look="busy"], [data-control="Camera"]').first().waitFor();
   await ada.openPanel('Time line');
   await ada.row('Fault: the answer to startLocalPreview is lost').waitFor();
   assert.equal(await ada.view.locator('[data-control="Camera"][data-look="on"]').count(), 0);
@@ -197,7 +196,6 @@ test('a lost answer is one that the page waits for, and the next is not lost', a
   await panel.getByRole('switch', { name: 'Answers are lost' }).uncheck();
   await ada.page.getByRole('button', { name: 'Close panel' }).click();
   await ada.control('Microphone').click();
-  await ada.answerPrompt('camera', true);
   await ada.view.locator('[data-control="Microphone"][data-look="on"]').waitFor();
 });
 
@@ -271,7 +269,7 @@ test('an error of the engine by its code', async () => {
   await panel.getByLabel('Code', { exact: true }).fill('many');
   await panel.getByText('A code is a whole number.').waitFor();
   await panel.getByLabel('Code', { exact: true }).fill('-3316');
-  await panel.getByText('This room is full.').first().waitFor();
+  await panel.locator('.tool-help', { hasText: 'This room is full.' }).waitFor();
   await button(panel, 'Raise').click();
   await ada.view.getByText('This room is full.').first().waitFor();
 });
@@ -329,7 +327,7 @@ test('a bot of one’s own choice, and what is refused', async () => {
   await panel.getByText('There can be 1 to 20 bots.').waitFor();
   await panel.getByLabel('Name of a single one').fill('Zoe');
   await panel.getByLabel('Role').selectOption('audience');
-  await panel.getByLabel('How many').isDisabled();
+  assert.equal(await panel.getByLabel('How many').isDisabled(), true);
   await panel.getByLabel('Name of a single one').press('Enter');
   // A name is enough: the number does not matter then.
   await panel.getByText('There can be 1 to 20 bots.').waitFor({ state: 'hidden' });
@@ -424,7 +422,9 @@ test('the coverage of a lesson, saved as text and as JSON', async () => {
 // ---- The address
 
 test('the address sets the first phone, and what was set by hand since outlives a reload', async () => {
-  const ada = await open('?os=12&camera=denied&net=bad&app=Night+school&user=Ada&room=7&role=audience&text=150&dark=yes');
+  const query = '?os=12&camera=denied&net=bad&app=Night+school&user=Ada&room=7&role=audience&text=150&dark=yes';
+  // A scheme that the driver sets would hold for all frames.
+  const ada = await open(query, { colorScheme: null });
   assert.equal(await ada.view.getByLabel('Your name').inputValue(), 'Ada');
   assert.equal(await ada.view.getByLabel('Room', { exact: true }).inputValue(), '7');
   assert.equal(await ada.view.getByRole('radio', { name: 'Audience' }).isChecked(), true);
@@ -535,8 +535,6 @@ test('by keyboard alone: the panel, a command, a fault and a bot', async () => {
   };
   await tabTo('Command');
   await keyboard.type('getSDKV');
-  await tabTo('Send');
-  await keyboard.press('Tab');
   await tabTo('Send');
   await keyboard.press('Enter');
   await panel.locator('.tool-history li', { hasText: 'getSDKVersion answered' }).waitFor();
