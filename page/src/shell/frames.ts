@@ -53,18 +53,21 @@ export type FromPhone =
   | { kind: 'problem'; text: string; frame?: string }
   /**
    * Something reached the router (`step`, as in a scenario), or it did something (`effect`, as
-   * in a transcript), `at` so many milliseconds after the phone began. `number` is that of the
-   * step, or of the step that an effect comes of; without it, that is the latest step on its
-   * thread.
+   * in a transcript), at `at` milliseconds since 1970. `number` is that of the step, or of the
+   * step that an effect comes of; without it, that is the latest step on its thread. A frame with
+   * neither is a task of the main thread, queued by another step. `lost` counts what could not be
+   * told.
    */
   | {
       kind: 'noted';
-      at: number;
-      thread: string;
+      at?: number;
+      thread?: string;
       number?: number;
+      queuedBy?: number;
       periodic?: boolean;
       step?: Record<string, unknown>;
       effect?: Record<string, unknown>;
+      lost?: number;
     };
 
 /** What the simulator understands. */

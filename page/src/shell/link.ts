@@ -57,6 +57,7 @@ export class PhoneLink {
 
     socket.addEventListener('open', () => {
       if (!current()) return;
+      this.send({ kind: 'note', on: true });
       for (const frame of this.memory.begin()) this.send(frame);
       for (const text of early.splice(0)) this.send({ kind: 'message', text });
       tell('ready');

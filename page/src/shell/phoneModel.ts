@@ -147,7 +147,7 @@ export class PhoneModel {
 
   private changeState(state: LinkState): void {
     this.state.value = state;
-    if (state === 'ready') return this.conversation.begin();
+    if (state === 'ready') return;
     this.waitingDialogs.length = 0;
     this.images.clear();
     batch(() => {

@@ -2,6 +2,7 @@
 // command that asked for it, what the router does to what made it do so.
 
 import type { FromPhone } from '../frames';
+import { isPeriodic } from './known';
 import { member, parsed } from './texts';
 import type { NewRow, Remark, Row, Timeline } from './timeline';
 
@@ -17,6 +18,7 @@ export type Lint = (message: Message) => Remark[];
 
 type Noted = Extract<FromPhone, { kind: 'noted' }>;
 
+const notAMessage = 'not a message';
 // So many are remembered of what may still be told more of.
 const remembered = 10_000;
 
@@ -35,14 +37,9 @@ export class Conversation {
   /** What each thread is at, and the noted steps by number. */
   private readonly doing = new Map<string, Row>();
   private steps = new Map<number, Row>();
-  private beganAt = 0;
+  private lastStep = 0;
 
   constructor(private readonly timeline: Timeline) {}
-
-  /** A phone like new is there; it counts its time from now. */
-  begin(): void {
-    this.beganAt = Date.now();
-  }
 
   /** The phone is gone: no answer can come any more. */
   end(because: string): void {
@@ -60,7 +57,7 @@ export class Conversation {
     const envelope = parsed(text);
     const action = textOf(member(envelope, 'head', 'action'));
     const cbid = textOf(member(envelope, 'cbid'));
-    const title = action ?? 'not a message';
+    const title = action ?? notAMessage;
     const row = this.timeline.add({ kind: 'command', title, text, failed: action === undefined });
     row.cbid = cbid;
     row.waiting = cbid === undefined ? 'unasked' : 'waiting';
@@ -96,45 +93,59 @@ export class Conversation {
   }
 
   /** What reached the router, or what it did. */
-  noted({ at, thread, number, step, effect, periodic = false }: Noted): void {
-    const when = { at: Math.min(Date.now(), this.beganAt + at), thread, periodic };
+  noted(noted: Noted): void {
+    const { at = Date.now(), thread = 'main', number, periodic = false, step, effect, lost } = noted;
+    const when = { at, thread, periodic };
+    if (lost !== undefined)
+      this.timeline.add({ kind: 'note', title: `${lost} periodic notes of the router were left out: there was no time for them.` });
     if (step) {
       const row = this.notedStep(step, when);
-      if (!row) return;
-      this.doing.set(thread, row);
-      if (number !== undefined) {
-        this.steps.set(number, row);
-        forgetOldest(this.steps);
-      }
+      if (row && !('device' in step)) this.begins(row, thread, number);
     } else if (effect) {
       const cause = number === undefined ? this.doing.get(thread) : this.steps.get(number);
       const row = rowOfEffect(effect);
       if (row) this.timeline.add({ ...row, ...when, cause });
+    } else if (noted.queuedBy !== undefined) {
+      const row = this.steps.get(noted.queuedBy);
+      if (row) this.begins(row, thread, number);
     }
   }
 
+  private begins(row: Row, thread: string, number: number | undefined): void {
+    this.doing.set(thread, row);
+    if (number === undefined) return;
+    this.steps.set(number, row);
+    forgetOldest(this.steps);
+  }
+
   // The row of a step: that of the message it is, or a new one.
-  private notedStep(step: object, when: Pick<NewRow, 'at' | 'thread' | 'periodic'>): Row | undefined {
-    if ('command' in step || 'message' in step) {
-      const { command, message } = step as { command?: unknown; message?: unknown };
-      const at = this.onTheWay.findIndex(({ title, text }) => title === command || text === message);
-      const [row] = at < 0 ? [] : this.onTheWay.splice(at, 1);
-      if (row) row.step = step;
-      return row;
+  private notedStep(step: Record<string, unknown>, when: Pick<NewRow, 'at' | 'thread' | 'periodic'>): Row | undefined {
+    const { command, message } = step;
+    let row: Row | undefined;
+    if (command !== undefined || message !== undefined) {
+      // Messages are noted in the order in which they come; a signature may be masked in them.
+      const title = command ?? notAMessage;
+      const at = this.onTheWay.findIndex((sent) => sent.title === title);
+      row = at < 0 ? undefined : this.onTheWay.splice(at, 1)[0];
+    } else {
+      const [verb = 'step', value] = Object.entries(step)[0] ?? [];
+      const isEvent = verb === 'event' || verb === 'music' || verb === 'speedTest';
+      row = this.timeline.add({
+        ...when,
+        kind: isEvent ? 'event' : 'native',
+        title: verb === 'event' ? String(value) : verb,
+        periodic: when.periodic || (verb === 'event' && isPeriodic(String(value))),
+        text: JSON.stringify(step),
+        failed: value === 'onError',
+        // What the device answers belongs to who asked it.
+        cause: verb === 'device' ? this.doing.get(when.thread ?? 'main') : undefined,
+      });
+      if (verb === 'event') this.untold.push(row);
+      if (this.untold.length > remembered) this.untold.shift();
     }
-    const [verb = 'step', value] = Object.entries(step)[0] ?? [];
-    // The phone's own answers are rows already; they are noted as the router gets them.
-    const isEvent = verb === 'event' || verb === 'music' || verb === 'speedTest';
-    const row = this.timeline.add({
-      ...when,
-      kind: isEvent ? 'event' : 'native',
-      title: typeof value === 'string' ? (isEvent ? value : `${verb} ${value}`) : verb,
-      text: JSON.stringify(step),
-      step,
-      failed: value === 'onError',
-    });
-    if (verb === 'event') this.untold.push(row);
-    if (this.untold.length > remembered) this.untold.shift();
+    if (!row) return undefined;
+    row.step = step;
+    row.stepNumber = ++this.lastStep;
     return row;
   }
 

@@ -76,13 +76,17 @@ function sessions(rows: Row[]): Row[][] {
 // Where the router's notes are there, they have everything; else it is what the page and the
 // phone's user did.
 function stepsOf(rows: Row[]): object[] {
-  const isNoted = rows.some(({ kind, step }) => kind === 'command' && step);
-  const steps = rows.map((row) => {
-    if (isNoted) return ['command', 'event', 'native'].includes(row.kind) ? row.step : undefined;
-    if (row.kind === 'command') return stepOfMessage(row.text);
-    return row.step;
-  });
-  return steps.filter((step): step is object => step !== undefined);
+  const noted = rows.filter(({ stepNumber }) => stepNumber > 0);
+  if (noted.length === 0)
+    return rows
+      .map((row) => (row.kind === 'command' ? stepOfMessage(row.text) : row.step))
+      .filter((step): step is object => step !== undefined);
+  // What the device answers within a step is set before it.
+  const place = ({ cause, stepNumber }: Row) => (cause ? cause.stepNumber - 0.5 : stepNumber);
+  noted.sort((one, other) => place(one) - place(other) || one.stepNumber - other.stepNumber);
+  return noted.map((row) =>
+    row.kind === 'command' ? { ...row.step, ...stepOfMessage(row.text) } : row.step!,
+  );
 }
 
 function stepOfMessage(text: string): object {

@@ -3,9 +3,9 @@
 import { useEffect, useState } from 'preact/hooks';
 import type { PhoneModel } from '../phoneModel';
 import { withoutSecrets } from '../secrets';
+import { unansweredWhen } from './known';
 import { brief, duration, errorOf, indented, member, parsed, timeOfDay } from './texts';
 import type { Kind, Row } from './timeline';
-import { unansweredWhen } from './unanswered';
 
 const signs: Record<Kind, string> = {
   command: '→',
@@ -194,7 +194,7 @@ function Answer(props: { asked: Row; answer: Row; shown: (text: string) => strin
 function Unanswered({ row }: { row: Row }) {
   if (row.waiting === 'unasked') return <p>It has no cbid, so no answer was asked for.</p>;
   if (row.waiting === 'over') return <p>{row.overBecause}</p>;
-  const when = unansweredWhen[row.title];
+  const when = unansweredWhen(row.title);
   if (row.waiting !== 'waiting' || when === undefined) return null;
   return <p>By the protocol it is never answered when {when}.</p>;
 }

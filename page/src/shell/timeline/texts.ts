@@ -68,7 +68,10 @@ export function brief(row: Row, text: string): string {
     report: ['params'],
   }[row.kind as string];
   if (row.kind === 'prompt') return String(member(value, 'message') ?? '');
-  if (row.kind === 'record') return String(member(value, 'actionParam') ?? member(value, 'errorDesc') ?? '').slice(0, briefLength);
+  if (row.kind === 'record') {
+    const error = row.failed ? member(value, 'errorDesc') : undefined;
+    return String(error ?? member(value, 'actionParam') ?? '').slice(0, briefLength);
+  }
   if (row.kind === 'settings' && !row.title.startsWith('Settings')) return '';
   return inOneLine(told ? member(value, ...told) : value);
 }

@@ -63,6 +63,8 @@ export class Row {
   text: string;
   failed: boolean;
   step: object | undefined;
+  /** The order in which steps reached the router; 0 for what is not known to have. */
+  stepNumber = 0;
   /** What came of it, in order. */
   beneath: Row[] | undefined;
   /** Of a command. */
