@@ -8,6 +8,7 @@ import { Panel } from './panel';
 import { PhoneTools, PhoneView } from './phoneView';
 import './shell.css';
 import { AddressProblems } from './tools/addressProblems';
+import { addRowActions } from './tools/rowActions';
 import { Workbench } from './workbench';
 
 function Shell({ workbench }: { workbench: Workbench }) {
@@ -63,4 +64,6 @@ function Shell({ workbench }: { workbench: Workbench }) {
   );
 }
 
-render(<Shell workbench={new Workbench()} />, document.body);
+const workbench = new Workbench();
+addRowActions(workbench);
+render(<Shell workbench={workbench} />, document.body);

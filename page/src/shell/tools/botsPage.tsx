@@ -60,7 +60,7 @@ function AddBots() {
     const isCount = /^\d+$/.test(count.value) && many >= 1 && many <= mostBots;
     problem.value = !isNumber(room.value) || !isNumber(application.value)
       ? 'Room and application are numbers up to 4294967295.'
-      : !isCount
+      : !isCount && name.value.trim() === ''
         ? `There can be 1 to ${mostBots} bots.`
         : '';
     if (problem.value) return;
