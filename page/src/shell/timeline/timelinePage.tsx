@@ -129,7 +129,7 @@ function RowList({ phone, copy }: { phone: PhoneModel; copy: (row: Row) => void 
       <div
         ref={scroller}
         class="rows"
-        role="tree"
+        role={rows.length > 0 ? 'tree' : 'group'}
         aria-label={`What has happened to ${phone.name}`}
         tabIndex={0}
         aria-activedescendant={activeRow && idOf(activeRow)}
@@ -152,14 +152,12 @@ function RowList({ phone, copy }: { phone: PhoneModel; copy: (row: Row) => void 
                 aria-posinset={index + 1}
                 aria-expanded={isOpen}
                 aria-selected={row.id === active}
-                aria-labelledby={`${idOf(row)}-head`}
                 class="row"
                 data-kind={row.kind}
                 data-failed={row.failed}
                 style={{ transform: `translateY(${start}px)` }}
               >
                 <div
-                  id={`${idOf(row)}-head`}
                   class="row-head"
                   onClick={() => {
                     view.active.value = row.id;
