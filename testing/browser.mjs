@@ -136,9 +136,16 @@ export class Phone {
     return phone;
   }
 
+  /** The phone of the same window that has this number. */
+  numbered(number) {
+    const phone = Object.create(this);
+    phone.section = this.page.locator(`.phone[data-phone="${number}"]`);
+    return phone;
+  }
+
   /** The classroom page. */
   get view() {
-    return this.page.frameLocator('iframe');
+    return (this.section ?? this.page).frameLocator('iframe');
   }
 
   async inPhase(phase) {
@@ -241,14 +248,15 @@ export class Phone {
   }
 
   /** Chooses a permission in the phone's panel: notDetermined, authorized, denied, restricted. */
-  async setPermission(device, status) {
+  async setPermission(device, status, phone) {
     const panel = await this.openPanel('Phone');
+    if (phone) await panel.getByLabel('Phone that the panel shows').selectOption(phone);
     await panel.getByLabel(device, { exact: true }).selectOption(status);
     await this.page.getByRole('button', { name: 'Close panel' }).click();
   }
 
   dialog(kind) {
-    return this.page.locator(`[data-dialog="${kind}"]`);
+    return (this.section ?? this.page).locator(`[data-dialog="${kind}"]`);
   }
 
   async answerPrompt(media, allow) {

@@ -26,6 +26,17 @@ export interface LinkWatcher {
   onProblem(text: string): void;
 }
 
+// The page may send anything; what cannot be drawn is not there.
+function arePlaces({ views, above }: Places): boolean {
+  const isBox = (box: unknown) => Array.isArray(box) && box.length === 4 && box.every(Number.isFinite);
+  return (
+    Array.isArray(views) &&
+    views.every((view) => isBox(view?.box) && (view.clip === undefined || isBox(view.clip))) &&
+    Array.isArray(above) &&
+    above.every((part) => isBox(part?.box) && part.radius >= 0)
+  );
+}
+
 /** How much of a page may wait to be sent; more ends its connection (characters). */
 const maxUnsent = 8_000_000;
 const noPlaces: Places = { views: [], above: [] };
@@ -99,7 +110,7 @@ export class PhoneLink {
         case 'message':
           return sent(frame.text);
         case 'places':
-          return this.watcher.onPlaces(frame);
+          return arePlaces(frame) ? this.watcher.onPlaces(frame) : undefined;
         case 'failed':
           return this.watcher.onScriptError(frame.script, frame.error);
         case 'bye':

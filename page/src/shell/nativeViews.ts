@@ -9,7 +9,11 @@ import type { Picture } from './frames';
 import './nativeViews.css';
 import type { PhoneModel } from './phoneModel';
 
-const picturesEveryMs = 250;
+// The simulator is asked what its views show: soon after something has happened, and seldom.
+const soonMs = 100;
+const seldomMs = 2000;
+/** How often a picture that moves is another one. */
+const tickMs = 4000;
 
 interface Shown {
   picture: Picture;
@@ -21,14 +25,17 @@ interface Shown {
 }
 
 /**
- * A view is painted when its stream has another frame, and when something about it has changed;
- * nothing is while nobody can see it.
+ * A view is painted when something about it has changed, and at each tick while its stream runs:
+ * what a simulated camera sees is a person at rest, and a clock. Painting more often costs a
+ * processor that rests much, and shows nothing more. Nothing is painted while nobody can see it.
  */
 export class NativeViews {
   private readonly shown = new Map<string, Shown>();
   private readonly images = new Map<number, HTMLCanvasElement>();
-  private readonly asking: number;
   private readonly stopShowing: () => void;
+  private readonly stopAsking: () => void;
+  private asking = 0;
+  private askAt = Infinity;
   private waiting = 0;
   private drawing = 0;
 
@@ -42,17 +49,32 @@ export class NativeViews {
       phone.places.value;
       this.drawSoon();
     });
-    this.asking = window.setInterval(() => {
-      const isIdle = this.shown.size === 0 && phone.places.peek().views.length === 0;
-      if (!isIdle && !document.hidden) phone.send({ kind: 'pictures' });
-    }, picturesEveryMs);
+    this.stopAsking = effect(() => {
+      phone.busy.value;
+      this.askIn(soonMs);
+    });
   }
 
   end(): void {
-    clearInterval(this.asking);
+    clearTimeout(this.asking);
     clearTimeout(this.waiting);
     cancelAnimationFrame(this.drawing);
     this.stopShowing();
+    this.stopAsking();
+  }
+
+  // Things may happen one after another all the time: the first decides.
+  private askIn(ms: number): void {
+    const at = performance.now() + ms;
+    if (this.askAt <= at) return;
+    this.askAt = at;
+    clearTimeout(this.asking);
+    this.asking = window.setTimeout(() => {
+      const isIdle = this.shown.size === 0 && this.phone.places.peek().views.length === 0;
+      if (!isIdle && !document.hidden) this.phone.send({ kind: 'pictures' });
+      this.askAt = Infinity;
+      this.askIn(seldomMs);
+    }, ms);
   }
 
   private drawSoon(): void {
@@ -112,19 +134,18 @@ export class NativeViews {
       const moves = picture.fps > 0 && !image;
       if (moves) delete shown.stoodStillAt;
       else shown.stoodStillAt ??= time;
-      const frameMs = 1000 / Math.max(picture.fps, 1);
-      const frame = Math.floor((shown.stoodStillAt ?? time) / frameMs);
-      if (moves) next = Math.min(next, (frame + 1) * frameMs);
-      const painted = JSON.stringify([frame, picture, place, above, devicePixelRatio, Boolean(image)]);
+      const tick = Math.floor((shown.stoodStillAt ?? time) / tickMs);
+      const second = (tick * tickMs) / 1000;
+      if (moves) next = (tick + 1) * tickMs;
+      const painted = JSON.stringify([second, picture, place, above, devicePixelRatio, Boolean(image)]);
       if (painted === shown.painted) continue;
       shown.painted = painted;
       lay(canvas, place);
-      paint(canvas, picture, image, shown.stoodStillAt ?? time);
+      paint(canvas, picture, image, second);
       for (const { box, radius } of above) cutOut(canvas, place.box, box, radius);
       canvas.dataset['kind'] = picture.muteImage ? 'muteImage' : 'live';
     }
-    // A frame of the screen is asked for when it is due: each costs, drawn or not.
-    if (next < Infinity) this.waiting = window.setTimeout(() => this.drawSoon(), Math.max(0, next - time - 8));
+    if (next < Infinity) this.waiting = window.setTimeout(() => this.drawSoon(), next - time);
   }
 }
 
@@ -174,7 +195,7 @@ function paint(
   canvas: HTMLCanvasElement,
   picture: Picture,
   image: HTMLCanvasElement | undefined,
-  time: number,
+  second: number,
 ): void {
   const context = canvas.getContext('2d');
   if (!context) return;
@@ -200,9 +221,9 @@ function paint(
   context.rect(0, 0, across, down);
   context.clip();
   if (image) context.drawImage(image, 0, 0, across, down);
-  else if (picture.viewType === 2) paintScreen(context, picture, across, down, time);
-  else paintPerson(context, picture, across, down, time);
-  if (!image) paintLabel(context, picture, across, down);
+  else if (picture.viewType === 2) paintScreen(context, picture, across, down, second);
+  else paintPerson(context, picture, across, down, second);
+  if (!image) paintLabel(context, picture, across, down, second);
   context.restore();
 }
 
@@ -214,14 +235,12 @@ function isMirrored({ own, mirror, front, drawing }: Picture): boolean {
 
 function paintPerson(
   context: CanvasRenderingContext2D,
-  { userId, fps }: Picture,
+  { userId }: Picture,
   across: number,
   down: number,
-  time: number,
+  second: number,
 ): void {
   const hue = hueOf(userId);
-  // The picture moves only as often as the stream has frames.
-  const frame = Math.floor((time / 1000) * Math.max(fps, 1)) / Math.max(fps, 1);
   const sky = context.createLinearGradient(0, 0, across, down);
   sky.addColorStop(0, `hsl(${hue} 42% 34%)`);
   sky.addColorStop(1, `hsl(${(hue + 40) % 360} 46% 20%)`);
@@ -231,15 +250,15 @@ function paintPerson(
   const unit = Math.min(across, down);
   context.fillStyle = `hsl(${hue} 60% 60% / 0.14)`;
   for (let ring = 0; ring < 4; ++ring) {
-    const at = ((frame / 9 + ring / 4) % 1) * across * 1.4 - across * 0.2;
+    const at = ((hue / 360 + ring / 4) % 1) * across * 1.4 - across * 0.2;
     context.beginPath();
     context.arc(at, down * (0.25 + 0.17 * ring), unit * (0.16 + 0.05 * ring), 0, 2 * Math.PI);
     context.fill();
   }
 
-  // Head and shoulders, nodding a little.
-  const sway = Math.sin(frame * 1.3 + hue) * unit * 0.02;
-  const nod = Math.sin(frame * 2.1 + hue) * unit * 0.012;
+  // Head and shoulders, turning a little.
+  const sway = Math.sin(second * 0.4 + hue) * unit * 0.008;
+  const nod = Math.sin(second * 0.7 + hue) * unit * 0.004;
   const middle = across / 2 + sway;
   context.fillStyle = `hsl(${(hue + 200) % 360} 38% 52%)`;
   context.beginPath();
@@ -253,7 +272,7 @@ function paintPerson(
   context.beginPath();
   context.ellipse(middle, down * 0.36 + nod, unit * 0.165, unit * 0.115, 0, Math.PI, 2 * Math.PI);
   context.fill();
-  const blink = frame % 4 < 0.15 ? 0.2 : 1;
+  const blink = (second / 4 + hue) % 3 === 0 ? 0.2 : 1;
   context.fillStyle = '#23252f';
   for (const side of [-1, 1]) {
     context.beginPath();
@@ -281,7 +300,7 @@ function paintScreen(
   { userId }: Picture,
   across: number,
   down: number,
-  time: number,
+  second: number,
 ): void {
   const hue = hueOf(userId);
   context.fillStyle = '#f6f7fb';
@@ -289,7 +308,7 @@ function paintScreen(
   context.fillStyle = `hsl(${hue} 55% 52%)`;
   context.fillRect(0, 0, across, down * 0.1);
   const lines = 7;
-  const written = (time / 350) % (lines * 8);
+  const written = (second * 3) % (lines * 8);
   for (let line = 0; line < lines; ++line) {
     const full = across * (0.3 + 0.42 * (((line * 37) % 10) / 10));
     const part = Math.min(1, Math.max(0, (written - line * 6) / 6));
@@ -297,7 +316,7 @@ function paintScreen(
     context.fillRect(across * 0.08, down * (0.2 + line * 0.1), full * part, down * 0.035);
   }
   for (let bar = 0; bar < 5; ++bar) {
-    const tall = down * (0.15 + 0.2 * (1 + Math.sin(time / 900 + bar * 1.4)));
+    const tall = down * (0.15 + 0.2 * (1 + Math.sin(second + bar * 1.4)));
     context.fillStyle = `hsl(${(hue + bar * 22) % 360} 60% 60%)`;
     context.fillRect(across * (0.66 + bar * 0.052), down * 0.88 - tall, across * 0.036, tall);
   }
@@ -309,6 +328,7 @@ function paintLabel(
   picture: Picture,
   across: number,
   down: number,
+  second: number,
 ): void {
   const unit = Math.min(across, down) * (picture.viewType === 2 ? 0.6 : 1);
   const kind = picture.viewType === 2 ? 'screen' : picture.front ? 'front' : 'back';
@@ -317,8 +337,13 @@ function paintLabel(
   context.textBaseline = 'alphabetic';
   context.fillStyle = picture.viewType === 2 ? '#6b7285' : 'rgb(255 255 255 / 0.75)';
   context.fillText(
-    `${kind} ${picture.width}×${picture.height} · ${picture.fps} fps`,
+    `${kind} ${picture.width}×${picture.height} · ${picture.fps} fps · ${clock(second)}`,
     across / 2,
     down - unit * 0.05,
   );
+}
+
+function clock(second: number): string {
+  const digits = String(second % 60).padStart(2, '0');
+  return `${Math.floor(second / 60)}:${digits}`;
 }

@@ -64,6 +64,8 @@ export class PhoneModel {
   readonly images = new Map<number, Frame<'image'>>();
   /** What lies above the page, the uppermost last; of dialogs there is one at a time. */
   readonly overlays = signal<readonly (Dialog | 'settings')[]>([]);
+  /** Counts what may have changed the pictures. */
+  readonly busy = signal(0);
   /** Where the page wants the pictures. */
   readonly places = signal<Places>({ views: [], above: [] });
   /** Why the page is not there, for whoever looks at the phone. */
@@ -136,10 +138,16 @@ export class PhoneModel {
     return {
       onState: (state) => this.changeState(state),
       onFrame: (frame) => this.take(frame),
-      onMessage: (text) => this.conversation.message(text),
+      onMessage: (text) => {
+        this.busy.value += 1;
+        this.conversation.message(text);
+      },
       filterMessage: (text, pass) => this.messageFilter(text, pass),
       filterScript: (script, pass) => this.scriptFilter(script, pass),
-      onPlaces: (places) => (this.places.value = places),
+      onPlaces: (places) => {
+        this.busy.value += 1;
+        this.places.value = places;
+      },
       onScriptError: (script, error) => this.problem(`${error} in ${script}`),
       onProblem: (text) => this.problem(text),
     };
@@ -166,6 +174,7 @@ export class PhoneModel {
   private take(frame: FromPhone): void {
     switch (frame.kind) {
       case 'script':
+        if (frame.needLog) this.busy.value += 1;
         return this.conversation.script(frame.text, frame.needLog);
       case 'settings':
         return this.takeSettings(frame.settings);

@@ -67,7 +67,7 @@ export function PhoneView({ phone, workbench }: { phone: PhoneModel; workbench: 
           </span>
         </div>
         <div class="screen">
-          <iframe ref={frame} class="web-view" title={`Page of ${phone.name}`} />
+          <iframe ref={frame} name={`phone-${phone.number}`} class="web-view" title={`Page of ${phone.name}`} />
           {phone.notice.value !== undefined && (
             <p class="page-notice" role="status">
               {phone.notice}

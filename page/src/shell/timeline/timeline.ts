@@ -109,14 +109,19 @@ export interface Limits {
   characters: number;
 }
 
+const littleMs = 500;
 const limits: Limits = { rows: 100_000, characters: 64_000_000 };
 
 /**
- * The rows of one phone. They change at once; `version` counts their changes, at most once
- * a frame, and not while the window is out of sight.
+ * The rows of one phone. They change at once; `version` counts their changes for whoever watches
+ * it, at most once a frame, and not while the window is out of sight.
  */
 export class Timeline {
-  readonly version = signal(0);
+  readonly version = signal(0, {
+    watched: () => (this.isWatched = true),
+    unwatched: () => (this.isWatched = false),
+  });
+  private isWatched = false;
   /** The rows without a cause, the oldest first. What a row caused hangs on it. */
   rows: Row[] = [];
   /** All rows that are kept, and those that were dropped because there were too many. */
@@ -131,6 +136,7 @@ export class Timeline {
   private characters = 0;
   private lastId = 0;
   private scheduled = false;
+  private soon: ReturnType<typeof setTimeout> | undefined;
 
   constructor(
     private readonly limit: Limits = limits,
@@ -153,7 +159,8 @@ export class Timeline {
     this.count += 1;
     this.characters += row.text.length;
     if (this.count > this.limit.rows || this.characters > this.limit.characters) this.dropOldest();
-    this.changed();
+    if (row.periodic) this.changedALittle();
+    else this.changed();
     return row;
   }
 
@@ -175,12 +182,21 @@ export class Timeline {
 
   /** Rows have changed otherwise than through this class. */
   changed(): void {
-    if (this.scheduled) return;
+    if (this.scheduled || !this.isWatched) return;
     this.scheduled = true;
     this.nextFrame(() => {
       this.scheduled = false;
       this.version.value += 1;
     });
+  }
+
+  // What comes again and again need not be shown at once.
+  private changedALittle(): void {
+    if (this.soon !== undefined || !this.isWatched) return;
+    this.soon = setTimeout(() => {
+      this.soon = undefined;
+      this.changed();
+    }, littleMs);
   }
 
   // Some more than has to go, so that it is seldom done.

@@ -195,6 +195,10 @@ function Menu({ title, children }: { title: string; children: ComponentChildren 
   const close = () => {
     menu.current!.open = false;
   };
+  const closeAndGoBack = () => {
+    close();
+    menu.current!.querySelector('summary')!.focus();
+  };
   return (
     <details
       ref={menu}
@@ -205,12 +209,11 @@ function Menu({ title, children }: { title: string; children: ComponentChildren 
       onKeyDown={(event) => {
         if (event.key !== 'Escape' || !menu.current!.open) return;
         event.stopPropagation();
-        close();
-        menu.current!.querySelector('summary')!.focus();
+        closeAndGoBack();
       }}
     >
       <summary class="small">{title}</summary>
-      <div class="menu-items" onClick={close}>
+      <div class="menu-items" onClick={closeAndGoBack}>
         {children}
       </div>
     </details>

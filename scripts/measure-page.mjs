@@ -1,0 +1,67 @@
+// Measures what a resting page of a class of three costs: the processor time of a whole browser
+// that shows one of them, as parts of a core. The other two are in a browser of their own.
+//
+//   measure-page.mjs [SECONDS]
+//
+// VEMO_SIMULATOR and CHROMIUM as for the end-to-end tests.
+
+import { readFileSync, readdirSync } from 'node:fs';
+import { Phone, startBrowser, startSimulator } from '../testing/browser.mjs';
+
+const seconds = Number(process.argv[2] ?? 20);
+const ticksPerSecond = 100;
+
+/** Processor time of this process's browsers that were started after `others` (seconds). */
+function processorTime(others = new Set()) {
+  const processes = readdirSync('/proc').filter((name) => /^\d+$/.test(name));
+  const stats = new Map();
+  for (const id of processes) {
+    try {
+      const fields = readFileSync(`/proc/${id}/stat`, 'utf8').replace(/^.*\) /, '').split(' ');
+      stats.set(Number(id), { parent: Number(fields[1]), ticks: Number(fields[11]) + Number(fields[12]) });
+    } catch {
+      // It has ended.
+    }
+  }
+  const isOurs = (id) => id === process.pid || (stats.has(id) && isOurs(stats.get(id).parent));
+  const ours = [...stats].filter(([id]) => id !== process.pid && isOurs(id) && !others.has(id));
+  return {
+    ids: new Set(ours.map(([id]) => id)),
+    seconds: ours.reduce((sum, [, { ticks }]) => sum + ticks, 0) / ticksPerSecond,
+  };
+}
+
+const wait = (s) => new Promise((resolve) => setTimeout(resolve, s * 1000));
+const simulator = await startSimulator(['--log', '/dev/null']);
+const others = await startBrowser();
+const inClass = async (browser, name) => {
+  const context = await browser.newContext({ viewport: { width: 1280, height: 800 } });
+  const phone = await Phone.open(context, simulator.address);
+  await phone.setPermission('Camera', 'authorized');
+  await phone.enter({ name });
+  return phone;
+};
+const ben = await inClass(others, 'Ben');
+const cleo = await inClass(others, 'Cleo');
+const before = processorTime().ids;
+const browser = await startBrowser();
+const ada = await inClass(browser, 'Ada');
+await ada.tile('Cleo').waitFor();
+
+async function measure(what) {
+  await wait(4);
+  const start = processorTime(before).seconds;
+  await wait(seconds);
+  const cost = (processorTime(before).seconds - start) / seconds;
+  console.log(`${what}: ${(100 * cost).toFixed(1)} % of a core`);
+}
+await measure('cameras off');
+for (const phone of [ben, cleo, ada]) await phone.control('Camera').click();
+for (const name of ['Ada', 'Ben', 'Cleo']) await ada.nativeView(name).waitFor();
+await measure('three cameras on');
+await ada.openPanel('Time line');
+await measure('three cameras on, time line open');
+
+await browser.close();
+await others.close();
+await simulator.stop();

@@ -1,0 +1,256 @@
+// Pages of one's own in the simulator's phones: a folder, a server of another origin with hot
+// reload, and pages that behave badly.
+
+import assert from 'node:assert/strict';
+import { execFileSync, spawn } from 'node:child_process';
+import { mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
+import { createServer } from 'node:http';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { after, afterEach, before, beforeEach, test } from 'node:test';
+import { fileURLToPath } from 'node:url';
+import { Phone, startBrowser, startSimulator } from '../../testing/browser.mjs';
+
+const root = fileURLToPath(new URL('../..', import.meta.url));
+const client = readFileSync(join(root, 'page/client/dist/vemo-client.js'));
+
+let browser;
+let context;
+let folder;
+let endings;
+
+before(async () => {
+  browser = await startBrowser();
+});
+after(async () => {
+  await browser?.close();
+});
+beforeEach(async () => {
+  context = await browser.newContext({ viewport: { width: 1000, height: 800 } });
+  folder = join(mkdtempSync(join(tmpdir(), 'vemo-')), 'lesson');
+  endings = [];
+});
+afterEach(async () => {
+  await context.close();
+  for (const end of endings.reverse()) await end();
+  rmSync(join(folder, '..'), { recursive: true });
+});
+
+/** Makes a starter page in `folder`, as a page developer does. */
+function newPage(...options) {
+  return execFileSync(join(root, 'run'), ['--new-page', folder, ...options], {
+    encoding: 'utf8',
+    stdio: ['ignore', 'pipe', 'ignore'],
+  });
+}
+
+async function simulate(...options) {
+  const simulator = await startSimulator(['--log', '/dev/null', ...options]);
+  endings.push(() => simulator.stop());
+  return simulator;
+}
+
+async function open(simulator) {
+  const phone = new Phone(await context.newPage());
+  phone.page.setDefaultTimeout(60_000);
+  await phone.page.goto(simulator.address);
+  return phone;
+}
+
+async function enter(phone) {
+  await phone.view.getByRole('button', { name: 'Enter' }).click();
+  await phone.view.getByText('is in room 101').waitFor();
+}
+
+/** A server of another origin with a page of this text, and the client. */
+async function serve(html, headers = {}) {
+  const server = createServer(({ url }, response) => {
+    const isClient = url === '/vemo-client.js';
+    response.writeHead(200, { 'Content-Type': isClient ? 'text/javascript' : 'text/html', ...headers });
+    response.end(isClient ? client : html);
+  });
+  await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
+  endings.push(() => new Promise((resolve) => {
+    server.close(resolve);
+    server.closeAllConnections();
+  }));
+  return `http://127.0.0.1:${server.address().port}/`;
+}
+
+/** What the shell tells of what a page did that it must not. */
+async function problems(phone) {
+  await phone.page.getByRole('button', { name: 'Developer panel' }).click();
+  return phone.page.locator('.log .problem');
+}
+
+/** A port that was free a moment ago. */
+async function freePort() {
+  const server = createServer();
+  await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
+  const { port } = server.address();
+  await new Promise((resolve) => server.close(resolve));
+  return port;
+}
+
+test('the starter page is copied by one command and runs from its folder', async () => {
+  assert.match(newPage(), /--page .*lesson/);
+  assert.ok(readFileSync(join(folder, 'index.html'), 'utf8').split('\n').length < 30);
+  const simulator = await simulate('--page', folder);
+  const [ada, ben] = [await open(simulator), await open(simulator)];
+  await enter(ada);
+  await ada.answerPrompt('camera', true);
+  await ada.page.locator('canvas.native-view').waitFor();
+  await enter(ben);
+  await ben.view.getByText('is here').waitFor();
+  assert.deepEqual([...ada.problems, ...ben.problems], []);
+});
+
+test('a Vite project in a fresh folder runs unmodified, with hot reload', async () => {
+  newPage('--vite');
+  // What the network would be needed for is there already: the server itself.
+  execFileSync('npm', ['install', '--omit=dev', '--offline', '--no-audit', '--no-fund'], {
+    cwd: folder,
+    stdio: 'pipe',
+  });
+  const port = await freePort();
+  const simulator = await simulate('--page-url', `http://localhost:${port}`);
+  const ada = await open(simulator);
+  await ada.page.getByText(`Nothing answers at http://localhost:${port}/ yet`).waitFor();
+  ada.problems.length = 0; // the server was looked for
+
+  const vite = join(root, 'page/node_modules/vite/bin/vite.js');
+  const server = spawn(process.execPath, [vite, '--port', port, '--strictPort'], { cwd: folder, stdio: 'ignore' });
+  const ended = new Promise((resolve) => server.once('exit', resolve));
+  endings.push(() => {
+    server.kill();
+    return ended;
+  });
+  await enter(ada);
+  await ada.answerPrompt('camera', true);
+  await ada.page.locator('canvas.native-view').waitFor();
+  assert.equal(await ada.page.getByText('Nothing answers').isVisible(), false);
+
+  const main = join(folder, 'main.ts');
+  writeFileSync(main, readFileSync(main, 'utf8').replace('is in room', 'has come into room'));
+  const button = ada.view.getByRole('button', { name: 'Enter' });
+  await ada.view.getByText('is in room').waitFor({ state: 'detached' });
+  await button.click();
+  await ada.view.getByText('has come into room 101').waitFor();
+
+  // The shell's own button reloads it too, though it is of another origin.
+  await ada.page.getByRole('button', { name: 'Reload the page' }).click();
+  await ada.view.getByText('has come').waitFor({ state: 'detached' });
+  await ada.view.getByText('sdk version').waitFor();
+  const errors = ada.problems.filter((text) => !text.includes('ERR_CONNECTION_REFUSED'));
+  assert.deepEqual(errors, []);
+});
+
+test('a page of another origin that the simulator’s own script tag serves', async () => {
+  const port = await freePort();
+  const page = await serve(`<script src="http://127.0.0.1:${port}/vemo-client.js" crossorigin></script>
+    <output></output><script>
+      new VemoClient.Bridge().getSDKVersion().then(({ version }) => document.querySelector('output').append(version));
+    </script>`);
+  const simulator = await simulate('--port', String(port), '--page-url', page);
+  const ada = await open(simulator);
+  await ada.view.locator('output', { hasText: '1.0.0' }).waitFor();
+  assert.deepEqual(ada.problems, []);
+});
+
+test('the page needs no eval, and the shell’s policy is not the page’s', async () => {
+  const page = await serve(
+    `<script src="/vemo-client.js" nonce="n"></script><output></output><script nonce="n">
+      const bridge = new VemoClient.Bridge();
+      const tell = (text) => document.querySelector('output').append(text);
+      bridge.initSDK().then(({ text }) => tell(text));
+    </script>`,
+    { 'Content-Security-Policy': "default-src 'none'; script-src 'nonce-n'" },
+  );
+  const ada = await open(await simulate('--page-url', page));
+  await ada.view.locator('output', { hasText: 'sdk version' }).waitFor();
+  assert.deepEqual(ada.problems, []);
+});
+
+const asking = `<script>
+  addEventListener('message', ({ data }) => document.body.append('got ' + data.vemo));
+  top.postMessage({ vemo: 'connect' }, '*');
+  top.postMessage({ vemo: 'last' }, '*');
+</script><body>asked`;
+
+test('only the named origin is let in', async () => {
+  const foreign = await serve(asking);
+  // The page goes elsewhere: the browser keeps the other page out of the frame.
+  const leaving = await serve(`<script>location = ${JSON.stringify(foreign)}</script>`);
+  const refused = context.waitForEvent('console', (message) => message.text().includes('frame-src'));
+  await open(await simulate('--page-url', leaving));
+  assert.match((await refused).text(), /violates/);
+
+  // Even if it were there it would be told nothing; nor is a page with an origin of its own.
+  const isolated = await serve(asking, { 'Content-Security-Policy': 'sandbox allow-scripts' });
+  for (const [page, bypassCSP] of [
+    [isolated, false],
+    [leaving, true],
+  ]) {
+    await context.close();
+    context = await browser.newContext({ bypassCSP, viewport: { width: 1000, height: 800 } });
+    const eve = await open(await simulate('--page-url', page));
+    await (await problems(eve)).filter({ hasText: 'is not let in' }).waitFor();
+    assert.equal(await eve.view.locator('body').innerText(), 'asked');
+  }
+});
+
+test('a frame within the page is not taken for the page, though of its origin', async () => {
+  const page = await serve(`<script src="/vemo-client.js"></script><output></output>
+    <iframe srcdoc="${asking.replaceAll('"', '&quot;')}" onload="ask()"></iframe><script>
+      const ask = () => new VemoClient.Bridge().getSDKVersion().then(({ version }) => document.querySelector('output').append(version));
+    </script>`);
+  const ada = await open(await simulate('--page-url', page));
+  // The page asked after its frame did, and was answered.
+  await ada.view.locator('output', { hasText: '1.0.0' }).waitFor();
+  assert.equal(await ada.view.frameLocator('iframe').locator('body').innerText(), 'asked');
+});
+
+test('a page that floods, reloads in a loop or sends nonsense leaves the others working', async () => {
+  newPage();
+  const good = await simulate('--page', folder);
+  const bad = {
+    flood: `<script>
+      const text = JSON.stringify({ head: { action: 'flood' }, cbid: '1', params: { a: 'x'.repeat(1000) } });
+      addEventListener('message', ({ ports: [port] }) => {
+        setInterval(() => {
+          for (let sent = 0; sent < 100; ++sent) port.postMessage({ kind: 'message', text });
+        }, 20);
+      });
+      parent.postMessage({ vemo: 'connect' }, '*');
+    </script>`,
+    reload: `<script src="vemo-client.js"></script><script>
+      new VemoClient.Bridge().getSDKVersion().then(() => location.reload());
+    </script>`,
+    nonsense: `<script>
+      addEventListener('message', ({ ports: [port] }) => {
+        for (const frame of [null, 7, 'text', {}, { kind: 'nose' }, { kind: 'message' }, { kind: 'message', text: 7 }, { kind: 'message', text: '{' }, { kind: 'places' }, { kind: 'places', views: [7], above: [null] }, { kind: 'failed' }])
+          port.postMessage(frame);
+        parent.postMessage(null, '*');
+        parent.postMessage({ vemo: 7 }, '*');
+      });
+      parent.postMessage({ vemo: 'connect' }, '*');
+    </script>`,
+  };
+  for (const [name, html] of Object.entries(bad)) writeFileSync(join(folder, `${name}.html`), html);
+  const told = {
+    flood: ['.reply', 'flood'],
+    reload: ['.problem', /The page has loaded \d+ times/],
+    nonsense: ['.problem', 'a message that is no text'],
+  };
+  for (const [name, [kind, words]] of Object.entries(told)) {
+    const phone = await open(good);
+    await phone.view.getByText('sdk version').waitFor();
+    await problems(phone);
+    await phone.page.frames()[1].goto(`${good.address}page/${name}.html`);
+    await phone.page.locator(`.log ${kind}`, { hasText: words }).first().waitFor();
+    const ada = await open(good);
+    await enter(ada);
+    await ada.page.close();
+    await phone.page.close();
+  }
+});

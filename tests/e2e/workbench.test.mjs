@@ -1,0 +1,392 @@
+// The workbench: phones side by side, and the time line of each.
+
+import assert from 'node:assert/strict';
+import { spawnSync } from 'node:child_process';
+import { readFileSync, writeFileSync } from 'node:fs';
+import { mkdtemp, rm } from 'node:fs/promises';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { after, afterEach, before, beforeEach, test } from 'node:test';
+import { packageFile, Phone, startBrowser, startSimulator } from '../../testing/browser.mjs';
+
+const checker = readFileSync(packageFile('axe-core/axe.min.js'), 'utf8');
+
+let browser;
+let simulator;
+let contexts;
+let windows;
+
+before(async () => {
+  browser = await startBrowser();
+});
+after(async () => {
+  await browser?.close();
+});
+beforeEach(async () => {
+  simulator = await startSimulator(['--log', '/dev/null']);
+  contexts = [];
+  windows = [];
+});
+afterEach(async () => {
+  const problems = windows.flatMap((window) => window.problems);
+  for (const context of contexts) await context.close();
+  await simulator.stop();
+  assert.deepEqual(problems, [], 'a page had errors');
+});
+
+async function newPage({ width = 1280, height = 800, colorScheme = 'light' } = {}) {
+  const context = await browser.newContext({ viewport: { width, height }, colorScheme });
+  contexts.push(context);
+  return context.newPage();
+}
+/** A window with its first phone. */
+async function open(screen) {
+  const first = new Phone(await newPage(screen));
+  windows.push(first);
+  await first.page.goto(simulator.address);
+  await first.inPhase('outside');
+  return first;
+}
+/** Puts another phone into the window; gives both, each by its number. */
+async function beside(first) {
+  await first.page.getByRole('button', { name: 'Add a phone' }).click();
+  const phones = [1, 2].map((number) => first.numbered(number));
+  await phones[1].inPhase('outside');
+  return phones;
+}
+const chosen = (phone) => phone.page.getByLabel('Phone that the panel shows');
+
+async function findings(phone) {
+  await phone.settled();
+  for (const frame of phone.page.frames()) await frame.evaluate(checker);
+  const { violations } = await phone.page.evaluate(() => window.axe.run());
+  return violations.flatMap(({ id, nodes }) => nodes.map(({ target }) => `${id}: ${target.flat().join(' ')}`));
+}
+
+test('two phones in one window meet in a room, each with a network and settings of its own', async () => {
+  const [ada, ben] = await beside(await open());
+  await ada.enter({ name: 'Ada' });
+  await ben.enter({ name: 'Ben' });
+  await ada.tile('Ben').waitFor();
+  await ben.tile('Ada').waitFor();
+
+  await ben.section.getByRole('button', { name: 'Cut off the network' }).click();
+  await ben.section.getByText('No network').waitFor();
+  await ben.view.locator('.pill[data-connection="reconnecting"]').waitFor();
+  await ada.setPermission('Camera', 'denied', 'Phone 1');
+  const panel = await ada.openPanel('Phone');
+  await chosen(ada).selectOption('Phone 2');
+  assert.equal(await panel.getByLabel('Camera', { exact: true }).inputValue(), 'notDetermined');
+  assert.equal(await ada.view.locator('.pill[data-connection="good"]').count(), 1);
+
+  // The list of phones and what is set on each outlive a reload.
+  await ada.page.reload();
+  await ada.inPhase('outside');
+  await ben.inPhase('outside');
+  await ben.section.getByText('No network').waitFor();
+  await ada.openPanel('Phone');
+  await ada.page.waitForFunction(() => document.querySelector('select[aria-label="Camera"]').value === 'denied');
+});
+
+test('a phone that is removed leaves the class; the others stay as they are', async () => {
+  const [ada, ben] = await beside(await open());
+  await ada.enter({ name: 'Ada' });
+  await ben.enter({ name: 'Ben' });
+  await ben.tile('Ada').waitFor();
+  await ada.section.getByRole('button', { name: 'Remove phone 1' }).click();
+  await ben.tile('Ada').waitFor({ state: 'detached' });
+  assert.deepEqual(await ben.people(), ['Ben']);
+  assert.equal(await ben.page.locator('.phone').count(), 1);
+  assert.equal(await ben.section.getByRole('button', { name: 'Remove' }).count(), 0, 'the last one stays');
+  await ben.page.getByRole('button', { name: 'Add a phone' }).click();
+  await ada.inPhase('outside'); // number 1 is free again
+  assert.deepEqual(await ben.people(), ['Ben']);
+});
+
+test('on a small screen one phone is in sight at a time', async () => {
+  const [first, second] = await beside(await open({ width: 390, height: 844 }));
+  await first.section.waitFor({ state: 'hidden' });
+  assert.equal(await second.section.isVisible(), true);
+  await second.fillIn({ name: 'Ben' });
+  await first.page.getByRole('navigation', { name: 'Phones' }).getByRole('button', { name: 'Phone 1' }).click();
+  await first.fillIn({ name: 'Ada' });
+  await first.page.getByRole('button', { name: 'Phone 2' }).click();
+  assert.equal(await second.view.getByLabel('Your name').inputValue(), 'Ben');
+});
+
+for (const colorScheme of ['light', 'dark'])
+  for (const screen of [
+    { width: 1280, height: 800 },
+    { width: 390, height: 844 },
+    { width: 844, height: 390 },
+  ])
+    test(`the checker finds nothing in the workbench at ${screen.width}x${screen.height}, ${colorScheme}`, async () => {
+      const first = await open({ ...screen, colorScheme });
+      const found = [];
+      const check = async (state) => {
+        for (const finding of await findings(first)) found.push(`${state}: ${finding}`);
+      };
+      const [, second] = await beside(first);
+      await check('two phones');
+      await second.enter({ name: 'Ben' });
+      await second.control('Camera').click();
+      await second.answerPrompt('camera', false);
+      await second.view.locator('.toast.bad').waitFor();
+      const panel = await first.openPanel('Time line');
+      await check('a time line');
+      await first.row('startLocalPreview').first().locator('.row-head').click();
+      await panel.locator('.details').waitFor();
+      await check('a row that is unfolded');
+      await panel.locator('.menu summary').click();
+      await check('the menu');
+      await panel.getByRole('button', { name: 'Clear' }).click();
+      await panel.getByText('Nothing has happened yet.').waitFor();
+      await check('an empty time line');
+      assert.deepEqual(found, []);
+    });
+
+test('by keyboard alone: two phones enter, one is refused the camera, the other loses its network, the error is found, the session saved', async () => {
+  const { page } = await open();
+  const first = windows[0];
+  const key = (name) => page.keyboard.press(name);
+  const focusOn = async (name) => {
+    for (let presses = 0; presses < 60; ++presses) {
+      await key('Tab');
+      const found = await Promise.all(
+        page.frames().map((frame) =>
+          frame.evaluate((wanted) => {
+            const element = document.activeElement;
+            const label = element?.labels?.[0]?.textContent ?? '';
+            const names = [element?.ariaLabel, element?.textContent?.trim(), label.trim()];
+            return document.hasFocus() && element?.tagName !== 'IFRAME' && names.includes(wanted);
+          }, name),
+        ),
+      );
+      if (found.includes(true)) return;
+    }
+    assert.fail(`Tab never came to ${name}`);
+  };
+  const press = async (name) => {
+    await focusOn(name);
+    await key('Enter');
+  };
+  await press('Add a phone');
+  const [ada, ben] = [1, 2].map((number) => first.numbered(number));
+  await ben.inPhase('outside');
+  for (const [phone, name] of [
+    [ada, 'Ada'],
+    [ben, 'Ben'],
+  ]) {
+    await focusOn('Your name');
+    await page.keyboard.type(name);
+    await key('Enter');
+    await phone.inPhase('inside');
+  }
+  await ada.tile('Ben').waitFor();
+  await press('Turn on the camera'); // Tab goes on from where Ben is: to Ben's
+  await ben.dialog('prompt-camera').waitFor();
+  await key('Escape'); // refuses
+  await ben.view.locator('.toast.bad').waitFor();
+  await focusOn('Add a phone'); // once around
+  await press('Cut off the network');
+  await ada.section.getByText('No network').waitFor();
+  assert.equal(await ben.section.getByText('No network').count(), 0);
+
+  await focusOn('Add a phone');
+  await press('Developer panel');
+  const panel = page.locator('.panel');
+  await panel.waitFor();
+  await focusOn('Phone that the panel shows');
+  await page.keyboard.type('Phone 2');
+  await first.row('startLocalPreview').first().waitFor();
+  await press('Only failures');
+  await focusOn('What has happened to Phone 2');
+  await key('Home');
+  await key('Enter');
+  await panel.getByText('error -1314: user not allowed access camera').waitFor();
+
+  await key('Shift+Tab');
+  await focusOn('What has happened to Phone 2');
+  await focusBack(page, 'Export');
+  await key('Enter');
+  await key('Tab');
+  const [download] = await Promise.all([page.waitForEvent('download'), key('Enter')]);
+  const text = readFileSync(await download.path(), 'utf8');
+  const rows = text.trimEnd().split('\n').map((line) => JSON.parse(line));
+  const refused = rows.find(({ kind, failed }) => kind === 'answer' && failed);
+  assert.equal(refused.data.error.errcode, -1314);
+  assert.equal(download.suggestedFilename(), 'phone-2.jsonl');
+
+  await key('Escape'); // closes the panel, and gives the focus back
+  await panel.waitFor({ state: 'detached' });
+  assert.equal(await page.evaluate(() => document.activeElement.textContent), 'Developer panel');
+});
+
+async function focusBack(page, text) {
+  for (let presses = 0; presses < 30; ++presses) {
+    await page.keyboard.press('Shift+Tab');
+    if ((await page.evaluate(() => document.activeElement.textContent)) === text) return;
+  }
+  assert.fail(`Shift+Tab never came to ${text}`);
+}
+
+test('a saved session is one that vemo-replay plays', { skip: !process.env.VEMO_REPLAY }, async () => {
+  const ada = await open();
+  await ada.enter({ name: 'Ada' });
+  await ada.control('Camera').click();
+  await ada.answerPrompt('camera', false);
+  await ada.view.locator('.toast.bad').waitFor();
+  await ada.openPanel('Time line');
+  const steps = await ada.saved('Scenario');
+  const folder = await mkdtemp(join(tmpdir(), 'vemo-'));
+  const file = join(folder, 'session.jsonl');
+  writeFileSync(file, steps.map((step) => `${JSON.stringify(step)}\n`).join(''));
+  const { status, stdout, stderr } = spawnSync(process.env.VEMO_REPLAY, [file], { encoding: 'utf8' });
+  await rm(folder, { recursive: true });
+  assert.equal(stderr, '');
+  assert.equal(status, 0);
+  const effects = stdout.trimEnd().split('\n').map((line) => JSON.parse(line));
+  const replies = effects.filter(({ effect }) => effect === 'reply');
+  assert.ok(replies.some(({ action, error }) => action === 'startLocalPreview' && error?.errcode === -1314));
+});
+
+/** A window whose phones are played here: `answer(frame, send)` gets each frame of the shell. */
+async function openFake(answer) {
+  const first = new Phone(await newPage());
+  windows.push(first);
+  const phone = {};
+  await first.page.routeWebSocket(/\/phone$/, (socket) => {
+    phone.send = (frame) => socket.send(JSON.stringify(frame));
+    phone.tell = (action, retval, needLog = true) =>
+      phone.send({
+        kind: 'script',
+        needLog,
+        text: `vemoBridge.onEvent(${JSON.stringify({ head: { module: 'kobucb', action }, retval })})`,
+      });
+    socket.onMessage((text) => answer?.(JSON.parse(text), phone));
+  });
+  await first.page.goto(simulator.address);
+  await first.page.locator('.phone[data-state="ready"]').waitFor();
+  return { first, phone };
+}
+
+test('what the router notes stands beneath its cause, in the lane of its thread', async () => {
+  const noted = (thread, number, what) => ({ kind: 'noted', at: Date.now(), thread, number, ...what });
+  const { first, phone } = await openFake((frame, { send }) => {
+    if (frame.kind !== 'message' || !frame.text.includes('registCallBacks')) return;
+    send(noted('main', 1, { step: { command: 'registCallBacks' } }));
+    send(noted('main', 1, { effect: { effect: 'log', record: { actionName: 'noted' } } }));
+  });
+  await first.openPanel('Time line');
+  const command = first.row('registCallBacks');
+  await command.locator('.waits', { hasText: 'waiting' }).waitFor();
+  assert.equal(await first.row('noted').count(), 0);
+  await command.locator('.row-head').click();
+  await first.row('noted').waitFor();
+  assert.equal(await first.row('noted').getAttribute('aria-level'), '2');
+  await command.locator('.row-head').click();
+  await first.row('noted').waitFor({ state: 'detached' });
+
+  phone.send(noted('engine', 2, { step: { event: 'onWarning', args: [1, 'slow', null] } }));
+  const lanes = first.row('onWarning').locator('.lane');
+  await first.row('onWarning').waitFor();
+  const marked = await lanes.evaluateAll((all) => all.map((lane) => lane.childElementCount));
+  assert.deepEqual(marked, [0, 0, 1], 'page, main, engine');
+  phone.tell('onWarning', { warningCode: 1 });
+  await first.page.locator('.row', { hasText: 'warningCode: 1' }).waitFor();
+  assert.equal(await first.row('onWarning').count(), 1);
+});
+
+test('a command that waits counts the seconds', async () => {
+  const { first } = await openFake();
+  await first.openPanel('Time line');
+  await first.row('registCallBacks').locator('.waits', { hasText: /waiting [2-9]/ }).waitFor();
+  await first.page.getByRole('button', { name: 'Reload the page' }).click();
+  await first.row('registCallBacks').first().locator('.over').waitFor();
+  await first.row('registCallBacks').first().locator('.row-head').click();
+  await first.page.getByText('The page is gone.').waitFor();
+});
+
+// Plays the phone within the window itself, as no driver sends so much so quickly.
+function floodingSocket() {
+  window.sent = 0;
+  window.tellMany = (count) => {
+    for (let at = 0; at < count; ++at) {
+      const retval = { number: ++window.sent, about: 'x'.repeat(300) };
+      const text = `f(${JSON.stringify({ head: { module: 'kobucb', action: 'onWarning' }, retval })})`;
+      const data = JSON.stringify({ kind: 'script', text, needLog: true });
+      window.socket.dispatchEvent(new MessageEvent('message', { data }));
+    }
+  };
+  window.WebSocket = class extends EventTarget {
+    static OPEN = 1;
+    readyState = 1;
+    bufferedAmount = 0;
+    constructor() {
+      super();
+      window.socket = this;
+      setTimeout(() => this.dispatchEvent(new Event('open')));
+    }
+    send() {}
+    close() {}
+  };
+}
+
+test('a thousand rows a second lose no key, and 100,000 are kept in little memory', async () => {
+  const page = await newPage();
+  const first = new Phone(page);
+  windows.push(first);
+  await page.addInitScript(() => {
+    if (window.top === window) return;
+    window.eval = () => {}; // the page need not hear of it
+  });
+  await page.addInitScript(floodingSocket);
+  await page.goto(simulator.address);
+  await page.locator('.phone[data-state="ready"]').waitFor();
+  const panel = await first.openPanel('Time line');
+
+  const search = panel.getByRole('searchbox');
+  await search.focus();
+  await page.evaluate(() => {
+    window.delays = [];
+    addEventListener('input', ({ timeStamp }) => window.delays.push(performance.now() - timeStamp), true);
+    window.flood = setInterval(() => window.tellMany(20), 20);
+  });
+  const typed = 'number42';
+  await page.keyboard.type(typed, { delay: 50 });
+  await page.evaluate(() => clearInterval(window.flood));
+  assert.equal(await search.inputValue(), typed);
+  const delays = await page.evaluate(() => window.delays);
+  assert.equal(delays.length, typed.length);
+  assert.ok(Math.max(...delays) < 1000, `${delays}`);
+
+  await search.fill('');
+  const last = await page.evaluate(() => {
+    while (window.sent < 110_000) window.tellMany(1000);
+    return window.sent;
+  });
+  await page.locator('.row', { hasText: `number: ${last},` }).waitFor();
+  await panel.getByText(/dropped/).waitFor();
+  const kept = Number(/([\d,]+) kept/.exec(await panel.locator('.rows-count').innerText())[1].replaceAll(',', ''));
+  assert.ok(kept > 98_000 && kept <= 100_000, `${kept}`);
+  assert.ok((await panel.locator('.row').count()) < 100, 'only those in sight are drawn');
+  const session = await page.context().newCDPSession(page);
+  await session.send('HeapProfiler.collectGarbage');
+  const { usedSize } = await session.send('Runtime.getHeapUsage');
+  assert.ok(usedSize < 200e6, `${usedSize / 1e6} MB`);
+
+  // What is read stays where it is while more comes.
+  const tree = panel.getByRole('tree');
+  await tree.focus();
+  await page.keyboard.press('PageUp');
+  for (let presses = 0; presses < 5; ++presses) await page.keyboard.press('PageUp');
+  const selected = panel.locator('.row[aria-selected="true"]');
+  await selected.waitFor();
+  const { y } = await selected.boundingBox();
+  const before = Number(await selected.getAttribute('aria-setsize'));
+  await page.evaluate(() => window.tellMany(200));
+  await page.waitForFunction((size) => Number(document.querySelector('.row').ariaSetSize) > size, before);
+  assert.equal((await selected.boundingBox()).y, y);
+  await page.keyboard.press('End');
+  await page.locator('.row', { hasText: `number: ${last + 200},` }).waitFor();
+});
