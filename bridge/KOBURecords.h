@@ -185,7 +185,7 @@ struct Fields<KOBURemoteStatistics> {
             "0 the camera, 1 its small picture, 2 the screen"}};
 };
 
-/// What the engine measures every two seconds in a room.
+/// What the engine measures again and again in a room.
 struct KOBUStatistics {
   std::uint32_t appCpu = 0;         ///< percent
   std::uint32_t systemCpu = 0;      ///< percent

@@ -220,6 +220,67 @@ std::optional<ImageFile> bmp(std::string_view file) {
   return ImageFile{"bmp", std::string(file), pixels, 1};
 }
 
+/// A file of the one frame that is decoded: its transparency, if it has any beside it, and its
+/// picture.
+std::optional<ImageFile> webp(std::string_view file) {
+  constexpr std::uint64_t kPassesWithoutLoss = 1024;
+  constexpr std::size_t kFileBytes = 12;   // the start of a file: "RIFF", length, "WEBP"
+  constexpr std::size_t kFrameBytes = 16;  // before the chunks of an animation's frame
+  constexpr std::uint32_t kSideMask = 0x3FFF;
+  const auto written = [](std::uint32_t number, std::size_t count) {
+    std::string bytes;
+    for (; count > 0; --count, number >>= 8U) bytes += static_cast<char>(number);
+    return bytes;
+  };
+  Reader reader(file);
+  reader.take(kFileBytes);
+  std::string_view transparency;
+  while (!reader.atEnd()) {
+    auto chunk = Reader(reader.peek());
+    const auto name = chunk.take(4);
+    const auto length = chunk.littleEndian(4);
+    const auto whole = reader.peek().substr(0, std::size_t{length} + length % 2 + 8);
+    if (name == "ANMF") {
+      reader.take(8 + kFrameBytes);  // and on with what is in it
+      continue;
+    }
+    reader.take(whole.size());
+    if (name == "ALPH") transparency = whole;
+    const bool lossless = name == "VP8L";
+    if (!lossless && name != "VP8 ") continue;
+
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    if (lossless) {
+      if (chunk.byte() != 0x2F) return std::nullopt;
+      const auto sides = chunk.littleEndian(4);
+      width = (sides & kSideMask) + 1;
+      height = ((sides >> 14U) & kSideMask) + 1;
+      transparency = {};
+    } else {
+      constexpr std::string_view kStart = "\x9D\x01\x2A";
+      const bool isKeyFrame = chunk.littleEndian(3) % 2 == 0;
+      if (!isKeyFrame || chunk.take(kStart.size()) != kStart) return std::nullopt;
+      width = chunk.littleEndian(2) & kSideMask;
+      height = chunk.littleEndian(2) & kSideMask;
+    }
+    if (chunk.isShort() || width == 0 || height == 0) return std::nullopt;
+    std::string body = "WEBP";
+    bool packed = lossless;
+    if (!transparency.empty()) {
+      constexpr std::uint32_t kHasTransparency = 0x10;
+      body += "VP8X" + written(10, 4) + written(kHasTransparency, 4) + written(width - 1, 3) +
+              written(height - 1, 3);
+      body += transparency;
+      packed = transparency.size() < 9 || (static_cast<unsigned char>(transparency[8]) & 3U) != 0;
+    }
+    body += whole;
+    return ImageFile{"webp", "RIFF" + written(static_cast<std::uint32_t>(body.size()), 4) + body,
+                     std::uint64_t{width} * height, packed ? kPassesWithoutLoss : 1};
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
 std::optional<ImageFile> firstPicture(std::string_view file) {
@@ -227,6 +288,7 @@ std::optional<ImageFile> firstPicture(std::string_view file) {
   if (file.starts_with("\xFF\xD8\xFF")) return jpeg(file);
   if (file.starts_with("GIF87a") || file.starts_with("GIF89a")) return gif(file);
   if (file.starts_with("BM")) return bmp(file);
+  if (file.starts_with("RIFF") && file.substr(0, 12).ends_with("WEBP")) return webp(file);
   return std::nullopt;
 }
 

@@ -29,9 +29,10 @@ class DecodedImage final : public VEMOImage {
   std::vector<std::uint8_t> rgba_;
 };
 
-/// Decodes PNG, JPEG, GIF (its first picture) and BMP by gdk-pixbuf; they are known by their
-/// first bytes, and no other loader of the system is ever asked. Gives a DecodedImage; of a
-/// file that is cut short, the part that is there on black, or null.
+/// Decodes PNG, JPEG, GIF and WebP (of these, the first picture) and BMP by gdk-pixbuf; they are
+/// known by their first bytes, and no other loader of the system is ever asked. WebP has a loader
+/// of its own (Debian's webp-pixbuf-loader); without it such a file is no image. Gives a
+/// DecodedImage; of a file that is cut short, the part that is there on black, or null.
 ///
 /// What it costs is known from the file's headers before memory is taken, and bounded by
 /// kMaxPixels and kMaxPasses.
@@ -46,7 +47,8 @@ class PixbufImageDecoder final : public ImageDecoder {
   static constexpr std::size_t kMaxPixels = std::size_t{16} << 20U;
   /// JPEGs whose scans go over more pixels in all are refused, and so are GIFs that are as
   /// much work: those with more than 64 blocks of data for each time that all their pixels
-  /// go into this.
+  /// go into this; and a WebP without loss, or whose transparency is packed without loss, of
+  /// more than 512 x 512 pixels, as the code tables of a few hundred KB could fill the memory.
   static constexpr std::size_t kMaxPasses = 16 * kMaxPixels;
   /// Of files that wait for one requester; a file beyond that becomes null in its turn.
   static constexpr std::size_t kMaxWaitingBytes = std::size_t{32} << 20U;

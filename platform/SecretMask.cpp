@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstdint>
 #include <functional>
 #include <random>
@@ -13,25 +12,30 @@ namespace vemo {
 namespace {
 
 // JSON text in a string of JSON text has each quote and backslash escaped, and again for
-// each string around that. Depth 0 is the text as it stands; depth n is what is read
-// after taking n layers of escapes away. Nothing is copied for that: a character of depth
-// n is read from those of depth n - 1.
+// each string around that, in whichever of several ways. So the text is read in layers: the
+// first is the text as it stands, each other one what the escapes of the one before mean.
+// What is JSON text in a string of one layer is plain JSON in the next.
 
-constexpr unsigned kMaxDepth = 8;
+constexpr unsigned kDeepest = 8;
 constexpr std::size_t kShownDigits = 8;
 
-/// One character of some depth: a byte as it stood there, or what an escape meant.
+/// One character of a layer.
 struct Character {
-  static constexpr std::int32_t kEnd = -1;  ///< the text, or the string around it, ends
+  // Bytes are themselves. What an escape means is a code unit: ASCII as the byte, any other
+  // above this.
+  static constexpr std::int32_t kUnit = 0x10000;
+  static constexpr std::int32_t kEnd = -1;  ///< of the string, or of the text
 
-  std::int32_t value = kEnd;
-  std::size_t next = 0;  ///< where the text goes on
-  bool escaped = false;  ///< a code unit, not a byte
+  std::int32_t value;
+  std::size_t at;  ///< where it begins in the text
 
   bool isEnd() const { return value == kEnd; }
   bool is(char c) const { return value == static_cast<unsigned char>(c); }
   bool isBlank() const { return is(' ') || is('\t') || is('\n') || is('\r'); }
 };
+
+/// Ends with a kEnd, at the text's end.
+using Layer = std::vector<Character>;
 
 int hexDigit(std::int32_t value) {
   if (value >= '0' && value <= '9') return value - '0';
@@ -40,62 +44,66 @@ int hexDigit(std::int32_t value) {
   return -1;
 }
 
-Character characterAt(std::string_view text, std::size_t at, unsigned depth) {
-  if (depth == 0) {
-    if (at >= text.size()) return {Character::kEnd, at};
-    return {static_cast<unsigned char>(text[at]), at + 1};
-  }
-  const auto plain = characterAt(text, at, depth - 1);
-  if (plain.is('"')) return {Character::kEnd, at};  // it closes the string that is read
-  if (!plain.is('\\')) return plain;
-  const auto escape = characterAt(text, plain.next, depth - 1);
+/// What one character of a string means.
+struct Meaning {
+  std::int32_t value;  ///< as that of a Character
+  std::size_t next;    ///< where the string goes on in its layer
+
+  bool isEnd() const { return value == Character::kEnd; }
+};
+
+Meaning meaningAt(const Layer& layer, std::size_t at) {
+  const auto& plain = layer[at];
+  if (plain.isEnd() || plain.is('"')) return {Character::kEnd, at};
+  if (!plain.is('\\')) return {plain.value, at + 1};
+  const auto& escape = layer[at + 1];
   if (escape.isEnd()) return {Character::kEnd, at};
+  at += 2;
   switch (escape.value) {
-    case 'b': return {'\b', escape.next, true};
-    case 'f': return {'\f', escape.next, true};
-    case 'n': return {'\n', escape.next, true};
-    case 'r': return {'\r', escape.next, true};
-    case 't': return {'\t', escape.next, true};
+    case 'b': return {'\b', at};
+    case 'f': return {'\f', at};
+    case 'n': return {'\n', at};
+    case 'r': return {'\r', at};
+    case 't': return {'\t', at};
     case 'u': {
-      Character unit{0, escape.next, true};
-      for (int i = 0; i < 4; ++i) {
-        const auto digit = characterAt(text, unit.next, depth - 1);
-        if (hexDigit(digit.value) < 0) break;
-        unit.value = unit.value * 16 + hexDigit(digit.value);
-        unit.next = digit.next;
-      }
-      return unit;
+      std::int32_t unit = 0;
+      for (int i = 0; i < 4 && hexDigit(layer[at].value) >= 0; ++i, ++at)
+        unit = unit * 16 + hexDigit(layer[at].value);
+      return {unit < 0x80 ? unit : Character::kUnit + unit, at};
     }
-    default: return escape;
+    default: return {escape.value, at};
   }
 }
 
-std::size_t afterBlanks(std::string_view text, std::size_t at, unsigned depth) {
-  auto character = characterAt(text, at, depth);
-  while (character.isBlank()) {
-    at = character.next;
-    character = characterAt(text, at, depth);
+Layer firstLayer(std::string_view text) {
+  Layer layer;
+  layer.reserve(text.size() + 1);
+  for (const auto c : text) layer.push_back({static_cast<unsigned char>(c), layer.size()});
+  layer.push_back({Character::kEnd, text.size()});
+  return layer;
+}
+
+/// Each layer is shorter than the one before, or has no escapes left.
+Layer nextLayer(const Layer& layer) {
+  Layer next;
+  next.reserve(layer.size());
+  for (std::size_t at = 0; at < layer.size();) {
+    const auto meaning = meaningAt(layer, at);
+    next.push_back({meaning.value, layer[at].at});
+    at = meaning.isEnd() ? at + 1 : meaning.next;
   }
+  return next;
+}
+
+std::size_t afterBlanks(const Layer& layer, std::size_t at) {
+  while (layer[at].isBlank()) ++at;
   return at;
 }
 
-/// The depth at which a quote stands that has `backslashes` before it.
-unsigned depthOfQuote(std::size_t backslashes) {
-  // Each layer turns n backslashes before a quote into 2 n + 1.
-  return static_cast<unsigned>(std::countr_one(backslashes));
-}
-
-/// The same for one that is written u0022 after them.
-unsigned depthOfEscapedQuote(std::size_t backslashes) {
-  // Each layer around it doubles them, until one is left over that belongs to the u.
-  const auto layers = static_cast<unsigned>(std::countr_zero(backslashes));
-  return layers + 1 + depthOfQuote((backslashes >> layers) / 2);
-}
-
-void appendAsUtf8(std::string& out, const Character& character) {
-  const auto unit = static_cast<std::uint32_t>(character.value);
-  if (!character.escaped || unit < 0x80) {
-    out += static_cast<char>(unit);
+void appendAsUtf8(std::string& out, std::int32_t value) {
+  const auto unit = static_cast<std::uint32_t>(value - Character::kUnit);
+  if (value < Character::kUnit) {
+    out += static_cast<char>(value);
   } else if (unit < 0x800) {
     out += static_cast<char>(0xC0U | (unit >> 6U));
     out += static_cast<char>(0x80U | (unit & 0x3FU));
@@ -126,52 +134,50 @@ std::string shortHash(const std::string& value) {
   return shown;
 }
 
-/// The quote that ends `key`, when that is what begins at `at`, just after a quote.
-std::optional<Character> quoteAfterKey(std::string_view text, std::size_t at, unsigned depth,
-                                       std::string_view key) {
-  // Most texts differ at once.
-  if (at < text.size() && text[at] != '\\' && !key.starts_with(text[at]) && !key.empty()) return std::nullopt;
+/// Whether the string that begins at `at`, just after its quote, is `key`; then `at` is moved
+/// behind its end.
+bool skipKey(const Layer& layer, std::size_t& at, std::string_view key) {
   std::string read;
+  auto end = at;
   while (read.size() < key.size()) {
-    const auto character = characterAt(text, at, depth + 1);
-    if (character.isEnd()) return std::nullopt;
-    appendAsUtf8(read, character);
-    if (!key.starts_with(read)) return std::nullopt;
-    at = character.next;
+    const auto meaning = meaningAt(layer, end);
+    if (meaning.isEnd()) return false;
+    appendAsUtf8(read, meaning.value);
+    end = meaning.next;
   }
-  const auto quote = characterAt(text, at, depth);
-  return quote.is('"') ? std::optional(quote) : std::nullopt;
+  if (read != key || !layer[end].is('"')) return false;
+  at = end + 1;
+  return true;
 }
 
-/// A value in the text.
+/// A value in a layer.
 struct Value {
-  std::size_t begin = 0;
+  std::size_t begin;
   std::size_t end = begin;
   std::string content = {};  ///< without escapes
   bool whole = false;        ///< whether the text goes on to its end
 };
 
 /// The text whose first character is at `begin`.
-Value textValue(std::string_view text, std::size_t begin, unsigned depth) {
+Value textValue(const Layer& layer, std::size_t begin) {
   Value value{begin};
-  for (;;) {
-    const auto character = characterAt(text, value.end, depth + 1);
-    if (character.isEnd()) break;
-    appendAsUtf8(value.content, character);
-    value.end = character.next;
+  for (auto meaning = meaningAt(layer, begin); !meaning.isEnd();
+       meaning = meaningAt(layer, value.end)) {
+    appendAsUtf8(value.content, meaning.value);
+    value.end = meaning.next;
   }
-  value.whole = characterAt(text, value.end, depth).is('"');
+  value.whole = layer[value.end].is('"');
   return value;
 }
 
 /// The number, word, object or array that begins at `begin`.
-Value plainValue(std::string_view text, std::size_t begin, unsigned depth) {
+Value plainValue(const Layer& layer, std::size_t begin) {
   Value value{begin};
   std::size_t open = 0;  // brackets
   bool quoted = false;
   bool escaped = false;
-  for (;;) {
-    const auto character = characterAt(text, value.end, depth);
+  for (;; ++value.end) {
+    const auto& character = layer[value.end];
     if (character.isEnd()) {
       value.whole = open == 0 && !quoted;
       return value;
@@ -191,8 +197,7 @@ Value plainValue(std::string_view text, std::size_t begin, unsigned depth) {
       value.whole = true;
       return value;
     }
-    appendAsUtf8(value.content, character);
-    value.end = character.next;
+    appendAsUtf8(value.content, character.value);
   }
 }
 
@@ -200,66 +205,100 @@ std::string standIn(const Value& value) {
   return value.whole ? "***" + shortHash(value.content) : "***";
 }
 
-}  // namespace
-
 /// What is written in place of which bytes.
-struct SecretMask::Replacement {
+struct Replacement {
   std::size_t begin;
   std::size_t end;
   std::string text;
 };
 
-/// Replaces the value of the key that begins at `at`, just after a quote of depth `depth`;
-/// nothing when it is none of the keys.
-std::optional<SecretMask::Replacement> SecretMask::replacement(std::string_view text,
-                                                               std::size_t at,
-                                                               unsigned depth) const {
-  std::optional<Character> quote;
-  for (auto key = keys_.begin(); !quote && key != keys_.end(); ++key)
-    quote = quoteAfterKey(text, at, depth, *key);
-  if (!quote) return std::nullopt;
-  const auto colon = characterAt(text, afterBlanks(text, quote->next, depth), depth);
-  if (!colon.is(':')) return std::nullopt;
+/// Finds secrets, layer by layer.
+class Search {
+ public:
+  explicit Search(const std::vector<std::string>& keys) : keys_(keys) {}
 
-  const auto begin = afterBlanks(text, colon.next, depth);
-  const auto first = characterAt(text, begin, depth);
-  if (first.is('"')) {
-    const auto value = textValue(text, first.next, depth);
-    if (value.content.empty()) return std::nullopt;
-    return Replacement{value.begin, value.end, standIn(value)};
+  void look(const Layer& layer, unsigned depth) {
+    std::size_t backslashes = 0;  // just before `at`; an escaped quote is of the next layer
+    for (std::size_t at = 0; at < layer.size();) {
+      const auto& character = layer[at++];
+      const bool opens = character.is('"') && backslashes % 2 == 0;
+      backslashes = character.is('\\') ? backslashes + 1 : 0;
+      if (opens) at = afterSecret(layer, depth, at);
+    }
   }
-  const auto value = plainValue(text, begin, depth);
-  if (value.content.empty()) return std::nullopt;
-  const auto mark = std::string((std::size_t{1} << depth) - 1, '\\') + '"';
-  return Replacement{value.begin, value.end, mark + standIn(value) + mark};
+
+  /// Hides each rest of a string from its first escape on.
+  void hideEscapes(const Layer& layer) {
+    for (std::size_t at = 0; at < layer.size(); ++at) {
+      if (!layer[at].is('\\')) continue;
+      const auto begin = at;
+      while (!meaningAt(layer, at).isEnd()) at = meaningAt(layer, at).next;
+      if (at > begin) found_.push_back({layer[begin].at, layer[at].at, "***"});
+    }
+  }
+
+  /// In the order of the text. They may overlap where the text is no good JSON.
+  std::vector<Replacement> takeFound() {
+    std::ranges::stable_sort(found_, {}, &Replacement::begin);
+    return std::move(found_);
+  }
+
+ private:
+  /// Where to go on when a string opens just before `at`: behind the value, if it is a key.
+  std::size_t afterSecret(const Layer& layer, unsigned depth, std::size_t at) {
+    const auto start = at;
+    if (std::ranges::none_of(keys_, [&](const auto& key) { return skipKey(layer, at, key); }))
+      return start;
+    at = afterBlanks(layer, at);
+    if (!layer[at].is(':')) return start;
+    at = afterBlanks(layer, at + 1);
+    const bool isText = layer[at].is('"');
+    const auto value = isText ? textValue(layer, at + 1) : plainValue(layer, at);
+    if (value.content.empty()) return start;
+    const auto mark = isText ? "" : std::string((std::size_t{1} << depth) - 1, '\\') + '"';
+    found_.push_back({layer[value.begin].at, layer[value.end].at, mark + standIn(value) + mark});
+    return value.end;
+  }
+
+  const std::vector<std::string>& keys_;
+  std::vector<Replacement> found_;
+};
+
+}  // namespace
+
+SecretMask::SecretMask(std::vector<std::string> keys) : keys_(std::move(keys)) {}
+
+/// Whether no layer of `text` can hold a key.
+bool SecretMask::isClean(std::string_view text) const {
+  // Without such an escape the letters of a key stand as they are in every layer.
+  if (text.find("\\u") != std::string_view::npos) return false;
+  return std::ranges::none_of(keys_, [&](const auto& key) {
+    const bool mayBeEscaped = key.find_first_of("\"\\/\b\f\n\r\t") != std::string::npos;
+    return mayBeEscaped || text.find(key) != std::string_view::npos;
+  });
 }
 
 std::string_view SecretMask::masked(std::string_view text, std::string& buffer) const {
   buffer.clear();
+  if (isClean(text)) return text;
+  Search search(keys_);
+  auto layer = firstLayer(text);
+  for (unsigned depth = 0;; ++depth) {
+    search.look(layer, depth);
+    if (std::ranges::none_of(layer, [](const auto& character) { return character.is('\\'); }))
+      break;
+    if (depth == kDeepest) {
+      search.hideEscapes(layer);
+      break;
+    }
+    layer = nextLayer(layer);
+  }
+
   std::size_t copied = 0;
-  std::size_t backslashes = 0;  // just before `at`
-  for (std::size_t at = 0; at < text.size();) {
-    if (text[at] == '\\') {
-      ++backslashes;
-      ++at;
-      continue;
-    }
-    constexpr std::string_view kEscapedQuote = "u0022";
-    std::size_t length = 1;
-    unsigned depth = kMaxDepth + 1;
-    if (text[at] == '"') {
-      depth = depthOfQuote(backslashes);
-    } else if (backslashes > 0 && text.substr(at, kEscapedQuote.size()) == kEscapedQuote) {
-      depth = depthOfEscapedQuote(backslashes);
-      length = kEscapedQuote.size();
-    }
-    at += length;
-    backslashes = 0;
-    if (depth > kMaxDepth) continue;
-    if (const auto secret = replacement(text, at, depth)) {
-      buffer.append(text.substr(copied, secret->begin - copied)).append(secret->text);
-      copied = at = secret->end;
-    }
+  for (const auto& secret : search.takeFound()) {
+    if (secret.begin >= copied)
+      buffer.append(text.substr(copied, secret.begin - copied)).append(secret.text);
+    copied = std::max(copied, secret.end);
   }
   if (copied == 0) return text;
   buffer.append(text.substr(copied));

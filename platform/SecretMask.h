@@ -1,10 +1,7 @@
 #pragma once
 
-#include <cstddef>
-#include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace vemo {
@@ -19,26 +16,27 @@ namespace vemo {
 /// that there was none.
 ///
 /// Found are keys at any depth of objects and arrays, in JSON amid other text, in JSON
-/// text inside the strings of JSON text (eight deep, whatever is escaped there), with
-/// blanks around the colon and escapes in the key. A value that is no text is replaced
-/// as a whole by a stand-in text. Not found is what is no JSON: `userSig=abc`, or a key
-/// without quotes.
+/// text inside the strings of JSON text, in whichever way quotes and backslashes are
+/// escaped there, with blanks around the colon and escapes in the key. A value that is no
+/// text is replaced as a whole by a stand-in text. Not found is what is no JSON:
+/// `userSig=abc`, or a key without quotes.
+///
+/// What is more than eight strings deep is not looked through: of such a string, all from
+/// the first escape on is replaced by `***`, if there may be a key in the text at all.
 ///
 /// Never throws but for want of memory; takes time in proportion to the text's length.
 /// Threads: any.
 class SecretMask {
  public:
   /// Masks the values of `keys`, which are compared as a whole and exactly.
-  explicit SecretMask(std::vector<std::string> keys = {"userSig"}) : keys_(std::move(keys)) {}
+  explicit SecretMask(std::vector<std::string> keys = {"userSig"});
 
   /// `text` with its secrets masked: `text` itself when there are none, else a view of
   /// `buffer`, which then holds the result.
   std::string_view masked(std::string_view text, std::string& buffer) const;
 
  private:
-  struct Replacement;
-  std::optional<Replacement> replacement(std::string_view text, std::size_t at,
-                                         unsigned depth) const;
+  bool isClean(std::string_view text) const;
 
   std::vector<std::string> keys_;
 };

@@ -31,6 +31,16 @@ struct NetworkProfile {
 inline constexpr std::int32_t kShortestVolumeIntervalMs = 100;
 inline constexpr std::int32_t kLongestVolumeIntervalMs = 10'000;
 
+// What an engine keeps of what it is told, so that nobody fills the memory with it. What is
+// beyond is not kept: a warning says so, and nothing else changes.
+/// The longest user id, in bytes. Nobody enters with a longer one, so it names nobody.
+inline constexpr std::size_t kLongestUserId = 256;
+/// Of how many users views, volumes, muting and the like are kept, whether they are there or
+/// not; as many as fit into a room where that is more.
+inline constexpr std::size_t kMostUsersKept = 1'000;
+/// How many pieces of music play at once.
+inline constexpr std::size_t kMostMusic = 64;
+
 /// A server that a speed test measures.
 struct SpeedTestServer {
   std::string ip;

@@ -1,5 +1,7 @@
 #include "simulation/Client.h"
 
+#include <algorithm>
+
 #include "simulation/EngineCodes.h"
 
 namespace vemo {
@@ -24,6 +26,18 @@ const NetworkProfile& Client::network() const {
 
 void Client::warn(std::int32_t code, const std::string& text) {
   emit([code, text](auto& to) { to.onWarning(code, text, std::nullopt); });
+}
+
+bool Client::canKeep(const std::string& user, std::size_t keptAlready) {
+  if (user.size() > kLongestUserId) {
+    warn(kWarnBadValue, "a user id that is too long");
+    return false;
+  }
+  if (keptAlready >= std::max(kMostUsersKept, world_.options().roomCapacity)) {
+    warn(kWarnTooManyUsers, "more users than are kept account of");
+    return false;
+  }
+  return true;
 }
 
 bool Client::accepts(const KOBUVideoEncParam& param) {

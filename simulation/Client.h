@@ -172,6 +172,14 @@ class Client : public std::enable_shared_from_this<Client> {
   }
 
   void warn(std::int32_t code, const std::string& text);
+  /// What `table` keeps under `key`, which is of a user, made if need be. Null, with a
+  /// warning, when it can't be kept: see kLongestUserId and kMostUsersKept.
+  template <class Table>
+  typename Table::mapped_type* kept(Table& table, const typename Table::key_type& key) {
+    const auto known = table.find(key);
+    if (known != table.end()) return &known->second;
+    return canKeep(userIn(key), table.size()) ? &table[key] : nullptr;
+  }
   /// Whether an encoder can use `param`; warns when it can't.
   bool accepts(const KOBUVideoEncParam& param);
 
@@ -224,6 +232,11 @@ class Client : public std::enable_shared_from_this<Client> {
   std::vector<std::string> experimentalCalls;
 
  private:
+  static const std::string& userIn(const std::string& user) { return user; }
+  static const std::string& userIn(const std::pair<std::string, MediaKind>& stream) {
+    return stream.first;
+  }
+  bool canKeep(const std::string& user, std::size_t keptAlready);
   /// Asks to be let in, or waits for the connection.
   void knock();
   void arrive();

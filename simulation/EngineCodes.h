@@ -13,7 +13,7 @@ inline constexpr std::int32_t kEnterCancelled = -3309;  ///< by an exit on the w
 inline constexpr std::int32_t kEnterRoomFull = -3316;
 inline constexpr std::int32_t kEnterUnknownApplication = -3317;
 inline constexpr std::int32_t kEnterBadRoomId = -3318;  ///< room id 0
-inline constexpr std::int32_t kEnterBadUserId = -3319;  ///< absent or empty
+inline constexpr std::int32_t kEnterBadUserId = -3319;  ///< absent, empty or too long
 inline constexpr std::int32_t kEnterBadSignature = -3320;
 inline constexpr std::int32_t kServiceSuspended = -100013;
 
@@ -31,15 +31,17 @@ inline constexpr std::int64_t kNotCapturing = -3310;
 // Music: codes of the start callback.
 inline constexpr std::int64_t kMusicNotFound = -4001;
 inline constexpr std::int64_t kMusicBadRange = -4002;  ///< nothing lies between start and end
+inline constexpr std::int64_t kMusicTooMany = -4003;   ///< as many play as the engine can
 
 /// Result of switching the camera while it is off; the choice is kept all the same.
 inline constexpr std::int32_t kCameraOff = -1301;
 
 // Warnings: onWarning.
-inline constexpr std::int32_t kWarnBadValue = 1101;        ///< a number that can't be used
+inline constexpr std::int32_t kWarnBadValue = 1101;        ///< a number or text that can't be used
 inline constexpr std::int32_t kWarnUnknownApi = 1102;      ///< an experimental call it doesn't know
 inline constexpr std::int32_t kWarnBadApiText = 1103;      ///< an experimental call that is no JSON
 inline constexpr std::int32_t kWarnCaptureRunning = 1104;  ///< screen capture started twice
+inline constexpr std::int32_t kWarnTooManyUsers = 1105;    ///< see kMostUsersKept
 
 // Audio routes.
 inline constexpr std::int32_t kRouteSpeaker = 0;

@@ -13,6 +13,7 @@ namespace vemo {
 namespace {
 
 constexpr std::size_t kCallsKept = 16;
+constexpr std::size_t kLongestCall = 4096;      // bytes
 constexpr std::int64_t kLongestDelay = 60'000;  // ms
 
 NetworkProfile changed(NetworkProfile profile, const boost::json::object* params) {
@@ -38,6 +39,10 @@ std::optional<boost::json::object> experimentalCallFrom(const std::string& jsonT
 
 void experimentalCall(Client& client, const std::optional<boost::json::object>& call,
                       const std::string& jsonText) {
+  if (jsonText.size() > kLongestCall) {
+    client.warn(kWarnBadApiText, "an experimental call that is too long");
+    return;
+  }
   const auto api = call ? vemo_safeNSStringForKey(&*call, "api") : std::nullopt;
   if (!api) {
     client.warn(kWarnBadApiText, "an experimental call is a JSON object with a text \"api\"");

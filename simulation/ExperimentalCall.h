@@ -17,7 +17,8 @@ std::optional<boost::json::object> experimentalCallFrom(const std::string& jsonT
 ///     dropConnection     cuts this handset off
 ///     restoreConnection  ends that
 ///
-/// Anything else is reported by a warning. With the world's lock held.
+/// Anything else, and a text of more than 4096 bytes, is reported by a warning. With the world's
+/// lock held.
 void experimentalCall(Client& client, const std::optional<boost::json::object>& call,
                       const std::string& jsonText);
 

@@ -12,13 +12,18 @@ namespace {
 constexpr Clock::Time kLoading{50};
 constexpr Clock::Time kProgressPeriod{200};
 
-std::int32_t volumeWithin(std::int32_t volume) { return std::clamp(volume, 0, 100); }
-
 }  // namespace
 
 void MusicPlayer::start(const PWAudioMusicParam& music, std::shared_ptr<const Callbacks> callbacks,
                         std::optional<Time> duration) {
   stop(music.ID);
+  if (tracks_.size() >= kMostMusic) {
+    client_.callBackTo(callbacks, true, [](auto& to) {
+      if (to.onStart) to.onStart(kMusicTooMany);
+    });
+    client_.world().discard(std::move(callbacks));
+    return;
+  }
   auto& track = tracks_[music.ID];
   track.music = music;
   track.callbacks = std::move(callbacks);

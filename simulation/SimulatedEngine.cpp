@@ -10,8 +10,6 @@
 namespace vemo {
 namespace {
 
-std::int32_t volumeWithin(std::int32_t volume) { return std::clamp(volume, 0, 100); }
-
 /// Which of a user's pictures a stream type is of; nothing when it is none.
 std::optional<MediaKind> pictureKind(std::int32_t streamType) {
   switch (streamType) {
@@ -139,9 +137,13 @@ void SimulatedEngine::startRemoteView(const std::string& userId, std::int32_t st
     world_->discard(std::move(view));
     return;
   }
-  auto& shown = client->views[{userId, *kind}];
-  shown.streamType = streamType;
-  world_->discard(std::exchange(shown.view, std::move(view)));
+  auto* shown = client->kept(client->views, {userId, *kind});
+  if (!shown) {
+    world_->discard(std::move(view));
+    return;
+  }
+  shown->streamType = streamType;
+  world_->discard(std::exchange(shown->view, std::move(view)));
   client->receive(userId);
 }
 
@@ -166,7 +168,7 @@ void SimulatedEngine::setRemoteVideoStreamType(const std::string& userId, std::i
     client->warn(kWarnBadValue, "unknown stream type");
     return;
   }
-  client->wishes[userId].preferredStream = type;
+  if (auto* wish = client->kept(client->wishes, userId)) wish->preferredStream = type;
 }
 
 void SimulatedEngine::setRemoteRenderParams(const std::string& userId, std::int32_t streamType,
@@ -177,12 +179,14 @@ void SimulatedEngine::setRemoteRenderParams(const std::string& userId, std::int3
     client->warn(kWarnBadValue, "unknown stream type");
     return;
   }
-  client->drawings[{userId, *kind}] = params;
+  if (auto* drawing = client->kept(client->drawings, {userId, *kind})) *drawing = params;
 }
 
 void SimulatedEngine::muteRemoteVideoStream(const std::string& userId, bool mute) {
   const auto client = locked();
-  client->wishes[userId].videoMuted = mute;
+  auto* wish = client->kept(client->wishes, userId);
+  if (!wish) return;
+  wish->videoMuted = mute;
   client->receive(userId);
 }
 
@@ -195,7 +199,9 @@ void SimulatedEngine::muteAllRemoteVideoStreams(bool mute) {
 
 void SimulatedEngine::muteRemoteAudio(const std::string& userId, bool mute) {
   const auto client = locked();
-  client->wishes[userId].audioMuted = mute;
+  auto* wish = client->kept(client->wishes, userId);
+  if (!wish) return;
+  wish->audioMuted = mute;
   client->receive(userId);
 }
 
@@ -207,7 +213,8 @@ void SimulatedEngine::muteAllRemoteAudio(bool mute) {
 }
 
 void SimulatedEngine::setRemoteAudioVolume(const std::string& userId, std::int32_t volume) {
-  locked()->wishes[userId].volume = volumeWithin(volume);
+  const auto client = locked();
+  if (auto* wish = client->kept(client->wishes, userId)) wish->volume = volumeWithin(volume);
 }
 
 void SimulatedEngine::startSpeedTest(std::uint32_t /*sdkAppId*/, const std::string& /*userId*/,
@@ -227,7 +234,8 @@ void SimulatedEngine::callExperimentalAPI(const std::string& jsonText) {
 void SimulatedEngine::showDebugView(std::int32_t showType) { locked()->debugView = showType; }
 
 void SimulatedEngine::setDebugViewMargin(const std::string& userId, EdgeInsets margin) {
-  locked()->debugViewMargins[userId] = margin;
+  const auto client = locked();
+  if (auto* kept = client->kept(client->debugViewMargins, userId)) *kept = margin;
 }
 
 void SimulatedEngine::startScreenCaptureInApp(const KOBUVideoEncParam& param) {

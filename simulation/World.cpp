@@ -59,6 +59,8 @@ std::optional<Refusal> World::refusal(const KOBUParams& params, bool signatureGo
     return Refusal{kEnterUnknownApplication, "unknown application"};
   }
   if (!params.userId || params.userId->empty()) return Refusal{kEnterBadUserId, "empty user id"};
+  if (params.userId->size() > kLongestUserId)
+    return Refusal{kEnterBadUserId, "a user id that is too long"};
   if (params.roomId == 0) return Refusal{kEnterBadRoomId, "bad room id"};
   if (!signatureGood) return Refusal{kEnterBadSignature, "bad user signature"};
   if (params.role != kKOBURoleAnchor && params.role != kKOBURoleAudience) {

@@ -233,7 +233,7 @@ using Listener = VEMOKOBUEventListener;
 using field::OwnUserId;
 
 struct OnError : Event<OwnUserId, field::ErrCode, field::ErrMsg, field::ExtInfo> {
-  static constexpr std::string_view subject = "diagnostics";
+  static constexpr std::string_view subject = "room_control";
   static constexpr Words words{"onError",
                                "The engine reports an error. One that ends an enter also answers "
                                "\"enterRoom\", and the room is left."};

@@ -4,7 +4,8 @@
 #include <string_view>
 #include <utility>
 
-#include "Values.h"
+#include "ScenarioError.h"
+#include "json/Arguments.h"
 
 namespace vemo::replay {
 namespace {

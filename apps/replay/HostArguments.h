@@ -6,11 +6,11 @@
 #include <memory>
 #include <string_view>
 #include <tuple>
+#include <utility>
 
 #include "NamedObjects.h"
-#include "Recorder.h"
-#include "Values.h"
 #include "json/Arguments.h"
+#include "recorder/Notes.h"
 #include "webview/VEMOKOBUMsgRouter.h"
 
 namespace vemo::replay {
@@ -20,10 +20,10 @@ namespace vemo::replay {
 class HostArguments : private Arguments {
  public:
   /// `operation` names the operation in errors and effects. The references outlive
-  /// what is read; a completion also holds on to `recorder`.
-  HostArguments(std::string_view operation, const json::array& values, NamedObjects& objects,
-                Recorder& recorder)
-      : Arguments(operation, values), objects_(objects), recorder_(recorder) {}
+  /// what is read; completions hold `notes`.
+  HostArguments(std::string_view operation, const boost::json::array& values, NamedObjects& objects,
+                std::shared_ptr<Notes> notes)
+      : Arguments(operation, values), objects_(objects), notes_(std::move(notes)) {}
 
   /// All arguments, of these types; an ArgumentError when their count or one of them
   /// does not fit. For a completion one is made that writes its call.
@@ -41,9 +41,10 @@ class HostArguments : private Arguments {
   template <class T>
   T next() {
     if constexpr (isCompletion<T>) {
-      return [&recorder = recorder_, of = operation()](VEMOModule module, const auto&... rest) {
-        recorder.write("completion",
-                       {{"of", of}, {"args", jsonArray(static_cast<int>(module), rest...)}});
+      return [notes = notes_, of = operation()](VEMOModule module, const auto&... rest) {
+        notes->effect("completion", [&](NoteText& text) {
+          text.add("of", of).addArray("args", static_cast<int>(module), rest...);
+        });
       };
     } else if constexpr (std::same_as<T, std::shared_ptr<NativeView>>) {
       const auto name = Arguments::next<Text>();
@@ -57,7 +58,7 @@ class HostArguments : private Arguments {
   }
 
   NamedObjects& objects_;
-  Recorder& recorder_;
+  std::shared_ptr<Notes> notes_;
 };
 
 }  // namespace vemo::replay

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <string>
+#include <utility>
 
 namespace vemo::replay {
 namespace {
@@ -51,12 +52,12 @@ constexpr auto hostOperations = std::to_array<Operation>({
 }  // namespace
 
 BoundCall<VEMOKOBUMsgRouter> hostOperation(std::string_view name, const json::array& values,
-                                           NamedObjects& objects, Recorder& recorder) {
+                                           NamedObjects& objects, std::shared_ptr<Notes> notes) {
   const auto* const operation = std::ranges::find(hostOperations, name, &Operation::name);
   if (operation == hostOperations.end()) {
     throw ScenarioError("unknown operation \"" + std::string(name) + "\"");
   }
-  HostArguments arguments(name, values, objects, recorder);
+  HostArguments arguments(name, values, objects, std::move(notes));
   return operation->bind(arguments);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <boost/json/array.hpp>
+#include <memory>
 #include <string_view>
 
 #include "HostArguments.h"
@@ -12,6 +13,6 @@ namespace vemo::replay {
 /// The native operation `name` of the router with the arguments `values`; an ArgumentError when
 /// there is no such operation or the arguments do not fit.
 BoundCall<VEMOKOBUMsgRouter> hostOperation(std::string_view name, const json::array& values,
-                                           NamedObjects& objects, Recorder& recorder);
+                                           NamedObjects& objects, std::shared_ptr<Notes> notes);
 
 }  // namespace vemo::replay

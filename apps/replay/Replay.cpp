@@ -16,7 +16,7 @@
 namespace vemo::replay {
 namespace {
 
-void writeTranscript(std::ostream& out, const std::vector<Recorder::Effect>& effects) {
+void writeTranscript(std::ostream& out, const std::vector<Transcript::Effect>& effects) {
   for (const auto& effect : effects) out << jsonText(effect) << '\n';
   out.flush();  // what was done is known, however the run ends
 }

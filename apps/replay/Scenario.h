@@ -9,7 +9,8 @@
 #include <string_view>
 #include <vector>
 
-#include "Values.h"
+#include "ScenarioError.h"
+#include "json/Arguments.h"
 
 namespace vemo::replay {
 

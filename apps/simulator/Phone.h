@@ -37,10 +37,11 @@ struct PhoneEnvironment {
 /// "settings" (settings: changes), "answer" (media, granted), "press" (alert, button),
 /// "broadcast" (event: "Started" and so on), "fire" (event, args: an event of the engine, to be
 /// told "times" times, once without it), "downloads" (error: the code and text with which they
-/// fail, null: they don't) and "pictures" (asks what the views show).
-/// To the page: "script" (text, needLog), "settings", "prompt", "alert", "openSettings",
-/// "broadcastPicker", "pictures", "image" (id, width, height, rgba: a mute image that
-/// pictures name) and "problem" (text: why a frame could not be used; frame: its kind).
+/// fail, null: they don't), "pictures" (asks what the views show) and "note" (on: whether what
+/// goes into the router and comes out is to be told). To the page: "script" (text, needLog),
+/// "settings", "prompt", "alert", "openSettings", "broadcastPicker", "pictures", "image" (id,
+/// width, height, rgba: a mute image that pictures name), "noted" (see LiveNotes) and "problem"
+/// (text: why a frame could not be used; frame: its kind).
 class Phone final : public PageListener {
  public:
   Phone(const PhoneEnvironment& environment, std::shared_ptr<PageSocket> page);

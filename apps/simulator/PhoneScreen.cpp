@@ -7,9 +7,7 @@ namespace vemo {
 
 std::shared_ptr<NativeView> PhoneScreen::renderViewOf(const Text& userId, ViewType viewType) {
   if (!userId || userId->empty()) return nullptr;
-  auto& view = views_[{*userId, viewType}];
-  if (!view) view = std::make_shared<PhoneView>(*userId, viewType);
-  return view;
+  return std::make_shared<PhoneView>(*userId, viewType);
 }
 
 boost::json::array PhoneScreen::pictures(const EngineSnapshot& phone) {
@@ -39,12 +37,12 @@ boost::json::array PhoneScreen::pictures(const EngineSnapshot& phone) {
   return pictures;
 }
 
-// 0 for an image that this program did not decode.
+// 0 for an image that is no thumbnail.
 std::int64_t PhoneScreen::numberOf(const std::shared_ptr<VEMOImage>& image) {
   if (const auto known = images_.find(image); known != images_.end()) return known->second;
-  const auto* decoded = dynamic_cast<const DecodedImage*>(image.get());
-  if (!decoded) return 0;
-  auto frame = thumbnail(*decoded);
+  const auto* thumbnail = dynamic_cast<const Thumbnail*>(image.get());
+  if (!thumbnail) return 0;
+  auto frame = thumbnail->frame();
   frame["id"] = ++lastImage_;
   newImages_.push_back(std::move(frame));
   images_.emplace(image, lastImage_);

@@ -28,8 +28,8 @@ class PhoneView final : public NativeView {
   const ViewType type_;
 };
 
-/// The host's views: one for each user and view type, made when it is asked for. Used on
-/// the main thread alone.
+/// The host's views. Each is made when it is asked for, and lives as long as the engine
+/// shows something in it, which bounds their number. Used on the main thread alone.
 class PhoneScreen final : public VEMOUIRenderSource {
  public:
   /// Null for an absent or empty user id: nobody is in a room then.
@@ -40,13 +40,12 @@ class PhoneScreen final : public VEMOUIRenderSource {
   boost::json::array pictures(const EngineSnapshot& phone);
 
   /// The mute images that pictures() has numbered since the last call, with "id" and the
-  /// members of a thumbnail.
+  /// members of Thumbnail::frame.
   std::vector<boost::json::object> newImages();
 
  private:
   std::int64_t numberOf(const std::shared_ptr<VEMOImage>& image);
 
-  std::map<std::pair<std::string, ViewType>, std::shared_ptr<PhoneView>> views_;
   // Held as long as they are shown, so that no other image takes the same address.
   std::map<std::shared_ptr<VEMOImage>, std::int64_t> images_;
   std::vector<boost::json::object> newImages_;

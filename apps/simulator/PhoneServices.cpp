@@ -1,9 +1,11 @@
 #include "simulator/PhoneServices.h"
 
+#include <algorithm>
 #include <optional>
 #include <utility>
 
 #include "json/JsonText.h"
+#include "simulator/Note.h"
 
 namespace vemo {
 namespace {
@@ -14,8 +16,9 @@ std::string_view nameOf(MediaType media) {
 
 }  // namespace
 
-PhoneServices::PhoneServices(std::shared_ptr<PageSocket> page, MainQueue& mainQueue)
-    : page_(std::move(page)), mainQueue_(mainQueue) {}
+PhoneServices::PhoneServices(std::shared_ptr<PageSocket> page, MainQueue& mainQueue,
+                             VEMOLogger& logger)
+    : page_(std::move(page)), mainQueue_(mainQueue), logger_(logger) {}
 
 AuthorizationStatus& PhoneServices::statusOf(MediaType media) {
   return media == MediaType::video ? settings_.camera : settings_.microphone;
@@ -27,24 +30,26 @@ AuthorizationStatus PhoneServices::authorizationStatus(MediaType media) const {
 }
 
 void PhoneServices::requestAccess(MediaType media, Answer answer) {
-  std::optional<AuthorizationStatus> decided;
+  std::optional<bool> decided;
   bool first = false;
+  bool refused = false;
   {
     const std::lock_guard lock(mutex_);
     if (const auto status = statusOf(media); status != AuthorizationStatus::notDetermined) {
-      decided = status;
-    } else {
-      auto& waiting = asked_[media];
+      decided = status == AuthorizationStatus::authorized;
+    } else if (auto& waiting = asked_[media]; waiting.size() < kMostWaiting) {
       first = waiting.empty();
       waiting.push_back(std::move(answer));
+    } else {
+      decided = false;
+      refused = true;
     }
   }
+  if (refused) note(logger_, "asked for the " + std::string(nameOf(media)) + " too often; refused");
   if (decided) {
     mainQueue_.dispatchAsync(
         // Not moved yet: only what is not decided waits. NOLINTNEXTLINE(bugprone-use-after-move)
-        [answer = std::move(answer), granted = *decided == AuthorizationStatus::authorized] {
-          answer(granted);
-        });
+        [answer = std::move(answer), granted = *decided] { answer(granted); });
   } else if (first) {
     const auto why = information(media == MediaType::video ? "NSCameraUsageDescription"
                                                            : "NSMicrophoneUsageDescription");
@@ -80,12 +85,29 @@ void PhoneServices::present(Alert alert) {
                             {"title", alert.title},
                             {"message", alert.message},
                             {"buttons", std::move(buttons)}};
+  bool refused = false;
   {
     const std::lock_guard lock(mutex_);
-    frame["id"] = ++lastAlert_;
-    alerts_.emplace(lastAlert_, std::move(alert));
+    refused = alerts_.size() >= kMostAlerts;
+    if (!refused) {
+      frame["id"] = ++lastAlert_;
+      alerts_.emplace(lastAlert_, std::move(alert));
+    }
   }
-  page_->send(jsonText(frame));
+  if (refused) {
+    refuse(std::move(alert));
+  } else {
+    page_->send(jsonText(frame));
+  }
+}
+
+void PhoneServices::refuse(Alert alert) {
+  note(logger_, "too many alerts are open; one was not shown");
+  auto& buttons = alert.actions;
+  if (buttons.empty()) return;
+  auto button = std::ranges::find(buttons, AlertActionStyle::normal, &AlertAction::style);
+  if (button == buttons.end()) button = buttons.begin();
+  if (button->handler) mainQueue_.dispatchAsync(std::move(button->handler));
 }
 
 std::string PhoneServices::press(std::int64_t id, std::size_t button) {

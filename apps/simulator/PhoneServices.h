@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -15,6 +16,7 @@
 #include "bridge/MainQueue.h"
 #include "bridge/SystemVersion.h"
 #include "bridge/VEMOExtensionLauncher.h"
+#include "bridge/VEMOLogger.h"
 #include "simulator/PageSocket.h"
 #include "simulator/PhoneSettings.h"
 
@@ -31,14 +33,23 @@ class PhoneServices final : public CaptureAuthorization,
                             public SystemVersion,
                             public VEMOExtensionLauncher {
  public:
-  /// `mainQueue` outlives this.
-  PhoneServices(std::shared_ptr<PageSocket> page, MainQueue& mainQueue);
+  /// How many may wait for the answer to one prompt. Who comes then is refused at once, as
+  /// if the user had said no; the logger gets a note.
+  static constexpr std::size_t kMostWaiting = 64;
+  /// How many alerts are open; the page's frame shows one after the other. One more is
+  /// not shown, but answered by its first button that is not destructive (else its first); the
+  /// logger gets a note.
+  static constexpr std::size_t kMostAlerts = 16;
+
+  /// `mainQueue` and `logger` outlive this.
+  PhoneServices(std::shared_ptr<PageSocket> page, MainQueue& mainQueue, VEMOLogger& logger);
 
   AuthorizationStatus authorizationStatus(MediaType media) const override;
   /// A decision that was made already is answered soon, on the main thread; else the
-  /// user is asked, once for all who wait for the same answer.
+  /// user is asked, once for all who wait for the same answer (see kMostWaiting).
   void requestAccess(MediaType media, std::function<void(bool granted)> answer) override;
 
+  /// See kMostAlerts.
   void present(Alert alert) override;
 
   Text information(std::string_view key) const override;
@@ -67,9 +78,11 @@ class PhoneServices final : public CaptureAuthorization,
   using Answer = std::function<void(bool granted)>;
 
   AuthorizationStatus& statusOf(MediaType media);
+  void refuse(Alert alert);
 
   const std::shared_ptr<PageSocket> page_;
   MainQueue& mainQueue_;
+  VEMOLogger& logger_;
   mutable std::mutex mutex_;  // never held while calling out
   PhoneSettings settings_;
   std::map<MediaType, std::vector<Answer>> asked_;

@@ -2,27 +2,44 @@
 
 #include <algorithm>
 #include <boost/algorithm/hex.hpp>
-#include <cstddef>
 #include <iterator>
-#include <string>
+#include <utility>
 
 namespace vemo {
+namespace {
 
-boost::json::object thumbnail(const DecodedImage& image) {
-  constexpr std::size_t kLongest = 240;
-  constexpr std::ptrdiff_t kPixelBytes = 4;
-  const auto step =
-      std::max<std::size_t>(1, (std::max(image.width(), image.height()) + kLongest - 1) / kLongest);
-  std::string rgba;
-  std::size_t height = 0;
-  for (std::size_t y = 0; y < image.height(); y += step, ++height) {
-    for (std::size_t x = 0; x < image.width(); x += step) {
-      const auto pixel =
-          image.rgba().begin() + static_cast<std::ptrdiff_t>(y * image.width() + x) * kPixelBytes;
-      boost::algorithm::hex_lower(pixel, pixel + kPixelBytes, std::back_inserter(rgba));
-    }
+constexpr std::size_t kLongest = 240;
+constexpr std::size_t kPixelBytes = 4;
+
+std::size_t stepFor(const DecodedImage& image) {
+  return std::max<std::size_t>(1,
+                               (std::max(image.width(), image.height()) + kLongest - 1) / kLongest);
+}
+
+}  // namespace
+
+Thumbnail::Thumbnail(const DecodedImage& image)
+    : width_((image.width() + stepFor(image) - 1) / stepFor(image)) {
+  const auto step = stepFor(image);
+  const auto* pixels = reinterpret_cast<const char*>(image.rgba().data());
+  for (std::size_t y = 0; y < image.height(); y += step, ++height_) {
+    for (std::size_t x = 0; x < image.width(); x += step)
+      rgba_.append(pixels + (y * image.width() + x) * kPixelBytes, kPixelBytes);
   }
-  return {{"width", (image.width() + step - 1) / step}, {"height", height}, {"rgba", rgba}};
+}
+
+boost::json::object Thumbnail::frame() const {
+  std::string hex;
+  boost::algorithm::hex_lower(rgba_, std::back_inserter(hex));
+  return {{"width", width_}, {"height", height_}, {"rgba", std::move(hex)}};
+}
+
+void ThumbnailDecoder::decode(std::string bytes, Done done) {
+  decoder_->decode(std::move(bytes), [done = std::move(done)](std::shared_ptr<VEMOImage> image) {
+    const auto* decoded = dynamic_cast<const DecodedImage*>(image.get());
+    if (decoded) image = std::make_shared<Thumbnail>(*decoded);
+    done(std::move(image));
+  });
 }
 
 }  // namespace vemo

@@ -55,6 +55,14 @@ const button = (panel, name) => panel.getByRole('button', { name, exact: true })
 
 test('a command is sent from a form, and answered to the tool alone', async () => {
   const ada = await entered('Ada');
+  await pageOf(ada).evaluate(() => {
+    window.answers = [];
+    const { onReply } = window.vemoBridge;
+    window.vemoBridge.onReply = (envelope) => {
+      window.answers.push(envelope.head.action);
+      onReply(envelope);
+    };
+  });
   const panel = await ada.openPanel('Send');
   await panel.getByLabel('Command', { exact: true }).selectOption('setAudioRoute');
   await button(panel, 'Send').click();
@@ -67,6 +75,11 @@ test('a command is sent from a form, and answered to the tool alone', async () =
   await panel.locator('.tool-history li', { hasText: 'setAudioRoute answered after' }).waitFor();
   // The engine has done it: the page hears of the new route.
   await ada.view.getByText('Sound comes from the earpiece.').waitFor();
+  await ada.control('Leave').click();
+  await ada.inPhase('outside');
+  const answers = await pageOf(ada).evaluate(() => window.answers);
+  assert.ok(answers.includes('exitRoom'), String(answers));
+  assert.ok(!answers.includes('setAudioRoute'), String(answers));
   const row = (await ada.timeLine()).find(({ title, kind }) => title === 'setAudioRoute' && kind === 'command');
   assert.match(row.remarks[0].text, /with the tools, not by the page/);
   assert.equal(row.remarks.length, 1);

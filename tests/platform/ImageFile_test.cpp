@@ -23,16 +23,17 @@ std::uint64_t pixelsOf(const std::string& file) {
   return picture ? picture->pixels : 0;
 }
 
-TEST(ImageFile, KnowsFourTypesByTheirFirstBytes) {
+TEST(ImageFile, KnowsFiveTypesByTheirFirstBytes) {
   EXPECT_EQ(typeOf(black("png", 3, 2)), "png");
   EXPECT_EQ(typeOf(black("jpeg", 3, 2)), "jpeg");
   EXPECT_EQ(typeOf(black("bmp", 3, 2)), "bmp");
   EXPECT_EQ(typeOf(gifStart(1, 1) + gifFrame(1, 1, {1}) + ";"), "gif");
+  EXPECT_EQ(typeOf(webpFile(webpPlain(3, 2, 9))), "webp");
   for (const auto* other :
        {"", "G", "GIF88a..............", "BM", "BM..............", "\xFF\xD8", "\xFF\xD8\xFF",
         "\x89PNG\r\n\x1A\n", "<svg xmlns='http://www.w3.org/2000/svg' width='9' height='9'/>",
         "/* XPM */ static char * a[] = {\"1 1 1 1\", \"a c red\", \"a\"};", "P3 1 1 255 1 2 3",
-        "II*", "RIFF....WEBPVP8 "}) {
+        "II*", "RIFF....WEBPVP8 ", "RIFF....WAVEVP8L"}) {
     EXPECT_EQ(typeOf(other), "none") << other;
   }
 }
@@ -46,6 +47,9 @@ TEST(ImageFile, ReadsTheSize) {
   EXPECT_EQ(pixelsOf(bmpThatClaims(40'000, 40'000)), 40'000ULL * 40'000);
   EXPECT_EQ(pixelsOf(bmpThatClaims(10, static_cast<std::uint32_t>(-20))), 200U);
   EXPECT_EQ(pixelsOf(bmpThatClaims(0x80000000U, 1)), 0x80000000U);
+  EXPECT_EQ(pixelsOf(webpFile(webpPlain(16'384, 16'384, 9))), 16'384ULL * 16'384);
+  EXPECT_EQ(pixelsOf(webpFile(webpThatClaims(16'383, 2))), 32'766U);
+  EXPECT_EQ(pixelsOf(webpFile(webpThatClaims(0xC003, 0x4002))), 6U) << "scaling is not a size";
   EXPECT_EQ(pixelsOf(gifStart(3, 4) + gifFrame(2, 2, {1})), 12U);
   EXPECT_EQ(pixelsOf(gifStart(1, 1) + gifFrame(65'535, 65'535, {1})), 65'535ULL * 65'535);
 }
@@ -57,6 +61,47 @@ TEST(ImageFile, RefusesWhatHasNoSize) {
   EXPECT_EQ(typeOf(gifStart(0, 1) + gifFrame(1, 1, {1})), "none");
   EXPECT_EQ(typeOf(gifStart(1, 1) + gifFrame(1, 0, {1})), "none");
   EXPECT_EQ(typeOf(gifStart(1, 1) + ";"), "none");
+}
+
+TEST(ImageFile, RefusesAWebpThatIsNone) {
+  EXPECT_EQ(typeOf(webpFile(webpThatClaims(0, 1))), "none");
+  auto noKeyFrame = webpFile(webpThatClaims(1, 1));
+  noKeyFrame[20] = '\x11';
+  EXPECT_EQ(typeOf(noKeyFrame), "none");
+  auto unmarked = webpFile(webpPlain(1, 1, 9));
+  unmarked[20] = '\x2E';
+  EXPECT_EQ(typeOf(unmarked), "none");
+  EXPECT_EQ(typeOf(webpFile(webpHeader('\x10', 1, 1) + webpChunk("ALPH", "a"))), "none");
+}
+
+TEST(ImageFile, TakesTheFirstFrameOfAWebp) {
+  const auto plain = webpFile(webpPlain(3, 2, 9));
+  const auto second = webpFrame(webpPlain(9, 9, 1));
+  EXPECT_EQ(firstPicture(webpFile(webpHeader('\x02', 50, 50) + webpChunk("ANIM", "123456") +
+                                  webpFrame(webpPlain(3, 2, 9)) + second))
+                ->bytes,
+            plain);
+  EXPECT_EQ(firstPicture(webpFile(webpHeader('\x2C', 3, 2) + webpChunk("ICCP", "odd") +
+                                  webpPlain(3, 2, 9) + webpChunk("EXIF", "x")) +
+                         "behind the end")
+                ->bytes,
+            plain);
+  const auto alpha = webpChunk("ALPH", std::string("\0aaaaaa", 7));
+  const auto opaque = webpThatClaims(3, 2);
+  EXPECT_EQ(firstPicture(webpFile(webpHeader('\x12', 50, 50) + webpFrame(alpha + opaque) + second))
+                ->bytes,
+            webpFile(webpHeader('\x10', 3, 2) + alpha + opaque));
+}
+
+TEST(ImageFile, KnowsHowDearAWebpIs) {
+  const auto passes = [](const std::string& chunks) {
+    return firstPicture(webpFile(chunks))->passes;
+  };
+  EXPECT_EQ(passes(webpThatClaims(3, 2)), 1U);
+  EXPECT_EQ(passes(webpPlain(3, 2, 9)), 1024U);
+  EXPECT_EQ(passes(webpChunk("ALPH", std::string("\x08", 1)) + webpThatClaims(3, 2)), 1U);
+  EXPECT_EQ(passes(webpChunk("ALPH", "\x09") + webpThatClaims(3, 2)), 1024U);
+  EXPECT_EQ(passes(webpChunk("ALPH", "") + webpThatClaims(3, 2)), 1024U);
 }
 
 TEST(ImageFile, RefusesASecondSize) {
@@ -113,7 +158,9 @@ TEST(ImageFile, CountsTheBlocksOfAGif) {
 }
 
 TEST(ImageFile, BearsFilesThatAreCutShortOrDamaged) {
-  for (const auto& whole : {black("png", 3, 2), black("jpeg", 3, 2), black("bmp", 3, 2),
+  const auto webp =
+      webpFile(webpHeader('\x10', 3, 2) + webpChunk("ALPH", "abc") + webpThatClaims(3, 2));
+  for (const auto& whole : {black("png", 3, 2), black("jpeg", 3, 2), black("bmp", 3, 2), webp,
                             gifStart(3, 2) + gifTransparent(0) + gifFrame(3, 2, {1, 2, 3}) + ";"}) {
     for (std::size_t at = 0; at < whole.size(); ++at) {
       for (const int bits : {0x01, 0x80, 0xFF}) {

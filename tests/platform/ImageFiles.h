@@ -152,6 +152,64 @@ inline std::string progressiveJpeg(std::uint32_t width, std::uint32_t height, in
   return jpeg + "\xFF\xD9";
 }
 
+// ---- WebP
+
+/// Whether gdk-pixbuf has its loader here.
+inline bool canWebp() {
+  auto* loader = gdk_pixbuf_loader_new_with_type("webp", nullptr);
+  if (!loader) return false;
+  gdk_pixbuf_loader_close(loader, nullptr);
+  g_object_unref(loader);
+  return true;
+}
+
+inline std::string webpChunk(const std::string& name, std::string data) {
+  const auto length = littleEndian(data.size(), 4);
+  if (data.size() % 2 != 0) data += '\0';
+  return name + length + data;
+}
+
+inline std::string webpFile(const std::string& chunks) {
+  return "RIFF" + littleEndian(chunks.size() + 4, 4) + "WEBP" + chunks;
+}
+
+/// The picture of a WebP without loss, all of one colour, of any size in a few bytes.
+inline std::string webpPlain(std::uint32_t width, std::uint32_t height, std::uint8_t red,
+                             std::uint8_t alpha = 255) {
+  std::string bytes;
+  unsigned bits = 0;
+  const auto add = [&](std::uint64_t number, unsigned count) {
+    for (; count > 0; --count, number >>= 1U, ++bits) {
+      if (bits % 8 == 0) bytes += '\0';
+      bytes.back() = static_cast<char>(bytes.back() | (number & 1U) << bits % 8);
+    }
+  };
+  add(0x2F, 8);
+  add(width - 1, 14);
+  add(height - 1, 14);
+  add(alpha == 255 ? 0 : 1, 4);  // and the version
+  add(0, 3);                     // no transform, cache or groups
+  for (const unsigned only : {0U, unsigned{red}, 0U, unsigned{alpha}, 0U})  // green first
+    add(std::uint64_t{only} << 3U | 0b101, 11);  // a code of one symbol of eight bits
+  return webpChunk("VP8L", bytes);
+}
+
+/// The start of a WebP picture with loss that says this size.
+inline std::string webpThatClaims(std::uint32_t width, std::uint32_t height) {
+  return webpChunk("VP8 ", std::string("\x10\0\0\x9D\x01\x2A", 6) + littleEndian(width, 2) +
+                               littleEndian(height, 2) + std::string(20, '\0'));
+}
+
+/// A frame of an animation.
+inline std::string webpFrame(const std::string& chunks) {
+  return webpChunk("ANMF", std::string(16, '\0') + chunks);
+}
+
+inline std::string webpHeader(char flags, std::uint32_t width, std::uint32_t height) {
+  return webpChunk("VP8X", std::string{flags, 0, 0, 0} + littleEndian(width - 1, 3) +
+                               littleEndian(height - 1, 3));
+}
+
 // ---- BMP
 
 /// A BMP of two pixels that says something else in its headers.

@@ -13,9 +13,9 @@
 #include <utility>
 #include <vector>
 
+#include "platform/ForwardingPlatform.h"
 #include "platform/ImageFiles.h"
 #include "testing/Arrivals.h"
-#include "testing/ForwardingPlatform.h"
 #include "testing/contracts/ImageDecoder_contract.h"
 
 namespace vemo {
@@ -92,6 +92,57 @@ TEST(PixbufImageDecoder, DecodesTheFirstFrameOfAGif) {
   EXPECT_EQ(rgba[11], 0) << "the third pixel is transparent";
   rgba.erase(rgba.begin() + 8, rgba.begin() + 12);
   EXPECT_EQ(rgba, (std::vector<std::uint8_t>{255, 0, 0, 255, 0, 255, 0, 255, 0, 0, 0, 255}));
+}
+
+TEST(PixbufImageDecoder, DecodesWebp) {
+  if (!canWebp()) GTEST_SKIP() << "gdk-pixbuf has no loader for WebP here.";
+  const auto plain = decoded(webpFile(webpPlain(3, 2, 200)));
+  ASSERT_NE(plain, nullptr);
+  EXPECT_EQ(plain->width(), 3U);
+  EXPECT_EQ(plain->height(), 2U);
+  EXPECT_EQ(plain->rgba()[0], 200);
+  EXPECT_EQ(plain->rgba()[1], 0);
+  EXPECT_EQ(plain->rgba().back(), 255);
+
+  const auto transparent = decoded(webpFile(webpPlain(1, 1, 200, 40)));
+  ASSERT_NE(transparent, nullptr);
+  EXPECT_EQ(transparent->rgba(), (std::vector<std::uint8_t>{200, 0, 0, 40}));
+
+  std::vector<std::uint8_t> red;
+  for (int i = 0; i < 16 * 16; ++i) red.insert(red.end(), {200, 0, 0});
+  const auto photo = decoded(file("webp", 16, 16, false, red));
+  ASSERT_NE(photo, nullptr);
+  EXPECT_NEAR(photo->rgba()[0], 200, 8);
+  EXPECT_NEAR(photo->rgba()[1], 0, 8);
+
+  const auto frames = webpFile(webpHeader('\x02', 5, 5) + webpChunk("ANIM", "123456") +
+                               webpFrame(webpPlain(3, 2, 200)) + webpFrame(webpPlain(3, 2, 100)));
+  const auto first = decoded(frames);
+  ASSERT_NE(first, nullptr);
+  EXPECT_EQ(first->width(), 3U);
+  EXPECT_EQ(first->rgba()[0], 200);
+}
+
+TEST(PixbufImageDecoder, RefusesAWebpThatCouldFillTheMemory) {
+  if (!canWebp()) GTEST_SKIP() << "gdk-pixbuf has no loader for WebP here.";
+  EXPECT_NE(decoded(webpFile(webpPlain(512, 512, 1))), nullptr);
+  EXPECT_EQ(decoded(webpFile(webpPlain(513, 512, 1))), nullptr);
+  EXPECT_EQ(decoded(webpFile(webpThatClaims(16'383, 16'383))), nullptr);
+}
+
+TEST(PixbufImageDecoder, ShowsOfAWebpThatIsCutShortAtMostWhatIsThere) {
+  if (!canWebp()) GTEST_SKIP() << "gdk-pixbuf has no loader for WebP here.";
+  constexpr int kWidth = 40;
+  std::vector<std::uint8_t> pixels;
+  for (int i = 0; i < kWidth * kWidth * 3; ++i)
+    pixels.push_back(static_cast<std::uint8_t>(i * i / 7 % 255));
+  const auto whole = file("webp", kWidth, kWidth, false, pixels);
+  const auto image = decoded(whole);
+  ASSERT_NE(image, nullptr);
+  for (std::size_t length = 0; length < whole.size(); length += 7) {
+    const auto part = decoded(whole.substr(0, length));
+    EXPECT_TRUE(!part || part->rgba().size() == image->rgba().size()) << length;
+  }
 }
 
 TEST(PixbufImageDecoder, DoesNotMoveTheRestOfAGifWithEachOfItsBlocks) {

@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <boost/json/object.hpp>
 #include <boost/json/parse.hpp>
 #include <boost/json/value.hpp>
+#include <cstdio>
 #include <random>
 #include <regex>
 #include <string>
@@ -70,6 +72,43 @@ TEST(SecretMask, KeysAndValuesMayHoldEscapes) {
   EXPECT_EQ(shape(R"({"userSig":"a\\\"b\u0022c","x":"y"})"), R"({"userSig":"***#","x":"y"})");
   EXPECT_EQ(shape(R"("{\u0022userSig\u0022\u003A\u0022a\u0022,\u0022x\u0022:1}")"),
             R"("{\u0022userSig\u0022\u003A\u0022***#\u0022,\u0022x\u0022:1}")");
+}
+
+TEST(SecretMask, EscapesMayBeEscapedInAnyWay) {
+  // The same text in a text each time: its inner quotes are backslash and quote, and either may
+  // be written as a code unit, digits and all.
+  for (const std::string_view quote :
+       {R"(\")", R"(\u0022)", R"(\\u0022)", R"(\\u\u0030022)", R"(\u005cu0022)", R"(\\\u0022)",
+        R"(\u005c\u0022)", R"(\\\u007500\u0032\u0032)", R"(\\\\u\\u0030022)"}) {
+    const auto written = [&](std::string_view secret) {
+      std::string text = "\"{";
+      for (const auto part : {std::string_view("userSig"), std::string_view(":"), secret})
+        text.append(part == ":" ? "" : quote).append(part).append(part == ":" ? "" : quote);
+      return text + "}\"";
+    };
+    EXPECT_EQ(shape(written("s")), written("***#"));
+  }
+  const std::string other = R"("{\\u005c\\u00220022userSig\\u0022:1}")";
+  EXPECT_EQ(masked(other), other);
+}
+
+TEST(SecretMask, WhatIsTooDeepIsHidden) {
+  const auto nested = [](int times, std::string_view innermost) {
+    std::string text(innermost);
+    for (int i = 0; i < times; ++i) text = inJson("[" + text + "]");
+    return text;
+  };
+  const std::string secret = R"({"a":1,"userSig":"top-secret"})";
+  EXPECT_NE(shape(nested(8, secret)).find(R"("***#)"), std::string::npos);
+  const auto deep = masked(nested(9, secret) + R"(,{"userSig":"b","c":"d"})");
+  EXPECT_EQ(deep.find("secret"), std::string::npos) << deep;
+  EXPECT_TRUE(deep.ends_with(R"(,"c":"d"})")) << "what is not deep stays: " << deep;
+  auto inner = boost::json::parse(deep.substr(0, deep.find(R"(,{"userSig")")));
+  for (int i = 0; i < 8; ++i) inner = boost::json::parse(inner.as_string()).at(0);
+  EXPECT_EQ(inner, R"([{***)") << "each text around it is whole";
+
+  const auto harmless = nested(12, R"({"a":"b"})");
+  EXPECT_EQ(masked(harmless), harmless);
 }
 
 TEST(SecretMask, ValuesThatAreNoTextAreMaskedAsAWhole) {
@@ -154,6 +193,106 @@ class RandomJson {
 
   std::mt19937 random_;
 };
+
+/// Writes JSON with characters of its texts escaped here and there, in any of the ways.
+class Scrambler {
+ public:
+  explicit Scrambler(unsigned seed) : random_(seed) {}
+
+  std::string text(const boost::json::value& value) {
+    if (value.is_string()) return string(value.get_string());
+    if (value.is_array()) {
+      std::string made = "[";
+      for (const auto& member : value.get_array())
+        made += (made.size() > 1 ? "," : "") + text(member);
+      return made + "]";
+    }
+    if (!value.is_object()) return jsonText(value);
+    std::string made = "{";
+    for (const auto& [key, member] : value.get_object())
+      made += (made.size() > 1 ? "," : "") + string(key) + ":" + text(member);
+    return made + "}";
+  }
+
+ private:
+  std::string string(std::string_view content) {
+    // An inner JSON text is written anew, so that its escapes are scrambled as well.
+    boost::json::error_code problem;
+    const auto inner = boost::json::parse({content.data(), content.size()}, problem);
+    std::string again;
+    if (!problem && !inner.is_number()) content = again = text(inner);
+    const auto often = random_() % 4;
+    std::string made = "\"";
+    for (const auto c : content) {
+      const auto byte = static_cast<unsigned char>(c);
+      if (byte < 0x20 || (byte < 0x80 && random_() % 8 < often)) {
+        std::array<char, 8> escape{};
+        // NOLINTNEXTLINE(cppcoreguidelines-pro-type-vararg): the digits' case is what matters
+        std::snprintf(escape.data(), escape.size(), random_() % 2 != 0 ? "\\u%04x" : "\\u%04X",
+                      static_cast<unsigned>(byte));
+        made += escape.data();
+      } else {
+        if (c == '"' || c == '\\') made += '\\';
+        made += c;
+      }
+    }
+    return made + "\"";
+  }
+
+  std::mt19937 random_;
+};
+
+/// How `value` differs from what it must be when the secrets of `original` are masked; nothing
+/// when it does not. Texts are compared by the JSON in them.
+std::string difference(const boost::json::value& original, const boost::json::value& value,
+                       int depth = 0) {
+  if (original == value && !original.is_structured() && !original.is_string()) return {};
+  if (original.is_array() && value.is_array() &&
+      original.get_array().size() == value.get_array().size()) {
+    for (std::size_t i = 0; i < value.get_array().size(); ++i) {
+      auto wrong = difference(original.get_array()[i], value.get_array()[i], depth);
+      if (!wrong.empty()) return wrong;
+    }
+    return {};
+  }
+  if (original.is_object() && value.is_object()) {
+    if (original.get_object().size() != value.get_object().size()) return "other members";
+    for (const auto& [key, member] : original.get_object()) {
+      const auto* now = value.get_object().if_contains(key);
+      if (!now) return "no " + std::string(key);
+      if (key != "userSig") {
+        auto wrong = difference(member, *now, depth);
+        if (!wrong.empty()) return wrong;
+      } else if (member != "" && (!now->is_string() || !now->get_string().starts_with("***"))) {
+        return "a secret: " + jsonText(*now);
+      }
+    }
+    return {};
+  }
+  if (original.is_string() && value.is_string()) {
+    boost::json::error_code problem;
+    const auto inner = boost::json::parse(original.get_string(), problem);
+    if (problem || inner.is_number())
+      return original == value ? "" : "another text: " + jsonText(value);
+    const auto innerNow = boost::json::parse(value.get_string(), problem);
+    if (problem) return "no JSON: " + jsonText(value);
+    return difference(inner, innerNow, depth + 1);
+  }
+  return jsonText(original) + " became " + jsonText(value);
+}
+
+TEST(SecretMask, HoweverTheJsonIsEscapedOnlyItsSecretsChange) {
+  unsigned hidden = 0;
+  for (unsigned seed = 0; seed < 2000; ++seed) {
+    const auto json = RandomJson(seed).value(6);
+    const auto text = Scrambler(seed).text(json);
+    const auto result = masked(text);
+    ASSERT_EQ(difference(boost::json::parse(text), boost::json::parse(result)), "") << text << "\n"
+                                                                                    << result;
+    if (result != text) ++hidden;
+  }
+  EXPECT_GT(hidden, 400U);
+}
 
 /// The value with its secrets masked one by one, as the mask should do it in the text.
 boost::json::value withoutSecrets(const boost::json::value& value) {

@@ -183,6 +183,15 @@ TEST_F(LocalMedia, VolumesStayWithinTheirScale) {
   EXPECT_EQ(alice->getAudioCaptureVolume(), 40);
 }
 
+TEST_F(LocalMedia, ALongExperimentalCallIsNotKept) {
+  const std::string call = R"({"api":"restoreConnection")";
+  alice->callExperimentalAPI(call + std::string(4096 - call.size() - 1, ' ') + "}");
+  alice->callExperimentalAPI(call + std::string(4096 - call.size(), ' ') + "}");
+  EXPECT_EQ(happened(alice), Lines{"onWarning 1103 an experimental call that is too long"});
+  ASSERT_EQ(alice.snapshot().experimentalCalls.size(), 1U);
+  EXPECT_EQ(alice.snapshot().experimentalCalls[0].size(), 4096U);
+}
+
 TEST_F(LocalMedia, ExperimentalCallsAreJsonTexts) {
   alice->callExperimentalAPI(R"({"api":"setNetwork","params":{"delayMs":50,"upLoss":7}})");
   alice->callExperimentalAPI("not json");

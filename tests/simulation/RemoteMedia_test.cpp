@@ -129,6 +129,60 @@ TEST_F(RemoteMedia, StreamTypesThatAreNoneAreReported) {
   EXPECT_TRUE(bob.snapshot().remoteViews.empty());
 }
 
+TEST_F(RemoteMedia, OfUsersWithIdsThatAreTooLongNothingIsKept) {
+  const auto bob = bobReceiving(true, true);
+  bob.events->take();
+  const std::string longest(kLongestUserId, 'x');
+  const auto tooLong = longest + "x";
+  const auto view = std::make_shared<NativeView>();
+  bob->startRemoteView(tooLong, 0, view);
+  bob->setRemoteRenderParams(tooLong, 0, {});
+  bob->setRemoteVideoStreamType(tooLong, 1);
+  bob->muteRemoteVideoStream(tooLong, true);
+  bob->muteRemoteAudio(tooLong, true);
+  bob->setRemoteAudioVolume(tooLong, 5);
+  bob->setDebugViewMargin(tooLong, {});
+  bob->startRemoteView(longest, 0, nullptr);
+  classroom.advance(10);
+  EXPECT_EQ(bob.events->takeRare(), Lines(7, "onWarning 1101 a user id that is too long"));
+  EXPECT_EQ(view.use_count(), 1);
+  ASSERT_EQ(bob.snapshot().remoteViews.size(), 1U);
+  EXPECT_EQ(bob.snapshot().remoteViews[0].userId, longest);
+  EXPECT_TRUE(bob.snapshot().debugViewMargins.empty());
+}
+
+TEST_F(RemoteMedia, NotMoreUsersAreKeptThanThereIsRoomFor) {
+  const auto bob = bobReceiving(true, true);
+  bob->startRemoteView("alice", 0, nullptr);
+  bob.events->take();
+  for (std::size_t i = 0; i < kMostUsersKept + 2; ++i) {
+    bob->startRemoteView(std::to_string(i), 0, nullptr);
+    bob->setDebugViewMargin(std::to_string(i), {});
+  }
+  bob->startRemoteView("alice", 1, nullptr);
+  classroom.advance(10);
+  EXPECT_EQ(bob.events->takeRare(), Lines(5, "onWarning 1105 more users than are kept account of"));
+  const auto full = bob.snapshot();
+  EXPECT_EQ(full.remoteViews.size(), kMostUsersKept);
+  EXPECT_EQ(full.debugViewMargins.size(), kMostUsersKept);
+  EXPECT_EQ(full.remoteViews.back().userId, "alice");
+  EXPECT_EQ(full.remoteViews.back().streamType, 1) << "what is kept can still be changed";
+
+  bob->stopRemoteView("alice", 0);
+  bob->startRemoteView("late", 0, nullptr);
+  EXPECT_EQ(bob.snapshot().remoteViews.back().userId, "late");
+}
+
+TEST_F(RemoteMedia, ARoomThatHoldsMoreUsersHasThemAllKept) {
+  auto options = Classroom::steady();
+  options.roomCapacity = kMostUsersKept + 1;
+  Classroom large(std::move(options));
+  const auto bob = large.entered("bob");
+  for (std::size_t i = 0; i < kMostUsersKept + 2; ++i)
+    bob->setDebugViewMargin(std::to_string(i), {});
+  EXPECT_EQ(bob.snapshot().debugViewMargins.size(), kMostUsersKept + 1);
+}
+
 TEST_F(RemoteMedia, IsMutedForOneAndForAll) {
   const auto bob = bobReceiving(true, true);
   const auto carol = classroom.entered("carol");

@@ -76,6 +76,10 @@ INSTANTIATE_TEST_SUITE_P(
                                  kEnterBadUserId, "empty user id"},
                     RefusedEnter{"NoUserId", [](auto& params) { params.userId.reset(); },
                                  kEnterBadUserId, "empty user id"},
+                    RefusedEnter{
+                        "LongUserId",
+                        [](auto& params) { params.userId = std::string(kLongestUserId + 1, 'x'); },
+                        kEnterBadUserId, "a user id that is too long"},
                     RefusedEnter{"RoomZero", [](auto& params) { params.roomId = 0; },
                                  kEnterBadRoomId, "bad room id"},
                     RefusedEnter{"UnknownApplication", [](auto& params) { params.sdkAppId = 7; },

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <initializer_list>
 #include <memory>
@@ -15,6 +16,8 @@
 #include "platform/PixbufImageDecoder.h"
 #include "simulation/EngineCodes.h"
 #include "simulator/FakePage.h"
+#include "simulator/PhoneScreen.h"
+#include "simulator/PhoneServices.h"
 #include "testing/Arrivals.h"
 #include "testing/NullPlatform.h"
 
@@ -65,6 +68,23 @@ class PatientDecoder final : public ImageDecoder {
 
  private:
   const std::unique_ptr<ImageDecoder> decoder_;
+};
+
+/// Decodes everything to one image of 600 by 300 pixels, the first ones ever redder, which it
+/// does not keep.
+class Panorama final : public ImageDecoder {
+ public:
+  explicit Panorama(std::weak_ptr<VEMOImage>& made) : made_(made) {}
+  void decode(std::string, Done done) override {
+    std::vector<std::uint8_t> rgba(std::size_t{600} * 300 * 4);
+    for (std::uint8_t x = 0; x < 100; ++x) rgba[std::size_t{4} * x] = x;
+    std::shared_ptr<VEMOImage> image = std::make_shared<DecodedImage>(600, 300, std::move(rgba));
+    made_ = image;
+    done(std::move(image));
+  }
+
+ private:
+  std::weak_ptr<VEMOImage>& made_;
 };
 
 /// A bitmap of one white pixel.
@@ -227,6 +247,19 @@ TEST_F(PhoneTest, APageThatGoesWhileEnteringLeavesNothingBehind) {
   EXPECT_TRUE(cloud_.rooms().empty());
 }
 
+TEST(PhoneScreen, KeepsNoView) {
+  PhoneScreen screen;
+  std::weak_ptr<NativeView> view;
+  {
+    const auto made = screen.renderViewOf("ada", ViewType::camera);
+    ASSERT_NE(made, nullptr);
+    view = made;
+  }
+  EXPECT_TRUE(view.expired());
+  EXPECT_EQ(screen.renderViewOf("", ViewType::camera), nullptr);
+  EXPECT_EQ(screen.renderViewOf(std::nullopt, ViewType::camera), nullptr);
+}
+
 TEST_F(PhoneTest, BadMessagesAreAnsweredAndTheNextOneWorks) {
   const auto user = connect();
   const std::string deep(JSMsgRouter::kMaxMessageDepth + 1, '[');
@@ -264,6 +297,7 @@ TEST_F(PhoneTest, FramesThatCannotBeUsedAreToldOf) {
       {R"({"kind":"answer","media":"camera"})", "an answer says not whether access is granted"},
       {R"({"kind":"answer","media":"camera","granted":true})", "nobody asked for the camera"},
       {R"({"kind":"answer","media":"nose","granted":true})", "nobody asked for the nose"},
+      {R"({"kind":"note"})", "a note says not whether it is on"},
       {R"({"kind":"press","alert":1})", "a press names no alert and button"},
       {R"({"kind":"press","alert":1,"button":0})", "there is no such alert or button"},
       {R"({"kind":"fire","event":"onEnterRoom"})", "a fired event has no name or no arguments"},
@@ -297,6 +331,78 @@ TEST_F(PhoneTest, FramesThatCannotBeUsedAreToldOf) {
   EXPECT_LE(notes_.back().size(), 200U);
   command(user, "initSDK", {}, "init");
   EXPECT_EQ(user.code("init"), 0);
+}
+
+TEST_F(PhoneTest, TellsWhatGoesInAndComesOutWhileTheFrameWantsToKnow) {
+  const auto ada = connect();
+  command(ada, "getSDKVersion", {}, "unheard");
+  frame(ada, {{"kind", "note"}, {"on", true}});
+  command(ada, "initSDK", {}, "init");
+  command(ada, "enterRoom", enterParams("ada", "good"), "enter");
+  frame(ada, {{"kind", "note"}, {"on", false}});
+  command(ada, "getSDKVersion", {}, "unheard");
+
+  // What each frame is about: a command, an event, a call, the item of a reply.
+  std::vector<std::string> about;
+  std::vector<std::string> threads;
+  for (const auto& noted : ada.page->frames("noted")) {
+    EXPECT_GT(noted.at("at").as_int64(), 1'600'000'000'000) << "milliseconds since the epoch";
+    const auto* const step = noted.if_contains("step");
+    const auto& what = noted.at(step ? "step" : "effect").as_object();
+    for (const auto* key : {"command", "event", "call", "item"})
+      if (what.contains(key)) about.emplace_back(what.at(key).as_string());
+    if (what.contains("event")) threads.emplace_back(noted.at("thread").as_string());
+    if (what.contains("command")) threads.emplace_back(noted.at("thread").as_string());
+  }
+  about.resize(std::min<std::size_t>(about.size(), 10));
+  EXPECT_EQ(about,
+            (std::vector<std::string>{"initSDK", "KOBUCloud.sharedInstance", "setDelegate", "m1",
+                                      "enterRoom", "setDefaultStreamRecvMode", "enterRoom",
+                                      "onEnterRoom", "enableAudioVolumeEvaluation", "m2"}));
+  EXPECT_EQ(threads, (std::vector<std::string>{"main", "main", "engine"}));
+}
+
+TEST_F(PhoneTest, AFrameThatReadsSlowlyMissesOnlyWhatComesAgainAndAgain) {
+  const auto ada = entered("ada");
+  frame(ada, {{"kind", "note"}, {"on", true}});
+  const auto told = [&](std::string_view key, std::string_view value) {
+    return std::ranges::count_if(ada.page->frames("noted"), [&](const object& noted) {
+      const auto* const step = noted.if_contains("step");
+      return step && step->as_object().contains(key) && step->at(key).as_string() == value;
+    });
+  };
+  ada.page->unsent = std::size_t{2} << 20U;
+  pass(seconds(10));
+  command(ada, "getAudioVolume", {{"capture", true}}, "volume");
+  EXPECT_EQ(told("command", "getAudioVolume"), 1);
+  EXPECT_EQ(told("event", "onStatistics"), 0);
+  ada.page->unsent = 0;
+  pass(seconds(10));
+  EXPECT_GE(told("event", "onStatistics"), 1);
+  std::int64_t lost = 0;
+  for (const auto& noted : ada.page->frames("noted"))
+    if (const auto* count = noted.if_contains("lost")) lost += count->as_int64();
+  EXPECT_GE(lost, 10) << "statistics, qualities and volumes of ten seconds";
+}
+
+TEST_F(PhoneTest, NotesHoldNoSignature) {
+  const auto ada = connect();
+  frame(ada, {{"kind", "note"}, {"on", true}});
+  command(ada, "initSDK", {}, "init");
+  command(ada, "enterRoom", enterParams("ada", "verysecret"), "enter");
+  command(ada, "startSpeedTest", {{"sdkAppId", 1}, {"userId", "ada"}, {"userSig", "verysecret"}},
+          "test");
+  bool speedTest = false;
+  for (const auto& noted : ada.page->frames("noted")) {
+    const auto text = jsonText(noted);
+    EXPECT_EQ(text.find("verysecret"), std::string::npos) << text;
+    const auto* const effect = noted.if_contains("effect");
+    if (!effect || !effect->as_object().contains("call")) continue;
+    if (effect->at("call") != "startSpeedTest") continue;
+    speedTest = true;
+    EXPECT_TRUE(effect->at("args").at(2).as_string().starts_with("***")) << text;
+  }
+  EXPECT_TRUE(speedTest);
 }
 
 TEST_F(PhoneTest, TheNetworkCanBeCutAndRestored) {
@@ -445,6 +551,25 @@ TEST_F(PhoneTest, DownloadsFailAsChosenUntilThatIsOver) {
   EXPECT_EQ(ada.code("good"), 0);
 }
 
+TEST_F(PhoneTest, OfALargeMuteImageOnlyASmallCopyIsKept) {
+  std::weak_ptr<VEMOImage> large;
+  environment_.makeImages = [&] { return std::make_unique<Panorama>(large); };
+  const auto ada = entered("ada");
+  frame(ada, {{"kind", "settings"}, {"settings", {{"camera", "authorized"}}}});
+  command(ada, "setVideoMuteImage", {{"imgUrl", "http://somewhere/image"}}, "image");
+  command(ada, "startLocalPreview", {}, "camera");
+  command(ada, "muteLocalVideo", {{"mute", true}}, "mute");
+  EXPECT_EQ(ada.code("image"), 0);
+  EXPECT_TRUE(large.expired());
+  frame(ada, {{"kind", "pictures"}});
+  const auto images = ada.page->frames("image");
+  ASSERT_EQ(images.size(), 1U);
+  EXPECT_EQ(images[0].at("width"), 200);
+  EXPECT_EQ(images[0].at("height"), 100);
+  EXPECT_TRUE(std::string(images[0].at("rgba").as_string()).starts_with("000000000300000006"))
+      << "every third pixel";
+}
+
 TEST_F(PhoneTest, OnePromptServesAllWhoWaitForIt) {
   const auto ada = entered("ada");
   command(ada, "startLocalPreview", {}, "first");
@@ -454,6 +579,41 @@ TEST_F(PhoneTest, OnePromptServesAllWhoWaitForIt) {
   EXPECT_EQ(ada.code("first"), -1314);
   EXPECT_EQ(ada.code("second"), -1314);
   EXPECT_EQ(ada.page->frames("settings").back().at("settings").at("camera"), "denied");
+}
+
+TEST_F(PhoneTest, APromptHasRoomForSoManyWhoWait) {
+  const auto ada = entered("ada");
+  for (std::size_t i = 0; i < PhoneServices::kMostWaiting; ++i)
+    command(ada, "startLocalPreview", {}, std::to_string(i), milliseconds(0));
+  EXPECT_TRUE(notes_.empty());
+  command(ada, "startLocalPreview", {}, "too many");
+  EXPECT_EQ(ada.code("too many"), -1314);
+  EXPECT_EQ(notes_, std::vector<std::string>{"asked for the camera too often; refused"});
+  EXPECT_FALSE(ada.page->reply("0")) << "the prompt is still open";
+
+  frame(ada, {{"kind", "answer"}, {"media", "camera"}, {"granted", true}});
+  for (std::size_t i = 0; i < PhoneServices::kMostWaiting; ++i)
+    EXPECT_EQ(ada.code(std::to_string(i)), 0);
+  command(ada, "startLocalPreview", {}, "later");
+  EXPECT_EQ(ada.code("later"), 0);
+}
+
+TEST_F(PhoneTest, AlertsBeyondABoundAreAnsweredUnseen) {
+  const auto ada = entered("ada");
+  frame(ada, {{"kind", "settings"}, {"settings", {{"camera", "denied"}}}});
+  for (std::size_t i = 0; i <= PhoneServices::kMostAlerts; ++i)
+    command(ada, "startLocalPreview", {}, std::to_string(i), milliseconds(0));
+  const auto alerts = ada.page->frames("alert");
+  ASSERT_EQ(alerts.size(), PhoneServices::kMostAlerts);
+  EXPECT_EQ(notes_, std::vector<std::string>{"too many alerts are open; one was not shown"});
+  EXPECT_EQ(ada.reply(std::to_string(PhoneServices::kMostAlerts)).at("error").at("errmsg"),
+            "user don't goto setting set camera auth");
+  EXPECT_FALSE(ada.page->reply("0")) << "the first alert is still open";
+
+  frame(ada, {{"kind", "press"}, {"alert", alerts[0].at("id")}, {"button", 0}});
+  EXPECT_EQ(ada.code("0"), -1314);
+  command(ada, "startLocalPreview", {}, "later");
+  EXPECT_EQ(ada.page->frames("alert").size(), PhoneServices::kMostAlerts + 1);
 }
 
 TEST_F(PhoneTest, ARefusedCameraRaisesAnAlertThatLeadsToTheSettings) {

@@ -1,0 +1,448 @@
+#include "CommandCheck.h"
+
+#include <algorithm>
+#include <array>
+#include <boost/json/array.hpp>
+#include <boost/json/value.hpp>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "ProtocolStage.h"
+#include "json/JsonText.h"
+
+namespace vemo {
+namespace {
+
+namespace json = boost::json;
+
+/// What came of one message.
+struct Observed {
+  std::vector<json::object> replies;
+  std::size_t atOnce = 0;      ///< how many of them there were before anything was answered
+  bool reachedEngine = false;  ///< whether the engine was called before that
+  std::string everything;      ///< all that can be seen from outside, as text
+};
+
+/// The error of a reply; nothing when it is a success.
+const json::object* failureOf(const json::object& reply) {
+  const auto* error = reply.at("error").if_object();
+  return error && error->at("errcode") != json::value(0) ? error : nullptr;
+}
+
+std::string described(const Observed& observed) {
+  if (observed.replies.empty()) return "not answered";
+  const auto* failure = failureOf(observed.replies.front());
+  return failure ? "answered with " + jsonText(*failure) : "a success";
+}
+
+bool isRefused(const Observed& observed) {
+  return std::any_of(observed.replies.begin(), observed.replies.end(), failureOf);
+}
+
+bool isRefusedWith(const Observed& observed, std::int64_t code, std::string_view text) {
+  if (observed.replies.size() != 1 || observed.atOnce != 1) return false;
+  const auto* failure = failureOf(observed.replies.front());
+  const json::object told{{"module", "JS"}, {"errcode", code}, {"errmsg", text}};
+  return failure && *failure == told;
+}
+
+constexpr std::int64_t kBadParameter = -1;
+
+json::value sampleOf(const json::object& param) {
+  for (const auto* key : {"example", "min"}) {
+    if (const auto* value = param.if_contains(key)) return *value;
+  }
+  if (param.contains("values")) return listIn(param, "values").at(0);
+  const auto type = textIn(param, "type");
+  if (type == "boolean") return true;
+  if (type == "integer") return 2;
+  if (type == "number") return 2.5;
+  if (type == "text") return "text";
+  if (type == "object") return json::object();
+  json::object element;
+  for (const auto& member : listIn(param, "members")) {
+    element[textIn(member.get_object(), "name")] = sampleOf(member.get_object());
+  }
+  return json::array{std::move(element)};
+}
+
+/// Whether a parameter that is told this way can be read from such a value.
+bool isReadFrom(const json::object& param, const json::value& value) {
+  const auto type = textIn(param, "type");
+  if (type == "boolean" || type == "integer" || type == "number") {
+    return value.is_bool() || value.is_number();
+  }
+  const bool isMapped = param.contains("of");  // a mapped text is made from numbers, too
+  return isOf(type, value) || (type == "text" && isMapped && value.is_number());
+}
+
+class CommandCheck {
+ public:
+  CommandCheck(const json::object& command, Complain complain)
+      : command_(command),
+        name_(textIn(command, "name")),
+        complain_(std::move(complain)),
+        result_(listIn(command, "result"),
+                [this](const std::string& what) { complain_("the value " + what); }),
+        usual_(textIn(command, "guard") == "none" ? Prepared::nothing : Prepared::room) {
+    for (const auto& value : listIn(command, "params")) {
+      const auto& param = value.get_object();
+      if (!param.contains("sameAs")) full_[textIn(param, "name")] = sampleOf(param);
+      if (isTrue(param, "required")) smallest_[textIn(param, "name")] = sampleOf(param);
+    }
+    if (const auto& anyOf = listIn(command, "anyOf"); !anyOf.empty()) {
+      smallest_[anyOf.front().get_string()] = full_[anyOf.front().get_string()];
+    }
+    bases_ = {full_, smallest_};
+    for (const auto& value : listIn(command, "params")) {
+      for (const auto& other : listIn(value.get_object(), "values")) {
+        bases_.push_back(full_);
+        bases_.back()[textIn(value.get_object(), "name")] = other;
+      }
+    }
+  }
+
+  void run() {
+    checkGuard();
+    checkWhole();
+    checkAnswered();
+    for (const auto& value : listIn(command_, "params")) {
+      const std::string key(textIn(value.get_object(), "name"));
+      checkParam(value.get_object(), key, [key](json::object base, const json::value* given) {
+        base.erase(key);
+        if (given) base[key] = *given;
+        return base;
+      });
+    }
+    goThroughWorlds();
+    for (std::size_t i = 0; i < errors().size(); ++i) {
+      if (!seenErrors_.contains(i)) complain_("never fails with " + jsonText(errors()[i]));
+    }
+    result_.finish();
+  }
+
+ private:
+  /// Puts a value, or none, in the place of a parameter among others.
+  using Put = std::function<json::object(json::object base, const json::value* given)>;
+
+  const json::array& errors() const { return listIn(command_, "errors"); }
+
+  // ---- Sending
+
+  const Observed& send(const std::optional<json::object>& params) {
+    return send(params, goodWorld(), usual_);
+  }
+
+  /// Each message meets a phone and a router of its own; what comes of it is examined.
+  const Observed& send(const std::optional<json::object>& params, const World& world,
+                       Prepared prepared, bool nativecb = false) {
+    json::object message{{"head", {{"module", "kobu"}, {"action", name_}}}, {"cbid", "1"}};
+    if (params) message["params"] = *params;
+    if (nativecb) message["nativecb"] = "page.done";
+    const auto text = jsonText(message);
+    const auto key = std::string(world.name) + std::to_string(static_cast<int>(prepared)) + text;
+    const auto [found, isNew] = sent_.try_emplace(key);
+    if (isNew) {
+      found->second = observe(text, world, prepared);
+      for (const auto& reply : found->second.replies) examine(reply);
+    }
+    return found->second;
+  }
+
+  static Observed observe(const std::string& message, const World& world, Prepared prepared) {
+    Observed observed;
+    const auto take = [&](const Effects& effects) {
+      for (const auto& effect : effects) {
+        const auto& kind = effect.at("effect").get_string();
+        if (kind == "log") continue;
+        if (kind == "reply") observed.replies.push_back(effect);
+        auto seen = effect;
+        seen.erase("step");
+        seen.erase("item");
+        observed.everything += jsonText(seen) + '\n';
+      }
+    };
+    Stage stage(world, prepared);
+    const auto effects = stage.play(jsonText(json::object{{"message", message}}));
+    take(effects);
+    observed.atOnce = observed.replies.size();
+    observed.reachedEngine = std::any_of(effects.begin(), effects.end(), [](const auto& effect) {
+      return effect.at("effect") == "engine";
+    });
+    take(stage.answer(effects));
+    // Whom the page has named now shows when they are called.
+    take(stage.play(R"({"host":"reportEvent","args":["any"]})"));
+    take(stage.play(R"({"host":"callBackToH5","args":["onEnterRoom",{},true]})"));
+    return observed;
+  }
+
+  void examine(const json::object& reply) {
+    const auto* failure = failureOf(reply);
+    if (failure && !isTold(*failure)) complain_("fails with " + jsonText(*failure) + ", untold");
+    if (const auto* value = reply.at("retval").if_object()) {
+      result_.compare(*value);
+    } else if (!failure && !listIn(command_, "result").empty()) {
+      complain_("succeeds without a value");
+    }
+  }
+
+  /// Whether an error is told; null in the document stands for any code or text. The first
+  /// that fits has been seen.
+  bool isTold(const json::object& failure) {
+    for (std::size_t i = 0; i < errors().size(); ++i) {
+      const auto& told = errors()[i].get_object();
+      const auto fits = [&](const char* as, const char* is) {
+        return told.at(as).is_null() || told.at(as) == failure.at(is);
+      };
+      if (told.at("module") != failure.at("module")) continue;
+      if (!fits("code", "errcode") || !fits("text", "errmsg")) continue;
+      seenErrors_.insert(i);
+      return true;
+    }
+    return false;
+  }
+
+  /// Whether it shows, in any message, that one value is given and not the other.
+  bool differ(const Put& put, const json::value* one, const json::value* other) {
+    return std::any_of(bases_.begin(), bases_.end(), [&](const json::object& base) {
+      return send(put(base, one)).everything != send(put(base, other)).everything;
+    });
+  }
+
+  // ---- What is told of a command as a whole
+
+  void checkGuard() {
+    const auto guard = textIn(command_, "guard");
+    constexpr std::int64_t kNotAvailable = -2;
+    constexpr std::int64_t kNotInRoom = -3;
+    const auto fails = [&](Prepared prepared, std::int64_t code, std::string_view text) {
+      return isRefusedWith(send(smallest_, goodWorld(), prepared), code, text);
+    };
+    if (fails(Prepared::nothing, kNotAvailable, "not initSDK") != (guard != "none")) {
+      complain_("guard is " + inQuotes(guard) + ", without an engine it is " +
+                described(send(smallest_, goodWorld(), Prepared::nothing)));
+    }
+    if (guard == "none") return;
+    if (fails(Prepared::engine, kNotInRoom, "not enter room") != (guard == "room")) {
+      complain_("guard is " + inQuotes(guard) + ", outside a room it is " +
+                described(send(smallest_, goodWorld(), Prepared::engine)));
+    }
+  }
+
+  void checkWhole() {
+    for (const auto& base : bases_) {
+      if (const auto& observed = send(base); isRefused(observed)) {
+        complain_("with " + jsonText(base) + " it is " + described(observed));
+      }
+    }
+    const auto withoutParams = textIn(command_, "onNoParams");
+    const auto& observed = send(std::nullopt);
+    if (withoutParams.empty() ? isRefused(observed)
+                              : !isRefusedWith(observed, kBadParameter, withoutParams)) {
+      complain_("onNoParams is " + inQuotes(withoutParams) + ", without params it is " +
+                described(observed));
+    }
+    if (const auto& anyOf = listIn(command_, "anyOf"); !anyOf.empty()) {
+      auto params = full_;
+      for (const auto& name : anyOf) params.erase(name.get_string());
+      if (!isRefusedWith(send(params), kBadParameter, withoutParams)) {
+        complain_("with none of anyOf it is " + described(send(params)));
+      }
+      for (const auto& name : anyOf) {
+        const auto& key = name.get_string();
+        if (isRefused(send(json::object{{key, full_[key]}}))) {
+          complain_("anyOf has " + inQuotes(key) + ", alone it is not enough");
+        }
+      }
+    }
+    if (const auto needed = textIn(command_, "nothingWithout"); !needed.empty()) {
+      auto params = full_;
+      params.erase(needed);
+      if (send(params).reachedEngine || isRefused(send(params))) {
+        complain_("without " + inQuotes(needed) + " it does something");
+      }
+    }
+  }
+
+  void checkAnswered() {
+    const auto answered = textIn(command_, "answered");
+    const auto& observed = send(full_);
+    const auto count = observed.replies.size();
+    const bool once = observed.atOnce == 1 && count == 1;
+    const bool later = observed.atOnce == 0 && count == 1;
+    const bool many = observed.atOnce == 0 && count > 1;
+    if (!(answered == "once" ? once : answered == "later" ? later : answered == "many" && many)) {
+      complain_("answered is " + inQuotes(answered) + ", there are " +
+                std::to_string(observed.atOnce) + " replies at once and " + std::to_string(count) +
+                " in all");
+    }
+  }
+
+  void goThroughWorlds() {
+    for (const auto& world : otherWorlds()) {
+      for (const auto& base : bases_) send(base, world, usual_);
+      send(full_, world, usual_, true);
+    }
+  }
+
+  // ---- What is told of a parameter
+
+  void checkParam(const json::object& param, const std::string& path, const Put& put) {
+    const auto type = textIn(param, "type");
+    if (const auto sample = sampleOf(param); !isOf(type, sample)) {
+      return complain_(inQuotes(path) + ": type is " + inQuotes(type) + ", " + jsonText(sample) +
+                       " is told for it");
+    }
+    const auto& without = send(put(full_, nullptr));
+    const auto onMissing = textIn(param, "onMissing");
+    if (isTrue(param, "required") != !onMissing.empty()) {
+      complain_(inQuotes(path) + " is required, or onMissing is told, but not both");
+    }
+    if (isTrue(param, "required") ? !isRefusedWith(without, kBadParameter, onMissing)
+                                  : isRefused(without)) {
+      complain_(inQuotes(path) + ": onMissing is " + inQuotes(onMissing) + ", without it it is " +
+                described(without));
+    }
+    checkWrongTypes(param, path, put);
+    checkEffect(param, path, put);
+    if (type != "list") return;
+    for (const auto& member : listIn(param, "members")) {
+      const std::string key(textIn(member.get_object(), "name"));
+      const auto putMember = [&](json::object base, const json::value* given) {
+        json::value list = sampleOf(param);
+        auto& element = list.get_array().at(0).get_object();
+        element.erase(key);
+        if (given) element[key] = *given;
+        return put(std::move(base), &list);
+      };
+      checkParam(member.get_object(), path + '/' + key, putMember);
+    }
+  }
+
+  void checkWrongTypes(const json::object& param, const std::string& path, const Put& put) {
+    static const std::array<json::value, 6> ofEachType{nullptr, true,          1,
+                                                       "text",  json::array(), json::object()};
+    for (const auto& value : ofEachType) {
+      if (!isReadFrom(param, value)) expectUnread(param, path, put, value);
+    }
+    const json::value empty("");
+    if (isTrue(param, "nonEmpty")) {
+      expectUnread(param, path, put, empty);
+    } else if (textIn(param, "format") == "uri") {
+      expectUnread(param, path, put, empty);
+      expectUnread(param, path, put, "no URL");
+    } else if (textIn(param, "type") == "text" && isRefused(send(put(full_, &empty)))) {
+      complain_(inQuotes(path) + " is not told to be nonEmpty, and empty it is " +
+                described(send(put(full_, &empty))));
+    }
+    if (const auto& values = listIn(param, "values"); !values.empty()) {
+      std::int64_t beyond = 0;
+      for (const auto& value : values) beyond = std::max(beyond, value.get_int64() + 1);
+      expectUnread(param, path, put, beyond);
+    }
+  }
+
+  /// A value that is none for the parameter: refused if that is told, else as good as none.
+  void expectUnread(const json::object& param, const std::string& path, const Put& put,
+                    const json::value& value) {
+    const auto text = textIn(param, "onWrongType");
+    const bool isMapped = param.contains("of");
+    const auto& observed = send(put(full_, &value));
+    const auto& without = send(put(full_, nullptr));
+    const auto fits = [&] {
+      if (isMapped && value.is_null()) return observed.everything == without.everything;
+      if (!text.empty()) return isRefusedWith(observed, kBadParameter, text);
+      // One property that can't be read takes its whole record with it, in silence.
+      if (isMapped) return observed.replies == without.replies;
+      return observed.everything == without.everything;
+    };
+    if (!fits()) {
+      complain_(inQuotes(path) + ": onWrongType is " + inQuotes(text) + ", given " +
+                jsonText(value) + " it is " + described(observed));
+    }
+  }
+
+  void checkEffect(const json::object& param, const std::string& path, const Put& put) {
+    const auto expectSame = [&](const json::value& one, const json::value* other,
+                                const std::string& what) {
+      if (differ(put, &one, other)) complain_(inQuotes(path) + ": " + what);
+    };
+    const auto expectDifference = [&](const json::value& one, const json::value& other) {
+      if (differ(put, &one, &other) == isTrue(param, "ignored")) {
+        complain_(inQuotes(path) + ": " + jsonText(one) + " and " + jsonText(other) +
+                  (isTrue(param, "ignored") ? " are not ignored" : " are the same"));
+      }
+    };
+    const auto* fallback = param.if_contains("default");
+    if (fallback) expectSame(*fallback, nullptr, "without it, it is not " + jsonText(*fallback));
+
+    const auto type = textIn(param, "type");
+    const auto sample = sampleOf(param);
+    if (const auto other = textIn(param, "sameAs"); !other.empty()) {
+      auto named = full_;
+      named[other] = sample;
+      auto unnamed = full_;
+      unnamed.erase(other);
+      if (send(put(unnamed, &sample)).everything != send(named).everything) {
+        complain_(inQuotes(path) + " is not the same as " + inQuotes(other));
+      }
+    }
+    if (param.contains("min")) {
+      const auto min = param.at("min").get_int64();
+      const auto max = param.at("max").get_int64();
+      for (const std::int64_t value : {min - 1, max + 1}) {
+        expectSame(value, fallback, std::to_string(value) + " is not as good as the default");
+      }
+      for (const json::value value : {min, max}) {
+        if (value != *fallback) expectDifference(value, *fallback);
+      }
+    } else if (param.contains("values")) {
+      for (const auto& value : listIn(param, "values")) {
+        if (value != sample) expectDifference(value, sample);
+      }
+    } else if (type == "integer") {
+      expectDifference(2, 3);
+      const json::value two(2);
+      expectSame(2.5, &two, "2.5 is not 2");
+    } else if (type == "number") {
+      expectDifference(2, 2.5);
+    } else if (type == "boolean") {
+      expectDifference(true, false);
+      const json::value yes(true);
+      expectSame(2, &yes, "2 is not true");
+    } else if (type == "text") {
+      auto other = sample;
+      other.get_string() += 'x';
+      expectDifference(sample, other);
+    } else if (type == "list") {
+      expectDifference(sample, json::array());
+    }
+  }
+
+  const json::object& command_;
+  const std::string name_;
+  const Complain complain_;
+  Shape result_;
+  const Prepared usual_;
+  json::object full_;      // all parameters, each by one name
+  json::object smallest_;  // those that are required
+  std::vector<json::object> bases_;
+  std::map<std::string, Observed> sent_;
+  std::set<std::size_t> seenErrors_;
+};
+
+}  // namespace
+
+void checkCommand(const json::object& command, const Complain& complain) {
+  CommandCheck(command, complain).run();
+}
+
+}  // namespace vemo
