@@ -2,7 +2,7 @@
 
 import { useSignal } from '@preact/signals';
 import type { ComponentChildren } from 'preact';
-import { useRef } from 'preact/hooks';
+import { useLayoutEffect, useRef } from 'preact/hooks';
 import type { PhoneModel } from '../phoneModel';
 import { jsonLines, rowAsJson, scenario } from './exports';
 import { groups, type Group } from './lines';
@@ -86,6 +86,8 @@ function RowList({ phone, copy }: { phone: PhoneModel; copy: (row: Row) => void 
     height: 1.75 * parseFloat(getComputedStyle(document.documentElement).fontSize),
     scroller: () => scroller.current,
   });
+  // Who opens the panel sees what has happened last.
+  useLayoutEffect(() => list.scrollToEnd(), []);
   const idOf = (row: Row) => `row-${phone.number}-${row.id}`;
   const activate = (index: number) => {
     const to = Math.max(0, Math.min(rows.length - 1, index));
