@@ -8,6 +8,7 @@ import { Panel } from './panel';
 import { PhoneTools, PhoneView } from './phoneView';
 import './shell.css';
 import { AddressProblems } from './tools/addressProblems';
+import { addRowActions } from './tools/rowActions';
 import { Workbench } from './workbench';
 
 function Shell({ workbench }: { workbench: Workbench }) {
@@ -52,15 +53,17 @@ function Shell({ workbench }: { workbench: Workbench }) {
           ))}
         </nav>
       )}
-      <div class="desk">
+      <main class="desk" aria-label="The phones">
         {phones.value.map((phone) => (
           <PhoneView key={phone.number} phone={phone} workbench={workbench} />
         ))}
-      </div>
+      </main>
       <AddressProblems workbench={workbench} />
       {isPanelOpen.value && <Panel workbench={workbench} close={closePanel} />}
     </>
   );
 }
 
-render(<Shell workbench={new Workbench()} />, document.body);
+const workbench = new Workbench();
+addRowActions(workbench);
+render(<Shell workbench={workbench} />, document.body);

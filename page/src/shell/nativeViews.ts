@@ -128,6 +128,7 @@ export class NativeViews {
       const place = views.find((view) => view.name === name);
       if (!place || place.box[2] < 2 || place.box[3] < 2) {
         canvas.style.display = 'none';
+        delete shown.painted;
         continue;
       }
       const image = this.imageOf(picture.muteImage);

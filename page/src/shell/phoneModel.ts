@@ -273,6 +273,8 @@ export class PhoneModel {
   }
 
   private showBroadcastPicker(): void {
+    const asked = [...this.overlays.peek(), ...this.waitingDialogs];
+    if (asked.some((one) => one !== 'settings' && one.kind === 'broadcast')) return; // one is enough
     this.ask({
       kind: 'broadcast',
       title: 'Screen Broadcast',

@@ -56,7 +56,6 @@ export function PhoneView({ phone, workbench }: { phone: PhoneModel; workbench: 
     >
       <header class="caption">
         <h2>{phone.name}</h2>
-        <FaultBadge phone={phone} show={() => workbench.showPage(phone, 'Faults')} />
         {phone.memory.cutOff && <span class="offline">No network</span>}
         <PhoneTools phone={phone} workbench={workbench} />
       </header>
@@ -68,7 +67,7 @@ export function PhoneView({ phone, workbench }: { phone: PhoneModel; workbench: 
           </span>
         </div>
         <div class="screen">
-          <iframe ref={frame} class="web-view" title={`Page of ${phone.name}`} />
+          <iframe ref={frame} name={`phone-${phone.number}`} class="web-view" title={`Page of ${phone.name}`} />
           {phone.notice.value !== undefined && (
             <p class="page-notice" role="status">
               {phone.notice}
@@ -95,6 +94,7 @@ export function PhoneTools({ phone, workbench }: { phone: PhoneModel; workbench:
   const choose = (kind: 'phone' | 'tablet') => () => (phone.device.value = kind);
   return (
     <div class="phone-tools">
+      <FaultBadge phone={phone} show={() => workbench.showPage(phone, 'Faults')} />
       <div class="segmented" role="group" aria-label="Size">
         <IconButton name="phone" title="Phone" press={choose('phone')} aria-pressed={device === 'phone'} />
         <IconButton name="tablet" title="Tablet" press={choose('tablet')} aria-pressed={device === 'tablet'} />

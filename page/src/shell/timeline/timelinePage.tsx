@@ -2,7 +2,7 @@
 
 import { useSignal } from '@preact/signals';
 import type { ComponentChildren } from 'preact';
-import { useRef } from 'preact/hooks';
+import { useLayoutEffect, useRef } from 'preact/hooks';
 import type { PhoneModel } from '../phoneModel';
 import { jsonLines, rowAsJson, scenario } from './exports';
 import { groups, type Group } from './lines';
@@ -86,6 +86,8 @@ function RowList({ phone, copy }: { phone: PhoneModel; copy: (row: Row) => void 
     height: 1.75 * parseFloat(getComputedStyle(document.documentElement).fontSize),
     scroller: () => scroller.current,
   });
+  // Who opens the panel sees what has happened last.
+  useLayoutEffect(() => list.scrollToEnd(), []);
   const idOf = (row: Row) => `row-${phone.number}-${row.id}`;
   const activate = (index: number) => {
     const to = Math.max(0, Math.min(rows.length - 1, index));
@@ -129,7 +131,7 @@ function RowList({ phone, copy }: { phone: PhoneModel; copy: (row: Row) => void 
       <div
         ref={scroller}
         class="rows"
-        role="tree"
+        role={rows.length > 0 ? 'tree' : 'group'}
         aria-label={`What has happened to ${phone.name}`}
         tabIndex={0}
         aria-activedescendant={activeRow && idOf(activeRow)}
@@ -152,14 +154,12 @@ function RowList({ phone, copy }: { phone: PhoneModel; copy: (row: Row) => void 
                 aria-posinset={index + 1}
                 aria-expanded={isOpen}
                 aria-selected={row.id === active}
-                aria-labelledby={`${idOf(row)}-head`}
                 class="row"
                 data-kind={row.kind}
                 data-failed={row.failed}
                 style={{ transform: `translateY(${start}px)` }}
               >
                 <div
-                  id={`${idOf(row)}-head`}
                   class="row-head"
                   onClick={() => {
                     view.active.value = row.id;
@@ -195,6 +195,10 @@ function Menu({ title, children }: { title: string; children: ComponentChildren 
   const close = () => {
     menu.current!.open = false;
   };
+  const closeAndGoBack = () => {
+    close();
+    menu.current!.querySelector('summary')!.focus();
+  };
   return (
     <details
       ref={menu}
@@ -205,12 +209,11 @@ function Menu({ title, children }: { title: string; children: ComponentChildren 
       onKeyDown={(event) => {
         if (event.key !== 'Escape' || !menu.current!.open) return;
         event.stopPropagation();
-        close();
-        menu.current!.querySelector('summary')!.focus();
+        closeAndGoBack();
       }}
     >
       <summary class="small">{title}</summary>
-      <div class="menu-items" onClick={close}>
+      <div class="menu-items" onClick={closeAndGoBack}>
         {children}
       </div>
     </details>

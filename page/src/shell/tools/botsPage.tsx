@@ -60,7 +60,7 @@ function AddBots() {
     const isCount = /^\d+$/.test(count.value) && many >= 1 && many <= mostBots;
     problem.value = !isNumber(room.value) || !isNumber(application.value)
       ? 'Room and application are numbers up to 4294967295.'
-      : !isCount
+      : !isCount && name.value.trim() === ''
         ? `There can be 1 to ${mostBots} bots.`
         : '';
     if (problem.value) return;
@@ -145,7 +145,7 @@ function BotLine({ bot }: { bot: Bot }) {
   );
   return (
     <li aria-label={bot.name} data-bot={bot.name} data-at={at}>
-      <header>
+      <div class="tool-bot">
         <p>
           <strong>{bot.name}</strong>{' '}
           <span class="tool-note">
@@ -153,7 +153,7 @@ function BotLine({ bot }: { bot: Bot }) {
           </span>
         </p>
         <IconButton name="close" title={`Remove ${bot.name}`} press={() => bots.remove(bot)} />
-      </header>
+      </div>
       <div class="tool-actions">
         {toggle('Speak', microphone, can, () => bot.setMicrophone(!microphone))}
         {toggle('Camera', camera, can, () => bot.setCamera(!camera))}

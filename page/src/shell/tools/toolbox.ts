@@ -92,6 +92,13 @@ export class Toolbox {
       const error = this.downloadError.peek();
       return error ? [downloads(error)] : [];
     };
+    let before = phone.settings.peek();
+    effect(() => {
+      const settings = phone.settings.value;
+      for (const device of ['camera', 'microphone'] as const)
+        if (before?.[device] === 'denied' && settings?.[device] !== 'denied') this.wasGivenBack(device);
+      before = settings;
+    });
     effect(() => {
       if (phone.state.value !== 'connecting') return;
       this.linter = this.newLinter();
@@ -117,6 +124,12 @@ export class Toolbox {
     const name = readMessage(text).action ?? this.commandDraft.peek().name;
     const json = withCbid(text, '');
     this.commandDraft.value = { name, asJson: true, entries: {}, json };
+  }
+
+  /** Puts an event with its arguments into the form. */
+  editEvent(name: string, args: readonly unknown[]): void {
+    const json = JSON.stringify(args, null, 2);
+    this.eventDraft.value = { name, asJson: true, entries: {}, json };
   }
 
   /** Has the engine tell of an event. */
@@ -147,21 +160,31 @@ export class Toolbox {
   }
 
   isTaken(device: Device): boolean {
-    return this.taken.value[device] !== undefined && this.phone.settings.value?.[device] === 'denied';
+    return this.taken.value[device] !== undefined;
   }
 
   /** Takes a permission away, as a user does in the settings meanwhile, or gives it back. */
   take(device: Device, isTaken: boolean): void {
-    const before = this.taken.peek()[device];
     const settings = this.phone.settings.peek();
     if (!settings) return;
-    this.taken.value = { ...this.taken.peek(), [device]: isTaken ? settings[device] : undefined };
-    this.noteFault(`the ${device} is refused`, isTaken);
-    const status = isTaken ? 'denied' : (before ?? 'notDetermined');
+    const status = isTaken ? 'denied' : (this.taken.peek()[device] ?? 'notDetermined');
+    if (isTaken) {
+      this.taken.value = { ...this.taken.peek(), [device]: settings[device] };
+      this.noteFault(`the ${device} is refused`, true);
+    } else {
+      this.wasGivenBack(device);
+    }
     this.phone.send({ kind: 'settings', settings: { [device]: status } });
     // The engine finds out about what runs.
     if (isTaken && this.linter.hasEngine)
       this.fire('onError', [refusalCodes[device], `the ${device} is not permitted any more`, {}]);
+  }
+
+  /** By whatever way. */
+  private wasGivenBack(device: Device): void {
+    if (this.taken.peek()[device] === undefined) return;
+    this.taken.value = { ...this.taken.peek(), [device]: undefined };
+    this.noteFault(`the ${device} is refused`, false);
   }
 
   /** Loads the page anew once it has sent the command `action`. */
