@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "HostArguments.h"
+#include "ScenarioError.h"
 
 // What a scenario can call by name.
 
