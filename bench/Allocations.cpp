@@ -6,13 +6,16 @@
 
 namespace {
 
-thread_local std::uint64_t count = 0;
+std::uint64_t& count() {
+  thread_local std::uint64_t blocks = 0;
+  return blocks;
+}
 
 }  // namespace
 
 namespace vemo::bench {
 
-std::uint64_t allocations() { return count; }
+std::uint64_t allocations() { return count(); }
 
 }  // namespace vemo::bench
 
@@ -20,7 +23,7 @@ std::uint64_t allocations() { return count; }
 // for types of extended alignment, which nothing here has, end in these.
 
 void* operator new(std::size_t size) {
-  ++count;
+  ++count();
   if (void* memory = std::malloc(size != 0 ? size : 1)) return memory;
   throw std::bad_alloc();
 }

@@ -11,6 +11,12 @@
 
 namespace vemo::bench {
 
+/// What a round writes.
+struct WrittenTexts {
+  std::string logged;
+  std::string script;
+};
+
 /// Boost.JSON used as sparingly as it can be: one parser, one serializer, an arena on a
 /// fixed buffer and texts whose memory is kept from one use to the next.
 class JsonAlone {
@@ -33,11 +39,11 @@ class JsonAlone {
   }
 
  private:
-  std::array<unsigned char, 64 * 1024> memory_;
+  std::array<unsigned char, std::size_t{64} * 1024> memory_;
   boost::json::monotonic_resource arena_{memory_.data(), memory_.size()};
   boost::json::parser parser_;
   boost::json::serializer serializer_;
-  std::array<char, 16 * 1024> chunk_;
+  std::array<char, std::size_t{16} * 1024> chunk_;
 };
 
 }  // namespace vemo::bench

@@ -71,11 +71,6 @@ void throughRouter(benchmark::State& state, const Command& command) {
   benchmark::DoNotOptimize(platform.webView->bytes + platform.logger.bytes);
 }
 
-struct WrittenTexts {
-  std::string logged;
-  std::string script;
-};
-
 /// One round with Boost.JSON alone. `reply` is null when there is none.
 void jsonRound(JsonAlone& json, const Command& command, const boost::json::value* reply,
                WrittenTexts& out) {
@@ -90,7 +85,7 @@ void jsonRound(JsonAlone& json, const Command& command, const boost::json::value
   out.script += ')';
 }
 
-void jsonAlone(benchmark::State& state, const Command& command) {
+void commandAlone(benchmark::State& state, const Command& command) {
   JsonAlone json;
   std::optional<boost::json::value> reply;
   if (!command.reply.empty()) reply = boost::json::parse(command.reply);
@@ -116,10 +111,10 @@ void jsonAlone(benchmark::State& state, const Command& command) {
                                                      benchmark::Counter::kAvgIterations);
 }
 
-[[maybe_unused]] const bool registered = [] {
+[[maybe_unused]] const bool commandsAreRegistered = [] {
   for (const auto& command : commands()) {
     const std::string name = std::string("command/") + command.name;
-    benchmark::RegisterBenchmark((name + "/json").c_str(), jsonAlone, command);
+    benchmark::RegisterBenchmark((name + "/json").c_str(), commandAlone, command);
     benchmark::RegisterBenchmark((name + "/router").c_str(), throughRouter, command);
   }
   return true;

@@ -65,11 +65,6 @@ Shared<KOBUStatistics> statisticsOfTen() {
   return std::make_shared<const KOBUStatistics>(std::move(statistics));
 }
 
-struct WrittenTexts {
-  std::string logged;
-  std::string script;
-};
-
 void appendScript(JsonAlone& json, WrittenTexts& out, std::string_view event,
                   boost::json::object payload) {
   boost::json::object envelope(json.arena());
@@ -167,7 +162,7 @@ void throughRouter(benchmark::State& state, void (*event)(VEMOKOBUMsgRouter&)) {
   benchmark::DoNotOptimize(platform.webView->bytes + platform.logger.bytes);
 }
 
-void jsonAlone(benchmark::State& state, const char* name, void (*event)(VEMOKOBUMsgRouter&),
+void eventAlone(benchmark::State& state, const char* name, void (*event)(VEMOKOBUMsgRouter&),
                void (*alone)(JsonAlone&, WrittenTexts&)) {
   JsonAlone json;
   WrittenTexts texts;
@@ -194,10 +189,10 @@ void jsonAlone(benchmark::State& state, const char* name, void (*event)(VEMOKOBU
                                                      benchmark::Counter::kAvgIterations);
 }
 
-[[maybe_unused]] const bool registered = [] {
+[[maybe_unused]] const bool eventsAreRegistered = [] {
   const auto add = [](const char* name, auto event, auto alone) {
     const std::string prefix = std::string("event/") + name;
-    benchmark::RegisterBenchmark((prefix + "/json").c_str(), jsonAlone, name, event, alone);
+    benchmark::RegisterBenchmark((prefix + "/json").c_str(), eventAlone, name, event, alone);
     benchmark::RegisterBenchmark((prefix + "/router").c_str(), throughRouter, event);
   };
   add("onRemoteUserEnterRoom", remoteUserEnters, remoteUserEntersAlone);

@@ -279,6 +279,7 @@ class CurlDownloadService::Worker {
     int left = 0;
     while (const auto* message = curl_multi_info_read(multi_.get(), &left)) {
       if (message->msg != CURLMSG_DONE) continue;
+      // NOLINTNEXTLINE(cppcoreguidelines-pro-type-union-access): so curl tells it
       finish(message->easy_handle, message->data.result);
       any = true;
     }

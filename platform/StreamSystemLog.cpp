@@ -32,17 +32,17 @@ class StreamOutput final : public spdlog::sinks::sink {
   std::ostream& out_;
 };
 
-std::string lossLine(std::string_view what, std::size_t count, std::string_view why) {
+std::string lossSentence(std::string_view what, std::size_t count, std::string_view why) {
   return fmt::format("StreamSystemLog: {} {}{}{}", count, what, why.empty() ? "" : ": ", why);
 }
 
 }  // namespace
 
 StreamSystemLog::StreamSystemLog()
-    : lines_(std::make_shared<StandardErrorOutput>(), kQueuedLines, lossLine) {}
+    : lines_(std::make_shared<StandardErrorOutput>(), kQueuedLines, lossSentence) {}
 
 StreamSystemLog::StreamSystemLog(std::ostream& out)
-    : lines_(std::make_shared<StreamOutput>(out), kQueuedLines, lossLine) {}
+    : lines_(std::make_shared<StreamOutput>(out), kQueuedLines, lossSentence) {}
 
 void StreamSystemLog::writeLine(std::string_view line) {
   std::string buffer;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -29,6 +30,9 @@ struct LocalVideo {
   std::optional<KOBUVideoEncParam> smallStream;  ///< present when it is sent
   KOBUNetworkQosParam qos;
 };
+
+/// A volume as an engine takes it.
+inline std::int32_t volumeWithin(std::int32_t volume) { return std::clamp(volume, 0, 100); }
 
 struct LocalAudio {
   bool microphoneOn = false;

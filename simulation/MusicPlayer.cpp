@@ -12,8 +12,6 @@ namespace {
 constexpr Clock::Time kLoading{50};
 constexpr Clock::Time kProgressPeriod{200};
 
-std::int32_t volumeWithin(std::int32_t volume) { return std::clamp(volume, 0, 100); }
-
 }  // namespace
 
 void MusicPlayer::start(const PWAudioMusicParam& music, std::shared_ptr<const Callbacks> callbacks,

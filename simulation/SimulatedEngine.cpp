@@ -10,8 +10,6 @@
 namespace vemo {
 namespace {
 
-std::int32_t volumeWithin(std::int32_t volume) { return std::clamp(volume, 0, 100); }
-
 /// Which of a user's pictures a stream type is of; nothing when it is none.
 std::optional<MediaKind> pictureKind(std::int32_t streamType) {
   switch (streamType) {

@@ -12,8 +12,8 @@
 #include <utility>
 
 #include "NamedObjects.h"
-#include "Recorder.h"
 #include "Values.h"
+#include "recorder/Notes.h"
 #include "webview/VEMOKOBUMsgRouter.h"
 
 namespace vemo::replay {
@@ -22,10 +22,10 @@ namespace vemo::replay {
 class Arguments {
  public:
   /// `operation` names the operation in errors and effects. The references outlive
-  /// what is read; a completion also holds on to `recorder`.
+  /// what is read; completions hold `notes`.
   Arguments(std::string_view operation, const json::array& values, NamedObjects& objects,
-            Recorder& recorder)
-      : operation_(operation), values_(values), objects_(objects), recorder_(recorder) {}
+            std::shared_ptr<Notes> notes)
+      : operation_(operation), values_(values), objects_(objects), notes_(std::move(notes)) {}
 
   /// All arguments, of these types; a ScenarioError when their count or one of them
   /// does not fit. Completions are not among the scenario's arguments: one is made
@@ -48,9 +48,10 @@ class Arguments {
   template <class T>
   T next() {
     if constexpr (isCompletion<T>) {
-      return [&recorder = recorder_, of = operation_](VEMOModule module, const auto&... rest) {
-        recorder.write("completion",
-                       {{"of", of}, {"args", jsonArray(static_cast<int>(module), rest...)}});
+      return [notes = notes_, of = operation_](VEMOModule module, const auto&... rest) {
+        notes->effect("completion", [&](NoteText& text) {
+          text.add("of", of).addArray("args", static_cast<int>(module), rest...);
+        });
       };
     } else {
       const auto& value = values_[used_++];
@@ -71,7 +72,7 @@ class Arguments {
   const json::array& values_;
   std::size_t used_ = 0;
   NamedObjects& objects_;
-  Recorder& recorder_;
+  std::shared_ptr<Notes> notes_;
 };
 
 /// A call of an operation of `Receiver` with the arguments already read.

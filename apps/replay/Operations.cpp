@@ -4,6 +4,7 @@
 #include <array>
 #include <ranges>
 #include <string>
+#include <utility>
 
 #include "Nearest.h"
 
@@ -85,26 +86,26 @@ constexpr auto hostOperations = std::to_array<Row<Router>>({
 
 template <class Rows>
 auto bound(const Rows& rows, std::string_view kind, std::string_view name,
-           const json::array& values, NamedObjects& objects, Recorder& recorder) {
+           const json::array& values, NamedObjects& objects, std::shared_ptr<Notes> notes) {
   const auto row = std::ranges::find(rows, name, &Rows::value_type::name);
   if (row == rows.end()) {
     throw ScenarioError("unknown " + std::string(kind) + " \"" + std::string(name) + '"' +
                         didYouMean(name, rows | std::views::transform(&Rows::value_type::name)));
   }
-  Arguments arguments(name, values, objects, recorder);
+  Arguments arguments(name, values, objects, std::move(notes));
   return row->bind(arguments);
 }
 
 }  // namespace
 
 Call<KOBUCloudDelegate> engineEvent(std::string_view name, const json::array& values,
-                                    NamedObjects& objects, Recorder& recorder) {
-  return bound(events, "event", name, values, objects, recorder);
+                                    NamedObjects& objects, std::shared_ptr<Notes> notes) {
+  return bound(events, "event", name, values, objects, std::move(notes));
 }
 
 Call<VEMOKOBUMsgRouter> hostOperation(std::string_view name, const json::array& values,
-                                      NamedObjects& objects, Recorder& recorder) {
-  return bound(hostOperations, "operation", name, values, objects, recorder);
+                                      NamedObjects& objects, std::shared_ptr<Notes> notes) {
+  return bound(hostOperations, "operation", name, values, objects, std::move(notes));
 }
 
 }  // namespace vemo::replay

@@ -6,11 +6,12 @@
 #include <iosfwd>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "Recorder.h"
 #include "Replay.h"
 #include "Scenario.h"
+#include "Transcript.h"
 
 namespace vemo::replay {
 
@@ -19,7 +20,7 @@ struct PlayedStep {
   const Step* step;     ///< null for the making of the router
   std::int64_t line;    ///< where it is in the file; a table has several in one
   std::int64_t number;  ///< of the step; 0 for the making of the router
-  const std::vector<Recorder::Effect>& effects;
+  const std::vector<Transcript::Effect>& effects;
 };
 
 /// Plays `scenario` as replay() does, and calls `after` behind each step. What is wrong with

@@ -1,7 +1,6 @@
 #include "Player.h"
 
 #include <algorithm>
-#include <boost/json/error.hpp>
 #include <optional>
 #include <ranges>
 #include <thread>
@@ -9,8 +8,6 @@
 
 #include "Nearest.h"
 #include "Operations.h"
-#include "json/JsonReader.h"
-#include "platform/MessageAddress.h"
 #include "webview/KOBUParams_VEMOExt.h"
 
 namespace vemo::replay {
@@ -19,20 +16,6 @@ namespace {
 /// The verb's value when it can only be true.
 void requireTrue(const Step& step) {
   if (!step.value<bool>()) throw ScenarioError(std::string(step.verbName) + " must be true");
-}
-
-/// Whether a refused message names an action all the same: an empty one is read, too.
-bool namesAction(const std::string& message) {
-  JsonProblem problem;
-  const auto value = readJson(message, JSMsgRouter::kMaxMessageDepth, problem);
-  if (problem.code == json::error::too_deep || message.size() > JSMsgRouter::kMaxMessageBytes) {
-    return skimAddress(message).action.has_value();
-  }
-  const auto* object = problem.code ? nullptr : value.if_object();
-  const auto* head = object ? object->if_contains("head") : nullptr;
-  const auto* fields = head ? head->if_object() : nullptr;
-  const auto* action = fields ? fields->if_contains("action") : nullptr;
-  return action && action->is_string();
 }
 
 template <class T>
@@ -46,8 +29,6 @@ std::optional<T> takeOldest(std::deque<T>& open) {
 }  // namespace
 
 Player::Player() {
-  const VEMOWebView& webView = *webView_;
-  logger_.setWebViewAddress(reinterpret_cast<std::uintptr_t>(&webView));
   create();
   drain();
 }
@@ -55,14 +36,14 @@ Player::Player() {
 Player::~Player() { finish(); }
 
 void Player::play(const Step& step) {
-  recorder_.beginStep(++step_);
+  transcript_->beginStep(++step_);
   part_ = 0;
   perform(step);
   if (!step.hold) drain();
 }
 
 std::map<std::string, int> Player::finish() {
-  recorder_.close();
+  transcript_->close();
   drain();
   router_.reset();
   crossProcess_.forget();
@@ -126,12 +107,10 @@ void Player::use(const Step& step) {
 }
 
 void Player::create() {
-  auto base = std::make_unique<JSMsgRouter>(logger_, replies_, webView_);
+  const auto platform = recorder_.platform();
+  auto base = std::make_unique<JSMsgRouter>(platform.logger, replies_, webView_);
   base_ = base.get();
-  router_ = VEMOKOBUMsgRouter::create(
-      std::move(base), Platform{engineClass_, logger_, systemLog_, mainQueue_, notifications_,
-                                crossProcess_, authorization_, alerts_, application_, downloads_,
-                                decoder_, version_, launcher_, device_.appGroup});
+  router_ = VEMOKOBUMsgRouter::create(std::move(base), platform);
   census_.watch("router", router_);
   changeDevice({});
 }
@@ -185,7 +164,7 @@ void Player::onThread(const Step& step, std::string_view other, const std::funct
 
 void Player::event(const Step& step) {
   const auto args = step.optional<json::array>("args").value_or(json::array());
-  const auto call = engineEvent(step.value<std::string>(), args, objects_, recorder_);
+  const auto call = engineEvent(step.value<std::string>(), args, objects_, recorder_.notes());
   // Held here, so that a router that dies of the event dies on the main thread.
   const auto delegate = engineClass_.delegate();
   onThread(step, "engine", [&] {
@@ -255,7 +234,7 @@ void Player::downloaded(const Step& step) {
   requireTrue(step);
   auto& open = downloads_.open();
   onThread(step, "other", [&] {
-    if (const auto done = takeOldest(open)) (*done)(RecordingDownloads::result(device_.download));
+    if (const auto done = takeOldest(open)) (*done)(ScriptedDownloads::result(device_.download));
   });
 }
 
@@ -268,7 +247,7 @@ void Player::notify(const Step& step) {
 
 void Player::host(const Step& step) {
   const auto args = step.optional<json::array>("args").value_or(json::array());
-  const auto call = hostOperation(step.value<std::string>(), args, objects_, recorder_);
+  const auto call = hostOperation(step.value<std::string>(), args, objects_, recorder_.notes());
   if (router_) call(*router_);
 }
 
@@ -285,8 +264,8 @@ void Player::listener(const Step& step) {
       }
     }
   }
-  const auto made = std::make_shared<RecordingListener>(step.value<std::string>(),
-                                                        std::move(operations), recorder_);
+  const auto made = std::make_shared<ScriptedListener>(recorder_.notes(), step.value<std::string>(),
+                                                       std::move(operations));
   census_.watch("listener", made);
   objects_.addListener(made);
 }
@@ -304,7 +283,7 @@ void Player::get(const Step& step) {
   if (of == "hasEnterRoom") {
     value = router_->hasEnterRoom();
   } else if (of == "curEnteredRoomUserId") {
-    value = jsonOf(router_->curEnteredRoomUserId());
+    if (const auto userId = router_->curEnteredRoomUserId()) value = *userId;
   } else if (of == "role") {
     if (params) value = params->role;
   } else if (of == "switchToRole") {
@@ -314,10 +293,11 @@ void Player::get(const Step& step) {
   } else {
     value = json::array();
     for (const auto& listener : router_->kobuEventListeners()) {
-      value.as_array().push_back(jsonOf(dynamic_cast<RecordingListener&>(*listener).name()));
+      value.as_array().push_back(json::string(dynamic_cast<NotingListener&>(*listener).name()));
     }
   }
-  recorder_.write("value", {{"of", of}, {"value", std::move(value)}});
+  recorder_.notes()->effect("value",
+                            [&](NoteText& text) { text.add("of", of).add("value", value); });
 }
 
 }  // namespace vemo::replay

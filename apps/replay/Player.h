@@ -12,14 +12,13 @@
 #include "Census.h"
 #include "Device.h"
 #include "NamedObjects.h"
-#include "Recorder.h"
-#include "RecordingEngine.h"
-#include "RecordingLogger.h"
-#include "RecordingPlatform.h"
-#include "RecordingReplies.h"
 #include "Scenario.h"
+#include "ScriptedEngine.h"
+#include "ScriptedPhone.h"
+#include "Transcript.h"
 #include "platform/JSMsgRouter.h"
 #include "platform/MainThreadQueue.h"
+#include "recorder/Recorder.h"
 #include "webview/VEMOKOBUMsgRouter.h"
 
 namespace vemo::replay {
@@ -39,7 +38,7 @@ class Player {
   void play(const Step& step);
 
   /// What the router did since the last call.
-  std::vector<Recorder::Effect> takeEffects() { return recorder_.take(); }
+  std::vector<Transcript::Effect> takeEffects() { return transcript_->take(); }
 
   /// Ends the run: nothing is written any more and everything is let go. What is alive
   /// all the same, by kind, is a mistake of the router or of this tool.
@@ -72,25 +71,31 @@ class Player {
   /// is the scenario's word for another thread, and the default.
   void onThread(const Step& step, std::string_view other, const std::function<void()>& work);
 
-  MainThreadQueue mainQueue_;
-  Recorder recorder_{mainQueue_};
+  const std::shared_ptr<Transcript> transcript_ = std::make_shared<Transcript>();
   Device device_;
   Census census_;
-  NamedObjects objects_;
-  RecordingLogger logger_{recorder_, objects_};
-  RecordingSystemLog systemLog_{recorder_};
-  RecordingEngineClass engineClass_{recorder_, device_, census_};
-  RecordingNotifications notifications_{recorder_};
-  RecordingCrossProcessCenter crossProcess_{recorder_};
-  RecordingAuthorization authorization_{recorder_, device_};
-  RecordingAlerts alerts_{recorder_};
-  RecordingApplication application_{recorder_, device_};
-  RecordingDownloads downloads_{recorder_};
-  RecordingDecoder decoder_;
+  // What the router's platform stands on: doubles that do nothing but what the scenario says.
+  NullVEMOLogger logger_;
+  NullSystemLog systemLog_;
+  MainThreadQueue mainQueue_;
+  NullNotificationCenter notifications_;
+  ScriptedCrossProcessCenter crossProcess_;
+  ScriptedAuthorization authorization_{device_};
+  ScriptedAlerts alerts_;
+  ScriptedApplication application_{device_};
+  ScriptedDownloads downloads_;
+  ScriptedDecoder decoder_;
   DeviceVersion version_{device_};
-  RecordingLauncher launcher_{recorder_};
-  const std::shared_ptr<RecordingReplies> replies_ = std::make_shared<RecordingReplies>(recorder_);
-  const std::shared_ptr<RecordingWebView> webView_ = std::make_shared<RecordingWebView>(recorder_);
+  NullVEMOExtensionLauncher launcher_;
+  ScriptedEngineClass engineClass_{device_, census_};
+  Recorder recorder_{
+      {engineClass_, logger_, systemLog_, mainQueue_, notifications_, crossProcess_, authorization_,
+       alerts_, application_, downloads_, decoder_, version_, launcher_, device_.appGroup},
+      transcript_};
+  NamedObjects objects_{recorder_.notes()->names()};
+  const std::shared_ptr<NotingReplies> replies_ = recorder_.replies(nullptr);
+  const std::shared_ptr<VEMOWebView> webView_ =
+      std::make_shared<NotingWebView>(recorder_.notes(), std::make_shared<NullVEMOWebView>());
   const std::shared_ptr<DeviceRenderSource> renderSource_ =
       std::make_shared<DeviceRenderSource>(device_, objects_);
   // Both null between "free" and "new"; the base is the router's.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
@@ -16,6 +17,9 @@ class PageSocket {
   /// Sends one text frame and returns at once; frames given by one thread arrive in
   /// the order in which it gave them. A page that doesn't read is dropped.
   virtual void send(std::string text) = 0;
+
+  /// How many bytes were given and are not sent yet.
+  virtual std::size_t unsentBytes() const = 0;
 };
 
 /// Whoever talks with one page. Made, called and destroyed on the server's thread;

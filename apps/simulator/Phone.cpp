@@ -14,6 +14,8 @@
 #include "platform/JSMsgRouter.h"
 #include "platform/LoopbackNotificationCenter.h"
 #include "platform/ReplyDelivery.h"
+#include "recorder/Recorder.h"
+#include "simulator/LiveNotes.h"
 #include "simulator/Note.h"
 #include "simulator/PageWebView.h"
 #include "simulator/PhoneScreen.h"
@@ -32,16 +34,27 @@ struct Phone::Parts {
         downloads(given.makeDownloads()),
         images(std::make_unique<ThumbnailDecoder>(given.makeImages())),
         services(page, given.mainQueue, *logger),
-        screen(std::make_shared<PhoneScreen>()) {}
+        screen(std::make_shared<PhoneScreen>()),
+        notes(std::make_shared<LiveNotes>(page)),
+        recorder(pieces(), notes),
+        renderSource(recorder.renderSource(screen)) {}
 
-  std::unique_ptr<VEMOJSMsgRouter> makeBaseRouter() const {
-    return std::make_unique<JSMsgRouter>(
-        *logger,
-        std::make_shared<MainThreadReplyDelivery>(environment.mainQueue, "vemoBridge.onReply"),
-        std::make_shared<PageWebView>(page));
+  std::unique_ptr<VEMOJSMsgRouter> makeBaseRouter() {
+    return recorder.baseRouter(
+        std::make_unique<JSMsgRouter>(recorder.platform().logger,
+                                      recorder.replies(std::make_shared<MainThreadReplyDelivery>(
+                                          environment.mainQueue, "vemoBridge.onReply")),
+                                      std::make_shared<PageWebView>(page)));
   }
 
+  /// What the router is given: the pieces with the recorder around them.
   Platform platform(std::shared_ptr<const void> owner) {
+    auto noting = recorder.platform();
+    noting.owner = std::move(owner);
+    return noting;
+  }
+
+  Platform pieces() {
     return {.engineClass = *engineClass,
             .logger = *logger,
             .systemLog = environment.systemLog,
@@ -55,8 +68,7 @@ struct Phone::Parts {
             .images = *images,
             .system = services,
             .extensionLauncher = services,
-            .appGroup = services.appGroup(),
-            .owner = std::move(owner)};
+            .appGroup = services.appGroup()};
   }
 
   const PhoneEnvironment environment;
@@ -69,12 +81,15 @@ struct Phone::Parts {
   LoopbackNotificationCenter extensionNotifications;
   PhoneServices services;
   const std::shared_ptr<PhoneScreen> screen;
+  const std::shared_ptr<LiveNotes> notes;
+  Recorder recorder;
+  const std::shared_ptr<VEMOUIRenderSource> renderSource;
 };
 
 Phone::Phone(const PhoneEnvironment& environment, std::shared_ptr<PageSocket> page)
     : parts_(std::make_shared<Parts>(environment, std::move(page))),
       router_(VEMOKOBUMsgRouter::create(parts_->makeBaseRouter(), parts_->platform(parts_))) {
-  router_->setCustomRenderSource(parts_->screen);
+  router_->setCustomRenderSource(parts_->renderSource);
   parts_->services.sendSettings();
 }
 
@@ -123,6 +138,12 @@ std::string Phone::handle(const boost::json::object& frame) {
     const auto button = vemo_safeNSNumberForKey(&frame, "button");
     if (!alert || !button) return "a press names no alert and button";
     return parts_->services.press(alert->as<std::int64_t>(), button->as<std::size_t>());
+  }
+  if (kind == "note") {
+    const auto on = vemo_safeNSNumberForKey(&frame, "on");
+    if (!on) return "a note says not whether it is on";
+    parts_->notes->turn(on->boolean());
+    return {};
   }
   return "its kind is unknown";
 }

@@ -35,10 +35,11 @@ struct PhoneEnvironment {
 /// Frames from the page are JSON objects with a "kind": "message" (text: a page
 /// message), "network" (drop: whether the connection is cut, or delay, upLoss, downLoss),
 /// "settings" (settings: changes), "answer" (media, granted), "press" (alert, button),
-/// "broadcast" (event: "Started" and so on) and "pictures" (asks what the views show).
-/// To the page: "script" (text, needLog), "settings", "prompt", "alert", "openSettings",
-/// "broadcastPicker", "pictures", "image" (id, width, height, rgba: a mute image that
-/// pictures name) and "problem" (text: why a frame could not be used).
+/// "broadcast" (event: "Started" and so on), "pictures" (asks what the views show) and "note"
+/// (on: whether what goes into the router and comes out is to be told). To the page: "script"
+/// (text, needLog), "settings", "prompt", "alert", "openSettings", "broadcastPicker", "pictures",
+/// "image" (id, width, height, rgba: a mute image that pictures name), "noted" (see LiveNotes) and
+/// "problem" (text: why a frame could not be used).
 class Phone final : public PageListener {
  public:
   Phone(const PhoneEnvironment& environment, std::shared_ptr<PageSocket> page);

@@ -51,6 +51,11 @@ class Outbox final : public PageSocket {
 
   void send(std::string text) override;
 
+  std::size_t unsentBytes() const override {
+    const std::lock_guard lock(mutex_);
+    return unsent_;
+  }
+
   /// The frames that wait, oldest first. `overflow` is set when the page reads too slowly.
   std::deque<std::string> take(bool& overflow) {
     const std::lock_guard lock(mutex_);
@@ -75,7 +80,7 @@ class Outbox final : public PageSocket {
   asio::io_context& io_;
   const std::size_t limit_;
   std::weak_ptr<PageConnection> connection_;
-  std::mutex mutex_;
+  mutable std::mutex mutex_;
   std::deque<std::string> frames_;
   std::size_t unsent_ = 0;
   bool scheduled_ = false;

@@ -76,7 +76,7 @@ int run(int argc, char** argv) {
         .makeImages = [&] { return images.forRequester(); }};
 
     server->stopOnSignals();
-    std::cout << "http://127.0.0.1:" << server->port() << "/" << std::endl;
+    std::cout << "http://127.0.0.1:" << server->port() << "/\n" << std::flush;
     server->run([&](std::shared_ptr<PageSocket> page) {
       return std::make_unique<Phone>(environment, std::move(page));
     });

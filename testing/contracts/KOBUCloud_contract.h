@@ -70,6 +70,7 @@ TYPED_TEST_P(KOBUCloudContract, DestroyingWhereThereIsNoneIsHarmless) {
 TYPED_TEST_P(KOBUCloudContract, GivesSeveralThreadsTheSameInstance) {
   std::vector<std::shared_ptr<KOBUCloud>> instances(4);
   std::vector<std::thread> threads;
+  threads.reserve(instances.size());
   for (auto& instance : instances) {
     threads.emplace_back([&] { instance = this->engineClass().sharedInstance(); });
   }

@@ -9,20 +9,23 @@
 
 namespace {
 
-std::atomic<long> liveBlocks = 0;
+std::atomic<long>& liveBlocks() {
+  static constinit std::atomic<long> count = 0;
+  return count;
+}
 
 }  // namespace
 
 // Every block of this program is counted, whoever asks for it.
 void* operator new(std::size_t size) {
   if (void* block = std::malloc(size == 0 ? 1 : size)) {
-    ++liveBlocks;
+    ++liveBlocks();
     return block;
   }
   throw std::bad_alloc();
 }
 void operator delete(void* block) noexcept {
-  if (block) --liveBlocks;
+  if (block) --liveBlocks();
   std::free(block);
 }
 void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
@@ -50,9 +53,9 @@ TEST(VEMOJSMsgItem, AnItemThatIsAnsweredForEverDoesNotGrow) {
   };
   answer(0);
   answer(1);
-  const auto before = liveBlocks.load();
+  const auto before = liveBlocks().load();
   for (int i = 2; i < 100'000; ++i) answer(i);
-  EXPECT_EQ(liveBlocks.load(), before);
+  EXPECT_EQ(liveBlocks().load(), before);
   EXPECT_EQ(item.msgRetval()->at("elapsed").as_int64(), 99'999);
   EXPECT_EQ(item.msgError()->errcode, 99'999);
 }

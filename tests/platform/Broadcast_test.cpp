@@ -19,10 +19,10 @@
 
 #include "PrivateBus.h"
 #include "platform/DBusNotificationCenter.h"
+#include "platform/ForwardingPlatform.h"
 #include "platform/ProcessExtensionLauncher.h"
 #include "platform/StreamSystemLog.h"
 #include "testing/Arrivals.h"
-#include "testing/ForwardingPlatform.h"
 #include "testing/contracts/VEMOExtensionLauncher_contract.h"
 
 namespace vemo {

@@ -16,8 +16,8 @@
 #include <vector>
 
 #include "HttpServer.h"
+#include "platform/ForwardingPlatform.h"
 #include "testing/Arrivals.h"
-#include "testing/ForwardingPlatform.h"
 #include "testing/contracts/DownloadService_contract.h"
 
 namespace vemo {

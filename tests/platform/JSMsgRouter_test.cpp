@@ -13,9 +13,9 @@
 
 #include "Recorders.h"
 #include "json/JsonText.h"
+#include "platform/ForwardingPlatform.h"
 #include "platform/MainThreadQueue.h"
 #include "platform/ReplyDelivery.h"
-#include "testing/ForwardingPlatform.h"
 #include "testing/contracts/VEMOJSMsgRouter_contract.h"
 
 namespace vemo {

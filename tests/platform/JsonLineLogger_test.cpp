@@ -28,10 +28,10 @@
 #include <vector>
 
 #include "platform/Folder.h"
+#include "platform/ForwardingPlatform.h"
 #include "platform/RotatingFile.h"
 #include "platform/StreamSystemLog.h"
 #include "testing/Arrivals.h"
-#include "testing/ForwardingPlatform.h"
 #include "testing/contracts/VEMOLogger_contract.h"
 
 namespace vemo {

@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/ForwardingPlatform.h"
 #include "testing/Arrivals.h"
-#include "testing/ForwardingPlatform.h"
 #include "testing/contracts/MainQueue_contract.h"
 
 namespace vemo {

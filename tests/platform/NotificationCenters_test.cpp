@@ -5,10 +5,10 @@
 #include <string>
 #include <thread>
 
+#include "platform/ForwardingPlatform.h"
 #include "platform/InProcessNotificationCenter.h"
 #include "platform/LoopbackNotificationCenter.h"
 #include "testing/Arrivals.h"
-#include "testing/ForwardingPlatform.h"
 #include "testing/contracts/CrossProcessNotificationCenter_contract.h"
 #include "testing/contracts/NotificationCenter_contract.h"
 

@@ -13,9 +13,9 @@
 #include <utility>
 #include <vector>
 
+#include "platform/ForwardingPlatform.h"
 #include "platform/ImageFiles.h"
 #include "testing/Arrivals.h"
-#include "testing/ForwardingPlatform.h"
 #include "testing/contracts/ImageDecoder_contract.h"
 
 namespace vemo {

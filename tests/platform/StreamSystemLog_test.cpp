@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "testing/ForwardingPlatform.h"
+#include "platform/ForwardingPlatform.h"
 #include "testing/contracts/SystemLog_contract.h"
 
 namespace vemo {

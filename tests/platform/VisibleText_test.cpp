@@ -24,6 +24,7 @@ TEST(VisibleText, EscapesWhatATerminalWouldObey) {
 }
 
 TEST(VisibleText, EscapesMarksOfDirection) {
+  // NOLINTNEXTLINE(misc-misleading-bidirectional): marks that nothing ends are the point
   EXPECT_EQ(visibleText("\u061c\u200e\u202a\u202e\u2066\u2069 \u2065\u206a"),
             "\\u061c\\u200e\\u202a\\u202e\\u2066\\u2069 \u2065\u206a");
 }
@@ -37,6 +38,7 @@ TEST(VisibleText, ReplacesWhatIsNoUtf8) {
 TEST(VisibleText, JsonKeepsItsValue) {
   std::string every;
   for (int c = 0; c < 0x80; ++c) every += static_cast<char>(c);
+  // NOLINTNEXTLINE(misc-misleading-bidirectional)
   every += "\u0085\u009b\u2028\u202e é";
   std::string json;
   appendJsonString(json, every);

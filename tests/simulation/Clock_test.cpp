@@ -73,7 +73,7 @@ TEST(ManualClock, RunsNothingOutsideAnAdvance) {
 TEST(ManualClock, DrivesSeveralQueuesInTime) {
   DrivenQueue first;
   EventQueue second(first.clock);
-  EventQueue::Task between = [&] { first.ran.push_back("between"); };
+  EventQueue::Task between = [&] { first.ran.emplace_back("between"); };
   first.post(10, "a");
   first.post(30, "b");
   ASSERT_TRUE(second.post(milliseconds(20), between));
@@ -91,7 +91,8 @@ TEST(ManualClock, ForgetsQueuesThatAreGone) {
 
 TEST(EventQueue, RunsOnOneThreadOfItsOwn) {
   EventQueue queue(std::make_shared<RealClock>());
-  std::promise<std::thread::id> first, second;
+  std::promise<std::thread::id> first;
+  std::promise<std::thread::id> second;
   EventQueue::Task one = [&] { first.set_value(std::this_thread::get_id()); };
   EventQueue::Task two = [&] { second.set_value(std::this_thread::get_id()); };
   ASSERT_TRUE(queue.post(milliseconds(0), one));
@@ -125,13 +126,13 @@ TEST(EventQueue, DropsWhatWaitsWithNoLockHeld) {
   // A task that owns something which, when it dies, posts to the queue again.
   EventQueue queue(std::make_shared<RealClock>());
   bool refused = false;
-  const std::shared_ptr<void> owned(nullptr, [&](void*) {
+  std::shared_ptr<void> owned(nullptr, [&](void*) {
     EventQueue::Task again = [] {};
     refused = !queue.post(milliseconds(0), again);
   });
   EventQueue::Task task = [owned] {};
   ASSERT_TRUE(queue.post(milliseconds(1'000'000), task));
-  const_cast<std::shared_ptr<void>&>(owned).reset();
+  owned.reset();
   queue.stop();
   EXPECT_TRUE(refused);
 }

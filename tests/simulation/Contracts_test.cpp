@@ -5,7 +5,7 @@
 #include <string>
 
 #include "Classroom.h"
-#include "testing/ForwardingEngine.h"
+#include "platform/ForwardingEngine.h"
 #include "testing/contracts/KOBUCloud_contract.h"
 #include "testing/contracts/KOBUDeviceManager_contract.h"
 #include "testing/contracts/PWAudioEffectManager_contract.h"

@@ -197,6 +197,7 @@ TEST(Lifetime, ManyThreadsMayUseTheCloudAtOnce) {
     }
   };
   std::vector<std::thread> threads;
+  threads.reserve(4);
   for (int number = 0; number < 4; ++number) threads.emplace_back(lesson, number);
   for (auto& thread : threads) thread.join();
   EXPECT_GE(events, 4U * 20U);

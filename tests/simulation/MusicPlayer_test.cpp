@@ -6,7 +6,7 @@ namespace vemo {
 namespace {
 
 /// A handset's music and what its callbacks said. "song.mp3" takes a second.
-struct MusicPlayer : testing::Test {
+struct MusicPlayerTest : testing::Test {
   Classroom classroom;
   TestHandset alice = classroom.entered("alice");
   PWAudioEffectManager& player = alice->getAudioEffectManager();
@@ -35,7 +35,7 @@ struct MusicPlayer : testing::Test {
   std::weak_ptr<int> held;  // expired once the engine let go of the callbacks
 };
 
-TEST_F(MusicPlayer, PlaysToTheEnd) {
+TEST_F(MusicPlayerTest, PlaysToTheEnd) {
   start(song());
   EXPECT_EQ(after(5000), (Lines{"start 0", "200/1000", "400/1000", "600/1000", "800/1000",
                                 "1000/1000", "complete 0"}));
@@ -43,7 +43,7 @@ TEST_F(MusicPlayer, PlaysToTheEnd) {
   EXPECT_TRUE(alice.snapshot().music.empty());
 }
 
-TEST_F(MusicPlayer, FailsWhereThereIsNoMusic) {
+TEST_F(MusicPlayerTest, FailsWhereThereIsNoMusic) {
   auto music = song();
   music.path = "nothing.mp3";
   start(music);
@@ -54,7 +54,7 @@ TEST_F(MusicPlayer, FailsWhereThereIsNoMusic) {
   EXPECT_TRUE(held.expired());
 }
 
-TEST_F(MusicPlayer, PlaysOnlySoManyAtOnce) {
+TEST_F(MusicPlayerTest, PlaysOnlySoManyAtOnce) {
   auto music = song();
   for (music.ID = 1; music.ID <= static_cast<std::int32_t>(kMostMusic); ++music.ID) start(music);
   EXPECT_EQ(after(100), Lines(kMostMusic, "start 0"));
@@ -67,7 +67,7 @@ TEST_F(MusicPlayer, PlaysOnlySoManyAtOnce) {
   EXPECT_EQ(after(80), Lines{"start 0"}) << "in place of the one that plays";
 }
 
-TEST_F(MusicPlayer, PlaysAPart) {
+TEST_F(MusicPlayerTest, PlaysAPart) {
   auto music = song();
   music.startTimeMs = 500;
   music.endTimeMs = 800;
@@ -78,7 +78,7 @@ TEST_F(MusicPlayer, PlaysAPart) {
   EXPECT_EQ(after(1000), Lines{"start -4002"});
 }
 
-TEST_F(MusicPlayer, Repeats) {
+TEST_F(MusicPlayerTest, Repeats) {
   auto music = song();
   music.startTimeMs = 800;
   music.loopCount = 2;
@@ -88,7 +88,7 @@ TEST_F(MusicPlayer, Repeats) {
   EXPECT_EQ(after(1000), (Lines{"1000/1000", "1000/1000", "1000/1000", "complete 0"}));
 }
 
-TEST_F(MusicPlayer, PausesAndGoesOn) {
+TEST_F(MusicPlayerTest, PausesAndGoesOn) {
   start(song());
   EXPECT_EQ(after(350), (Lines{"start 0", "200/1000"}));
   player.pausePlayMusic(7);
@@ -101,7 +101,7 @@ TEST_F(MusicPlayer, PausesAndGoesOn) {
   EXPECT_EQ(after(200), Lines{"500/1000"});
 }
 
-TEST_F(MusicPlayer, MayBePausedBeforeItBegins) {
+TEST_F(MusicPlayerTest, MayBePausedBeforeItBegins) {
   auto music = song();
   music.startTimeMs = 600;
   start(music);
@@ -111,7 +111,7 @@ TEST_F(MusicPlayer, MayBePausedBeforeItBegins) {
   EXPECT_EQ(after(5000), (Lines{"800/1000", "1000/1000", "complete 0"}));
 }
 
-TEST_F(MusicPlayer, Seeks) {
+TEST_F(MusicPlayerTest, Seeks) {
   start(song());
   EXPECT_EQ(after(50), Lines{"start 0"});
   player.seekMusicToPosInMS(7, 700);
@@ -125,7 +125,7 @@ TEST_F(MusicPlayer, Seeks) {
   EXPECT_EQ(after(10), (Lines{"1000/1000", "complete 0"}));
 }
 
-TEST_F(MusicPlayer, StopsAndLetsGo) {
+TEST_F(MusicPlayerTest, StopsAndLetsGo) {
   start(song());
   after(300);
   player.stopPlayMusic(7);
@@ -134,7 +134,7 @@ TEST_F(MusicPlayer, StopsAndLetsGo) {
   EXPECT_EQ(after(5000), Lines{});
 }
 
-TEST_F(MusicPlayer, SaysNothingOnceStopped) {
+TEST_F(MusicPlayerTest, SaysNothingOnceStopped) {
   // The stop comes while the music is loaded, on the callback thread.
   const auto bob = classroom.handset();
   bob.events->onLine = [&](const std::string&) { player.stopPlayMusic(7); };
@@ -145,7 +145,7 @@ TEST_F(MusicPlayer, SaysNothingOnceStopped) {
   EXPECT_TRUE(held.expired());
 }
 
-TEST_F(MusicPlayer, BeginsAnewUnderTheSameId) {
+TEST_F(MusicPlayerTest, BeginsAnewUnderTheSameId) {
   start(song());
   EXPECT_EQ(after(450), (Lines{"start 0", "200/1000", "400/1000"}));
   const auto former = held;
@@ -154,13 +154,13 @@ TEST_F(MusicPlayer, BeginsAnewUnderTheSameId) {
   EXPECT_EQ(after(250), (Lines{"start 0", "200/1000"}));
 }
 
-TEST_F(MusicPlayer, ItsCallbacksMayUseIt) {
+TEST_F(MusicPlayerTest, ItsCallbacksMayUseIt) {
   player.startPlayMusic(song(), {}, [&](auto, auto) { player.stopPlayMusic(7); }, {});
   classroom.advance(1000);
   EXPECT_TRUE(alice.snapshot().music.empty());
 }
 
-TEST_F(MusicPlayer, EndsWithTheInstance) {
+TEST_F(MusicPlayerTest, EndsWithTheInstance) {
   start(song());
   after(100);
   alice.engineClass->destroySharedIntance();
@@ -169,7 +169,7 @@ TEST_F(MusicPlayer, EndsWithTheInstance) {
   EXPECT_EQ(after(5000), Lines{});
 }
 
-TEST_F(MusicPlayer, VolumesStayWithinTheirScale) {
+TEST_F(MusicPlayerTest, VolumesStayWithinTheirScale) {
   start(song());
   player.setMusicPlayoutVolume(7, 500);
   player.setMusicPublishVolume(7, 30);
@@ -181,7 +181,7 @@ TEST_F(MusicPlayer, VolumesStayWithinTheirScale) {
   EXPECT_EQ(alice.snapshot().music.at(0).publishVolume, 60);
 }
 
-TEST_F(MusicPlayer, PublishedMusicIsHeardByTheOthers) {
+TEST_F(MusicPlayerTest, PublishedMusicIsHeardByTheOthers) {
   const auto bob = classroom.entered("bob");
   bob.events->take();
   auto music = song();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <condition_variable>
 #include <functional>
 #include <memory>
@@ -52,10 +53,8 @@ class Recorder : public KOBUCloudDelegate {
   void waitFor(const std::string& prefix) {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [&] {
-      for (const auto& line : lines_) {
-        if (line.starts_with(prefix)) return true;
-      }
-      return false;
+      return std::ranges::any_of(lines_,
+                                 [&](const auto& line) { return line.starts_with(prefix); });
     });
   }
 

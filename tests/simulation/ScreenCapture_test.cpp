@@ -5,7 +5,7 @@
 namespace vemo {
 namespace {
 
-struct ScreenCapture : testing::Test {
+struct ScreenCaptureTest : testing::Test {
   Classroom classroom;
   TestHandset alice = classroom.entered("alice");
   TestHandset bob = classroom.entered("bob");
@@ -20,7 +20,7 @@ struct ScreenCapture : testing::Test {
   }
 };
 
-TEST_F(ScreenCapture, StartsPausesResumesAndStops) {
+TEST_F(ScreenCaptureTest, StartsPausesResumesAndStops) {
   KOBUVideoEncParam encoder;
   encoder.width = 1920;
   encoder.height = 1080;
@@ -42,14 +42,14 @@ TEST_F(ScreenCapture, StartsPausesResumesAndStops) {
   EXPECT_EQ(alice.snapshot().capture.state, CaptureState::idle);
 }
 
-TEST_F(ScreenCapture, RefusesWhatNeedsACapture) {
+TEST_F(ScreenCaptureTest, RefusesWhatNeedsACapture) {
   EXPECT_EQ(alice->pauseScreenCapture(), kNotCapturing);
   EXPECT_EQ(alice->resumeScreenCapture(), kNotCapturing);
   EXPECT_EQ(alice->stopScreenCapture(), kNotCapturing);
   EXPECT_EQ(happened(alice), Lines{});
 }
 
-TEST_F(ScreenCapture, ByTheBroadcastExtensionKeepsItsGroup) {
+TEST_F(ScreenCaptureTest, ByTheBroadcastExtensionKeepsItsGroup) {
   alice->startScreenCaptureByReplaykit({}, "group.test");
   const auto capture = alice.snapshot().capture;
   EXPECT_TRUE(capture.broadcast);
@@ -57,14 +57,14 @@ TEST_F(ScreenCapture, ByTheBroadcastExtensionKeepsItsGroup) {
   EXPECT_EQ(happened(alice), (Lines{"onScreenCaptureStarted", "onSendFirstLocalVideoFrame 2"}));
 }
 
-TEST_F(ScreenCapture, StartedTwiceGoesOn) {
+TEST_F(ScreenCaptureTest, StartedTwiceGoesOn) {
   alice->startScreenCaptureInApp({});
   alice->startScreenCaptureInApp({});
   EXPECT_EQ(happened(alice), (Lines{"onWarning 1104 the screen is captured already",
                                     "onScreenCaptureStarted", "onSendFirstLocalVideoFrame 2"}));
 }
 
-TEST_F(ScreenCapture, StoppedAtOnceNeverStarts) {
+TEST_F(ScreenCaptureTest, StoppedAtOnceNeverStarts) {
   alice->startScreenCaptureInApp({});
   EXPECT_EQ(alice->stopScreenCapture(), 0);
   EXPECT_EQ(happened(alice), Lines{"onScreenCaptureStoped 0"});

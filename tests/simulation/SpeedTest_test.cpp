@@ -5,7 +5,7 @@
 namespace vemo {
 namespace {
 
-struct SpeedTest : testing::Test {
+struct SpeedTestTest : testing::Test {
   Classroom classroom;
   TestHandset alice = classroom.handset();
   struct Answer {
@@ -22,7 +22,7 @@ struct SpeedTest : testing::Test {
   }
 };
 
-TEST_F(SpeedTest, AnswersOnceForEachServer) {
+TEST_F(SpeedTestTest, AnswersOnceForEachServer) {
   alice.engineClass->setNetwork({milliseconds(40), milliseconds(0), 2, 5});
   start();
   EXPECT_TRUE(alice.snapshot().speedTestRunning);
@@ -41,7 +41,7 @@ TEST_F(SpeedTest, AnswersOnceForEachServer) {
   EXPECT_FALSE(alice.snapshot().speedTestRunning);
 }
 
-TEST_F(SpeedTest, AStopEndsIt) {
+TEST_F(SpeedTestTest, AStopEndsIt) {
   start();
   classroom.advance(400);
   alice->stopSpeedTest();
@@ -49,7 +49,7 @@ TEST_F(SpeedTest, AStopEndsIt) {
   EXPECT_EQ(answers.size(), 1U);
 }
 
-TEST_F(SpeedTest, AStartReplacesTheOneThatRuns) {
+TEST_F(SpeedTestTest, AStartReplacesTheOneThatRuns) {
   start();
   classroom.advance(400);
   start();
@@ -57,7 +57,7 @@ TEST_F(SpeedTest, AStartReplacesTheOneThatRuns) {
   EXPECT_EQ(answers.size(), 4U);
 }
 
-TEST_F(SpeedTest, WithoutAConnectionEverythingIsLost) {
+TEST_F(SpeedTestTest, WithoutAConnectionEverythingIsLost) {
   alice.engineClass->dropConnection();
   start();
   classroom.advance(5000);

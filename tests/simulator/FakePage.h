@@ -1,8 +1,10 @@
 #pragma once
 
+#include <atomic>
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
 #include <boost/json/parse.hpp>
+#include <cstddef>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -21,6 +23,9 @@ class FakePage final : public PageSocket {
     const std::lock_guard lock(mutex_);
     frames_.push_back(std::move(text));
   }
+
+  std::size_t unsentBytes() const override { return unsent; }
+  std::atomic<std::size_t> unsent = 0;  ///< how slow it is
 
   /// The frames of one kind so far, oldest first.
   std::vector<boost::json::object> frames(std::string_view kind) const {

@@ -11,6 +11,7 @@ namespace {
 std::optional<SimulatorOptions> parsed(std::vector<std::string> words, std::string& error) {
   words.insert(words.begin(), "vemo-simulator");
   std::vector<char*> argv;
+  argv.reserve(words.size() + 1);
   for (auto& word : words) argv.push_back(word.data());
   argv.push_back(nullptr);
   return optionsFrom(static_cast<int>(words.size()), argv.data(), error);

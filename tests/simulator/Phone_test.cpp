@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <initializer_list>
 #include <memory>
@@ -296,6 +297,7 @@ TEST_F(PhoneTest, FramesThatCannotBeUsedAreToldOf) {
       {R"({"kind":"answer","media":"camera"})", "an answer says not whether access is granted"},
       {R"({"kind":"answer","media":"camera","granted":true})", "nobody asked for the camera"},
       {R"({"kind":"answer","media":"nose","granted":true})", "nobody asked for the nose"},
+      {R"({"kind":"note"})", "a note says not whether it is on"},
       {R"({"kind":"press","alert":1})", "a press names no alert and button"},
       {R"({"kind":"press","alert":1,"button":0})", "there is no such alert or button"}};
   for (const auto& [text, wrong] : bad) {
@@ -311,6 +313,78 @@ TEST_F(PhoneTest, FramesThatCannotBeUsedAreToldOf) {
   EXPECT_LE(notes_.back().size(), 200U);
   command(user, "initSDK", {}, "init");
   EXPECT_EQ(user.code("init"), 0);
+}
+
+TEST_F(PhoneTest, TellsWhatGoesInAndComesOutWhileTheFrameWantsToKnow) {
+  const auto ada = connect();
+  command(ada, "getSDKVersion", {}, "unheard");
+  frame(ada, {{"kind", "note"}, {"on", true}});
+  command(ada, "initSDK", {}, "init");
+  command(ada, "enterRoom", enterParams("ada", "good"), "enter");
+  frame(ada, {{"kind", "note"}, {"on", false}});
+  command(ada, "getSDKVersion", {}, "unheard");
+
+  // What each frame is about: a command, an event, a call, the item of a reply.
+  std::vector<std::string> about;
+  std::vector<std::string> threads;
+  for (const auto& noted : ada.page->frames("noted")) {
+    EXPECT_GT(noted.at("at").as_int64(), 1'600'000'000'000) << "milliseconds since the epoch";
+    const auto* const step = noted.if_contains("step");
+    const auto& what = noted.at(step ? "step" : "effect").as_object();
+    for (const auto* key : {"command", "event", "call", "item"})
+      if (what.contains(key)) about.emplace_back(what.at(key).as_string());
+    if (what.contains("event")) threads.emplace_back(noted.at("thread").as_string());
+    if (what.contains("command")) threads.emplace_back(noted.at("thread").as_string());
+  }
+  about.resize(std::min<std::size_t>(about.size(), 10));
+  EXPECT_EQ(about,
+            (std::vector<std::string>{"initSDK", "KOBUCloud.sharedInstance", "setDelegate", "m1",
+                                      "enterRoom", "setDefaultStreamRecvMode", "enterRoom",
+                                      "onEnterRoom", "enableAudioVolumeEvaluation", "m2"}));
+  EXPECT_EQ(threads, (std::vector<std::string>{"main", "main", "engine"}));
+}
+
+TEST_F(PhoneTest, AFrameThatReadsSlowlyMissesOnlyWhatComesAgainAndAgain) {
+  const auto ada = entered("ada");
+  frame(ada, {{"kind", "note"}, {"on", true}});
+  const auto told = [&](std::string_view key, std::string_view value) {
+    return std::ranges::count_if(ada.page->frames("noted"), [&](const object& noted) {
+      const auto* const step = noted.if_contains("step");
+      return step && step->as_object().contains(key) && step->at(key).as_string() == value;
+    });
+  };
+  ada.page->unsent = std::size_t{2} << 20U;
+  pass(seconds(10));
+  command(ada, "getAudioVolume", {{"capture", true}}, "volume");
+  EXPECT_EQ(told("command", "getAudioVolume"), 1);
+  EXPECT_EQ(told("event", "onStatistics"), 0);
+  ada.page->unsent = 0;
+  pass(seconds(10));
+  EXPECT_GE(told("event", "onStatistics"), 1);
+  std::int64_t lost = 0;
+  for (const auto& noted : ada.page->frames("noted"))
+    if (const auto* count = noted.if_contains("lost")) lost += count->as_int64();
+  EXPECT_GE(lost, 10) << "statistics, qualities and volumes of ten seconds";
+}
+
+TEST_F(PhoneTest, NotesHoldNoSignature) {
+  const auto ada = connect();
+  frame(ada, {{"kind", "note"}, {"on", true}});
+  command(ada, "initSDK", {}, "init");
+  command(ada, "enterRoom", enterParams("ada", "verysecret"), "enter");
+  command(ada, "startSpeedTest", {{"sdkAppId", 1}, {"userId", "ada"}, {"userSig", "verysecret"}},
+          "test");
+  bool speedTest = false;
+  for (const auto& noted : ada.page->frames("noted")) {
+    const auto text = jsonText(noted);
+    EXPECT_EQ(text.find("verysecret"), std::string::npos) << text;
+    const auto* const effect = noted.if_contains("effect");
+    if (!effect || !effect->as_object().contains("call")) continue;
+    if (effect->at("call") != "startSpeedTest") continue;
+    speedTest = true;
+    EXPECT_TRUE(effect->at("args").at(2).as_string().starts_with("***")) << text;
+  }
+  EXPECT_TRUE(speedTest);
 }
 
 TEST_F(PhoneTest, TheNetworkCanBeCutAndRestored) {

@@ -42,6 +42,7 @@ class Simulator {
     std::ofstream(folder_ / "index.html") << "<p>page</p>";
     options.insert(options.begin(), {VEMO_SIMULATOR, "--port", "0", "--page", folder_.string()});
     std::vector<char*> arguments;
+    arguments.reserve(options.size() + 1);
     for (auto& option : options) arguments.push_back(option.data());
     arguments.push_back(nullptr);
     std::array<int, 2> out{};
@@ -143,7 +144,7 @@ class Page {
   websocket::stream<beast::tcp_stream> stream_;
 };
 
-std::vector<object> objectsOf(std::istream&& in) {
+std::vector<object> objectsOf(std::istream& in) {
   std::vector<object> objects;
   for (std::string line; std::getline(in, line);)
     objects.push_back(boost::json::parse(line).as_object());
@@ -177,7 +178,8 @@ TEST(SimulatorProgram, WhatAPageSendsReachesNoTerminalAndForgesNoRecord) {
   const auto text = simulator.standardError();
   for (const char c : text)
     EXPECT_TRUE(c == '\n' || (c >= 0x20 && c < 0x7F)) << static_cast<int>(c);
-  const auto lines = objectsOf(std::istringstream(text));
+  std::istringstream in(text);
+  const auto lines = objectsOf(in);
   EXPECT_EQ(lines.size(), 3U);
   for (const auto& line : lines) EXPECT_NE(line.at("module"), "forged");
 }
@@ -197,7 +199,8 @@ TEST(SimulatorProgram, NotesAndRecordsOfAPageBearItsName) {
     log = simulator.standardError();
   }
   EXPECT_EQ(log.find("top-secret"), std::string::npos) << log;
-  const auto lines = objectsOf(std::istringstream(log));
+  std::istringstream in(log);
+  const auto lines = objectsOf(in);
   ASSERT_EQ(lines.size(), 3U);
   EXPECT_EQ(lines[0].at("session"), "page 1");
   EXPECT_EQ(lines[0].at("module"), "vemo-simulator");
@@ -228,7 +231,8 @@ TEST(SimulatorProgram, APageThatFloodsTheLogLeavesRoomForOthers) {
     quiet.next("problem");
     EXPECT_EQ(simulator.end(), 0);
     EXPECT_LT(std::filesystem::file_size(file), std::size_t{1} << 20U);
-    lines = objectsOf(std::ifstream(file));
+    std::ifstream in(file);
+    lines = objectsOf(in);
     std::filesystem::remove_all(folder);
   }
   std::size_t quiet = 0;

@@ -78,6 +78,13 @@ class Echo final : public PageListener {
 constexpr std::chrono::seconds kPatience{20};
 
 class WebServerTest : public testing::Test {
+ public:
+  ~WebServerTest() override {
+    server_->stop();
+    thread_.join();
+    std::filesystem::remove_all(folder_);
+  }
+
  protected:
   /// For requests that are meant to take their time.
   static constexpr std::chrono::seconds kNever{600};
@@ -108,11 +115,6 @@ class WebServerTest : public testing::Test {
         return std::make_unique<Echo>(std::move(page), events_, troubles_);
       });
     });
-  }
-  ~WebServerTest() override {
-    server_->stop();
-    thread_.join();
-    std::filesystem::remove_all(folder_);
   }
 
   void write(const std::string& name, std::string_view text) const {

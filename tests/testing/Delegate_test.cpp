@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "testing/ForwardingEngine.h"
+#include "platform/ForwardingEngine.h"
 #include "testing/NullEngine.h"
 #include "testing/RecordingDelegate.h"
 

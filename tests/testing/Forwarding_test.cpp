@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "testing/ForwardingPlatform.h"
+#include "platform/ForwardingPlatform.h"
 #include "testing/NullPlatform.h"
 #include "testing/contracts/AlertPresenter_contract.h"
 #include "testing/contracts/Application_contract.h"

@@ -5,8 +5,7 @@
 
 #include "Census.h"
 #include "Device.h"
-#include "Recorder.h"
-#include "bridge/KOBUCloud.h"
+#include "testing/NullEngine.h"
 
 namespace vemo::replay {
 
@@ -23,20 +22,15 @@ struct OpenEngineWork {
   KOBUCloud::SpeedTestCompletion speedTest;    ///< the latest
 };
 
-/// The engine class: each call is an effect, nothing happens by itself.
-class RecordingEngineClass final : public KOBUCloudClass {
+/// The engine class: answers as the device is set; nothing happens by itself.
+class ScriptedEngineClass final : public NullKOBUCloudClass {
  public:
   /// The references outlive this and every instance.
-  RecordingEngineClass(Recorder& recorder, const Device& device, Census& census)
-      : recorder_(recorder), device_(device), census_(census) {}
+  ScriptedEngineClass(const Device& device, Census& census) : device_(device), census_(census) {}
 
   std::string getSDKVersion() override { return device_.sdkVersion; }
   std::shared_ptr<KOBUCloud> sharedInstance() override;
   void destroySharedIntance() override;
-  void setLogLevel(std::int32_t level) override;
-  void setConsoleEnabled(bool enabled) override;
-  void setLogCompressEnabled(bool enabled) override;
-  void setLogDirPath(const std::string& path) override;
 
   /// Who receives the events of the latest instance; null when nobody does.
   std::shared_ptr<KOBUCloudDelegate> delegate() const;
@@ -46,7 +40,6 @@ class RecordingEngineClass final : public KOBUCloudClass {
  private:
   class Engine;
 
-  Recorder& recorder_;
   const Device& device_;
   Census& census_;
   OpenEngineWork open_;

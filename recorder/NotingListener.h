@@ -1,24 +1,27 @@
 #pragma once
 
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
-#include "Recorder.h"
-#include "bridge/VEMOKOBUEventListener.h"
+#include "platform/ForwardingPlatform.h"
+#include "recorder/Notes.h"
 
-namespace vemo::replay {
+namespace vemo {
 
 /// Every operation of a listener, by name.
 std::span<const std::string_view> listenerOperations();
 
-/// A native listener that implements some of the operations and writes their calls.
-class RecordingListener final : public VEMOKOBUEventListener {
+/// A native listener that notes what it hears under its name, and passes it on.
+class NotingListener : public ForwardingVEMOKOBUEventListener {
  public:
-  /// `operations`: those that it implements. `recorder` outlives it.
-  RecordingListener(std::string name, std::vector<std::string> operations, Recorder& recorder)
-      : name_(std::move(name)), operations_(std::move(operations)), recorder_(recorder) {}
+  /// `target` as Forwarding holds it.
+  template <class Target>
+  NotingListener(std::shared_ptr<Notes> notes, std::string name, Target&& target)
+      : ForwardingVEMOKOBUEventListener(std::forward<Target>(target)),
+        notes_(std::move(notes)),
+        name_(std::move(name)) {}
 
   const std::string& name() const { return name_; }
 
@@ -39,13 +42,16 @@ class RecordingListener final : public VEMOKOBUEventListener {
   void onVEMOTryToReconnect() override;
   void onVEMOConnectionRecovery() override;
 
- private:
-  template <class... Args>
-  void called(std::string_view operation, const Args&... args);
+ protected:
+  /// Whether what `operation` brings is noted.
+  virtual bool notes(std::string_view /*operation*/) const { return true; }
 
+ private:
+  template <auto operation, class... Args>
+  void hear(std::string_view name, const Args&... args);
+
+  const std::shared_ptr<Notes> notes_;
   const std::string name_;
-  const std::vector<std::string> operations_;
-  Recorder& recorder_;
 };
 
-}  // namespace vemo::replay
+}  // namespace vemo

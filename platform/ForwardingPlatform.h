@@ -21,11 +21,11 @@
 #include "bridge/VEMOLogger.h"
 #include "bridge/VEMOUIRenderSource.h"
 #include "bridge/VEMOWebView.h"
-#include "testing/Forwarding.h"
+#include "platform/Forwarding.h"
 
 // The pieces of a platform, the web view, the base router, the source of views and native
-// listeners. Each of these passes every call on to its target (testing/Forwarding.h), so that a
-// double overrides the one operation that it is about.
+// listeners. Each of these passes every call on to its target (platform/Forwarding.h), so that what
+// stands in between overrides the operations that it is about.
 
 namespace vemo {
 

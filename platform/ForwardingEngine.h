@@ -11,11 +11,11 @@
 #include "bridge/KOBUCloudDelegate.h"
 #include "bridge/KOBUDeviceManager.h"
 #include "bridge/PWAudioEffectManager.h"
-#include "testing/Forwarding.h"
+#include "platform/Forwarding.h"
 
 // The engine with its managers, its class, and who hears of its events. Each of these passes every
-// call on to its target (testing/Forwarding.h), so that a double overrides the one operation that
-// it is about.
+// call on to its target (platform/Forwarding.h), so that what stands in between overrides
+// the operations that it is about.
 
 namespace vemo {
 

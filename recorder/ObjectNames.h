@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "bridge/VEMOLogger.h"
+#include "bridge/VEMOUIRenderSource.h"
+#include "bridge/VEMOWebView.h"
+
+namespace vemo {
+
+/// What notes call the objects that a host makes: their addresses differ from run to run.
+/// Threads: any.
+class ObjectNames {
+ public:
+  /// Calls `view` by `name` from now on.
+  void give(const NativeView& view, std::string name);
+
+  /// The name of `view`; without one it gets "view 1", "view 2", ... in the order in which
+  /// they are asked for.
+  std::string nameOf(const NativeView& view);
+
+  /// Makes the address of `webView` one that `masked` finds.
+  void add(const VEMOWebView& webView);
+
+  /// The action parameter of `record`, which has one, with the addresses of these objects
+  /// written as 0x*: `*record.actionParam` itself when there are none, else a view of `buffer`.
+  std::string_view masked(const DUNLogParam& record, std::string& buffer) const;
+
+ private:
+  mutable std::mutex mutex_;
+  std::unordered_map<std::uintptr_t, std::string> views_;
+  std::unordered_set<std::uintptr_t> webViews_;
+  std::size_t unnamed_ = 0;
+};
+
+}  // namespace vemo
