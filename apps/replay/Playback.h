@@ -6,11 +6,12 @@
 #include <iosfwd>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "Transcript.h"
 #include "Replay.h"
 #include "Scenario.h"
+#include "Transcript.h"
 
 namespace vemo::replay {
 

@@ -95,7 +95,7 @@ TEST(SecretMask, EscapesMayBeEscapedInAnyWay) {
 TEST(SecretMask, WhatIsTooDeepIsHidden) {
   const auto nested = [](int times, std::string_view innermost) {
     std::string text(innermost);
-    for (int i = 0; i < times; ++i) text = inJson("[" + text + "]");
+    for (int i = 0; i < times; ++i) text = inJson(std::string("[").append(text).append("]"));
     return text;
   };
   const std::string secret = R"({"a":1,"userSig":"top-secret"})";
