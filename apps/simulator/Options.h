@@ -12,7 +12,8 @@ struct SimulatorOptions {
   std::string pageFolder;  ///< empty: where the build put the page
   std::uint64_t seed = 1;
   std::size_t roomCapacity = 50;
-  std::string logFile;  ///< empty: standard error
+  std::string logFile;       ///< empty: standard error
+  std::string recordFolder;  ///< empty: nothing is recorded
   bool help = false;
 };
 
