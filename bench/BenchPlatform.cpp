@@ -2,6 +2,9 @@
 
 #include <cstdlib>
 #include <iostream>
+#include <utility>
+
+#include "recorder/NoteRing.h"
 
 namespace vemo::bench {
 
@@ -17,14 +20,33 @@ void CountingWebView::loadJs(const std::string& script, bool /*needLog*/) {
   if (keeps) kept = script;
 }
 
-BenchPlatform::BenchPlatform() {
+BenchPlatform::BenchPlatform(bool recorded) {
   const auto fake = rest_.pieces();
-  router = VEMOKOBUMsgRouter::create(
-      std::make_unique<JSMsgRouter>(
-          logger, std::make_shared<MainThreadReplyDelivery>(mainQueue, "reply"), webView),
-      {fake.engineClass, logger, fake.systemLog, mainQueue, fake.notifications,
-       fake.crossProcessNotifications, fake.captureAuthorization, fake.alerts, fake.application,
-       fake.downloads, fake.images, fake.system, fake.extensionLauncher, fake.appGroup});
+  Platform platform{fake.engineClass,
+                    logger,
+                    fake.systemLog,
+                    mainQueue,
+                    fake.notifications,
+                    fake.crossProcessNotifications,
+                    fake.captureAuthorization,
+                    fake.alerts,
+                    fake.application,
+                    fake.downloads,
+                    fake.images,
+                    fake.system,
+                    fake.extensionLauncher,
+                    fake.appGroup};
+  std::shared_ptr<ReplyDelivery> delivery =
+      std::make_shared<MainThreadReplyDelivery>(mainQueue, "reply");
+  if (recorded) {
+    recorder_ = std::make_unique<Recorder>(platform, std::make_shared<NoteRing>(NoteRingOptions()));
+    delivery = recorder_->replies(std::move(delivery));
+  }
+  const auto used = recorded ? recorder_->platform() : platform;
+  std::unique_ptr<VEMOJSMsgRouter> base =
+      std::make_unique<JSMsgRouter>(used.logger, std::move(delivery), webView);
+  if (recorded) base = recorder_->baseRouter(std::move(base));
+  router = VEMOKOBUMsgRouter::create(std::move(base), used);
   router->receive(R"({"head":{"module":"kobu","action":"initSDK"}})");
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "bridge/Platform.h"
+#include "recorder/Recorder.h"
 #include "testing/FakePlatform.h"
 #include "testing/NullPlatform.h"
 #include "webview/VEMOKOBUMsgRouter.h"
@@ -57,10 +58,11 @@ class StagedQueue final : public MainQueue {
   std::vector<std::function<void()>> tasks_;
 };
 
-/// The real router and base router on a platform that does nothing and counts.
+/// The real router and base router on a platform that does nothing and counts, with a
+/// recorder in between that keeps the last minutes, or without.
 class BenchPlatform {
  public:
-  BenchPlatform();
+  explicit BenchPlatform(bool recorded = false);
 
   CountingLogger logger;
   std::shared_ptr<CountingWebView> webView = std::make_shared<CountingWebView>();
@@ -68,6 +70,7 @@ class BenchPlatform {
 
  private:
   FakePlatform rest_;
+  std::unique_ptr<Recorder> recorder_;
 
  public:
   std::shared_ptr<VEMOKOBUMsgRouter> router;

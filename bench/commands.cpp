@@ -1,6 +1,7 @@
 // A command, from the page's text to the reply's text, with its log record: the whole
 // road through base router and router ("router"), beside parsing that message and writing
-// the same texts with Boost.JSON alone ("json"), the reply's value being ready made.
+// the same texts with Boost.JSON alone ("json"), the reply's value being ready made; and the
+// same road with a recorder that keeps the last minutes ("recorded").
 
 #include <benchmark/benchmark.h>
 
@@ -59,8 +60,8 @@ const std::vector<Command>& commands() {
   return all;
 }
 
-void throughRouter(benchmark::State& state, const Command& command) {
-  BenchPlatform platform;
+void throughRouter(benchmark::State& state, const Command& command, bool recorded) {
+  BenchPlatform platform(recorded);
   const auto before = allocations();
   for (auto round : state) {
     static_cast<void>(round);
@@ -115,7 +116,8 @@ void commandAlone(benchmark::State& state, const Command& command) {
   for (const auto& command : commands()) {
     const std::string name = std::string("command/") + command.name;
     benchmark::RegisterBenchmark((name + "/json").c_str(), commandAlone, command);
-    benchmark::RegisterBenchmark((name + "/router").c_str(), throughRouter, command);
+    benchmark::RegisterBenchmark((name + "/router").c_str(), throughRouter, command, false);
+    benchmark::RegisterBenchmark((name + "/recorded").c_str(), throughRouter, command, true);
   }
   return true;
 }();

@@ -163,7 +163,7 @@ void throughRouter(benchmark::State& state, void (*event)(VEMOKOBUMsgRouter&)) {
 }
 
 void eventAlone(benchmark::State& state, const char* name, void (*event)(VEMOKOBUMsgRouter&),
-               void (*alone)(JsonAlone&, WrittenTexts&)) {
+                void (*alone)(JsonAlone&, WrittenTexts&)) {
   JsonAlone json;
   WrittenTexts texts;
   alone(json, texts);  // grows the texts to their size

@@ -39,16 +39,17 @@ class RatioReporter final : public benchmark::BenchmarkReporter {
     }
   }
 
-  void printRatios(std::ostream& out) const {
-    constexpr std::string_view router = "/router";
+  /// The runs `name` beside the runs `other` of the same cases.
+  void printRatios(std::ostream& out, const std::string& name, const std::string& other) const {
+    const auto router = "/" + name;
     out << '\n'
         << std::left << std::setw(34) << "best of all runs" << std::right << std::setw(12)
-        << "router ns" << std::setw(12) << "json ns" << std::setw(8) << "ratio" << std::setw(16)
-        << "router allocs" << std::setw(14) << "json allocs" << '\n';
-    for (const auto& [name, routers] : best_) {
-      if (!name.ends_with(router)) continue;
-      const auto stem = name.substr(0, name.size() - router.size());
-      const auto json = best_.find(stem + "/json");
+        << name + " ns" << std::setw(12) << other + " ns" << std::setw(8) << "ratio"
+        << std::setw(16) << name + " allocs" << std::setw(14) << other + " allocs" << '\n';
+    for (const auto& [run, routers] : best_) {
+      if (!run.ends_with(router)) continue;
+      const auto stem = run.substr(0, run.size() - router.size());
+      const auto json = best_.find(stem + "/" + other);
       if (json == best_.end()) continue;
       out << std::left << std::setw(34) << stem << std::right << std::fixed << std::setprecision(0)
           << std::setw(12) << routers.nanoseconds << std::setw(12) << json->second.nanoseconds
@@ -77,6 +78,7 @@ int main(int argc, char** argv) {
 
   RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
-  reporter.printRatios(std::cout);
+  reporter.printRatios(std::cout, "router", "json");
+  reporter.printRatios(std::cout, "recorded", "router");
   benchmark::Shutdown();
 }

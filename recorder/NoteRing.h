@@ -36,7 +36,7 @@ struct NoteRingOptions {
 ///
 /// Secrets are in memory as they came; `recording` masks them. What a process leaves behind
 /// that ends by a signal is nothing: a host that must have the last minutes of a crash streams
-/// its session to a file (RecordingStream). Any thread.
+/// its session to a file (LineJournal). Any thread.
 class NoteRing final : public Journal {
  public:
   explicit NoteRing(NoteRingOptions options) : options_(std::move(options)) {}

@@ -59,9 +59,27 @@ std::optional<RecordedNote> noteIn(const json::object& line) {
   return note;
 }
 
-bool readHeader(const std::string& line, Recording& recording, std::string& error) {
-  const auto header = objectIn(line);
-  const auto version = header ? integer(*header, "vemorec") : std::nullopt;
+/// Takes in one line; false when it is damaged. Lines of which a writer says that they are
+/// lost leave a gap.
+bool takeLine(const json::object& line, Recording& recording) {
+  if (line.contains("lost")) {
+    recording.whole = false;
+    return true;
+  }
+  auto note = noteIn(line);
+  if (note) recording.notes.push_back(*std::move(note));
+  return note.has_value();
+}
+
+/// The first line: what the file is, or, where the older files of a session are not there, a
+/// note.
+bool takeFirstLine(const std::string& line, Recording& recording, std::string& error) {
+  const auto first = objectIn(line);
+  const auto version = first ? integer(*first, "vemorec") : std::nullopt;
+  if (first && !version && takeLine(*first, recording)) {
+    recording.whole = false;
+    return true;
+  }
   if (!version || *version < 1) {
     error = "this is no recording";
     return false;
@@ -71,10 +89,10 @@ bool readHeader(const std::string& line, Recording& recording, std::string& erro
             " of a later version; this one reads forms up to " + std::to_string(kRecordingVersion);
     return false;
   }
-  if (const auto* const program = header->if_contains("program"); program && program->is_string()) {
+  if (const auto* const program = first->if_contains("program"); program && program->is_string()) {
     recording.program = program->get_string();
   }
-  recording.whole = flag(*header, "whole");
+  recording.whole = flag(*first, "whole");
   return true;
 }
 
@@ -104,18 +122,15 @@ std::optional<Recording> readRecording(std::istream& in, std::string& error) {
   Recording recording;
   std::string line;
   std::getline(in, line);
-  if (!readHeader(line, recording, error)) return std::nullopt;
+  if (!takeFirstLine(line, recording, error)) return std::nullopt;
   for (std::int64_t number = 2; std::getline(in, line); ++number) {
     const auto object = objectIn(line);
-    auto note = object ? noteIn(*object) : std::nullopt;
-    if (note) {
-      recording.notes.push_back(*std::move(note));
-    } else if (in.eof()) {
-      recording.cutOff = true;
-    } else {
+    if (object && takeLine(*object, recording)) continue;
+    if (!in.eof()) {
       error = "line " + std::to_string(number) + " of the recording is damaged";
       return std::nullopt;
     }
+    recording.cutOff = true;
   }
   if (in.bad()) {
     error = "the recording can't be read to its end";

@@ -19,7 +19,9 @@
 //     {"task":{"drain":1},"n":9,"by":8,"at":...,"thread":"main"}
 //
 // "n" is the step's number, "by" that of the step that queued the task. "before" is true for
-// steps whose effects are not there any more, "overlaps" as in Note.
+// steps whose effects are not there any more, "overlaps" as in Note. A line with "lost" stands for
+// lines that could not be written. Where a session has several files, only the oldest has the
+// first line.
 
 namespace vemo {
 

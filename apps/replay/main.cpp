@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Accept.h"
+#include "Minimise.h"
 #include "Nearest.h"
 #include "Replay.h"
 #include "SessionWriter.h"
@@ -25,6 +26,7 @@ constexpr std::string_view kUsage =
        vemo-replay --check [--junit REPORT.xml] FILE.jsonl|FOLDER...
        vemo-replay --accept FILE.jsonl
        vemo-replay --from FILE.vemorec
+       vemo-replay --minimise FILE.jsonl
 Plays a scenario of the router (- for standard input) and writes the transcript.
 
   --check    write what differs from the steps' "expect", and how much was checked; of several
@@ -33,6 +35,7 @@ Plays a scenario of the router (- for standard input) and writes the transcript.
   --junit    write the results as JUnit's XML, too
   --accept   write what the steps did into the file as their "expect"; what holds stays as it is
   --from     write a recording as a scenario
+  --minimise write the scenario without the steps that its first difference does not need
   --help     show this text
 
 Exit status, the worst of all: 0 done, 1 an expectation failed, 2 a scenario can't be read,
@@ -44,6 +47,8 @@ int usageError(std::string_view sentence) {
   std::cerr << kUsage;
   return vemo::replay::kUnreadable;
 }
+
+constexpr std::array<std::string_view, 4> kJobs{"--check", "--accept", "--from", "--minimise"};
 
 int fromRecording(std::istream& in, std::string_view name) {
   std::string error;
@@ -61,9 +66,7 @@ int fromRecording(std::istream& in, std::string_view name) {
 int main(int argc, char** argv) {
   using namespace vemo::replay;
   namespace fs = std::filesystem;
-  auto mode = Mode::transcript;
-  bool accepting = false;
-  bool from = false;
+  std::string_view job;  // which of the options that do something other than play
   std::string junit;
   std::vector<std::string> files;
   const std::vector<std::string_view> arguments(argv + 1, argv + argc);
@@ -72,19 +75,17 @@ int main(int argc, char** argv) {
       std::cout << kUsage;
       return kDone;
     }
-    if (*argument == "--check") {
-      mode = Mode::check;
-    } else if (*argument == "--accept") {
-      accepting = true;
-    } else if (*argument == "--from") {
-      from = true;
+    if (std::ranges::find(kJobs, *argument) != kJobs.end()) {
+      if (!job.empty() && job != *argument)
+        return usageError(std::string(job) + " does not go with " + std::string(*argument));
+      job = *argument;
     } else if (*argument == "--junit") {
       if (++argument == arguments.end() || argument->empty())
         return usageError("--junit needs the name of a file");
       junit = *argument;
     } else if (argument->starts_with("--")) {
-      static constexpr std::array<std::string_view, 5> options{"--check", "--junit", "--accept",
-                                                               "--from", "--help"};
+      std::vector<std::string_view> options(kJobs.begin(), kJobs.end());
+      options.insert(options.end(), {"--junit", "--help"});
       return usageError("unknown option " + std::string(*argument) +
                         didYouMean(*argument, options));
     } else {
@@ -92,30 +93,32 @@ int main(int argc, char** argv) {
     }
   }
   if (files.empty()) return usageError("");
-  if (accepting && (mode == Mode::check || !junit.empty()))
-    return usageError("--accept goes with no other option");
-  if (from && (accepting || mode == Mode::check)) return usageError("--from goes with no other option");
-  if (!junit.empty() && mode != Mode::check) return usageError("--junit goes with --check");
+  if (!junit.empty() && job != "--check") return usageError("--junit goes with --check");
   std::error_code noFolder;
   const bool isSuite = files.size() > 1 || !junit.empty() || fs::is_directory(files[0], noFolder);
-  if (mode == Mode::check && isSuite) {
+  if (job == "--check" && isSuite) {
     if (std::ranges::count(files, "-") > 0)
       return usageError("of several scenarios, none can be standard input");
     return checkSuite(files, junit, std::cout, std::cerr);
   }
   if (files.size() != 1) return usageError("");
-  if (accepting) return acceptFile(files.front(), std::cout, std::cerr);
-  std::ios::sync_with_stdio(false);
   const auto& name = files.front();
-  if (name == "-" && from) return fromRecording(std::cin, name);
-  if (name == "-") return replay(std::cin, mode, std::cout, std::cerr);
+  if (job == "--accept") return acceptFile(name, std::cout, std::cerr);
+
+  std::ios::sync_with_stdio(false);
+  const auto run = [&](std::istream& in, const fs::path& folder) -> int {
+    if (job == "--from") return fromRecording(in, name);
+    if (job == "--minimise") return minimise(in, std::cout, std::cerr, folder);
+    const auto mode = job == "--check" ? Mode::check : Mode::transcript;
+    return replay(in, mode, std::cout, std::cerr, folder);
+  };
+  if (name == "-") return run(std::cin, fs::path());
   std::ifstream file(name);
   file.peek();  // a folder can be opened, but not read
   if (!file.is_open() || file.bad()) {
     std::cerr << name << " can't be read: " << std::strerror(errno) << '\n';
     return kUnreadable;
   }
-  if (from) return fromRecording(file, name);
   file.clear();  // an empty file is a scenario without steps
-  return replay(file, mode, std::cout, std::cerr, fs::path(name).parent_path());
+  return run(file, fs::path(name).parent_path());
 }

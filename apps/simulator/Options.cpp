@@ -37,6 +37,7 @@ std::optional<SimulatorOptions> optionsFrom(int argc, char** argv, std::string& 
                              option{"seed", required_argument, nullptr, 's'},
                              option{"room-capacity", required_argument, nullptr, 'r'},
                              option{"log", required_argument, nullptr, 'l'},
+                             option{"record", required_argument, nullptr, 'R'},
                              option{"help", no_argument, nullptr, 'h'},
                              option{nullptr, 0, nullptr, 0}};
   SimulatorOptions options;
@@ -62,6 +63,7 @@ std::optional<SimulatorOptions> optionsFrom(int argc, char** argv, std::string& 
       case 's': good = read(optarg, options.seed); break;
       case 'r': good = read(optarg, options.roomCapacity) && options.roomCapacity > 0; break;
       case 'l': options.logFile = optarg; break;
+      case 'R': options.recordFolder = optarg; break;
       case 'h': options.help = true; break;
       case ':': error = std::string(argv[optind - 1]) + " needs a value."; return std::nullopt;
       default: error = std::string("Unknown option ") + argv[optind - 1] + "."; return std::nullopt;
@@ -95,6 +97,7 @@ simulated classroom cloud. Listens on the loopback interface only.
   --seed N            seed of the simulated cloud (1)
   --room-capacity N   how many fit into a room (50)
   --log FILE          write the log to FILE, not to standard error
+  --record DIR        write the session of each page to a file in DIR (vemo-replay --from)
   --help              show this text
 )";
 }

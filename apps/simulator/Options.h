@@ -16,7 +16,8 @@ struct SimulatorOptions {
   std::optional<PageAddress> pageUrl;  ///< of the page in the phones; with neither, the classroom
   std::uint64_t seed = 1;
   std::size_t roomCapacity = 50;
-  std::string logFile;  ///< empty: standard error
+  std::string logFile;       ///< empty: standard error
+  std::string recordFolder;  ///< empty: nothing is recorded
   bool help = false;
 };
 

@@ -53,8 +53,7 @@ struct Phone::Parts {
         screen(std::make_shared<PhoneScreen>()),
         notes(std::make_shared<LiveNotes>(page)),
         lastMinutes(std::make_shared<NoteRing>(ringOptions())),
-        recorder(pieces(), std::make_shared<JournalGroup>(
-                               std::vector<std::shared_ptr<Journal>>{notes, lastMinutes})),
+        recorder(pieces(), std::make_shared<JournalGroup>(journals())),
         renderSource(recorder.renderSource(screen)) {}
 
   std::unique_ptr<VEMOJSMsgRouter> makeBaseRouter() {
@@ -70,6 +69,14 @@ struct Phone::Parts {
     auto noting = recorder.platform();
     noting.owner = std::move(owner);
     return noting;
+  }
+
+  std::vector<std::shared_ptr<Journal>> journals() const {
+    std::vector<std::shared_ptr<Journal>> all{notes, lastMinutes};
+    if (auto whole = environment.makeJournal ? environment.makeJournal() : nullptr) {
+      all.push_back(std::move(whole));
+    }
+    return all;
   }
 
   Platform pieces() {

@@ -2,8 +2,10 @@
 #include <exception>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "platform/CurlDownloadService.h"
@@ -16,6 +18,7 @@
 #include "simulator/Note.h"
 #include "simulator/Options.h"
 #include "simulator/Phone.h"
+#include "simulator/SessionFiles.h"
 #include "simulator/SimulatedMusic.h"
 #include "simulator/WebServer.h"
 
@@ -43,6 +46,13 @@ int run(int argc, char** argv) {
   const auto logger = JsonLineLogger::create(logging, &error);
   if (!logger) return fail("Can't write the log: " + error);
   StreamSystemLog systemLog;
+
+  std::optional<SessionFiles> sessions;
+  try {
+    sessions.emplace(options->recordFolder);
+  } catch (const std::system_error& problem) {
+    return fail("Can't record in " + options->recordFolder + ": " + problem.code().message());
+  }
 
   const auto ownLogger = logger->forSession("server");
   WebServerOptions web;
@@ -75,7 +85,9 @@ int run(int argc, char** argv) {
         .systemLog = systemLog,
         .mainQueue = mainQueue,
         .makeDownloads = [&] { return downloads.forRequester(); },
-        .makeImages = [&] { return images.forRequester(); }};
+        .makeImages = [&] { return images.forRequester(); },
+        .makeJournal =
+            sessions->makeJournal([&](std::string_view line) { note(*ownLogger, line); })};
 
     server->stopOnSignals();
     std::cout << "http://127.0.0.1:" << server->port() << "/\n" << std::flush;

@@ -35,7 +35,8 @@ TEST(Options, HaveDefaults) {
 TEST(Options, AreRead) {
   std::string error;
   const auto options = parsed(
-      {"--port", "0", "--shell=x", "--seed", "99", "--room-capacity", "2", "--log", "y", "--help"},
+      {"--port", "0", "--shell=x", "--seed", "99", "--room-capacity", "2", "--log", "y", "--record",
+       "z", "--help"},
       error);
   ASSERT_TRUE(options);
   EXPECT_EQ(options->port, 0);
@@ -43,6 +44,7 @@ TEST(Options, AreRead) {
   EXPECT_EQ(options->seed, 99U);
   EXPECT_EQ(options->roomCapacity, 2U);
   EXPECT_EQ(options->logFile, "y");
+  EXPECT_EQ(options->recordFolder, "z");
   EXPECT_TRUE(options->help);
 }
 

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <initializer_list>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -14,6 +15,7 @@
 #include "platform/JSMsgRouter.h"
 #include "platform/MainThreadQueue.h"
 #include "platform/PixbufImageDecoder.h"
+#include "recorder/Recording.h"
 #include "simulation/EngineCodes.h"
 #include "simulator/FakePage.h"
 #include "simulator/PhoneScreen.h"
@@ -403,6 +405,29 @@ TEST_F(PhoneTest, NotesHoldNoSignature) {
     EXPECT_TRUE(effect->at("args").at(2).as_string().starts_with("***")) << text;
   }
   EXPECT_TRUE(speedTest);
+}
+
+TEST_F(PhoneTest, GivesTheRecordingOfItsLastMinutes) {
+  const auto ada = entered("ada");
+  frame(ada, {{"kind", "save"}});
+  ASSERT_EQ(ada.page->frames("saved").size(), 1U);
+  const std::string text(ada.page->frames("saved")[0].at("text").as_string());
+  std::istringstream in(text);
+  std::string error;
+  const auto recording = readRecording(in, error);
+  ASSERT_TRUE(recording) << error;
+  EXPECT_TRUE(recording->whole);
+  const auto is = [](const RecordedNote& note, std::string_view key, std::string_view value) {
+    const auto* const member = note.what.if_contains(key);
+    return member && member->is_string() && member->as_string() == value;
+  };
+  EXPECT_EQ(
+      std::ranges::count_if(recording->notes,
+                            [&](const auto& note) { return is(note, "event", "onEnterRoom"); }),
+      1);
+  EXPECT_EQ(std::ranges::count_if(recording->notes,
+                                  [&](const auto& note) { return is(note, "call", "enterRoom"); }),
+            1);
 }
 
 TEST_F(PhoneTest, TheNetworkCanBeCutAndRestored) {
