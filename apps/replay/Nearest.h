@@ -17,6 +17,7 @@ std::string_view nearestName(std::string_view name, const std::vector<std::strin
 template <std::ranges::input_range Names>
 std::string didYouMean(std::string_view name, Names&& known) {
   std::vector<std::string_view> names;
+  if constexpr (std::ranges::sized_range<Names>) names.reserve(std::ranges::size(known));
   for (const auto& one : known) names.emplace_back(one);
   const auto nearest = nearestName(name, names);
   return nearest.empty() ? "" : "; did you mean \"" + std::string(nearest) + "\"?";
