@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <random>
+#include <utility>
 
 namespace vemo {
 namespace {
@@ -24,18 +25,49 @@ struct Character {
   // Bytes are themselves. What an escape means is a code unit: ASCII as the byte, any other
   // above this.
   static constexpr std::int32_t kUnit = 0x10000;
-  static constexpr std::int32_t kEnd = -1;  ///< of the string, or of the text
+  static constexpr std::int32_t kEnd = 0x20000;  ///< of the string, or of the text
 
-  std::int32_t value;
-  std::size_t at;  ///< where it begins in the text
+  Character(std::int32_t meant, std::size_t begin)
+      : value(static_cast<std::uint32_t>(meant) & 0xFFFFFU), at(begin & 0xFFF'FFFF'FFFFU) {}
+
+  // In 8 bytes, as there is one of these for each byte of a long text.
+  std::uint64_t value : 20;
+  std::uint64_t at : 44;  ///< where it begins in the text
 
   bool isEnd() const { return value == kEnd; }
   bool is(char c) const { return value == static_cast<unsigned char>(c); }
   bool isBlank() const { return is(' ') || is('\t') || is('\n') || is('\r'); }
 };
+static_assert(sizeof(Character) == 8);
 
-/// Ends with a kEnd, at the text's end.
-using Layer = std::vector<Character>;
+/// The first layer: the text as it stands.
+class PlainLayer {
+ public:
+  explicit PlainLayer(std::string_view text) : text_(text) {}
+  std::size_t size() const { return text_.size() + 1; }
+  Character operator[](std::size_t at) const {
+    if (at >= text_.size()) return {Character::kEnd, text_.size()};
+    return {static_cast<unsigned char>(text_[at]), at};
+  }
+  bool hasEscapes() const { return text_.find('\\') != std::string_view::npos; }
+
+ private:
+  std::string_view text_;
+};
+
+/// Another one. Each ends with a kEnd, at the text's end.
+class Layer {
+ public:
+  explicit Layer(std::vector<Character> characters) : characters_(std::move(characters)) {}
+  std::size_t size() const { return characters_.size(); }
+  const Character& operator[](std::size_t at) const { return characters_[at]; }
+  bool hasEscapes() const {
+    return std::ranges::any_of(characters_, [](const auto& one) { return one.is('\\'); });
+  }
+
+ private:
+  std::vector<Character> characters_;
+};
 
 int hexDigit(std::int32_t value) {
   if (value >= '0' && value <= '9') return value - '0';
@@ -52,10 +84,10 @@ struct Meaning {
   bool isEnd() const { return value == Character::kEnd; }
 };
 
-Meaning meaningAt(const Layer& layer, std::size_t at) {
+Meaning meaningAt(const auto& layer, std::size_t at) {
   const auto& plain = layer[at];
   if (plain.isEnd() || plain.is('"')) return {Character::kEnd, at};
-  if (!plain.is('\\')) return {plain.value, at + 1};
+  if (!plain.is('\\')) return {static_cast<std::int32_t>(plain.value), at + 1};
   const auto& escape = layer[at + 1];
   if (escape.isEnd()) return {Character::kEnd, at};
   at += 2;
@@ -71,31 +103,23 @@ Meaning meaningAt(const Layer& layer, std::size_t at) {
         unit = unit * 16 + hexDigit(layer[at].value);
       return {unit < 0x80 ? unit : Character::kUnit + unit, at};
     }
-    default: return {escape.value, at};
+    default: return {static_cast<std::int32_t>(escape.value), at};
   }
 }
 
-Layer firstLayer(std::string_view text) {
-  Layer layer;
-  layer.reserve(text.size() + 1);
-  for (const auto c : text) layer.push_back({static_cast<unsigned char>(c), layer.size()});
-  layer.push_back({Character::kEnd, text.size()});
-  return layer;
-}
-
-/// Each layer is shorter than the one before, or has no escapes left.
-Layer nextLayer(const Layer& layer) {
-  Layer next;
-  next.reserve(layer.size());
-  for (std::size_t at = 0; at < layer.size();) {
-    const auto meaning = meaningAt(layer, at);
-    next.push_back({meaning.value, layer[at].at});
+/// What `before` means.
+Layer nextLayer(const auto& before) {
+  std::vector<Character> characters;
+  characters.reserve(before.size());
+  for (std::size_t at = 0; at < before.size();) {
+    const auto meaning = meaningAt(before, at);
+    characters.emplace_back(meaning.value, before[at].at);
     at = meaning.isEnd() ? at + 1 : meaning.next;
   }
-  return next;
+  return Layer(std::move(characters));
 }
 
-std::size_t afterBlanks(const Layer& layer, std::size_t at) {
+std::size_t afterBlanks(const auto& layer, std::size_t at) {
   while (layer[at].isBlank()) ++at;
   return at;
 }
@@ -136,16 +160,17 @@ std::string shortHash(const std::string& value) {
 
 /// Whether the string that begins at `at`, just after its quote, is `key`; then `at` is moved
 /// behind its end.
-bool skipKey(const Layer& layer, std::size_t& at, std::string_view key) {
+bool skipKey(const auto& layer, std::size_t& at, std::string_view key) {
   std::string read;
   auto end = at;
   while (read.size() < key.size()) {
     const auto meaning = meaningAt(layer, end);
     if (meaning.isEnd()) return false;
     appendAsUtf8(read, meaning.value);
+    if (!key.starts_with(read)) return false;
     end = meaning.next;
   }
-  if (read != key || !layer[end].is('"')) return false;
+  if (!layer[end].is('"')) return false;
   at = end + 1;
   return true;
 }
@@ -159,7 +184,7 @@ struct Value {
 };
 
 /// The text whose first character is at `begin`.
-Value textValue(const Layer& layer, std::size_t begin) {
+Value textValue(const auto& layer, std::size_t begin) {
   Value value{begin};
   for (auto meaning = meaningAt(layer, begin); !meaning.isEnd();
        meaning = meaningAt(layer, value.end)) {
@@ -171,7 +196,7 @@ Value textValue(const Layer& layer, std::size_t begin) {
 }
 
 /// The number, word, object or array that begins at `begin`.
-Value plainValue(const Layer& layer, std::size_t begin) {
+Value plainValue(const auto& layer, std::size_t begin) {
   Value value{begin};
   std::size_t open = 0;  // brackets
   bool quoted = false;
@@ -197,7 +222,7 @@ Value plainValue(const Layer& layer, std::size_t begin) {
       value.whole = true;
       return value;
     }
-    appendAsUtf8(value.content, character.value);
+    appendAsUtf8(value.content, static_cast<std::int32_t>(character.value));
   }
 }
 
@@ -217,7 +242,7 @@ class Search {
  public:
   explicit Search(const std::vector<std::string>& keys) : keys_(keys) {}
 
-  void look(const Layer& layer, unsigned depth) {
+  void look(const auto& layer, unsigned depth) {
     std::size_t backslashes = 0;  // just before `at`; an escaped quote is of the next layer
     for (std::size_t at = 0; at < layer.size();) {
       const auto& character = layer[at++];
@@ -228,7 +253,7 @@ class Search {
   }
 
   /// Hides each rest of a string from its first escape on.
-  void hideEscapes(const Layer& layer) {
+  void hideEscapes(const auto& layer) {
     for (std::size_t at = 0; at < layer.size(); ++at) {
       if (!layer[at].is('\\')) continue;
       const auto begin = at;
@@ -245,7 +270,7 @@ class Search {
 
  private:
   /// Where to go on when a string opens just before `at`: behind the value, if it is a key.
-  std::size_t afterSecret(const Layer& layer, unsigned depth, std::size_t at) {
+  std::size_t afterSecret(const auto& layer, unsigned depth, std::size_t at) {
     const auto start = at;
     if (std::ranges::none_of(keys_, [&](const auto& key) { return skipKey(layer, at, key); }))
       return start;
@@ -282,16 +307,19 @@ std::string_view SecretMask::masked(std::string_view text, std::string& buffer) 
   buffer.clear();
   if (isClean(text)) return text;
   Search search(keys_);
-  auto layer = firstLayer(text);
-  for (unsigned depth = 0;; ++depth) {
-    search.look(layer, depth);
-    if (std::ranges::none_of(layer, [](const auto& character) { return character.is('\\'); }))
-      break;
-    if (depth == kDeepest) {
-      search.hideEscapes(layer);
-      break;
+  const PlainLayer first(text);
+  search.look(first, 0);
+  if (first.hasEscapes()) {
+    auto layer = nextLayer(first);
+    search.look(layer, 1);
+    for (unsigned depth = 2; layer.hasEscapes(); ++depth) {
+      if (depth > kDeepest) {
+        search.hideEscapes(layer);
+        break;
+      }
+      layer = nextLayer(layer);
+      search.look(layer, depth);
     }
-    layer = nextLayer(layer);
   }
 
   std::size_t copied = 0;

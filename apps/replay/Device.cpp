@@ -1,18 +1,28 @@
 #include "Device.h"
 
+#include <algorithm>
 #include <charconv>
+#include <cstddef>
+#include <ranges>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
+#include "Nearest.h"
 #include "Values.h"
 
 namespace vemo::replay {
 namespace {
 
+template <std::size_t count>
+using Keys = std::array<std::string_view, count>;
+
 using Texts = std::map<std::string, std::string>;
 
-[[noreturn]] void unknownKey(std::string_view of, std::string_view key) {
-  throw ScenarioError("unknown key \"" + std::string(key) + "\" of " + std::string(of));
+template <class Names>
+[[noreturn]] void unknownKey(std::string_view of, std::string_view key, const Names& known) {
+  throw ScenarioError("unknown key \"" + std::string(key) + "\" of " + std::string(of) +
+                      didYouMean(key, known));
 }
 
 /// "17.0.0", or less of it: the rest is 0.
@@ -57,7 +67,7 @@ DownloadError readDownloadError(const json::value& value) {
     } else if (key == "desc") {
       error.description = read<Text>(member, "desc of download");
     } else {
-      unknownKey("the error of download", key);
+      unknownKey("the error of download", key, Keys<2>{"code", "desc"});
     }
   }
   if (!hasCode) throw ScenarioError("error of download has no code");
@@ -75,55 +85,65 @@ DownloadOutcome readDownload(const json::value& value) {
       outcome.later = member == "later";
       outcome.image = !outcome.later && read<bool>(member, "image of download");
     } else {
-      unknownKey("download", key);
+      unknownKey("download", key, Keys<3>{"error", "data", "image"});
     }
   }
   return outcome;
 }
 
 void mergeResults(Device& device, const json::value& value) {
+  static constexpr std::array<std::pair<std::string_view, std::int64_t Device::*>, 3> results{
+      {{"pauseScreenCapture", &Device::pauseScreenCapture},
+       {"resumeScreenCapture", &Device::resumeScreenCapture},
+       {"stopScreenCapture", &Device::stopScreenCapture}}};
   for (const auto& [key, result] : read<json::object>(value, "results")) {
-    std::int64_t* const member = key == "pauseScreenCapture"    ? &device.pauseScreenCapture
-                                 : key == "resumeScreenCapture" ? &device.resumeScreenCapture
-                                 : key == "stopScreenCapture"   ? &device.stopScreenCapture
-                                                                : nullptr;
-    if (!member) unknownKey("results", key);
-    *member = read<std::int64_t>(result, "result of " + std::string(key));
+    const auto found = std::ranges::find(results, std::string_view(key),
+                                         [](const auto& known) { return known.first; });
+    if (found == results.end()) unknownKey("results", key, std::views::keys(results));
+    device.*found->second = read<std::int64_t>(result, "result of " + std::string(key));
   }
 }
+
+/// What a key of the device sets.
+struct Setting {
+  std::string_view key;
+  void (*set)(Device& device, const json::value& value, std::string_view key);
+};
+
+template <auto member>
+void setPlain(Device& device, const json::value& value, std::string_view key) {
+  auto& target = device.*member;
+  target = read<std::remove_reference_t<decltype(target)>>(value, key);
+}
+
+constexpr auto settings = std::to_array<Setting>({
+    {"os", [](Device& device, const json::value& value, auto) { device.os = readVersion(value); }},
+    {"camera", setPlain<&Device::camera>},
+    {"microphone", setPlain<&Device::microphone>},
+    {"bundle", [](Device& device, const json::value& value,
+                  auto) { device.bundle = readTexts<decltype(device.bundle)>(value, "bundle"); }},
+    {"canOpenSettings", setPlain<&Device::canOpenSettings>},
+    {"appGroup", setPlain<&Device::appGroup>},
+    {"sdkVersion", setPlain<&Device::sdkVersion>},
+    {"views",
+     [](Device& device, const json::value& value, auto) { device.views = readViews(value); }},
+    {"captureVolume", setPlain<&Device::captureVolume>},
+    {"playoutVolume", setPlain<&Device::playoutVolume>},
+    {"results",
+     [](Device& device, const json::value& value, auto) { mergeResults(device, value); }},
+    {"download",
+     [](Device& device, const json::value& value, auto) { device.download = readDownload(value); }},
+});
 
 }  // namespace
 
 void Device::merge(const json::object& changes) {
   for (const auto& [name, value] : changes) {
     const std::string_view key(name.data(), name.size());
-    if (key == "os") {
-      os = readVersion(value);
-    } else if (key == "camera") {
-      camera = read<std::int32_t>(value, key);
-    } else if (key == "microphone") {
-      microphone = read<std::int32_t>(value, key);
-    } else if (key == "bundle") {
-      bundle = readTexts<decltype(bundle)>(value, "bundle");
-    } else if (key == "canOpenSettings") {
-      canOpenSettings = read<bool>(value, key);
-    } else if (key == "appGroup") {
-      appGroup = read<std::string>(value, key);
-    } else if (key == "sdkVersion") {
-      sdkVersion = read<std::string>(value, key);
-    } else if (key == "views") {
-      views = readViews(value);
-    } else if (key == "captureVolume") {
-      captureVolume = read<std::int32_t>(value, key);
-    } else if (key == "playoutVolume") {
-      playoutVolume = read<std::int32_t>(value, key);
-    } else if (key == "results") {
-      mergeResults(*this, value);
-    } else if (key == "download") {
-      download = readDownload(value);
-    } else {
-      unknownKey("device", key);
-    }
+    const auto found = std::ranges::find(settings, key, &Setting::key);
+    if (found == settings.end())
+      unknownKey("device", key, settings | std::views::transform(&Setting::key));
+    found->set(*this, value, key);
   }
 }
 

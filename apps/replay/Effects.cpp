@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <boost/json/object.hpp>
+#include <ranges>
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "Nearest.h"
 #include "ScenarioError.h"
 
 namespace vemo::replay {
@@ -58,6 +61,13 @@ bool hasKey(const EffectRule& rule, std::string_view key) {
   return holds(commonKeys, key) || holds(rule.keys, key);
 }
 
+/// Every key that one of these effects has.
+std::vector<std::string_view> keysOf(std::span<const EffectRule> some) {
+  std::vector<std::string_view> keys(commonKeys.begin(), commonKeys.end());
+  for (const auto& rule : some) keys.insert(keys.end(), rule.keys.begin(), rule.keys.end());
+  return keys;
+}
+
 std::string quoted(std::string_view text) { return "\"" + std::string(text) + "\""; }
 
 /// `value`, where it is an object, may have these fields only.
@@ -66,7 +76,8 @@ void checkFields(const json::value* value, Keys fields, std::string_view of) {
   if (!object) return;
   for (const auto& field : *object) {
     if (!holds(fields, field.key())) {
-      throw ScenarioError("unknown key " + quoted(field.key()) + " of " + std::string(of));
+      throw ScenarioError("unknown key " + quoted(field.key()) + " of " + std::string(of) +
+                          didYouMean(field.key(), fields));
     }
   }
 }
@@ -84,18 +95,23 @@ void checkOne(const json::object& effect) {
   if (name && name->is_string() && name->get_string() != "*") {
     const auto rule =
         std::ranges::find(rules, std::string_view(name->get_string()), &EffectRule::name);
-    if (rule == rules.end()) throw ScenarioError("unknown effect " + quoted(name->get_string()));
+    if (rule == rules.end()) {
+      throw ScenarioError(
+          "unknown effect " + quoted(name->get_string()) +
+          didYouMean(name->get_string(), rules | std::views::transform(&EffectRule::name)));
+    }
     for (const auto& key : effect) {
       if (!hasKey(*rule, key.key())) {
         throw ScenarioError("unknown key " + quoted(key.key()) + " of the effect " +
-                            std::string(rule->name));
+                            std::string(rule->name) + didYouMean(key.key(), keysOf({rule, 1})));
       }
     }
   } else {
     for (const auto& key : effect) {
       const auto has = [&](const EffectRule& rule) { return hasKey(rule, key.key()); };
       if (std::ranges::none_of(rules, has)) {
-        throw ScenarioError("no effect has a key " + quoted(key.key()));
+        throw ScenarioError("no effect has a key " + quoted(key.key()) +
+                            didYouMean(key.key(), keysOf(rules)));
       }
     }
     const auto hasAll = [&](const EffectRule& rule) {

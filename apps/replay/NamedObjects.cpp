@@ -1,6 +1,9 @@
 #include "NamedObjects.h"
 
+#include <ranges>
 #include <utility>
+
+#include "Nearest.h"
 
 namespace vemo::replay {
 
@@ -20,12 +23,17 @@ void NamedObjects::addListener(std::shared_ptr<ScriptedListener> listener) {
 
 std::shared_ptr<ScriptedListener> NamedObjects::listener(const std::string& name) const {
   const auto found = listeners_.find(name);
-  if (found == listeners_.end()) throw ScenarioError("unknown listener \"" + name + "\"");
+  if (found == listeners_.end()) throw unknownListener(name);
   return found->second;
 }
 
+ScenarioError NamedObjects::unknownListener(const std::string& name) const {
+  return ScenarioError("unknown listener \"" + name + '"' +
+                       didYouMean(name, std::views::keys(listeners_)));
+}
+
 void NamedObjects::releaseListener(const std::string& name) {
-  if (listeners_.erase(name) == 0) throw ScenarioError("unknown listener \"" + name + "\"");
+  if (listeners_.erase(name) == 0) throw unknownListener(name);
 }
 
 void NamedObjects::clear() {

@@ -30,6 +30,8 @@ class NamedObjects {
   void clear();
 
  private:
+  ScenarioError unknownListener(const std::string& name) const;
+
   ObjectNames& names_;
   std::map<std::string, std::shared_ptr<NativeView>> views_;
   std::map<std::string, std::shared_ptr<ScriptedListener>> listeners_;

@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <ranges>
 #include <string>
 #include <utility>
+
+#include "Nearest.h"
 
 namespace vemo::replay {
 namespace {
@@ -86,7 +89,8 @@ auto bound(const Rows& rows, std::string_view kind, std::string_view name,
            const json::array& values, NamedObjects& objects, std::shared_ptr<Notes> notes) {
   const auto row = std::ranges::find(rows, name, &Rows::value_type::name);
   if (row == rows.end()) {
-    throw ScenarioError("unknown " + std::string(kind) + " \"" + std::string(name) + "\"");
+    throw ScenarioError("unknown " + std::string(kind) + " \"" + std::string(name) + '"' +
+                        didYouMean(name, rows | std::views::transform(&Rows::value_type::name)));
   }
   Arguments arguments(name, values, objects, std::move(notes));
   return row->bind(arguments);

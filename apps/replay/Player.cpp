@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <limits>
 #include <optional>
+#include <ranges>
 #include <thread>
 #include <utility>
 
+#include "Nearest.h"
 #include "Operations.h"
 #include "webview/KOBUParams_VEMOExt.h"
 
@@ -243,7 +245,8 @@ void Player::press(const Step& step) {
   const auto& actions = open[nth - 1].actions;
   const auto index = std::ranges::find(actions, title, &AlertAction::title) - actions.begin();
   if (index == std::ssize(actions)) {
-    throw ScenarioError("the alert has no button \"" + title + "\"");
+    throw ScenarioError("the alert has no button \"" + title + '"' +
+                        didYouMean(title, actions | std::views::transform(&AlertAction::title)));
   }
   const auto alert = take(open, nth);
   if (const auto& handler = alert->actions[static_cast<std::size_t>(index)].handler) handler();
@@ -293,7 +296,8 @@ void Player::listener(const Step& step) {
     for (const auto& value : *chosen) {
       operations.push_back(read<std::string>(value, "an operation of ops"));
       if (std::ranges::find(known, operations.back()) == known.end()) {
-        throw ScenarioError("unknown operation \"" + operations.back() + "\" of a listener");
+        throw ScenarioError("unknown operation \"" + operations.back() + "\" of a listener" +
+                            didYouMean(operations.back(), known));
       }
     }
   }
@@ -308,7 +312,7 @@ void Player::get(const Step& step) {
       {"hasEnterRoom", "curEnteredRoomUserId", "role", "switchToRole", "supportMode", "listeners"});
   const auto of = step.value<std::string>();
   if (std::ranges::find(names, of) == names.end()) {
-    throw ScenarioError("unknown value \"" + of + "\"");
+    throw ScenarioError("unknown value \"" + of + '"' + didYouMean(of, names));
   }
   if (!router_) return;
   const auto params = router_->enterRoomParams();

@@ -1,8 +1,10 @@
 #include "Rows.h"
 
+#include <array>
 #include <utility>
 
 #include "Effects.h"
+#include "Nearest.h"
 #include "json/JsonText.h"
 
 namespace vemo::replay {
@@ -124,7 +126,8 @@ Table tableFrom(const json::object& keys) {
     if (key == "then") {
       table.then = stepOf(read<json::object>(value, "then"));
     } else if (key != "rows") {
-      throw ScenarioError("unknown key \"" + std::string(key) + "\" of rows");
+      throw ScenarioError("unknown key \"" + std::string(key) + "\" of rows" +
+                          didYouMean(key, std::array<std::string_view, 2>{"rows", "then"}));
     }
   }
   return table;

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <ranges>
 #include <utility>
 
 #include "Effects.h"
+#include "Nearest.h"
 #include "json/JsonReader.h"
 
 namespace vemo::replay {
@@ -61,7 +63,9 @@ const VerbRule& verbOf(const json::object& keys) {
   }
   if (verb) return *verb;
   if (keys.empty()) throw ScenarioError("a step without a verb");
-  throw ScenarioError("unknown verb \"" + std::string(keys.begin()->key()) + "\"");
+  const std::string_view first = keys.begin()->key();
+  throw ScenarioError("unknown verb \"" + std::string(first) + '"' +
+                      didYouMean(first, rules | std::views::transform(&VerbRule::name)));
 }
 
 void checkKeys(const json::object& keys, const VerbRule& rule) {
@@ -70,7 +74,10 @@ void checkKeys(const json::object& keys, const VerbRule& rule) {
     const bool known = key == rule.name || std::ranges::find(rule.keys, key) != rule.keys.end() ||
                        std::ranges::find(commonKeys, key) != commonKeys.end();
     if (!known || key.empty()) {
-      throw ScenarioError("unknown key \"" + std::string(key) + "\" of " + std::string(rule.name));
+      std::vector<std::string_view> names(rule.keys.begin(), rule.keys.end());
+      names.insert(names.end(), commonKeys.begin(), commonKeys.end());
+      throw ScenarioError("unknown key \"" + std::string(key) + "\" of " + std::string(rule.name) +
+                          didYouMean(key, names));
     }
   }
 }

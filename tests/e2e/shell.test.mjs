@@ -187,3 +187,28 @@ test('signatures are masked in the log until they are asked for', async () => {
   await log.locator('pre', { hasText: 'the-secret-one' }).first().waitFor({ state: 'detached' });
   assert.equal((await log.innerHTML()).includes('the-secret-one'), false);
 });
+
+test('the broadcast picker opens once, however often the page asks for it', async () => {
+  const ada = await open();
+  let asked = 0;
+  const twice = new Promise((resolve) => {
+    ada.page.once('websocket', (socket) =>
+      socket.on('framereceived', ({ payload }) => {
+        if (payload.includes('"broadcastPicker"') && ++asked === 2) resolve();
+      }),
+    );
+  });
+  await ada.page.reload();
+  await ada.inPhase('outside');
+  await ada.enter({ name: 'Ada' });
+  await ada.control('Share').click();
+  await ada.view
+    .getByRole('button', { name: 'Share the whole screen' })
+    .evaluate((button) => [1, 2].forEach(() => button.click()));
+  await twice;
+  await ada.dialog('broadcast').getByRole('button', { name: 'Cancel' }).click();
+  // A second one would be shown at once in its place, and take this click.
+  await ada.page.getByRole('button', { name: 'Developer panel' }).click();
+  await ada.view.getByRole('button', { name: 'Share the whole screen' }).click({ timeout: 5000 });
+  await ada.dialog('broadcast').waitFor();
+});

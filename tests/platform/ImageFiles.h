@@ -181,7 +181,7 @@ inline std::string webpPlain(std::uint32_t width, std::uint32_t height, std::uin
   const auto add = [&](std::uint64_t number, unsigned count) {
     for (; count > 0; --count, number >>= 1U, ++bits) {
       if (bits % 8 == 0) bytes += '\0';
-      bytes.back() = static_cast<char>(bytes.back() | (number & 1U) << bits % 8);
+      if (number % 2 != 0) bytes.back() = static_cast<char>(bytes.back() | 1 << bits % 8);
     }
   };
   add(0x2F, 8);

@@ -222,7 +222,7 @@ INSTANTIATE_TEST_SUITE_P(
         Error{"{\"rows\":\"x\"}\n[[{\"log\":{\"lvl\":1}}],{}]",
               "unknown key \"lvl\" of a log record"},
         Error{"{\"rows\":\"x\"}\n[[{\"reply\":{\"eror\":1}}],{}]",
-              "unknown key \"eror\" of the effect reply"},
+              "unknown key \"eror\" of the effect reply; did you mean \"error\"?"},
         Error{"{\"rows\":\"x\"}\n[[{\"effect\":\"rain\"}],{}]", "unknown effect \"rain\""}));
 
 }  // namespace

@@ -38,7 +38,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Case{"\n{\"get\":\"role\"} {}", "no JSON: column 16: extra data"},
                     Case{"\n#\n\"get\"", "a step must be an object"},
                     Case{"3", "a step must be an object"}, Case{"{}", "a step without a verb"},
-                    Case{R"({"comand":"initSDK"})", "unknown verb \"comand\""},
+                    Case{R"({"comand":"initSDK"})",
+                         "unknown verb \"comand\"; did you mean \"command\"?"},
                     Case{R"({"hold":true})", "unknown verb \"hold\""},
                     Case{R"({"free":true,"new":true})", "two verbs, \"free\" and \"new\""},
                     Case{R"({"drain":true,"thread":"main"})", "unknown key \"thread\" of drain"},
@@ -84,7 +85,7 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"{\"free\":true}\n{\"new\":true}\n{\"new\":true}", "the host has a router already"},
         Case{R"({"get":"mood"})", "unknown value \"mood\""},
         Case{R"({"listener":"a","ops":["onEnterRoom"]})",
-             "unknown operation \"onEnterRoom\" of a listener"},
+             "unknown operation \"onEnterRoom\" of a listener; did you mean \"onVEMOEnterRoom\"?"},
         Case{R"({"listener":"a","ops":"all"})", "ops must be an array"},
         Case{R"({"release":"a"})", "unknown listener \"a\""},
         Case{"{\"listener\":\"a\"}\n{\"release\":\"a\"}\n{\"release\":\"a\"}",
@@ -93,21 +94,23 @@ INSTANTIATE_TEST_SUITE_P(
 INSTANTIATE_TEST_SUITE_P(
     Expectations, ScenarioErrors,
     testing::Values(
-        Case{R"({"drain":true,"expect":[{"effect":"replay"}]})", "unknown effect \"replay\""},
+        Case{R"({"drain":true,"expect":[{"effect":"replay"}]})",
+             "unknown effect \"replay\"; did you mean \"reply\"?"},
         Case{R"({"drain":true,"expect":[{"effect":""}]})", "unknown effect \"\""},
         Case{R"({"drain":true,"expect":[{"effect":"reply","eror":null}]})",
-             "unknown key \"eror\" of the effect reply"},
+             "unknown key \"eror\" of the effect reply; did you mean \"error\"?"},
         Case{
             "{\"drain\":true,\"expect\":[]}\n"
             R"({"drain":true,"partial":true,"expect":[{"effect":"log"},{"effect":"log","":null}]})",
             "unknown key \"\" of the effect log"},
         Case{R"({"drain":true,"expect":[{"effect":"openSettings","name":null}]})",
              "unknown key \"name\" of the effect openSettings"},
-        Case{R"({"drain":true,"expect":[{"eror":null}]})", "no effect has a key \"eror\""},
+        Case{R"({"drain":true,"expect":[{"eror":null}]})",
+             "no effect has a key \"eror\"; did you mean \"error\"?"},
         Case{R"({"drain":true,"expect":[{"effect":"*","item":"a","record":null}]})",
              "no effect has all the keys that are expected of one"},
         Case{R"({"drain":true,"expect":[{"effect":"log","record":{"errorcode":null}}]})",
-             "unknown key \"errorcode\" of a log record"},
+             "unknown key \"errorcode\" of a log record; did you mean \"errorCode\"?"},
         Case{R"({"drain":true,"expect":[{"error":{"code":null}}]})",
              "unknown key \"code\" of an error"},
         Case{R"({"drain":true,"expect":[{"effect":"alert","buttons":[{"text":null}]}]})",
@@ -117,7 +120,8 @@ INSTANTIATE_TEST_SUITE_P(
     Arguments, ScenarioErrors,
     testing::Values(
         Case{R"({"event":"onRain"})", "unknown event \"onRain\""},
-        Case{R"({"event":"onEnterRoom:","args":[1]})", "unknown event \"onEnterRoom:\""},
+        Case{R"({"event":"onEnterRoom:","args":[1]})",
+             "unknown event \"onEnterRoom:\"; did you mean \"onEnterRoom\"?"},
         Case{R"({"event":"onEnterRoom"})", "onEnterRoom takes 1 arguments, not 0"},
         Case{R"({"event":"onMicDidReady","args":[1]})", "onMicDidReady takes 0 arguments, not 1"},
         Case{R"({"event":"onMicDidReady","args":{}})", "args must be an array"},
@@ -152,6 +156,33 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"{\"free\":true}\n{\"host\":\"dance\"}", "unknown operation \"dance\""}));
 
 INSTANTIATE_TEST_SUITE_P(
+    Slips, ScenarioErrors,
+    testing::Values(
+        Case{R"({"message":"{}","hld":true})",
+             "unknown key \"hld\" of message; did you mean \"hold\"?"},
+        Case{R"({"command":"x","parms":{}})",
+             "unknown key \"parms\" of command; did you mean \"params\"?"},
+        Case{R"({"get":"roll"})", "unknown value \"roll\"; did you mean \"role\"?"},
+        Case{R"({"event":"onConectionLost"})",
+             "unknown event \"onConectionLost\"; did you mean \"onConnectionLost\"?"},
+        Case{R"({"host":"startLocalPreview"})",
+             "unknown operation \"startLocalPreview\"; did you mean \"startLocalPreivew\"?"},
+        Case{"{\"listener\":\"left\"}\n{\"listener\":\"right\"}\n{\"release\":\"rihgt\"}",
+             "unknown listener \"rihgt\"; did you mean \"right\"?"},
+        Case{"{\"listener\":\"left\"}\n{\"host\":\"addKOBUEventListener\",\"args\":[\"Left\"]}",
+             "unknown listener \"Left\"; did you mean \"left\"?"},
+        Case{R"({"listener":"a","ops":["onVEMOEnterroom"]})",
+             "unknown operation \"onVEMOEnterroom\" of a listener; did you mean "
+             "\"onVEMOEnterRoom\"?"},
+        Case{R"({"device":{"cammera":1}})",
+             "unknown key \"cammera\" of device; did you mean \"camera\"?"},
+        Case{R"({"device":{"results":{"stopScreenCaptur":1}}})",
+             "unknown key \"stopScreenCaptur\" of results; did you mean \"stopScreenCapture\"?"},
+        Case{R"({"device":{"download":{"imaeg":true}}})",
+             "unknown key \"imaeg\" of download; did you mean \"image\"?"},
+        Case{R"({"rows":"x","than":{}})", "unknown key \"than\" of rows; did you mean \"then\"?"}));
+
+INSTANTIATE_TEST_SUITE_P(
     Device, ScenarioErrors,
     testing::Values(
         Case{R"({"device":[]})", "device must be an object"},
@@ -184,6 +215,19 @@ TEST(Buttons, OneThatTheOldestAlertHasNotIsAnError) {
   std::ostringstream err;
   EXPECT_EQ(replay(in, Mode::transcript, out, err), kUnreadable);
   EXPECT_EQ(err.str(), "line 5: the alert has no button \"anything\"\n");
+}
+
+TEST(Buttons, OneThatIsNearlyRightIsNamed) {
+  std::istringstream in(
+      "{\"device\":{\"microphone\":2}}\n"
+      "{\"command\":\"initSDK\"}\n"
+      "{\"command\":\"startLocalAudio\"}\n"
+      "{\"press\":\"前往设定\"}\n");
+  std::ostringstream out;
+  std::ostringstream err;
+  EXPECT_EQ(replay(in, Mode::transcript, out, err), kUnreadable);
+  EXPECT_EQ(err.str(),
+            "line 4: the alert has no button \"前往设定\"; did you mean \"前往设置\"?\n");
 }
 
 }  // namespace

@@ -13,8 +13,8 @@
 
 #include "json/JsonText.h"
 #include "json/RecordMapper.h"
-#include "testing/ForwardingEngine.h"
-#include "testing/ForwardingPlatform.h"
+#include "platform/ForwardingEngine.h"
+#include "platform/ForwardingPlatform.h"
 #include "testing/NullEngine.h"
 
 // Each operation of a forwarder reaches the operation of the same name, with its arguments in

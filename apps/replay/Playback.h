@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <iosfwd>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Replay.h"
+#include "Scenario.h"
+#include "Transcript.h"
+
+namespace vemo::replay {
+
+/// A step that was played. Valid within the call that it is given to.
+struct PlayedStep {
+  const Step* step;     ///< null for the making of the router
+  std::int64_t line;    ///< where it is in the file; a table has several in one
+  std::int64_t number;  ///< of the step; 0 for the making of the router
+  const std::vector<Transcript::Effect>& effects;
+};
+
+/// Plays `scenario` as replay() does, and calls `after` behind each step. What is wrong with
+/// it is one line on `err`. Gives kDone, kUnreadable or kSomethingLeft.
+ExitStatus playBack(std::istream& scenario, const std::filesystem::path& folder,
+                    const std::function<void(const PlayedStep&)>& after, std::ostream& err);
+
+/// How a step differs from what it expects: `line 5, step 4: ...`, perhaps of several lines.
+/// Nothing when it does not, or expects nothing.
+std::optional<std::string> failureOf(const PlayedStep& played);
+
+/// "1 step", "2 steps".
+std::string counted(std::int64_t count, std::string_view noun);
+
+}  // namespace vemo::replay

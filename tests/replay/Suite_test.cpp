@@ -1,0 +1,162 @@
+#include "Suite.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "JUnit.h"
+#include "OwnProcess.h"
+#include "platform/Folder.h"
+
+namespace vemo::replay {
+namespace {
+
+class Suite : public testing::Test {
+ protected:
+  std::string write(const std::string& name, const std::string& text) {
+    const std::filesystem::path path(folder_.file(name));
+    std::filesystem::create_directories(path.parent_path());
+    std::ofstream(path) << text;
+    return path.string();
+  }
+  static std::string read(const std::string& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+  ExitStatus check(const std::vector<std::string>& paths, const std::string& junit = {}) {
+    out_.str({});
+    err_.str({});
+    return checkSuite(paths, junit, out_, err_);
+  }
+
+  Folder folder_;
+  std::ostringstream out_;
+  std::ostringstream err_;
+};
+
+const std::string kGood = "{\"get\":\"role\",\"expect\":[{\"value\":null}]}\n";
+const std::string kFails = "{\"get\":\"role\",\"expect\":[{\"value\":20}]}\n";
+const std::string kWrong = "{\"gte\":\"role\"}\n";
+
+TEST_F(Suite, ChecksWhatLiesBelowAFolder) {
+  write("suite/b.jsonl", kGood);
+  write("suite/a/x.jsonl", kGood + kGood);
+  write("suite/a/notes.txt", "no scenario");
+  write("suite/a/setup/x.jsonl", kFails);
+  EXPECT_EQ(check({folder_.file("suite")}), kDone);
+  EXPECT_EQ(out_.str(), "2 scenarios, 3 steps, 3 expectations, 0 failed\n");
+  EXPECT_EQ(err_.str(), "");
+}
+
+TEST_F(Suite, HasALineForEachFailureByName) {
+  const auto c = write("suite/c.jsonl", kGood + kFails + kFails);
+  const auto a = write("suite/a/x.jsonl", kFails);
+  const auto why = ": effect 1 differs at /value: expected 20, got null\n";
+  EXPECT_EQ(check({folder_.file("suite")}), kExpectationFailed);
+  EXPECT_EQ(out_.str(), a + ": line 1, step 1" + why + c + ": line 2, step 2" + why + c +
+                            ": line 3, step 3" + why +
+                            "2 scenarios, 4 steps, 4 expectations, 2 failed\n");
+
+  const auto b = write("suite/b.jsonl", kGood + kWrong);
+  EXPECT_EQ(check({b, a}), kUnreadable) << "the worst of all";
+  EXPECT_EQ(out_.str(), b + ": line 2: unknown verb \"gte\"; did you mean \"get\"?\n" + a +
+                            ": line 1, step 1" + why +
+                            "2 scenarios, 2 steps, 2 expectations, 2 failed\n");
+}
+
+TEST_F(Suite, OfAPartThatDidNotComeItTellsTheNearest) {
+  const auto a =
+      write("a.jsonl", "{\"get\":\"role\",\"partial\":true,\"expect\":[{\"of\":\"roll\"}]}\n");
+  EXPECT_EQ(check({a, a}), kExpectationFailed);
+  const auto line = a +
+                    ": line 1, step 1: expected in this place, but did not come; nearest: effect 1 "
+                    "differs at /of: expected \"roll\", got \"role\"\n";
+  EXPECT_EQ(out_.str(), line + line + "2 scenarios, 2 steps, 2 expectations, 2 failed\n");
+}
+
+TEST_F(Suite, SaysWhatCantBeRead) {
+  std::filesystem::create_directories(folder_.file("empty/setup"));
+  const auto good = write("good.jsonl", kGood);
+  EXPECT_EQ(check({folder_.file("empty"), good}), kUnreadable);
+  EXPECT_EQ(err_.str(), folder_.file("empty") + " has no scenarios\n");
+  EXPECT_EQ(out_.str(), "1 scenario, 1 step, 1 expectation, 0 failed\n");
+  EXPECT_EQ(check({folder_.file("none.jsonl"), good}), kUnreadable);
+  EXPECT_EQ(out_.str(), folder_.file("none.jsonl") +
+                            ": can't be read: No such file or directory\n"
+                            "2 scenarios, 1 step, 1 expectation, 1 failed\n");
+  EXPECT_EQ(check({good}, folder_.file("none/report.xml")), kUnreadable);
+  EXPECT_EQ(err_.str(),
+            folder_.file("none/report.xml") + " can't be written: No such file or directory\n");
+}
+
+TEST_F(Suite, WritesAReport) {
+  write("suite/a/good.jsonl", kGood);
+  write("suite/b/fails.jsonl", kFails);
+  write("suite/b/wrong.jsonl", kWrong);
+  EXPECT_EQ(check({folder_.file("suite")}, folder_.file("report.xml")), kUnreadable);
+  const auto report = read(folder_.file("report.xml"));
+  for (const std::string part :
+       {"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+        "<testsuites name=\"vemo-replay\" tests=\"3\" failures=\"1\" errors=\"1\" skipped=\"0\" ",
+        "/suite/b\" tests=\"2\" failures=\"1\" errors=\"1\" ", "name=\"good\"",
+        "<failure message=\"line 1, step 1: effect 1 differs at /value: expected 20, got null\" "
+        "type=\"expectation\">line 1, step 1: ",
+        "<error message=\"line 1: unknown verb &quot;gte&quot;; did you mean &quot;get&quot;?\" "
+        "type=\"scenario\">"})
+    EXPECT_NE(report.find(part), std::string::npos) << part << "\n" << report;
+}
+
+TEST(JUnit, HoldsAnyText) {
+  ScenarioResult result;
+  result.file = "a <&> \"b\"/\xFF'\x01.jsonl";
+  result.status = kExpectationFailed;
+  result.failures = {"one\n\ttwo \xEF\xBF\xBF \xF0\x9F\x98\x80 ]]>\x1B"};
+  result.time = std::chrono::milliseconds(61'007);
+  const auto xml = junitXml({result});
+  EXPECT_EQ(
+      xml,
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+      "<testsuites name=\"vemo-replay\" tests=\"1\" failures=\"1\" errors=\"0\" skipped=\"0\" "
+      "time=\"61.007\">\n"
+      "  <testsuite name=\"a &lt;&amp;&gt; &quot;b&quot;\" tests=\"1\" failures=\"1\" "
+      "errors=\"0\" skipped=\"0\" time=\"61.007\">\n"
+      "    <testcase classname=\"a &lt;&amp;&gt; &quot;b&quot;\" name=\"\uFFFD'\uFFFD\" "
+      "file=\"a &lt;&amp;&gt; &quot;b&quot;/\uFFFD'\uFFFD.jsonl\" time=\"61.007\">\n"
+      "      <failure message=\"one\" type=\"expectation\">one&#10;&#9;two \uFFFD \U0001F600 "
+      "]]&gt;\uFFFD&#10;</failure>\n"
+      "    </testcase>\n"
+      "  </testsuite>\n"
+      "</testsuites>\n");
+}
+
+TEST(OwnProcess, GivesWhatTheWorkGives) {
+  int seen = 1;
+  const auto result = inOwnProcess([&] {
+    ++seen;
+    return std::string(1'000'000, 'x');
+  });
+  EXPECT_TRUE(result.good);
+  EXPECT_EQ(result.text.size(), 1'000'000U);
+  EXPECT_EQ(seen, 1);
+}
+
+TEST(OwnProcess, SaysHowItEndedElse) {
+  const auto killed = inOwnProcess([]() -> std::string {
+    std::raise(SIGKILL);
+    return {};
+  });
+  EXPECT_FALSE(killed.good);
+  EXPECT_EQ(killed.text, "ended by signal 9");
+  const auto thrown = inOwnProcess([]() -> std::string { throw 1; });
+  EXPECT_FALSE(thrown.good);
+  EXPECT_EQ(thrown.text, "ended with status 1");
+}
+
+}  // namespace
+}  // namespace vemo::replay
