@@ -17,7 +17,8 @@
 namespace vemo {
 
 /// Notes all that goes into one router and all that comes out, in the order in which it
-/// happens: it stands between the router and its platform, and passes everything on.
+/// happens: it stands between the router and its platform, and passes everything on. Not noted
+/// is what the host calls on the router itself, but for messages.
 ///
 ///     Recorder recorder(platform, journal);
 ///     auto base = std::make_unique<JSMsgRouter>(recorder.platform().logger,
