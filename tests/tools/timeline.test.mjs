@@ -109,15 +109,17 @@ test('what the router does stands beneath what made it do so, on its thread', ()
   assert.deepEqual(timeline.threads, ['page', 'main', 'engine']);
 });
 
-test('without numbers, an effect comes of the latest step on its thread', () => {
+test('without numbers, an effect comes of the step of its time on its thread, if any', () => {
   send('initSDK', '1');
   const noted = (frame) => conversation.noted({ kind: 'noted', at: 5, ...frame });
   noted({ thread: 'main', step: { command: 'initSDK' } });
   noted({ thread: 'engine', step: { event: 'onError', args: [-1, 'x', null] } });
   noted({ thread: 'main', effect: { effect: 'engine', call: 'setDelegate', args: [true] } });
   noted({ thread: 'engine', effect: { effect: 'log', record: { actionName: 'onError', errorCode: -1 } } });
+  noted({ thread: 'main', at: 6, effect: { effect: 'engine', call: 'queued', args: [] } });
   assert.deepEqual(titles(rowOf('initSDK').beneath), ['setDelegate']);
   assert.deepEqual(titles(rowOf('onError').beneath), ['onError']);
+  assert.deepEqual(titles(timeline.rows), ['initSDK', 'onError', 'queued']);
   assert.equal(rowOf('onError').failed, true);
 });
 

@@ -53,10 +53,10 @@ export type FromPhone =
   | { kind: 'problem'; text: string; frame?: string }
   /**
    * Something reached the router (`step`, as in a scenario), or it did something (`effect`, as
-   * in a transcript), at `at` milliseconds since 1970. `number` is that of the step, or of the
-   * step that an effect comes of; without it, that is the latest step on its thread. A frame with
-   * neither is a task of the main thread, queued by another step. `lost` counts what could not be
-   * told.
+   * in a transcript). `at` is when the step began (milliseconds since 1970); an effect has that of
+   * its step. `number` is that of the step, or of the step that an effect comes of; without it,
+   * that is the step of the same time on its thread. A frame with neither is a task of the main
+   * thread, queued by another step. `lost` counts what could not be told.
    */
   | {
       kind: 'noted';

@@ -53,11 +53,11 @@ function Shell({ workbench }: { workbench: Workbench }) {
           ))}
         </nav>
       )}
-      <div class="desk">
+      <main class="desk" aria-label="The phones">
         {phones.value.map((phone) => (
           <PhoneView key={phone.number} phone={phone} workbench={workbench} />
         ))}
-      </div>
+      </main>
       <AddressProblems workbench={workbench} />
       {isPanelOpen.value && <Panel workbench={workbench} close={closePanel} />}
     </>

@@ -17,6 +17,7 @@ export interface Message {
 export type Lint = (message: Message) => Remark[];
 
 type Noted = Extract<FromPhone, { kind: 'noted' }>;
+type When = Required<Pick<NewRow, 'at' | 'thread' | 'periodic'>>;
 
 const notAMessage = 'not a message';
 // So many are remembered of what may still be told more of.
@@ -35,7 +36,7 @@ export class Conversation {
   /** Noted events whose script has not come. */
   private untold: Row[] = [];
   /** What each thread is at, and the noted steps by number. */
-  private readonly doing = new Map<string, Row>();
+  private readonly doing = new Map<string, { row: Row; at: number }>();
   private steps = new Map<number, Row>();
   private lastStep = 0;
 
@@ -100,26 +101,32 @@ export class Conversation {
       this.timeline.add({ kind: 'note', title: `${lost} periodic notes of the router were left out: there was no time for them.` });
     if (step) {
       const row = this.notedStep(step, when);
-      if (row && !('device' in step)) this.begins(row, thread, number);
+      if (row && !('device' in step)) this.begins(row, when, number);
     } else if (effect) {
-      const cause = number === undefined ? this.doing.get(thread) : this.steps.get(number);
+      const cause = number === undefined ? this.stepAt(when) : this.steps.get(number);
       const row = rowOfEffect(effect);
       if (row) this.timeline.add({ ...row, ...when, cause });
     } else if (noted.queuedBy !== undefined) {
       const row = this.steps.get(noted.queuedBy);
-      if (row) this.begins(row, thread, number);
+      if (row) this.begins(row, when, number);
     }
   }
 
-  private begins(row: Row, thread: string, number: number | undefined): void {
-    this.doing.set(thread, row);
+  // What comes of a step has its time; anything else is of a task that was queued earlier.
+  private stepAt({ at, thread }: When): Row | undefined {
+    const doing = this.doing.get(thread);
+    return doing?.at === at ? doing.row : undefined;
+  }
+
+  private begins(row: Row, { at, thread }: When, number: number | undefined): void {
+    this.doing.set(thread, { row, at });
     if (number === undefined) return;
     this.steps.set(number, row);
     forgetOldest(this.steps);
   }
 
   // The row of a step: that of the message it is, or a new one.
-  private notedStep(step: Record<string, unknown>, when: Pick<NewRow, 'at' | 'thread' | 'periodic'>): Row | undefined {
+  private notedStep(step: Record<string, unknown>, when: When): Row | undefined {
     const { command, message } = step;
     let row: Row | undefined;
     if (command !== undefined || message !== undefined) {
@@ -138,7 +145,7 @@ export class Conversation {
         text: JSON.stringify(step),
         failed: value === 'onError',
         // What the device answers belongs to who asked it.
-        cause: verb === 'device' ? this.doing.get(when.thread ?? 'main') : undefined,
+        cause: verb === 'device' ? this.stepAt(when) : undefined,
       });
       if (verb === 'event') this.untold.push(row);
       if (this.untold.length > remembered) this.untold.shift();

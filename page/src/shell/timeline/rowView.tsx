@@ -141,7 +141,7 @@ export function RowDetails(props: {
       </dl>
       {message !== undefined ? (
         <>
-          <h3>Parameters</h3>
+          <p class="details-title">Parameters</p>
           <pre>{params === undefined ? 'none' : indented(shown(JSON.stringify(params)))}</pre>
           {answers.length > mostAnswers && <p>{answers.length - mostAnswers} earlier answers</p>}
           {answers.slice(-mostAnswers).map((answer) => (
@@ -182,10 +182,10 @@ function Answer(props: { asked: Row; answer: Row; shown: (text: string) => strin
   const told = member(parsed(text), 'retval') ?? member(parsed(text), 'error');
   return (
     <>
-      <h3>
+      <p class="details-title">
         Answer after {duration(answer.at - asked.at)}
         {error && <span class="error-text">{` · error ${error.code}: ${error.text || 'no text'}`}</span>}
-      </h3>
+      </p>
       <pre>{told === undefined ? text : JSON.stringify(told, null, 2)}</pre>
     </>
   );
