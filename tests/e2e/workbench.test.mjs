@@ -75,7 +75,7 @@ test('two phones in one window meet in a room, each with a network and settings 
   await ben.tile('Ada').waitFor();
 
   await ben.section.getByRole('button', { name: 'Cut off the network' }).click();
-  await ben.section.getByText('No network').waitFor();
+  await ben.section.getByText('Offline').waitFor();
   await ben.view.locator('.pill[data-connection="reconnecting"]').waitFor();
   await ada.setPermission('Camera', 'denied', 'Phone 1');
   const panel = await ada.openPanel('Phone');
@@ -87,7 +87,7 @@ test('two phones in one window meet in a room, each with a network and settings 
   await ada.page.reload();
   await ada.inPhase('outside');
   await ben.inPhase('outside');
-  await ben.section.getByText('No network').waitFor();
+  await ben.section.getByText('Offline').waitFor();
   await ada.openPanel('Phone');
   await ada.page.waitForFunction(() => document.querySelector('select[aria-label="Camera"]').value === 'denied');
 });
@@ -193,8 +193,8 @@ test('by keyboard alone: two phones enter, one is refused the camera, the other 
   await ben.view.locator('.toast.bad').waitFor();
   await focusOn('Add a phone'); // once around
   await press('Cut off the network');
-  await ada.section.getByText('No network').waitFor();
-  assert.equal(await ben.section.getByText('No network').count(), 0);
+  await ada.section.getByText('Offline').waitFor();
+  assert.equal(await ben.section.getByText('Offline').count(), 0);
 
   await focusOn('Add a phone');
   await press('Developer panel');
@@ -299,6 +299,36 @@ test('what the router notes stands beneath its cause, in the lane of its thread'
   phone.tell('onWarning', { warningCode: 1 });
   await first.page.locator('.row', { hasText: 'warningCode: 1' }).waitFor();
   assert.equal(await first.row('onWarning').count(), 1);
+});
+
+test('the time line follows its end, until somebody reads on', async () => {
+  const { first, phone } = await openFake();
+  const panel = await first.openPanel('Time line');
+  const tell = (number) => phone.tell('onWarning', { number });
+  const line = (number) => panel.locator('.row', { hasText: `number: ${number}` });
+  for (let number = 100; number < 200; ++number) tell(number);
+  await line(199).waitFor();
+  const head = line(198).locator('.row-head');
+  const before = await head.boundingBox();
+  await head.click();
+  await line(198).locator('pre').waitFor();
+  assert.equal((await head.boundingBox()).y, before.y, 'what is unfolded stays where it was pressed');
+  tell(200);
+  await panel.getByRole('tree').evaluate(
+    (tree) =>
+      new Promise((resolve) => {
+        const look = () =>
+          tree.querySelector('.row').ariaSetSize >= 102 ? resolve() : requestAnimationFrame(look);
+        look();
+      }),
+  );
+  assert.equal((await head.boundingBox()).y, before.y);
+  await panel.getByRole('button', { name: 'Records', exact: true }).click();
+  await panel.getByRole('tree').focus();
+  await first.page.keyboard.press('End');
+  await line(200).waitFor();
+  tell(201);
+  await line(201).waitFor();
 });
 
 test('a command that waits counts the seconds', async () => {

@@ -11,9 +11,9 @@ import type { PhoneModel } from './phoneModel';
 
 // The simulator is asked what its views show: soon after something has happened, and seldom.
 const soonMs = 100;
-const seldomMs = 2000;
+const seldomMs = 3000;
 /** How often a picture that moves is another one. */
-const tickMs = 4000;
+const tickMs = 5000;
 
 interface Shown {
   picture: Picture;
@@ -273,7 +273,7 @@ function paintPerson(
   context.beginPath();
   context.ellipse(middle, down * 0.36 + nod, unit * 0.165, unit * 0.115, 0, Math.PI, 2 * Math.PI);
   context.fill();
-  const blink = (second / 4 + hue) % 3 === 0 ? 0.2 : 1;
+  const blink = (second / 5 + hue) % 3 === 0 ? 0.2 : 1;
   context.fillStyle = '#23252f';
   for (const side of [-1, 1]) {
     context.beginPath();

@@ -56,7 +56,7 @@ export class PhoneMemory {
     this.keep({
       ...(Object.keys(changes).length > 0 ? { settings: { ...kept.settings, ...changes } } : {}),
       ...(network ? { network: network.network, cutOff: network.cutOff || undefined } : {}),
-      look: { ...kept.look, ...look },
+      ...(Object.keys(look).length > 0 ? { look: { ...kept.look, ...look } } : {}),
     });
   }
 
@@ -74,7 +74,7 @@ export class PhoneMemory {
   /** Makes the phone like new again; returns what it is sent for that. */
   reset(): ToPhone[] {
     const settings = this.asMade;
-    this.keep({ settings: undefined });
+    this.keep({ settings: undefined, look: undefined });
     return [
       { kind: 'network', drop: false },
       { kind: 'network', ...goodNetwork },

@@ -56,7 +56,7 @@ export function PhoneView({ phone, workbench }: { phone: PhoneModel; workbench: 
     >
       <header class="caption">
         <h2>{phone.name}</h2>
-        {phone.memory.cutOff && <span class="offline">No network</span>}
+        {phone.memory.cutOff && <span class="offline">Offline</span>}
         <PhoneTools phone={phone} workbench={workbench} />
       </header>
       <div class="device">

@@ -2,14 +2,14 @@
 
 import { useSignal } from '@preact/signals';
 import type { ComponentChildren } from 'preact';
-import { useLayoutEffect, useRef } from 'preact/hooks';
+import { useRef } from 'preact/hooks';
 import type { PhoneModel } from '../phoneModel';
 import { jsonLines, rowAsJson, scenario } from './exports';
 import { groups, type Group } from './lines';
 import { RowHead, RowDetails } from './rowView';
 import './timeline.css';
 import type { Row } from './timeline';
-import { useVirtualList } from './virtualList';
+import { atEndPixels, useVirtualList } from './virtualList';
 
 export function TimelinePage({ phone }: { phone: PhoneModel }) {
   const { timeline, timelineView: view } = phone;
@@ -80,14 +80,19 @@ function RowList({ phone, copy }: { phone: PhoneModel; copy: (row: Row) => void 
   const scroller = useRef<HTMLDivElement>(null);
   const { rows } = view;
   const active = view.active.value;
+  const follows = useRef(true);
   const list = useVirtualList({
     count: rows.length,
     keyOf: (index) => rows[index]!.id,
     height: 1.75 * parseFloat(getComputedStyle(document.documentElement).fontSize),
     scroller: () => scroller.current,
+    follows: follows.current,
   });
-  // Who opens the panel sees what has happened last.
-  useLayoutEffect(() => list.scrollToEnd(), []);
+  // Who unfolds a row wants to read it where it is.
+  const fold = (row: Row, open?: boolean) => {
+    follows.current = false;
+    view.fold(row, open);
+  };
   const idOf = (row: Row) => `row-${phone.number}-${row.id}`;
   const activate = (index: number) => {
     const to = Math.max(0, Math.min(rows.length - 1, index));
@@ -105,9 +110,9 @@ function RowList({ phone, copy }: { phone: PhoneModel; copy: (row: Row) => void 
     else if (event.key === 'PageUp') activate(at - page);
     else if (event.key === 'Home') activate(0);
     else if (event.key === 'End') activate(rows.length - 1);
-    else if (row && event.key === 'ArrowRight') view.fold(row, true);
-    else if (row && event.key === 'ArrowLeft') view.fold(row, false);
-    else if (row && (event.key === 'Enter' || event.key === ' ')) view.fold(row);
+    else if (row && event.key === 'ArrowRight') fold(row, true);
+    else if (row && event.key === 'ArrowLeft') fold(row, false);
+    else if (row && (event.key === 'Enter' || event.key === ' ')) fold(row);
     else if (row && event.key === 'c' && (event.ctrlKey || event.metaKey)) copy(row);
     else return;
     event.preventDefault();
@@ -137,6 +142,9 @@ function RowList({ phone, copy }: { phone: PhoneModel; copy: (row: Row) => void 
         aria-activedescendant={activeRow && idOf(activeRow)}
         style={{ '--lanes': threads.length }}
         onKeyDown={onKeyDown}
+        onScroll={({ currentTarget: { scrollTop, clientHeight, scrollHeight } }) =>
+          (follows.current = scrollTop + clientHeight >= scrollHeight - atEndPixels)
+        }
       >
         <div class="rows-all" role="none" style={{ height: `${list.getTotalSize()}px` }}>
           {drawn.map(({ index, start }) => {
@@ -163,7 +171,7 @@ function RowList({ phone, copy }: { phone: PhoneModel; copy: (row: Row) => void 
                   class="row-head"
                   onClick={() => {
                     view.active.value = row.id;
-                    view.fold(row);
+                    fold(row);
                   }}
                 >
                   <RowHead row={row} showsSecrets={view.showsSecrets.value} threads={threads} />

@@ -8,6 +8,9 @@ import {
 } from '@tanstack/virtual-core';
 import { useLayoutEffect, useReducer, useState } from 'preact/hooks';
 
+/** So near to its end a list is at its end. */
+export const atEndPixels = 24;
+
 export interface VirtualListOptions {
   count: number;
   /** Never changes for one item. */
@@ -15,11 +18,13 @@ export interface VirtualListOptions {
   /** How high an item is until it is measured, in pixels. */
   height: number;
   scroller: () => HTMLElement | null;
+  /** The list follows its end; else what is in sight stays where it is while items grow. */
+  follows: boolean;
 }
 
-/** Follows the end of the list while that is in sight, and keeps in place what is read. */
+/** A list whose items have heights of their own. */
 export function useVirtualList(options: VirtualListOptions): Virtualizer<HTMLElement, HTMLElement> {
-  const { count, keyOf, height, scroller } = options;
+  const { count, keyOf, height, scroller, follows } = options;
   const [, redraw] = useReducer((count: number) => count + 1, 0);
   const [list] = useState(
     () =>
@@ -40,12 +45,15 @@ export function useVirtualList(options: VirtualListOptions): Virtualizer<HTMLEle
     estimateSize: () => height,
     getScrollElement: scroller,
     overscan: 8,
-    anchorTo: 'end',
-    followOnAppend: true,
-    scrollEndThreshold: 24,
+    anchorTo: follows ? 'end' : 'start',
+    followOnAppend: follows,
+    scrollEndThreshold: atEndPixels,
     onChange: () => redraw(undefined),
   });
   useLayoutEffect(() => list._didMount(), []);
   useLayoutEffect(() => list._willUpdate());
+  useLayoutEffect(() => {
+    if (follows) list.scrollToEnd();
+  }, [count, follows]);
   return list;
 }
