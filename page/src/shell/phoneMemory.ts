@@ -56,7 +56,7 @@ export class PhoneMemory {
     this.keep({
       ...(Object.keys(changes).length > 0 ? { settings: { ...kept.settings, ...changes } } : {}),
       ...(network ? { network: network.network, cutOff: network.cutOff || undefined } : {}),
-      look: { ...kept.look, ...look },
+      ...(Object.keys(look).length > 0 ? { look: { ...kept.look, ...look } } : {}),
     });
   }
 
