@@ -134,7 +134,7 @@ test('signatures are masked in the time line until they are asked for', async ()
   const rows = ada.page.locator('.rows');
   const secrets = ada.page.getByRole('button', { name: 'Show secrets' });
   for (const title of ['enterRoom', 'callExperimentalAPI', 'not a message']) {
-    const row = ada.row(title).last();
+    const row = ada.row(title).first();
     await row.locator('.row-head').click();
     await row.locator('pre', { hasText: '•••' }).first().waitFor();
     assert.equal((await rows.innerHTML()).includes('the-secret-one'), false);

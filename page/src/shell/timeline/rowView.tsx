@@ -73,23 +73,23 @@ export function RowHead(props: { row: Row; showsSecrets: boolean; threads: reado
       </span>
       <span class="what">
         <span class="name">{shown(row.title)}</span>
-        <span class="brief">{brief(row, shown(row.text))}</span>
+        <span class="brief">{brief(row, shown)}</span>
       </span>
-      <Outcome row={row} />
+      <Outcome row={row} shown={shown} />
     </>
   );
 }
 
-function Outcome({ row }: { row: Row }) {
+function Outcome({ row, shown }: { row: Row; shown: (text: string) => string }) {
   const remark = row.remarks?.[0];
   const last = row.answers?.[row.answers.length - 1];
   const failed = row.answers?.find((answer) => answer.failed);
   return (
     <span class="outcome">
       {remark && (
-        <span class="remark-mark" data-tone={remark.tone} title={remark.text}>
+        <span class="remark-mark" data-tone={remark.tone} title={shown(remark.text)}>
           <span aria-hidden="true">▲</span> {row.remarks!.length > 1 ? row.remarks!.length : ''}
-          <span class="unseen">{remark.text}</span>
+          <span class="unseen">{shown(remark.text)}</span>
         </span>
       )}
       {row.waiting === 'waiting' && <Waiting since={row.at} />}
@@ -131,7 +131,7 @@ export function RowDetails(props: {
     <div class="details">
       {row.remarks?.map(({ tone, text }) => (
         <p key={text} class="remark" data-tone={tone}>
-          {text}
+          {shown(text)}
         </p>
       ))}
       <dl>
@@ -184,7 +184,7 @@ function Answer(props: { asked: Row; answer: Row; shown: (text: string) => strin
     <>
       <p class="details-title">
         Answer after {duration(answer.at - asked.at)}
-        {error && <span class="error-text">{` · error ${error.code}: ${error.text || 'no text'}`}</span>}
+        {error && <span class="error-text">{` · error ${error.code}: ${shown(error.text) || 'no text'}`}</span>}
       </p>
       <pre>{told === undefined ? text : JSON.stringify(told, null, 2)}</pre>
     </>

@@ -49,15 +49,16 @@ export function errorOf(answer: Row): { code: number; text: string } | undefined
 const briefLength = 200;
 
 /**
- * What a row holds, in one line; `text` is its text as it may be shown. Empty where the title
+ * What a row holds, in one line; `shown` gives a text as it may be shown. Empty where the title
  * says it all.
  */
-export function brief(row: Row, text: string): string {
+export function brief(row: Row, shown: (text: string) => string): string {
   if (row.kind === 'command') {
     const failed = row.answers?.find((answer) => answer.failed);
     const error = failed && errorOf(failed);
-    if (error) return error.text;
+    if (error) return shown(error.text);
   }
+  const text = shown(row.text);
   if (text === '' || row.kind === 'problem' || row.kind === 'network') return '';
   const value = parsed(text);
   if (value === undefined) return text.slice(0, briefLength);
