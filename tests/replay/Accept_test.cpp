@@ -9,8 +9,8 @@
 #include <sstream>
 #include <string>
 
+#include "Folder.h"
 #include "LineEdit.h"
-#include "platform/Folder.h"
 
 namespace vemo::replay {
 namespace {

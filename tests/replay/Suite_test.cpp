@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
+#include "Folder.h"
 #include "JUnit.h"
 #include "OwnProcess.h"
-#include "platform/Folder.h"
 
 namespace vemo::replay {
 namespace {

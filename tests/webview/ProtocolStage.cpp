@@ -45,7 +45,7 @@ const std::map<std::string_view, Steps>& usualAnswers() {
 }
 
 /// What an effect asks for: a call of the engine by its own name, else by the effect's.
-std::string_view askedFor(const replay::Recorder::Effect& effect) {
+std::string_view askedFor(const replay::Transcript::Effect& effect) {
   const auto& name = effect.at("effect").get_string();
   return name == "engine" ? effect.at("call").get_string() : name;
 }

@@ -13,7 +13,7 @@
 
 namespace vemo {
 
-using Effects = std::vector<replay::Recorder::Effect>;
+using Effects = std::vector<replay::Transcript::Effect>;
 using Steps = std::vector<std::string>;
 
 /// How things go for a router: the device, and what its engine and its user answer.
