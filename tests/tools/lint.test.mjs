@@ -99,7 +99,8 @@ test('a parameter that is missing, empty or out of range', () => {
   only(say('startRemoteView', { userId: '' }), /“userId” is empty/);
   only(say('startLocalAudio', { quality: 9 }), /^warning: “quality” goes from 1 to 3: 2 is taken/);
   only(say('startScreenCapture', { screenCaptureMode: 3 }), /^error: .*must be one of 1, 2/);
-  only(say('getAudioVolume', {}), /^error: “getAudioVolume” needs one of “capture” and “playout”/);
+  only(say('getAudioVolume', {}), /^error: “getAudioVolume” needs one of “capture” and “playout” to be true/);
+  only(say('getAudioVolume', { capture: false, playout: false }), /to be true/);
   only(say('setRemotePreviewParams', {}), /^warning: Without “userId” it succeeds and does nothing/);
   only(say('playMusic', { audioId: 1, path: '/a.mp3' }), /^hint: None of “onStart”, /);
   silent(say('playMusic', { audioId: 1, path: '/a.mp3', onStart: true }));

@@ -210,15 +210,22 @@ function unknownCommand(action: string): Remark {
   );
 }
 
+function listed(keys: string[]): string {
+  return keys.map((key) => `“${key}”`).join(' and ');
+}
+
 function params(command: CommandData, given: unknown): Remark[] {
   if (given !== undefined && given !== null && !objectOf(given))
     return [error('“params” must be an object: the whole message is refused as “bad message”.')];
   const values = objectOf(given) ?? {};
   const remarks = members(command.params, values, '');
-  const { name, anyOf, nothingWithout } = command;
+  const { name, anyOf, anyTrue, nothingWithout } = command;
   const isThere = (key: string) => values[key] !== undefined && values[key] !== null;
   if (anyOf && !anyOf.some(isThere))
-    remarks.push(error(`“${name}” needs one of ${anyOf.map((key) => `“${key}”`).join(' and ')}.`));
+    remarks.push(error(`“${name}” needs one of ${listed(anyOf)}.`));
+  const isTrue = (key: string) => values[key] === true || (typeof values[key] === 'number' && values[key] !== 0);
+  if (anyTrue && !anyTrue.some(isTrue))
+    remarks.push(error(`“${name}” needs one of ${listed(anyTrue)} to be true.`));
   if (nothingWithout && !isThere(nothingWithout))
     remarks.push(warning(`Without “${nothingWithout}” it succeeds and does nothing.`));
   if (command.answered === 'many' && command.unansweredWhen?.includes('flags')) {

@@ -49,7 +49,10 @@ export interface CommandData {
   answered: 'once' | 'later' | 'many';
   /** When there is no answer at all; not there when there always is one. */
   unansweredWhen?: string;
+  /** Of these parameters one must be given. */
   anyOf?: string[];
+  /** Of these parameters one must be true. */
+  anyTrue?: string[];
   nothingWithout?: string;
   errors: { module: 'JS' | 'KOBU'; code: number | null; text: string | null; when: string }[];
   params: Param[];
