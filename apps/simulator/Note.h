@@ -11,4 +11,9 @@ namespace vemo {
 /// it is cut where it is long. Any thread.
 void note(VEMOLogger& logger, std::string_view text);
 
+/// Writes down what a phone showed or what was done to it: a record of level 2, with the
+/// module "vemo-simulator". `what` is the kind of the frame that says so, `frame` its text,
+/// which is cut where it is long. Any thread.
+void logFrame(VEMOLogger& logger, std::string_view what, std::string_view frame);
+
 }  // namespace vemo

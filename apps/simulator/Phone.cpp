@@ -1,6 +1,7 @@
 #include "simulator/Phone.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <boost/json/parse.hpp>
 #include <boost/json/value.hpp>
@@ -32,6 +33,13 @@ namespace vemo {
 
 namespace {
 
+/// Frames that change the phone, or answer it, stand in the log ahead of what they bring about.
+void logChange(VEMOLogger& logger, const boost::json::object& frame, std::string_view text) {
+  constexpr std::array<std::string_view, 7> kChanges{"network", "settings", "answer",   "press",
+                                                     "broadcast", "fire",   "downloads"};
+  const auto kind = vemo_safeNSStringForKey(&frame, "kind").value_or("");
+  if (std::ranges::find(kChanges, kind) != kChanges.end()) logFrame(logger, kind, text);
+}
 NoteRingOptions ringOptions() {
   NoteRingOptions options;
   options.bytes = std::size_t{4} << 20U;  // what is saved travels in one frame
@@ -128,6 +136,7 @@ void Phone::onText(std::string_view text) {
   boost::json::error_code problem;
   const auto value = boost::json::parse({text.data(), text.size()}, problem);
   const auto* frame = problem ? nullptr : value.if_object();
+  if (frame) logChange(*parts_->logger, *frame, text);
   const auto wrong = frame ? handle(*frame) : std::string("this is no JSON object");
   if (wrong.empty()) return;
   onTrouble("sent a frame that can't be used: " + wrong);

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "json/JsonText.h"
+#include "json/Lookup.h"
 #include "simulator/Note.h"
 
 namespace vemo {
@@ -53,11 +54,10 @@ void PhoneServices::requestAccess(MediaType media, Answer answer) {
   } else if (first) {
     const auto why = information(media == MediaType::video ? "NSCameraUsageDescription"
                                                            : "NSMicrophoneUsageDescription");
-    page_->send(
-        jsonText(boost::json::object{{"kind", "prompt"},
-                                     {"media", nameOf(media)},
-                                     {"application", information("CFBundleName").value_or("")},
-                                     {"description", why.value_or("")}}));
+    show({{"kind", "prompt"},
+          {"media", nameOf(media)},
+          {"application", information("CFBundleName").value_or("")},
+          {"description", why.value_or("")}});
   }
 }
 
@@ -97,7 +97,7 @@ void PhoneServices::present(Alert alert) {
   if (refused) {
     refuse(std::move(alert));
   } else {
-    page_->send(jsonText(frame));
+    show(frame);
   }
 }
 
@@ -135,14 +135,20 @@ bool PhoneServices::canOpenSettings() const {
   return settings_.canOpenSettings;
 }
 
-void PhoneServices::openSettings() { page_->send(R"({"kind":"openSettings"})"); }
+void PhoneServices::openSettings() { show({{"kind", "openSettings"}}); }
 
 bool PhoneServices::isAtLeast(int major, int minor, int patch) const {
   const std::lock_guard lock(mutex_);
   return vemo::isAtLeast(settings_.os, major, minor, patch);
 }
 
-void PhoneServices::launch() { page_->send(R"({"kind":"broadcastPicker"})"); }
+void PhoneServices::launch() { show({{"kind", "broadcastPicker"}}); }
+
+void PhoneServices::show(const boost::json::object& frame) {
+  const auto text = jsonText(frame);
+  logFrame(logger_, vemo_safeNSStringForKey(&frame, "kind").value_or(""), text);
+  page_->send(text);
+}
 
 void PhoneServices::sendSettings() {
   boost::json::object frame{{"kind", "settings"}};

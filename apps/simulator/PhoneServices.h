@@ -63,6 +63,8 @@ class PhoneServices final : public CaptureAuthorization,
   // ---- What the page's frame tells. Main thread.
 
   /// Shows the page's frame how the phone is set.
+  /// Sends a frame of something that the user sees, and logs it.
+  void show(const boost::json::object& frame);
   void sendSettings();
   /// Changes settings; says what is wrong with them, or nothing. See vemo::apply.
   std::string change(const boost::json::object& changes);
