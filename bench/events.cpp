@@ -149,7 +149,7 @@ void statisticsAlone(JsonAlone& json, WrittenTexts& out) {
   appendScript(json, out, "onStatistics", std::move(payload));
 }
 
-void throughRouter(benchmark::State& state, void (*event)(VEMOKOBUMsgRouter&)) {
+void eventThroughRouter(benchmark::State& state, void (*event)(VEMOKOBUMsgRouter&)) {
   BenchPlatform platform;
   enter(platform);
   const auto before = allocations();
@@ -193,7 +193,7 @@ void eventAlone(benchmark::State& state, const char* name, void (*event)(VEMOKOB
   const auto add = [](const char* name, auto event, auto alone) {
     const std::string prefix = std::string("event/") + name;
     benchmark::RegisterBenchmark((prefix + "/json").c_str(), eventAlone, name, event, alone);
-    benchmark::RegisterBenchmark((prefix + "/router").c_str(), throughRouter, event);
+    benchmark::RegisterBenchmark((prefix + "/router").c_str(), eventThroughRouter, event);
   };
   add("onRemoteUserEnterRoom", remoteUserEnters, remoteUserEntersAlone);
   add("onStatistics10", statisticsArrive, statisticsAlone);

@@ -12,11 +12,11 @@ namespace {
 
 namespace json = boost::json;
 
-constexpr std::size_t kMaxDepth = 1024;
+constexpr std::size_t kMaxLineDepth = 1024;
 
-std::optional<json::object> objectIn(std::string_view line) {
+std::optional<json::object> lineObject(std::string_view line) {
   JsonProblem problem;
-  auto value = readJson(line, kMaxDepth, problem);
+  auto value = readJson(line, kMaxLineDepth, problem);
   auto* const object = problem.code ? nullptr : value.if_object();
   if (!object) return std::nullopt;
   return std::move(*object);
@@ -74,7 +74,7 @@ bool takeLine(const json::object& line, Recording& recording) {
 /// The first line: what the file is, or, where the older files of a session are not there, a
 /// note.
 bool takeFirstLine(const std::string& line, Recording& recording, std::string& error) {
-  const auto first = objectIn(line);
+  const auto first = lineObject(line);
   const auto version = first ? integer(*first, "vemorec") : std::nullopt;
   if (first && !version && takeLine(*first, recording)) {
     recording.whole = false;
@@ -124,7 +124,7 @@ std::optional<Recording> readRecording(std::istream& in, std::string& error) {
   std::getline(in, line);
   if (!takeFirstLine(line, recording, error)) return std::nullopt;
   for (std::int64_t number = 2; std::getline(in, line); ++number) {
-    const auto object = objectIn(line);
+    const auto object = lineObject(line);
     if (object && takeLine(*object, recording)) continue;
     if (!in.eof()) {
       error = "line " + std::to_string(number) + " of the recording is damaged";

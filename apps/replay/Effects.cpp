@@ -15,12 +15,12 @@
 namespace vemo::replay {
 namespace {
 
-using Keys = std::span<const std::string_view>;
+using KeySpan = std::span<const std::string_view>;
 
 template <std::size_t count>
 using Names = std::array<std::string_view, count>;
 
-constexpr Names<3> commonKeys{"step", "effect", "thread"};
+constexpr Names<3> commonEffectKeys{"step", "effect", "thread"};
 
 constexpr Names<10> recordFields{"needReport", "level",     "module",   "actionName", "actionParam",
                                  "errorCode",  "errorDesc", "fileName", "funcName",   "line"};
@@ -32,7 +32,7 @@ struct EffectRule {
   Names<5> keys;  // its own; the rest is empty
 };
 
-constexpr auto rules = std::to_array<EffectRule>({
+constexpr auto effectRules = std::to_array<EffectRule>({
     {"engine", {"call", "args"}},
     {"log", {"record"}},
     {"loggerConfig", {"sdkAppId"}},
@@ -53,17 +53,17 @@ constexpr auto rules = std::to_array<EffectRule>({
     {"value", {"of", "value"}},
 });
 
-bool holds(Keys names, std::string_view key) {
+bool holds(KeySpan names, std::string_view key) {
   return !key.empty() && std::ranges::find(names, key) != names.end();
 }
 
 bool hasKey(const EffectRule& rule, std::string_view key) {
-  return holds(commonKeys, key) || holds(rule.keys, key);
+  return holds(commonEffectKeys, key) || holds(rule.keys, key);
 }
 
 /// Every key that one of these effects has.
 std::vector<std::string_view> keysOf(std::span<const EffectRule> some) {
-  std::vector<std::string_view> keys(commonKeys.begin(), commonKeys.end());
+  std::vector<std::string_view> keys(commonEffectKeys.begin(), commonEffectKeys.end());
   for (const auto& rule : some) keys.insert(keys.end(), rule.keys.begin(), rule.keys.end());
   return keys;
 }
@@ -71,7 +71,7 @@ std::vector<std::string_view> keysOf(std::span<const EffectRule> some) {
 std::string quoted(std::string_view text) { return "\"" + std::string(text) + "\""; }
 
 /// `value`, where it is an object, may have these fields only.
-void checkFields(const json::value* value, Keys fields, std::string_view of) {
+void checkFields(const json::value* value, KeySpan fields, std::string_view of) {
   const auto* object = value ? value->if_object() : nullptr;
   if (!object) return;
   for (const auto& field : *object) {
@@ -94,11 +94,11 @@ void checkOne(const json::object& effect) {
   const auto* const name = effect.if_contains("effect");
   if (name && name->is_string() && name->get_string() != "*") {
     const auto rule =
-        std::ranges::find(rules, std::string_view(name->get_string()), &EffectRule::name);
-    if (rule == rules.end()) {
+        std::ranges::find(effectRules, std::string_view(name->get_string()), &EffectRule::name);
+    if (rule == effectRules.end()) {
       throw ScenarioError(
           "unknown effect " + quoted(name->get_string()) +
-          didYouMean(name->get_string(), rules | std::views::transform(&EffectRule::name)));
+          didYouMean(name->get_string(), effectRules | std::views::transform(&EffectRule::name)));
     }
     for (const auto& key : effect) {
       if (!hasKey(*rule, key.key())) {
@@ -109,15 +109,15 @@ void checkOne(const json::object& effect) {
   } else {
     for (const auto& key : effect) {
       const auto has = [&](const EffectRule& rule) { return hasKey(rule, key.key()); };
-      if (std::ranges::none_of(rules, has)) {
+      if (std::ranges::none_of(effectRules, has)) {
         throw ScenarioError("no effect has a key " + quoted(key.key()) +
-                            didYouMean(key.key(), keysOf(rules)));
+                            didYouMean(key.key(), keysOf(effectRules)));
       }
     }
     const auto hasAll = [&](const EffectRule& rule) {
       return std::ranges::all_of(effect, [&](const auto& key) { return hasKey(rule, key.key()); });
     };
-    if (std::ranges::none_of(rules, hasAll)) {
+    if (std::ranges::none_of(effectRules, hasAll)) {
       throw ScenarioError("no effect has all the keys that are expected of one");
     }
   }

@@ -15,13 +15,13 @@
 namespace vemo::replay {
 namespace {
 
-struct Run {
+struct Outcome {
   ExitStatus status;
   std::string out;
   std::string err;
 };
 
-Run run(const std::string& scenario, Mode mode) {
+Outcome outcomeOf(const std::string& scenario, Mode mode) {
   std::istringstream in(scenario);
   std::ostringstream out;
   std::ostringstream err;
@@ -33,39 +33,39 @@ const std::string kInit = "{\"command\":\"initSDK\"}\n";
 const std::string kRoute = kInit + "{\"rows\":\"setAudioRoute\"}\n";
 
 TEST(Rows, AreStepsOfTheirOwnForEachOfTheParams) {
-  const auto rows = run(kRoute +
-                            "[\"no route param\",null,{}]\n"
-                            "{\"get\":\"role\"}\n"
-                            "[[[\"setAudioRoute\",1]],{\"route\":1}]\n",
-                        Mode::transcript);
+  const auto rows = outcomeOf(kRoute +
+                                  "[\"no route param\",null,{}]\n"
+                                  "{\"get\":\"role\"}\n"
+                                  "[[[\"setAudioRoute\",1]],{\"route\":1}]\n",
+                              Mode::transcript);
   EXPECT_EQ(rows.status, kDone) << rows.err;
-  const auto steps = run(kInit +
-                             "{\"command\":\"setAudioRoute\"}\n"
-                             "{\"command\":\"setAudioRoute\",\"params\":{}}\n"
-                             "{\"get\":\"role\"}\n"
-                             "{\"command\":\"setAudioRoute\",\"params\":{\"route\":1}}\n",
-                         Mode::transcript);
+  const auto steps = outcomeOf(kInit +
+                                   "{\"command\":\"setAudioRoute\"}\n"
+                                   "{\"command\":\"setAudioRoute\",\"params\":{}}\n"
+                                   "{\"get\":\"role\"}\n"
+                                   "{\"command\":\"setAudioRoute\",\"params\":{\"route\":1}}\n",
+                               Mode::transcript);
   EXPECT_EQ(rows.out, steps.out);
 }
 
 TEST(Rows, OfATableWithAStepAreFollowedByIt) {
-  const auto rows =
-      run("{\"rows\":\"initSDK\",\"then\":{\"command\":\"uninitSDK\"}}\n"
-          "[\"x\",null,{}]\n",
-          Mode::transcript);
+  const auto rows = outcomeOf(
+      "{\"rows\":\"initSDK\",\"then\":{\"command\":\"uninitSDK\"}}\n"
+      "[\"x\",null,{}]\n",
+      Mode::transcript);
   EXPECT_EQ(rows.status, kDone) << rows.err;
-  const auto steps =
-      run("{\"command\":\"initSDK\"}\n{\"command\":\"uninitSDK\"}\n"
-          "{\"command\":\"initSDK\",\"params\":{}}\n{\"command\":\"uninitSDK\"}\n",
-          Mode::transcript);
+  const auto steps = outcomeOf(
+      "{\"command\":\"initSDK\"}\n{\"command\":\"uninitSDK\"}\n"
+      "{\"command\":\"initSDK\",\"params\":{}}\n{\"command\":\"uninitSDK\"}\n",
+      Mode::transcript);
   EXPECT_EQ(rows.out, steps.out);
 }
 
 TEST(Rows, WhatATableHasAfterEachCommandIsCheckedToo) {
-  const auto played =
-      run("{\"rows\":\"setLogParams\",\"then\":{\"get\":\"role\",\"expect\":[{\"value\":1}]}}\n"
-          "[[],{}]\n",
-          Mode::check);
+  const auto played = outcomeOf(
+      "{\"rows\":\"setLogParams\",\"then\":{\"get\":\"role\",\"expect\":[{\"value\":1}]}}\n"
+      "[[],{}]\n",
+      Mode::check);
   EXPECT_EQ(played.status, kExpectationFailed);
   EXPECT_EQ(played.out.substr(0, played.out.find(':')), "line 2, step 2");
 }
@@ -134,7 +134,7 @@ INSTANTIATE_TEST_SUITE_P(
 class WrongRows : public testing::TestWithParam<const char*> {};
 
 TEST_P(WrongRows, Fail) {
-  const auto played = run(kRoute + GetParam(), Mode::check);
+  const auto played = outcomeOf(kRoute + GetParam(), Mode::check);
   EXPECT_EQ(played.status, kExpectationFailed) << played.err;
   EXPECT_TRUE(played.out.starts_with("line 3, step 2, params {\"route\":")) << played.out;
 }
@@ -155,7 +155,7 @@ INSTANTIATE_TEST_SUITE_P(
                     R"({"route":1}])"));
 
 TEST(Rows, SayWhichParamsWereNotAnsweredAsExpected) {
-  const auto played = run(kRoute + "[\"no route param\",{},{\"route\":1}]\n", Mode::check);
+  const auto played = outcomeOf(kRoute + "[\"no route param\",{},{\"route\":1}]\n", Mode::check);
   EXPECT_EQ(played.status, kExpectationFailed);
   EXPECT_EQ(played.out.find("line 3, step 3, params {\"route\":1}: "), 0U) << played.out;
 }
@@ -174,7 +174,7 @@ TEST_P(RowErrors, AreToldWithTheirLine) {
   const std::string scenario = GetParam().scenario;
   const auto line = 1 + std::count(scenario.begin(), scenario.end(), '\n');
   for (const auto mode : {Mode::transcript, Mode::check}) {
-    const auto played = run(scenario, mode);
+    const auto played = outcomeOf(scenario, mode);
     EXPECT_EQ(played.status, kUnreadable);
     EXPECT_EQ(played.err, "line " + std::to_string(line) + ": " + GetParam().why + "\n");
   }

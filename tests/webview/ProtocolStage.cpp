@@ -17,16 +17,14 @@ constexpr std::string_view kUsualDevice = R"({"device":{"camera":0,"microphone":
 constexpr std::string_view kInit = R"({"command":"initSDK"})";
 constexpr std::string_view kEnter =
     R"({"command":"enterRoom","params":{"appScene":1,"userId":"teacher","roomId":7}})";
-constexpr std::string_view kEntered = R"({"event":"onEnterRoom","args":[120],"thread":"main"})";
-constexpr std::string_view kCaptured = R"({"event":"onScreenCaptureStarted","thread":"main"})";
 
 const std::map<std::string_view, Steps>& usualAnswers() {
   static const std::map<std::string_view, Steps> answers{
-      {"enterRoom", {std::string(kEntered)}},
+      {"enterRoom", {kEntered}},
       {"exitRoom", {R"({"event":"onExitRoom","args":[0],"thread":"main"})"}},
       {"switchRole", {R"({"event":"onSwitchRole","args":[0,null],"thread":"main"})"}},
-      {"startScreenCaptureInApp", {std::string(kCaptured)}},
-      {"startScreenCaptureByReplaykit", {std::string(kCaptured)}},
+      {"startScreenCaptureInApp", {kCaptured}},
+      {"startScreenCaptureByReplaykit", {kCaptured}},
       {"audioEffect.startPlayMusic",
        {R"({"music":0,"on":"start","code":0,"thread":"main"})",
         R"({"music":0,"on":"progress","progressMs":10,"durationMs":20,"thread":"main"})",

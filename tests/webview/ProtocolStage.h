@@ -16,6 +16,10 @@ namespace vemo {
 using Effects = std::vector<replay::Transcript::Effect>;
 using Steps = std::vector<std::string>;
 
+/// That the engine has entered the room; that it has begun to capture the screen.
+inline const std::string kEntered = R"({"event":"onEnterRoom","args":[120],"thread":"main"})";
+inline const std::string kCaptured = R"({"event":"onScreenCaptureStarted","thread":"main"})";
+
 /// How things go for a router: the device, and what its engine and its user answer.
 struct World {
   std::string_view name;

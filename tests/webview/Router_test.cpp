@@ -323,7 +323,7 @@ TEST_F(RouterTest, EachPlaceThatLogsHasALineOfItsOwn) {
 }
 
 /// A base router that keeps what is registered, in order.
-class KeepingRouter final : public NullVEMOJSMsgRouter {
+class ListingRouter final : public NullVEMOJSMsgRouter {
  public:
   void setMethod(const std::string& action, Wrapper wrapper) override {
     methods.emplace_back(action, std::move(wrapper));
@@ -333,7 +333,7 @@ class KeepingRouter final : public NullVEMOJSMsgRouter {
 };
 
 TEST_F(RouterTest, TheFramesRecordsOfAllCommandsHavePlacesOfTheirOwn) {
-  auto kept = std::make_unique<KeepingRouter>();
+  auto kept = std::make_unique<ListingRouter>();
   const auto& base = *kept;
   const auto second = VEMOKOBUMsgRouter::create(std::move(kept), platform.pieces());
   const auto commands = protocol().at("commands").as_array();

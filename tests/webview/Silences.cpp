@@ -6,11 +6,9 @@ namespace vemo {
 namespace {
 
 const std::string kReleased = R"({"command":"uninitSDK"})";
-const std::string kEntered = R"({"event":"onEnterRoom","args":[120],"thread":"main"})";
 const std::string kLeft = R"({"event":"onExitRoom","args":[0],"thread":"main"})";
 const std::string kSwitched = R"({"event":"onSwitchRole","args":[0,null],"thread":"main"})";
 const std::string kPermitted = R"({"access":true,"thread":"main"})";
-const std::string kCaptured = R"({"event":"onScreenCaptureStarted","thread":"main"})";
 const std::string kStarted = R"({"notify":"VEMOScreenKit_Started_Notify","thread":"main"})";
 
 /// In place of the usual answer to the call `asked`, `steps` come: what is in the way first,
