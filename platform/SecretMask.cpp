@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <random>
 #include <utility>
 
@@ -258,14 +259,17 @@ class Search {
       if (!layer[at].is('\\')) continue;
       const auto begin = at;
       while (!meaningAt(layer, at).isEnd()) at = meaningAt(layer, at).next;
-      if (at > begin) found_.push_back({layer[begin].at, layer[at].at, "***"});
+      if (at > begin) add({layer[begin].at, layer[at].at, "***"});
     }
   }
 
-  /// In the order of the text. They may overlap where the text is no good JSON.
+  /// In the order of the text; of those that begin at one place, the one of the outermost
+  /// layer first. They may overlap where the text is no good JSON.
   std::vector<Replacement> takeFound() {
-    std::ranges::stable_sort(found_, {}, &Replacement::begin);
-    return std::move(found_);
+    std::vector<Replacement> inOrder;
+    inOrder.reserve(found_.size());
+    for (auto& [begin, replacement] : found_) inOrder.push_back(std::move(replacement));
+    return inOrder;
   }
 
  private:
@@ -281,12 +285,17 @@ class Search {
     const auto value = isText ? textValue(layer, at + 1) : plainValue(layer, at);
     if (value.content.empty()) return start;
     const auto mark = isText ? "" : std::string((std::size_t{1} << depth) - 1, '\\') + '"';
-    found_.push_back({layer[value.begin].at, layer[value.end].at, mark + standIn(value) + mark});
+    add({layer[value.begin].at, layer[value.end].at, mark + standIn(value) + mark});
     return value.end;
   }
 
+  void add(Replacement replacement) {
+    const auto begin = replacement.begin;
+    found_.emplace(begin, std::move(replacement));
+  }
+
   const std::vector<std::string>& keys_;
-  std::vector<Replacement> found_;
+  std::multimap<std::size_t, Replacement> found_;
 };
 
 }  // namespace

@@ -30,7 +30,6 @@
 #include "webview/VEMOKOBUMsgRouter.h"
 
 namespace vemo {
-
 namespace {
 
 /// Frames that change the phone, or answer it, stand in the log ahead of what they bring about.
@@ -40,6 +39,7 @@ void logChange(VEMOLogger& logger, const boost::json::object& frame, std::string
   const auto kind = vemo_safeNSStringForKey(&frame, "kind").value_or("");
   if (std::ranges::find(kChanges, kind) != kChanges.end()) logFrame(logger, kind, text);
 }
+
 NoteRingOptions ringOptions() {
   NoteRingOptions options;
   options.bytes = std::size_t{4} << 20U;  // what is saved travels in one frame
