@@ -32,17 +32,18 @@ std::size_t afterText(std::string_view line, std::size_t at) {
 /// Behind the value at `at`.
 std::size_t afterValue(std::string_view line, std::size_t at) {
   std::size_t open = 0;
-  do {
+  while (true) {
     const char c = line[at];
     if (c == '"') {
       at = afterText(line, at);
-      continue;
+    } else {
+      if (c == '{' || c == '[') ++open;
+      if (c == '}' || c == ']') --open;
+      ++at;
     }
-    if (c == '{' || c == '[') ++open;
-    if (c == '}' || c == ']') --open;
-    ++at;
-  } while (at < line.size() && (open > 0 || line.substr(at).find_first_of(",}] \t\r\n") != 0));
-  return at;
+    if (at >= line.size()) return at;
+    if (open == 0 && line.substr(at).find_first_of(",}] \t\r\n") == 0) return at;
+  }
 }
 
 std::vector<Member> membersOf(std::string_view line) {

@@ -28,6 +28,7 @@ std::shared_ptr<ScriptedListener> NamedObjects::listener(const std::string& name
 }
 
 ScenarioError NamedObjects::unknownListener(const std::string& name) const {
+  // NOLINTNEXTLINE(modernize-return-braced-init-list): its constructor is explicit
   return ScenarioError("unknown listener \"" + name + '"' +
                        didYouMean(name, std::views::keys(listeners_)));
 }

@@ -15,7 +15,7 @@ std::string_view nearestName(std::string_view name, const std::vector<std::strin
 /// What is said behind an unknown `name`: `; did you mean "command"?`, or nothing when none of
 /// `known`, a range of texts, is near.
 template <std::ranges::input_range Names>
-std::string didYouMean(std::string_view name, Names&& known) {
+std::string didYouMean(std::string_view name, const Names& known) {
   std::vector<std::string_view> names;
   if constexpr (std::ranges::sized_range<Names>) names.reserve(std::ranges::size(known));
   for (const auto& one : known) names.emplace_back(one);

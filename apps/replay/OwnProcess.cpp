@@ -51,7 +51,8 @@ OwnProcessResult inOwnProcess(const std::function<std::string()>& work) {
     bool written = false;
     try {
       written = writeAll(pipe[1], work());
-    } catch (...) {  // the status tells
+    } catch (...) {
+      written = false;  // the status tells
     }
     ::_exit(written ? 0 : 1);  // nothing else of this process is to run twice
   }

@@ -109,6 +109,7 @@ for (const colorScheme of ['light', 'dark'])
 
       await ada.openPanel('Time line');
       await check('the time line');
+      await ada.page.getByLabel('Search the time line').fill('startLocalPreview');
       await ada.row('startLocalPreview').last().locator('.row-head').click();
       await ada.page.locator('.details').waitFor();
       await ada.page.locator('.menu summary').click();

@@ -36,7 +36,7 @@ TEST(JsonReader, ReadsWhatTheLibraryReads) {
         std::string(R"([0,-1,9223372036854775807,18446744073709551615,-9223372036854775808])"),
         std::string(R"({"a":"A\u00e9\ud83d\ude00\n\"/","A":1,"a":2})"),
         std::string(R"([1.5,-0.25,1e3,100.0])"),
-        R"({")" + longText + R"(":")" + longText + R"("})"}) {
+        std::string(R"({")").append(longText).append(R"(":")").append(longText).append(R"("})")}) {
     EXPECT_EQ(read(text), boost::json::parse(text)) << text.substr(0, 60);
   }
 }

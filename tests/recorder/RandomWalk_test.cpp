@@ -59,10 +59,10 @@ struct Later {
 class LateDownloads final : public DownloadService {
  public:
   LateDownloads(Later& later, std::mt19937_64& dice) : later_(later), dice_(dice) {}
-  bool isUrl(const std::string& text) const override { return text.find(':') != text.npos; }
+  bool isUrl(const std::string& text) const override { return text.find(':') != std::string::npos; }
   void download(const std::string&, std::function<void(DownloadResult)> done) override {
     const auto how = dice_() % 3;
-    later_.work.push_back([how, done = std::move(done)] {
+    later_.work.emplace_back([how, done = std::move(done)] {
       if (how == 0) return done({DownloadError{-1009, "offline"}, nullptr});
       done({std::nullopt, std::make_shared<Download>(how == 1)});
     });
@@ -77,7 +77,7 @@ class LateImages final : public ImageDecoder {
  public:
   LateImages(Later& later, std::mt19937_64& dice) : later_(later), dice_(dice) {}
   void decode(std::string, Done done) override {
-    later_.work.push_back([isImage = dice_() % 2 == 0, done = std::move(done)] {
+    later_.work.emplace_back([isImage = dice_() % 2 == 0, done = std::move(done)] {
       done(isImage ? std::make_shared<Image>() : nullptr);
     });
   }
@@ -92,8 +92,8 @@ class LateImages final : public ImageDecoder {
 class Page final : public PageSocket {
  public:
   void send(std::string text) override {
-    if (text.starts_with(R"({"kind":"saved")")) saved = std::move(text);
     if (text.starts_with(R"({"kind":"alert")")) ++alerts;
+    if (text.starts_with(R"({"kind":"saved")")) saved = std::move(text);
   }
   std::size_t unsentBytes() const override { return 0; }
 

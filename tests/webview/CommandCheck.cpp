@@ -380,7 +380,7 @@ class CommandCheck {
         if (given) element[key] = *given;
         return put(std::move(base), &list);
       };
-      checkParam(member.get_object(), path + '/' + key, putMember);
+      checkParam(member.get_object(), std::string(path).append(1, '/').append(key), putMember);
     }
   }
 
