@@ -90,9 +90,7 @@ export class PlayedScenario {
 
   /** Lets the page hear of an event, whatever the scenario says. */
   fire<Name extends BridgeEvent>(event: Name, value: BridgeEvents[Name]): void {
-    const envelope = { head: { action: event }, retval: value, params: value };
-    if (event === 'onNativeReport') this.receiver?.onReport(envelope);
-    else this.receiver?.onEvent(envelope);
+    this.receiver?.onEvent({ head: { action: event }, retval: value });
   }
 
   /** The application stops. */
