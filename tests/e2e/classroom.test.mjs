@@ -57,7 +57,7 @@ test('failed enters are told in words, and the next try works', async () => {
   await ada.enter({ name: 'Ada', application: 20240001 });
 });
 
-test('the page’s address fills in name and room, and what was typed over them is kept', async () => {
+test('the page’s address fills in the form, and what was typed over it is kept', async () => {
   const ada = await open();
   const page = ada.page.frames().find((frame) => frame.url().endsWith('classroom.html'));
   const name = ada.view.getByLabel('Your name');
@@ -72,8 +72,9 @@ test('the page’s address fills in name and room, and what was typed over them 
   await name.press('Tab');
   await goTo('?user=Ada%20Lovelace&room=7');
   assert.equal(await name.inputValue(), 'Ada L.');
-  await goTo('?user=Ben');
+  await goTo('?user=Ben&role=audience');
   assert.equal(await name.inputValue(), 'Ben');
+  assert.equal(await ada.view.getByRole('radio', { name: 'Audience' }).isChecked(), true);
   await ada.view.getByRole('button', { name: 'Enter room' }).click();
   await ada.inPhase('inside');
   assert.deepEqual(await ada.people(), ['Ben']);

@@ -21,7 +21,7 @@ interface Kept {
 }
 const keptName = 'vemo.join';
 
-/** What stands in the form. The address may give name and room: `?user=Ada&room=101`. */
+/** What stands in the form. The address may say it: `?user=Ada&room=101&role=audience`. */
 export class JoinForm {
   readonly name: Signal<string>;
   readonly room: Signal<string>;
@@ -38,7 +38,7 @@ export class JoinForm {
     const given = new URLSearchParams(query);
     this.name = signal(kept.name ?? given.get('user') ?? '');
     this.room = signal(kept.room ?? given.get('room') ?? '101');
-    this.role = signal(kept.role === audienceRole ? audienceRole : anchorRole);
+    this.role = signal(kept.role ?? (given.get('role') === 'audience' ? audienceRole : anchorRole));
   }
 
   keep(): void {

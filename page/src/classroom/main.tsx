@@ -57,40 +57,25 @@ function StoppedScreen() {
   );
 }
 
-function start(): void {
-  const changes = signal(0);
-  let told = false;
-  const classroom = new Classroom(new Bridge(), {
-    // Many changes come at once; they are drawn together.
-    changed() {
-      if (told) return;
-      told = true;
-      queueMicrotask(() => {
-        told = false;
-        ++changes.value;
-      });
-    },
-    notice: (text, tone) => {
-      notices[screenIn(classroom.phase) === 'room' ? 'room' : 'join'].show(text, tone);
-    },
-  });
-  render(
-    <ClassProvider value={{ classroom, changes }}>
-      <Page />
-    </ClassProvider>,
-    document.body,
-  );
-}
-
-try {
-  start();
-} catch (error) {
-  render(
-    <main class="join">
-      <div class="card" role="alert">
-        <h1>{String(error)}</h1>
-      </div>
-    </main>,
-    document.body,
-  );
-}
+const changes = signal(0);
+let told = false;
+const classroom = new Classroom(new Bridge(), {
+  // Many changes come at once; they are drawn together.
+  changed() {
+    if (told) return;
+    told = true;
+    queueMicrotask(() => {
+      told = false;
+      ++changes.value;
+    });
+  },
+  notice: (text, tone) => {
+    notices[screenIn(classroom.phase) === 'room' ? 'room' : 'join'].show(text, tone);
+  },
+});
+render(
+  <ClassProvider value={{ classroom, changes }}>
+    <Page />
+  </ClassProvider>,
+  document.body,
+);

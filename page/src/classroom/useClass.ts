@@ -28,7 +28,7 @@ export function useClassroom(): Classroom {
 /**
  * What `read` gives of the class. The component is drawn anew only when that has changed: it is
  * another value, or a list or a plain object with another value in it. The class changes in place,
- * so `read` gives copies of its parts.
+ * so `read` gives copies of its parts; beside the class it reads only what stays as it is, like a key.
  */
 export function useClass<T>(read: (classroom: Classroom) => T): T {
   const { classroom, changes } = useObserved();
