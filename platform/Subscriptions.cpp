@@ -6,7 +6,10 @@ namespace vemo {
 namespace {
 
 /// How many callbacks this thread is in.
-thread_local int callbacksHere = 0;
+int& callbacksHere() {
+  thread_local int count = 0;
+  return count;
+}
 
 }  // namespace
 
@@ -16,10 +19,10 @@ class Subscriptions::Call {
  public:
   explicit Call(Subscription& of) : of_(of) {
     ++of_.calls;
-    ++callbacksHere;
+    ++callbacksHere();
   }
   ~Call() {
-    --callbacksHere;
+    --callbacksHere();
     if (--of_.calls == 0) of_.calls.notify_all();
   }
   Call(const Call&) = delete;
@@ -48,7 +51,7 @@ void Subscriptions::end(Matches matches) {
     });
   }
   for (const auto& entry : ended) entry->ended = true;
-  if (callbacksHere > 0) return;
+  if (callbacksHere() > 0) return;
   for (const auto& entry : ended) {
     for (int calls = entry->calls; calls > 0; calls = entry->calls) entry->calls.wait(calls);
   }

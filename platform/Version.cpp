@@ -11,6 +11,7 @@ std::optional<Version> versionFrom(std::string_view text) {
   for (auto& number : version) {
     if (text.starts_with('-')) break;  // which from_chars would take
     const auto* const end = text.data() + text.size();
+    // The end is given. NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage)
     const auto [next, problem] = std::from_chars(text.data(), end, number);
     if (problem != std::errc{}) break;
     if (next == end) return version;

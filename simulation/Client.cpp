@@ -28,7 +28,7 @@ void Client::warn(std::int32_t code, const std::string& text) {
   emit([code, text](auto& to) { to.onWarning(code, text, std::nullopt); });
 }
 
-bool Client::canKeep(const std::string& user, std::size_t keptAlready) {
+bool Client::canKeep(std::string_view user, std::size_t keptAlready) {
   if (user.size() > kLongestUserId) {
     warn(kWarnBadValue, "a user id that is too long");
     return false;

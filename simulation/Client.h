@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -232,11 +233,11 @@ class Client : public std::enable_shared_from_this<Client> {
   std::vector<std::string> experimentalCalls;
 
  private:
-  static const std::string& userIn(const std::string& user) { return user; }
-  static const std::string& userIn(const std::pair<std::string, MediaKind>& stream) {
+  static std::string_view userIn(const std::string& user) { return user; }
+  static std::string_view userIn(const std::pair<std::string, MediaKind>& stream) {
     return stream.first;
   }
-  bool canKeep(const std::string& user, std::size_t keptAlready);
+  bool canKeep(std::string_view user, std::size_t keptAlready);
   /// Asks to be let in, or waits for the connection.
   void knock();
   void arrive();

@@ -19,7 +19,8 @@ interface Kept {
   room: string;
   role: number;
 }
-const keptName = 'vemo.join';
+// Phones side by side share the window's storage; each has a frame with a name of its own.
+const keptName = window.name ? `vemo.join.${window.name}` : 'vemo.join';
 
 /** What stands in the form. The address may say it: `?user=Ada&room=101&role=audience`. */
 export class JoinForm {
