@@ -77,10 +77,11 @@ async function serve(html, headers = {}) {
   return `http://127.0.0.1:${server.address().port}/`;
 }
 
-/** What the shell tells of what a page did that it must not. */
-async function problems(phone) {
-  await phone.page.getByRole('button', { name: 'Developer panel' }).click();
-  return phone.page.locator('.log .problem');
+/** Waits until the phone's time line tells of something. */
+async function told(phone, words) {
+  await phone.openPanel('Time line');
+  await phone.page.getByLabel('Search the time line').fill(words);
+  await phone.page.locator('.row', { hasText: words }).first().waitFor();
 }
 
 /** A port that was free a moment ago. */
@@ -199,7 +200,7 @@ test('only the named origin is let in', async () => {
     await context.close();
     context = await browser.newContext({ bypassCSP, viewport: { width: 1000, height: 800 } });
     const eve = await open(await simulate('--page-url', page));
-    await (await problems(eve)).filter({ hasText: 'is not let in' }).waitFor();
+    await told(eve, 'is not let in');
     assert.equal(await eve.view.locator('body').innerText(), 'asked');
   }
 });
@@ -242,17 +243,16 @@ test('a page that floods, reloads in a loop or sends nonsense leaves the others 
     </script>`,
   };
   for (const [name, html] of Object.entries(bad)) writeFileSync(join(folder, `${name}.html`), html);
-  const told = {
-    flood: ['.reply', 'flood'],
-    reload: ['.problem', /The page has loaded \d+ times/],
-    nonsense: ['.problem', 'a message that is no text'],
+  const words = {
+    flood: 'flood',
+    reload: 'The page has loaded',
+    nonsense: 'a message that is no text',
   };
-  for (const [name, [kind, words]] of Object.entries(told)) {
+  for (const [name, sentence] of Object.entries(words)) {
     const phone = await open(good);
     await phone.view.getByText('sdk version').waitFor();
-    await problems(phone);
     await phone.page.frames()[1].goto(`${good.address}page/${name}.html`);
-    await phone.page.locator(`.log ${kind}`, { hasText: words }).first().waitFor();
+    await told(phone, sentence);
     const ada = await open(good);
     await enter(ada);
     await ada.page.close();
