@@ -80,9 +80,8 @@ int main(int argc, char** argv) {
         return usageError(std::string(job) + " does not go with " + std::string(*argument));
       job = *argument;
     } else if (*argument == "--junit") {
-      if (++argument == arguments.end() || argument->empty())
-        return usageError("--junit needs the name of a file");
-      junit = *argument;
+      if (argument + 1 != arguments.end()) junit = *++argument;
+      if (junit.empty()) return usageError("--junit needs the name of a file");
     } else if (argument->starts_with("--")) {
       std::vector<std::string_view> options(kJobs.begin(), kJobs.end());
       options.insert(options.end(), {"--junit", "--help"});
