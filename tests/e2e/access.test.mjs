@@ -116,12 +116,12 @@ for (const colorScheme of ['light', 'dark'])
       await check('a row of the time line, and the menu');
       await ada.page.getByRole('tab', { name: 'Phone' }).click();
       await check('the settings of the phone');
-      await ada.page.getByRole('button', { name: 'Cut off' }).click();
+      await ada.page.getByRole('button', { name: 'Cut off', exact: true }).click();
       await ada.view.locator('.pill[data-connection="reconnecting"]').waitFor();
       await ada.page.getByRole('button', { name: 'Close panel' }).click();
       await check('the class while the connection is lost');
       await ada.page.getByRole('button', { name: 'Developer panel' }).click();
-      await ada.page.getByRole('button', { name: 'Restore' }).click();
+      await ada.page.getByRole('button', { name: 'Restore', exact: true }).click();
       await ada.view.locator('.pill[data-connection="good"]').waitFor();
       await ada.page.getByRole('button', { name: 'Close panel' }).click();
 

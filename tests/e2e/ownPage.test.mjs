@@ -126,6 +126,7 @@ test('a Vite project in a fresh folder runs unmodified, with hot reload', async 
     server.kill();
     return ended;
   });
+  await ada.view.getByText('sdk version').waitFor(); // its script runs
   // By keyboard: the prompt takes the focus, and gives it back to the page of another origin.
   const button = ada.view.getByRole('button', { name: 'Enter' });
   await button.focus();
