@@ -11,7 +11,10 @@ std::chrono::milliseconds now() {
 }
 
 // As void, for the type of frames is the class's own.
-thread_local const void* innermostFrame = nullptr;
+const void*& innermostFrame() {
+  thread_local const void* innermost = nullptr;
+  return innermost;
+}
 
 }  // namespace
 
@@ -21,7 +24,7 @@ Notes::Notes(std::shared_ptr<Journal> journal, const MainQueue& mainQueue)
 /// The step of this router that goes on on this thread; that of another router may have
 /// begun inside it.
 const Notes::Frame* Notes::frame() const {
-  const auto* frame = static_cast<const Frame*>(innermostFrame);
+  const auto* frame = static_cast<const Frame*>(innermostFrame());
   while (frame && frame->notes != this) frame = frame->outer;
   return frame;
 }
@@ -63,7 +66,7 @@ Notes::Step::Step(std::shared_ptr<Notes> notes, std::string_view role, bool peri
   notes_ = std::move(notes);
   const auto* const around = notes_->frame();
   frame_.notes = notes_.get();
-  frame_.outer = static_cast<const Frame*>(innermostFrame);
+  frame_.outer = static_cast<const Frame*>(innermostFrame());
   frame_.step = ++notes_->lastStep_;
   frame_.thread = around ? around->thread : notes_->threadName(role);
   frame_.at = now();
@@ -73,7 +76,7 @@ Notes::Step::Step(std::shared_ptr<Notes> notes, std::string_view role, bool peri
 }
 
 void Notes::Step::begin(Note::Kind kind, std::string_view text, std::uint64_t queuedBy) {
-  innermostFrame = &frame_;
+  innermostFrame() = &frame_;
   notes_->journal_->note({.kind = kind,
                           .at = frame_.at,
                           .thread = frame_.thread,
@@ -86,7 +89,7 @@ void Notes::Step::begin(Note::Kind kind, std::string_view text, std::uint64_t qu
 
 Notes::Step::~Step() {
   if (!notes_) return;
-  innermostFrame = frame_.outer;
+  innermostFrame() = frame_.outer;
   if (frame_.outermost) --notes_->running_;
 }
 

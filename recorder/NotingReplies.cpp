@@ -12,7 +12,10 @@
 namespace vemo {
 namespace {
 
-thread_local NotingReplies::Receiving* innermostReceiving = nullptr;
+NotingReplies::Receiving*& innermostReceiving() {
+  thread_local NotingReplies::Receiving* innermost = nullptr;
+  return innermost;
+}
 
 }  // namespace
 
@@ -32,20 +35,20 @@ bool namesAction(std::string_view message) {
 
 NotingReplies::Receiving::Receiving(NotingReplies& replies, std::string_view label,
                                     std::string_view message)
-    : replies_(replies), outer_(innermostReceiving), label_(label), message_(message) {
-  innermostReceiving = this;
+    : replies_(replies), outer_(innermostReceiving()), label_(label), message_(message) {
+  innermostReceiving() = this;
   const std::lock_guard lock(replies_.mutex_);
   replies_.receiving_.push_back(this);
 }
 
 NotingReplies::Receiving::~Receiving() {
-  innermostReceiving = outer_;
+  innermostReceiving() = outer_;
   const std::lock_guard lock(replies_.mutex_);
   std::erase(replies_.receiving_, this);
 }
 
 NotingReplies::Receiving* NotingReplies::receivingHere() const {
-  auto* receiving = innermostReceiving;
+  auto* receiving = innermostReceiving();
   while (receiving && &receiving->replies_ != this) receiving = receiving->outer_;
   return receiving;
 }

@@ -35,13 +35,13 @@ bool flag(const json::object& line, std::string_view key) {
 
 std::optional<RecordedNote> noteIn(const json::object& line) {
   RecordedNote note;
-  const json::value* what = nullptr;
-  if ((what = line.if_contains("effect"))) {
+  const json::value* what = line.if_contains("step");
+  if (const auto* const effect = line.if_contains("effect")) {
     note.kind = Note::Kind::effect;
-  } else if ((what = line.if_contains("task"))) {
+    what = effect;
+  } else if (const auto* const task = line.if_contains("task")) {
     note.kind = Note::Kind::task;
-  } else {
-    what = line.if_contains("step");
+    what = task;
   }
   const auto at = integer(line, "at");
   const auto number = integer(line, "n");
@@ -67,8 +67,9 @@ bool takeLine(const json::object& line, Recording& recording) {
     return true;
   }
   auto note = noteIn(line);
-  if (note) recording.notes.push_back(*std::move(note));
-  return note.has_value();
+  if (!note) return false;
+  recording.notes.push_back(*std::move(note));
+  return true;
 }
 
 /// The first line: what the file is, or, where the older files of a session are not there, a
