@@ -180,8 +180,42 @@ TEST(SimulatorProgram, WhatAPageSendsReachesNoTerminalAndForgesNoRecord) {
     EXPECT_TRUE(c == '\n' || (c >= 0x20 && c < 0x7F)) << static_cast<int>(c);
   std::istringstream in(text);
   const auto lines = objectsOf(in);
-  EXPECT_EQ(lines.size(), 3U);
+  EXPECT_EQ(lines.size(), 5U);  // two frames, a note of each, and the message
   for (const auto& line : lines) EXPECT_NE(line.at("module"), "forged");
+}
+
+TEST(SimulatorProgram, TheLogTellsWhatAPhoneShowsAndWhatItsUserDoes) {
+  Simulator simulator;
+  Page page(simulator);
+  page.next("settings");
+  const auto call = [&](std::string_view command, object params) {
+    const object message{{"head", object{{"module", "kobu"}, {"action", command}}},
+                         {"params", std::move(params)},
+                         {"cbid", command}};
+    page.send(jsonText(object{{"kind", "message"}, {"text", jsonText(message)}}));
+  };
+  call("initSDK", {});
+  call("enterRoom", {{"userId", "ada"}, {"roomId", 7}, {"role", 20}, {"appScene", 1}});
+  call("startLocalPreview", {{"frontCamera", true}});
+  page.next("prompt");
+  page.send(R"({"kind":"network","drop":true})");
+  page.send(R"({"kind":"answer","media":"camera","granted":false})");
+  page.next("settings");
+  EXPECT_EQ(simulator.end(), 0);
+  std::vector<std::string> told;
+  std::istringstream in(simulator.standardError());
+  for (const auto& line : objectsOf(in)) {
+    const std::string action(line.at("actionName").as_string());
+    if (line.at("module") == "vemo-simulator") {
+      EXPECT_EQ(line.at("level"), 2);
+      EXPECT_EQ(line.at("session"), "page 1");
+      told.push_back(action);
+    } else if (action.starts_with("startLocalPreview")) {
+      told.push_back(action);
+    }
+  }
+  EXPECT_EQ(told, (std::vector<std::string>{"startLocalPreview", "prompt", "network", "answer",
+                                            "startLocalPreviewFailed"}));
 }
 
 TEST(SimulatorProgram, NotesAndRecordsOfAPageBearItsName) {
