@@ -81,7 +81,7 @@ function percent(rate: number): string {
 
 function Statistics() {
   const statistics = useClass((classroom) => classroom.statistics);
-  if (!statistics) return <div class="statistics">They come every two seconds.</div>;
+  if (!statistics) return <div class="statistics">They come again and again while you are in a room.</div>;
   const kilobytes = (bytes: number) => `${Math.round(bytes / 1000)} kB`;
   return (
     <div class="statistics">
