@@ -2,7 +2,7 @@
 
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
-import { existsSync } from 'node:fs';
+import { existsSync, readFileSync } from 'node:fs';
 import { readFile } from 'node:fs/promises';
 import { createRequire } from 'node:module';
 import { createInterface } from 'node:readline';
@@ -12,8 +12,8 @@ import { fileURLToPath } from 'node:url';
 // The browser's driver is installed with the page's other packages.
 const require = createRequire(new URL('../page/package.json', import.meta.url));
 const { chromium } = require('playwright-core');
-/** Where a file of one of the page's packages lies. */
-export const packageFile = require.resolve;
+/** The accessibility checker, as a script. */
+const checker = () => readFileSync(require.resolve('axe-core/axe.min.js'), 'utf8');
 
 const root = fileURLToPath(new URL('..', import.meta.url));
 export const simulatorProgram =
@@ -123,6 +123,7 @@ export function sendRaw(frame, texts, last) {
 export class Phone {
   constructor(page) {
     this.page = page;
+    page.setDefaultTimeout(waitMs);
     this.problems = [];
     page.on('pageerror', (error) => this.problems.push(String(error)));
     page.on('console', (message) => {
@@ -133,10 +134,13 @@ export class Phone {
   /** Opens a phone in `context` and waits until its page can be used. */
   static async open(context, address) {
     const phone = new Phone(await context.newPage());
-    phone.page.setDefaultTimeout(waitMs);
-    await phone.page.goto(address);
-    await phone.inPhase('outside');
+    await phone.visit(address);
     return phone;
+  }
+
+  async visit(address) {
+    await this.page.goto(address);
+    await this.inPhase('outside');
   }
 
   /** The phone of the same window that has this number. */
@@ -180,13 +184,25 @@ export class Phone {
     return this.view.locator('.problem').innerText();
   }
 
-  /** Waits until nothing fades in any more. */
-  async settled() {
-    for (const frame of this.page.frames())
-      await frame.evaluate(async () => {
-        const fading = document.getAnimations().filter(({ effect }) => effect.getTiming().iterations < 9);
-        await Promise.all(fading.map(({ finished }) => finished.catch(() => {})));
-      });
+  /** From now on all stands where it comes to rest, what comes later too: nothing fades or slides in. */
+  async still() {
+    await this.page.emulateMedia({ reducedMotion: 'reduce' });
+  }
+
+  /**
+   * What an accessibility checker finds in the shell and in each page, each document by itself: those
+   * beside each other are no one document.
+   */
+  async findings() {
+    await this.still(); // what fades in has too little contrast
+    const found = this.page.frames().map(async (frame) => {
+      await frame.evaluate(checker());
+      const { violations } = await frame.evaluate(() => window.axe.run(document, { iframes: false }));
+      return violations.flatMap(({ id, nodes }) =>
+        nodes.map(({ target, failureSummary }) => `${id}: ${target.flat().join(' ')}: ${failureSummary}`),
+      );
+    });
+    return (await Promise.all(found)).flat();
   }
 
   control(name) {
@@ -298,6 +314,7 @@ export function simulatorForEachTest({ options = [], screen: usual = { width: 12
   });
 
   const given = {
+    address: () => simulator.address,
     stopSimulator: () => simulator.stop(),
     /** The browser's context for `screen`: width and height, and `colorScheme` if it matters. */
     async context(screen = usual) {
@@ -307,10 +324,16 @@ export function simulatorForEachTest({ options = [], screen: usual = { width: 12
         contexts.set(key, await browser.newContext({ viewport: { width, height }, ...rest }));
       return contexts.get(key);
     },
-    /** A phone whose page can be used. */
-    async open(screen) {
-      const phone = await Phone.open(await given.context(screen), simulator.address);
+    /** A phone that is not opened yet: see `Phone.visit`. */
+    async blank(screen) {
+      const phone = new Phone(await (await given.context(screen)).newPage());
       phones.push(phone);
+      return phone;
+    },
+    /** A phone whose page can be used; `query` is the end of its address. */
+    async open(screen, query = '') {
+      const phone = await given.blank(screen);
+      await phone.visit(simulator.address + query);
       return phone;
     },
     /** A phone in the room that `form` names. */

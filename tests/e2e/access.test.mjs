@@ -2,11 +2,8 @@
 // accessibility checker sees each of their states.
 
 import assert from 'node:assert/strict';
-import { readFileSync } from 'node:fs';
 import { test } from 'node:test';
-import { packageFile, simulatorForEachTest } from '../../testing/browser.mjs';
-
-const checker = readFileSync(packageFile('axe-core/axe.min.js'), 'utf8');
+import { simulatorForEachTest } from '../../testing/browser.mjs';
 
 const { open, entered, stopSimulator } = simulatorForEachTest({ screen: { width: 1280, height: 800 } });
 
@@ -29,16 +26,6 @@ async function commandsSent(phone) {
   return commands.map(({ title }) => title);
 }
 
-/** What the checker finds in the shell and the page in its frame. */
-async function findings(phone) {
-  await phone.settled();
-  for (const frame of phone.page.frames()) await frame.evaluate(checker);
-  const { violations } = await phone.page.evaluate(() => window.axe.run());
-  return violations.flatMap(({ id, nodes }) =>
-    nodes.map(({ target, failureSummary }) => `${id}: ${target.flat().join(' ')}: ${failureSummary}`),
-  );
-}
-
 const screens = [
   { width: 1280, height: 800 },
   { width: 390, height: 844 },
@@ -56,7 +43,7 @@ for (const colorScheme of ['light', 'dark'])
       const ada = await open({ ...screen, colorScheme });
       const found = [];
       const check = async (state) => {
-        for (const finding of await findings(ada)) found.push(`${state}: ${finding}`);
+        for (const finding of await ada.findings()) found.push(`${state}: ${finding}`);
       };
       await check('the form');
       await ada.tryToEnter({ name: '' });
@@ -400,7 +387,7 @@ test('a notice moves nothing, and native views leave it in sight', async () => {
   assert.deepEqual(await boxes(), before);
 
   // The middle of the notice, as the shell's views let it through.
-  await ada.settled();
+  await ada.still();
   const alpha = (at) =>
     ada.nativeView('Ben', 2).evaluate((canvas, { x, y }) => {
       const { left, top, width, height } = canvas.getBoundingClientRect();

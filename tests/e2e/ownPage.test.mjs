@@ -52,7 +52,6 @@ async function simulate(...options) {
 
 async function open(simulator) {
   const phone = new Phone(await context.newPage());
-  phone.page.setDefaultTimeout(60_000);
   await phone.page.goto(simulator.address);
   return phone;
 }

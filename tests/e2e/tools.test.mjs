@@ -2,48 +2,12 @@
 // said of the page's messages, what it has used, and the profile in the address.
 
 import assert from 'node:assert/strict';
-import { readFileSync } from 'node:fs';
 import { readFile } from 'node:fs/promises';
-import { after, afterEach, before, beforeEach, test } from 'node:test';
-import { packageFile, Phone, sendRaw, startBrowser, startSimulator } from '../../testing/browser.mjs';
+import { test } from 'node:test';
+import { sendRaw, simulatorForEachTest } from '../../testing/browser.mjs';
 
-const checker = readFileSync(packageFile('axe-core/axe.min.js'), 'utf8');
+const { open, entered, stopSimulator } = simulatorForEachTest();
 
-let browser;
-let simulator;
-let contexts;
-let phones;
-
-before(async () => {
-  browser = await startBrowser();
-});
-after(async () => {
-  await browser?.close();
-});
-beforeEach(async () => {
-  simulator = await startSimulator(['--log', '/dev/null']);
-  contexts = [];
-  phones = [];
-});
-afterEach(async () => {
-  const problems = phones.flatMap((phone) => phone.problems);
-  for (const context of contexts) await context.close();
-  await simulator.stop();
-  assert.deepEqual(problems, [], 'a page had errors');
-});
-
-async function open(query = '', { width = 1280, height = 860, colorScheme = 'light' } = {}) {
-  const context = await browser.newContext({ viewport: { width, height }, colorScheme });
-  contexts.push(context);
-  const phone = await Phone.open(context, simulator.address + query);
-  phones.push(phone);
-  return phone;
-}
-async function entered(name, form = {}) {
-  const phone = await open();
-  await phone.enter({ name, ...form });
-  return phone;
-}
 async function titles(phone) {
   return (await phone.timeLine()).map(({ title }) => title);
 }
@@ -54,7 +18,7 @@ const button = (panel, name) => panel.getByRole('button', { name, exact: true })
 // ---- Send
 
 test('a command is sent from a form, and answered to the tool alone', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   await pageOf(ada).evaluate(() => {
     window.answers = [];
     const { onReply } = window.vemoBridge;
@@ -86,7 +50,7 @@ test('a command is sent from a form, and answered to the tool alone', async () =
 });
 
 test('an error, a raw message, the history and the example', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   const panel = await ada.openPanel('Send');
   const history = panel.locator('.tool-history li');
   await panel.getByLabel('Command', { exact: true }).selectOption('initSDK');
@@ -109,7 +73,7 @@ test('an error, a raw message, the history and the example', async () => {
 });
 
 test('a command of the time line is sent again, and edited', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   const panel = await ada.openPanel('Time line');
   await ada.row('isSupportScreenCapture').first().click();
   await button(panel, 'Send again').click();
@@ -121,7 +85,7 @@ test('a command of the time line is sent again, and edited', async () => {
 // ---- Fire
 
 test('an event of the engine is fired with fields of one’s own', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   const panel = await ada.openPanel('Fire');
   await panel.getByLabel('Event of the engine').selectOption('onRemoteUserEnterRoom');
   await panel.getByLabel('userId').fill('Ghost');
@@ -138,7 +102,7 @@ test('an event of the engine is fired with fields of one’s own', async () => {
 });
 
 test('a burst of events, and every event’s example', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   const panel = await ada.openPanel('Fire');
   const choice = panel.getByLabel('Event of the engine');
   const names = await choice.locator('option').evaluateAll((options) => options.map(({ value }) => value));
@@ -164,7 +128,7 @@ test('a burst of events, and every event’s example', async () => {
 });
 
 test('a notification of the broadcast extension', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   const panel = await ada.openPanel('Fire');
   await button(panel, 'Started').click();
   await ada.view.getByText('Your screen is shared.').waitFor();
@@ -196,7 +160,7 @@ test('late answers are on, shown and off again', async () => {
 });
 
 test('a lost answer is one that the page waits for, and the next is not lost', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   const panel = await ada.openPanel('Faults');
   await panel.getByLabel('Answers are lost: percent').fill('100');
   await panel.getByRole('switch', { name: 'Answers are lost' }).check();
@@ -229,7 +193,7 @@ test('doubled and reordered answers leave a page that counts them right as it is
 });
 
 test('a permission is taken away in mid-use, and given back', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   await ada.setPermission('Camera', 'authorized');
   await ada.control('Camera').click();
   await ada.nativeView('Ada').waitFor();
@@ -247,7 +211,7 @@ test('a permission is taken away in mid-use, and given back', async () => {
 });
 
 test('downloads fail with a code of one’s own, over a reload of the page', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   const panel = await ada.openPanel('Faults');
   await panel.getByLabel('Code of failing downloads').fill('-77');
   await panel.getByLabel('Code of failing downloads').press('Enter');
@@ -277,7 +241,7 @@ test('the page is loaded anew in mid-call', async () => {
 });
 
 test('an error of the engine by its code', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   const panel = await ada.openPanel('Faults');
   await panel.getByLabel('Code', { exact: true }).fill('many');
   await panel.getByText('A code is a whole number.').waitFor();
@@ -290,7 +254,7 @@ test('an error of the engine by its code', async () => {
 // ---- Bots
 
 test('three bots come, speak, show themselves, share, lose the network and leave', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   const panel = await ada.openPanel('Bots');
   await button(panel, 'Add').click();
   await panel.locator('[data-bot][data-at="inside"]').nth(2).waitFor();
@@ -319,7 +283,7 @@ test('three bots come, speak, show themselves, share, lose the network and leave
 });
 
 test('a lively class plays by itself', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   const panel = await ada.openPanel('Bots');
   await button(panel, 'Add').click();
   await panel.locator('[data-bot][data-at="inside"]').nth(2).waitFor();
@@ -354,7 +318,7 @@ test('a bot says that its simulator has gone', async () => {
   const panel = await ada.openPanel('Bots');
   await button(panel, 'Add').click();
   await panel.locator('[data-bot][data-at="inside"]').nth(2).waitFor();
-  await simulator.stop();
+  await stopSimulator();
   const ann = panel.locator('[data-bot="Ann"][data-at="gone"]');
   await ann.getByText('takes no further phone, or has stopped').waitFor();
   assert.equal(await button(ann, 'Offline').isDisabled(), true);
@@ -363,8 +327,8 @@ test('a bot says that its simulator has gone', async () => {
 // ---- Lint and coverage
 
 test('the classroom’s own lesson gives true remarks alone', async () => {
-  const ada = await entered('Ada');
-  const ben = await entered('Ben');
+  const ada = await entered({ name: 'Ada' });
+  const ben = await entered({ name: 'Ben' });
   await ada.control('Microphone').click();
   await ada.answerPrompt('camera', true);
   await ada.view.locator('[data-control="Microphone"][data-look="on"]').waitFor();
@@ -415,7 +379,7 @@ test('what is odd about a page’s messages stands at their rows', async () => {
 });
 
 test('the coverage of a lesson, saved as text and as JSON', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   const panel = await ada.openPanel('Coverage');
   await panel.locator('tr[data-used="true"]', { hasText: 'enterRoom' }).first().waitFor();
   const saved = async (name) => {
@@ -437,7 +401,7 @@ test('the coverage of a lesson, saved as text and as JSON', async () => {
 test('the address sets the first phone, and what was set by hand since outlives a reload', async () => {
   const query = '?os=12&camera=denied&net=bad&app=Night+school&user=Ada&room=7&role=audience&text=150&dark=yes';
   // A scheme that the driver sets would hold for all frames.
-  const ada = await open(query, { colorScheme: null });
+  const ada = await open({ width: 1280, height: 860, colorScheme: null }, query);
   assert.equal(await ada.view.getByLabel('Your name').inputValue(), 'Ada');
   assert.equal(await ada.view.getByLabel('Room', { exact: true }).inputValue(), '7');
   assert.equal(await ada.view.getByRole('radio', { name: 'Audience' }).isChecked(), true);
@@ -465,7 +429,7 @@ test('the address sets the first phone, and what was set by hand since outlives 
 });
 
 test('what of the address can’t be used is named, and the rest is used', async () => {
-  const ada = await open('?room=many&camara=denied&user=Ada');
+  const ada = await open(undefined, '?room=many&camara=denied&user=Ada');
   const notice = ada.page.getByRole('alert', { name: 'Address' });
   await notice.getByText('“room=many” can’t be used').waitFor();
   await notice.getByText('Did you mean “camera”?').waitFor();
@@ -476,15 +440,6 @@ test('what of the address can’t be used is named, and the rest is used', async
 
 // ---- For everybody
 
-async function findings(phone) {
-  await phone.settled();
-  for (const frame of phone.page.frames()) await frame.evaluate(checker);
-  const { violations } = await phone.page.evaluate(() => window.axe.run());
-  return violations.flatMap(({ id, nodes }) =>
-    nodes.map(({ target, failureSummary }) => `${id}: ${target.flat().join(' ')}: ${failureSummary}`),
-  );
-}
-
 for (const screen of [
   { width: 1280, height: 800 },
   { width: 1280, height: 800, colorScheme: 'dark' },
@@ -492,8 +447,8 @@ for (const screen of [
   { width: 844, height: 390, colorScheme: 'dark' },
 ]) {
   test(`the checker finds nothing in the tools at ${screen.width}x${screen.height}, ${screen.colorScheme ?? 'light'}`, async () => {
-    const ada = await open('?room=many', screen);
-    const clean = async (where) => assert.deepEqual(await findings(ada), [], where);
+    const ada = await open(screen, '?room=many');
+    const clean = async (where) => assert.deepEqual(await ada.findings(), [], where);
     await clean('the address');
     await ada.page.getByRole('button', { name: 'Close notice' }).click();
     await ada.enter({ name: 'Ada' });
@@ -523,7 +478,7 @@ for (const screen of [
 }
 
 test('by keyboard alone: the panel, a command, a fault and a bot', async () => {
-  const ada = await entered('Ada');
+  const ada = await entered({ name: 'Ada' });
   const { keyboard } = ada.page;
   const focused = () => ada.page.evaluate(() => document.activeElement.textContent);
   const panelButton = ada.page.getByRole('button', { name: 'Developer panel' });

@@ -6,47 +6,11 @@ import { readFileSync, writeFileSync } from 'node:fs';
 import { mkdtemp, rm } from 'node:fs/promises';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
-import { after, afterEach, before, beforeEach, test } from 'node:test';
-import { packageFile, Phone, startBrowser, startSimulator } from '../../testing/browser.mjs';
+import { test } from 'node:test';
+import { simulatorForEachTest } from '../../testing/browser.mjs';
 
-const checker = readFileSync(packageFile('axe-core/axe.min.js'), 'utf8');
+const { address, blank, open } = simulatorForEachTest({ screen: { width: 1280, height: 800 } });
 
-let browser;
-let simulator;
-let contexts;
-let windows;
-
-before(async () => {
-  browser = await startBrowser();
-});
-after(async () => {
-  await browser?.close();
-});
-beforeEach(async () => {
-  simulator = await startSimulator(['--log', '/dev/null']);
-  contexts = [];
-  windows = [];
-});
-afterEach(async () => {
-  const problems = windows.flatMap((window) => window.problems);
-  for (const context of contexts) await context.close();
-  await simulator.stop();
-  assert.deepEqual(problems, [], 'a page had errors');
-});
-
-async function newPage({ width = 1280, height = 800, colorScheme = 'light' } = {}) {
-  const context = await browser.newContext({ viewport: { width, height }, colorScheme });
-  contexts.push(context);
-  return context.newPage();
-}
-/** A window with its first phone. */
-async function open(screen) {
-  const first = new Phone(await newPage(screen));
-  windows.push(first);
-  await first.page.goto(simulator.address);
-  await first.inPhase('outside');
-  return first;
-}
 /** Puts another phone into the window; gives both, each by its number. */
 async function beside(first) {
   await first.page.getByRole('button', { name: 'Add a phone' }).click();
@@ -55,17 +19,6 @@ async function beside(first) {
   return phones;
 }
 const chosen = (phone) => phone.page.getByLabel('Phone that the panel shows');
-
-/** What the checker finds in the shell and in each page: documents beside each other are no one document. */
-async function findings(phone) {
-  await phone.settled();
-  const found = phone.page.frames().map(async (frame) => {
-    await frame.evaluate(checker);
-    const { violations } = await frame.evaluate(() => window.axe.run(document, { iframes: false }));
-    return violations.flatMap(({ id, nodes }) => nodes.map(({ target }) => `${id}: ${target.flat().join(' ')}`));
-  });
-  return (await Promise.all(found)).flat();
-}
 
 test('two phones in one window meet in a room, each with a network and settings of its own', async () => {
   const [ada, ben] = await beside(await open());
@@ -128,7 +81,7 @@ for (const colorScheme of ['light', 'dark'])
       const first = await open({ ...screen, colorScheme });
       const found = [];
       const check = async (state) => {
-        for (const finding of await findings(first)) found.push(`${state}: ${finding}`);
+        for (const finding of await first.findings()) found.push(`${state}: ${finding}`);
       };
       const [, second] = await beside(first);
       await check('two phones');
@@ -150,8 +103,8 @@ for (const colorScheme of ['light', 'dark'])
     });
 
 test('by keyboard alone: two phones enter, one is refused the camera, the other loses its network, the error is found, the session saved', async () => {
-  const { page } = await open();
-  const first = windows[0];
+  const first = await open();
+  const { page } = first;
   const key = (name) => page.keyboard.press(name);
   const focusOn = async (name) => {
     for (let presses = 0; presses < 60; ++presses) {
@@ -256,8 +209,7 @@ test('a saved session is one that vemo-replay plays', { skip: !process.env.VEMO_
 
 /** A window whose phones are played here: `answer(frame, send)` gets each frame of the shell. */
 async function openFake(answer) {
-  const first = new Phone(await newPage());
-  windows.push(first);
+  const first = await blank();
   const phone = {};
   await first.page.routeWebSocket(/\/phone$/, (socket) => {
     phone.send = (frame) => socket.send(JSON.stringify(frame));
@@ -269,7 +221,7 @@ async function openFake(answer) {
       });
     socket.onMessage((text) => answer?.(JSON.parse(text), phone));
   });
-  await first.page.goto(simulator.address);
+  await first.page.goto(address());
   await first.page.locator('.phone[data-state="ready"]').waitFor();
   return { first, phone };
 }
@@ -367,15 +319,14 @@ function floodingSocket() {
 }
 
 test('a thousand rows a second lose no key, and 100,000 are kept in little memory', async () => {
-  const page = await newPage();
-  const first = new Phone(page);
-  windows.push(first);
+  const first = await blank();
+  const { page } = first;
   await page.addInitScript(() => {
     if (window.top === window) return;
     window.eval = () => {}; // the page need not hear of it
   });
   await page.addInitScript(floodingSocket);
-  await page.goto(simulator.address);
+  await page.goto(address());
   await page.locator('.phone[data-state="ready"]').waitFor();
   const panel = await first.openPanel('Time line');
 
