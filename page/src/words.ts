@@ -40,15 +40,15 @@ export function leaveInWords(reason: number): string {
   }
 }
 
-/** Why the own user is out of the room; nothing when they left themselves. */
-export function exitInWords(reason: number): string | undefined {
+/** Why the own user is out of the room without having asked for it. */
+export function exitInWords(reason: number): string {
   switch (reason) {
     case 1:
       return 'You were removed from the room.';
     case 2:
       return 'The room was closed.';
     default:
-      return undefined;
+      return 'You are out of the room.';
   }
 }
 

@@ -248,7 +248,10 @@ test('an error of the engine by its code', async () => {
   await panel.getByLabel('Code', { exact: true }).fill('-3316');
   await panel.locator('.tool-help', { hasText: 'This room is full.' }).waitFor();
   await button(panel, 'Raise').click();
-  await ada.view.getByText('This room is full.').first().waitFor();
+  // It ends the stay, and is still told outside.
+  await ada.inPhase('outside');
+  await ada.view.getByText('You are out of the room.').waitFor();
+  await ada.view.getByText('The last error: This room is full.').waitFor();
 });
 
 // ---- Bots

@@ -41,6 +41,7 @@ export class Classroom implements RoomAccess {
   statistics: KOBUStatistics | undefined;
   readonly people = new Map<string, Person>();
   private newcomersAreNews = false;
+  private lastError: string | undefined;
   readonly media: LocalMedia;
   readonly share: ScreenShare;
 
@@ -193,6 +194,7 @@ export class Classroom implements RoomAccess {
     this.people.clear();
     this.connection = 'good';
     this.statistics = undefined;
+    this.lastError = undefined;
     this.newcomersAreNews = false;
     this.media.takenAway();
     this.share.takenAway();
@@ -230,14 +232,16 @@ export class Classroom implements RoomAccess {
 
     bridge.on('onEnterRoom', () => {});
     inRoom('onExitRoom', ({ reason }) => {
+      const detail = this.lastError ? `The last error: ${this.lastError}` : '';
       this.reset();
       this.phase = 'outside';
-      const words = exitInWords(reason);
-      this.problem = words ? { words, detail: '' } : undefined;
+      this.problem = { words: exitInWords(reason), detail };
     });
-    inRoom('onError', ({ errCode, errMsg }) =>
-      this.notice(`${errorInWords(errCode)} (${errMsg})`, 'bad'),
-    );
+    // Some end the stay: their notice would go with the room.
+    inRoom('onError', ({ errCode, errMsg }) => {
+      this.lastError = `${errorInWords(errCode)} (${errMsg})`;
+      this.notice(this.lastError, 'bad');
+    });
     bridge.on('onWarning', ({ warningMsg }) => this.notice(warningMsg, 'info'));
 
     inRoom('onRemoteUserEnterRoom', ({ remoteUserId }) => {
