@@ -49,7 +49,7 @@ class RatioReporter final : public benchmark::BenchmarkReporter {
     for (const auto& [run, routers] : best_) {
       if (!run.ends_with(router)) continue;
       const auto stem = run.substr(0, run.size() - router.size());
-      const auto json = best_.find(stem + "/" + other);
+      const auto json = best_.find(std::string(stem).append("/").append(other));
       if (json == best_.end()) continue;
       out << std::left << std::setw(34) << stem << std::right << std::fixed << std::setprecision(0)
           << std::setw(12) << routers.nanoseconds << std::setw(12) << json->second.nanoseconds

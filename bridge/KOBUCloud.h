@@ -52,7 +52,7 @@ class KOBUCloud {
   /// Starts the camera and shows it in `view`, which may be null: then it is shown nowhere.
   virtual void startLocalPreview(bool frontCamera, std::shared_ptr<NativeView> view) = 0;
   virtual void stopLocalPreview() = 0;
-  /// Ceases to send the camera, or sends it again; the preview stays.
+  /// Stops sending the camera, or sends it again; the preview stays.
   virtual void muteLocalVideo(bool mute) = 0;
   /// The picture sent while the camera is muted, at `fps` frames a second; a null
   /// image means none.
@@ -72,7 +72,7 @@ class KOBUCloud {
   /// Starts the microphone; `quality` is 1 speech, 2 default, 3 music.
   virtual void startLocalAudio(std::int32_t quality) = 0;
   virtual void stopLocalAudio() = 0;
-  /// Ceases to send the microphone, or sends it again.
+  /// Stops sending the microphone, or sends it again.
   virtual void muteLocalAudio(bool mute) = 0;
   /// Where sound is played, by the engine's numbers.
   virtual void setAudioRoute(std::int32_t route) = 0;

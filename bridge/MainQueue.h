@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <utility>
 
 namespace vemo {
 
@@ -18,5 +19,16 @@ class MainQueue {
   /// are destroyed unrun. An empty task is ignored. Any thread.
   virtual void dispatchAsync(std::function<void()> task) = 0;
 };
+
+/// Runs `task` before it returns when the calling thread is the main thread; else queues it.
+/// Any thread.
+template <class Task>
+void runOnMain(MainQueue& queue, Task task) {
+  if (queue.isMainThread()) {
+    task();
+  } else {
+    queue.dispatchAsync(std::move(task));
+  }
+}
 
 }  // namespace vemo

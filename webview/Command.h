@@ -283,7 +283,7 @@ class Call {
       : paramsText(text), item_(item), webView_(webView) {}
 
   /// The params as JSON text, written once for all records of the command; "(null)" when
-  /// there are none.
+  /// there are none. Empty for a command that leaves no record.
   const std::string_view paramsText;
 
   /// The native callback that the message asks for; empty when none.

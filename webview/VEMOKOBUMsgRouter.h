@@ -125,9 +125,9 @@ class VEMOKOBUMsgRouter final : public VEMOJSMsgRouter,
   /// The user id of that record.
   Text curEnteredRoomUserId() const;
 
-  // ---- Local media. Without an engine these do nothing; the four named kobu... also do
-  // nothing without a view. For them an absent user id, or that of the entered room, is
-  // the own user.
+  // ---- Local media. Without an engine these do nothing, but for the provider of views; the
+  // four named kobu... also do nothing without a view. For them an absent user id, or that of the
+  // entered room, is the own user.
 
   /// The provider of views for the page's video commands; null for none. Held weakly: what
   /// is read is null again once the host has let go of it.
@@ -338,6 +338,9 @@ class VEMOKOBUMsgRouter final : public VEMOJSMsgRouter,
   /// listeners and the page. The payload's fields are `given`, the listeners' arguments too.
   template <class Event, class... Given>
   void tell(const Site& site, const Given&... given);
+  /// The same for an event whose record has a code and a text.
+  template <class Event, class... Given>
+  void tellResult(std::optional<Result> result, const Site& site, const Given&... given);
   template <class Event>
   void logEvent(std::string_view payload, std::optional<Result> result, const Site& site);
   template <class Event, class... Args>
@@ -348,9 +351,6 @@ class VEMOKOBUMsgRouter final : public VEMOJSMsgRouter,
   /// an event that has arrived is told even when the host lets go of the router first.
   template <class Work>
   void onMain(Work work);
-  /// Calls `bound` at once on the main thread, else queues it.
-  template <class Bound>
-  void nowOrQueued(Bound bound);
   bool isRegistered(std::string_view event) const;
   void compactListeners();
 

@@ -62,13 +62,15 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .does("Leaves the room and lets go of the engine; harmless without one."),
       Row{"enterRoom", call<&R::enterRoom>}
           .in("room_control")
-          .does("Enters a room. It is answered when \"onEnterRoom\" comes, with code 0 even for a failure: then \"elapsed\" is negative, the engine's code. A failure that the engine also reports as an error is answered before that, with the error's code and text.")
+          .does("Enters a room. It is answered when \"onEnterRoom\" comes, with code 0 even for a failure: then \"elapsed\" is negative, the engine's code. A failure that the engine also reports by one of the errors that end an enter is answered before that, with the error's code and text, and the room is left; other errors change nothing here.")
           .gives(userIdField)
           .gives(integerField("elapsed", "the time that entering took; negative: the engine's code of a failure", "ms"))
-          .fails({0, {}, "the engine reports that entering failed: its code and text", VEMOModule::KOBU})
+          .fails({0, {}, "the engine reports an error that ends an enter: its code and text", VEMOModule::KOBU})
           .answers(Answered::later)
-          .unanswered("another enter replaces it before the engine answers, or the engine is released")
-          .answeredAgain("the engine reports a failure as an error: each such error answers it, and the \"onEnterRoom\" that follows does so with code 0. Take the first answer"),
+          .endedBy(kEndOfEnter)
+          .unanswered({"another enter replaces it before the engine answers", SilencedBy::itself})
+          .unanswered({"the engine is released", SilencedBy::release})
+          .answeredAgain("the engine reports an error that ends it: each such error answers it, and the \"onEnterRoom\" that follows does so with code 0. Take the first answer"),
       // Its handler looks for the engine itself: the room is forgotten without one, too.
       Row{"exitRoom", call<&R::exitRoom>}.logged(Logging::announced).guarded(Guard::engine)
           .in("room_control")
@@ -76,7 +78,9 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .gives(userIdField)
           .gives(integerField("reason", "why: 0 left, 1 removed by the server, 2 the room was dismissed"))
           .answers(Answered::later)
-          .unanswered("another exit replaces it, the user was in no room, or the engine is released"),
+          .unanswered({"another exit replaces it", SilencedBy::itself})
+          .unanswered({"the user was in no room"})
+          .unanswered({"the engine is released", SilencedBy::release}),
       Row{"showBugView", engine<&KOBUCloud::showDebugView, ShowType>, "params error"}
           .in("engine_lifecycle")
           .does("Shows the engine's debug panel over the videos."),
@@ -87,10 +91,12 @@ std::span<const CommandTable::Row> CommandTable::rows() {
       Row{"switchRole", call<&R::switchRole>}.guarded(Guard::room)
           .in("room_control")
           .does("Becomes anchor or audience. It is answered at once, and the event \"onSwitchRole\" tells how the switch ended. A message with a \"nativecb\" is answered by that event instead, with the engine's code and text.")
-          .fails(error::noRoom)
           .fails({0, {}, "the message has \"nativecb\" and the switch fails: the engine's code and text", VEMOModule::KOBU})
           .answersNativecb(Answered::later)
-          .unanswered("the message has \"nativecb\" and the role is neither 20 nor 21, another such switch is asked for before it has ended, the room is left meanwhile, or the engine is released"),
+          .unanswered({"the message has \"nativecb\" and the role is neither 20 nor 21"})
+          .unanswered({"another such switch is asked for before it has ended"})
+          .unanswered({"the room is left meanwhile"})
+          .unanswered({"the engine is released", SilencedBy::release}),
       Row{"setNetworkQosParam", engine<&KOBUCloud::setNetworkQosParam, Qos>, "params error"}
           .in("local_video")
           .does("Chooses what the engine gives up first on a poor network, and who decides."),
@@ -104,7 +110,8 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .fails(error::noOwnView)
           .fails(error::cameraRefused)
           .answers(Answered::later)
-          .unanswered("the user never answers, or permits it only after the engine was released"),
+          .unanswered({"the user never answers"})
+          .unanswered({"permits it only after the engine was released"}),
       Row{"switchCamera", engine<&KOBUDeviceManager::switchCamera, Or<FrontCamera, false>>}
           .in("local_video")
           .does("Switches to the front or the back camera."),
@@ -129,7 +136,8 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .does("Starts the microphone. Where its permission is not settled, the user is asked for the camera, and that answer decides; where it is denied, an alert leads to the settings.")
           .fails(error::microphoneRefused)
           .answers(Answered::later)
-          .unanswered("the user never answers, or permits it only after the engine was released"),
+          .unanswered({"the user never answers"})
+          .unanswered({"permits it only after the engine was released"}),
       Row{"stopLocalAudio", call<&R::stopLocalAudio>}
           .in("local_audio")
           .does("Stops the microphone."),
@@ -186,7 +194,10 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .fails(error::musicNotStarted)
           .fails(error::musicBroken)
           .answers(Answered::many)
-          .unanswered("none of the three flags is set"),
+          .unanswered({"none of the three flags is set"})
+          .unanswered({"the music is played again under its id"})
+          .unanswered({"it is stopped"})
+          .unanswered({"the engine is released"}),
       Row{"setMusicInfo", call<&R::setMusicInfo>}
           .in("background_music")
           .does("Moves to a position in music and sets volumes. What is left out stays as it is. Without \"audioId\" only the volume of all music is set.")
@@ -207,7 +218,9 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .gives(integerField("completedCount", "how many are measured"))
           .gives(orAbsent({{"result", "what was found of the server measured last"}, "object", false, &telling::properties<KOBUSpeedTestResult>, Fields<KOBUSpeedTestResult>::name}))
           .answers(Answered::many)
-          .unanswered("the test is stopped, or the engine is released meanwhile"),
+          .unanswered({"the test is stopped"})
+          .unanswered({"another test begins", SilencedBy::itself})
+          .unanswered({"the engine is released meanwhile"}),
       Row{"stopSpeedTest", engine<&KOBUCloud::stopSpeedTest>}
           .in("diagnostics")
           .does("Ends a running speed test."),
@@ -252,7 +265,9 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .does("Starts the screen-broadcast extension. It is answered when the extension has started. On systems before 12.0 nothing is started, and the answer is a success at once.")
           .fails(error::noLaunch)
           .answers(Answered::later)
-          .unanswered("the extension does not start, another notification of the extension comes before that it has started, or another launch replaces it"),
+          .unanswered({"the extension does not start"})
+          .unanswered({"another notification of the extension comes before the one of its start"})
+          .unanswered({"another launch replaces it", SilencedBy::itself}),
       Row{"startScreenCapture", call<&R::startScreenCapture>}
           .in("screen_sharing")
           .does("Starts to share the screen. It is answered with the event \"onScreenCaptureStarted\", if the engine sends that on the main thread; rely on the event.")
@@ -260,7 +275,10 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .gives(integerField("reason", "always 0"))
           .fails(error::noCapture)
           .answers(Answered::later)
-          .unanswered("the engine sends the event on a thread of its own, another start replaces it, or the capture does not start"),
+          .unanswered({"the engine sends the event on a thread of its own"})
+          .unanswered({"another start replaces it", SilencedBy::itself})
+          .unanswered({"the capture does not start"})
+          .unanswered({"the engine is released", SilencedBy::release}),
       Row{"pauseScreenCapture", call<&R::pauseScreenCapture>}
           .in("screen_sharing")
           .does("Pauses screen capture. The answer is an error record with the engine's result, 0 for success.")
@@ -275,6 +293,13 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .fails(error::stopFailed).fails(error::noCaptureControl),
   };
   // clang-format on
+
+  constexpr auto silentOnesCantFail = [] {
+    return std::all_of(table.begin(), table.end(), [](const Row& row) {
+      return row.logging != Logging::none || (row.guard == Guard::none && row.errors.count == 0);
+    });
+  };
+  static_assert(silentOnesCantFail());
 
   constexpr auto allNamesDiffer = [] {
     for (auto row = table.begin(); row != table.end(); ++row) {

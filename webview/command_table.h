@@ -27,14 +27,15 @@ enum class Answered : std::uint8_t {
   // No command is never answered; one that is would be told here.
 };
 
-/// What must be there for a command to be more than refused. The frame sees to it.
+/// What must be there for a command to be more than refused. The frame sees to it before it
+/// calls a handler that takes the engine; another one looks for itself.
 enum class Guard : std::uint8_t { none, engine, room };
 
 /// What is logged of a command beside its own records, and checked meanwhile.
 enum class Logging : std::uint8_t {
   entry,      ///< a record of the call; refused without a web view
   announced,  ///< the same, after a line in the system log
-  none        ///< straight to the handler: no record, no web view needed
+  none        ///< straight to the handler, which can't fail: no record, no web view needed
 };
 
 /// A field of a reply's value. `members` tells those of an object, or of a list's elements,
@@ -46,6 +47,19 @@ struct ResultField {
   boost::json::array (*members)() = nullptr;
   std::string_view record = {};
   std::string_view orText = {};  // which stands for the value at times
+};
+
+/// How a command comes to stay unanswered, or not answered any more.
+enum class SilencedBy : std::uint8_t {
+  itself,   ///< by another of the same name
+  release,  ///< by "uninitSDK", whatever the engine tells later
+  other
+};
+
+/// The words follow "when".
+struct Silence {
+  std::string_view when;
+  SilencedBy by = SilencedBy::other;
 };
 
 /// At most `Capacity` values, in a table that is made when compiled.
@@ -75,8 +89,8 @@ struct CommandTable {
   ///
   /// The frame around the handlers stands in the source once, so the line of its own code
   /// would say nothing of the command. The records that it writes say the row instead, with
-  /// a number of their own for a line: the row's line for the call itself, plus a thousand for each
-  /// further kind of record.
+  /// a number of their own for a line: the row's line for the call itself, plus one of the numbers
+  /// below for each further kind of record.
   struct Row {
    private:  // first, as clang needs it before its constant calls
     template <class Change>
@@ -126,7 +140,7 @@ struct CommandTable {
     constexpr Row needsOneOf(const ErrorWords& error) const {
       return with([&](Row& row) {
         (row.anyOf.add(P::words.name), ...);
-        row.textWithoutAny = error.text;
+        row.withoutAny = error;
       });
     }
     /// The same of flags: fails with `error` unless one of them is true.
@@ -146,8 +160,12 @@ struct CommandTable {
     constexpr Row answersNativecb(Answered how) const {
       return with([&](Row& row) { row.answeredNativecb = how; });
     }
-    constexpr Row unanswered(std::string_view when) const {
-      return with([&](Row& row) { row.unansweredWhen = when; });
+    constexpr Row unanswered(const Silence& silence) const {
+      return with([&](Row& row) { row.silences.add(silence); });
+    }
+    /// For the command that errors of the engine end, each of which answers it.
+    constexpr Row endedBy(std::span<const std::int32_t> codes) const {
+      return with([&](Row& row) { row.endedByErrors = codes; });
     }
     /// For a command that is answered once as a rule.
     constexpr Row answeredAgain(std::string_view when) const {
@@ -166,10 +184,13 @@ struct CommandTable {
     Logging logging = Logging::entry;
     Answered answered = Answered::once;
     std::optional<Answered> answeredNativecb = {};
-    std::string_view subject, about, unansweredWhen, answeredAgainWhen;
+    std::string_view subject, about, answeredAgainWhen;
+    Few<Silence, 5> silences;
+    std::span<const std::int32_t> endedByErrors;
     Few<std::string_view, 2> anyOf;
     bool anyTrue = false;
-    std::string_view textWithoutAny, nothingWithout;
+    ErrorWords withoutAny;
+    std::string_view nothingWithout;
     Few<ResultField, 5> result;
     Few<ErrorWords, 3> errors;
   };

@@ -115,14 +115,9 @@ void VEMOKOBUMsgRouter::reportEvent(const Text& event) {
 
 void VEMOKOBUMsgRouter::onWarning(std::int32_t warningCode, const Text& warningMsg,
                                   const std::optional<boost::json::object>& extInfo) {
-  auto payload =
-      event::OnWarning::payload(curEnteredRoomUserId(), static_cast<std::uint32_t>(warningCode),
-                                warningMsg, extInfo.value_or(boost::json::object{}));
-  logEvent<event::OnWarning>(payload.text(), Result{warningCode, warningMsg},
-                             "-[VEMOKOBUMsgRouter onWarning:warningMsg:extInfo:]");
-  onMain([payload = std::move(payload)](VEMOKOBUMsgRouter& router) {
-    router.tellPage<event::OnWarning>(payload);
-  });
+  tellResult<event::OnWarning>(
+      Result{warningCode, warningMsg}, "-[VEMOKOBUMsgRouter onWarning:warningMsg:extInfo:]",
+      static_cast<std::uint32_t>(warningCode), warningMsg, extInfo.value_or(boost::json::object{}));
 }
 
 // Quality and statistics leave no record, and their payloads are built only for a page that

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string_view>
 
@@ -16,6 +17,10 @@ inline constexpr std::int64_t kNotInRoom = -3;
 inline constexpr std::int64_t kCameraRefused = -1314;
 inline constexpr std::int64_t kMicrophoneRefused = -1317;
 
+/// The errors of the engine by which it says that an enter has failed.
+inline constexpr std::array<std::int32_t, 8> kEndOfEnter{-3301, -3308, -3316, -3317,
+                                                         -3318, -3319, -3320, -100013};
+
 /// A way in which a command fails. A code of 0 is the engine's or a download's, an empty text
 /// the engine's, a device's or a download's own.
 struct ErrorWords {
@@ -30,7 +35,9 @@ namespace error {
 inline constexpr ErrorWords noEngine{kNotAvailable, "not initSDK", "there is no engine"};
 inline constexpr ErrorWords engineThere{kNotAvailable, "had initSDK",
                                         "the engine is there already"};
-inline constexpr ErrorWords noRoom{kNotInRoom, "not enter room", "no enter has ended yet"};
+inline constexpr ErrorWords noRoom{kNotInRoom, "not enter room",
+                                   "no enter has ended since the last \"enterRoom\", \"exitRoom\" "
+                                   "or \"uninitSDK\""};
 
 // The views that the host has: for the own picture, and for the others.
 inline constexpr ErrorWords noOwnSource{kBadParameter, "not set render source",

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <memory>
+#include <optional>
+#include <string_view>
 #include <utility>
 
 #include "webview/VEMOKOBUMsgRouter.h"
@@ -10,18 +12,10 @@
 
 namespace vemo {
 
-template <class Bound>
-void VEMOKOBUMsgRouter::nowOrQueued(Bound bound) {
-  if (platform_.mainQueue.isMainThread()) {
-    bound();
-  } else {
-    platform_.mainQueue.dispatchAsync(std::move(bound));
-  }
-}
-
 template <class Work>
 void VEMOKOBUMsgRouter::onMain(Work work) {
-  nowOrQueued([self = shared_from_this(), work = std::move(work)]() mutable { work(*self); });
+  runOnMain(platform_.mainQueue,
+            [self = shared_from_this(), work = std::move(work)]() mutable { work(*self); });
 }
 
 /// Calls the event's operation, if it has one, of every live listener, in order, with `args`.
@@ -50,8 +44,14 @@ void VEMOKOBUMsgRouter::logEvent(std::string_view payload, std::optional<Result>
 
 template <class Event, class... Given>
 void VEMOKOBUMsgRouter::tell(const Site& site, const Given&... given) {
+  tellResult<Event>(std::nullopt, site, given...);
+}
+
+template <class Event, class... Given>
+void VEMOKOBUMsgRouter::tellResult(std::optional<Result> result, const Site& site,
+                                   const Given&... given) {
   auto payload = Event::payload(curEnteredRoomUserId(), given...);
-  logEvent<Event>(payload.text(), std::nullopt, site);
+  logEvent<Event>(payload.text(), std::move(result), site);
   onMain([payload = std::move(payload), given...](VEMOKOBUMsgRouter& router) {
     router.tellListeners<Event>(given...);
     router.tellPage<Event>(payload);

@@ -245,8 +245,8 @@ using field::OwnUserId;
 struct OnError : Event<OwnUserId, field::ErrCode, field::ErrMsg, field::ExtInfo> {
   static constexpr std::string_view subject = "room_control";
   static constexpr Words words{"onError",
-                               "The engine reports an error. One that ends an enter also answers "
-                               "\"enterRoom\", and the room is left."};
+                               "The engine reports an error. One of those that end an enter also "
+                               "answers \"enterRoom\", and the room is left."};
 };
 struct OnWarning : Event<OwnUserId, field::WarningCode, field::WarningMsg, field::ExtInfo> {
   static constexpr std::string_view subject = "diagnostics";

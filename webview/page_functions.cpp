@@ -45,13 +45,14 @@ void VEMOKOBUMsgRouter::tellPage(std::string_view event, std::optional<std::stri
 }
 
 void VEMOKOBUMsgRouter::runScript(std::string script, bool needLog) {
-  nowOrQueued(weakly([script = std::move(script), needLog](VEMOKOBUMsgRouter& router) {
-    if (const auto page = router.webView()) page->loadJs(script, needLog);
-  }));
+  runOnMain(platform_.mainQueue,
+            weakly([script = std::move(script), needLog](VEMOKOBUMsgRouter& router) {
+              if (const auto page = router.webView()) page->loadJs(script, needLog);
+            }));
 }
 
 void VEMOKOBUMsgRouter::safeRunInMain(MainBlock block) {
-  if (block) nowOrQueued(weakly(std::move(block)));
+  if (block) runOnMain(platform_.mainQueue, weakly(std::move(block)));
 }
 
 void VEMOKOBUMsgRouter::asyncRunInMain(MainBlock block) { safeRunInMain(std::move(block)); }

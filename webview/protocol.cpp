@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -35,6 +36,15 @@ std::string_view nameOf(Guard guard) {
   return {};
 }
 
+std::string_view nameOf(SilencedBy by) {
+  switch (by) {
+    case SilencedBy::itself: return "itself";
+    case SilencedBy::release: return "uninitSDK";
+    case SilencedBy::other: return "other";
+  }
+  return {};
+}
+
 json::object tell(const ResultField& field) {
   auto told = telling::tell(field.words, field.type);
   if (field.mayBeAbsent) told["mayBeAbsent"] = true;
@@ -50,6 +60,15 @@ json::object tell(const ErrorWords& error) {
   told["text"] = error.text.empty() ? json::value(nullptr) : json::value(error.text);
   told["when"] = error.when;
   return told;
+}
+
+std::string inWords(std::span<const Silence> silences) {
+  std::string text;
+  for (const auto& silence : silences) {
+    if (!text.empty()) text += &silence == &silences.back() ? ", or " : ", ";
+    text += silence.when;
+  }
+  return text;
 }
 
 /// The parameters with which something is wrong in the same way.
@@ -92,7 +111,7 @@ std::string badParameters(std::string_view text, const json::array& params) {
 
 /// What the command fails with when it comes without params; empty when it does not.
 std::string_view textWithoutParams(const CommandTable::Row& row) {
-  if (row.anyOf.count != 0) return row.textWithoutAny;
+  if (row.anyOf.count != 0) return row.withoutAny.text;
   if (!row.nothingWithout.empty()) return {};
   return row.action.textWithoutParams(row.badParameter);
 }
@@ -103,6 +122,7 @@ json::array errorsOf(const CommandTable::Row& row, const json::array& params) {
   if (row.guard != Guard::none) {
     told.push_back(tell(error::noEngine));
   }
+  if (row.guard == Guard::room) told.push_back(tell(error::noRoom));
   std::vector<std::string> texts;
   for (const auto& param : params) {
     if (const auto* text = param.get_object().if_contains("onWrongType")) {
@@ -119,7 +139,9 @@ json::array errorsOf(const CommandTable::Row& row, const json::array& params) {
       when.append(when.empty() ? "neither \"" : " nor \"").append(name).append("\"");
     }
     when += row.anyTrue ? " is true" : " is given";
-    told.push_back(tell(ErrorWords{kBadParameter, row.textWithoutAny, when}));
+    auto error = row.withoutAny;
+    error.when = when;
+    told.push_back(tell(error));
   }
   for (const auto& error : row.errors.all()) told.push_back(tell(error));
   return told;
@@ -133,7 +155,14 @@ json::object tell(const CommandTable::Row& row) {
                     {"guard", nameOf(row.guard)},
                     {"answered", nameOf(row.answered)}};
   if (row.answeredNativecb) told["answeredWithNativecb"] = nameOf(*row.answeredNativecb);
-  if (!row.unansweredWhen.empty()) told["unansweredWhen"] = row.unansweredWhen;
+  if (const auto silences = row.silences.all(); !silences.empty()) {
+    told["unansweredWhen"] = inWords(silences);
+    auto& each = told["unanswered"].emplace_array();
+    for (const auto& [when, by] : silences) each.push_back({{"when", when}, {"by", nameOf(by)}});
+  }
+  if (!row.endedByErrors.empty()) {
+    told["endedByErrors"] = json::array(row.endedByErrors.begin(), row.endedByErrors.end());
+  }
   if (!row.answeredAgainWhen.empty()) told["answeredAgainWhen"] = row.answeredAgainWhen;
   if (const auto text = textWithoutParams(row); !text.empty()) told["onNoParams"] = text;
   if (row.anyOf.count != 0) {

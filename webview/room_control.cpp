@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <array>
 #include <memory>
 
 #include "webview/KOBUParams_VEMOExt.h"
@@ -7,16 +6,13 @@
 #include "webview/event_routing.h"
 
 // The own user in a room: entering, leaving, changing the role, and the connection; and the
-// errors of the engine, of which those of entering end that.
+// errors of the engine, of which some end an enter.
 
 namespace vemo {
 namespace {
 
-/// The engine's failures of entering a room.
-bool isEnterFailure(std::int32_t code) {
-  constexpr std::array<std::int32_t, 8> codes{-3301, -3308, -3316, -3317,
-                                              -3318, -3319, -3320, -100013};
-  return std::find(codes.begin(), codes.end(), code) != codes.end();
+bool endsEnter(std::int32_t code) {
+  return std::find(kEndOfEnter.begin(), kEndOfEnter.end(), code) != kEndOfEnter.end();
 }
 
 }  // namespace
@@ -118,17 +114,13 @@ void VEMOKOBUMsgRouter::onExitRoom(std::int64_t reason) {
   });
 }
 
-/// The engine's errors; those of entering end the enter.
+/// The engine's errors, some of which end an enter.
 void VEMOKOBUMsgRouter::onError(std::int32_t errCode, const Text& errMsg,
                                 const std::optional<boost::json::object>& extInfo) {
-  if (isEnterFailure(errCode)) failEnter(errCode, errMsg);
-  auto payload = event::OnError::payload(curEnteredRoomUserId(), errCode, errMsg,
-                                         extInfo.value_or(boost::json::object{}));
-  logEvent<event::OnError>(payload.text(), Result{errCode, errMsg},
-                           "-[VEMOKOBUMsgRouter onError:errMsg:extInfo:]");
-  onMain([payload = std::move(payload)](VEMOKOBUMsgRouter& router) {
-    router.tellPage<event::OnError>(payload);
-  });
+  if (endsEnter(errCode)) failEnter(errCode, errMsg);
+  tellResult<event::OnError>(Result{errCode, errMsg},
+                             "-[VEMOKOBUMsgRouter onError:errMsg:extInfo:]", errCode, errMsg,
+                             extInfo.value_or(boost::json::object{}));
 }
 
 /// Leaves, and answers the enter under way. Its completion stays: the end of the enter, if

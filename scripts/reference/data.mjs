@@ -1,10 +1,12 @@
 // The protocol as the simulator's tools read it: what vemo-protocol prints, with an example of
-// each command's params, and of the arguments with which the engine tells each event.
+// each command's params and of the arguments with which the engine tells each event, and the codes
+// that the simulated engine reports.
 
-export function data({ commands, events }, examples) {
+export function data({ commands, events }, examples, codes) {
   return `{
 "commands": ${lines(commands.map((command) => withExample(command, examples)))},
-"events": ${lines(events.map((event) => ({ ...event, arguments: examples.arguments[event.name] ?? null })))}
+"events": ${lines(events.map((event) => ({ ...event, arguments: examples.arguments[event.name] ?? null })))},
+"engineCodes": ${lines(codes)}
 }
 `;
 }

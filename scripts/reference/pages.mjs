@@ -21,13 +21,13 @@ const answeredWords = {
 const scenarioFolder = '../../tests/scenarios';
 
 /** The pages as [file name, text]. */
-export function pages(protocol, examples, scenarios) {
+export function pages(protocol, examples, scenarios, codes) {
   const all = [...protocol.commands, ...protocol.events];
   const names = [...new Set(all.map(({ subject }) => subject))];
   const known = Object.keys(subjects);
   names.sort((a, b) => (known.indexOf(a) + 1 || 99) - (known.indexOf(b) + 1 || 99));
   return [
-    ['README.md', index(protocol, names, examples.lesson, scenarios.common)],
+    ['README.md', index(protocol, names, examples.lesson, scenarios.common, codes)],
     ...names.map((subject) => [`${subject}.md`, page(subject, protocol, examples, scenarios)]),
   ];
 }
@@ -39,7 +39,7 @@ const anchor = (name) => name.toLowerCase();
 const made =
   "<!-- Made by scripts/make-reference.mjs from the router's tables: don't edit it. -->\n";
 
-function index({ commands, events }, names, lesson, commonScenarios) {
+function index({ commands, events }, names, lesson, commonScenarios, codes) {
   const rows = (list) =>
     list
       .map(
@@ -81,9 +81,9 @@ A command is one JSON text:
 | \`cbid\` | a text of the page's choice, which the answer repeats; without it there is no answer |
 | \`nativecb\` | a text; only [\`switchRole\`](room_control.md#switchrole) looks at it |
 
-A text that is no JSON object, is too large or too deep, names no action, or whose \`params\` are no
-object is answered with code -1 and the text \`bad message\`; a name that is no command with
-\`unknown action\`.
+A text that is too large or too deep, names no action, or whose \`params\` are no object is answered
+with code -1 and the text \`bad message\`, where its \`cbid\` can be found; a text that is no JSON
+object never is, as it has none. A name that is no command is answered with \`unknown action\`.
 
 ## Answers
 
@@ -107,8 +107,8 @@ answered; or **several times**. Some may stay unanswered; each command says when
 
 | member | meaning |
 |---|---|
-| \`module\` | \`JS\`: the message or the state was at fault. \`KOBU\`: the engine, a device, a view or a download was |
-| \`errcode\` | 0 success; -1 a parameter; -2 no engine, or what is asked for is not there; -3 in no room; -1314 the camera and -1317 the microphone are not permitted; any other is the engine's or a download's |
+| \`module\` | \`JS\`: the message, the state or the system was at fault. \`KOBU\`: the engine, a device, a view or a download was |
+| \`errcode\` | 0 success; -1 a parameter, or the host has no view for the own picture, or the system is too old; -2 no engine, or what is asked for is not there; -3 in no room; -1314 the camera and -1317 the microphone are not permitted; any other is the engine's or a download's |
 | \`errmsg\` | says it in words, for people; may be empty on success |
 
 ## Events
@@ -165,10 +165,15 @@ has. The simulated engine has these:
 
 | where | numbers |
 |---|---|
-| \`route\` and \`fromRoute\` | 0 the loudspeaker, 1 the earpiece; another is answered by \`onWarning\` with 1101 and not taken |
+| \`route\` and \`fromRoute\` | see below; another is answered by \`onWarning\` with 1101 and not taken |
 | \`reason\` of screen capture | always 0 |
 | \`appScene\`, \`logLevel\`, \`showType\`, \`preference\`, \`controlMode\`, \`sensorMode\` | any; they change nothing |
-| \`errCode\` and negative \`elapsed\`, when entering fails | -3301 refused, -3302 in a room already, -3308 no answer in time, -3309 left on the way in, -3316 the room is full, -3317 an unknown application, -3318 no number of a room, -3319 no user, -3320 a bad signature |
+
+Its codes:
+
+| where | code | meaning |
+|---|---|---|
+${codes.map(codeRow).join('\n')}
 
 ## Scenarios
 
@@ -301,6 +306,7 @@ function answer({
   answeredWithNativecb,
   unansweredWhen,
   answeredAgainWhen,
+  endedByErrors,
   result,
 }) {
   const once = answered === 'later' && !answeredAgainWhen ? ', once' : '';
@@ -311,6 +317,7 @@ function answer({
     `${answeredWords[answered]}${once}${nativecb}.`,
     result.length === 0 && 'It carries no value.',
     unansweredWhen && `It stays unanswered when ${unansweredWhen}.`,
+    endedByErrors && `The errors that end it: ${endedByErrors.join(', ')}.`,
     answeredAgainWhen && `It is answered more than once when ${answeredAgainWhen}.`,
   ];
   const words = quoted(sentences.filter(Boolean).join(' '));
@@ -417,6 +424,10 @@ function pretty(value, indent = 0) {
 }
 
 const row = (...cells) => `| ${cells.map(cell).join(' | ')} |`;
+function codeRow({ code, about, where }, at, all) {
+  return `| ${where === all[at - 1]?.where ? '' : cell(where)} | ${code} | ${cell(about)} |`;
+}
+
 const cell = (text) => quoted(text).replaceAll('|', '\\|');
 
 /** What stands in quotation marks is code. */

@@ -138,7 +138,7 @@ inline std::string progressiveJpeg(std::uint32_t width, std::uint32_t height, in
   const auto huffman = [&](char table, char symbol) {
     return segment('\xC4', std::string{table, '\1'} + std::string(15, '\0') + symbol);
   };
-  const std::size_t blocks = (width + 7) / 8 * ((height + 7) / 8);
+  const std::size_t blocks = std::size_t{(width + 7) / 8} * ((height + 7) / 8);
   constexpr std::size_t kRun = 16'384;  // blocks told of at once, by 15 bits
   auto jpeg = "\xFF\xD8" + segment('\xDB', '\0' + std::string(64, '\1')) +
               segment('\xC2', '\x08' + bigEndian(height, 2) + bigEndian(width, 2) +

@@ -10,6 +10,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -172,8 +173,8 @@ TEST(PixbufImageDecoder, ShowsOfAFileThatIsCutShortOnlyWhatIsThere) {
   for (std::size_t size = 0; size < whole.size(); size += 7) {
     const auto image = decoded(whole.substr(0, size));
     if (!image) continue;
-    ASSERT_EQ(image->rgba().size(), kWidth * kWidth * 4U);
-    for (std::size_t i = 0; i < kWidth * kWidth * 3U; ++i) {
+    ASSERT_EQ(image->rgba().size(), std::size_t{kWidth} * kWidth * 4);
+    for (std::size_t i = 0; i < std::size_t{kWidth} * kWidth * 3; ++i) {
       const auto shown = image->rgba()[i / 3 * 4 + i % 3];
       ASSERT_TRUE(shown == pixels[i] || shown == 0) << "byte " << i << " of a cut to " << size;
     }
@@ -345,8 +346,9 @@ TEST(PixbufImageDecoder, ItsEndWaitsForACallback) {
     ended = true;
   });
   called.get_future().wait();
-  const auto released = std::async(std::launch::async, [&] { mayEnd.set_value(); });
+  std::thread release([&] { mayEnd.set_value(); });
   decoder.reset();
+  release.join();
   EXPECT_TRUE(ended);
 }
 

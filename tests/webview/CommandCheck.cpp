@@ -126,6 +126,7 @@ class CommandCheck {
     }
     goThroughWorlds();
     checkUnanswered();
+    checkEnded();
     for (std::size_t i = 0; i < errors().size(); ++i) {
       if (!seenErrors_.contains(i)) complain_("never fails with " + jsonText(errors()[i]));
     }
@@ -150,10 +151,7 @@ class CommandCheck {
   /// Each message meets a device and a router of its own; what comes of it is examined.
   const Observed& send(const std::optional<json::object>& params, const World& world,
                        Prepared prepared, bool nativecb = false) {
-    json::object message{{"head", {{"module", "kobu"}, {"action", name_}}}, {"cbid", "1"}};
-    if (params) message["params"] = *params;
-    if (nativecb) message["nativecb"] = "page.done";
-    const auto text = jsonText(message);
+    const auto text = messageOf(params, nativecb);
     const auto key = std::string(world.name) + std::to_string(static_cast<int>(prepared)) + text;
     const auto [found, isNew] = sent_.try_emplace(key);
     if (isNew) {
@@ -164,7 +162,16 @@ class CommandCheck {
     return found->second;
   }
 
-  static Observed observe(const std::string& message, const World& world, Prepared prepared) {
+  std::string messageOf(const std::optional<json::object>& params, bool nativecb) const {
+    json::object message{{"head", {{"module", "kobu"}, {"action", name_}}}, {"cbid", "1"}};
+    if (params) message["params"] = *params;
+    if (nativecb) message["nativecb"] = "page.done";
+    return jsonText(message);
+  }
+
+  /// Plays a message, then `meanwhile`, then what the world answers.
+  static Observed observe(const std::string& message, const World& world, Prepared prepared,
+                          const Steps& meanwhile = {}) {
     Observed observed;
     const auto take = [&](const Effects& effects) {
       for (const auto& effect : effects) {
@@ -184,6 +191,7 @@ class CommandCheck {
     observed.reachedEngine = std::any_of(effects.begin(), effects.end(), [](const auto& effect) {
       return effect.at("effect") == "engine";
     });
+    for (const auto& step : meanwhile) take(stage.play(step));
     take(stage.answer(effects));
     // Whom the page has named now shows when they are called.
     take(stage.play(R"({"host":"reportEvent","args":["any"]})"));
@@ -335,10 +343,12 @@ class CommandCheck {
     static const std::vector<Silence> never;
     const auto& reasons = known == silences().end() ? never : known->second;
     std::string shown;
+    std::vector<std::string_view> whens;
     for (std::size_t i = 0; i < reasons.size(); ++i) {
       const auto& [world, params, nativecb] = reasons[i];
       if (i > 0) shown += i + 1 == reasons.size() ? ", or " : ", ";
       shown += world.name;
+      whens.push_back(world.name);
       auto given = full_;
       for (const auto& [key, value] : params) given[key] = value;
       if (const auto& observed = send(given, world, usual_, nativecb); !observed.replies.empty()) {
@@ -347,6 +357,83 @@ class CommandCheck {
     }
     if (const auto told = textIn(command_, "unansweredWhen"); told != shown) {
       complain_("unansweredWhen is " + inQuotes(told) + ", shown is " + inQuotes(shown));
+    }
+    checkSilencers(whens);
+  }
+
+  /// What is told to keep it from being answered does so whatever the world is like, and
+  /// nothing else does.
+  void checkSilencers(const std::vector<std::string_view>& whens) {
+    const auto& told = listIn(command_, "unanswered");
+    std::set<std::string_view> silencers;
+    for (std::size_t i = 0; i < told.size(); ++i) {
+      const auto& silence = told[i].get_object();
+      if (i >= whens.size() || textIn(silence, "when") != whens[i]) {
+        complain_("unanswered/" + std::to_string(i) + " is " + jsonText(silence));
+      }
+      silencers.insert(textIn(silence, "by"));
+    }
+    if (told.size() != whens.size()) complain_("unanswered is too short");
+    if (textIn(command_, "answered") == "once") return;
+    const auto expect = [&](std::string_view by, bool silences) {
+      if (silencers.contains(by) == silences) return;
+      complain_("unanswered tells " + inQuotes(by) + " wrongly: in some world it is " +
+                (silences ? "never answered" : "answered") + " behind it");
+    };
+    expect("uninitSDK", isSilencedBy({R"({"command":"uninitSDK"})"}));
+    expect("itself", isSilencedBy(others()));
+  }
+
+  /// Other messages of the same name: like this one, and as different as can be.
+  std::vector<std::string> others() const {
+    auto different = full_;
+    for (auto& [key, value] : different) {
+      if (value.is_int64()) value = value.get_int64() + 1;
+    }
+    std::vector<std::string> steps;
+    for (const auto& params : {full_, different}) {
+      for (const bool nativecb : {false, true}) {
+        json::object step{{"command", name_}, {"params", params}};
+        if (nativecb) step["nativecb"] = "page.done";
+        steps.push_back(jsonText(step));
+      }
+    }
+    return steps;
+  }
+
+  /// Whether there is no answer any more behind each of `steps`, in any world.
+  bool isSilencedBy(const std::vector<std::string>& steps) {
+    std::vector<World> worlds = otherWorlds();
+    worlds.push_back(goodWorld());
+    return std::ranges::all_of(worlds, [&](const World& world) {
+      return std::ranges::all_of(steps, [&](const std::string& step) {
+        const auto observed = observe(messageOf(full_, false), world, usual_, {step});
+        return observed.replies.size() == observed.atOnce;
+      });
+    });
+  }
+
+  /// The engine's errors told to end the command do, and no other.
+  void checkEnded() {
+    const auto& told = listIn(command_, "endedByErrors");
+    std::set<std::int64_t> codes{-1, 0, 1};
+    for (std::int64_t code = -3330; code <= -3290; ++code) codes.insert(code);
+    for (const auto& code : told) codes.insert(code.get_int64());
+    if (textIn(command_, "answered") == "once") codes.clear();
+    for (const auto code : codes) {
+      const auto error = R"({"event":"onError","thread":"main","args":[)" + std::to_string(code);
+      const auto observed =
+          observe(messageOf(full_, false), goodWorld(), usual_, {error + R"(,"text",null]})"});
+      const bool ends =
+          std::any_of(observed.replies.begin(), observed.replies.end(), [code](const auto& reply) {
+            const auto* failure = failureOf(reply);
+            return failure && failure->at("errcode") == code;
+          });
+      const bool isToldTo = std::find(told.begin(), told.end(), json::value(code)) != told.end();
+      if (ends != isToldTo) {
+        complain_("endedByErrors " + std::string(isToldTo ? "has " : "lacks ") +
+                  std::to_string(code));
+      }
     }
   }
 

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <boost/json/parse.hpp>
+#include <cstdint>
 #include <limits>
 
 #include "json/RecordMapper.h"
@@ -93,7 +95,7 @@ TEST(TextForms, IdsInRepliesKeepTheirLineBreaks) {
 
 TEST(TextForms, AddressesAreLowerCaseHexadecimal) {
   // Never dereferenced: any number serves as an address here.
-  EXPECT_EQ(addressText(reinterpret_cast<const void*>(std::uintptr_t{0xABCDEF})), "0xabcdef");
+  EXPECT_EQ(addressText(std::bit_cast<const void*>(std::uintptr_t{0xABCDEF})), "0xabcdef");
   EXPECT_EQ(addressText(nullptr), "0x0");
 }
 

@@ -20,7 +20,7 @@ namespace {
 
 class RouterTest : public testing::Test {
  protected:
-  ~RouterTest() override {
+  void TearDown() override {
     router.reset();
     platform.mainQueue.drain();
     EXPECT_TRUE(watched.expired());

@@ -11,6 +11,14 @@ const std::string kSwitched = R"({"event":"onSwitchRole","args":[0,null],"thread
 const std::string kPermitted = R"({"access":true,"thread":"main"})";
 const std::string kStarted = R"({"notify":"VEMOScreenKit_Started_Notify","thread":"main"})";
 
+const std::string kSameMusic =
+    R"({"command":"playMusic","params":{"audioId":1,"path":"/music/song.mp3","onStart":true}})";
+const std::string kMusicStarts = R"({"music":1,"on":"start","code":0,"thread":"main"})";
+const std::string kSameTest =
+    R"({"command":"startSpeedTest","params":{"sdkAppId":1,"userId":"student","userSig":"s"}})";
+const std::string kTestEnds =
+    R"({"speedTest":{"ip":"10.0.0.1"},"completed":1,"total":1,"thread":"main"})";
+
 /// In place of the usual answer to the call `asked`, `steps` come: what is in the way first,
 /// then what would have been answered.
 Silence when(std::string_view reason, std::string_view asked, const Steps& steps) {
@@ -55,13 +63,19 @@ const std::map<std::string_view, std::vector<Silence>>& silences() {
       {"startLocalAudio", notPermitted},
       {"playMusic",
        {{{"none of the three flags is set", "{}", {}, {}},
-         {{"onStart", false}, {"onProgress", false}, {"onComplete", false}}}}},
+         {{"onStart", false}, {"onProgress", false}, {"onComplete", false}}},
+        when("the music is played again under its id", "audioEffect.startPlayMusic",
+             {kSameMusic, kMusicStarts}),
+        when("it is stopped", "audioEffect.startPlayMusic",
+             {R"({"command":"stopMusic","params":{"audioId":1}})"}),
+        when("the engine is released", "audioEffect.startPlayMusic", {kReleased})}},
       {"startSpeedTest",
        {when("the test is stopped", "startSpeedTest", {R"({"command":"stopSpeedTest"})"}),
+        when("another test begins", "startSpeedTest", {kSameTest, kTestEnds}),
         when("the engine is released meanwhile", "startSpeedTest", {kReleased})}},
       {"launchScreenKit",
        {when("the extension does not start", "launchExtension", {}),
-        when("another notification of the extension comes before that it has started",
+        when("another notification of the extension comes before the one of its start",
              "launchExtension",
              {R"({"notify":"VEMOScreenKit_Paused_Notify","thread":"main"})", kStarted}),
         when("another launch replaces it", "launchExtension",
@@ -71,7 +85,8 @@ const std::map<std::string_view, std::vector<Silence>>& silences() {
              {R"({"event":"onScreenCaptureStarted"})"}),
         when("another start replaces it", "startScreenCaptureInApp",
              {R"({"command":"startScreenCapture","params":{"screenCaptureMode":1}})", kCaptured}),
-        when("the capture does not start", "startScreenCaptureInApp", {})}},
+        when("the capture does not start", "startScreenCaptureInApp", {}),
+        when("the engine is released", "startScreenCaptureInApp", {kReleased, kCaptured})}},
   };
   return all;
 }

@@ -867,18 +867,19 @@ export interface Methods {
   ): Promise<Commands['uninitSDK']['result']>;
   /**
    * Enters a room. It is answered when "onEnterRoom" comes, with code 0 even for a failure: then
-   * "elapsed" is negative, the engine's code. A failure that the engine also reports as an error
-   * is answered before that, with the error's code and text.
+   * "elapsed" is negative, the engine's code. A failure that the engine also reports by one of
+   * the errors that end an enter is answered before that, with the error's code and text, and the
+   * room is left; other errors change nothing here.
    * It stays unanswered when another enter replaces it before the engine answers, or the engine
    * is released.
-   * It is answered more than once when the engine reports a failure as an error: each such error
+   * It is answered more than once when the engine reports an error that ends it: each such error
    * answers it, and the "onEnterRoom" that follows does so with code 0. Take the first answer.
    * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
    * @throws {BridgeError} -1 (JS), "no appScene param": "appScene" is missing or of another type
    * @throws {BridgeError} -1 (JS), "params can't parse KOBUParams": "sdkAppId", "userId",
    * "userSig", "roomId" or "role" is of another type
-   * @throws {BridgeError} another code (KOBU): the engine reports that entering failed: its code
-   * and text
+   * @throws {BridgeError} another code (KOBU): the engine reports an error that ends an enter:
+   * its code and text
    */
   enterRoom(
     params: Commands['enterRoom']['params'],
@@ -920,8 +921,9 @@ export interface Methods {
    * another such switch is asked for before it has ended, the room is left meanwhile, or the
    * engine is released.
    * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
+   * @throws {BridgeError} -3 (JS), "not enter room": no enter has ended since the last
+   * "enterRoom", "exitRoom" or "uninitSDK"
    * @throws {BridgeError} -1 (JS), "no role param": "role" is missing or of another type
-   * @throws {BridgeError} -3 (JS), "not enter room": no enter has ended yet
    * @throws {BridgeError} another code (KOBU): the message has "nativecb" and the switch fails:
    * the engine's code and text
    */
@@ -1176,7 +1178,8 @@ export interface Methods {
   /**
    * Plays music. The same message is answered at the start, at each progress and at the end, as
    * its flags ask for; "state" tells which it is.
-   * It stays unanswered when none of the three flags is set.
+   * It stays unanswered when none of the three flags is set, the music is played again under its
+   * id, it is stopped, or the engine is released.
    * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
    * @throws {BridgeError} -1 (JS), "audioId param error": "audioId" is missing or of another type
    * @throws {BridgeError} -1 (JS), "path param error": "ID" is of another type; "path" is
@@ -1231,7 +1234,8 @@ export interface Methods {
   /**
    * Measures the network to each of the engine's servers. The message is answered for each
    * server, always with code 0; the text is "ing", and "done" for the last one.
-   * It stays unanswered when the test is stopped, or the engine is released meanwhile.
+   * It stays unanswered when the test is stopped, another test begins, or the engine is released
+   * meanwhile.
    * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
    * @throws {BridgeError} -1 (JS), "params error": "sdkAppId" is missing or of another type;
    * "userId" or "userSig" is missing, empty or of another type
@@ -1334,7 +1338,7 @@ export interface Methods {
    * Starts the screen-broadcast extension. It is answered when the extension has started. On
    * systems before 12.0 nothing is started, and the answer is a success at once.
    * It stays unanswered when the extension does not start, another notification of the extension
-   * comes before that it has started, or another launch replaces it.
+   * comes before the one of its start, or another launch replaces it.
    * @throws {BridgeError} -1 (JS), "not support launchScreenKit": the system is older than 11.0
    */
   launchScreenKit(
@@ -1345,7 +1349,7 @@ export interface Methods {
    * Starts to share the screen. It is answered with the event "onScreenCaptureStarted", if the
    * engine sends that on the main thread; rely on the event.
    * It stays unanswered when the engine sends the event on a thread of its own, another start
-   * replaces it, or the capture does not start.
+   * replaces it, the capture does not start, or the engine is released.
    * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
    * @throws {BridgeError} -1 (JS), "screenCaptureMode not found": "screenCaptureMode" is missing
    * or none of its values
@@ -1397,8 +1401,8 @@ export interface Methods {
 /** The events that a page can register for, each with its payload. */
 export interface Events {
   /**
-   * The engine reports an error. One that ends an enter also answers "enterRoom", and the room is
-   * left.
+   * The engine reports an error. One of those that end an enter also answers "enterRoom", and the
+   * room is left.
    */
   onError: {
     /** The own user, without line breaks; "(null)" outside a room. */
