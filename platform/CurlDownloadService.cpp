@@ -26,6 +26,7 @@ namespace {
 
 constexpr int kIdleMs = 60'000;       // a wake-up comes with every change
 constexpr long kIdleConnections = 8;  // kept for the next transfer to the same server
+constexpr std::size_t kMaxHeaderBytes = std::size_t{512} << 10U;  // of a transfer, in all
 
 struct EasyCleanup {
   void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
@@ -73,6 +74,8 @@ class Transfer {
     curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, error_.data());
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &Transfer::write);
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
+    curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, &Transfer::countHeader);
+    curl_easy_setopt(easy, CURLOPT_HEADERDATA, this);
     if (!options.privateAddresses) {
       curl_easy_setopt(easy, CURLOPT_PROXY, "");
       curl_easy_setopt(easy, CURLOPT_OPENSOCKETFUNCTION, &Transfer::openSocket);
@@ -88,6 +91,10 @@ class Transfer {
     if (code == CURLE_OK && !haveFile()) code = CURLE_WRITE_ERROR;
     if (tooLong_) code = CURLE_FILESIZE_EXCEEDED;  // known beforehand only where a server tells it
     if (code == CURLE_COULDNT_CONNECT && refused_) why = "the address is not a public one";
+    if (headerBytes_ > kMaxHeaderBytes) {
+      code = CURLE_RECV_ERROR;
+      why = "the server sends too many header lines";
+    }
     DownloadResult result;
     if (code == CURLE_OK) {
       result.file = std::move(file_);
@@ -101,6 +108,13 @@ class Transfer {
  private:
   static std::size_t write(const char* data, std::size_t unit, std::size_t count, void* self) {
     return static_cast<Transfer*>(self)->append({data, unit * count});
+  }
+
+  /// libcurl bounds the header of an answer, but keeps whatever comes as one after its body.
+  static std::size_t countHeader(const char*, std::size_t unit, std::size_t count, void* self) {
+    auto& bytes = static_cast<Transfer*>(self)->headerBytes_;
+    bytes += unit * count;
+    return bytes > kMaxHeaderBytes ? CURL_WRITEFUNC_ERROR : unit * count;
   }
 
   /// How many bytes were taken; fewer than all end the transfer.
@@ -135,6 +149,7 @@ class Transfer {
   const std::string url_;
   Done done_;
   const CurlDownloadOptions* options_ = nullptr;
+  std::size_t headerBytes_ = 0;
   bool tooLong_ = false;
   bool refused_ = false;
   std::array<char, CURL_ERROR_SIZE> error_{};

@@ -47,7 +47,8 @@ struct CurlDownloadOptions {
 /// CURLE_URL_MALFORMAT for what is no URL, CURLE_FILESIZE_EXCEEDED,
 /// CURLE_OPERATION_TIMEDOUT, CURLE_TOO_MANY_REDIRECTS, CURLE_HTTP_RETURNED_ERROR for an
 /// answer of 400 or more, CURLE_COULDNT_CONNECT for an address that may not be reached,
-/// too, CURLE_AGAIN when too many wait already, and so on.
+/// too, CURLE_RECV_ERROR for half a megabyte of header lines, CURLE_AGAIN when too many
+/// wait already, and so on.
 ///
 /// The service serves many requesters: each handle that forRequester gives out is one, and
 /// so is the service itself. They take turns. A requester that has no transfer gets one at

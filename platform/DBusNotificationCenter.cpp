@@ -37,6 +37,7 @@ constexpr const char* kMatch =
 constexpr milliseconds kFirstPause{100};
 constexpr milliseconds kLongestPause{5'000};
 constexpr std::size_t kSentAtOnce = 100;  // then the bus gives some back first
+constexpr std::size_t kLongestName = std::size_t{64} << 10U;
 
 struct CloseBus {
   // Without a flush, which would wait for ever for a bus that has stopped.
@@ -282,8 +283,11 @@ class DBusNotificationCenter::Connection {
         posted_.pop_front();
       }
       const auto text = validUtf8(sent_.back());
+      // Of a very long one the bus gives nothing back for long, and sd-bus copies it each time.
       const int result =
-          sd_bus_emit_signal(bus_.get(), kPath, kInterface, kSignal, "s", text.c_str());
+          text.size() > kLongestName
+              ? -EMSGSIZE
+              : sd_bus_emit_signal(bus_.get(), kPath, kInterface, kSignal, "s", text.c_str());
       if (result == -ECONNRESET || result == -ENOTCONN) {
         lose(result);
       } else if (result < 0) {

@@ -36,7 +36,7 @@ struct DBusNotificationCenterOptions {
 /// A cross-process notification centre over a D-Bus message bus: every process of the
 /// session hears what any of them posts. A notification is the signal "Posted" of the
 /// interface "vemo.NotificationCenter" on the path "/vemo/NotificationCenter", its one
-/// argument the name, a text in UTF-8 without NUL.
+/// argument the name, a text in UTF-8 without NUL, of 64 KiB at most: a longer one is dropped.
 ///
 /// When the bus goes away, `news` is told, and the centre tries to reach it again at the
 /// same address: after 0.1 s, then after twice as long each time, up to 5 s. Subscriptions

@@ -20,6 +20,7 @@
 #include "platform/LineQueue.h"
 #include "platform/RotatingFile.h"
 #include "platform/SecretMask.h"
+#include "platform/VisibleText.h"
 
 namespace vemo {
 namespace {
@@ -40,7 +41,7 @@ class Members {
   void add(std::string_view name, const std::optional<std::string_view>& text) {
     if (!text) return;
     addName(name);
-    appendJsonString(line_, mask_.masked(*text, buffer_));
+    appendJsonString(line_, shortened(mask_.masked(*text, buffer_), JsonLineLogger::kMaxTextBytes));
   }
 
   template <class Value>
@@ -93,16 +94,29 @@ struct JsonLineLogger::Lines {
                 return lossLine(what, count, why);
               }) {}
 
+  /// What a session begins with that is made now.
+  ByteBudget budgetFor(ByteRate rate) {
+    const auto now = std::chrono::steady_clock::now();
+    const std::lock_guard lock(mutex);
+    return {rate, now, all.share(now)};
+  }
+
+  void count(std::size_t bytes) {
+    const auto now = std::chrono::steady_clock::now();
+    const std::lock_guard lock(mutex);
+    all.take(bytes, now);
+  }
+
   const SecretMask mask;
   LineQueue queue;
+  std::mutex mutex;
+  ByteBudget all{JsonLineLogger::kSessionsRate, std::chrono::steady_clock::now()};
 };
 
 class JsonLineLogger::Session final : public VEMOLogger {
  public:
   Session(std::shared_ptr<Lines> lines, std::string name, ByteRate rate)
-      : lines_(std::move(lines)),
-        name_(std::move(name)),
-        budget_(rate, std::chrono::steady_clock::now()) {}
+      : lines_(std::move(lines)), name_(std::move(name)), budget_(lines_->budgetFor(rate)) {}
   ~Session() override { tellOf(heldBack_); }
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
@@ -119,6 +133,7 @@ class JsonLineLogger::Session final : public VEMOLogger {
       heldBack = std::exchange(heldBack_, 0);
     }
     tellOf(heldBack);
+    if (!name_.empty()) lines_->count(line.size() + 1);
     lines_->queue.add(line);
   }
 

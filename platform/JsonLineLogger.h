@@ -28,7 +28,8 @@ struct JsonLineLoggerOptions {
 /// The logger, on spdlog: each record becomes a line with one JSON object: "time"
 /// (ISO 8601, UTC, milliseconds), the fields that the record sets, by name and in their
 /// order, "sdkAppId" once the configuration has one, and "session" where a session's own
-/// handle wrote it. No secret and no control character stands in it.
+/// handle wrote it. No secret and no control character stands in it, and of a longer text its
+/// first kMaxTextBytes only.
 ///
 /// Callers wait for no writing: lines go through a queue to a thread of the logger's own,
 /// and the file is followed by its name (see LineQueue and RotatingFile). Where lines are
@@ -44,6 +45,12 @@ class JsonLineLogger final : public VEMOLogger {
  public:
   /// What a session may write: some six hundred lines at once, and forty a second.
   static constexpr ByteRate kSessionRate{std::size_t{256} << 10U, std::size_t{16} << 10U};
+  /// What all sessions write counts against this; a new one begins with as large a part of its
+  /// burst as is left of this one. So one session after another can't fill the files either.
+  static constexpr ByteRate kSessionsRate{32 * kSessionRate.burstBytes,
+                                          4 * kSessionRate.bytesPerSecond};
+  /// Of a record's text, masked, as much is written.
+  static constexpr std::size_t kMaxTextBytes = std::size_t{128} << 10U;
 
   /// A logger as `options` say; null when the file can't be written or an option is
   /// out of range, and `error`, if given, then says why.

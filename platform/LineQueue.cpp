@@ -1,80 +1,21 @@
 #include "platform/LineQueue.h"
 
 #include <signal.h>
-#include <spdlog/async.h>
-#include <spdlog/async_logger.h>
+#include <spdlog/details/log_msg.h>
 #include <spdlog/sinks/sink.h>
 
+#include <condition_variable>
+#include <deque>
 #include <exception>
+#include <mutex>
 #include <string>
+#include <thread>
 #include <utility>
 
 #include "platform/LineOutput.h"
 #include "platform/VisibleText.h"
 
 namespace vemo {
-
-/// Passes lines on to the target, and says before the next one what was lost.
-/// Used by the queue's thread alone.
-class LossReporter final : public spdlog::sinks::sink {
- public:
-  LossReporter(spdlog::sink_ptr target, LineQueue::LossLine lossLine)
-      : target_(std::move(target)), lossLine_(std::move(lossLine)) {
-    target_->set_pattern("%v");
-  }
-
-  /// The queue that drops lines; it outlives this one's use.
-  void watch(spdlog::details::thread_pool& queue) { queue_ = &queue; }
-
-  void log(const spdlog::details::log_msg& line) override {
-    if (!reportLosses() || !pass(line)) ++notWritten_;
-  }
-
-  /// Says what can be said; false when the target doesn't take it.
-  bool reportLosses() {
-    const auto dropped = queue_->overrun_counter();
-    if (dropped != reportedDropped_) {
-      if (!pass(lossLine_("dropped", dropped - reportedDropped_, {}))) return false;
-      reportedDropped_ = dropped;
-    }
-    if (notWritten_ != 0) {
-      if (!pass(lossLine_("notWritten", notWritten_, why_))) return false;
-      notWritten_ = 0;
-    }
-    return true;
-  }
-
-  void flush() override {}  // done with each line: a reader, or a crash, finds them all
-  void set_pattern(const std::string&) override {}
-  void set_formatter(std::unique_ptr<spdlog::formatter>) override {}
-
- private:
-  bool pass(const std::string& line) {
-    const auto visible = visibleText(line);
-    return pass({{}, spdlog::level::err, visible});
-  }
-
-  bool pass(const spdlog::details::log_msg& line) {
-    try {
-      target_->log(line);
-      target_->flush();
-      return true;
-    } catch (const std::exception& problem) {
-      why_ = problem.what();
-    } catch (...) {
-      why_ = "unknown";
-    }
-    return false;
-  }
-
-  const spdlog::sink_ptr target_;
-  const LineQueue::LossLine lossLine_;
-  spdlog::details::thread_pool* queue_ = nullptr;
-  std::size_t reportedDropped_ = 0;
-  std::size_t notWritten_ = 0;
-  std::string why_;
-};
-
 namespace {
 
 void blockSignalsOfWriting() {
@@ -87,23 +28,121 @@ void blockSignalsOfWriting() {
 
 }  // namespace
 
+/// The lines that wait and the thread that writes them. A queue of spdlog's own would count
+/// lines alone, whatever they take.
+class LineQueue::Writer {
+ public:
+  Writer(spdlog::sink_ptr target, std::size_t capacity, LossLine lossLine)
+      : target_(std::move(target)), capacity_(capacity), lossLine_(std::move(lossLine)) {
+    target_->set_pattern("%v");
+    thread_ = std::thread([this] { run(); });
+  }
+  ~Writer() {
+    if (const auto output = std::dynamic_pointer_cast<LineOutput>(target_)) output->hurry();
+    {
+      const std::lock_guard lock(mutex_);
+      stopping_ = true;
+    }
+    changed_.notify_one();
+    thread_.join();
+  }
+  Writer(const Writer&) = delete;
+  Writer& operator=(const Writer&) = delete;
+
+  void add(std::string line) {
+    {
+      const std::lock_guard lock(mutex_);
+      bytes_ += line.size();
+      lines_.push_back(std::move(line));
+      while (lines_.size() > capacity_ || (bytes_ > kMaxBytes && lines_.size() > 1)) {
+        take();
+        ++dropped_;
+      }
+    }
+    changed_.notify_one();
+  }
+
+ private:
+  /// The oldest line. With the lock.
+  std::string take() {
+    auto line = std::move(lines_.front());
+    lines_.pop_front();
+    bytes_ -= line.size();
+    return line;
+  }
+
+  void run() {
+    blockSignalsOfWriting();
+    std::unique_lock lock(mutex_);
+    for (;;) {
+      changed_.wait(lock, [this] { return stopping_ || !lines_.empty(); });
+      if (lines_.empty()) break;
+      const auto line = take();
+      lock.unlock();
+      if (!reportLosses() || !write(line)) ++notWritten_;
+      lock.lock();
+    }
+    lock.unlock();
+    reportLosses();
+  }
+
+  /// Says what was lost; false when the target doesn't take that.
+  bool reportLosses() {
+    const auto dropped = droppedLines();
+    if (dropped != reportedDropped_) {
+      if (!write(visibleText(lossLine_("dropped", dropped - reportedDropped_, {})))) return false;
+      reportedDropped_ = dropped;
+    }
+    if (notWritten_ != 0) {
+      if (!write(visibleText(lossLine_("notWritten", notWritten_, why_)))) return false;
+      notWritten_ = 0;
+    }
+    return true;
+  }
+
+  std::size_t droppedLines() const {
+    const std::lock_guard lock(mutex_);
+    return dropped_;
+  }
+
+  bool write(const std::string& line) {
+    try {
+      target_->log({{}, spdlog::level::info, line});
+      target_->flush();  // with each line: a reader, or a crash, finds them all
+      return true;
+    } catch (const std::exception& problem) {
+      why_ = problem.what();
+    } catch (...) {
+      why_ = "unknown";
+    }
+    return false;
+  }
+
+  const spdlog::sink_ptr target_;
+  const std::size_t capacity_;
+  const LossLine lossLine_;
+
+  mutable std::mutex mutex_;
+  std::condition_variable changed_;
+  std::deque<std::string> lines_;
+  std::size_t bytes_ = 0;  // of these lines
+  std::size_t dropped_ = 0;
+  bool stopping_ = false;
+
+  // The thread's own.
+  std::size_t reportedDropped_ = 0;
+  std::size_t notWritten_ = 0;
+  std::string why_;
+
+  std::thread thread_;
+};
+
 LineQueue::LineQueue(std::shared_ptr<spdlog::sinks::sink> target, std::size_t capacity,
                      LossLine lossLine)
-    : output_(std::dynamic_pointer_cast<LineOutput>(target)),
-      reporter_(std::make_shared<LossReporter>(std::move(target), std::move(lossLine))),
-      thread_(std::make_shared<spdlog::details::thread_pool>(
-          capacity, 1, blockSignalsOfWriting,
-          [reporter = reporter_] { reporter->reportLosses(); })),
-      lines_(std::make_shared<spdlog::async_logger>(
-          "", reporter_, thread_, spdlog::async_overflow_policy::overrun_oldest)) {
-  reporter_->watch(*thread_);
-}
+    : writer_(std::make_unique<Writer>(std::move(target), capacity, std::move(lossLine))) {}
 
-LineQueue::~LineQueue() {
-  if (output_) output_->hurry();
-  thread_.reset();  // writes what waits, then ends; all else must still be there
-}
+LineQueue::~LineQueue() = default;
 
-void LineQueue::add(std::string_view line) { lines_->log(spdlog::level::info, visibleText(line)); }
+void LineQueue::add(std::string_view line) { writer_->add(visibleText(line)); }
 
 }  // namespace vemo

@@ -6,23 +6,15 @@
 #include <string>
 #include <string_view>
 
-namespace spdlog {
-class async_logger;
-namespace details {
-class thread_pool;
-}
-namespace sinks {
+namespace spdlog::sinks {
 class sink;
 }
-}  // namespace spdlog
 
 namespace vemo {
 
-class LineOutput;
-class LossReporter;
-
 /// Lines on their way to a place that may be slow, full or stuck. Whoever adds one never
-/// waits: a thread of the queue's own writes them, and a full queue drops its oldest.
+/// waits: a thread of the queue's own writes them, and a full queue, be it full by the number
+/// of its lines or by their bytes, drops its oldest.
 /// What is lost is counted, and said as soon as it can be, by a line of its own before
 /// the next one. No control character gets through (see visibleText), so one text is one
 /// line; and no signal of writing (SIGPIPE, SIGXFSZ) ends the process.
@@ -30,6 +22,9 @@ class LossReporter;
 /// Threads: any. Destruction writes what waits, and ends even if that can't be written.
 class LineQueue {
  public:
+  /// How much waits at most; a single longer line may.
+  static constexpr std::size_t kMaxBytes = std::size_t{32} << 20U;
+
   /// The text of a line that says that `count` lines are lost: "dropped" by the full
   /// queue, or "notWritten", `why` then being what the target said last. Called by the
   /// queue's thread.
@@ -47,10 +42,8 @@ class LineQueue {
   void add(std::string_view line);
 
  private:
-  const std::shared_ptr<LineOutput> output_;  // null when the target is none
-  std::shared_ptr<LossReporter> reporter_;
-  std::shared_ptr<spdlog::details::thread_pool> thread_;
-  std::shared_ptr<spdlog::async_logger> lines_;
+  class Writer;
+  const std::unique_ptr<Writer> writer_;
 };
 
 }  // namespace vemo

@@ -20,6 +20,9 @@ namespace vemo {
 
 enum class MediaKind { audio, video, subStream };
 
+/// What the cloud needs to let somebody in, or in again, however short the way to it.
+inline constexpr Clock::Time kServerTime{20};
+
 /// What a client knows of another user, and of what it receives from it.
 struct KnownUser {
   struct Stream {
@@ -278,6 +281,7 @@ class Client : public std::enable_shared_from_this<Client> {
   ReceiveMode receiveMode_;
   std::map<std::string, KnownUser> known_;
   Presence announced_;
+  Timer announcing_;  // present while the next announcement must wait
   Timer measuring_;
   Timer listening_;
   // Present while in a room, and not in step with it since the connection dropped.

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <vector>
 
 #include "simulation/Client.h"
@@ -44,7 +45,7 @@ void Client::connectionRestored() {
   if (!isCutOff()) return;
   loss_.reset();
   absence_.reset();
-  later(roundTrip() + world_.randomTime(network().jitter), resuming_,
+  later(std::max(roundTrip() + world_.randomTime(network().jitter), kServerTime), resuming_,
         [](Client& self) { self.resume(); });
 }
 

@@ -10,6 +10,9 @@ constexpr Clock::Time kCameraStart{120};
 constexpr Clock::Time kMicrophoneStart{60};
 constexpr Clock::Time kDeviceJitter{40};
 constexpr Clock::Time kAudioFrame{20};
+/// Between two announcements: what changes meanwhile is told as it is then. Everybody in the
+/// room hears each.
+constexpr Clock::Time kAnnouncementPeriod{20};
 
 Clock::Time frameTime(std::uint32_t fps) { return Clock::Time(1000 / std::max(fps, 1U)); }
 
@@ -87,10 +90,14 @@ SentPictures Client::sent() const {
 void Client::publish() {
   if (!room_ || isCutOff()) return;
   const auto shown = presence();
-  if (shown != announced_) {
+  if (shown != announced_ && !announcing_) {
     announced_ = shown;
     // The only way to go without leaving is to become audience.
     room_->announce(*this, shown, kLeaveAudience);
+    later(kAnnouncementPeriod, announcing_, [](Client& self) {
+      self.announcing_.reset();
+      self.publish();
+    });
   }
   reportFirstSent(MediaKind::audio, kKOBUStreamTypeMain, kAudioFrame);
   reportFirstSent(MediaKind::video, kKOBUStreamTypeMain,

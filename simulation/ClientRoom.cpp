@@ -36,7 +36,7 @@ void Client::knock() {
   }
   // A greeting, the user's papers and the room's description: three round trips.
   const auto travel = 3 * roundTrip() + world_.randomTime(network().jitter);
-  later(std::max(travel, Time(1)), entering_, [](Client& self) { self.arrive(); });
+  later(std::max(travel, kServerTime), entering_, [](Client& self) { self.arrive(); });
 }
 
 void Client::arrive() {
@@ -74,6 +74,7 @@ void Client::join(Room& room) {
     if (member.get() != this) learn(member->userId(), member->announced_, number, kLeaveLeft);
   }
   announced_ = {};
+  announcing_.reset();
   publish();
 }
 
@@ -116,7 +117,8 @@ void Client::quitRoom(std::int64_t reason) {
 
 void Client::endVisit() {
   ++visit;
-  for (auto* timer : {&entering_, &measuring_, &listening_, &loss_, &absence_, &resuming_}) {
+  for (auto* timer :
+       {&entering_, &announcing_, &measuring_, &listening_, &loss_, &absence_, &resuming_}) {
     timer->reset();
   }
   thaw();

@@ -34,8 +34,8 @@ namespace {
 
 /// Frames that change the phone, or answer it, stand in the log ahead of what they bring about.
 void logChange(VEMOLogger& logger, const boost::json::object& frame, std::string_view text) {
-  constexpr std::array<std::string_view, 7> kChanges{"network", "settings", "answer",   "press",
-                                                     "broadcast", "fire",   "downloads"};
+  constexpr std::array<std::string_view, 7> kChanges{"network",   "settings", "answer",   "press",
+                                                     "broadcast", "fire",     "downloads"};
   const auto kind = vemo_safeNSStringForKey(&frame, "kind").value_or("");
   if (std::ranges::find(kChanges, kind) != kChanges.end()) logFrame(logger, kind, text);
 }
@@ -248,10 +248,15 @@ std::string Phone::handleBroadcast(const boost::json::object& frame) {
 }
 
 std::string Phone::handleFire(const boost::json::object& frame) {
+  // Events of all phones come on one thread: those of one must not keep it for long.
   constexpr std::int64_t kMostAtOnce = 1000;
+  constexpr std::size_t kLongestArguments = 16'384;
   const auto name = vemo_safeNSStringForKey(&frame, "event");
   const auto* args = frame.if_contains("args");
   if (!name || !args || !args->is_array()) return "a fired event has no name or no arguments";
+  if (jsonText(*args).size() > kLongestArguments)
+    return "the arguments of a fired event are longer than " + std::to_string(kLongestArguments) +
+           " bytes";
   const auto* given = frame.if_contains("times");
   const std::int64_t times = given ? given->is_int64() ? given->get_int64() : 0 : 1;
   if (times < 1 || times > kMostAtOnce)

@@ -2,18 +2,25 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <optional>
 #include <string_view>
 #include <utility>
 
 #include "json/Lookup.h"
 #include "platform/Version.h"
+#include "platform/VisibleText.h"
 
 namespace vemo {
 namespace {
 
 constexpr std::array<std::string_view, 4> kStatusNames{"notDetermined", "restricted", "denied",
                                                        "authorized"};
+
+/// All settings are told again with each change of one: their texts are those of an application.
+constexpr std::size_t kLongestBundle = 65'536;
+constexpr std::size_t kLongestText = 1024;
+constexpr std::size_t kShown = 100;  // of the name of one that there is not
 
 std::string_view nameOf(AuthorizationStatus status) {
   return kStatusNames.at(static_cast<std::size_t>(status));
@@ -29,8 +36,11 @@ bool applyBundle(const boost::json::value& value, PhoneSettings& settings) {
   const auto* object = value.if_object();
   if (!object) return false;
   std::map<std::string, std::string> bundle;
+  std::size_t bytes = 0;
   for (const auto& [key, text] : *object) {
     if (!text.is_string()) return false;
+    bytes += key.size() + text.get_string().size();
+    if (bytes > kLongestBundle) return false;
     bundle.emplace(key, text.get_string());
   }
   settings.bundle = std::move(bundle);
@@ -39,6 +49,7 @@ bool applyBundle(const boost::json::value& value, PhoneSettings& settings) {
 
 bool applyOne(const boost::json::object& changes, std::string_view key, PhoneSettings& settings) {
   const auto text = vemo_safeNSStringForKey(&changes, key);
+  if (text && text->size() > kLongestText) return false;
   if (key == "os") {
     if (!text || !versionFrom(*text)) return false;
     settings.os = *text;
@@ -78,7 +89,7 @@ std::string apply(const boost::json::object& changes, PhoneSettings& settings) {
   auto changed = settings;
   for (const auto& [key, value] : changes)
     if (!applyOne(changes, key, changed))
-      return "the phone has no such setting: " + std::string(key);
+      return "the phone has no such setting: " + shortened(key, kShown);
   settings = std::move(changed);
   return {};
 }

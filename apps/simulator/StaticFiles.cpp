@@ -3,15 +3,11 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cstdint>
-#include <fstream>
 #include <system_error>
 #include <utility>
 
 namespace vemo {
 namespace {
-
-constexpr std::uintmax_t kMaxFileBytes = std::uintmax_t{32} << 20U;
 
 /// A part of a request's path with its percent escapes undone; nothing when one is wrong.
 std::optional<std::string> decoded(std::string_view part) {
@@ -58,7 +54,7 @@ std::optional<std::filesystem::path> fileFor(const std::filesystem::path& folder
 
   if (isFolder) relative /= "index.html";
 
-  // A link inside the folder may still point out of it.
+  // A link inside the folder may still point out of it, or to what is hidden in it.
   std::error_code problem;
   const auto root = std::filesystem::canonical(folder, problem);
   if (problem) return std::nullopt;
@@ -66,6 +62,8 @@ std::optional<std::filesystem::path> fileFor(const std::filesystem::path& folder
   if (problem || !std::filesystem::is_regular_file(file, problem)) return std::nullopt;
   const auto [inRoot, inFile] = std::mismatch(root.begin(), root.end(), file.begin(), file.end());
   if (inRoot != root.end()) return std::nullopt;
+  if (std::any_of(inFile, file.end(), [](const auto& name) { return !isFileName(name.native()); }))
+    return std::nullopt;
   return file;
 }
 
@@ -95,16 +93,6 @@ std::string_view contentType(const std::filesystem::path& file) {
   const auto found = std::ranges::find(kTypes, std::string_view(extension),
                                        [](const auto& type) { return type.first; });
   return found == kTypes.end() ? "application/octet-stream" : found->second;
-}
-
-std::optional<std::string> readFile(const std::filesystem::path& file) {
-  std::error_code problem;
-  const auto size = std::filesystem::file_size(file, problem);
-  if (problem || size > kMaxFileBytes) return std::nullopt;
-  std::ifstream in(file, std::ios::binary);
-  std::string bytes(static_cast<std::size_t>(size), '\0');
-  if (!in.read(bytes.data(), static_cast<std::streamsize>(bytes.size()))) return std::nullopt;
-  return bytes;
 }
 
 }  // namespace vemo

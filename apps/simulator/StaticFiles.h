@@ -16,7 +16,4 @@ std::optional<std::filesystem::path> fileFor(const std::filesystem::path& folder
 /// The media type of a file by its extension.
 std::string_view contentType(const std::filesystem::path& file);
 
-/// All bytes of a file; nothing when it can't be read or is longer than 32 MiB.
-std::optional<std::string> readFile(const std::filesystem::path& file);
-
 }  // namespace vemo

@@ -345,7 +345,7 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
           std::make_shared<PageConnection>(state_, stream_.release_socket(), std::move(buffer_));
       return page->start(request);
     }
-    respond(answer(request), request.keep_alive());
+    answer(request);
   }
 
   // A page of another origin may connect to any address of this machine and give its
@@ -358,43 +358,57 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
     return {};
   }
 
-  Response answer(const Request& request) const {
+  void answer(const Request& request) {
+    const bool keepAlive = request.keep_alive();
     if (!state_.knowsHost(view(request[http::field::host])))
-      return text(http::status::misdirected_request,
-                  "This server answers only to its own address.");
+      return respond(
+          text(http::status::misdirected_request, "This server answers only to its own address."),
+          keepAlive);
     if (request.method() != http::verb::get && request.method() != http::verb::head) {
       auto response = text(http::status::method_not_allowed, "Only GET and HEAD are served.");
       response.set(http::field::allow, "GET, HEAD");
-      return response;
+      return respond(std::move(response), keepAlive);
     }
     if (request.target() == "/phone")
-      return text(http::status::upgrade_required, "This is the address of a WebSocket.");
+      return respond(text(http::status::upgrade_required, "This is the address of a WebSocket."),
+                     keepAlive);
     const auto target = view(request.target());
     const auto path = target.substr(0, target.find('?'));
-    const auto& options = state_.options;
     if (path == "/page.json" && state_.hasPage())
-      return found(request, "application/json", state_.pageJson());
+      return give(request, found<http::string_body>("application/json", state_.pageJson()));
+    giveFile(request, path);
+  }
+
+  /// A file is read while it is sent: however many are sent slowly, little of them is in memory.
+  void giveFile(const Request& request, std::string_view path) {
+    const auto& options = state_.options;
     const bool isOfPage = !options.pageFolder.empty() && path.starts_with(kPagePath);
     const auto file = isOfPage ? fileFor(options.pageFolder, path.substr(kPagePath.size() - 1))
                                : fileFor(options.shellFolder, path);
-    auto bytes = file ? readFile(*file) : std::nullopt;
-    if (!bytes) return text(http::status::not_found, "There is no such file.");
+    if (!file)
+      return respond(text(http::status::not_found, "There is no such file."), request.keep_alive());
+    http::file_body::value_type content;
+    beast::error_code problem;
+    content.open(file->c_str(), beast::file_mode::scan, problem);
+    if (problem)
+      return respond(text(http::status::internal_server_error, "The file can't be read."),
+                     request.keep_alive());
 
-    auto response = found(request, contentType(*file), std::move(*bytes));
+    auto response = found<http::file_body>(contentType(*file), std::move(content));
     if (isOfPage) response.set(kPolicyField, "frame-ancestors 'self'");
     if (path == "/vemo-client.js") {  // for pages of other origins too
       response.set(http::field::access_control_allow_origin, "*");
       response.set("Cross-Origin-Resource-Policy", "cross-origin");
     }
-    return response;
+    give(request, std::move(response));
   }
 
-  static Response found(const Request& request, std::string_view type, std::string bytes) {
-    Response response(http::status::ok, 11);
+  template <class Body>
+  static http::response<Body> found(std::string_view type, typename Body::value_type content) {
+    http::response<Body> response(http::status::ok, 11);
     response.set(http::field::content_type, type);
-    const auto size = bytes.size();
-    if (request.method() == http::verb::get) response.body() = std::move(bytes);
-    response.content_length(size);
+    response.body() = std::move(content);
+    response.prepare_payload();
     return response;
   }
 
@@ -410,16 +424,24 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
     respond(text(status, sentence), /*keepAlive=*/false);
   }
 
-  void respond(Response response, bool keepAlive) {
+  /// The response, or its head where only that was asked for.
+  template <class Body>
+  void give(const Request& request, http::response<Body> response) {
+    if (request.method() == http::verb::get)
+      return respond(std::move(response), request.keep_alive());
+    respond(http::response<http::empty_body>(response.base()), request.keep_alive());
+  }
+
+  template <class Body>
+  void respond(http::response<Body> response, bool keepAlive) {
     response.set(http::field::server, "vemo-simulator");
     response.set(http::field::cache_control, "no-cache");
     response.set("X-Content-Type-Options", "nosniff");
     if (response.find(kPolicyField) == response.end()) response.set(kPolicyField, state_.policy());
     response.keep_alive(keepAlive);
-    response_ = std::move(response);
     stream_.expires_after(kAnswerTimeout);
-    http::async_write(
-        stream_, response_,
+    beast::async_write(
+        stream_, http::message_generator(std::move(response)),
         [self = shared_from_this(), keepAlive](beast::error_code problem, std::size_t) {
           if (problem) return;
           if (keepAlive) return self->read();
@@ -432,7 +454,6 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
   beast::tcp_stream stream_;
   beast::flat_buffer buffer_{kMaxHeaderBytes + kMaxBodyBytes};
   std::optional<http::request_parser<http::string_body>> parser_;
-  Response response_;
   const std::list<HttpConnection*>::iterator place_;
   bool hasLeft_ = false;
 };
@@ -464,6 +485,9 @@ void WebServerState::accept() {
 }
 
 void WebServerState::admit(tcp::socket socket) {
+  // Else each frame waits until the page has acknowledged the one before, which it may put off.
+  beast::error_code ignored;
+  socket.set_option(tcp::no_delay(true), ignored);
   if (visitors.size() >= options.maxVisitors) dropVisitor();
   std::make_shared<HttpConnection>(*this, std::move(socket))->read();
 }

@@ -79,6 +79,8 @@ int run(int argc, char** argv) {
     cloudOptions.musicDuration = simulatedMusic;
     ClassroomCloud cloud(cloudOptions);
     std::size_t pages = 0;
+    const auto makeJournal =
+        sessions->makeJournal([&](std::string_view line) { note(*ownLogger, line); });
     const PhoneEnvironment environment{
         .cloud = cloud,
         .makeLogger = [&] { return logger->forSession("page " + std::to_string(++pages)); },
@@ -86,8 +88,8 @@ int run(int argc, char** argv) {
         .mainQueue = mainQueue,
         .makeDownloads = [&] { return downloads.forRequester(); },
         .makeImages = [&] { return images.forRequester(); },
-        .makeJournal =
-            sessions->makeJournal([&](std::string_view line) { note(*ownLogger, line); })};
+        // One for all phones, each of which has a copy of this: it counts their files.
+        .makeJournal = [&] { return makeJournal ? makeJournal() : nullptr; }};
 
     server->stopOnSignals();
     std::cout << "http://127.0.0.1:" << server->port() << "/\n" << std::flush;

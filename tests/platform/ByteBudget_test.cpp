@@ -35,5 +35,25 @@ TEST(ByteBudget, LetsALongTextPassAndRemembersIt) {
   EXPECT_TRUE(budget.take(1, kStart + seconds(11))) << "and no more";
 }
 
+TEST(ByteBudget, HasNothingForATextThatIsLongerThanWhatIsLeft) {
+  ByteBudget budget({1000, 100}, kStart);
+  EXPECT_TRUE(budget.take(999, kStart));
+  EXPECT_FALSE(budget.take(2, kStart));
+  EXPECT_TRUE(budget.take(1, kStart));
+}
+
+TEST(ByteBudget, MayBeginWithAShareOfAnother) {
+  ByteBudget all({1000, 100}, kStart);
+  EXPECT_EQ(all.share(kStart), 1);
+  EXPECT_TRUE(all.take(750, kStart));
+  EXPECT_EQ(all.share(kStart), 0.25);
+  ByteBudget part({100, 10}, kStart, all.share(kStart));
+  EXPECT_TRUE(part.take(25, kStart));
+  EXPECT_FALSE(part.take(1, kStart));
+  EXPECT_TRUE(all.take(250, kStart));
+  EXPECT_TRUE(all.take(100'000, kStart + seconds(10)));
+  EXPECT_EQ(all.share(kStart + seconds(10)), 0) << "a debt is no share";
+}
+
 }  // namespace
 }  // namespace vemo

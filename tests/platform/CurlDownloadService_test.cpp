@@ -51,6 +51,12 @@ std::optional<std::string> answer(const std::string& target) {
   if (kind == "/local") return HttpServer::redirect("file:///etc/hostname");
   if (kind == "/silent") return std::nullopt;
   if (kind == "/status") return HttpServer::sized(std::to_string(number) + " No", "no");
+  if (kind == "/trailers") {
+    std::string lines;
+    for (std::size_t i = 0; i < number; ++i) lines += "T: " + std::string(1000, 't') + "\r\n";
+    return HttpServer::answer("200 OK", "Transfer-Encoding: chunked\r\n",
+                              "1\r\nx\r\n0\r\n" + lines + "\r\n");
+  }
   if (kind == "/elsewhere") {
     return HttpServer::redirect("http://127.0.0.1:" + std::to_string(number) + "/file/1");
   }
@@ -163,6 +169,14 @@ TEST_F(CurlDownloadServiceTest, RefusesLongerOnesWhetherTheirSizeIsToldOrNot) {
           expectError(server.url(kind + std::to_string(size)), CURLE_FILESIZE_EXCEEDED).empty());
     }
   }
+}
+
+TEST_F(CurlDownloadServiceTest, KeepsNoEndlessLinesAfterTheFile) {
+  const auto result = fetched(server.url("/trailers/400"));
+  ASSERT_NE(result.file, nullptr);
+  EXPECT_EQ(result.file->readAll(), "x");
+  const auto text = expectError(server.url("/trailers/600"), CURLE_RECV_ERROR);
+  EXPECT_EQ(text, "the server sends too many header lines");
 }
 
 TEST_F(CurlDownloadServiceTest, FollowsSomeRedirects) {

@@ -149,6 +149,18 @@ TEST_F(DBusNotificationCenterTest, NamesAreTexts) {
   EXPECT_EQ(arrivals.next(), "\uFFFD");
 }
 
+TEST_F(DBusNotificationCenterTest, AVeryLongNameIsDroppedAndHoldsUpNoOther) {
+  const auto here = DBusNotificationCenter::create(watched());
+  ASSERT_TRUE(here);
+  const std::string longest(std::size_t{64} << 10U, 'n');
+  for (const auto& name : {longest, longest + "n", std::string("last")}) {
+    listen(*here, name);
+    here->post(name);
+  }
+  EXPECT_TRUE(arrivals.next(2) == (std::vector<std::string>{longest, "last"}));
+  EXPECT_EQ(news.next(), DBusNews::dropped);
+}
+
 TEST_F(DBusNotificationCenterTest, SignalsOfAnotherFormAreIgnored) {
   const auto here = DBusNotificationCenter::create({bus.address()});
   ASSERT_TRUE(here);

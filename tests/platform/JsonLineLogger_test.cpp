@@ -29,6 +29,7 @@
 
 #include "Folder.h"
 #include "platform/ForwardingPlatform.h"
+#include "platform/LineQueue.h"
 #include "platform/RotatingFile.h"
 #include "platform/StreamSystemLog.h"
 #include "testing/Arrivals.h"
@@ -222,6 +223,47 @@ TEST(JsonLineLogger, AFullQueueDropsTheOldestAndSaysHowMany) {
     }
   }
   EXPECT_EQ(seen, (std::vector<std::string>{"n0", "dropped 6", "n7", "n8", "n9", "n10"}));
+}
+
+TEST(JsonLineLogger, AQueueIsFullByTheBytesOfItsLinesToo) {
+  const auto sink = std::make_shared<StuckSink>();
+  auto logger = std::make_unique<JsonLineLogger>(sink, JsonLineLoggerOptions{});
+  logger->log(named("first"));
+  sink->waitUntilStuck();
+  const std::string text(100'000, 'x');
+  constexpr std::size_t kGiven = 400;  // of which a third finds room
+  for (std::size_t i = 0; i < kGiven; ++i) logger->log(named(text));
+  sink->open();
+  logger.reset();
+  std::size_t bytes = 0;
+  std::size_t written = 0;
+  std::size_t dropped = 0;
+  for (const auto& line : sink->lines) {
+    const auto object = boost::json::parse(line).as_object();
+    if (object.contains("dropped")) {
+      dropped += object.at("dropped").to_number<std::size_t>();
+    } else {
+      bytes += line.size();
+      ++written;
+    }
+  }
+  EXPECT_EQ(written + dropped, kGiven + 1);
+  EXPECT_LT(bytes, LineQueue::kMaxBytes + 1000);
+  EXPECT_GT(bytes, LineQueue::kMaxBytes / 2);
+}
+
+TEST(JsonLineLogger, OfALongTextTheBeginningIsWritten) {
+  const Folder folder;
+  const std::string secret = R"({"userSig":"secret","rest":")";
+  auto logger = JsonLineLogger::create({.file = folder.file("log.jsonl")});
+  logger->log(named(secret + std::string(1'000'000, 'x') + "\"}"));
+  logger.reset();
+  const auto lines = objectsOf(linesOf(folder.file("log.jsonl")));
+  ASSERT_EQ(lines.size(), 1U);
+  const auto& text = lines[0].at("actionName").as_string();
+  EXPECT_EQ(text.size(), JsonLineLogger::kMaxTextBytes);
+  EXPECT_TRUE(text.starts_with(R"({"userSig":"***)"));
+  EXPECT_TRUE(text.ends_with("x…"));
 }
 
 TEST(JsonLineLogger, CallersNeverWaitForAStuckDisk) {
@@ -446,6 +488,25 @@ TEST(JsonLineLogger, OneSessionsFloodLeavesTheLinesOfOthers) {
   EXPECT_EQ(names, (std::vector<std::string>{"first", "last"}));
   EXPECT_GT(chatter, 20U);
   EXPECT_EQ(chatter + heldBack, 5000U);
+  EXPECT_FALSE(std::filesystem::exists(folder.file("log.1.jsonl")));
+}
+
+TEST(JsonLineLogger, SessionsAfterEachOtherLeaveTheLinesOfOthersToo) {
+  const Folder folder;
+  auto logger = JsonLineLogger::create({.file = folder.file("log.jsonl")});
+  auto quiet = logger->forSession("quiet");
+  quiet->log(named("first"));
+  const std::string text(100'000, 'x');
+  for (int i = 0; i < 250; ++i) {
+    const auto fresh = logger->forSession("fresh");
+    for (int line = 0; line < 3; ++line) fresh->log(named(text));
+  }
+  quiet->log(named("last"));
+  quiet.reset();
+  logger.reset();
+  const auto lines = objectsOf(linesOf(folder.file("log.jsonl")));
+  EXPECT_EQ(lines.front().at("actionName"), "first");
+  EXPECT_EQ(lines.back().at("actionName"), "last");
   EXPECT_FALSE(std::filesystem::exists(folder.file("log.1.jsonl")));
 }
 

@@ -20,6 +20,18 @@ TEST(Room, EnteringIsAnsweredAfterItsTime) {
   EXPECT_EQ(alice.snapshot().appScene, 1);
 }
 
+TEST(Room, EnteringTakesAWhileHoweverShortTheWay) {
+  Classroom classroom;
+  const auto alice = classroom.handset();
+  alice.engineClass->setNetwork(
+      {.delay = std::chrono::milliseconds(0), .jitter = std::chrono::milliseconds(0)});
+  alice->enterRoom(paramsOf("alice"), 1);
+  classroom.advance(19);
+  EXPECT_TRUE(alice.events->lines().empty());
+  classroom.advance(1);
+  EXPECT_EQ(alice.events->lines(), Lines{"onEnterRoom 20"});
+}
+
 TEST(Room, EventsComeOnOneThreadThatIsNotTheCallers) {
   Classroom classroom;
   const auto alice = classroom.handset();

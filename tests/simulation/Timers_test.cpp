@@ -89,9 +89,35 @@ TEST(Timers, MutingAgainAndAgainLeavesNoFirstFramesBehind) {
     alice->muteLocalAudio(true);
     alice->muteLocalAudio(false);
   }
-  EXPECT_EQ(classroom.cloud->waitingSteps(), before + 1);
+  EXPECT_EQ(classroom.cloud->waitingSteps(), before + 2);  // one, and the next announcement
   classroom.advance(100);
   EXPECT_EQ(alice.events->lines(), Lines{"onSendFirstLocalAudioFrame"});
+}
+
+TEST(Timers, OfWhatChangesAgainAndAgainTheOthersHearNowAndThen) {
+  Classroom classroom;
+  const auto alice = classroom.entered("alice");
+  const auto bob = classroom.entered("bob");
+  alice->startLocalAudio(2);
+  classroom.advance(1000);
+  const auto before = classroom.cloud->waitingSteps();
+  bob.events->take();
+  for (int round = 0; round < 2'000; ++round) {
+    alice->muteLocalAudio(false);
+    alice->muteLocalAudio(true);
+  }
+  EXPECT_LE(classroom.cloud->waitingSteps(), before + 2);  // one to bob, and the next
+  classroom.advance(100);
+  EXPECT_EQ(bob.events->take(), Lines{"onUserAudioAvailable alice 0"});
+
+  alice->muteLocalAudio(false);
+  alice->muteLocalAudio(true);
+  alice->muteLocalAudio(false);
+  alice->muteLocalAudio(true);
+  classroom.advance(100);
+  EXPECT_EQ(bob.events->take(),
+            (Lines{"onUserAudioAvailable alice 1", "onUserAudioAvailable alice 0"}))
+      << "what was announced first, and what it is in the end";
 }
 
 TEST(Timers, AClientDiesWithItsEngineWhateverItWaitsFor) {

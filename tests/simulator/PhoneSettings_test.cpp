@@ -34,6 +34,24 @@ TEST(PhoneSettings, OneBadKeyChangesNothing) {
   }
 }
 
+TEST(PhoneSettings, TextsAreOnlySoLong) {
+  const std::string text(1024, 'x');
+  PhoneSettings settings;
+  EXPECT_EQ(applied(R"({"appGroup":")" + text + R"("})", settings), "");
+  EXPECT_EQ(applied(R"({"appGroup":"x)" + text + R"("})", settings),
+            "the phone has no such setting: appGroup");
+  EXPECT_EQ(settings.appGroup, text);
+
+  boost::json::object bundle;
+  for (int i = 0; i < 63; ++i) bundle[std::to_string(i)] = text;
+  EXPECT_EQ(apply({{"bundle", bundle}}, settings), "");
+  EXPECT_EQ(settings.bundle.size(), 63U);
+  for (int i = 63; i < 100; ++i) bundle[std::to_string(i)] = text;
+  EXPECT_EQ(apply({{"bundle", bundle}}, settings), "the phone has no such setting: bundle");
+  EXPECT_EQ(settings.bundle.size(), 63U);
+  EXPECT_LT(apply({{std::string(100'000, 'x'), 1}}, settings).size(), 200U);
+}
+
 TEST(PhoneSettings, VersionsCompareByTheirParts) {
   EXPECT_TRUE(isAtLeast("13.0.0", 13, 0, 0));
   EXPECT_TRUE(isAtLeast("13", 12, 9, 9));

@@ -312,6 +312,8 @@ TEST_F(PhoneTest, FramesThatCannotBeUsedAreToldOf) {
        "an event can be fired 1 to 1000 times"},
       {R"({"kind":"fire","event":"onEnterRoom","args":[1],"times":"2"})",
        "an event can be fired 1 to 1000 times"},
+      {R"({"kind":"fire","event":"onEnterRoom","args":[")" + std::string(16'384, 'x') + R"("]})",
+       "the arguments of a fired event are longer than 16384 bytes"},
       {R"({"kind":"fire","event":"onEnterRoom","args":[1]})",
        "there is no engine before \"initSDK\""},
       {R"({"kind":"downloads"})", "it doesn't say how downloads end"},

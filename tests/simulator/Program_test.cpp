@@ -245,6 +245,30 @@ TEST(SimulatorProgram, NotesAndRecordsOfAPageBearItsName) {
   EXPECT_EQ(lines[2].at("session"), "page 2");
 }
 
+TEST(SimulatorProgram, EachPageIsRecordedInAFileOfItsOwn) {
+  std::string name = (std::filesystem::temp_directory_path() / "vemo-XXXXXX").string();
+  const std::filesystem::path folder = ::mkdtemp(name.data());
+  Simulator simulator({"--record", folder.string()});
+  {
+    Page first(simulator);
+    Page second(simulator);
+    for (auto* page : {&first, &second}) {
+      page->send("[]");
+      page->next("problem");
+    }
+  }
+  EXPECT_EQ(simulator.end(), 0);
+  std::size_t firsts = 0;
+  std::size_t seconds = 0;
+  for (const auto& file : std::filesystem::directory_iterator(folder)) {
+    if (file.path().string().ends_with("-page-1.vemorec")) ++firsts;
+    if (file.path().string().ends_with("-page-2.vemorec")) ++seconds;
+  }
+  EXPECT_EQ(firsts, 1U);
+  EXPECT_EQ(seconds, 1U);
+  std::filesystem::remove_all(folder);
+}
+
 TEST(SimulatorProgram, APageThatFloodsTheLogLeavesRoomForOthers) {
   std::vector<object> lines;
   {

@@ -2,7 +2,10 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -99,6 +102,7 @@ class WebServerTest : public testing::Test {
     write("shell/vemo-client.js", "let c;");
     write("shell/sub/style.css", "p {}");
     write("shell/.hidden", "secret");
+    std::filesystem::create_symlink(".hidden", folder_ / "shell" / "shown.txt");
     write("page/index.html", "<p>own</p>");
     write("page/more of it/index.html", "<p>more</p>");
     write("page/more of it/größe.mjs", "let g;");
@@ -249,6 +253,62 @@ TEST_F(WebServerTest, ServesAPageOfItsOwnFolder) {
   EXPECT_NE(get("/")[kPolicy].find("default-src 'self'"), std::string::npos);
 }
 
+/// What the process has in memory, in KiB.
+long residentMemory() {
+  std::ifstream status("/proc/self/status");
+  std::string word;
+  while (status >> word && word != "VmRSS:") {
+  }
+  long size = 0;
+  status >> size;
+  return size;
+}
+
+TEST_F(WebServerTest, FilesThatAreReadSlowlyTakeLittleMemory) {
+  constexpr std::size_t kFilmBytes = std::size_t{30} << 20U;
+  write("page/film.mp4", "");
+  std::filesystem::resize_file(folder_ / "page/film.mp4", kFilmBytes);
+  const auto before = residentMemory();
+  std::vector<tcp::socket> readers;
+  std::string head;
+  for (int i = 0; i < 4; ++i) {
+    auto& reader = readers.emplace_back(connected());
+    asio::write(reader, asio::buffer("GET /page/film.mp4 HTTP/1.1\r\nHost: " + host_ + "\r\n\r\n"));
+    head.clear();
+    asio::read_until(reader, asio::dynamic_buffer(head), "\r\n\r\n");
+  }
+  EXPECT_LT(residentMemory() - before, 64 << 10);
+
+  ASSERT_NE(head.find("\r\nContent-Length: " + std::to_string(kFilmBytes) + "\r\n"),
+            std::string::npos)
+      << head;
+  auto received = head.size() - head.find("\r\n\r\n") - 4;
+  for (std::vector<char> bytes(1U << 16U); received < kFilmBytes;)
+    received += readers.back().read_some(asio::buffer(bytes));
+  EXPECT_EQ(received, kFilmBytes);
+}
+
+/// The socket of this process that is connected to `other`, or -1.
+int peerOf(tcp::socket& other) {
+  for (int descriptor = 0; descriptor < 1024; ++descriptor) {
+    sockaddr_in peer{};
+    socklen_t size = sizeof peer;
+    if (getpeername(descriptor, reinterpret_cast<sockaddr*>(&peer), &size) == 0 &&
+        ntohs(peer.sin_port) == other.local_endpoint().port())
+      return descriptor;
+  }
+  return -1;
+}
+
+TEST_F(WebServerTest, AFrameWaitsForNoAcknowledgementOfTheOneBefore) {
+  const auto mine = ownPage();
+  ASSERT_TRUE(mine);
+  int noDelay = 0;
+  socklen_t size = sizeof noDelay;
+  getsockopt(peerOf(mine->next_layer()), IPPROTO_TCP, TCP_NODELAY, &noDelay, &size);
+  EXPECT_NE(noDelay, 0);
+}
+
 TEST_F(WebServerTest, TheClientAloneIsForOtherOrigins) {
   EXPECT_EQ(get("/vemo-client.js")[http::field::access_control_allow_origin], "*");
   EXPECT_EQ(get("/vemo-client.js?v=1")["Cross-Origin-Resource-Policy"], "cross-origin");
@@ -268,6 +328,7 @@ TEST_F(WebServerTest, ServesNothingElse) {
                              "//etc/passwd",
                              "/.hidden",
                              "/link.txt",
+                             "/shown.txt",
                              "/sub",
                              "/sub/",
                              "/index.html/",
@@ -588,14 +649,13 @@ TEST_F(WebServerTest, LetsOnlyTheNamedOriginIntoItsFrames) {
   WebServerOptions options;
   options.shellFolder = folder_ / "shell";
   options.page = pageAddressFrom("http://localhost:5173/lesson?a=b");
-  const auto port = server_->port();
   server_->stop();
   thread_.join();
-  options.port = port;
   std::string error;
   server_.reset();
   server_ = WebServer::open(options, error);
   ASSERT_TRUE(server_) << error;
+  host_ = "127.0.0.1:" + std::to_string(server_->port());
   thread_ = std::thread([this] {
     server_->run([this](std::shared_ptr<PageSocket> page) {
       return std::make_unique<Echo>(std::move(page), events_, troubles_);
