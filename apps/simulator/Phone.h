@@ -38,7 +38,7 @@ struct PhoneEnvironment {
 /// Frames from the page are JSON objects with a "kind": "message" (text: a page
 /// message), "network" (drop: whether the connection is cut, or delay, upLoss, downLoss),
 /// "settings" (settings: changes), "answer" (media, granted), "press" (alert, button),
-/// "broadcast" (event: "Started" and so on), "fire" (event, args: an event of the engine, to be
+/// "broadcast" (event: "started", "paused", "resumed" or "finished"), "fire" (event, args: an event of the engine, to be
 /// told "times" times, once without it), "downloads" (error: the code and text with which they
 /// fail, null: they don't), "pictures" (asks what the views show), "note" (on: whether what
 /// goes into the router and comes out is to be told) and "save" (asks for the recording of the

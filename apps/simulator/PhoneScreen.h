@@ -35,7 +35,7 @@ class PhoneScreen final : public VEMOUIRenderSource {
   /// Null for an absent or empty user id: nobody is in a room then.
   std::shared_ptr<NativeView> renderViewOf(const Text& userId, ViewType viewType) override;
 
-  /// What the views show in `phone`, for the page's frame to draw: those that show
+  /// What the views show in `engine`, for the page's frame to draw: those that show
   /// something, the own one first. A mute image goes by a number.
   boost::json::array pictures(const EngineSnapshot& engine);
 

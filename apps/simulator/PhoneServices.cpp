@@ -95,8 +95,8 @@ void PhoneServices::present(Alert alert) {
     }
   }
   if (refused) {
-    refuse(std::move(
-        alert));  // Not moved: it is kept only when shown. NOLINT(bugprone-use-after-move)
+    // It is kept only when shown.
+    refuse(std::move(alert));  // NOLINT(bugprone-use-after-move)
   } else {
     show(frame);
   }

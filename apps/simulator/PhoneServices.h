@@ -60,11 +60,9 @@ class PhoneServices final : public CaptureAuthorization,
 
   void launch() override;
 
-  // ---- What the page's frame tells. Main thread.
+  // ---- What the page's frame tells, and is told. Main thread.
 
-  /// Shows the page's frame how the phone is set.
-  /// Sends a frame of something that the user sees, and logs it.
-  void show(const boost::json::object& frame);
+  /// Tells the page's frame how the phone is set.
   void sendSettings();
   /// Changes settings; says what is wrong with them, or nothing. See vemo::apply.
   std::string change(const boost::json::object& changes);
@@ -78,6 +76,9 @@ class PhoneServices final : public CaptureAuthorization,
 
  private:
   using Answer = std::function<void(bool granted)>;
+
+  /// Sends a frame of something that the user sees, and logs it. Any thread.
+  void show(const boost::json::object& frame);
 
   AuthorizationStatus& statusOf(MediaType media);
   void refuse(Alert alert);
