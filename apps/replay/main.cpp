@@ -21,22 +21,24 @@
 namespace {
 
 constexpr std::string_view kUsage =
-    R"(usage: vemo-replay FILE.jsonl
-       vemo-replay --check FILE.jsonl
-       vemo-replay --check [--junit REPORT.xml] FILE.jsonl|FOLDER...
-       vemo-replay --accept FILE.jsonl
-       vemo-replay --from FILE.vemorec
-       vemo-replay --minimise FILE.jsonl
+    R"(Usage: vemo-replay FILE.jsonl
+  or:  vemo-replay --check FILE.jsonl
+  or:  vemo-replay --check [--junit REPORT.xml] FILE.jsonl|FOLDER...
+  or:  vemo-replay --accept FILE.jsonl
+  or:  vemo-replay --from FILE.vemorec
+  or:  vemo-replay --minimise FILE.jsonl
 Plays a scenario of the router (- for standard input) and writes the transcript.
 
-  --check    write what differs from the steps' "expect", and how much was checked; of several
-             files, and of all below a folder (but for folders called setup), a line for each
-             difference and a sum
-  --junit    write the results as JUnit's XML, too
-  --accept   write what the steps did into the file as their "expect"; what holds stays as it is
-  --from     write a recording as a scenario
-  --minimise write the scenario without the steps that its first difference does not need
-  --help     show this text
+Options:
+  --check       write what differs from the steps' "expect", and how much was checked; of several
+                files, and of all below a folder (but for folders called setup), a line for each
+                difference and a sum
+  --junit FILE  write the results as JUnit's XML, too
+  --accept      write what the steps did into the file as their "expect"; what holds stays as it is
+  --from        write a recording as a scenario
+  --minimise    write the scenario without the steps that its first difference does not need
+  --help        show this text
+  --version     show the version
 
 Exit status, the worst of all: 0 done, 1 an expectation failed, 2 a scenario can't be read,
 3 something of a scenario outlived its end, or its process broke down.
@@ -75,6 +77,10 @@ int main(int argc, char** argv) {
       std::cout << kUsage;
       return kDone;
     }
+    if (*argument == "--version") {
+      std::cout << "vemo-replay " VEMO_VERSION "\n";
+      return kDone;
+    }
     if (std::ranges::find(kJobs, *argument) != kJobs.end()) {
       if (!job.empty() && job != *argument)
         return usageError(std::string(job) + " does not go with " + std::string(*argument));
@@ -84,7 +90,7 @@ int main(int argc, char** argv) {
       if (junit.empty()) return usageError("--junit needs the name of a file");
     } else if (argument->starts_with("--")) {
       std::vector<std::string_view> options(kJobs.begin(), kJobs.end());
-      options.insert(options.end(), {"--junit", "--help"});
+      options.insert(options.end(), {"--junit", "--help", "--version"});
       return usageError("unknown option " + std::string(*argument) +
                         didYouMean(*argument, options));
     } else {
