@@ -1,4 +1,6 @@
+#include <cerrno>
 #include <cstddef>
+#include <cstring>
 #include <iostream>
 #include <span>
 #include <string>
@@ -78,5 +80,7 @@ int main(int argc, char** argv) {
   std::string out;
   print(out, vemo::protocol(), 0);
   std::cout << out << '\n' << std::flush;
-  return std::cout ? 0 : 1;
+  if (std::cout) return 0;
+  std::cerr << "vemo-protocol: the document can't be written: " << std::strerror(errno) << '\n';
+  return 1;
 }

@@ -45,8 +45,7 @@ Exit status, the worst of all: 0 done, 1 an expectation failed, 2 a scenario can
 )";
 
 int usageError(std::string_view sentence) {
-  if (!sentence.empty()) std::cerr << sentence << '\n';
-  std::cerr << kUsage;
+  std::cerr << sentence << '\n' << kUsage;
   return vemo::replay::kUnreadable;
 }
 
@@ -88,7 +87,7 @@ int main(int argc, char** argv) {
     } else if (*argument == "--junit") {
       if (argument + 1 != arguments.end()) junit = *++argument;
       if (junit.empty()) return usageError("--junit needs the name of a file");
-    } else if (argument->starts_with("--")) {
+    } else if (argument->starts_with('-') && *argument != "-") {
       std::vector<std::string_view> options(kJobs.begin(), kJobs.end());
       options.insert(options.end(), {"--junit", "--help", "--version"});
       return usageError("unknown option " + std::string(*argument) +
@@ -97,7 +96,8 @@ int main(int argc, char** argv) {
       files.emplace_back(*argument);
     }
   }
-  if (files.empty()) return usageError("");
+  if (files.empty()) return usageError("no scenario is named; - is standard input");
+  if (std::ranges::count(files, "") > 0) return usageError("the name of a file is empty");
   if (!junit.empty() && job != "--check") return usageError("--junit goes with --check");
   std::error_code noFolder;
   const bool isSuite = files.size() > 1 || !junit.empty() || fs::is_directory(files[0], noFolder);
@@ -106,16 +106,22 @@ int main(int argc, char** argv) {
       return usageError("of several scenarios, none can be standard input");
     return checkSuite(files, junit, std::cout, std::cerr);
   }
-  if (files.size() != 1) return usageError("");
+  if (files.size() != 1) return usageError("of several files, only --check makes a sum");
   const auto& name = files.front();
   if (job == "--accept") return acceptFile(name, std::cout, std::cerr);
 
   std::ios::sync_with_stdio(false);
-  const auto run = [&](std::istream& in, const fs::path& folder) -> int {
+  const auto work = [&](std::istream& in, const fs::path& folder) -> int {
     if (job == "--from") return fromRecording(in, name);
     if (job == "--minimise") return minimise(in, std::cout, std::cerr, folder);
     const auto mode = job == "--check" ? Mode::check : Mode::transcript;
     return replay(in, mode, std::cout, std::cerr, folder);
+  };
+  const auto run = [&](std::istream& in, const fs::path& folder) {
+    const int status = work(in, folder);
+    if (std::cout.flush()) return status;
+    std::cerr << "what was made can't be written: " << std::strerror(errno) << '\n';
+    return static_cast<int>(kUnreadable);
   };
   if (name == "-") return run(std::cin, fs::path());
   std::ifstream file(name);
