@@ -74,7 +74,7 @@ int main(int argc, char** argv) {
   arguments.insert(arguments.end(), argv + 1, argv + argc);
   int count = static_cast<int>(arguments.size());
   benchmark::Initialize(&count, arguments.data());
-  if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) return 1;
+  if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) return 2;
 
   RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);

@@ -22,6 +22,9 @@ if(VEMO_SANITIZE)
     $<$<CXX_COMPILER_ID:GNU>:-Wno-tsan>)
   target_link_options(vemo_options INTERFACE -fsanitize=${VEMO_SANITIZE})
 endif()
+# Where the sources lay is in nothing that is installed, so that any two builds are the same.
+target_compile_options(vemo_options INTERFACE
+  "$<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=;-ffile-prefix-map=${PROJECT_BINARY_DIR}/include/=>")
 
 # The headers that most sources read are compiled once. Off where each source must show
 # that it includes what it uses.
@@ -39,8 +42,8 @@ if(VEMO_PRECOMPILE)
   endif()
 endif()
 
-# vemo_library(NAME ROOM SOURCES ... LINKS ...): a room as the library vemo_NAME.
-# Whoever links it compiles as C++20, which its headers need.
+# vemo_library(NAME ROOM SOURCES ... LINKS ...): a room as the library vemo_NAME, which others
+# know as vemo::NAME. Whoever links it compiles as C++20, which its headers need.
 # The room's headers are reached through a folder that holds a link to this room
 # alone, so that a target can include only what it links. That each of them compiles on
 # its own is checked by the target all_verify_interface_header_sets.
@@ -63,20 +66,27 @@ function(vemo_library name)
   if(ARG_SOURCES)
     add_library(vemo_${name} STATIC ${ARG_SOURCES})
     target_compile_features(vemo_${name} PUBLIC cxx_std_20)
-    target_include_directories(vemo_${name} PUBLIC "${include}")
-    target_link_libraries(vemo_${name} PUBLIC ${ARG_LINKS} PRIVATE vemo_options ${ARG_PRIVATE_LINKS})
+    target_include_directories(vemo_${name} PUBLIC "$<BUILD_INTERFACE:${include}>")
+    target_link_libraries(vemo_${name} PUBLIC ${ARG_LINKS}
+      PRIVATE $<BUILD_INTERFACE:vemo_options> ${ARG_PRIVATE_LINKS})
     if(VEMO_PRECOMPILE)
       target_precompile_headers(vemo_${name} REUSE_FROM vemo_precompiled)
     endif()
   else()
     add_library(vemo_${name} INTERFACE)
     target_compile_features(vemo_${name} INTERFACE cxx_std_20)
-    target_include_directories(vemo_${name} INTERFACE "${include}")
+    target_include_directories(vemo_${name} INTERFACE "$<BUILD_INTERFACE:${include}>")
     target_link_libraries(vemo_${name} INTERFACE ${ARG_LINKS})
   endif()
+  add_library(vemo::${name} ALIAS vemo_${name})
+  set_target_properties(vemo_${name} PROPERTIES VEMO_ROOM ${ARG_ROOM} VEMO_HEADERS "${headers}")
+  # Beside the library, which is installed with its public headers alone.
   list(TRANSFORM headers PREPEND "${include}/${ARG_ROOM}/")
-  target_sources(vemo_${name} INTERFACE FILE_SET HEADERS BASE_DIRS "${include}" FILES ${headers})
-  set_target_properties(vemo_${name} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
+  add_library(vemo_${name}_headers INTERFACE)
+  target_link_libraries(vemo_${name}_headers INTERFACE vemo_${name})
+  target_sources(vemo_${name}_headers INTERFACE
+    FILE_SET HEADERS BASE_DIRS "${include}" FILES ${headers})
+  set_target_properties(vemo_${name}_headers PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
 endfunction()
 
 # vemo_test(NAME SOURCES ... LINKS ...): a GoogleTest program; each of its cases is a test of ctest.

@@ -7,7 +7,7 @@ namespace vemo {
 
 /// `text` as it can stand in a line that people read on a terminal: each control
 /// character and line break, of ASCII or beyond it, and each mark that turns the direction
-/// of writing becomes its \uXXXX; bytes that are no UTF-8 become U+FFFD; all else stays.
+/// of writing becomes its `\uXXXX`; bytes that are no UTF-8 become U+FFFD; all else stays.
 /// JSON text stays JSON text with the same values. Any thread.
 std::string visibleText(std::string_view text);
 

@@ -9,6 +9,10 @@ import { readFileSync, readdirSync } from 'node:fs';
 import { Phone, startBrowser, startSimulator } from '../testing/browser.mjs';
 
 const seconds = Number(process.argv[2] ?? 20);
+if (!(seconds > 0)) {
+  console.error(`measure-page: "${process.argv[2]}" is no number of seconds`);
+  process.exit(2);
+}
 const ticksPerSecond = 100;
 
 /** Processor time of this process's browsers that were started after `others` (seconds). */

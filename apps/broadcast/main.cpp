@@ -31,10 +31,15 @@ std::string allWords(std::string_view between, std::string_view last) {
 }
 
 std::string usage() {
-  return "usage: vemo-broadcast [" + allWords("|", "|") +
+  return "Usage: vemo-broadcast [" + allWords("|", "|") +
          "]...\n"
          "Posts the notifications of a screen broadcast on the session bus, in the order of the\n"
          "arguments; without arguments, those named by the lines of standard input.\n"
+         "\n"
+         "Options:\n"
+         "  --help     show this text\n"
+         "  --version  show the version\n"
+         "\n"
          "Exit status: 0 done, 2 an event is unknown or the session bus does not take it.\n";
 }
 
@@ -67,6 +72,10 @@ int main(int argc, char** argv) {
   const std::vector<std::string_view> words(argv + 1, argv + argc);
   if (std::find(words.begin(), words.end(), "--help") != words.end()) {
     std::cout << usage();
+    return 0;
+  }
+  if (std::find(words.begin(), words.end(), "--version") != words.end()) {
+    std::cout << "vemo-broadcast " VEMO_VERSION "\n";
     return 0;
   }
   std::vector<const vemo::ScreenKitNotification*> events;

@@ -1,5 +1,8 @@
+#include <cerrno>
 #include <cstddef>
+#include <cstring>
 #include <iostream>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -11,6 +14,17 @@
 namespace {
 
 namespace json = boost::json;
+
+constexpr std::string_view kUsage = R"(Usage: vemo-protocol
+Prints all commands and events as one JSON document, in the order of the router's
+tables. docs/reference/protocol.schema.json says what its members mean.
+
+Options:
+  --help     show this text
+  --version  show the version
+
+Exit status: 0 printed, 1 the document could not be written, 2 there was an argument.
+)";
 
 /// What fits into a line stands in one; else each member or element has its own.
 void print(std::string& out, const json::value& value, std::size_t indent) {
@@ -50,18 +64,23 @@ void print(std::string& out, const json::value& value, std::size_t indent) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc > 1) {
-    const std::string_view argument = argv[1];
-    const bool help = argument == "--help" && argc == 2;
-    if (!help) std::cerr << "vemo-protocol: unexpected argument " << argument << '\n';
-    (help ? std::cout : std::cerr)
-        << "Usage: vemo-protocol\n"
-           "Prints all commands and events as one JSON document, in the order of the router's\n"
-           "tables. docs/reference/protocol.schema.json says what its members mean.\n";
-    return help ? 0 : 2;
+  for (const std::string_view argument :
+       std::span(argv, static_cast<std::size_t>(argc)).subspan(1)) {
+    if (argument == "--help") {
+      std::cout << kUsage;
+      return 0;
+    }
+    if (argument == "--version") {
+      std::cout << "vemo-protocol " VEMO_VERSION "\n";
+      return 0;
+    }
+    std::cerr << "vemo-protocol: unexpected argument " << argument << '\n' << kUsage;
+    return 2;
   }
   std::string out;
   print(out, vemo::protocol(), 0);
   std::cout << out << '\n' << std::flush;
-  return std::cout ? 0 : 1;
+  if (std::cout) return 0;
+  std::cerr << "vemo-protocol: the document can't be written: " << std::strerror(errno) << '\n';
+  return 1;
 }

@@ -21,30 +21,31 @@
 namespace {
 
 constexpr std::string_view kUsage =
-    R"(usage: vemo-replay FILE.jsonl
-       vemo-replay --check FILE.jsonl
-       vemo-replay --check [--junit REPORT.xml] FILE.jsonl|FOLDER...
-       vemo-replay --accept FILE.jsonl
-       vemo-replay --from FILE.vemorec
-       vemo-replay --minimise FILE.jsonl
+    R"(Usage: vemo-replay FILE.jsonl
+  or:  vemo-replay --check FILE.jsonl
+  or:  vemo-replay --check [--junit REPORT.xml] FILE.jsonl|FOLDER...
+  or:  vemo-replay --accept FILE.jsonl
+  or:  vemo-replay --from FILE.vemorec
+  or:  vemo-replay --minimise FILE.jsonl
 Plays a scenario of the router (- for standard input) and writes the transcript.
 
-  --check    write what differs from the steps' "expect", and how much was checked; of several
-             files, and of all below a folder (but for folders called setup), a line for each
-             difference and a sum
-  --junit    write the results as JUnit's XML, too
-  --accept   write what the steps did into the file as their "expect"; what holds stays as it is
-  --from     write a recording as a scenario
-  --minimise write the scenario without the steps that its first difference does not need
-  --help     show this text
+Options:
+  --check       write what differs from the steps' "expect", and how much was checked; of several
+                files, and of all below a folder (but for folders called setup), a line for each
+                difference and a sum
+  --junit FILE  write the results as JUnit's XML, too
+  --accept      write what the steps did into the file as their "expect"; what holds stays as it is
+  --from        write a recording as a scenario
+  --minimise    write the scenario without the steps that its first difference does not need
+  --help        show this text
+  --version     show the version
 
 Exit status, the worst of all: 0 done, 1 an expectation failed, 2 a scenario can't be read,
 3 something of a scenario outlived its end, or its process broke down.
 )";
 
 int usageError(std::string_view sentence) {
-  if (!sentence.empty()) std::cerr << sentence << '\n';
-  std::cerr << kUsage;
+  std::cerr << sentence << '\n' << kUsage;
   return vemo::replay::kUnreadable;
 }
 
@@ -75,6 +76,10 @@ int main(int argc, char** argv) {
       std::cout << kUsage;
       return kDone;
     }
+    if (*argument == "--version") {
+      std::cout << "vemo-replay " VEMO_VERSION "\n";
+      return kDone;
+    }
     if (std::ranges::find(kJobs, *argument) != kJobs.end()) {
       if (!job.empty() && job != *argument)
         return usageError(std::string(job) + " does not go with " + std::string(*argument));
@@ -82,16 +87,17 @@ int main(int argc, char** argv) {
     } else if (*argument == "--junit") {
       if (argument + 1 != arguments.end()) junit = *++argument;
       if (junit.empty()) return usageError("--junit needs the name of a file");
-    } else if (argument->starts_with("--")) {
+    } else if (argument->starts_with('-') && *argument != "-") {
       std::vector<std::string_view> options(kJobs.begin(), kJobs.end());
-      options.insert(options.end(), {"--junit", "--help"});
+      options.insert(options.end(), {"--junit", "--help", "--version"});
       return usageError("unknown option " + std::string(*argument) +
                         didYouMean(*argument, options));
     } else {
       files.emplace_back(*argument);
     }
   }
-  if (files.empty()) return usageError("");
+  if (files.empty()) return usageError("no scenario is named; - is standard input");
+  if (std::ranges::count(files, "") > 0) return usageError("the name of a file is empty");
   if (!junit.empty() && job != "--check") return usageError("--junit goes with --check");
   std::error_code noFolder;
   const bool isSuite = files.size() > 1 || !junit.empty() || fs::is_directory(files[0], noFolder);
@@ -100,16 +106,22 @@ int main(int argc, char** argv) {
       return usageError("of several scenarios, none can be standard input");
     return checkSuite(files, junit, std::cout, std::cerr);
   }
-  if (files.size() != 1) return usageError("");
+  if (files.size() != 1) return usageError("of several files, only --check makes a sum");
   const auto& name = files.front();
   if (job == "--accept") return acceptFile(name, std::cout, std::cerr);
 
   std::ios::sync_with_stdio(false);
-  const auto run = [&](std::istream& in, const fs::path& folder) -> int {
+  const auto work = [&](std::istream& in, const fs::path& folder) -> int {
     if (job == "--from") return fromRecording(in, name);
     if (job == "--minimise") return minimise(in, std::cout, std::cerr, folder);
     const auto mode = job == "--check" ? Mode::check : Mode::transcript;
     return replay(in, mode, std::cout, std::cerr, folder);
+  };
+  const auto run = [&](std::istream& in, const fs::path& folder) {
+    const int status = work(in, folder);
+    if (std::cout.flush()) return status;
+    std::cerr << "what was made can't be written: " << std::strerror(errno) << '\n';
+    return static_cast<int>(kUnreadable);
   };
   if (name == "-") return run(std::cin, fs::path());
   std::ifstream file(name);

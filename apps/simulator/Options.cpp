@@ -39,6 +39,7 @@ std::optional<SimulatorOptions> optionsFrom(int argc, char** argv, std::string& 
                              option{"log", required_argument, nullptr, 'l'},
                              option{"record", required_argument, nullptr, 'R'},
                              option{"help", no_argument, nullptr, 'h'},
+                             option{"version", no_argument, nullptr, 'v'},
                              option{nullptr, 0, nullptr, 0}};
   SimulatorOptions options;
   optind = 0;  // begin anew, whatever was read before
@@ -65,8 +66,15 @@ std::optional<SimulatorOptions> optionsFrom(int argc, char** argv, std::string& 
       case 'l': options.logFile = optarg; break;
       case 'R': options.recordFolder = optarg; break;
       case 'h': options.help = true; break;
+      case 'v': options.version = true; break;
       case ':': error = std::string(argv[optind - 1]) + " needs a value."; return std::nullopt;
-      default: error = std::string("Unknown option ") + argv[optind - 1] + "."; return std::nullopt;
+      default: {
+        // Only a word's last letter, of letters like -xy, takes getopt on to the next word.
+        const std::string_view word = argv[optind - 1];
+        error = "Unknown option " +
+                std::string(optind > 1 && word.starts_with('-') ? word : argv[optind]) + ".";
+        return std::nullopt;
+      }
     }
     if (!good) {
       error = "\"" + std::string(optarg) + "\" is no value for --" +
@@ -86,10 +94,11 @@ std::optional<SimulatorOptions> optionsFrom(int argc, char** argv, std::string& 
 }
 
 std::string usage() {
-  return R"(Usage: vemo-simulator [options]
+  return R"(Usage: vemo-simulator [OPTION]...
 Plays phones in a browser: every page that connects is a phone of its own, in one
 simulated classroom cloud. Listens on the loopback interface only.
 
+Options:
   --port N            listen on port N (8377); 0 takes any free one
   --page DIR          open the page in DIR in the phones; it is served at /page/
   --page-url URL      open the page at URL in the phones, such as a development server's
@@ -99,6 +108,9 @@ simulated classroom cloud. Listens on the loopback interface only.
   --log FILE          write the log to FILE, not to standard error
   --record DIR        write the session of each page to a file in DIR (vemo-replay --from)
   --help              show this text
+  --version           show the version
+
+Exit status: 0 stopped by a signal, 2 something was wrong with an option, or it could not go on.
 )";
 }
 

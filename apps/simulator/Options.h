@@ -11,7 +11,7 @@ namespace vemo {
 
 struct SimulatorOptions {
   std::uint16_t port = 8377;
-  std::string shellFolder;             ///< empty: where the build put it
+  std::string shellFolder;             ///< empty: the one that belongs to the program
   std::string pageFolder;              ///< of the page in the phones; empty: another page
   std::optional<PageAddress> pageUrl;  ///< of the page in the phones; with neither, the classroom
   std::uint64_t seed = 1;
@@ -19,6 +19,7 @@ struct SimulatorOptions {
   std::string logFile;       ///< empty: standard error
   std::string recordFolder;  ///< empty: nothing is recorded
   bool help = false;
+  bool version = false;
 };
 
 /// What the command line says; nothing, with a sentence in `error`, when it says it

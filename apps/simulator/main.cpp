@@ -1,5 +1,6 @@
 #include <cstddef>
 #include <exception>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -31,6 +32,13 @@ int fail(std::string_view sentence) {
   return kUsageError;
 }
 
+/// The shell that was built or installed with this program; wherever both were moved to.
+std::filesystem::path ownShellFolder() {
+  std::error_code unknown;
+  const auto program = std::filesystem::read_symlink("/proc/self/exe", unknown);
+  return (program.parent_path() / VEMO_SHELL_FOLDER).lexically_normal();
+}
+
 int run(int argc, char** argv) {
   using namespace vemo;
   std::string error;
@@ -38,6 +46,10 @@ int run(int argc, char** argv) {
   if (!options) return fail(error);
   if (options->help) {
     std::cout << usage();
+    return 0;
+  }
+  if (options->version) {
+    std::cout << "vemo-simulator " VEMO_VERSION "\n";
     return 0;
   }
 
@@ -57,7 +69,8 @@ int run(int argc, char** argv) {
   const auto ownLogger = logger->forSession("server");
   WebServerOptions web;
   web.port = options->port;
-  web.shellFolder = options->shellFolder.empty() ? VEMO_SHELL_FOLDER : options->shellFolder;
+  web.shellFolder =
+      options->shellFolder.empty() ? ownShellFolder() : std::filesystem::path(options->shellFolder);
   web.pageFolder = options->pageFolder;
   web.page = options->pageUrl;
   web.note = [&](std::string_view line) { note(*ownLogger, line); };

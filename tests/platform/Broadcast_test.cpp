@@ -111,7 +111,7 @@ TEST(Broadcast, SaysThatThereIsNoBus) {
 TEST(Broadcast, ExplainsItself) {
   const auto ended = run(kProgram + " --help");
   EXPECT_EQ(ended.status, 0);
-  EXPECT_NE(ended.said.find("usage: vemo-broadcast"), std::string::npos);
+  EXPECT_NE(ended.said.find("Usage: vemo-broadcast"), std::string::npos);
 }
 
 /// Launches the program, and hears from it.

@@ -93,6 +93,8 @@ TEST(Options, MistakesAreNamed) {
       {{"--page-url", ""},
        "--page-url: \"\" is no address of a page, such as http://localhost:5173/."},
       {{"--nose"}, "Unknown option --nose."},
+      {{"-xy"}, "Unknown option -xy."},
+      {{"--port", "0", "-xy"}, "Unknown option -xy."},
       {{"here"}, "Unexpected argument here."}};
   for (const auto& [words, sentence] : mistakes) {
     std::string error;
