@@ -90,7 +90,7 @@ class Parts {
       return;
     }
     // A task of a step that is not there any more has nothing that it could run.
-    if (note.kind == Note::Kind::task && find(note.queuedBy) == parts_.size()) return;
+    if (note.kind == Note::Kind::task && find(note.by) == parts_.size()) return;
     places_.emplace(note.step, parts_.size());
     parts_.push_back({&note, std::exchange(pending_, {}), {}});
   }
@@ -120,7 +120,7 @@ class Writer {
     queued_.resize(all.size());
     for (const auto& part : all) {
       if (!part.isTask()) continue;
-      ++queued_[parts_.find(part.note->queuedBy)];
+      ++queued_[parts_.find(part.note->by)];
       lastTask_ = static_cast<std::size_t>(&part - all.data());
     }
   }
@@ -163,7 +163,7 @@ class Writer {
   /// Takes the task at `place` off the queue: where it stood there, from 0. Steps of several
   /// threads may have queued in another order than that in which they began.
   std::size_t unqueue(std::size_t place) {
-    const auto cause = parts_.find(parts_.all()[place].note->queuedBy);
+    const auto cause = parts_.find(parts_.all()[place].note->by);
     const auto found = std::ranges::find(waiting_, cause);
     const auto position = found - waiting_.begin();
     if (found != waiting_.end()) waiting_.erase(found);
@@ -228,7 +228,7 @@ class Writer {
   /// Whether it is a volume event or the task of one, which may leave a record.
   bool isVolume(const Part& part) {
     const auto& step =
-        part.isTask() ? *parts_.all()[parts_.find(part.note->queuedBy)].note : *part.note;
+        part.isTask() ? *parts_.all()[parts_.find(part.note->by)].note : *part.note;
     return isText(step.what, "event", "onUserVoiceVolume");
   }
 

@@ -86,8 +86,8 @@ int run(int argc, char** argv) {
         .mainQueue = mainQueue,
         .makeDownloads = [&] { return downloads.forRequester(); },
         .makeImages = [&] { return images.forRequester(); },
-        .makeJournal =
-            sessions->makeJournal([&](std::string_view line) { note(*ownLogger, line); })};
+        .streamSession =
+            sessions->streamSession([&](std::string_view line) { note(*ownLogger, line); })};
 
     server->stopOnSignals();
     std::cout << "http://127.0.0.1:" << server->port() << "/\n" << std::flush;

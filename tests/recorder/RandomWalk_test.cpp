@@ -24,7 +24,7 @@
 #include "json/JsonText.h"
 #include "platform/MainThreadQueue.h"
 #include "platform/SecretMask.h"
-#include "recorder/LineJournal.h"
+#include "recorder/NoteStream.h"
 #include "recorder/Recording.h"
 #include "simulation/ClassroomCloud.h"
 #include "simulator/PageSocket.h"
@@ -126,10 +126,17 @@ class Walk {
       default: command(phone); break;
     }
     if (dice_() % 4 != 0) drain();
+    // Nobody waits here, as people do: the ring would be full before the stream has its turn.
+    if (++steps_ % 1000 == 0) {
+      for (auto* stream : streams_) stream->flush();
+    }
   }
 
   /// All that went on at the phone.
-  const std::string& session(std::size_t which) const { return *sessions_[which]; }
+  const std::string& session(std::size_t which) {
+    streams_[which]->flush();
+    return *sessions_[which];
+  }
 
   /// What the phone's last minutes are, as its frame gets them.
   std::string saved(std::size_t which) {
@@ -253,7 +260,9 @@ class Walk {
   }
 
   std::mt19937_64 dice_;
+  std::uint64_t steps_ = 0;
   std::vector<std::shared_ptr<std::string>> sessions_;
+  std::vector<NoteStream*> streams_;  // the phones'
   Later later_;
   std::shared_ptr<ManualClock> clock_ = std::make_shared<ManualClock>();
   NullSystemLog systemLog_;
@@ -270,16 +279,18 @@ class Walk {
       .mainQueue = mainQueue_,
       .makeDownloads = [this] { return std::make_unique<LateDownloads>(later_, dice_); },
       .makeImages = [this] { return std::make_unique<LateImages>(later_, dice_); },
-      .makeJournal =
-          [this] {
+      .streamSession =
+          [this](std::shared_ptr<NoteRing> ring) {
             auto& text = sessions_.emplace_back(std::make_shared<std::string>());
             const SecretMask mask;
-            return std::make_shared<LineJournal>(
-                "1.0",
+            auto stream = std::make_shared<NoteStream>(
+                std::move(ring),
                 [mask](std::string_view line, std::string& buffer) {
                   return mask.masked(line, buffer);
                 },
                 [text](std::string_view line) { text->append(line).append("\n"); });
+            streams_.push_back(stream.get());
+            return stream;
           }};
   std::vector<std::shared_ptr<Page>> pages_;
   std::vector<std::unique_ptr<Phone>> phones_;
