@@ -114,7 +114,8 @@ class Parts {
 
 class Writer {
  public:
-  Writer(const Recording& recording, std::ostream& out) : parts_(recording), out_(out) {
+  Writer(const Recording& recording, std::ostream& out)
+      : parts_(recording), out_(out), cutOff_(recording.cutOff) {
     auto& all = parts_.all();
     // How many tasks each part queued that ran.
     queued_.resize(all.size());
@@ -208,7 +209,7 @@ class Writer {
       queueTasksOf(i);
       step["hold"] = true;
     }
-    expect(step, part);
+    expect(step, part, whole ? i + tasks : i);
     line(step);
     return whole ? i + tasks + 1 : i + 1;
   }
@@ -220,7 +221,7 @@ class Writer {
     if (const auto place = unqueue(i); place > 0) step["nth"] = place + 1;
     step["hold"] = true;
     queueTasksOf(i);
-    expect(step, part);
+    expect(step, part, i);
     line(step);
     return i + 1;
   }
@@ -232,14 +233,17 @@ class Writer {
     return isText(step.what, "event", "onUserVoiceVolume");
   }
 
-  void expect(json::object& step, const Part& part) {
+  /// Adds what is expected of a step that has all up to the part at `last`. Where the recording
+  /// broke off, that may not be all that the last one did.
+  void expect(json::object& step, const Part& part, std::size_t last) {
     if (part.note->before) return;
-    if (isVolume(part)) step["partial"] = true;
+    if (isVolume(part) || (cutOff_ && last + 1 == parts_.all().size())) step["partial"] = true;
     step["expect"] = part.effects;
   }
 
   Parts parts_;
   std::ostream& out_;
+  const bool cutOff_;
   std::vector<std::size_t> queued_;
   std::size_t lastTask_ = 0;
   std::vector<std::size_t> waiting_;  // of each task that waits, which part queued it

@@ -101,11 +101,11 @@ class Page final : public PageSocket {
   int alerts = 0;
 };
 
-/// Two phones in one room, and somebody who does with them whatever comes to his mind.
+/// Phones in one room, and somebody who does with them whatever comes to his mind.
 class Walk {
  public:
-  explicit Walk(std::uint64_t seed) : dice_(seed) {
-    for (int i = 0; i < 2; ++i) {
+  explicit Walk(std::uint64_t seed, int phones = 2) : dice_(seed) {
+    for (int i = 0; i < phones; ++i) {
       pages_.push_back(std::make_shared<Page>());
       phones_.push_back(std::make_unique<Phone>(environment_, pages_.back()));
     }
@@ -313,7 +313,7 @@ std::uint64_t setting(const char* name, std::uint64_t usual) {
 }
 
 /// Plays `recording` and compares.
-void expectReplaysAsRecorded(const std::string& recording) {
+void expectReplaysAsRecorded(const std::string& recording, std::ptrdiff_t leastLines = 100) {
   EXPECT_EQ(recording.find("verysecret"), std::string::npos);
   const auto session = sessionOf(recording);
   if (const char* const folder = std::getenv("VEMO_WALK_KEEP")) {
@@ -334,7 +334,7 @@ void expectReplaysAsRecorded(const std::string& recording) {
     EXPECT_NE(line.find("which overlapped another"), std::string::npos) << line;
   }
   EXPECT_EQ(status, overlapped > 0 ? replay::kExpectationFailed : replay::kDone);
-  EXPECT_GT(std::ranges::count(session, '\n'), 100) << "too little went in";
+  EXPECT_GT(std::ranges::count(session, '\n'), leastLines) << "too little went in";
   std::cout << last << ", " << overlapped << " of them other where steps overlapped\n";
 }
 
@@ -343,6 +343,22 @@ TEST(RandomWalk, ReplaysAsItWasRecorded) {
   for (auto left = setting("VEMO_WALK_STEPS", 1000); left > 0; --left) walk.step();
   for (std::size_t which = 0; which < 2; ++which) expectReplaysAsRecorded(walk.session(which));
   if (!std::getenv("VEMO_WALK_STEPS")) expectReplaysAsRecorded(walk.saved(0));
+}
+
+TEST(RandomWalk, OfTenPhonesEachReplaysAsItWasRecorded) {
+  Walk walk(setting("VEMO_WALK_SEED", 2), 10);
+  for (int left = 2000; left > 0; --left) walk.step();
+  for (std::size_t which = 0; which < 10; ++which)
+    expectReplaysAsRecorded(walk.session(which), 50);
+}
+
+TEST(RandomWalk, WhatBreaksOffReplaysAsFarAsItGoes) {
+  Walk walk(setting("VEMO_WALK_SEED", 3));
+  for (int left = 600; left > 0; --left) walk.step();
+  const auto whole = walk.session(0);
+  for (int part = 3; part < 10; part += 2)
+    expectReplaysAsRecorded(whole.substr(0, whole.size() * static_cast<std::size_t>(part) / 10),
+                            10);
 }
 
 }  // namespace
