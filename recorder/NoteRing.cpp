@@ -59,9 +59,8 @@ std::vector<Placed> notesIn(const std::vector<NoteBatch::Slice>& slices) {
       notes.push_back(note);
     }
   }
-  std::ranges::stable_sort(notes, {}, [](const Placed& note) {
-    return std::pair(note.key(), note.rank());
-  });
+  std::ranges::stable_sort(notes, {},
+                           [](const Placed& note) { return std::pair(note.key(), note.rank()); });
   return notes;
 }
 

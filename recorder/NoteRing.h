@@ -163,8 +163,8 @@ struct NoteRing::Chunk {
   char* bytes = nullptr;
   std::size_t capacity = 0;
   std::atomic<std::size_t> used = 0;
-  std::size_t taken = 0;        // by take()
-  std::uint64_t lastStep = 0;   // of those in it
+  std::size_t taken = 0;       // by take()
+  std::uint64_t lastStep = 0;  // of those in it
   std::uint64_t order = 0;
   NoteLane lane{};
   Chunk* nextSealed = nullptr;  // those that nobody writes into, the oldest first

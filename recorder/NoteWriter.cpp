@@ -27,12 +27,12 @@ class Reader {
       case 0xF6: out_ += "null"; return true;
       case 0x1B: return number([](std::uint64_t bits) { return boost::json::value(bits); });
       case 0x3B:
-        return number(
-            [](std::uint64_t bits) { return boost::json::value(static_cast<std::int64_t>(~bits)); });
-      case 0xFB:
         return number([](std::uint64_t bits) {
-          return boost::json::value(std::bit_cast<double>(bits));
+          return boost::json::value(static_cast<std::int64_t>(~bits));
         });
+      case 0xFB:
+        return number(
+            [](std::uint64_t bits) { return boost::json::value(std::bit_cast<double>(bits)); });
       case 0x7A: return text();
       default: return false;
     }

@@ -64,15 +64,15 @@ namespace notes {
 
 /// The keys that are written as their numbers; new ones go at the end.
 inline constexpr auto keys = std::to_array<std::string_view>(
-    {"effect",    "call",       "args",        "record",    "needReport", "level",     "module",
-     "actionName", "actionParam", "errorCode",  "errorDesc", "fileName",   "funcName",  "line",
-     "sdkAppId",  "item",       "action",      "error",     "retval",     "printLog",  "errcode",
-     "errmsg",    "text",       "needLog",     "name",      "op",         "of",        "value",
-     "message",   "as",         "thread",      "event",     "music",      "on",        "code",
-     "progressMs", "durationMs", "speedTest",  "completed", "total",      "access",    "nth",
-     "press",     "downloaded", "decoded",     "notify",    "title",      "buttons",   "style",
-     "media",     "url",        "device",      "drain",     "host",       "listener",  "ops",
-     "bytes",     "digest",     "kind",        "release"});
+    {"effect",     "call",        "args",      "record",    "needReport", "level",    "module",
+     "actionName", "actionParam", "errorCode", "errorDesc", "fileName",   "funcName", "line",
+     "sdkAppId",   "item",        "action",    "error",     "retval",     "printLog", "errcode",
+     "errmsg",     "text",        "needLog",   "name",      "op",         "of",       "value",
+     "message",    "as",          "thread",    "event",     "music",      "on",       "code",
+     "progressMs", "durationMs",  "speedTest", "completed", "total",      "access",   "nth",
+     "press",      "downloaded",  "decoded",   "notify",    "title",      "buttons",  "style",
+     "media",      "url",         "device",    "drain",     "host",       "listener", "ops",
+     "bytes",      "digest",      "kind",      "release"});
 
 /// A key that is known when this is compiled.
 struct Key {

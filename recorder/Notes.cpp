@@ -71,8 +71,7 @@ bool Notes::Step::begin(Notes& notes, std::string_view role, bool periodic) {
   frame_.outer = innermost_;
   frame_.outermost = !around;
   frame_.periodic = periodic;
-  const auto before =
-      notes.steps_.fetch_add(around ? 1 : 1 + kRunning, std::memory_order_relaxed);
+  const auto before = notes.steps_.fetch_add(around ? 1 : 1 + kRunning, std::memory_order_relaxed);
   frame_.step = before % kRunning + 1;
   overlaps_ = !around && before >= kRunning;
   frame_.thread = around ? around->thread : notes.threadNumber(role);

@@ -150,7 +150,8 @@ class Notes::Step {
       write(note);
     }
     const bool main = frame_.thread == ThreadNames::kMain;
-    if (main != place.usuallyMain && !place.role.empty()) note.add("thread", std::string_view(main ? "main" : "other"));
+    if (main != place.usuallyMain && !place.role.empty())
+      note.add("thread", std::string_view(main ? "main" : "other"));
     keep(memory, lane, NoteHead::Kind::step, note.whole());
   }
   ~Step() {

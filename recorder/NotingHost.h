@@ -14,8 +14,8 @@
 
 #include "bridge/VEMOKOBUEventListener.h"
 #include "bridge/VEMOModule.h"
-#include "recorder/NotingListener.h"
 #include "recorder/Notes.h"
+#include "recorder/NotingListener.h"
 
 namespace vemo {
 
@@ -54,8 +54,7 @@ class NotingHost {
     return noted<Result, Params...>(name, operation, std::forward<Args>(args)...);
   }
   template <class Result, class... Params, class... Args>
-  Result call(std::string_view name, Result (Router::*operation)(Params...) const,
-              Args&&... args) {
+  Result call(std::string_view name, Result (Router::*operation)(Params...) const, Args&&... args) {
     return noted<Result, Params...>(name, operation, std::forward<Args>(args)...);
   }
 
@@ -141,8 +140,8 @@ class NotingHost {
       const auto known = std::ranges::find_if(
           listeners_, [&](const auto& one) { return one.target.lock() == target; });
       if (known != listeners_.end()) return ListenerPtr(target, known->noting.get());
-      made = std::make_shared<NotingListener>(notes_, "listener " + std::to_string(++count_),
-                                              *target);
+      made =
+          std::make_shared<NotingListener>(notes_, "listener " + std::to_string(++count_), *target);
       listeners_.push_back({target, made});
     }
     const Notes::Step step(*notes_, Notes::Step::anywhere,

@@ -163,11 +163,10 @@ void NotingBaseRouter::setMethod(const std::string& action, Wrapper wrapper) {
 void NotingBaseRouter::receive(std::string_view message) {
   if (!notes_->isOn()) return target_->receive(message);
   notes_->device().appGroup(appGroup_);
-  const Notes::Step step(*notes_, Notes::Step::onMain,
-                         [&](NoteWriter& text, std::uint64_t number) {
-                           text.add("message", message);
-                           text.add("as", NotingReplies::Label(number).text());
-                         });
+  const Notes::Step step(*notes_, Notes::Step::onMain, [&](NoteWriter& text, std::uint64_t number) {
+    text.add("message", message);
+    text.add("as", NotingReplies::Label(number).text());
+  });
   const NotingReplies::Receiving receiving(*replies_, step.number(), message);
   target_->receive(message);
 }

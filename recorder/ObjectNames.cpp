@@ -73,8 +73,8 @@ ObjectNames::Masked ObjectNames::masked(const DUNLogParam& record, std::string& 
   const auto rest = text.substr(at);
   const auto& latest = latestFound;
   if (latest.names == id_ && rest.size() > latest.size &&
-      std::memcmp(rest.data(), latest.text.data(), latest.size) == 0 &&
-      rest[latest.size] == ')' && nextAddress(rest, latest.size) == std::string_view::npos) {
+      std::memcmp(rest.data(), latest.text.data(), latest.size) == 0 && rest[latest.size] == ')' &&
+      nextAddress(rest, latest.size) == std::string_view::npos) {
     return {text.substr(0, at), "0x*", rest.substr(latest.size)};
   }
   return {maskedWhole(record, buffer)};

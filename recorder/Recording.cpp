@@ -84,8 +84,9 @@ void sort(std::vector<RecordedNote>& notes) {
     const auto& note = notes[i];
     if (note.step > 0) latest = std::max(latest, note.step);
     const auto before = note.by > 0 ? note.by : latest;  // what came in none says after which
-    keys[i] = {note.step > 0 ? note.step : before,
-               note.step == 0 ? 2 : note.kind == Note::Kind::effect ? 1 : 0};
+    keys[i] = {note.step > 0 ? note.step : before, note.step == 0                    ? 2
+                                                   : note.kind == Note::Kind::effect ? 1
+                                                                                     : 0};
   }
   std::vector<std::size_t> order(notes.size());
   std::iota(order.begin(), order.end(), std::size_t{0});

@@ -18,14 +18,13 @@
 //     {"effect":{"effect":"reply",...},"n":7,"at":...,"thread":"main"}
 //     {"task":{"drain":1},"n":9,"by":8,"at":...,"thread":"main"}
 //
-// "n" is the step's number, "by" that of the step that queued the task, or after which came what came
-// in none. Lines of several threads may come in another order. "before" is true for
-// steps whose effects are not there any more, "overlaps" as in Note. A line with "lost" stands for
-// lines that could not be written. Where a session has several files, only the oldest has the
-// first line.
+// "n" is the step's number, "by" that of the step that queued the task, or after which came what
+// came in none. Lines of several threads may come in another order. "before" is true for steps
+// whose effects are not there any more, "overlaps" as in Note. A line with "lost" stands for lines
+// that could not be written. Where a session has several files, only the oldest has the first line.
 //
-// A dump is what NoteRing::dump writes: kDumpMark, and bytes as they were in memory, to be read on a
-// machine of the same kind.
+// A dump is what NoteRing::dump writes: kDumpMark, and bytes as they were in memory, to be read on
+// a machine of the same kind.
 
 namespace vemo {
 
@@ -63,8 +62,8 @@ struct Recording {
   std::vector<RecordedNote> notes;
 };
 
-/// Reads a recording or a dump; nothing, with a sentence in `error`, when `in` has none, one that is
-/// damaged, or one of a later form.
+/// Reads a recording or a dump; nothing, with a sentence in `error`, when `in` has none, one that
+/// is damaged, or one of a later form.
 std::optional<Recording> readRecording(std::istream& in, std::string& error);
 
 }  // namespace vemo

@@ -19,7 +19,7 @@ class ThreadNames {
   static constexpr std::uint16_t kMain = 0;
   static constexpr std::size_t kMost = 256;  ///< further threads share the last name
 
-  static constexpr std::size_t kBytes = 24;   ///< of a name, with the one that ends it
+  static constexpr std::size_t kBytes = 24;  ///< of a name, with the one that ends it
 
   ThreadNames() { add("main"); }
   /// None, to which `add` adds.

@@ -79,8 +79,7 @@ DownloadOutcome readDownload(const json::value& value) {
     } else if (key == "digest" || key == "kind") {
       read<std::string>(member, std::string(key) + " of download");
     } else {
-      unknownKey("download", key,
-                 Keys<6>{"error", "data", "image", "size", "digest", "kind"});
+      unknownKey("download", key, Keys<6>{"error", "data", "image", "size", "digest", "kind"});
     }
   }
   return outcome;

@@ -135,15 +135,14 @@ std::string named(const json::value& value) {
   if (name == "listener") return with("call of ", "op") + " at " + textOf(*effect, "name");
   if (name == "log") {
     const auto* const record = effect->if_contains("record");
-    const auto action = record && record->is_object() ? textOf(record->get_object(), "actionName")
-                                                      : std::string();
+    const auto action =
+        record && record->is_object() ? textOf(record->get_object(), "actionName") : std::string();
     return action.empty() ? "record" : "record of " + action;
   }
   if (name == "script") {
     const auto* const argument = effect->if_contains("argument");
-    const auto* const head = argument && argument->is_object()
-                                 ? argument->get_object().if_contains("head")
-                                 : nullptr;
+    const auto* const head =
+        argument && argument->is_object() ? argument->get_object().if_contains("head") : nullptr;
     const auto event =
         head && head->is_object() ? textOf(head->get_object(), "action") : std::string();
     return event.empty() ? with("script ", "function") : "script of " + event;
@@ -226,8 +225,9 @@ std::optional<std::string> wholeMismatch(const json::array& expected,
            jsonText(expected[i]);
   }
   const auto best = nearest(expected[i], effects, i);
-  const auto place = best == i ? "" : named(expected[i]) + " is not effect " +
-                                          std::to_string(i + 1) + "; nearest: ";
+  const auto place =
+      best == i ? ""
+                : named(expected[i]) + " is not effect " + std::to_string(i + 1) + "; nearest: ";
   return place + compared(expected[i], effects, best) + "\n  expected\n    " +
          jsonText(expected[i]) + "\n  got" + (best == i ? listed({effects[i]}) : listed(effects));
 }

@@ -55,7 +55,8 @@ std::optional<std::vector<Found>> differences(const Lines& lines, std::ostream& 
     if (!text.starts_with(kLine)) continue;
     std::from_chars(text.data() + kLine.size(), text.data() + text.size(), number);
     const auto colon = text.find(": ");
-    if (number > 0 && colon != std::string::npos) found.push_back({number - 1, text, text.substr(colon)});
+    if (number > 0 && colon != std::string::npos)
+      found.push_back({number - 1, text, text.substr(colon)});
   }
   return found;
 }
@@ -129,9 +130,8 @@ ExitStatus minimise(std::istream& scenario, const std::string& name, std::ostrea
     err << "nothing differs that could be kept\n";
     return kUnreadable;
   }
-  const auto wanted = std::ranges::find_if(*found, [&](const Found& one) {
-    return one.sentence.find(name) != std::string::npos;
-  });
+  const auto wanted = std::ranges::find_if(
+      *found, [&](const Found& one) { return one.sentence.find(name) != std::string::npos; });
   if (wanted == found->end()) {
     err << "no difference is called \"" << name << "\"; the first is " << found->front().sentence
         << '\n';

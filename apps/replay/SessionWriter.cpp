@@ -228,8 +228,7 @@ class Writer {
 
   /// Whether it is a volume event or the task of one, which may leave a record.
   bool isVolume(const Part& part) {
-    const auto& step =
-        part.isTask() ? *parts_.all()[parts_.find(part.note->by)].note : *part.note;
+    const auto& step = part.isTask() ? *parts_.all()[parts_.find(part.note->by)].note : *part.note;
     return isText(step.what, "event", "onUserVoiceVolume");
   }
 

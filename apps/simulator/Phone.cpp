@@ -33,8 +33,8 @@ namespace {
 
 /// Frames that change the phone, or answer it, stand in the log ahead of what they bring about.
 void logChange(VEMOLogger& logger, const boost::json::object& frame, std::string_view text) {
-  constexpr std::array<std::string_view, 7> kChanges{"network", "settings", "answer",   "press",
-                                                     "broadcast", "fire",   "downloads"};
+  constexpr std::array<std::string_view, 7> kChanges{"network",   "settings", "answer",   "press",
+                                                     "broadcast", "fire",     "downloads"};
   const auto kind = vemo_safeNSStringForKey(&frame, "kind").value_or("");
   if (std::ranges::find(kChanges, kind) != kChanges.end()) logFrame(logger, kind, text);
 }

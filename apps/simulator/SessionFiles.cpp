@@ -41,7 +41,8 @@ std::string timeName() {
 class Session {
  public:
   Session(const std::filesystem::path& file, const std::shared_ptr<NoteRing>& ring)
-      : lines_(std::make_shared<RotatingFile>(file, kFileBytes, kOldFiles), kWaitingLines, lostLine),
+      : lines_(std::make_shared<RotatingFile>(file, kFileBytes, kOldFiles), kWaitingLines,
+               lostLine),
         stream_(
             ring,
             [mask = SecretMask()](std::string_view text, std::string& buffer) {

@@ -14,8 +14,8 @@
 #include <sstream>
 #include <string>
 
-#include "recorder/SecretEraser.h"
 #include "recorder/Recorded.h"
+#include "recorder/SecretEraser.h"
 
 namespace vemo::test {
 namespace {
@@ -57,12 +57,12 @@ int signalOf(const std::string& file, const std::function<void()>& die) {
     send(*router, "initSDK");
     send(*router, "enterRoom",
          R"({"sdkAppId":1,"userId":"ada","userSig":"very/secret+=","roomId":7,"appScene":0})");
-    send(*router, "startSpeedTest",
-         R"({"sdkAppId":1,"userId":"ada","userSig":"very/secret+="})");
+    send(*router, "startSpeedTest", R"({"sdkAppId":1,"userId":"ada","userSig":"very/secret+="})");
     send(*router, "callExperimentalAPI",
          R"({"jsonStr":"{\"params\":{\"userSig\":\"very/secret+=\"}}"})");
-    const Notes::Step last(*recorder.notes(), Notes::Step::onMain,
-                           [](NoteWriter& text) { text.add("event", std::string_view("onError")); });
+    const Notes::Step last(*recorder.notes(), Notes::Step::onMain, [](NoteWriter& text) {
+      text.add("event", std::string_view("onError"));
+    });
     die();
     ::_exit(0);
   }
@@ -125,9 +125,9 @@ std::string erased(const std::function<void(NoteWriter&)>& write) {
 TEST(SecretEraser, ErasesInRecordsAndInJsonOfAnyDepth) {
   KOBUParams params;
   params.userSig = "geheim";
-  EXPECT_NE(erased([&](NoteWriter& note) { note.add("args", params); })
-                .find(R"("userSig":"******")"),
-            std::string::npos);
+  EXPECT_NE(
+      erased([&](NoteWriter& note) { note.add("args", params); }).find(R"("userSig":"******")"),
+      std::string::npos);
   const auto inText = [](std::string_view text) {
     return erased([&](NoteWriter& note) { note.add("text", text).add("name", std::string("n")); });
   };
@@ -135,8 +135,7 @@ TEST(SecretEraser, ErasesInRecordsAndInJsonOfAnyDepth) {
             R"({"text":"{\"userSig\" : \"**\",\"x\":\"c\"}","name":"n"})");
   EXPECT_EQ(inText(R"({"a":"{\"userSig\":\"ab\",\"x\":1}"})"),
             R"({"text":"{\"a\":\"{\\\"userSig\\\":\\\"**\\\",\\\"x\\\":1}\"}","name":"n"})");
-  EXPECT_EQ(inText(R"({"userSig":12,"x":1})"),
-            R"({"text":"{\"userSig\":**,\"x\":1}","name":"n"})");
+  EXPECT_EQ(inText(R"({"userSig":12,"x":1})"), R"({"text":"{\"userSig\":**,\"x\":1}","name":"n"})");
   EXPECT_EQ(inText(R"({"userSig":"ab)"), R"({"text":"{\"userSig\":\"**","name":"n"})");
   EXPECT_EQ(inText(R"({"myuserSig":"ab"} userSig)"),
             R"({"text":"{\"myuserSig\":\"ab\"} userSig","name":"n"})");

@@ -73,8 +73,9 @@ TEST(Minimise, TenStepsOfThousandsKeepTheDifferenceThatIsNamed) {
   EXPECT_EQ(least(scenario, out, err, "value of curEnteredRoomUserId"), replay::kDone) << err;
   EXPECT_EQ(out, init + "\n" + enter + "\n" + wanted + "\n");
   EXPECT_EQ(least(scenario, out, err, "reply"), replay::kUnreadable);
-  EXPECT_EQ(err, "no difference is called \"reply\"; the first is line 2003, step 2003: value of "
-                 "role has value 20, was 99 (effect 1, /value)\n");
+  EXPECT_EQ(err,
+            "no difference is called \"reply\"; the first is line 2003, step 2003: value of "
+            "role has value 20, was 99 (effect 1, /value)\n");
 }
 
 TEST(Minimise, NothingToKeepIsToldInASentence) {

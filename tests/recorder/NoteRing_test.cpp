@@ -21,10 +21,10 @@
 
 #include "Replay.h"
 #include "SessionWriter.h"
+#include "recorder/Recorded.h"
 #include "recorder/Recorder.h"
 #include "recorder/Recording.h"
 #include "testing/FakePlatform.h"
-#include "recorder/Recorded.h"
 #include "webview/VEMOKOBUMsgRouter.h"
 
 namespace vemo::test {

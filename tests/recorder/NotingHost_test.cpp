@@ -37,10 +37,9 @@ TEST(NotingHost, WhatAHostDoesIsPlayedAsItWasRecorded) {
     KOBUParams params;
     params.userId = "ada";
     params.userSig = "verysecret";
-    host.call("vemoEnterRoom", &Router::vemoEnterRoom, std::make_shared<const KOBUParams>(params),
-              0, [&](VEMOModule, std::int64_t, const Text&, const Text&, std::int64_t) {
-                ++completed;
-              });
+    host.call(
+        "vemoEnterRoom", &Router::vemoEnterRoom, std::make_shared<const KOBUParams>(params), 0,
+        [&](VEMOModule, std::int64_t, const Text&, const Text&, std::int64_t) { ++completed; });
     const auto delegate = platform.engineClass.instance()->delegate();
     delegate->onEnterRoom(120);
     while (platform.mainQueue.drain() > 0) {
@@ -67,8 +66,7 @@ TEST(NotingHost, WhatAHostDoesIsPlayedAsItWasRecorded) {
        {R"({"listener":"listener 1")", R"({"host":"addKOBUEventListener","args":["listener 1"])",
         R"({"host":"vemoEnterRoom","args":[{"sdkAppId":0,"userId":"ada")",
         R"("effect":"completion")", R"("op":"onVEMORemoteUserEnterRoom","args":["ben"])",
-        R"({"host":"kobuStartPreview","args":["ben","view 1",true])",
-        R"({"release":"listener 1")"})
+        R"({"host":"kobuStartPreview","args":["ben","view 1",true])", R"({"release":"listener 1")"})
     EXPECT_NE(session.find(part), std::string::npos) << part << '\n' << session;
   EXPECT_EQ(session.find(R"("args":["cleo"],"thread":"main"})"), std::string::npos);
   const auto result = checked(session);

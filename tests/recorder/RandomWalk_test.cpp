@@ -348,8 +348,7 @@ TEST(RandomWalk, ReplaysAsItWasRecorded) {
 TEST(RandomWalk, OfTenPhonesEachReplaysAsItWasRecorded) {
   Walk walk(setting("VEMO_WALK_SEED", 2), 10);
   for (int left = 2000; left > 0; --left) walk.step();
-  for (std::size_t which = 0; which < 10; ++which)
-    expectReplaysAsRecorded(walk.session(which), 50);
+  for (std::size_t which = 0; which < 10; ++which) expectReplaysAsRecorded(walk.session(which), 50);
 }
 
 TEST(RandomWalk, WhatBreaksOffReplaysAsFarAsItGoes) {

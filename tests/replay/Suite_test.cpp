@@ -105,7 +105,8 @@ TEST_F(Suite, WritesAReport) {
        {"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
         "<testsuites name=\"vemo-replay\" tests=\"3\" failures=\"1\" errors=\"1\" skipped=\"0\" ",
         "/suite/b\" tests=\"2\" failures=\"1\" errors=\"1\" ", "name=\"good\"",
-        "<failure message=\"line 1, step 1: value of role has value null, was 20 (effect 1, /value)\" "
+        "<failure message=\"line 1, step 1: value of role has value null, was 20 (effect 1, "
+        "/value)\" "
         "type=\"expectation\">line 1, step 1: ",
         "<error message=\"line 1: unknown verb &quot;gte&quot;; did you mean &quot;get&quot;?\" "
         "type=\"scenario\">"})
