@@ -39,7 +39,8 @@ BenchPlatform::BenchPlatform(bool recorded) {
   std::shared_ptr<ReplyDelivery> delivery =
       std::make_shared<MainThreadReplyDelivery>(mainQueue, "reply");
   if (recorded) {
-    recorder_ = std::make_unique<Recorder>(platform, std::make_shared<NoteRing>(NoteRingOptions()));
+    recorder_ = std::make_unique<Recorder>(platform, std::make_shared<NoteRing>(NoteRingOptions()),
+                                           nullptr);
     delivery = recorder_->replies(std::move(delivery));
   }
   const auto used = recorded ? recorder_->platform() : platform;

@@ -1,6 +1,7 @@
 #include "recorder/DeviceAnswers.h"
 
 #include <boost/json/object.hpp>
+#include <boost/json/parse.hpp>
 #include <utility>
 
 #include "json/JsonText.h"
@@ -34,22 +35,49 @@ std::array<int, 3> below(std::array<int, 3> version) {
   return {0, 0, 0};
 }
 
+/// FNV-1a of 64 bits: tells files apart, and is no secret's guard.
+std::string digestOf(std::string_view bytes) {
+  std::uint64_t hash = 0xcbf29ce484222325U;
+  for (const char byte : bytes) hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001b3U;
+  std::array<char, 16> digits;
+  for (auto digit = digits.rbegin(); digit != digits.rend(); ++digit, hash >>= 4U)
+    *digit = "0123456789abcdef"[hash & 0xFU];
+  return {digits.data(), digits.size()};
+}
+
+/// What a file is, by how it begins.
+std::string_view kindOf(std::string_view bytes) {
+  using namespace std::string_view_literals;
+  if (bytes.starts_with("\x89PNG"sv)) return "png";
+  if (bytes.starts_with("\xFF\xD8\xFF"sv)) return "jpeg";
+  if (bytes.starts_with("GIF8"sv)) return "gif";
+  if (bytes.starts_with("BM"sv)) return "bmp";
+  if (bytes.starts_with("RIFF"sv) && bytes.substr(0, 12).ends_with("WEBP"sv)) return "webp";
+  return "other";
+}
+
 }  // namespace
+
+/// Whether `value` is what was told last under this; it is, from now on.
+bool DeviceAnswers::isSame(std::atomic<std::int64_t>& latest, std::int64_t value) {
+  if (latest.load(std::memory_order_relaxed) == value) return true;
+  latest.store(value, std::memory_order_relaxed);
+  return false;
+}
 
 void DeviceAnswers::told(std::string_view key, std::string json) {
   auto& known = told_[std::string(key)];
   if (known == json) return;
   known = std::move(json);
-  notes_.answer([&](std::string& out) {
-    const bool result = key.ends_with("ScreenCapture");
-    if (result) out += R"({"results":)";
-    out.append("{\"").append(key).append("\":").append(known).append("}");
-    if (result) out += '}';
-  });
+  boost::json::object change{{key, boost::json::parse(known)}};
+  if (key.ends_with("ScreenCapture")) change = {{"results", std::move(change)}};
+  notes_.answer(change);
 }
 
 void DeviceAnswers::authorization(MediaType media, AuthorizationStatus status) {
   if (!notes_.isOn()) return;
+  auto& latest = media == MediaType::video ? camera_ : microphone_;
+  if (isSame(latest, static_cast<std::int64_t>(status))) return;
   const std::lock_guard lock(mutex_);
   told(media == MediaType::video ? "camera" : "microphone",
        std::to_string(static_cast<int>(status)));
@@ -84,10 +112,9 @@ void DeviceAnswers::isAtLeast(std::array<int, 3> version, bool is) {
 }
 
 void DeviceAnswers::appGroup(const std::string& group) {
-  if (!notes_.isOn()) return;
+  if (!notes_.isOn() || group == *appGroup_.load(std::memory_order_acquire)) return;
   const std::lock_guard lock(mutex_);
-  if (group == appGroup_) return;  // asked for with each message
-  appGroup_ = group;
+  appGroup_.store(&appGroups_.emplace_front(group), std::memory_order_release);
   told("appGroup", quoted(group));
 }
 
@@ -121,13 +148,13 @@ void DeviceAnswers::view(const Text& userId, ViewType type, const NativeView* vi
 void DeviceAnswers::tellViews() { told("views", hasRenderSource_ ? objectOf(views_) : "false"); }
 
 void DeviceAnswers::captureVolume(std::int32_t volume) {
-  if (!notes_.isOn()) return;
+  if (!notes_.isOn() || isSame(captureVolume_, volume)) return;
   const std::lock_guard lock(mutex_);
   told("captureVolume", std::to_string(volume));
 }
 
 void DeviceAnswers::playoutVolume(std::int32_t volume) {
-  if (!notes_.isOn()) return;
+  if (!notes_.isOn() || isSame(playoutVolume_, volume)) return;
   const std::lock_guard lock(mutex_);
   told("playoutVolume", std::to_string(volume));
 }
@@ -149,6 +176,17 @@ void DeviceAnswers::download(const std::optional<DownloadError>& error, bool rea
     outcome["data"] = readable;
     if (readable) outcome["image"] = "later";
   }
+  const std::lock_guard lock(mutex_);
+  told("download", jsonText(outcome));
+}
+
+void DeviceAnswers::downloaded(std::string_view bytes) {
+  if (!notes_.isOn()) return;
+  const boost::json::object outcome{{"data", true},
+                                    {"image", "later"},
+                                    {"size", bytes.size()},
+                                    {"digest", digestOf(bytes)},
+                                    {"kind", kindOf(bytes)}};
   const std::lock_guard lock(mutex_);
   told("download", jsonText(outcome));
 }

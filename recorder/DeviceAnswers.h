@@ -1,7 +1,9 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstdint>
+#include <forward_list>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -41,6 +43,8 @@ class DeviceAnswers {
   void screenCaptureResult(std::string_view operation, std::int64_t result);
   /// A download ends; of a file `readable` says whether it could be read.
   void download(const std::optional<DownloadError>& error, bool readable);
+  /// The file of a download was read: noted are the size, a digest and the kind of `bytes`.
+  void downloaded(std::string_view bytes);
 
  private:
   using Texts = std::map<std::string, std::string, std::less<>>;
@@ -48,6 +52,7 @@ class DeviceAnswers {
   /// Notes that `key` has the value whose JSON is `json`, unless that was so before.
   void told(std::string_view key, std::string json);
   void tellViews();
+  static bool isSame(std::atomic<std::int64_t>& latest, std::int64_t value);
 
   Notes& notes_;
   std::mutex mutex_;
@@ -67,7 +72,13 @@ class DeviceAnswers {
   Texts bundle_{{"CFBundleName", "Classroom"}};
   Texts views_;
   std::array<int, 3> os_{17, 0, 0};
-  std::string appGroup_ = "group.vemo.classroom";
+  std::forward_list<std::string> appGroups_{"group.vemo.classroom"};  // none goes: they are few
+  std::atomic<const std::string*> appGroup_ = &appGroups_.front();
+  // What is asked often, so that no lock is taken while the answer is the same.
+  std::atomic<std::int64_t> camera_ = 3;
+  std::atomic<std::int64_t> microphone_ = 3;
+  std::atomic<std::int64_t> captureVolume_ = 100;
+  std::atomic<std::int64_t> playoutVolume_ = 100;
   bool hasRenderSource_ = true;
 };
 

@@ -8,7 +8,7 @@ namespace vemo {
 
 /// Something that happened at a router. The texts are views, valid during Journal::note.
 struct Note {
-  enum class Kind {
+  enum class Kind : std::uint8_t {
     step,    ///< it went into the router; `text` is a step of a scenario
     task,    ///< a task that the router had queued for the main thread begins; a step, too
     effect,  ///< it came out of the router; `text` is an effect of a transcript
@@ -20,18 +20,19 @@ struct Note {
   /// Of a step, its own number, from 1; of an effect, and of an answer of the device, that of
   /// the step in which it came. 0: it came in none.
   std::uint64_t step = 0;
-  std::uint64_t queuedBy = 0;  ///< of a task: the step that queued it
-  bool overlaps = false;       ///< of a step: another was going on when it began
-  bool periodic = false;       ///< it is, or comes of, an event that comes again and again
-  std::string_view text;       ///< a JSON object
+  /// Of a task the step that queued it; of what came in no step the last that had begun.
+  std::uint64_t by = 0;
+  bool overlaps = false;  ///< of a step: another was going on when it began
+  bool periodic = false;  ///< it is, or comes of, an event that comes again and again
+  std::string_view text;  ///< a JSON object
 };
 
-/// Where notes go. Any thread, by several at once; notes of one thread come in order.
+/// Who is told of notes at once. Any thread, by several at once; notes of one thread come in order.
 class Journal {
  public:
   virtual ~Journal() = default;
 
-  /// Whether notes are wanted now; while they are not, none are made.
+  /// Whether notes are wanted now; while they are not, no text of them is made.
   virtual bool isOpen() const = 0;
 
   /// Takes a note and returns without waiting for a disk or a reader. Calls no piece of a

@@ -1,130 +1,418 @@
 #include "recorder/NoteRing.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
-#include <iterator>
+#include <istream>
+#include <limits>
+#include <mutex>
+#include <optional>
 #include <utility>
 
 #include "json/JsonText.h"
 #include "recorder/Recording.h"
+#include "recorder/SecretEraser.h"
 
 namespace vemo {
 namespace {
 
-constexpr std::size_t kChunkBytes = std::size_t{64} << 10U;
+constexpr std::size_t kLanes = 3;
 
-bool isStatistics(std::string_view text) { return text.starts_with(R"({"event":"onStatistics")"); }
+std::uint64_t newId() {
+  static std::atomic<std::uint64_t> last = 0;
+  return ++last;
+}
+
+/// A note in a slice.
+struct Placed {
+  NoteHead head;
+  std::string_view note;
+  NoteLane lane{};
+
+  /// Steps in the order in which they began, each with what came in it, and what came in none.
+  std::uint64_t key() const { return head.step > 0 ? head.step : head.by; }
+  int rank() const {
+    if (head.step == 0) return 2;
+    return head.kind == NoteHead::Kind::effect ? 1 : 0;
+  }
+};
+
+std::vector<Placed> notesIn(const std::vector<NoteBatch::Slice>& slices) {
+  std::vector<const NoteBatch::Slice*> inOrder;
+  inOrder.reserve(slices.size());
+  for (const auto& slice : slices) inOrder.push_back(&slice);
+  std::ranges::stable_sort(inOrder, {}, [](const auto* slice) { return slice->order; });
+  std::vector<Placed> notes;
+  for (const auto* slice : inOrder) {
+    for (std::string_view left = slice->bytes; left.size() >= sizeof(NoteHead);) {
+      Placed note;
+      std::memcpy(&note.head, left.data(), sizeof note.head);
+      left.remove_prefix(sizeof note.head);
+      if (left.size() < note.head.size) break;  // of a dump that breaks off
+      note.note = left.substr(0, note.head.size);
+      note.lane = slice->lane;
+      left.remove_prefix(note.note.size());
+      notes.push_back(note);
+    }
+  }
+  std::ranges::stable_sort(notes, {},
+                           [](const Placed& note) { return std::pair(note.key(), note.rank()); });
+  return notes;
+}
+
+// A dump: the mark, this, the threads' names, and slices, each behind its own head, as this machine
+// has them in memory.
+struct DumpHead {
+  std::array<char, 32> program{};
+  std::array<std::uint64_t, kLanes> gone{};
+  std::int64_t age = 0;
+  std::uint16_t threads = 0;
+};
+struct DumpSlice {
+  std::uint64_t order = 0;
+  std::uint64_t size = 0;
+  NoteLane lane{};
+};
+
+bool isStatistics(std::string_view json) { return json.starts_with(R"({"event":"onStatistics")"); }
 
 }  // namespace
 
-/// Calls `take(head, text, whole)` for each note in `bytes`.
-template <class Take>
-void NoteRing::forEach(std::string_view bytes, Take take) {
-  while (!bytes.empty()) {
-    Head head;
-    std::memcpy(&head, bytes.data(), sizeof head);
-    const auto whole = bytes.substr(0, sizeof head + head.size);
-    take(head, whole.substr(sizeof head), whole);
-    bytes.remove_prefix(whole.size());
+void NoteBatch::appendLines(std::string& out,
+                            const std::function<std::string_view(std::uint16_t)>& thread,
+                            std::chrono::milliseconds age) const {
+  const auto notes = notesIn(slices);
+  std::int64_t latest = std::numeric_limits<std::int64_t>::min();
+  for (const auto& note : notes) latest = std::max(latest, note.head.at);
+  // Up to this step, not all that it did is left.
+  auto before = std::max(gone[static_cast<std::size_t>(NoteLane::effects)],
+                         gone[static_cast<std::size_t>(NoteLane::periodic)]);
+  for (const auto& note : notes) {
+    if (note.head.at < latest - age.count()) before = std::max(before, note.key());
+  }
+  std::string json;
+  std::optional<std::size_t> statistics;  // the latest of those before
+  for (std::size_t i = 0; i < notes.size() && notes[i].key() <= before; ++i) {
+    if (notes[i].lane != NoteLane::periodic || notes[i].head.kind != NoteHead::Kind::step) continue;
+    json.clear();
+    if (appendNoteJson(json, notes[i].note) && isStatistics(json)) statistics = i;
+  }
+  for (std::size_t i = 0; i < notes.size(); ++i) {
+    const auto& [head, note, lane] = notes[i];
+    const bool isBefore = notes[i].key() <= before && before > 0;
+    if (isBefore && head.kind == NoteHead::Kind::effect) continue;
+    if (isBefore && lane == NoteLane::periodic && i != statistics) continue;
+    json.clear();
+    if (!appendNoteJson(json, note)) continue;  // nothing that was written here
+    appendNoteLine(out,
+                   {.kind = static_cast<Note::Kind>(head.kind),
+                    .at = std::chrono::milliseconds(head.at),
+                    .thread = thread(head.thread),
+                    .step = head.step,
+                    .by = head.by,
+                    .overlaps = head.overlaps,
+                    .periodic = lane == NoteLane::periodic,
+                    .text = json},
+                   isBefore);
   }
 }
 
-std::uint16_t NoteRing::threadNumber(std::string_view name) {
-  const auto found = std::ranges::find(threads_, name);
-  const auto number = found - threads_.begin();
-  if (found == threads_.end()) threads_.emplace_back(name);
-  return static_cast<std::uint16_t>(number);
-}
-
-void NoteRing::note(const Note& note) {
-  const std::lock_guard lock(mutex_);
-  const Head head{static_cast<std::uint32_t>(note.text.size()),
-                  threadNumber(note.thread),
-                  note.kind,
-                  note.overlaps,
-                  note.periodic,
-                  note.step,
-                  note.queuedBy,
-                  note.at.count()};
-  const auto size = sizeof head + note.text.size();
-  if (chunks_.empty() || chunks_.back().bytes.size() + size > chunks_.back().bytes.capacity()) {
-    makeRoom(head.at);
-    chunks_.emplace_back();
-    chunks_.back().bytes.reserve(std::max(kChunkBytes, size));
-    bytes_ += chunks_.back().bytes.capacity();
-  }
-  auto& chunk = chunks_.back();
-  chunk.bytes.append(reinterpret_cast<const char*>(&head), sizeof head).append(note.text);
-  chunk.lastAt = head.at;
-}
-
-/// Lets the oldest chunks go.
-void NoteRing::makeRoom(std::int64_t now) {
-  const auto tooOld = now - std::chrono::milliseconds(options_.age).count();
-  while (!chunks_.empty() &&
-         (bytes_ + kChunkBytes > options_.bytes || chunks_.front().lastAt < tooOld)) {
-    keepSteps(chunks_.front());
-    bytes_ -= chunks_.front().bytes.capacity();
-    chunks_.pop_front();
-  }
-}
-
-void NoteRing::keepSteps(const Chunk& chunk) {
-  forEach(chunk.bytes, [&](const Head& head, std::string_view text, std::string_view whole) {
-    const bool statistics = head.kind == Note::Kind::step && isStatistics(text);
-    if (head.kind == Note::Kind::effect || (head.periodic && !statistics)) return;
-    if (statistics && statistics_ != before_.end()) {
-      beforeSize_ -= statistics_->size();
-      before_.erase(statistics_);
+/// What threads that end may still touch when the ring is gone.
+struct NoteRing::Core {
+  explicit Core(const NoteRingOptions& options) {
+    const auto eighth = options.bytes / 8;
+    const std::array<std::size_t, kLanes> bytes{eighth, 3 * eighth, 4 * eighth};
+    for (std::size_t i = 0; i < kLanes; ++i) {
+      lanes.at(i).limit = bytes.at(i);
+      lanes.at(i).chunkBytes =
+          std::clamp<std::size_t>(bytes.at(i) / 16, std::size_t{4} << 10U, std::size_t{64} << 10U);
     }
-    before_.emplace_back(whole);
-    beforeSize_ += whole.size();
-    if (statistics) statistics_ = std::prev(before_.end());
-  });
-  while (beforeSize_ > options_.beforeBytes) {
-    if (statistics_ == before_.begin()) statistics_ = before_.end();
-    beforeSize_ -= before_.front().size();
-    before_.pop_front();
-    whole_ = false;
   }
+  ~Core() {
+    for (auto* chunk = all.load(); chunk;) {
+      delete[] chunk->bytes;
+      delete std::exchange(chunk, chunk->next);
+    }
+  }
+  Core(const Core&) = delete;
+  Core& operator=(const Core&) = delete;
+
+  struct Lane {
+    std::size_t limit = 0;
+    std::size_t chunkBytes = 0;
+    std::size_t bytes = 0;  // of its chunks
+    Chunk* oldest = nullptr;
+    Chunk* latest = nullptr;
+    std::uint64_t gone = 0;
+  };
+
+  /// Another chunk of `lane` with room for `bytes`, in place of `former`, which may be null.
+  Chunk* exchange(NoteLane lane, Chunk* former, std::size_t bytes) {
+    const std::lock_guard lock(mutex);
+    auto& of = lanes.at(static_cast<std::size_t>(lane));
+    if (former && former->used > 0) {
+      seal(of, *former);
+    } else if (former) {
+      drop(of, *former);
+    }
+    const auto capacity = bytes <= of.chunkBytes ? of.chunkBytes : of.chunkBytes + bytes;
+    Chunk* chunk = nullptr;
+    while (!chunk && of.bytes + capacity > of.limit && of.oldest) {
+      auto& oldest = *std::exchange(of.oldest, of.oldest->nextSealed);
+      if (!of.oldest) of.latest = nullptr;
+      of.gone = std::max(of.gone, oldest.lastStep);
+      if (taking) lost += notesFrom(oldest, oldest.taken);
+      if (oldest.capacity == capacity) {
+        chunk = &oldest;
+      } else {
+        drop(of, oldest);
+      }
+    }
+    if (!chunk) chunk = make(of, capacity);
+    chunk->lane = lane;
+    chunk->used = 0;
+    chunk->taken = 0;
+    chunk->lastStep = 0;
+    chunk->order = ++order;
+    chunk->nextSealed = nullptr;
+    return chunk;
+  }
+
+  /// How many notes are in `chunk` behind `from`.
+  static std::uint64_t notesFrom(const Chunk& chunk, std::size_t from) {
+    std::uint64_t count = 0;
+    for (; from < chunk.used; ++count) {
+      NoteHead head;
+      std::memcpy(&head, chunk.bytes + from, sizeof head);
+      from += sizeof head + head.size;
+    }
+    return count;
+  }
+
+  static void seal(Lane& lane, Chunk& chunk) {
+    (lane.latest ? lane.latest->nextSealed : lane.oldest) = &chunk;
+    lane.latest = &chunk;
+  }
+
+  void drop(Lane& lane, Chunk& chunk) {
+    lane.bytes -= chunk.capacity;
+    delete[] std::exchange(chunk.bytes, nullptr);
+    chunk.capacity = 0;
+    chunk.used = 0;
+    chunk.nextSealed = std::exchange(spare, &chunk);
+  }
+
+  Chunk* make(Lane& lane, std::size_t capacity) {
+    auto* chunk = spare;
+    if (chunk) {
+      spare = chunk->nextSealed;
+    } else {
+      chunk = new Chunk;
+      chunk->next = all.load();
+      all = chunk;
+    }
+    chunk->bytes = new char[capacity];
+    chunk->capacity = capacity;
+    lane.bytes += capacity;
+    return chunk;
+  }
+
+  /// A copy of all notes, or of those that were not taken yet.
+  NoteBatch copy(bool untaken) {
+    NoteBatch batch;
+    const std::lock_guard lock(mutex);
+    for (auto* chunk = all.load(); chunk; chunk = chunk->next) {
+      const auto used = chunk->used.load(std::memory_order_acquire);
+      const auto from = untaken ? std::exchange(chunk->taken, used) : 0;
+      if (from == used) continue;
+      batch.slices.push_back(
+          {chunk->lane, chunk->order, std::string(chunk->bytes + from, used - from)});
+    }
+    for (std::size_t i = 0; i < kLanes; ++i) batch.gone.at(i) = lanes.at(i).gone;
+    if (untaken) {
+      taking = true;
+      batch.gone = {};
+      batch.lost = std::exchange(lost, 0);
+    }
+    return batch;
+  }
+
+  ThreadNames names;
+  std::mutex mutex;
+  std::array<Lane, kLanes> lanes;
+  std::atomic<Chunk*> all = nullptr;  // none goes before this
+  Chunk* spare = nullptr;             // without memory
+  std::uint64_t order = 0;
+  bool taking = false;
+  std::uint64_t lost = 0;
+  std::vector<std::unique_ptr<Thread>> threads;
+};
+
+/// Of a thread: where it has written, for another to go on when it ends.
+struct NoteRing::ThreadExit {
+  struct Entry {
+    std::uint64_t ring;
+    std::weak_ptr<Core> core;
+    Thread* thread;
+  };
+
+  ThreadExit() = default;
+  ThreadExit(const ThreadExit&) = delete;
+  ThreadExit& operator=(const ThreadExit&) = delete;
+  ~ThreadExit() {
+    here_ = {};
+    for (const auto& entry : entries) {
+      const auto core = entry.core.lock();
+      if (!core) continue;
+      const std::lock_guard lock(core->mutex);
+      entry.thread->inUse = false;
+    }
+  }
+
+  std::vector<Entry> entries;
+};
+
+constinit thread_local NoteRing::Here NoteRing::here_;
+
+void NoteRing::enter() {
+  thread_local ThreadExit exit;
+  const auto known = std::ranges::find(exit.entries, id_, &ThreadExit::Entry::ring);
+  if (known != exit.entries.end()) {
+    here_ = {id_, known->thread};
+    return;
+  }
+  std::erase_if(exit.entries, [](const auto& entry) { return entry.core.expired(); });
+  const std::lock_guard lock(core_->mutex);
+  const auto free = std::ranges::find(core_->threads, false, &Thread::inUse);
+  Thread* thread = nullptr;
+  if (free != core_->threads.end()) {
+    thread = free->get();
+    thread->number = 0;
+    thread->inUse = true;
+  } else {
+    thread = core_->threads.emplace_back(std::make_unique<Thread>(*core_)).get();
+  }
+  exit.entries.push_back({id_, core_, thread});
+  here_ = {id_, thread};
 }
+
+void NoteRing::LaneMemory::grow(std::size_t bytes) {
+  const auto written = size();
+  // The former chunk may be another's as soon as it is given back.
+  std::string begun(begin_, written);
+  begin_ = at_ = end_ = nullptr;
+  chunk_ = core_.exchange(lane_, std::exchange(chunk_, nullptr), written + bytes);
+  begin_ = chunk_->bytes;
+  begun.copy(begin_, written);
+  at_ = begin_ + written;
+  end_ = begin_ + chunk_->capacity;
+}
+
+NoteRing::NoteRing(NoteRingOptions options)
+    : options_(std::move(options)), id_(newId()), core_(std::make_shared<Core>(options_)) {}
+
+NoteRing::~NoteRing() = default;
+
+ThreadNames& NoteRing::threads() { return core_->names; }
+
+NoteBatch NoteRing::take() { return core_->copy(true); }
 
 std::string NoteRing::recording(const TextMask& mask) const {
-  std::deque<Chunk> chunks;
-  std::list<std::string> before;
-  std::vector<std::string> threads;
-  bool whole = true;
-  {
-    const std::lock_guard lock(mutex_);
-    chunks = chunks_;
-    before = before_;
-    threads = threads_;
-    whole = whole_;
-  }
+  const auto batch = core_->copy(false);
+  const bool whole = batch.gone[static_cast<std::size_t>(NoteLane::steps)] == 0;
   auto out = recordingHeader(options_.program, whole);
-  std::string line;
+  batch.appendLines(
+      out, [this](std::uint16_t number) { return core_->names.name(number); }, options_.age);
+  if (!mask) return out;
+  std::string masked;
   std::string buffer;
-  const auto append = [&](std::string_view bytes, bool isBefore) {
-    forEach(bytes, [&](const Head& head, std::string_view text, std::string_view) {
-      line.clear();
-      appendNoteLine(line,
-                     {.kind = head.kind,
-                      .at = std::chrono::milliseconds(head.at),
-                      .thread = threads[head.thread],
-                      .step = head.step,
-                      .queuedBy = head.queuedBy,
-                      .overlaps = head.overlaps,
-                      .periodic = head.periodic,
-                      .text = text},
-                     isBefore);
-      out += mask ? mask(line, buffer) : line;
-    });
+  masked.reserve(out.size());
+  for (std::string_view left = out; !left.empty();) {
+    const auto line = left.substr(0, left.find('\n') + 1);
+    masked += mask(line, buffer);
+    left.remove_prefix(line.size());
+  }
+  return masked;
+}
+
+bool NoteRing::dump(int descriptor, const std::vector<std::string>& keys) noexcept {
+  const auto put = [descriptor](const void* bytes, std::size_t size) {
+    const auto* from = static_cast<const char*>(bytes);
+    while (size > 0) {
+      const auto written = ::write(descriptor, from, size);
+      if (written < 0 && errno == EINTR) continue;
+      if (written <= 0) return false;
+      from += written;
+      size -= static_cast<std::size_t>(written);
+    }
+    return true;
   };
-  for (const auto& note : before) append(note, true);
-  for (const auto& chunk : chunks) append(chunk.bytes, false);
+  const auto putValue = [&](const auto& value) { return put(&value, sizeof value); };
+  // No lock: a thread that holds it may be the one that has died.
+  DumpHead head;
+  options_.program.copy(head.program.data(), head.program.size() - 1);
+  head.age = std::chrono::milliseconds(options_.age).count();
+  for (std::size_t i = 0; i < kLanes; ++i) head.gone.at(i) = core_->lanes.at(i).gone;
+  head.threads = core_->names.count();
+  if (!put(kDumpMark.data(), kDumpMark.size()) || !putValue(head)) return false;
+  for (std::uint16_t i = 0; i < head.threads; ++i) {
+    std::array<char, ThreadNames::kBytes> name{};
+    core_->names.name(i).copy(name.data(), name.size());
+    if (!putValue(name)) return false;
+  }
+  for (auto* chunk = core_->all.load(); chunk; chunk = chunk->next) {
+    const auto used = chunk->used.load(std::memory_order_acquire);
+    if (!chunk->bytes || used == 0) continue;
+    for (std::size_t at = 0; at + sizeof(NoteHead) <= used;) {
+      NoteHead note;
+      std::memcpy(&note, chunk->bytes + at, sizeof note);
+      at += sizeof note;
+      eraseSecrets(chunk->bytes + at, std::min<std::size_t>(note.size, used - at), keys);
+      at += note.size;
+    }
+    const DumpSlice slice{chunk->order, used, chunk->lane};
+    if (!putValue(slice) || !put(chunk->bytes, used)) return false;
+  }
+  return true;
+}
+
+std::optional<std::string> recordingOfDump(std::istream& in) {
+  DumpHead head;
+  const auto take = [&](void* to, std::size_t size) {
+    in.read(static_cast<char*>(to), static_cast<std::streamsize>(size));
+    return static_cast<std::size_t>(in.gcount()) == size;
+  };
+  if (!take(&head, sizeof head) || head.threads > ThreadNames::kMost) return std::nullopt;
+  ThreadNames names(head.threads);
+  for (std::uint16_t i = 0; i < head.threads; ++i) {
+    std::array<char, ThreadNames::kBytes> name{};
+    if (!take(name.data(), name.size())) return std::nullopt;
+    name.back() = 0;
+    names.add(name.data());
+  }
+  NoteBatch batch;
+  batch.gone = head.gone;
+  head.program.back() = 0;
+  for (DumpSlice slice; take(&slice, sizeof slice);) {
+    if (slice.lane > NoteLane::periodic) return std::nullopt;
+    std::string bytes;
+    for (std::array<char, 65'536> part; slice.size > bytes.size();) {
+      in.read(part.data(), static_cast<std::streamsize>(
+                               std::min<std::uint64_t>(part.size(), slice.size - bytes.size())));
+      if (in.gcount() == 0) break;  // it breaks off here
+      bytes.append(part.data(), static_cast<std::size_t>(in.gcount()));
+    }
+    batch.slices.push_back({slice.lane, slice.order, std::move(bytes)});
+  }
+  auto out = recordingHeader(head.program.data(),
+                             head.gone[static_cast<std::size_t>(NoteLane::steps)] == 0);
+  batch.appendLines(
+      out, [&](std::uint16_t number) { return names.name(number); },
+      std::chrono::milliseconds(head.age));
   return out;
 }
 

@@ -1,18 +1,20 @@
 #pragma once
 
+#include <algorithm>
+#include <array>
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
+#include <cstring>
 #include <functional>
-#include <list>
-#include <mutex>
+#include <memory>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
-#include "recorder/Journal.h"
+#include "recorder/NoteWriter.h"
+#include "recorder/ThreadNames.h"
 
 namespace vemo {
 
@@ -21,28 +23,61 @@ namespace vemo {
 using TextMask = std::function<std::string_view(std::string_view text, std::string& buffer)>;
 
 struct NoteRingOptions {
-  std::chrono::minutes age{10};                     ///< what is older may go
-  std::size_t bytes = std::size_t{8} << 20U;        ///< and what is more
-  std::size_t beforeBytes = std::size_t{1} << 20U;  ///< of the steps that went, without effects
-  std::string program;                              ///< the host's version, for the recording
+  std::chrono::minutes age{10};               ///< what is older is left out
+  std::size_t bytes = std::size_t{8} << 20U;  ///< what there is room for
+  std::string program;                        ///< the host's version, for the recording
+};
+
+/// Which notes are kept together, and go together when there is no room: steps stay longest, and
+/// what comes again and again takes no room from the rest.
+enum class NoteLane : std::uint8_t { steps, effects, periodic };
+
+/// What stands before a note in memory.
+struct NoteHead {
+  enum class Kind : std::uint8_t { step, task, effect };
+
+  std::uint32_t size = 0;  ///< of the note without this
+  std::uint16_t thread = 0;
+  Kind kind = Kind::step;
+  bool overlaps = false;
+  std::uint64_t step = 0;
+  std::int64_t at = 0;  ///< milliseconds since the epoch
+  /// Of a task the step that queued it; of what came in no step the last that had begun.
+  std::uint64_t by = 0;
+};
+
+/// Notes as they were in the memory of a ring.
+struct NoteBatch {
+  struct Slice {
+    NoteLane lane{};
+    std::uint64_t order = 0;  ///< of several of one thread and lane
+    std::string bytes;
+  };
+  std::vector<Slice> slices;
+  std::array<std::uint64_t, 3> gone{};  ///< by lane, the latest step of which notes are gone
+  std::uint64_t lost = 0;               ///< notes that went before they could be taken
+
+  /// Appends the lines of a recording that say what is in here, by steps. What is older than
+  /// `age` before the latest is left out, save the steps that changed the router's state.
+  void appendLines(std::string& out, const std::function<std::string_view(std::uint16_t)>& thread,
+                   std::chrono::milliseconds age) const;
 };
 
 /// The last minutes of a session, in memory.
 ///
-/// Notes go by and by, the oldest first. Of what has gone, the steps stay that change the
-/// router's state, without what they did, so that the last minutes can be played; what comes
-/// again and again goes whole, save the latest statistics. When those steps are too many as
-/// well, the recording says that it is not whole.
+/// Each thread writes into chunks of its own, so that a note takes no lock; when there is no room
+/// the oldest chunk goes. Of what is older than the effects that are left, the steps stay that
+/// change the router's state, so that the last minutes can be played; what comes again and again
+/// goes whole, save the latest statistics. When those steps have no room either, the recording
+/// says that it is not whole.
 ///
-/// Secrets are in memory as they came; `recording` masks them. What a process leaves behind
-/// that ends by a signal is nothing: a host that must have the last minutes of a crash streams
-/// its session to a file (LineJournal). Any thread.
-class NoteRing final : public Journal {
+/// Secrets are in memory as they came; who takes them out masks them. Any thread.
+class NoteRing {
  public:
-  explicit NoteRing(NoteRingOptions options) : options_(std::move(options)) {}
-
-  bool isOpen() const override { return true; }
-  void note(const Note& note) override;
+  explicit NoteRing(NoteRingOptions options);
+  ~NoteRing();
+  NoteRing(const NoteRing&) = delete;
+  NoteRing& operator=(const NoteRing&) = delete;
 
   /// The recording of what is there now: the text of a .vemorec file, its secrets masked by
   /// `mask`, which may be null when there are none. Takes the time of some milliseconds.
@@ -51,37 +86,106 @@ class NoteRing final : public Journal {
   /// Writes it to `file`: whole, or not at all, with a sentence in `error`.
   bool write(const std::string& file, const TextMask& mask, std::string& error) const;
 
- private:
-  struct Head {
-    std::uint32_t size;
-    std::uint16_t thread;
-    Note::Kind kind;
-    bool overlaps;
-    bool periodic;
-    std::uint64_t step;
-    std::uint64_t queuedBy;
-    std::int64_t at;
-  };
-  struct Chunk {
-    std::string bytes;
-    std::int64_t lastAt = 0;
-  };
+  /// What was noted since the last call. One caller; from the first call on, what goes untaken
+  /// is counted as lost.
+  NoteBatch take();
 
-  template <class Take>
-  static void forEach(std::string_view bytes, Take take);
-  std::uint16_t threadNumber(std::string_view name);
-  void makeRoom(std::int64_t now);
-  void keepSteps(const Chunk& chunk);
+  /// Writes what is there to the file `descriptor`, in the form of a dump (Recording.h), after
+  /// having overwritten the values of `keys` in memory: JSON texts, or the records' own. Calls
+  /// nothing that a handler of signals must not call. False when it can't be written.
+  bool dump(int descriptor, const std::vector<std::string>& keys) noexcept;
+
+  const NoteRingOptions& options() const { return options_; }
+  ThreadNames& threads();
+
+  /// This thread's memory for a note of `lane`, empty.
+  NoteMemory& memory(NoteLane lane) {
+    auto& memory = here().lanes[static_cast<std::size_t>(lane)];
+    memory.restart();
+    return memory;
+  }
+  /// Keeps what was written in `memory`, which `memory()` gave: room for a NoteHead, of which the
+  /// size is set here, and a note.
+  static void keep(NoteMemory& memory, const NoteHead& head) {
+    static_cast<LaneMemory&>(memory).keep(head);
+  }
+  /// The number of this thread's name, 0 while it has none. For Notes.
+  std::uint16_t& threadNumber() { return here().number; }
+
+ private:
+  struct Core;
+  struct Chunk;
+  struct ThreadExit;
+
+  /// What one thread writes into.
+  class LaneMemory final : public NoteMemory {
+   public:
+    LaneMemory(Core& core, NoteLane lane) : core_(core), lane_(lane) {}
+    void restart() { at_ = begin_; }
+    void keep(const NoteHead& head);
+
+   private:
+    void grow(std::size_t bytes) override;
+
+    Core& core_;
+    const NoteLane lane_;
+    Chunk* chunk_ = nullptr;
+  };
+  struct Thread {
+    explicit Thread(Core& core)
+        : lanes{LaneMemory(core, NoteLane::steps), LaneMemory(core, NoteLane::effects),
+                LaneMemory(core, NoteLane::periodic)} {}
+
+    std::array<LaneMemory, 3> lanes;
+    std::uint16_t number = 0;
+    bool inUse = true;
+  };
+  /// The thread's memory in the ring that it wrote to last.
+  struct Here {
+    std::uint64_t ring = 0;
+    Thread* thread = nullptr;
+  };
+  static constinit thread_local Here here_;
+
+  Thread& here() {
+    if (here_.ring != id_) [[unlikely]]
+      enter();
+    return *here_.thread;
+  }
+  void enter();
 
   const NoteRingOptions options_;
-  mutable std::mutex mutex_;
-  std::vector<std::string> threads_;
-  std::deque<Chunk> chunks_;
-  std::size_t bytes_ = 0;
-  std::list<std::string> before_;  // notes as in chunks
-  std::list<std::string>::iterator statistics_ = before_.end();
-  std::size_t beforeSize_ = 0;
-  bool whole_ = true;
+  const std::uint64_t id_;  // of no other ring of this process
+  const std::shared_ptr<Core> core_;
 };
+
+struct NoteRing::Chunk {
+  char* bytes = nullptr;
+  std::size_t capacity = 0;
+  std::atomic<std::size_t> used = 0;
+  std::size_t taken = 0;       // by take()
+  std::uint64_t lastStep = 0;  // of those in it
+  std::uint64_t order = 0;
+  NoteLane lane{};
+  Chunk* nextSealed = nullptr;  // those that nobody writes into, the oldest first
+  Chunk* next = nullptr;        // all
+};
+
+inline void NoteRing::LaneMemory::keep(const NoteHead& head) {
+  // Field by field: read as a whole, what was just written in parts would be waited for.
+  const auto set = [this](std::size_t at, const auto& value) {
+    std::memcpy(begin_ + at, &value, sizeof value);
+  };
+  set(offsetof(NoteHead, size), static_cast<std::uint32_t>(size() - sizeof head));
+  set(offsetof(NoteHead, thread), head.thread);
+  set(offsetof(NoteHead, kind), head.kind);
+  set(offsetof(NoteHead, overlaps), head.overlaps);
+  set(offsetof(NoteHead, step), head.step);
+  set(offsetof(NoteHead, at), head.at);
+  set(offsetof(NoteHead, by), head.by);
+  chunk_->lastStep = std::max(chunk_->lastStep, head.step);
+  begin_ = at_;
+  chunk_->used.store(static_cast<std::size_t>(at_ - chunk_->bytes), std::memory_order_release);
+}
 
 }  // namespace vemo

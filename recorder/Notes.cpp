@@ -1,96 +1,83 @@
 #include "recorder/Notes.h"
 
+#include <ctime>
+#include <string>
 #include <utility>
 
 namespace vemo {
 namespace {
 
-std::chrono::milliseconds now() {
-  return std::chrono::duration_cast<std::chrono::milliseconds>(
-      std::chrono::system_clock::now().time_since_epoch());
-}
-
-// As void, for the type of frames is the class's own.
-const void*& innermostFrame() {
-  thread_local const void* innermost = nullptr;
-  return innermost;
+/// Milliseconds since the epoch, as the system counts its ticks: a few off, and for a fourth of
+/// the price.
+std::int64_t now() {
+  std::timespec time{};
+  ::clock_gettime(CLOCK_REALTIME_COARSE, &time);
+  return std::int64_t{time.tv_sec} * 1000 + time.tv_nsec / 1'000'000;
 }
 
 }  // namespace
 
-Notes::Notes(std::shared_ptr<Journal> journal, const MainQueue& mainQueue)
-    : journal_(std::move(journal)), mainQueue_(mainQueue) {}
+constinit thread_local const Notes::Frame* Notes::innermost_ = nullptr;
 
-/// The step of this router that goes on on this thread; that of another router may have
-/// begun inside it.
-const Notes::Frame* Notes::frame() const {
-  const auto* frame = static_cast<const Frame*>(innermostFrame());
-  while (frame && frame->notes != this) frame = frame->outer;
-  return frame;
-}
+Notes::Notes(std::shared_ptr<NoteRing> ring, std::shared_ptr<Journal> journal,
+             const MainQueue& mainQueue)
+    : ring_(std::move(ring)),
+      journal_(std::move(journal)),
+      threads_(ring_ ? std::shared_ptr<ThreadNames>(ring_, &ring_->threads())
+                     : std::make_shared<ThreadNames>()),
+      mainQueue_(mainQueue) {}
 
 Notes::Origin Notes::origin() const {
   const auto* const step = frame();
   return step ? Origin{step->step, step->periodic} : Origin{};
 }
 
-std::string_view Notes::threadName(std::string_view role) {
-  if (mainQueue_.isMainThread()) return "main";
-  const std::lock_guard lock(threadsMutex_);
-  auto& name = threads_[std::this_thread::get_id()];
-  if (name.empty()) {
-    const auto count = ++threadCounts_[std::string(role)];
-    name = std::string(role) + (count > 1 ? " " + std::to_string(count) : "");
-  }
-  return name;
+NoteMemory& Notes::scratch() {
+  thread_local ScratchMemory memory;
+  memory.restart();
+  return memory;
 }
 
-void Notes::send(Note::Kind kind, std::string_view text) {
-  Note note;
-  note.kind = kind;
-  note.text = text;
-  if (const auto* const step = frame()) {
-    note.at = step->at;
-    note.thread = step->thread;
-    note.step = step->step;
-    note.periodic = step->periodic;
-  } else {
-    note.at = now();
-    note.thread = threadName("other");
-  }
-  journal_->note(note);
+void Notes::setOutside(NoteHead& head) {
+  head.thread = threadNumber("other");
+  head.at = now();
+  head.by = steps_.load(std::memory_order_relaxed) % kRunning;
 }
 
-Notes::Step::Step(std::shared_ptr<Notes> notes, std::string_view role, bool periodic) {
-  if (!notes->isOn()) return;
-  notes_ = std::move(notes);
-  const auto* const around = notes_->frame();
-  frame_.notes = notes_.get();
-  frame_.outer = static_cast<const Frame*>(innermostFrame());
-  frame_.step = ++notes_->lastStep_;
-  frame_.thread = around ? around->thread : notes_->threadName(role);
-  frame_.at = now();
-  frame_.periodic = periodic;
+std::uint16_t Notes::numberElsewhere(std::string_view role) {
+  if (!ring_) return threads_->numberHere(role);
+  auto& number = ring_->threadNumber();
+  if (number == ThreadNames::kMain) number = threads_->numberHere(role);
+  return number;
+}
+
+void Notes::tell(NoteLane lane, const NoteHead& head, std::string_view note) {
+  std::string text;
+  appendNoteJson(text, note);
+  journal_->note({.kind = static_cast<Note::Kind>(head.kind),
+                  .at = std::chrono::milliseconds(head.at),
+                  .thread = threads_->name(head.thread),
+                  .step = head.step,
+                  .by = head.by,
+                  .overlaps = head.overlaps,
+                  .periodic = lane == NoteLane::periodic,
+                  .text = text});
+}
+
+bool Notes::Step::begin(Notes& notes, std::string_view role, bool periodic) {
+  if (!notes.isOn()) return false;
+  const auto* const around = notes.frame();
+  frame_.notes = &notes;
+  frame_.outer = innermost_;
   frame_.outermost = !around;
-  overlaps_ = frame_.outermost && notes_->running_.fetch_add(1) > 0;
-}
-
-void Notes::Step::begin(Note::Kind kind, std::string_view text, std::uint64_t queuedBy) {
-  innermostFrame() = &frame_;
-  notes_->journal_->note({.kind = kind,
-                          .at = frame_.at,
-                          .thread = frame_.thread,
-                          .step = frame_.step,
-                          .queuedBy = queuedBy,
-                          .overlaps = overlaps_,
-                          .periodic = frame_.periodic,
-                          .text = text});
-}
-
-Notes::Step::~Step() {
-  if (!notes_) return;
-  innermostFrame() = frame_.outer;
-  if (frame_.outermost) --notes_->running_;
+  frame_.periodic = periodic;
+  const auto before = notes.steps_.fetch_add(around ? 1 : 1 + kRunning, std::memory_order_relaxed);
+  frame_.step = before % kRunning + 1;
+  overlaps_ = !around && before >= kRunning;
+  frame_.thread = around ? around->thread : notes.threadNumber(role);
+  frame_.at = around ? around->at : now();
+  innermost_ = &frame_;
+  return true;
 }
 
 }  // namespace vemo

@@ -1,19 +1,16 @@
 #pragma once
 
 #include <atomic>
-#include <chrono>
+#include <concepts>
 #include <cstdint>
-#include <map>
 #include <memory>
-#include <mutex>
-#include <string>
 #include <string_view>
-#include <thread>
 
 #include "bridge/MainQueue.h"
 #include "recorder/DeviceAnswers.h"
 #include "recorder/Journal.h"
-#include "recorder/NoteText.h"
+#include "recorder/NoteRing.h"
+#include "recorder/NoteWriter.h"
 #include "recorder/ObjectNames.h"
 
 namespace vemo {
@@ -21,35 +18,38 @@ namespace vemo {
 /// What the forwarders around one router share: they write their notes by it. Any thread.
 class Notes {
  public:
-  /// `journal` is not null. `mainQueue` tells which thread is the main one; it outlives all
-  /// calls of the router.
-  Notes(std::shared_ptr<Journal> journal, const MainQueue& mainQueue);
+  /// Notes are kept in `ring` and told to `journal`, of which one may be null. `mainQueue` tells
+  /// which thread is the main one; it outlives all calls of the router.
+  Notes(std::shared_ptr<NoteRing> ring, std::shared_ptr<Journal> journal,
+        const MainQueue& mainQueue);
 
-  bool isOn() const { return journal_->isOpen(); }
+  bool isOn() const { return ring_ || isTold(); }
   ObjectNames& names() { return names_; }
   DeviceAnswers& device() { return device_; }
 
-  /// Notes an effect of the step that goes on on this thread; `write(NoteText&)` adds its keys.
+  /// Notes an effect of the step that goes on on this thread; `write(NoteWriter&)` adds its keys.
   template <class Write>
   void effect(std::string_view name, Write write) {
     if (!isOn()) return;
-    NoteText text(names_);
-    text.add("effect", name);
-    write(text);
-    send(Note::Kind::effect, text.whole());
+    const auto* const step = frame();
+    const auto lane = step && step->periodic ? NoteLane::periodic : NoteLane::effects;
+    auto& memory = memoryOf(lane);
+    NoteWriter note(memory, names_, sizeof(NoteHead));
+    note.add("effect", name);
+    write(note);
+    keep(memory, lane, headOf(NoteHead::Kind::effect, step), note.whole());
   }
   void effect(std::string_view name) {
-    effect(name, [](NoteText&) {});
+    effect(name, [](NoteWriter&) {});
   }
 
-  /// Notes what the device answered, within the step that goes on on this thread; `write`
-  /// adds what has changed.
-  template <class Write>
-  void answer(Write write) {
-    if (!isOn()) return;
-    NoteText text(names_);
-    text.addWritten("device", write);
-    send(Note::Kind::step, text.whole());
+  /// Notes what the device answered, within the step that goes on on this thread: `changes` of
+  /// a scenario's device.
+  void answer(const boost::json::object& changes) {
+    auto& memory = memoryOf(NoteLane::steps);
+    NoteWriter note(memory, names_, sizeof(NoteHead));
+    note.add("device", changes);
+    keep(memory, NoteLane::steps, headOf(NoteHead::Kind::step, frame()), note.whole());
   }
 
   /// The step that goes on on this thread, for a task that it queues.
@@ -62,36 +62,67 @@ class Notes {
   class Step;
 
  private:
-  struct Frame;
+  /// A step on a thread, while it goes on; the last that begins ends first.
+  struct Frame {
+    Notes* notes = nullptr;
+    const Frame* outer = nullptr;
+    std::uint64_t step = 0;
+    std::int64_t at = 0;
+    std::uint16_t thread = 0;
+    bool periodic = false;
+    bool outermost = true;  // of this router, on its thread
+  };
+  static constinit thread_local const Frame* innermost_;
 
-  const Frame* frame() const;
-  std::string_view threadName(std::string_view role);
-  void send(Note::Kind kind, std::string_view text);
+  /// The step of this router that goes on on this thread; that of another router may have
+  /// begun inside it.
+  const Frame* frame() const {
+    const auto* frame = innermost_;
+    while (frame && frame->notes != this) frame = frame->outer;
+    return frame;
+  }
 
+  bool isTold() const { return journal_ && journal_->isOpen(); }
+  NoteMemory& memoryOf(NoteLane lane) { return ring_ ? ring_->memory(lane) : scratch(); }
+  static NoteMemory& scratch();
+  NoteHead headOf(NoteHead::Kind kind, const Frame* step) {
+    NoteHead head;
+    head.kind = kind;
+    if (step) [[likely]] {
+      head.thread = step->thread;
+      head.step = step->step;
+      head.at = step->at;
+    } else {
+      setOutside(head);
+    }
+    return head;
+  }
+  void setOutside(NoteHead& head);
+  void keep(NoteMemory& memory, NoteLane lane, const NoteHead& head, std::string_view note) {
+    if (ring_) NoteRing::keep(memory, head);
+    if (isTold()) tell(lane, head, note);
+  }
+  void tell(NoteLane lane, const NoteHead& head, std::string_view note);
+  std::uint16_t threadNumber(std::string_view role) {
+    return mainQueue_.isMainThread() ? ThreadNames::kMain : numberElsewhere(role);
+  }
+  std::uint16_t numberElsewhere(std::string_view role);
+
+  // In one, so that a step that begins counts both at once: the steps that began, and above
+  // kRunning how many of them go on.
+  static constexpr std::uint64_t kRunning = std::uint64_t{1} << 48U;
+
+  const std::shared_ptr<NoteRing> ring_;
   const std::shared_ptr<Journal> journal_;
+  const std::shared_ptr<ThreadNames> threads_;
   const MainQueue& mainQueue_;
   ObjectNames names_;
   DeviceAnswers device_{*this};
-  std::atomic<std::uint64_t> lastStep_ = 0;
-  std::atomic<int> running_ = 0;  // threads on which a step goes on
-  std::mutex threadsMutex_;
-  std::map<std::thread::id, std::string> threads_;
-  std::map<std::string, int, std::less<>> threadCounts_;
-};
-
-/// A step on a thread, while it goes on; the last that begins ends first.
-struct Notes::Frame {
-  Notes* notes = nullptr;
-  const Frame* outer = nullptr;
-  std::uint64_t step = 0;
-  std::string_view thread;
-  std::chrono::milliseconds at{};
-  bool periodic = false;
-  bool outermost = true;  // of this router, on its thread
+  std::atomic<std::uint64_t> steps_ = 0;
 };
 
 /// A step that goes into the router on this thread, from the making of this to its end. While
-/// nothing is noted it does nothing.
+/// nothing is noted it does nothing. The notes outlive it.
 class Notes::Step {
  public:
   /// On which thread a scenario plays such a step where it says nothing of it, and what a
@@ -103,34 +134,58 @@ class Notes::Step {
   static constexpr Place onEngine{false, "engine"};
   static constexpr Place onOther{false, "other"};
   static constexpr Place onMain{true, "other"};
+  static constexpr Place anywhere{true, {}};  ///< steps that are played on no thread of their own
 
-  /// `write(NoteText&)` adds the keys of the step, the verb first.
+  /// `write(NoteWriter&)` adds the keys of the step, the verb first; it may take the step's
+  /// number, too.
   template <class Write>
-  Step(std::shared_ptr<Notes> notes, Place place, Write write, bool periodic = false)
-      : Step(std::move(notes), place.role, periodic) {
-    if (!notes_) return;
-    NoteText text(notes_->names_);
-    write(text);
-    const bool main = frame_.thread == "main";
-    if (main != place.usuallyMain) text.add("thread", main ? "main" : "other");
-    begin(Note::Kind::step, text.whole());
+  Step(Notes& notes, Place place, Write write, bool periodic = false) {
+    if (!begin(notes, place.role.empty() ? onMain.role : place.role, periodic)) return;
+    const auto lane = periodic ? NoteLane::periodic : NoteLane::steps;
+    auto& memory = notes.memoryOf(lane);
+    NoteWriter note(memory, notes.names_, sizeof(NoteHead));
+    if constexpr (std::invocable<Write, NoteWriter&, std::uint64_t>) {
+      write(note, frame_.step);
+    } else {
+      write(note);
+    }
+    const bool main = frame_.thread == ThreadNames::kMain;
+    if (main != place.usuallyMain && !place.role.empty())
+      note.add("thread", std::string_view(main ? "main" : "other"));
+    keep(memory, lane, NoteHead::Kind::step, note.whole());
   }
-  ~Step();
+  ~Step() {
+    if (!frame_.notes) return;
+    innermost_ = frame_.outer;
+    if (frame_.outermost) frame_.notes->steps_.fetch_sub(kRunning, std::memory_order_relaxed);
+  }
   Step(const Step&) = delete;
   Step& operator=(const Step&) = delete;
 
   /// A task of the main queue.
-  Step(std::shared_ptr<Notes> notes, Origin origin)
-      : Step(std::move(notes), "main", origin.periodic) {
-    if (notes_) begin(Note::Kind::task, R"({"drain":1})", origin.step);
+  Step(Notes& notes, Origin origin) {
+    if (!begin(notes, "main", origin.periodic)) return;
+    const auto lane = origin.periodic ? NoteLane::periodic : NoteLane::steps;
+    auto& memory = notes.memoryOf(lane);
+    NoteWriter note(memory, notes.names_, sizeof(NoteHead));
+    note.add("drain", 1);
+    keep(memory, lane, NoteHead::Kind::task, note.whole(), origin.step);
   }
 
- private:
-  Step(std::shared_ptr<Notes> notes, std::string_view role, bool periodic);
-  void begin(Note::Kind kind, std::string_view text, std::uint64_t queuedBy = 0);
+  /// Its number; 0 while nothing is noted.
+  std::uint64_t number() const { return frame_.step; }
 
-  std::shared_ptr<Notes> notes_;  // null when nothing is noted
-  Frame frame_;
+ private:
+  bool begin(Notes& notes, std::string_view role, bool periodic);
+  void keep(NoteMemory& memory, NoteLane lane, NoteHead::Kind kind, std::string_view note,
+            std::uint64_t by = 0) {
+    auto head = frame_.notes->headOf(kind, &frame_);
+    head.by = by;
+    head.overlaps = overlaps_;
+    frame_.notes->keep(memory, lane, head, note);
+  }
+
+  Frame frame_;  // of no notes while nothing is noted
   bool overlaps_ = false;
 };
 

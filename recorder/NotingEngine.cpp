@@ -13,11 +13,8 @@ class CallNotes {
 
   template <class... Args>
   void operator()(std::string_view name, const Args&... args) const {
-    notes_->effect("engine", [&](NoteText& text) {
-      text.addWritten("call", [&](std::string& out) {
-        out.append("\"").append(prefix_).append(name).append("\"");
-      });
-      text.addArray("args", args...);
+    notes_->effect("engine", [&](NoteWriter& text) {
+      text.addText("call", prefix_, name).addArray("args", args...);
     });
   }
 
@@ -128,9 +125,10 @@ class Delegate final : public KOBUCloudDelegate {
   void tell(std::string_view name, const Args&... args) {
     const auto target = target_.lock();  // outlives the step: what its end does is no part of it
     if (!target) return;
+    const auto notes = notes_;
     const Notes::Step step(
-        notes_, Notes::Step::onEngine,
-        [&](NoteText& text) {
+        *notes, Notes::Step::onEngine,
+        [&](NoteWriter& text) {
           text.add("event", name);
           if constexpr (sizeof...(args) > 0) text.addArray("args", args...);
         },
@@ -188,7 +186,7 @@ class AudioEffects final : public ForwardingPWAudioEffectManager {
                                           std::function<void(std::int64_t)> target) {
     if (!target) return nullptr;
     return [notes = notes_, on, id, target = std::move(target)](std::int64_t code) {
-      const Notes::Step step(notes, Notes::Step::onEngine, [&](NoteText& text) {
+      const Notes::Step step(*notes, Notes::Step::onEngine, [&](NoteWriter& text) {
         text.add("music", id).add("on", on).add("code", code);
       });
       target(code);
@@ -199,8 +197,8 @@ class AudioEffects final : public ForwardingPWAudioEffectManager {
     return [notes = notes_, id, target = std::move(target)](std::int64_t progressMs,
                                                             std::int64_t durationMs) {
       const Notes::Step step(
-          notes, Notes::Step::onEngine,
-          [&](NoteText& text) {
+          *notes, Notes::Step::onEngine,
+          [&](NoteWriter& text) {
             text.add("music", id).add("on", "progress");
             text.add("progressMs", progressMs).add("durationMs", durationMs);
           },
@@ -404,7 +402,7 @@ class NotingKOBUCloudClass::Engine final : public ForwardingKOBUCloud {
       completion = [notes = notes_, answer = std::move(completion)](
                        const Shared<KOBUSpeedTestResult>& result, std::int64_t completed,
                        std::int64_t total) {
-        const Notes::Step step(notes, Notes::Step::onEngine, [&](NoteText& text) {
+        const Notes::Step step(*notes, Notes::Step::onEngine, [&](NoteWriter& text) {
           text.add("speedTest", result).add("completed", completed).add("total", total);
         });
         answer(result, completed, total);

@@ -29,7 +29,7 @@ std::span<const std::string_view> listenerOperations() {
 template <auto operation, class... Args>
 void NotingListener::hear(std::string_view name, const Args&... args) {
   if (notes(name)) {
-    notes_->effect("listener", [&](NoteText& text) {
+    notes_->effect("listener", [&](NoteWriter& text) {
       text.add("name", name_).add("op", name).addArray("args", args...);
     });
   }

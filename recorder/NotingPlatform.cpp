@@ -8,7 +8,7 @@ namespace {
 std::string_view nameOf(MediaType media) { return media == MediaType::video ? "video" : "audio"; }
 
 /// Which of the open ones is answered, where it is not the oldest.
-void addNth(NoteText& text, std::int64_t nth) {
+void addNth(NoteWriter& text, std::int64_t nth) {
   if (nth != 1) text.add("nth", nth);
 }
 
@@ -20,7 +20,11 @@ class File final : public DownloadedFile {
 
   std::optional<std::string> readAll() const override {
     auto bytes = target_->readAll();
-    notes_->device().download(std::nullopt, bytes.has_value());
+    if (bytes) {
+      notes_->device().downloaded(*bytes);
+    } else {
+      notes_->device().download(std::nullopt, false);
+    }
     return bytes;
   }
 
@@ -32,39 +36,19 @@ class File final : public DownloadedFile {
 }  // namespace
 
 void NotingLogger::log(const DUNLogParam& record) {
-  notes_->effect("log", [&](NoteText& text) {
-    text.addWritten("record", [&](std::string& out) {
+  notes_->effect("log", [&](NoteWriter& text) {
+    text.addMap("record", [&](NoteWriter& map) {
+      using notes::Known;
+      map.addKnown(Known{"needReport", record.needReport}, Known{"level", record.level},
+                   Known{"module", record.module}, Known{"actionName", record.actionName});
       std::string buffer;
-      bool first = true;
-      const auto key = [&](std::string_view name) {
-        out += first ? "{\"" : ",\"";
-        out.append(name).append("\":");
-        first = false;
-      };
-      const auto addText = [&](std::string_view name, const auto& value) {
-        if (!value) return;
-        key(name);
-        appendJsonString(out, *value);
-      };
-      const auto addNumber = [&](std::string_view name, const auto& value) {
-        if (!value) return;
-        key(name);
-        appendJsonText(out, boost::json::value(*value));
-      };
-      addNumber("needReport", record.needReport);
-      addNumber("level", record.level);
-      addText("module", record.module);
-      addText("actionName", record.actionName);
       if (record.actionParam) {
-        key("actionParam");
-        appendJsonString(out, notes_->names().masked(record, buffer));
+        const auto param = notes_->names().masked(record, buffer);
+        map.addText("actionParam", param.first, param.second, param.third);
       }
-      addNumber("errorCode", record.errorCode);
-      addText("errorDesc", record.errorDesc);
-      addText("fileName", record.fileName);
-      addText("funcName", record.funcName);
-      addNumber("line", record.line);
-      out += first ? "{}" : "}";
+      map.addKnown(Known{"errorCode", record.errorCode}, Known{"errorDesc", record.errorDesc},
+                   Known{"fileName", record.fileName}, Known{"funcName", record.funcName},
+                   Known{"line", record.line});
     });
   });
   target().log(record);
@@ -76,11 +60,11 @@ void NotingLogger::updateLogConfig(const std::function<void(DUNLoggerConfig&)>& 
     update(config);
     sdkAppId = config.sdkAppId;
   });
-  notes_->effect("loggerConfig", [&](NoteText& text) { text.add("sdkAppId", sdkAppId); });
+  notes_->effect("loggerConfig", [&](NoteWriter& text) { text.add("sdkAppId", sdkAppId); });
 }
 
 void NotingSystemLog::writeLine(std::string_view line) {
-  notes_->effect("syslog", [&](NoteText& text) { text.add("line", line); });
+  notes_->effect("syslog", [&](NoteWriter& text) { text.add("line", line); });
   target().writeLine(line);
 }
 
@@ -88,24 +72,25 @@ void NotingMainQueue::dispatchAsync(std::function<void()> task) {
   if (!task || !notes_->isOn()) return target().dispatchAsync(std::move(task));
   target().dispatchAsync(
       [notes = notes_, origin = notes_->origin(), task = std::move(task)]() mutable {
-        const Notes::Step step(notes, origin);
+        const auto keep = std::move(notes);  // a queue may end within its last task
+        const Notes::Step step(*keep, origin);
         const auto run = std::move(task);  // destroyed within the step: what held it may die of it
         run();
       });
 }
 
 void NotingNotificationCenter::post(const std::string& name) {
-  notes_->effect("post", [&](NoteText& text) { text.add("name", name); });
+  notes_->effect("post", [&](NoteWriter& text) { text.add("name", name); });
   target().post(name);
 }
 
 void NotingCrossProcessCenter::addObserver(const void* observer, const std::string& name,
                                            Callback callback) {
-  notes_->effect("subscribe", [&](NoteText& text) { text.add("name", name); });
+  notes_->effect("subscribe", [&](NoteWriter& text) { text.add("name", name); });
   if (callback) {
     callback = [notes = notes_, callback = std::move(callback)](const std::string& received) {
-      const Notes::Step step(notes, Notes::Step::onOther,
-                             [&](NoteText& text) { text.add("notify", received); });
+      const Notes::Step step(*notes, Notes::Step::onOther,
+                             [&](NoteWriter& text) { text.add("notify", received); });
       callback(received);
     };
   }
@@ -113,7 +98,7 @@ void NotingCrossProcessCenter::addObserver(const void* observer, const std::stri
 }
 
 void NotingCrossProcessCenter::removeObserver(const void* observer, const std::string& name) {
-  notes_->effect("unsubscribe", [&](NoteText& text) { text.add("name", name); });
+  notes_->effect("unsubscribe", [&](NoteWriter& text) { text.add("name", name); });
   target().removeObserver(observer, name);
 }
 
@@ -144,11 +129,11 @@ AuthorizationStatus NotingAuthorization::authorizationStatus(MediaType media) co
 }
 
 void NotingAuthorization::requestAccess(MediaType media, std::function<void(bool)> answer) {
-  notes_->effect("requestAccess", [&](NoteText& text) { text.add("media", nameOf(media)); });
+  notes_->effect("requestAccess", [&](NoteWriter& text) { text.add("media", nameOf(media)); });
   target().requestAccess(media, [notes = notes_, open = open_, question = open_->open(),
                                  answer = std::move(answer)](bool granted) {
     const auto nth = open->close(question);
-    const Notes::Step step(notes, Notes::Step::onOther, [&](NoteText& text) {
+    const Notes::Step step(*notes, Notes::Step::onOther, [&](NoteWriter& text) {
       text.add("access", granted);
       addNth(text, nth.value_or(1));
     });
@@ -157,24 +142,22 @@ void NotingAuthorization::requestAccess(MediaType media, std::function<void(bool
 }
 
 void NotingAlerts::present(Alert alert) {
-  notes_->effect("alert", [&](NoteText& text) {
+  notes_->effect("alert", [&](NoteWriter& text) {
     text.add("title", alert.title).add("message", alert.message);
-    text.addWritten("buttons", [&](std::string& out) {
-      boost::json::array buttons;
-      for (const auto& action : alert.actions) {
-        const bool destructive = action.style == AlertActionStyle::destructive;
-        buttons.push_back(
-            {{"title", action.title}, {"style", destructive ? "destructive" : "default"}});
-      }
-      appendJsonText(out, buttons);
-    });
+    boost::json::array buttons;
+    for (const auto& action : alert.actions) {
+      const bool destructive = action.style == AlertActionStyle::destructive;
+      buttons.push_back(
+          {{"title", action.title}, {"style", destructive ? "destructive" : "default"}});
+    }
+    text.add("buttons", buttons);
   });
   const auto question = open_->open();
   for (auto& action : alert.actions) {
     action.handler = [notes = notes_, open = open_, question, title = action.title,
                       handler = std::move(action.handler)] {
       const auto nth = open->close(question);
-      const Notes::Step step(notes, Notes::Step::onMain, [&](NoteText& text) {
+      const Notes::Step step(*notes, Notes::Step::onMain, [&](NoteWriter& text) {
         text.add("press", title);
         addNth(text, nth.value_or(1));
       });
@@ -202,12 +185,12 @@ void NotingApplication::openSettings() {
 }
 
 void NotingDownloads::download(const std::string& url, std::function<void(DownloadResult)> done) {
-  notes_->effect("download", [&](NoteText& text) { text.add("url", url); });
+  notes_->effect("download", [&](NoteWriter& text) { text.add("url", url); });
   target().download(url, [notes = notes_, open = open_, question = open_->open(),
                           done = std::move(done)](DownloadResult result) {
     const auto nth = open->close(question);
     notes->device().download(result.error, result.file != nullptr);
-    const Notes::Step step(notes, Notes::Step::onOther, [&](NoteText& text) {
+    const Notes::Step step(*notes, Notes::Step::onOther, [&](NoteWriter& text) {
       text.add("downloaded", true);
       addNth(text, nth.value_or(1));
     });
@@ -220,7 +203,7 @@ void NotingDecoder::decode(std::string bytes, Done done) {
   target().decode(std::move(bytes), [notes = notes_, open = open_, question = open_->open(),
                                      done = std::move(done)](std::shared_ptr<VEMOImage> image) {
     const auto nth = open->close(question);
-    const Notes::Step step(notes, Notes::Step::onOther, [&](NoteText& text) {
+    const Notes::Step step(*notes, Notes::Step::onOther, [&](NoteWriter& text) {
       text.add("decoded", image != nullptr);
       addNth(text, nth.value_or(1));
     });
@@ -253,7 +236,7 @@ NotingWebView::NotingWebView(std::shared_ptr<Notes> notes, std::shared_ptr<VEMOW
 
 void NotingWebView::loadJs(const std::string& script, bool needLog) {
   notes_->effect("script",
-                 [&](NoteText& text) { text.add("text", script).add("needLog", needLog); });
+                 [&](NoteWriter& text) { text.add("text", script).add("needLog", needLog); });
   target().loadJs(script, needLog);
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <boost/json/error.hpp>
+#include <typeinfo>
 #include <utility>
 
 #include "json/JsonReader.h"
@@ -12,10 +13,10 @@
 namespace vemo {
 namespace {
 
-NotingReplies::Receiving*& innermostReceiving() {
-  thread_local NotingReplies::Receiving* innermost = nullptr;
-  return innermost;
-}
+constinit thread_local NotingReplies::Receiving* innermostReceiving = nullptr;
+
+/// In a slot that is being filled.
+const VEMOJSMsgItem* const kTaken = reinterpret_cast<const VEMOJSMsgItem*>(alignof(VEMOJSMsgItem));
 
 }  // namespace
 
@@ -33,22 +34,16 @@ bool namesAction(std::string_view message) {
   return action && action->is_string();
 }
 
-NotingReplies::Receiving::Receiving(NotingReplies& replies, std::string_view label,
+NotingReplies::Receiving::Receiving(NotingReplies& replies, std::uint64_t number,
                                     std::string_view message)
-    : replies_(replies), outer_(innermostReceiving()), label_(label), message_(message) {
-  innermostReceiving() = this;
-  const std::lock_guard lock(replies_.mutex_);
-  replies_.receiving_.push_back(this);
+    : replies_(replies), outer_(innermostReceiving), number_(number), message_(message) {
+  innermostReceiving = this;
 }
 
-NotingReplies::Receiving::~Receiving() {
-  innermostReceiving() = outer_;
-  const std::lock_guard lock(replies_.mutex_);
-  std::erase(replies_.receiving_, this);
-}
+NotingReplies::Receiving::~Receiving() { innermostReceiving = outer_; }
 
 NotingReplies::Receiving* NotingReplies::receivingHere() const {
-  auto* receiving = innermostReceiving();
+  auto* receiving = innermostReceiving;
   while (receiving && &receiving->replies_ != this) receiving = receiving->outer_;
   return receiving;
 }
@@ -56,11 +51,6 @@ NotingReplies::Receiving* NotingReplies::receivingHere() const {
 void NotingReplies::label(const std::shared_ptr<VEMOJSMsgItem>& item, std::string label,
                           bool hasAction) {
   const std::lock_guard lock(mutex_);
-  enter(item, std::move(label), hasAction);
-}
-
-void NotingReplies::enter(const std::shared_ptr<VEMOJSMsgItem>& item, std::string label,
-                          bool hasAction) {
   if (entries_.size() >= sweepAt_) {
     std::erase_if(entries_, [](const auto& entry) { return entry.second.item.expired(); });
     sweepAt_ = std::max<std::size_t>(64, 2 * entries_.size());
@@ -68,69 +58,84 @@ void NotingReplies::enter(const std::shared_ptr<VEMOJSMsgItem>& item, std::strin
   entries_.insert_or_assign(item.get(), Entry{item, std::move(label), hasAction});
 }
 
-void NotingReplies::handling(const VEMOJSMsgItem& item) {
-  if (auto* const receiving = receivingHere()) {
-    const std::lock_guard lock(mutex_);
-    receiving->item_ = &item;
+NotingReplies::Slot* NotingReplies::handling(const std::shared_ptr<VEMOJSMsgItem>& item) {
+  auto* const receiving = receivingHere();
+  if (!receiving) return nullptr;
+  receiving->item_ = item.get();
+  for (auto& slot : slots_) {
+    const VEMOJSMsgItem* none = nullptr;
+    if (!slot.item.compare_exchange_strong(none, kTaken, std::memory_order_acquire)) continue;
+    slot.number.store(receiving->number_, std::memory_order_relaxed);
+    slot.item.store(item.get(), std::memory_order_release);
+    return &slot;
   }
+  label(item, std::string(Label(receiving->number_).text()), true);
+  return nullptr;
 }
 
-void NotingReplies::handled(const std::shared_ptr<VEMOJSMsgItem>& item) {
-  const auto* const receiving = receivingHere();
-  if (!receiving || !item->isAsyncTask()) return;
-  const std::lock_guard lock(mutex_);
-  enter(item, std::string(receiving->label_), true);
+void NotingReplies::handled(const std::shared_ptr<VEMOJSMsgItem>& item, Slot* slot) {
+  if (!slot) return;
+  if (item->isAsyncTask()) {
+    const auto number = slot->number.load(std::memory_order_relaxed);
+    label(item, std::string(Label(number).text()), true);
+  }
+  slot->item.store(nullptr, std::memory_order_release);
 }
 
+/// The entry of an item that is not being handled on this thread.
 NotingReplies::Entry NotingReplies::entryOf(const VEMOJSMsgItem& item) {
-  const auto* const here = receivingHere();
-  const std::lock_guard lock(mutex_);
-  const auto isItem = [&](const Receiving* receiving) { return receiving->item_ == &item; };
   // An answer can come from another thread while the handler still runs.
-  if (const auto found = std::ranges::find_if(receiving_, isItem); found != receiving_.end()) {
-    return {{}, std::string((*found)->label_)};
+  for (const auto& slot : slots_) {
+    if (slot.item.load(std::memory_order_acquire) != &item) continue;
+    const auto number = slot.number.load(std::memory_order_acquire);
+    if (slot.item.load(std::memory_order_relaxed) == &item) {
+      return {{}, std::string(Label(number).text())};
+    }
   }
+  const std::lock_guard lock(mutex_);
   const auto entry = entries_.find(&item);
   if (entry != entries_.end() && !entry->second.item.expired()) return entry->second;
   // No wrapper was called: the message was refused.
-  if (here && !here->item_) {
+  if (const auto* const here = receivingHere(); here && !here->item_) {
     return {{},
-            std::string(here->label_),
+            std::string(Label(here->number_).text()),
             !item.head().action.empty() || !item.msgError() || namesAction(here->message_)};
   }
   return {{}, "?"};
 }
 
+void NotingReplies::note(const VEMOJSMsgItem& item, std::string_view label, bool hasAction) {
+  notes_->effect("reply", [&](NoteWriter& text) {
+    text.add("item", label).add("action", hasAction ? &item.head().action : nullptr);
+    if (const auto& error = item.msgError()) {
+      text.addMap("error", [&](NoteWriter& map) {
+        map.add("module", error->module).add("errcode", error->errcode);
+        map.add("errmsg", error->errmsg);
+      });
+    } else {
+      text.add("error", Text());
+    }
+    text.add("retval", item.msgRetval()).add("printLog", item.printLog());
+  });
+}
+
 void NotingReplies::deliver(const VEMOJSMsgItem& item, const Text& cbid,
                             const std::shared_ptr<VEMOWebView>& webView) {
   if (notes_->isOn()) {
-    const auto entry = entryOf(item);
-    const auto* const action = entry.hasAction ? &item.head().action : nullptr;
-    notes_->effect("reply", [&](NoteText& text) {
-      text.add("item", entry.label).add("action", action);
-      text.addWritten("error", [&](std::string& out) {
-        const auto& error = item.msgError();
-        if (!error) {
-          out += "null";
-          return;
-        }
-        out += R"({"module":)";
-        appendJsonString(out, error->module);
-        out.append(R"(,"errcode":)").append(std::to_string(error->errcode)).append(R"(,"errmsg":)");
-        if (error->errmsg) {
-          appendJsonString(out, *error->errmsg);
-        } else {
-          out += "null";
-        }
-        out += '}';
-      });
-      text.add("retval", item.msgRetval()).add("printLog", item.printLog());
-    });
+    const auto* const here = receivingHere();
+    if (here && here->item_ == &item) {
+      note(item, Label(here->number_).text(), true);
+    } else {
+      const auto entry = entryOf(item);
+      note(item, entry.label, entry.hasAction);
+    }
   }
   if (!target_) return;
   // What delivers runs a script in the page, which is no effect beside the reply.
-  const auto* const noting = dynamic_cast<const NotingWebView*>(webView.get());
-  target_->deliver(item, cbid, noting ? noting->shown() : webView);
+  const auto* const page = webView.get();
+  const bool isNoting = page && typeid(*page) == typeid(NotingWebView);
+  target_->deliver(item, cbid,
+                   isNoting ? static_cast<const NotingWebView*>(page)->shown() : webView);
 }
 
 NotingBaseRouter::NotingBaseRouter(std::shared_ptr<Notes> notes,
@@ -149,19 +154,20 @@ void NotingBaseRouter::setMethod(const std::string& action, Wrapper wrapper) {
   target_->setMethod(action, [replies = replies_, wrapper = std::move(wrapper)](
                                  const std::shared_ptr<VEMOJSMsgItem>& item,
                                  const std::shared_ptr<VEMOWebView>& webView) {
-    replies->handling(*item);
+    auto* const slot = replies->handling(item);
     wrapper(item, webView);
-    replies->handled(item);
+    replies->handled(item, slot);
   });
 }
 
 void NotingBaseRouter::receive(std::string_view message) {
   if (!notes_->isOn()) return target_->receive(message);
   notes_->device().appGroup(appGroup_);
-  const auto label = "m" + std::to_string(++messages_);
-  const Notes::Step step(notes_, Notes::Step::onMain,
-                         [&](NoteText& text) { text.add("message", message).add("as", label); });
-  const NotingReplies::Receiving receiving(*replies_, label, message);
+  const Notes::Step step(*notes_, Notes::Step::onMain, [&](NoteWriter& text, std::uint64_t number) {
+    text.add("message", message);
+    text.add("as", NotingReplies::Label(number).text());
+  });
+  const NotingReplies::Receiving receiving(*replies_, step.number(), message);
   target_->receive(message);
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <array>
 #include <atomic>
+#include <charconv>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -8,7 +10,6 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <vector>
 
 #include "bridge/VEMOJSMsgRouter.h"
 #include "platform/ForwardingPlatform.h"
@@ -34,11 +35,11 @@ class NotingReplies final : public ReplyDelivery {
   void deliver(const VEMOJSMsgItem& item, const Text& cbid,
                const std::shared_ptr<VEMOWebView>& webView) override;
 
-  /// A message that is being received on this thread, from the making of this to its end;
-  /// the item that is made of it has its label.
+  /// A message that is being received on this thread, from the making of this to its end; the
+  /// item that is made of it is labelled by `number`.
   class Receiving {
    public:
-    Receiving(NotingReplies& replies, std::string_view label, std::string_view message);
+    Receiving(NotingReplies& replies, std::uint64_t number, std::string_view message);
     ~Receiving();
     Receiving(const Receiving&) = delete;
     Receiving& operator=(const Receiving&) = delete;
@@ -47,14 +48,34 @@ class NotingReplies final : public ReplyDelivery {
     friend class NotingReplies;
     NotingReplies& replies_;
     Receiving* const outer_;
-    const std::string_view label_;
+    const std::uint64_t number_;
     const std::string_view message_;
     const VEMOJSMsgItem* item_ = nullptr;  // known when its wrapper is called
   };
 
-  /// Around the wrapper that handles `item`.
-  void handling(const VEMOJSMsgItem& item);
-  void handled(const std::shared_ptr<VEMOJSMsgItem>& item);
+  /// Around the wrapper that handles an item: `handled` is given what `handling` gave.
+  struct Slot;
+  Slot* handling(const std::shared_ptr<VEMOJSMsgItem>& item);
+  void handled(const std::shared_ptr<VEMOJSMsgItem>& item, Slot* slot);
+
+  /// The label of a message's item.
+  class Label {
+   public:
+    explicit Label(std::uint64_t number)
+        : size_(std::to_chars(text_.data() + 1, text_.data() + text_.size(), number).ptr -
+                text_.data()) {}
+    std::string_view text() const { return {text_.data(), static_cast<std::size_t>(size_)}; }
+
+   private:
+    std::array<char, 24> text_{'m'};
+    std::ptrdiff_t size_;
+  };
+
+  /// An item that is being handled, where an answer from another thread finds its number.
+  struct Slot {
+    std::atomic<const VEMOJSMsgItem*> item = nullptr;
+    std::atomic<std::uint64_t> number = 0;
+  };
 
  private:
   struct Entry {
@@ -64,15 +85,15 @@ class NotingReplies final : public ReplyDelivery {
   };
 
   Receiving* receivingHere() const;
-  void enter(const std::shared_ptr<VEMOJSMsgItem>& item, std::string label, bool hasAction);
   Entry entryOf(const VEMOJSMsgItem& item);
+  void note(const VEMOJSMsgItem& item, std::string_view label, bool hasAction);
 
   const std::shared_ptr<Notes> notes_;
   const std::shared_ptr<ReplyDelivery> target_;
+  std::array<Slot, 16> slots_;
   std::mutex mutex_;
-  std::unordered_map<const VEMOJSMsgItem*, Entry> entries_;
+  std::unordered_map<const VEMOJSMsgItem*, Entry> entries_;  // of items that are answered later
   std::size_t sweepAt_ = 64;
-  std::vector<const Receiving*> receiving_;  // on any thread
 };
 
 /// The base router: notes each message, and passes all on.
@@ -93,7 +114,6 @@ class NotingBaseRouter final : public VEMOJSMsgRouter {
   const std::shared_ptr<NotingReplies> replies_;
   const std::unique_ptr<VEMOJSMsgRouter> target_;
   const std::string& appGroup_;
-  std::atomic<std::uint64_t> messages_ = 0;
 };
 
 }  // namespace vemo

@@ -1,6 +1,9 @@
 #include "recorder/ObjectNames.h"
 
+#include <array>
+#include <atomic>
 #include <charconv>
+#include <cstring>
 #include <utility>
 
 namespace vemo {
@@ -16,7 +19,30 @@ bool logsNullView(const DUNLogParam& record) {
   return record.actionName && record.actionName->starts_with("startLocalPreivew");
 }
 
+std::uint64_t newId() {
+  static std::atomic<std::uint64_t> last = 0;
+  return ++last;
+}
+
+/// Where the next "0x" is in `text`, from `from` on. The x is rarer than the nought.
+std::size_t nextAddress(std::string_view text, std::size_t from) {
+  for (auto at = text.find('x', from); at != std::string_view::npos; at = text.find('x', at + 1)) {
+    if (at > from && text[at - 1] == '0') return at - 1;
+  }
+  return std::string_view::npos;
+}
+
+/// The address that this thread found last to be one of an object, as it is written.
+struct LatestFound {
+  std::uint64_t names = 0;
+  std::size_t size = 0;
+  std::array<char, 24> text{};
+};
+constinit thread_local LatestFound latestFound;
+
 }  // namespace
+
+ObjectNames::ObjectNames() : id_(newId()) {}
 
 void ObjectNames::give(const NativeView& view, std::string name) {
   const std::lock_guard lock(mutex_);
@@ -35,22 +61,44 @@ void ObjectNames::add(const VEMOWebView& webView) {
   webViews_.insert(addressOf(webView));
 }
 
-std::string_view ObjectNames::masked(const DUNLogParam& record, std::string& buffer) const {
+bool ObjectNames::has(std::uintptr_t address) const {
+  const std::lock_guard lock(mutex_);
+  return webViews_.contains(address) || views_.contains(address);
+}
+
+ObjectNames::Masked ObjectNames::masked(const DUNLogParam& record, std::string& buffer) const {
+  const auto text = *record.actionParam;
+  const auto at = nextAddress(text, 0);
+  if (at == std::string_view::npos) return {text};
+  const auto rest = text.substr(at);
+  const auto& latest = latestFound;
+  if (latest.names == id_ && rest.size() > latest.size &&
+      std::memcmp(rest.data(), latest.text.data(), latest.size) == 0 && rest[latest.size] == ')' &&
+      nextAddress(rest, latest.size) == std::string_view::npos) {
+    return {text.substr(0, at), "0x*", rest.substr(latest.size)};
+  }
+  return {maskedWhole(record, buffer)};
+}
+
+std::string_view ObjectNames::maskedWhole(const DUNLogParam& record, std::string& buffer) const {
   const auto text = *record.actionParam;
   buffer.clear();
   std::size_t from = 0;
-  for (auto at = text.find("0x"); at != std::string_view::npos; at = text.find("0x", at + 2)) {
+  for (auto at = nextAddress(text, 0); at != std::string_view::npos;
+       at = nextAddress(text, at + 2)) {
     std::uintptr_t address = 0;
     const char* const digits = text.data() + at + 2;
     const auto [end, problem] = std::from_chars(digits, text.data() + text.size(), address, 16);
     if (problem != std::errc{}) continue;
-    if (address == 0 ? !logsNullView(record) : [&] {
-          const std::lock_guard lock(mutex_);
-          return !webViews_.contains(address) && !views_.contains(address);
-        }())
-      continue;
+    if (address == 0 ? !logsNullView(record) : !has(address)) continue;
+    const auto size = static_cast<std::size_t>(end - digits) + 2;
+    if (address != 0 && size <= latestFound.text.size()) {
+      latestFound.names = id_;
+      latestFound.size = size;
+      text.copy(latestFound.text.data(), size, at);
+    }
     buffer.append(text, from, at - from).append("0x*");
-    from = static_cast<std::size_t>(end - text.data());
+    from = at + size;
   }
   if (from == 0) return text;
   return buffer.append(text, from);

@@ -17,6 +17,8 @@ namespace vemo {
 /// Threads: any.
 class ObjectNames {
  public:
+  ObjectNames();
+
   /// Calls `view` by `name` from now on.
   void give(const NativeView& view, std::string name);
 
@@ -27,11 +29,21 @@ class ObjectNames {
   /// Makes the address of `webView` one that `masked` finds.
   void add(const VEMOWebView& webView);
 
+  /// A text in three parts, so that none has to be put together.
+  struct Masked {
+    std::string_view first;
+    std::string_view second = {};
+    std::string_view third = {};
+  };
   /// The action parameter of `record`, which has one, with the addresses of these objects
-  /// written as 0x*: `*record.actionParam` itself when there are none, else a view of `buffer`.
-  std::string_view masked(const DUNLogParam& record, std::string& buffer) const;
+  /// written as 0x*; `buffer` may be used to hold it.
+  Masked masked(const DUNLogParam& record, std::string& buffer) const;
 
  private:
+  bool has(std::uintptr_t address) const;
+  std::string_view maskedWhole(const DUNLogParam& record, std::string& buffer) const;
+
+  const std::uint64_t id_;  // of no other one of this process
   mutable std::mutex mutex_;
   std::unordered_map<std::uintptr_t, std::string> views_;
   std::unordered_set<std::uintptr_t> webViews_;

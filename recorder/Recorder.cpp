@@ -4,9 +4,10 @@
 
 namespace vemo {
 
-Recorder::Recorder(Platform platform, std::shared_ptr<Journal> journal)
+Recorder::Recorder(Platform platform, std::shared_ptr<NoteRing> ring,
+                   std::shared_ptr<Journal> journal)
     : target_(std::move(platform)),
-      notes_(std::make_shared<Notes>(std::move(journal), target_.mainQueue)) {}
+      notes_(std::make_shared<Notes>(std::move(ring), std::move(journal), target_.mainQueue)) {}
 
 Platform Recorder::platform() {
   return {.engineClass = engineClass_,

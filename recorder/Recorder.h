@@ -8,6 +8,7 @@
 #include "bridge/VEMOUIRenderSource.h"
 #include "platform/ReplyDelivery.h"
 #include "recorder/Journal.h"
+#include "recorder/NoteRing.h"
 #include "recorder/Notes.h"
 #include "recorder/NotingEngine.h"
 #include "recorder/NotingListener.h"
@@ -20,7 +21,7 @@ namespace vemo {
 /// happens: it stands between the router and its platform, and passes everything on. Not noted
 /// is what the host calls on the router itself, but for messages.
 ///
-///     Recorder recorder(platform, journal);
+///     Recorder recorder(platform, ring, nullptr);
 ///     auto base = std::make_unique<JSMsgRouter>(recorder.platform().logger,
 ///                                               recorder.replies(delivery), webView);
 ///     auto router = VEMOKOBUMsgRouter::create(recorder.baseRouter(std::move(base)),
@@ -32,8 +33,9 @@ namespace vemo {
 /// around.
 class Recorder {
  public:
-  /// The pieces of `platform` outlive this. `journal` is not null.
-  Recorder(Platform platform, std::shared_ptr<Journal> journal);
+  /// The pieces of `platform` outlive this. Notes are kept in `ring` and told to `journal`, of
+  /// which one may be null.
+  Recorder(Platform platform, std::shared_ptr<NoteRing> ring, std::shared_ptr<Journal> journal);
   Recorder(const Recorder&) = delete;
   Recorder& operator=(const Recorder&) = delete;
 

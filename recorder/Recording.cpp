@@ -1,6 +1,9 @@
 #include "recorder/Recording.h"
 
+#include <algorithm>
 #include <istream>
+#include <numeric>
+#include <sstream>
 #include <utility>
 
 #include "json/JsonReader.h"
@@ -51,7 +54,7 @@ std::optional<RecordedNote> noteIn(const json::object& line) {
   note.at = std::chrono::milliseconds(*at);
   note.thread = thread->get_string();
   note.step = static_cast<std::uint64_t>(*number);
-  note.queuedBy = static_cast<std::uint64_t>(integer(line, "by").value_or(0));
+  note.by = static_cast<std::uint64_t>(integer(line, "by").value_or(0));
   note.overlaps = flag(line, "overlaps");
   note.before = flag(line, "before");
   const auto text = jsonText(what->get_object());
@@ -70,6 +73,28 @@ bool takeLine(const json::object& line, Recording& recording) {
   if (!note) return false;
   recording.notes.push_back(*std::move(note));
   return true;
+}
+
+/// Brings steps into the order in which they began, each with what came in it behind it. Lines
+/// are written as they come, of several threads.
+void sort(std::vector<RecordedNote>& notes) {
+  std::uint64_t latest = 0;
+  std::vector<std::pair<std::uint64_t, int>> keys(notes.size());
+  for (std::size_t i = 0; i < notes.size(); ++i) {
+    const auto& note = notes[i];
+    if (note.step > 0) latest = std::max(latest, note.step);
+    const auto before = note.by > 0 ? note.by : latest;  // what came in none says after which
+    keys[i] = {note.step > 0 ? note.step : before, note.step == 0                    ? 2
+                                                   : note.kind == Note::Kind::effect ? 1
+                                                                                     : 0};
+  }
+  std::vector<std::size_t> order(notes.size());
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  std::ranges::stable_sort(order, {}, [&](std::size_t i) { return keys[i]; });
+  std::vector<RecordedNote> sorted;
+  sorted.reserve(notes.size());
+  for (const auto i : order) sorted.push_back(std::move(notes[i]));
+  notes = std::move(sorted);
 }
 
 /// The first line: what the file is, or, where the older files of a session are not there, a
@@ -111,7 +136,7 @@ void appendNoteLine(std::string& out, const Note& note, bool before) {
                                                     : "step";
   out.append("{\"").append(name).append("\":").append(note.text);
   out.append(",\"n\":").append(std::to_string(note.step));
-  if (note.queuedBy > 0) out.append(",\"by\":").append(std::to_string(note.queuedBy));
+  if (note.by > 0) out.append(",\"by\":").append(std::to_string(note.by));
   if (note.overlaps) out += R"(,"overlaps":true)";
   if (before) out += R"(,"before":true)";
   out.append(",\"at\":").append(std::to_string(note.at.count())).append(",\"thread\":");
@@ -123,6 +148,15 @@ std::optional<Recording> readRecording(std::istream& in, std::string& error) {
   Recording recording;
   std::string line;
   std::getline(in, line);
+  if (line + '\n' == kDumpMark) {
+    const auto text = recordingOfDump(in);
+    if (!text) {
+      error = "this dump is damaged";
+      return std::nullopt;
+    }
+    std::istringstream lines(*text);
+    return readRecording(lines, error);
+  }
   if (!takeFirstLine(line, recording, error)) return std::nullopt;
   for (std::int64_t number = 2; std::getline(in, line); ++number) {
     const auto object = lineObject(line);
@@ -133,6 +167,7 @@ std::optional<Recording> readRecording(std::istream& in, std::string& error) {
     }
     recording.cutOff = true;
   }
+  sort(recording.notes);
   if (in.bad()) {
     error = "the recording can't be read to its end";
     return std::nullopt;

@@ -18,15 +18,24 @@
 //     {"effect":{"effect":"reply",...},"n":7,"at":...,"thread":"main"}
 //     {"task":{"drain":1},"n":9,"by":8,"at":...,"thread":"main"}
 //
-// "n" is the step's number, "by" that of the step that queued the task. "before" is true for
-// steps whose effects are not there any more, "overlaps" as in Note. A line with "lost" stands for
-// lines that could not be written. Where a session has several files, only the oldest has the
-// first line.
+// "n" is the step's number, "by" that of the step that queued the task, or after which came what
+// came in none. Lines of several threads may come in another order. "before" is true for steps
+// whose effects are not there any more, "overlaps" as in Note. A line with "lost" stands for lines
+// that could not be written. Where a session has several files, only the oldest has the first line.
+//
+// A dump is what NoteRing::dump writes: kDumpMark, and bytes as they were in memory, to be read on
+// a machine of the same kind.
 
 namespace vemo {
 
 /// The version of the form that is written; older ones can be read.
 inline constexpr std::int64_t kRecordingVersion = 1;
+
+inline constexpr std::string_view kDumpMark = "vemorec dump 1\n";
+
+/// The recording that the dump in `in`, behind its mark, is of: its text; nothing when it is
+/// damaged. One that breaks off is read as far as it goes.
+std::optional<std::string> recordingOfDump(std::istream& in);
 
 /// The first line of a recording by `program`; `whole`: nothing of the beginning is missing.
 std::string recordingHeader(std::string_view program, bool whole);
@@ -40,7 +49,7 @@ struct RecordedNote {
   std::chrono::milliseconds at{};
   std::string thread;
   std::uint64_t step = 0;
-  std::uint64_t queuedBy = 0;
+  std::uint64_t by = 0;
   bool overlaps = false;
   bool before = false;
   boost::json::object what;  ///< the step or the effect, whole
@@ -53,8 +62,8 @@ struct Recording {
   std::vector<RecordedNote> notes;
 };
 
-/// Reads a recording; nothing, with a sentence in `error`, when `in` has none, one that is
-/// damaged, or one of a later form.
+/// Reads a recording or a dump; nothing, with a sentence in `error`, when `in` has none, one that
+/// is damaged, or one of a later form.
 std::optional<Recording> readRecording(std::istream& in, std::string& error);
 
 }  // namespace vemo

@@ -74,8 +74,12 @@ DownloadOutcome readDownload(const json::value& value) {
     } else if (key == "image") {
       outcome.later = member == "later";
       outcome.image = !outcome.later && read<bool>(member, "image of download");
+    } else if (key == "size") {  // these tell what a recorded file was; there is no such file
+      read<std::int64_t>(member, "size of download");
+    } else if (key == "digest" || key == "kind") {
+      read<std::string>(member, std::string(key) + " of download");
     } else {
-      unknownKey("download", key, Keys<3>{"error", "data", "image"});
+      unknownKey("download", key, Keys<6>{"error", "data", "image", "size", "digest", "kind"});
     }
   }
   return outcome;

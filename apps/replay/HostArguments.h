@@ -10,7 +10,7 @@
 
 #include "NamedObjects.h"
 #include "json/Arguments.h"
-#include "recorder/Notes.h"
+#include "recorder/NotingHost.h"
 #include "webview/VEMOKOBUMsgRouter.h"
 
 namespace vemo::replay {
@@ -43,11 +43,7 @@ class HostArguments : private Arguments {
   template <class T>
   T next() {
     if constexpr (isCompletion<T>) {
-      return [notes = notes_, of = operation()](VEMOModule module, const auto&... rest) {
-        notes->effect("completion", [&](NoteText& text) {
-          text.add("of", of).addArray("args", static_cast<int>(module), rest...);
-        });
-      };
+      return notingCompletion(notes_, operation(), T([](VEMOModule, const auto&...) {}));
     } else if constexpr (std::same_as<T, std::shared_ptr<NativeView>>) {
       const auto name = Arguments::next<Text>();
       return name ? objects_.view(*name) : nullptr;

@@ -1,9 +1,11 @@
 #include "Matcher.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 #include <tuple>
 
 #include "json/JsonText.h"
@@ -99,34 +101,135 @@ std::size_t nearest(const json::value& expected, const std::vector<json::object>
   return best;
 }
 
-/// "effect 2 differs at /title: ...", or that it matches.
+/// Whether `expected` from `i` on matches `effects` from `j` on.
+bool restMatches(const json::array& expected, std::size_t i,
+                 const std::vector<json::object>& effects, std::size_t j) {
+  if (expected.size() - i != effects.size() - j) return false;
+  for (; i < expected.size(); ++i, ++j) {
+    const json::value actual(effects[j]);
+    if (difference(expected[i], &actual)) return false;
+  }
+  return true;
+}
+
+std::string textOf(const json::object& object, std::string_view key) {
+  const auto* const value = object.if_contains(key);
+  return value && value->is_string() ? std::string(value->get_string()) : "";
+}
+
+/// What a reader calls an effect.
+std::string named(const json::value& value) {
+  const auto* const effect = value.if_object();
+  const auto name = effect ? textOf(*effect, "effect") : "";
+  if (name.empty()) return "an effect";
+  const auto with = [&](std::string_view words, std::string_view key) {
+    const auto text = textOf(*effect, key);
+    return text.empty() ? std::string(words.substr(0, words.find(' '))) : std::string(words) + text;
+  };
+  if (name == "reply") return with("reply to ", "action");
+  if (name == "engine") return with("call of ", "call");
+  if (name == "completion") return with("completion of ", "of");
+  if (name == "value") return with("value of ", "of");
+  if (name == "download") return with("download of ", "url");
+  if (name == "post") return with("notification ", "name");
+  if (name == "listener") return with("call of ", "op") + " at " + textOf(*effect, "name");
+  if (name == "log") {
+    const auto* const record = effect->if_contains("record");
+    const auto action =
+        record && record->is_object() ? textOf(record->get_object(), "actionName") : std::string();
+    return action.empty() ? "record" : "record of " + action;
+  }
+  if (name == "script") {
+    const auto* const argument = effect->if_contains("argument");
+    const auto* const head =
+        argument && argument->is_object() ? argument->get_object().if_contains("head") : nullptr;
+    const auto event =
+        head && head->is_object() ? textOf(head->get_object(), "action") : std::string();
+    return event.empty() ? with("script ", "function") : "script of " + event;
+  }
+  return name;
+}
+
+/// Whether `path` is that of a key by which an effect is called.
+bool isName(std::string_view path) {
+  static constexpr auto names = std::to_array<std::string_view>(
+      {"/effect", "/action", "/call", "/op", "/of", "/record/actionName", "/argument/head/action"});
+  return std::ranges::find(names, path) != names.end();
+}
+
+/// What a reader calls the value at `path`.
+std::string part(std::string_view path) {
+  if (path == "/error/errcode") return "code";
+  if (path == "/error/errmsg") return "message";
+  std::string words;
+  for (const std::string_view prefix : {"/argument/retval", "/record"}) {
+    if (path.starts_with(prefix) && path.size() > prefix.size()) path.remove_prefix(prefix.size());
+  }
+  if (path.starts_with("/args/")) {
+    const auto end = std::min(path.find('/', 6), path.size());
+    words = "argument " + std::to_string(std::stoul(std::string(path.substr(6, end - 6))) + 1);
+    path.remove_prefix(end);
+  }
+  for (; !path.empty(); path.remove_prefix(std::min(path.find('/', 1), path.size()))) {
+    if (!words.empty()) words += '.';
+    words += path.substr(1, path.find('/', 1) - 1);
+  }
+  return words;
+}
+
+/// "reply to enterRoom has code -1, was 0".
+std::string sentence(const json::value& expected, const json::value& actual,
+                     const Difference& found) {
+  if (isName(found.path)) return named(actual) + " came, was " + named(expected);
+  if (found.path.empty()) return named(actual) + " is " + found.got + ", was " + found.expected;
+  const auto what = part(found.path);
+  if (found.got == "nothing") return named(actual) + " has no " + what + ", was " + found.expected;
+  return named(actual) + " has " + what + " " + found.got +
+         (found.expected == "nothing" ? ", had none" : ", was " + found.expected);
+}
+
+/// The sentence and "(effect 2, /title)", or that it matches.
 std::string compared(const json::value& expected, const std::vector<json::object>& effects,
                      std::size_t index) {
   const json::value actual(effects[index]);
   const auto found = difference(expected, &actual);
-  return "effect " + std::to_string(index + 1) +
-         (found ? " differs at " + found->text() : " matches, but is not in its place");
+  const auto place = "effect " + std::to_string(index + 1);
+  return found ? sentence(expected, actual, *found) + " (" + place + ", " +
+                     (found->path.empty() ? "/" : found->path) + ")"
+               : place + " matches, but is not in its place";
 }
 
 std::optional<std::string> wholeMismatch(const json::array& expected,
                                          const std::vector<json::object>& effects) {
-  for (std::size_t i = 0; i < std::min(expected.size(), effects.size()); ++i) {
+  std::size_t i = 0;
+  for (; i < std::min(expected.size(), effects.size()); ++i) {
     const json::value actual(effects[i]);
-    if (!difference(expected[i], &actual)) continue;
-    const auto best = nearest(expected[i], effects, i);
-    const auto place =
-        best == i ? "" : "effect " + std::to_string(i + 1) + " is another; nearest: ";
-    return place + compared(expected[i], effects, best) + "\n  expected\n    " +
-           jsonText(expected[i]) + "\n  got" + (best == i ? listed({effects[i]}) : listed(effects));
+    if (difference(expected[i], &actual)) break;
   }
-  if (expected.size() == effects.size()) return std::nullopt;
-  const auto counts = "expected " + std::to_string(expected.size()) + " effects, got " +
-                      std::to_string(effects.size());
-  if (expected.size() > effects.size()) {
-    return counts + "; the first missing\n    " + jsonText(expected[effects.size()]);
+  if (i == expected.size() && i == effects.size()) return std::nullopt;
+  const auto counts = "; expected " + std::to_string(expected.size()) + " effects, got " +
+                      std::to_string(effects.size()) + "\n    ";
+  if (i < expected.size() && restMatches(expected, i + 1, effects, i)) {
+    return named(expected[i]) + " did not come" + counts + jsonText(expected[i]);
   }
-  const auto first = effects.begin() + static_cast<std::ptrdiff_t>(expected.size());
-  return counts + "; too many are" + listed({first, effects.end()});
+  if (i < effects.size() && restMatches(expected, i, effects, i + 1)) {
+    return named(effects[i]) + " came, and was not expected" + counts + jsonText(effects[i]);
+  }
+  if (i == expected.size()) {
+    const auto first = effects.begin() + static_cast<std::ptrdiff_t>(i);
+    return named(*first) + " came, and was not expected, nor was what follows" +
+           counts.substr(0, counts.find('\n')) + listed({first, effects.end()});
+  }
+  if (i == effects.size()) {
+    return named(expected[i]) + " did not come, nor did what follows" + counts +
+           jsonText(expected[i]);
+  }
+  const auto best = nearest(expected[i], effects, i);
+  const auto place =
+      best == i ? ""
+                : named(expected[i]) + " is not effect " + std::to_string(i + 1) + "; nearest: ";
+  return place + compared(expected[i], effects, best) + "\n  expected\n    " +
+         jsonText(expected[i]) + "\n  got" + (best == i ? listed({effects[i]}) : listed(effects));
 }
 
 std::optional<std::string> partialMismatch(const json::array& expected,
@@ -140,7 +243,7 @@ std::optional<std::string> partialMismatch(const json::array& expected,
       return !difference(one, &actual);
     });
     if (effect == effects.end()) {
-      std::string text = "expected in this place, but did not come\n    " + jsonText(one);
+      std::string text = named(one) + " did not come in its place\n    " + jsonText(one);
       if (!effects.empty()) {
         const auto place = static_cast<std::size_t>(from - effects.begin());
         text += "\n  nearest: " + compared(one, effects, nearest(one, effects, place));

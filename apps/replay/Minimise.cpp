@@ -24,6 +24,7 @@ using Lines = std::vector<std::string>;
 /// What a check says of one line of a scenario.
 struct Found {
   std::size_t line;  // its place, from 0
+  std::string sentence;
   std::string what;  // behind its number and the step's, and without those of other steps
 };
 
@@ -54,7 +55,8 @@ std::optional<std::vector<Found>> differences(const Lines& lines, std::ostream& 
     if (!text.starts_with(kLine)) continue;
     std::from_chars(text.data() + kLine.size(), text.data() + text.size(), number);
     const auto colon = text.find(": ");
-    if (number > 0 && colon != std::string::npos) found.push_back({number - 1, text.substr(colon)});
+    if (number > 0 && colon != std::string::npos)
+      found.push_back({number - 1, text, text.substr(colon)});
   }
   return found;
 }
@@ -118,8 +120,8 @@ class Minimiser {
 
 }  // namespace
 
-ExitStatus minimise(std::istream& scenario, std::ostream& out, std::ostream& err,
-                    const std::filesystem::path& folder) {
+ExitStatus minimise(std::istream& scenario, const std::string& name, std::ostream& out,
+                    std::ostream& err, const std::filesystem::path& folder) {
   Lines lines;
   for (std::string line; std::getline(scenario, line);) lines.push_back(line);
   const auto found = differences(lines, err, folder);
@@ -128,7 +130,14 @@ ExitStatus minimise(std::istream& scenario, std::ostream& out, std::ostream& err
     err << "nothing differs that could be kept\n";
     return kUnreadable;
   }
-  for (const auto& line : Minimiser(lines, found->front(), folder).least()) out << line << '\n';
+  const auto wanted = std::ranges::find_if(
+      *found, [&](const Found& one) { return one.sentence.find(name) != std::string::npos; });
+  if (wanted == found->end()) {
+    err << "no difference is called \"" << name << "\"; the first is " << found->front().sentence
+        << '\n';
+    return kUnreadable;
+  }
+  for (const auto& line : Minimiser(lines, *wanted, folder).least()) out << line << '\n';
   return kDone;
 }
 

@@ -338,7 +338,7 @@ void Player::get(const Step& step) {
     }
   }
   recorder_.notes()->effect("value",
-                            [&](NoteText& text) { text.add("of", of).add("value", value); });
+                            [&](NoteWriter& text) { text.add("of", of).add("value", value); });
 }
 
 }  // namespace vemo::replay

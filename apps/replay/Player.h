@@ -92,6 +92,7 @@ class Player {
   Recorder recorder_{
       {engineClass_, logger_, systemLog_, mainQueue_, notifications_, crossProcess_, authorization_,
        alerts_, application_, downloads_, decoder_, version_, launcher_, device_.appGroup},
+      nullptr,
       transcript_};
   NamedObjects objects_{recorder_.notes()->names()};
   const std::shared_ptr<NotingReplies> replies_ = recorder_.replies(nullptr);

@@ -90,7 +90,7 @@ class Parts {
       return;
     }
     // A task of a step that is not there any more has nothing that it could run.
-    if (note.kind == Note::Kind::task && find(note.queuedBy) == parts_.size()) return;
+    if (note.kind == Note::Kind::task && find(note.by) == parts_.size()) return;
     places_.emplace(note.step, parts_.size());
     parts_.push_back({&note, std::exchange(pending_, {}), {}});
   }
@@ -114,13 +114,14 @@ class Parts {
 
 class Writer {
  public:
-  Writer(const Recording& recording, std::ostream& out) : parts_(recording), out_(out) {
+  Writer(const Recording& recording, std::ostream& out)
+      : parts_(recording), out_(out), cutOff_(recording.cutOff) {
     auto& all = parts_.all();
     // How many tasks each part queued that ran.
     queued_.resize(all.size());
     for (const auto& part : all) {
       if (!part.isTask()) continue;
-      ++queued_[parts_.find(part.note->queuedBy)];
+      ++queued_[parts_.find(part.note->by)];
       lastTask_ = static_cast<std::size_t>(&part - all.data());
     }
   }
@@ -163,7 +164,7 @@ class Writer {
   /// Takes the task at `place` off the queue: where it stood there, from 0. Steps of several
   /// threads may have queued in another order than that in which they began.
   std::size_t unqueue(std::size_t place) {
-    const auto cause = parts_.find(parts_.all()[place].note->queuedBy);
+    const auto cause = parts_.find(parts_.all()[place].note->by);
     const auto found = std::ranges::find(waiting_, cause);
     const auto position = found - waiting_.begin();
     if (found != waiting_.end()) waiting_.erase(found);
@@ -208,7 +209,7 @@ class Writer {
       queueTasksOf(i);
       step["hold"] = true;
     }
-    expect(step, part);
+    expect(step, part, whole ? i + tasks : i);
     line(step);
     return whole ? i + tasks + 1 : i + 1;
   }
@@ -220,26 +221,28 @@ class Writer {
     if (const auto place = unqueue(i); place > 0) step["nth"] = place + 1;
     step["hold"] = true;
     queueTasksOf(i);
-    expect(step, part);
+    expect(step, part, i);
     line(step);
     return i + 1;
   }
 
   /// Whether it is a volume event or the task of one, which may leave a record.
   bool isVolume(const Part& part) {
-    const auto& step =
-        part.isTask() ? *parts_.all()[parts_.find(part.note->queuedBy)].note : *part.note;
+    const auto& step = part.isTask() ? *parts_.all()[parts_.find(part.note->by)].note : *part.note;
     return isText(step.what, "event", "onUserVoiceVolume");
   }
 
-  void expect(json::object& step, const Part& part) {
+  /// Adds what is expected of a step that has all up to the part at `last`. Where the recording
+  /// broke off, that may not be all that the last one did.
+  void expect(json::object& step, const Part& part, std::size_t last) {
     if (part.note->before) return;
-    if (isVolume(part)) step["partial"] = true;
+    if (isVolume(part) || (cutOff_ && last + 1 == parts_.all().size())) step["partial"] = true;
     step["expect"] = part.effects;
   }
 
   Parts parts_;
   std::ostream& out_;
+  const bool cutOff_;
   std::vector<std::size_t> queued_;
   std::size_t lastTask_ = 0;
   std::vector<std::size_t> waiting_;  // of each task that waits, which part queued it

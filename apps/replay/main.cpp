@@ -26,19 +26,21 @@ constexpr std::string_view kUsage =
   or:  vemo-replay --check [--junit REPORT.xml] FILE.jsonl|FOLDER...
   or:  vemo-replay --accept FILE.jsonl
   or:  vemo-replay --from FILE.vemorec
-  or:  vemo-replay --minimise FILE.jsonl
+  or:  vemo-replay --minimise [--difference TEXT] FILE.jsonl
 Plays a scenario of the router (- for standard input) and writes the transcript.
 
 Options:
-  --check       write what differs from the steps' "expect", and how much was checked; of several
-                files, and of all below a folder (but for folders called setup), a line for each
-                difference and a sum
-  --junit FILE  write the results as JUnit's XML, too
-  --accept      write what the steps did into the file as their "expect"; what holds stays as it is
-  --from        write a recording as a scenario
-  --minimise    write the scenario without the steps that its first difference does not need
-  --help        show this text
-  --version     show the version
+  --check            write what differs from the steps' "expect", and how much was checked; of
+                     several files, and of all below a folder (but for folders called setup), a line
+                     for each difference and a sum
+  --junit FILE       write the results as JUnit's XML, too
+  --accept           write what the steps did into the file as their "expect"; what holds stays as
+                     it is
+  --from             write a recording, or the dump of a crash, as a scenario
+  --minimise         write the scenario without the steps that its first difference does not need
+  --difference TEXT  not the first, but the first of which the line written by --check holds TEXT
+  --help             show this text
+  --version          show the version
 
 Exit status, the worst of all: 0 done, 1 an expectation failed, 2 a scenario can't be read,
 3 something of a scenario outlived its end, or its process broke down.
@@ -69,6 +71,7 @@ int main(int argc, char** argv) {
   namespace fs = std::filesystem;
   std::string_view job;  // which of the options that do something other than play
   std::string junit;
+  std::string difference;
   std::vector<std::string> files;
   const std::vector<std::string_view> arguments(argv + 1, argv + argc);
   for (auto argument = arguments.begin(); argument != arguments.end(); ++argument) {
@@ -84,12 +87,15 @@ int main(int argc, char** argv) {
       if (!job.empty() && job != *argument)
         return usageError(std::string(job) + " does not go with " + std::string(*argument));
       job = *argument;
+    } else if (*argument == "--difference") {
+      if (argument + 1 != arguments.end()) difference = *++argument;
+      if (difference.empty()) return usageError("--difference needs a text");
     } else if (*argument == "--junit") {
       if (argument + 1 != arguments.end()) junit = *++argument;
       if (junit.empty()) return usageError("--junit needs the name of a file");
     } else if (argument->starts_with('-') && *argument != "-") {
       std::vector<std::string_view> options(kJobs.begin(), kJobs.end());
-      options.insert(options.end(), {"--junit", "--help", "--version"});
+      options.insert(options.end(), {"--junit", "--difference", "--help", "--version"});
       return usageError("unknown option " + std::string(*argument) +
                         didYouMean(*argument, options));
     } else {
@@ -98,6 +104,8 @@ int main(int argc, char** argv) {
   }
   if (files.empty()) return usageError("no scenario is named; - is standard input");
   if (std::ranges::count(files, "") > 0) return usageError("the name of a file is empty");
+  if (!difference.empty() && job != "--minimise")
+    return usageError("--difference goes with --minimise");
   if (!junit.empty() && job != "--check") return usageError("--junit goes with --check");
   std::error_code noFolder;
   const bool isSuite = files.size() > 1 || !junit.empty() || fs::is_directory(files[0], noFolder);
@@ -113,7 +121,7 @@ int main(int argc, char** argv) {
   std::ios::sync_with_stdio(false);
   const auto work = [&](std::istream& in, const fs::path& folder) -> int {
     if (job == "--from") return fromRecording(in, name);
-    if (job == "--minimise") return minimise(in, std::cout, std::cerr, folder);
+    if (job == "--minimise") return minimise(in, difference, std::cout, std::cerr, folder);
     const auto mode = job == "--check" ? Mode::check : Mode::transcript;
     return replay(in, mode, std::cout, std::cerr, folder);
   };

@@ -17,7 +17,6 @@
 #include "platform/LoopbackNotificationCenter.h"
 #include "platform/ReplyDelivery.h"
 #include "platform/SecretMask.h"
-#include "recorder/JournalGroup.h"
 #include "recorder/NoteRing.h"
 #include "recorder/Recorder.h"
 #include "simulator/FailingDownloads.h"
@@ -61,7 +60,8 @@ struct Phone::Parts {
         screen(std::make_shared<PhoneScreen>()),
         notes(std::make_shared<LiveNotes>(page)),
         lastMinutes(std::make_shared<NoteRing>(ringOptions())),
-        recorder(pieces(), std::make_shared<JournalGroup>(journals())),
+        session(given.streamSession ? given.streamSession(lastMinutes) : nullptr),
+        recorder(pieces(), lastMinutes, notes),
         renderSource(recorder.renderSource(screen)) {}
 
   std::unique_ptr<VEMOJSMsgRouter> makeBaseRouter() {
@@ -77,14 +77,6 @@ struct Phone::Parts {
     auto noting = recorder.platform();
     noting.owner = std::move(owner);
     return noting;
-  }
-
-  std::vector<std::shared_ptr<Journal>> journals() const {
-    std::vector<std::shared_ptr<Journal>> all{notes, lastMinutes};
-    if (auto whole = environment.makeJournal ? environment.makeJournal() : nullptr) {
-      all.push_back(std::move(whole));
-    }
-    return all;
   }
 
   Platform pieces() {
@@ -116,6 +108,7 @@ struct Phone::Parts {
   const std::shared_ptr<PhoneScreen> screen;
   const std::shared_ptr<LiveNotes> notes;
   const std::shared_ptr<NoteRing> lastMinutes;
+  const std::shared_ptr<void> session;
   Recorder recorder;
   const std::shared_ptr<VEMOUIRenderSource> renderSource;
   /// How many fired events are on their way to the page.

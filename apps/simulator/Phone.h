@@ -10,9 +10,9 @@
 #include "bridge/ImageDecoder.h"
 #include "bridge/MainQueue.h"
 #include "bridge/VEMOLogger.h"
-#include "recorder/Journal.h"
 #include "simulation/ClassroomCloud.h"
 #include "simulator/PageSocket.h"
+#include "simulator/SessionFiles.h"
 
 namespace vemo {
 
@@ -28,8 +28,8 @@ struct PhoneEnvironment {
   /// Each phone gets its own, so that what one asks for keeps no other waiting.
   std::function<std::unique_ptr<DownloadService>()> makeDownloads;
   std::function<std::unique_ptr<ImageDecoder>()> makeImages;
-  /// Makes what takes down the whole session of one phone; null, or what makes null, for nothing.
-  std::function<std::shared_ptr<Journal>()> makeJournal = nullptr;
+  /// Writes the whole session of one phone; null, or what gives null, for nothing.
+  StreamSession streamSession = nullptr;
 };
 
 /// One connected page as a phone of its own: its router, its web view, its engine in the

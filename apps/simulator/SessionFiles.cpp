@@ -4,6 +4,7 @@
 #include <boost/json/object.hpp>
 #include <cstddef>
 #include <ctime>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -13,7 +14,8 @@
 #include "platform/LineQueue.h"
 #include "platform/RotatingFile.h"
 #include "platform/SecretMask.h"
-#include "recorder/LineJournal.h"
+#include "recorder/CrashDump.h"
+#include "recorder/NoteStream.h"
 
 namespace vemo {
 namespace {
@@ -35,16 +37,25 @@ std::string timeName() {
   return {text.data(), std::strftime(text.data(), text.size(), "%Y%m%d-%H%M%S", &parts)};
 }
 
-std::shared_ptr<Journal> journalIn(const std::filesystem::path& file) {
-  const auto lines = std::make_shared<LineQueue>(
-      std::make_shared<RotatingFile>(file, kFileBytes, kOldFiles), kWaitingLines, lostLine);
-  return std::make_shared<LineJournal>(
-      VEMO_VERSION,
-      [mask = SecretMask()](std::string_view text, std::string& buffer) {
-        return mask.masked(text, buffer);
-      },
-      [lines](std::string_view line) { lines->add(line); });
-}
+/// The file of one session, and what is left of it at a crash.
+class Session {
+ public:
+  Session(const std::filesystem::path& file, const std::shared_ptr<NoteRing>& ring)
+      : lines_(std::make_shared<RotatingFile>(file, kFileBytes, kOldFiles), kWaitingLines,
+               lostLine),
+        stream_(
+            ring,
+            [mask = SecretMask()](std::string_view text, std::string& buffer) {
+              return mask.masked(text, buffer);
+            },
+            [this](std::string_view line) { lines_.add(line); }),
+        crash_(ring, std::filesystem::path(file).replace_extension(".crash.vemorec")) {}
+
+ private:
+  LineQueue lines_;
+  NoteStream stream_;
+  CrashDump crash_;
+};
 
 }  // namespace
 
@@ -52,17 +63,19 @@ SessionFiles::SessionFiles(std::filesystem::path folder) : folder_(std::move(fol
   if (!folder_.empty()) std::filesystem::create_directories(folder_);
 }
 
-std::function<std::shared_ptr<Journal>()> SessionFiles::makeJournal(
-    std::function<void(std::string_view line)> note) const {
+StreamSession SessionFiles::streamSession(std::function<void(std::string_view line)> note) const {
   if (folder_.empty()) return nullptr;
-  return [folder = folder_, note = std::move(note), pages = 0]() mutable {
+  return [folder = folder_, note = std::move(note),
+          pages = 0](std::shared_ptr<NoteRing> ring) mutable -> std::shared_ptr<void> {
     const auto file = folder / (timeName() + "-page-" + std::to_string(++pages) + ".vemorec");
     try {
-      return journalIn(file);
+      return std::make_shared<Session>(file, ring);
     } catch (const std::system_error& problem) {
       note(file.string() + " can't be written: " + problem.code().message());
-      return std::shared_ptr<Journal>();
+    } catch (const std::length_error& problem) {
+      note(file.string() + " is not written: " + problem.what());
     }
+    return nullptr;
   };
 }
 

@@ -92,8 +92,8 @@ int run(int argc, char** argv) {
     cloudOptions.musicDuration = simulatedMusic;
     ClassroomCloud cloud(cloudOptions);
     std::size_t pages = 0;
-    const auto makeJournal =
-        sessions->makeJournal([&](std::string_view line) { note(*ownLogger, line); });
+    const auto streamSession =
+        sessions->streamSession([&](std::string_view line) { note(*ownLogger, line); });
     const PhoneEnvironment environment{
         .cloud = cloud,
         .makeLogger = [&] { return logger->forSession("page " + std::to_string(++pages)); },
@@ -102,7 +102,9 @@ int run(int argc, char** argv) {
         .makeDownloads = [&] { return downloads.forRequester(); },
         .makeImages = [&] { return images.forRequester(); },
         // One for all phones, each of which has a copy of this: it counts their files.
-        .makeJournal = [&] { return makeJournal ? makeJournal() : nullptr; }};
+        .streamSession = [&](std::shared_ptr<NoteRing> ring) -> std::shared_ptr<void> {
+          return streamSession ? streamSession(std::move(ring)) : nullptr;
+        }};
 
     server->stopOnSignals();
     std::cout << "http://127.0.0.1:" << server->port() << "/\n" << std::flush;

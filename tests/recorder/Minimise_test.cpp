@@ -8,11 +8,12 @@
 namespace vemo::test {
 namespace {
 
-replay::ExitStatus least(const std::string& scenario, std::string& out, std::string& err) {
+replay::ExitStatus least(const std::string& scenario, std::string& out, std::string& err,
+                         const std::string& name = "") {
   std::istringstream in(scenario);
   std::ostringstream written;
   std::ostringstream said;
-  const auto status = replay::minimise(in, written, said, {});
+  const auto status = replay::minimise(in, name, written, said, {});
   out = written.str();
   err = said.str();
   return status;
@@ -42,6 +43,39 @@ TEST(Minimise, WhatTheDifferenceDoesNotNeedGoes) {
   EXPECT_EQ(least(scenario, out, err), replay::kDone);
   EXPECT_EQ(out, init + "\n" + denied + "\n" + wrong + "\n");
   EXPECT_EQ(err, "");
+}
+
+TEST(Minimise, TenStepsOfThousandsKeepTheDifferenceThatIsNamed) {
+  const std::string init = R"({"command":"initSDK"})";
+  const std::string enter =
+      R"({"command":"enterRoom","params":{"sdkAppId":1,"userId":"ada","roomId":7,"appScene":0}})";
+  const std::string entered = R"({"event":"onEnterRoom","args":[12]})";
+  const std::string other = R"({"get":"role","expect":[{"effect":"value","value":99}]})";
+  const std::string wanted =
+      R"({"get":"curEnteredRoomUserId","expect":[{"effect":"value","value":"eve"}]})";
+  std::string scenario;
+  const auto noise = [&](int from) {
+    for (int i = from; i < from + 500; ++i)
+      scenario += R"({"command":"muteLocalAudio","params":{"mute":)" +
+                  std::string(i % 2 == 0 ? "true" : "false") + "}}\n" +
+                  R"({"event":"onFirstAudioFrame","args":["u)" + std::to_string(i) + "\"]}\n";
+  };
+  noise(0);
+  scenario += init + "\n";
+  noise(500);
+  scenario += enter + "\n" + other + "\n";
+  noise(1000);
+  scenario += entered + "\n";
+  noise(1500);
+  scenario += wanted + "\n";
+  std::string out;
+  std::string err;
+  EXPECT_EQ(least(scenario, out, err, "value of curEnteredRoomUserId"), replay::kDone) << err;
+  EXPECT_EQ(out, init + "\n" + enter + "\n" + wanted + "\n");
+  EXPECT_EQ(least(scenario, out, err, "reply"), replay::kUnreadable);
+  EXPECT_EQ(err,
+            "no difference is called \"reply\"; the first is line 2003, step 2003: value of "
+            "role has value 20, was 99 (effect 1, /value)\n");
 }
 
 TEST(Minimise, NothingToKeepIsToldInASentence) {

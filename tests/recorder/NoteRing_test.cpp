@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <boost/json/parse.hpp>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -20,6 +21,7 @@
 
 #include "Replay.h"
 #include "SessionWriter.h"
+#include "recorder/Recorded.h"
 #include "recorder/Recorder.h"
 #include "recorder/Recording.h"
 #include "testing/FakePlatform.h"
@@ -40,82 +42,118 @@ Recording readBack(const NoteRing& ring) {
 
 /// A step of about a kilobyte, and what it does.
 void noteStep(NoteRing& ring, std::uint64_t number, milliseconds at, bool periodic = false,
-              const std::string& verb = R"("command":"initSDK")") {
-  const auto step = "{" + verb + R"(,"as":")" + std::string(900, 'x') + "\"}";
-  ring.note({.kind = Note::Kind::step,
-             .at = at,
-             .thread = "main",
-             .step = number,
-             .queuedBy = 0,
-             .overlaps = false,
-             .periodic = periodic,
-             .text = step});
-  ring.note({.kind = Note::Kind::effect,
-             .at = at,
-             .thread = "main",
-             .step = number,
-             .queuedBy = 0,
-             .overlaps = false,
-             .periodic = periodic,
-             .text = R"({"effect":"openSettings"})"});
+              const std::string& event = "onError") {
+  ObjectNames names;
+  const auto keep = [&](NoteLane lane, NoteHead::Kind kind, auto write) {
+    auto& memory = ring.memory(periodic ? NoteLane::periodic : lane);
+    NoteWriter note(memory, names, sizeof(NoteHead));
+    write(note);
+    note.whole();
+    NoteHead head;
+    head.kind = kind;
+    head.step = number;
+    head.at = at.count();
+    NoteRing::keep(memory, head);
+  };
+  keep(NoteLane::steps, NoteHead::Kind::step,
+       [&](NoteWriter& note) { note.add("event", event).add("as", std::string(900, 'x')); });
+  keep(NoteLane::effects, NoteHead::Kind::effect, [&](NoteWriter& note) {
+    note.add("effect", std::string_view("syslog")).add("text", std::string(900, 'y'));
+  });
 }
 
-void send(VEMOKOBUMsgRouter& router, const std::string& action) {
-  router.receive(R"({"head":{"module":"kobu","action":")" + action + R"("},"cbid":"1"})");
-}
-
-std::shared_ptr<VEMOKOBUMsgRouter> recorded(Recorder& recorder, FakePlatform& platform) {
-  auto base = std::make_unique<JSMsgRouter>(
-      recorder.platform().logger,
-      recorder.replies(std::make_shared<MainThreadReplyDelivery>(platform.mainQueue, "reply")),
-      platform.webView);
-  return VEMOKOBUMsgRouter::create(recorder.baseRouter(std::move(base)), recorder.platform());
-}
-
-NoteRingOptions small() {
+NoteRingOptions withRoomFor(std::size_t bytes) {
   NoteRingOptions options;
-  options.bytes = std::size_t{256} << 10U;
+  options.bytes = bytes;
   return options;
 }
 
 TEST(NoteRing, KeepsStepsWithoutTheirEffectsWhenThereIsNoRoomForMore) {
-  NoteRing ring(small());
-  for (std::uint64_t step = 1; step <= 600; ++step) noteStep(ring, step, milliseconds(step));
+  NoteRing ring(withRoomFor(1U << 20U));
+  for (std::uint64_t step = 1; step <= 100; ++step) noteStep(ring, step, milliseconds(step));
+  for (std::uint64_t step = 101; step <= 1000; ++step)
+    noteStep(ring, step, milliseconds(step), true);
   const auto recording = readBack(ring);
   EXPECT_TRUE(recording.whole);
-  const auto steps = std::ranges::count(recording.notes, Note::Kind::step, &RecordedNote::kind);
-  EXPECT_EQ(steps, 600);
-  const auto before = std::ranges::count(recording.notes, true, &RecordedNote::before);
-  EXPECT_GT(before, 300);
-  EXPECT_EQ(std::ranges::count(recording.notes, Note::Kind::effect, &RecordedNote::kind),
-            600 - before);
-  EXPECT_EQ(recording.notes.back().step, 600U);
+  const auto& notes = recording.notes;
+  ASSERT_GE(notes.size(), 100U);
+  for (std::uint64_t step = 1; step <= 100; ++step) {
+    EXPECT_EQ(notes[step - 1].step, step);
+    EXPECT_TRUE(notes[step - 1].before);
+  }
+  EXPECT_EQ(std::ranges::count(notes, true, &RecordedNote::before), 100);
+  const auto left = std::ranges::count(notes, Note::Kind::effect, &RecordedNote::kind);
+  EXPECT_GT(left, 50);
+  EXPECT_EQ(notes.size(), 100U + 2 * static_cast<std::size_t>(left)) << "what is left is whole";
+  EXPECT_EQ(notes.back().step, 1000U);
 }
 
 TEST(NoteRing, SaysWhenItsBeginningIsMissing) {
-  auto options = small();
-  options.beforeBytes = 100'000;
-  NoteRing ring(options);
+  NoteRing ring(withRoomFor(256U << 10U));
   for (std::uint64_t step = 1; step <= 600; ++step) noteStep(ring, step, milliseconds(step));
   const auto recording = readBack(ring);
   EXPECT_FALSE(recording.whole);
   EXPECT_LT(recording.notes.size(), 1000U);
+  EXPECT_EQ(recording.notes.back().step, 600U);
 }
 
 TEST(NoteRing, WhatIsTooOldGoesAndOfWhatComesAgainTheLatestStatisticsStay) {
-  NoteRing ring(small());
-  noteStep(ring, 1, milliseconds(0), true, R"("event":"onStatistics")");
-  noteStep(ring, 2, milliseconds(0), true, R"("event":"onStatistics")");
-  noteStep(ring, 3, milliseconds(0), true, R"("event":"onNetworkQuality")");
+  NoteRing ring(withRoomFor(8U << 20U));
+  noteStep(ring, 1, milliseconds(0), true, "onStatistics");
+  noteStep(ring, 2, milliseconds(0), true, "onStatistics");
+  noteStep(ring, 3, milliseconds(0), true, "onNetworkQuality");
   for (std::uint64_t step = 4; step < 100; ++step) noteStep(ring, step, milliseconds(0));
   const auto later = milliseconds(std::chrono::minutes(11));
   for (std::uint64_t step = 100; step < 200; ++step) noteStep(ring, step, later);
   const auto recording = readBack(ring);
-  ASSERT_GT(recording.notes.size(), 3U);
+  ASSERT_EQ(recording.notes.size(), 1U + 96U + 200U);
   EXPECT_EQ(recording.notes[0].step, 2U) << "the latest statistics";
   EXPECT_TRUE(recording.notes[0].before);
   EXPECT_EQ(recording.notes[1].step, 4U) << "what changes the state";
   EXPECT_TRUE(recording.notes[1].before);
+}
+
+TEST(NoteRing, ANoteThatIsLargerThanAChunkIsKeptWhole) {
+  NoteRing ring(withRoomFor(8U << 20U));
+  ObjectNames names;
+  const std::string large(std::size_t{1} << 20U, 'z');
+  for (std::uint64_t step = 1; step <= 20; ++step) {
+    auto& memory = ring.memory(NoteLane::steps);
+    NoteWriter note(memory, names, sizeof(NoteHead));
+    note.add("event", large).whole();
+    NoteHead head;
+    head.step = step;
+    NoteRing::keep(memory, head);
+    noteStep(ring, 100 + step, milliseconds(0));
+  }
+  const auto recording = readBack(ring);
+  EXPECT_FALSE(recording.whole);
+  const auto found = std::ranges::find(recording.notes, std::uint64_t{20}, &RecordedNote::step);
+  ASSERT_NE(found, recording.notes.end());
+  EXPECT_EQ(found->what.at("event").as_string(), large);
+}
+
+TEST(NoteRing, ANoteIsReadAsItWasWritten) {
+  ScratchMemory memory;
+  ObjectNames names;
+  NoteWriter note(memory, names);
+  const auto json = boost::json::parse(
+      R"({"a":[1,-1,0,9223372036854775807,-9223372036854775808,18446744073709551615,1.5,true,false,null],)"
+      R"("é\n\u0001":{"x":"\"\\"},"long":")" +
+      std::string(5000, 'l') + R"("})");
+  note.add("value", json).addArray("args", 1, std::string_view("two"), Text(), -3.25, true);
+  for (const std::size_t size : {0U, 1U, 7U, 8U, 15U, 16U, 31U, 32U, 63U, 64U, 65U, 300U})
+    note.add("text", std::string(size, 'a') + "z");
+  std::string text;
+  ASSERT_TRUE(appendNoteJson(text, note.whole()));
+  const auto read = boost::json::parse(text).as_object();
+  EXPECT_EQ(read.at("value"), json);
+  EXPECT_EQ(read.at("args"), boost::json::parse(R"([1,"two",null,-3.25,true])"));
+  EXPECT_NE(text.find(std::string(300, 'a') + "z"), std::string::npos);
+  for (std::size_t size = 0; size < note.whole().size() - 1; size += 7) {
+    std::string part;
+    EXPECT_FALSE(appendNoteJson(part, note.whole().substr(0, size))) << size;
+  }
 }
 
 TEST(NoteRing, AFileIsWrittenWholeOrNotAtAll) {
@@ -123,7 +161,7 @@ TEST(NoteRing, AFileIsWrittenWholeOrNotAtAll) {
       std::filesystem::temp_directory_path() / ("recorder" + std::to_string(::getpid()));
   std::filesystem::create_directories(folder);
   const auto file = (folder / "last.vemorec").string();
-  NoteRing ring(small());
+  NoteRing ring(withRoomFor(1U << 20U));
   for (std::uint64_t step = 1; step <= 100; ++step) noteStep(ring, step, milliseconds(step));
 
   // What a full disk does, a limit does as well.
@@ -152,7 +190,7 @@ TEST(Recorder, EventsOfEightThreadsAreNotedInTheOrderOfEach) {
   constexpr int kEvents = 200;
   FakePlatform platform;
   const auto ring = std::make_shared<NoteRing>(NoteRingOptions());
-  Recorder recorder(platform.pieces(), ring);
+  Recorder recorder(platform.pieces(), ring, nullptr);
   {
     const auto router = recorded(recorder, platform);
     send(*router, "initSDK");
@@ -199,7 +237,7 @@ TEST(Recorder, EventsOfEightThreadsAreNotedInTheOrderOfEach) {
 TEST(Recorder, ARouterThatDoesAnotherThingIsToldByItsFirstWrongStep) {
   FakePlatform platform;
   const auto ring = std::make_shared<NoteRing>(NoteRingOptions());
-  Recorder recorder(platform.pieces(), ring);
+  Recorder recorder(platform.pieces(), ring, nullptr);
   {
     const auto router = recorded(recorder, platform);
     for (const auto* command : {"initSDK", "getSDKVersion", "stopLocalAudio"})
@@ -217,8 +255,7 @@ TEST(Recorder, ARouterThatDoesAnotherThingIsToldByItsFirstWrongStep) {
   EXPECT_EQ(replay::replay(in, replay::Mode::check, out, err), replay::kExpectationFailed);
   EXPECT_EQ(err.str(), "");
   EXPECT_TRUE(out.str().starts_with("line 5, ")) << "nothing before it differs";
-  EXPECT_NE(out.str().find(", step 4: effect 2 differs at /call: expected \"startLocalAudio\", got "
-                           "\"stopLocalAudio\""),
+  EXPECT_NE(out.str().find(", step 4: call of stopLocalAudio came, was call of startLocalAudio"),
             std::string::npos)
       << out.str();
 }

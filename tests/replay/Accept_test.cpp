@@ -109,8 +109,8 @@ TEST(Accept, RowsOfATableStayOrAreRefused) {
   EXPECT_EQ(refused.status, kExpectationFailed);
   EXPECT_EQ(refused.text, "");
   EXPECT_TRUE(
-      refused.sentence.starts_with("line 4, step 4, params {}: effect 2 differs at "
-                                   "/record/errorDesc: expected \"no route\""))
+      refused.sentence.starts_with("line 4, step 4, params {}: record of setAudioRouteFailed has "
+                                   "errorDesc \"no route param\", was \"no route\" (effect 2, "))
       << refused.sentence;
   EXPECT_TRUE(refused.sentence.ends_with("; the outcome of a row has to be rewritten by hand"));
 }

@@ -113,11 +113,78 @@ TEST(Matcher, AllEffectsMatchInOrder) {
   EXPECT_EQ(mismatchText("[]", false, "[]"), "");
 }
 
-TEST(Matcher, TooManyAndTooFewEffectsDiffer) {
-  EXPECT_EQ(mismatchText(R"([{"effect":"a"}])", false, R"([{"effect":"a"},{"effect":"b"}])"),
-            "expected 1 effects, got 2; too many are\n    {\"effect\":\"b\"}");
-  EXPECT_EQ(mismatchText(R"([{"effect":"a"},{"effect":"b"}])", false, R"([{"effect":"a"}])"),
-            "expected 2 effects, got 1; the first missing\n    {\"effect\":\"b\"}");
+TEST(Matcher, WhatIsMissingOrTooMuchIsNamed) {
+  constexpr std::string_view three =
+      R"([{"effect":"post","name":"x"},{"effect":"reply","action":"initSDK"},{"effect":"alert"}])";
+  constexpr std::string_view two = R"([{"effect":"post","name":"x"},{"effect":"alert"}])";
+  EXPECT_EQ(mismatchText(three, false, two),
+            "reply to initSDK did not come; expected 3 effects, got 2\n"
+            "    {\"effect\":\"reply\",\"action\":\"initSDK\"}");
+  EXPECT_EQ(mismatchText(two, false, three),
+            "reply to initSDK came, and was not expected; expected 2 effects, got 3\n"
+            "    {\"effect\":\"reply\",\"action\":\"initSDK\"}");
+  EXPECT_EQ(
+      mismatchText(R"([{"effect":"post","name":"x"}])", false, three),
+      "reply to initSDK came, and was not expected, nor was what follows; expected 1 effects, "
+      "got 3\n    {\"effect\":\"reply\",\"action\":\"initSDK\"}\n    "
+      "{\"effect\":\"alert\"}");
+  EXPECT_EQ(mismatchText(three, false, R"([{"effect":"post","name":"x"}])"),
+            "reply to initSDK did not come, nor did what follows; expected 3 effects, got 1\n"
+            "    {\"effect\":\"reply\",\"action\":\"initSDK\"}");
+  EXPECT_EQ(mismatchText(three, true, two).substr(0, 43),
+            "reply to initSDK did not come in its place\n");
+}
+
+TEST(Matcher, ADifferenceIsASentence) {
+  struct Case {
+    std::string_view expected;
+    std::string_view actual;
+    std::string_view sentence;
+  };
+  for (
+      const auto& [expected, actual, sentence] : {
+          Case{R"({"effect":"reply","action":"enterRoom","error":{"errcode":0}})",
+               R"({"effect":"reply","action":"enterRoom","error":{"errcode":-1}})",
+               "reply to enterRoom has code -1, was 0 (effect 1, /error/errcode)"},
+          Case{R"({"effect":"reply","action":"a","error":{"errmsg":"x"}})",
+               R"({"effect":"reply","action":"a","error":{}})",
+               "reply to a has no message, was \"x\" (effect 1, /error/errmsg)"},
+          Case{R"({"effect":"reply","action":"a","retval":{"volume":5}})",
+               R"({"effect":"reply","action":"a","retval":{"volume":6}})",
+               "reply to a has retval.volume 6, was 5 (effect 1, /retval/volume)"},
+          Case{
+              R"({"effect":"script","function":"f","argument":{"head":{"action":"onExitRoom"},"retval":{"reason":1}}})",
+              R"({"effect":"script","function":"f","argument":{"head":{"action":"onExitRoom"},"retval":{"reason":2}}})",
+              "script of onExitRoom has reason 2, was 1 (effect 1, /argument/retval/reason)"},
+          Case{R"({"effect":"script","function":"f"})", R"({"effect":"script","function":"g"})",
+               "script g has function \"g\", was \"f\" (effect 1, /function)"},
+          Case{R"({"effect":"engine","call":"setAudioRoute","args":[1]})",
+               R"({"effect":"engine","call":"setAudioRoute","args":[0]})",
+               "call of setAudioRoute has argument 1 0, was 1 (effect 1, /args/0)"},
+          Case{R"({"effect":"engine","call":"enterRoom","args":[{"roomId":1}]})",
+               R"({"effect":"engine","call":"enterRoom","args":[{"roomId":2}]})",
+               "call of enterRoom has argument 1.roomId 2, was 1 (effect 1, /args/0/roomId)"},
+          Case{R"({"effect":"engine","call":"a"})", R"({"effect":"engine","call":"b"})",
+               "call of b came, was call of a (effect 1, /call)"},
+          Case{R"({"effect":"log","record":{"actionName":"onError","level":4}})",
+               R"({"effect":"log","record":{"actionName":"onError","level":2}})",
+               "record of onError has level 2, was 4 (effect 1, /record/level)"},
+          Case{R"({"effect":"listener","name":"l","op":"onVEMOExitRoom","args":[1]})",
+               R"({"effect":"listener","name":"l","op":"onVEMOExitRoom","args":[1,2]})",
+               "call of onVEMOExitRoom at l has argument 2 2, had none (effect 1, /args/1)"},
+          Case{R"({"effect":"completion","of":"zebExitRoom","args":[1,0]})",
+               R"({"effect":"completion","of":"zebExitRoom","args":[1,5]})",
+               "completion of zebExitRoom has argument 2 5, was 0 (effect 1, /args/1)"},
+          Case{R"({"effect":"alert","title":"a"})", R"({"effect":"alert","title":"b"})",
+               "alert has title \"b\", was \"a\" (effect 1, /title)"},
+          Case{R"({"effect":"requestAccess","media":"video"})",
+               R"({"effect":"requestAccess","media":"audio"})",
+               "requestAccess has media \"audio\", was \"video\" (effect 1, /media)"},
+      }) {
+    const auto text =
+        mismatchText("[" + std::string(expected) + "]", false, "[" + std::string(actual) + "]");
+    EXPECT_EQ(text.substr(0, text.find('\n')), sentence);
+  }
 }
 
 TEST(Matcher, ADifferentEffectNamesTheNearestOne) {
@@ -125,13 +192,13 @@ TEST(Matcher, ADifferentEffectNamesTheNearestOne) {
       R"([{"effect":"log","record":{"level":2,"line":7}},{"effect":"post","name":"a"},)"
       R"({"effect":"log","record":{"level":4,"line":9}}])";
   EXPECT_TRUE(mismatchText(R"([{"effect":"post","name":"b"}])", false, actual)
-                  .starts_with("effect 1 is another; nearest: effect 2 differs at /name: expected "
-                               "\"b\", got \"a\"\n"));
+                  .starts_with("notification b is not effect 1; nearest: notification a has name "
+                               "\"a\", was \"b\" (effect 2, /name)\n"));
   EXPECT_TRUE(mismatchText(R"([{"effect":"log","record":{"level":3,"line":7}}])", false, actual)
-                  .starts_with("effect 1 differs at /record/level: expected 3, got 2\n"));
+                  .starts_with("record has level 2, was 3 (effect 1, /record/level)\n"));
   const auto partial =
       mismatchText(R"([{"effect":"log","record":{"level":4,"line":8}}])", true, actual);
-  EXPECT_NE(partial.find("\n  nearest: effect 3 differs at /record/line: expected 8, got 9\n"),
+  EXPECT_NE(partial.find("\n  nearest: record has line 9, was 8 (effect 3, /record/line)\n"),
             std::string::npos)
       << partial;
 }
@@ -139,7 +206,7 @@ TEST(Matcher, ADifferentEffectNamesTheNearestOne) {
 TEST(Matcher, AnEffectOutOfItsPlaceIsNamed) {
   constexpr std::string_view actual = R"([{"effect":"a"},{"effect":"b"}])";
   EXPECT_TRUE(mismatchText(R"([{"effect":"b"},{"effect":"a"}])", false, actual)
-                  .starts_with("effect 1 is another; nearest: effect 2 matches, but is not in its "
+                  .starts_with("b is not effect 1; nearest: effect 2 matches, but is not in its "
                                "place\n"));
   EXPECT_NE(mismatchText(R"([{"effect":"b"},{"effect":"a"}])", true, actual)
                 .find("nearest: effect 1 matches, but is not in its place"),

@@ -202,7 +202,7 @@ INSTANTIATE_TEST_SUITE_P(
              "result of stopScreenCapture must be an integer of 64 bits"},
         Case{R"({"device":{"download":true}})", "download must be an object"},
         Case{R"({"device":{"download":{"error":{"desc":"x"}}}})", "error of download has no code"},
-        Case{R"({"device":{"download":{"size":1}}})", "unknown key \"size\" of download"}));
+        Case{R"({"device":{"download":{"length":1}}})", "unknown key \"length\" of download"}));
 
 TEST(Buttons, OneThatTheOldestAlertHasNotIsAnError) {
   std::istringstream in(

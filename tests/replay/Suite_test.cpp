@@ -57,7 +57,7 @@ TEST_F(Suite, ChecksWhatLiesBelowAFolder) {
 TEST_F(Suite, HasALineForEachFailureByName) {
   const auto c = write("suite/c.jsonl", kGood + kFails + kFails);
   const auto a = write("suite/a/x.jsonl", kFails);
-  const auto why = ": effect 1 differs at /value: expected 20, got null\n";
+  const auto why = ": value of role has value null, was 20 (effect 1, /value)\n";
   EXPECT_EQ(check({folder_.file("suite")}), kExpectationFailed);
   EXPECT_EQ(out_.str(), a + ": line 1, step 1" + why + c + ": line 2, step 2" + why + c +
                             ": line 3, step 3" + why +
@@ -75,8 +75,8 @@ TEST_F(Suite, OfAPartThatDidNotComeItTellsTheNearest) {
       write("a.jsonl", "{\"get\":\"role\",\"partial\":true,\"expect\":[{\"of\":\"roll\"}]}\n");
   EXPECT_EQ(check({a, a}), kExpectationFailed);
   const auto line = a +
-                    ": line 1, step 1: expected in this place, but did not come; nearest: effect 1 "
-                    "differs at /of: expected \"roll\", got \"role\"\n";
+                    ": line 1, step 1: an effect did not come in its place; nearest: value of role "
+                    "came, was an effect (effect 1, /of)\n";
   EXPECT_EQ(out_.str(), line + line + "2 scenarios, 2 steps, 2 expectations, 2 failed\n");
 }
 
@@ -105,7 +105,8 @@ TEST_F(Suite, WritesAReport) {
        {"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
         "<testsuites name=\"vemo-replay\" tests=\"3\" failures=\"1\" errors=\"1\" skipped=\"0\" ",
         "/suite/b\" tests=\"2\" failures=\"1\" errors=\"1\" ", "name=\"good\"",
-        "<failure message=\"line 1, step 1: effect 1 differs at /value: expected 20, got null\" "
+        "<failure message=\"line 1, step 1: value of role has value null, was 20 (effect 1, "
+        "/value)\" "
         "type=\"expectation\">line 1, step 1: ",
         "<error message=\"line 1: unknown verb &quot;gte&quot;; did you mean &quot;get&quot;?\" "
         "type=\"scenario\">"})

@@ -251,7 +251,7 @@ TEST(ProtocolProgram, PrintsTheDocument) {
 }
 
 TEST(ProtocolProgram, RefusesAnUnexpectedArgument) {
-  for (const auto* arguments : {"nonsense 2>&1", "--help nonsense 2>&1"}) {
+  for (const auto* arguments : {"nonsense 2>&1", "--helq 2>&1"}) {
     const auto run = vemoProtocol(arguments);
     EXPECT_EQ(run.status, 2);
     EXPECT_TRUE(run.out.starts_with("vemo-protocol: unexpected argument ")) << run.out;

@@ -1,0 +1,338 @@
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <boost/json/array.hpp>
+#include <boost/json/object.hpp>
+#include <boost/json/value.hpp>
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
+
+#include "bridge/Fields.h"
+#include "bridge/ImageDecoder.h"
+#include "bridge/VEMOKOBUEventListener.h"
+#include "bridge/VEMOUIRenderSource.h"
+#include "json/RecordMapper.h"
+#include "recorder/ObjectNames.h"
+
+// Notes in memory are CBOR (RFC 8949): texts as they come, without a look at them; JSON is made of
+// them when somebody reads. Heads have one length each, so that nothing has to be chosen.
+
+namespace vemo {
+
+/// Where a note is written. Whoever makes one sets the memory that is there.
+class NoteMemory {
+ public:
+  NoteMemory(const NoteMemory&) = delete;
+  NoteMemory& operator=(const NoteMemory&) = delete;
+
+  /// Makes sure of `bytes` at the end, which is given.
+  char* room(std::size_t bytes) {
+    if (static_cast<std::size_t>(end_ - at_) < bytes) [[unlikely]]
+      grow(bytes);
+    return at_;
+  }
+  /// What is before `end` has been written.
+  void setEnd(char* end) { at_ = end; }
+
+  char* begin() const { return begin_; }
+  std::size_t size() const { return static_cast<std::size_t>(at_ - begin_); }
+
+ protected:
+  NoteMemory() = default;
+  ~NoteMemory() = default;
+
+  /// Makes room for `bytes` more, wherever; keeps what is between begin_ and at_.
+  virtual void grow(std::size_t bytes) = 0;
+
+  // NOLINTBEGIN(*-non-private-member-variables-in-classes): set by whoever has the memory
+  char* begin_ = nullptr;  ///< of the note that is being written
+  char* at_ = nullptr;
+  char* end_ = nullptr;
+  // NOLINTEND(*-non-private-member-variables-in-classes)
+};
+
+namespace notes {
+
+/// The keys that are written as their numbers; new ones go at the end.
+inline constexpr auto keys = std::to_array<std::string_view>(
+    {"effect",     "call",        "args",      "record",    "needReport", "level",    "module",
+     "actionName", "actionParam", "errorCode", "errorDesc", "fileName",   "funcName", "line",
+     "sdkAppId",   "item",        "action",    "error",     "retval",     "printLog", "errcode",
+     "errmsg",     "text",        "needLog",   "name",      "op",         "of",       "value",
+     "message",    "as",          "thread",    "event",     "music",      "on",       "code",
+     "progressMs", "durationMs",  "speedTest", "completed", "total",      "access",   "nth",
+     "press",      "downloaded",  "decoded",   "notify",    "title",      "buttons",  "style",
+     "media",      "url",         "device",    "drain",     "host",       "listener", "ops",
+     "bytes",      "digest",      "kind",      "release"});
+
+/// A key that is known when this is compiled.
+struct Key {
+  // Implicit, so that a literal is a key.
+  // NOLINTNEXTLINE(google-explicit-constructor,*-explicit-conversions)
+  consteval Key(const char* name)
+      : number(static_cast<unsigned char>(std::ranges::find(keys, std::string_view(name)) -
+                                          keys.begin())) {
+    if (number == keys.size()) throw "no key of notes";  // does not compile
+  }
+  unsigned char number;
+};
+
+}  // namespace notes
+
+namespace notes {
+
+/// A member that may have no value.
+template <class T>
+struct Known {
+  Key key;
+  const std::optional<T>& value;
+};
+template <class T>
+Known(const char*, const std::optional<T>&) -> Known<T>;
+
+}  // namespace notes
+
+/// Writes one note, a map, as its members are added. One at a time on a thread.
+class NoteWriter {
+ public:
+  /// Leaves `head` bytes before it. Views are written as `names` has them.
+  NoteWriter(NoteMemory& memory, ObjectNames& names, std::size_t head = 0)
+      : memory_(memory), names_(names), head_(head) {
+    auto* const at = memory_.room(head + kSpare);
+    at[head] = kMap;
+    memory_.setEnd(at + head + 1);
+  }
+  NoteWriter(const NoteWriter&) = delete;
+  NoteWriter& operator=(const NoteWriter&) = delete;
+
+  /// Adds a member. Records as the mapper writes them, views by name, an image as "image"; what
+  /// is absent or null as null.
+  template <class T>
+  NoteWriter& add(notes::Key key, const T& value) {
+    if constexpr (isPlain<T>) {
+      memory_.setEnd(put(put(memory_.room(kKeyBytes + mostOf(value)), key), value));
+    } else {
+      begin(key);
+      append(value);
+    }
+    return *this;
+  }
+
+  /// Adds those of the members that have a value; each is an optional number, bool or text.
+  template <class... Known>
+  NoteWriter& addKnown(const Known&... known) {
+    auto* at = memory_.room((... + (kKeyBytes + mostOf(known.value))));
+    ((at = known.value ? put(put(at, known.key), *known.value) : at), ...);
+    memory_.setEnd(at);
+    return *this;
+  }
+
+  /// Adds a member that is the array of `values`.
+  template <class... T>
+  NoteWriter& addArray(notes::Key key, const T&... values) {
+    begin(key);
+    byte(kArray);
+    (append(values), ...);
+    byte(kEnd);
+    return *this;
+  }
+
+  /// Adds a member that is a map, to which `write(*this)` adds members.
+  template <class Write>
+  NoteWriter& addMap(notes::Key key, Write write) {
+    begin(key);
+    byte(kMap);
+    write(*this);
+    byte(kEnd);
+    return *this;
+  }
+
+  /// Adds a member that is an array, to which `write()` adds by `element`.
+  template <class Write>
+  NoteWriter& addElements(notes::Key key, Write write) {
+    begin(key);
+    byte(kArray);
+    write();
+    byte(kEnd);
+    return *this;
+  }
+  template <class T>
+  void element(const T& value) {
+    append(value);
+  }
+
+  /// Adds a text that consists of these.
+  NoteWriter& addText(notes::Key key, std::string_view a, std::string_view b,
+                      std::string_view c = {}) {
+    const auto size = a.size() + b.size() + c.size();
+    auto* at = putTextHead(put(memory_.room(kKeyBytes + kHeadBytes + size), key), size);
+    memory_.setEnd(copied(copied(copied(at, a), b), c));
+    return *this;
+  }
+
+  /// Ends the note: all that was written, without what was left before it, valid as long as the
+  /// memory holds it.
+  std::string_view whole() {
+    byte(kEnd);
+    return {memory_.begin() + head_, memory_.size() - head_};
+  }
+
+ private:
+  static constexpr char kMap = '\xBF';
+  static constexpr char kArray = '\x9F';
+  static constexpr char kEnd = '\xFF';
+  static constexpr char kFalse = '\xF4';
+  static constexpr char kNull = '\xF6';
+  static constexpr char kDouble = '\xFB';
+  static constexpr char kUnsigned = '\x1B';
+  static constexpr char kNegative = '\x3B';
+  static constexpr char kText = '\x7A';
+  static constexpr std::size_t kSpare = 16;  ///< more than any head, with a byte to end with
+  static constexpr std::size_t kKeyBytes = 2;
+  static constexpr std::size_t kHeadBytes = 9;
+
+  template <class T>
+  static constexpr bool isPlain =
+      std::is_arithmetic_v<T> || std::convertible_to<const T&, std::string_view>;
+
+  // How much a plain value takes at the most.
+  template <class T>
+  static std::size_t mostOf(const T& value) {
+    if constexpr (std::is_arithmetic_v<T>) {
+      return kHeadBytes;
+    } else {
+      return kHeadBytes + std::string_view(value).size();
+    }
+  }
+  template <class T>
+  static std::size_t mostOf(const std::optional<T>& value) {
+    return value ? mostOf(*value) : 0;
+  }
+
+  // These write where there is room, and give the end of what they wrote.
+
+  static char* put(char* at, notes::Key key) {
+    at[0] = '\x18';
+    at[1] = static_cast<char>(key.number);
+    return at + kKeyBytes;
+  }
+  static char* putWord(char* at, char kind, std::uint64_t value) {
+    at[0] = kind;
+    if constexpr (std::endian::native == std::endian::little) value = __builtin_bswap64(value);
+    std::memcpy(at + 1, &value, sizeof value);
+    return at + 1 + sizeof value;
+  }
+  static char* putTextHead(char* at, std::size_t size) {
+    auto length = static_cast<std::uint32_t>(size);
+    if constexpr (std::endian::native == std::endian::little) length = __builtin_bswap32(length);
+    at[0] = kText;
+    std::memcpy(at + 1, &length, sizeof length);
+    return at + 1 + sizeof length;
+  }
+  template <class T>
+  static char* put(char* at, const T& value) {
+    if constexpr (std::same_as<T, bool>) {
+      *at = static_cast<char>(kFalse + (value ? 1 : 0));
+      return at + 1;
+    } else if constexpr (std::unsigned_integral<T>) {
+      return putWord(at, kUnsigned, value);
+    } else if constexpr (std::integral<T>) {
+      const auto number = static_cast<std::int64_t>(value);
+      return number < 0 ? putWord(at, kNegative, static_cast<std::uint64_t>(~number))
+                        : putWord(at, kUnsigned, static_cast<std::uint64_t>(number));
+    } else if constexpr (std::floating_point<T>) {
+      return putWord(at, kDouble, std::bit_cast<std::uint64_t>(static_cast<double>(value)));
+    } else {
+      const std::string_view text(value);
+      return copied(putTextHead(at, text.size()), text);
+    }
+  }
+
+  void byte(char value) {
+    auto* const at = memory_.room(1);
+    *at = value;
+    memory_.setEnd(at + 1);
+  }
+
+  void begin(notes::Key key) { memory_.setEnd(put(memory_.room(kKeyBytes), key)); }
+
+  static char* copied(char* to, std::string_view text);
+  void appendJson(const boost::json::object& object);
+  void appendJson(const boost::json::array& array);
+  void appendJson(const boost::json::value& value);
+
+  template <class Record>
+  void appendRecord(const Record& record) {
+    byte(kMap);
+    const auto field = [&](const auto& one) {
+      const auto& member = record.*one.member;
+      if constexpr (std::same_as<std::remove_cvref_t<decltype(member)>, Text>) {
+        if (!member) return;
+      }
+      append(one.name);
+      append(member);
+    };
+    std::apply([&](const auto&... fields) { (field(fields), ...); }, Fields<Record>::table);
+    byte(kEnd);
+  }
+
+  template <class T>
+  void append(const T& value) {
+    if constexpr (isPlain<T>) {
+      memory_.setEnd(put(memory_.room(mostOf(value)), value));
+    } else if constexpr (std::same_as<T, boost::json::object> ||
+                         std::same_as<T, boost::json::array> ||
+                         std::same_as<T, boost::json::value>) {
+      appendJson(value);
+    } else if constexpr (mapping::IsList<T>::value) {
+      byte(kArray);
+      for (const auto& one : value) append(one);
+      byte(kEnd);
+    } else if constexpr (HasFields<T>) {
+      appendRecord(value);
+    } else if constexpr (std::same_as<T, NativeView>) {
+      append(names_.nameOf(value));
+    } else if constexpr (std::same_as<T, VEMOKOBUEventListener>) {
+      byte(kNull);  // it has a name where it is noted
+    } else if constexpr (std::same_as<T, VEMOImage>) {
+      append(std::string_view("image"));
+    } else if (value) {  // an optional or a pointer
+      append(*value);
+    } else {
+      byte(kNull);
+    }
+  }
+
+  NoteMemory& memory_;
+  ObjectNames& names_;
+  const std::size_t head_;
+};
+
+/// Memory that grows, for a note that nobody keeps. One thread.
+class ScratchMemory final : public NoteMemory {
+ public:
+  ScratchMemory() { restart(); }
+
+  /// Forgets what was written; what one large note took is given back.
+  void restart();
+
+ private:
+  void grow(std::size_t bytes) override;
+
+  std::string bytes_;
+};
+
+/// Appends the JSON text of the note in `bytes`; false, having appended part of it, when they are
+/// damaged.
+bool appendNoteJson(std::string& out, std::string_view bytes);
+
+}  // namespace vemo

@@ -1,0 +1,145 @@
+#include "recorder/CrashDump.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <sstream>
+#include <string>
+
+#include "recorder/Recorded.h"
+#include "recorder/SecretEraser.h"
+
+namespace vemo::test {
+namespace {
+
+/// A file in a folder that goes with it.
+class DumpFile {
+ public:
+  DumpFile() { std::filesystem::create_directories(folder_); }
+  ~DumpFile() { std::filesystem::remove_all(folder_); }
+  DumpFile(const DumpFile&) = delete;
+  DumpFile& operator=(const DumpFile&) = delete;
+
+  std::string name() const { return folder_ / "last.vemorec"; }
+  std::string bytes() const {
+    std::ifstream in(name(), std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+  }
+
+ private:
+  const std::filesystem::path folder_ =
+      std::filesystem::temp_directory_path() / ("dump" + std::to_string(::getpid()));
+};
+
+/// Records a lesson in a process of its own, which `die` ends; by which signal.
+int signalOf(const std::string& file, const std::function<void()>& die) {
+  const auto child = ::fork();
+  if (child == 0) {
+    const rlimit none{0, 0};
+    ::setrlimit(RLIMIT_CORE, &none);
+    FakePlatform platform;
+    NoteRingOptions options;
+    options.program = "1.2.3";
+    const auto ring = std::make_shared<NoteRing>(options);
+    const CrashDump dump(ring, file);
+    Recorder recorder(platform.pieces(), ring, nullptr);
+    const auto router = recorded(recorder, platform);
+    send(*router, "initSDK");
+    send(*router, "enterRoom",
+         R"({"sdkAppId":1,"userId":"ada","userSig":"very/secret+=","roomId":7,"appScene":0})");
+    send(*router, "startSpeedTest", R"({"sdkAppId":1,"userId":"ada","userSig":"very/secret+="})");
+    send(*router, "callExperimentalAPI",
+         R"({"jsonStr":"{\"params\":{\"userSig\":\"very/secret+=\"}}"})");
+    const Notes::Step last(*recorder.notes(), Notes::Step::onMain, [](NoteWriter& text) {
+      text.add("event", std::string_view("onError"));
+    });
+    die();
+    ::_exit(0);
+  }
+  int status = 0;
+  EXPECT_EQ(::waitpid(child, &status, 0), child);
+  return WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+}
+
+void expectLesson(const DumpFile& file) {
+  const auto bytes = file.bytes();
+  EXPECT_EQ(bytes.find("very/secret"), std::string::npos);
+  const auto session = sessionOf(bytes);
+  EXPECT_TRUE(session.starts_with("# Recorded by 1.2.3.\n")) << session.substr(0, 100);
+  EXPECT_NE(session.find(R"("userSig":"*************")"), std::string::npos) << session;
+  EXPECT_NE(session.find(R"({"event":"onError")"), std::string::npos) << "the step that died of it";
+  auto whole = session.substr(0, session.find(R"({"event":"onError")"));
+  const auto result = checked(whole);
+  EXPECT_EQ(result.find("line "), std::string::npos) << result << whole;
+  EXPECT_NE(result.find("4 expectations"), std::string::npos) << result;
+
+  std::string error;
+  for (const std::size_t size : {bytes.size() - 1, bytes.size() / 2, std::size_t{500}}) {
+    std::istringstream part(bytes.substr(0, size));
+    readRecording(part, error);  // as far as it goes, or a sentence; and no crash
+  }
+  std::istringstream damaged(bytes.substr(0, 40));
+  EXPECT_FALSE(readRecording(damaged, error));
+  EXPECT_EQ(error, "this dump is damaged");
+}
+
+TEST(CrashDump, OfASignalTheLastMinutesAreThere) {
+  const DumpFile file;
+  EXPECT_EQ(signalOf(file.name(), [] { ::raise(SIGSEGV); }), SIGSEGV);
+  expectLesson(file);
+}
+
+TEST(CrashDump, OfAnExceptionThatNobodyCaughtTheLastMinutesAreThere) {
+  const DumpFile file;
+  EXPECT_EQ(signalOf(file.name(), [] { std::terminate(); }), SIGABRT);
+  expectLesson(file);
+}
+
+TEST(CrashDump, WhereNothingCanBeWrittenTheProcessDiesAsItWould) {
+  EXPECT_EQ(signalOf("/dev/full", [] { ::raise(SIGSEGV); }), SIGSEGV);
+  EXPECT_EQ(signalOf("/no/such/folder/file", [] { ::raise(SIGSEGV); }), SIGSEGV);
+}
+
+std::string erased(const std::function<void(NoteWriter&)>& write) {
+  ScratchMemory memory;
+  ObjectNames names;
+  NoteWriter note(memory, names);
+  write(note);
+  const auto size = note.whole().size();
+  eraseSecrets(memory.begin(), size, {"userSig"});
+  std::string json;
+  EXPECT_TRUE(appendNoteJson(json, {memory.begin(), size}));
+  return json;
+}
+
+TEST(SecretEraser, ErasesInRecordsAndInJsonOfAnyDepth) {
+  KOBUParams params;
+  params.userSig = "geheim";
+  EXPECT_NE(
+      erased([&](NoteWriter& note) { note.add("args", params); }).find(R"("userSig":"******")"),
+      std::string::npos);
+  const auto inText = [](std::string_view text) {
+    return erased([&](NoteWriter& note) { note.add("text", text).add("name", std::string("n")); });
+  };
+  EXPECT_EQ(inText(R"({"userSig" : "ab","x":"c"})"),
+            R"({"text":"{\"userSig\" : \"**\",\"x\":\"c\"}","name":"n"})");
+  EXPECT_EQ(inText(R"({"a":"{\"userSig\":\"ab\",\"x\":1}"})"),
+            R"({"text":"{\"a\":\"{\\\"userSig\\\":\\\"**\\\",\\\"x\\\":1}\"}","name":"n"})");
+  EXPECT_EQ(inText(R"({"userSig":12,"x":1})"), R"({"text":"{\"userSig\":**,\"x\":1}","name":"n"})");
+  EXPECT_EQ(inText(R"({"userSig":"ab)"), R"({"text":"{\"userSig\":\"**","name":"n"})");
+  EXPECT_EQ(inText(R"({"myuserSig":"ab"} userSig)"),
+            R"({"text":"{\"myuserSig\":\"ab\"} userSig","name":"n"})");
+}
+
+}  // namespace
+}  // namespace vemo::test
