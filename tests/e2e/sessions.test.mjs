@@ -109,7 +109,10 @@ test('a scenario is dropped and played; what the phone can’t be told is said',
   await button(panel, 'Play').click();
   await panel.getByText('6 of 6 steps played: 1 did other than before, 1 could not be played.').waitFor();
   const marks = await panel.locator('.remark-mark .unseen').allInnerTexts();
-  assert.deepEqual(marks, ['reply to startLocalAudio: /error/errcode is -1317, was -1314.']);
+  assert.deepEqual(marks, [
+    'reply to startLocalAudio: /error/errcode is -1317, was -1314.',
+    'Not played. Only vemo-replay plays {"get":"role"}.',
+  ]);
   await ada.openPanel('Time line');
   await ada.openPanel('Sessions');
   await panel.getByText('6 of 6 steps played').waitFor();

@@ -17,17 +17,26 @@ export function differences(was: readonly Effect[], is: readonly Effect[], { exa
   const left = [...is];
   const found: string[] = [];
   for (const expected of was) {
-    const at = left.findIndex((effect) => inWords(effect) === inWords(expected));
-    if (at < 0) {
+    const difference = (effect: Effect) =>
+      firstDifference(comparable(expected, exact), comparable(effect, exact), '');
+    const alike = left.filter((effect) => isAlike(expected, effect));
+    const came = alike.find((effect) => difference(effect) === undefined) ?? alike[0];
+    if (!came) {
       found.push(`${inWords(expected)} did not come`);
       continue;
     }
-    const [came] = left.splice(at, 1);
-    const difference = firstDifference(comparable(expected, exact), comparable(came!, exact), '');
-    if (difference) found.push(`${inWords(expected)}: ${difference}`);
+    left.splice(left.indexOf(came), 1);
+    const differing = difference(came);
+    if (differing !== undefined) found.push(`${inWords(came)}: ${differing}`);
   }
   if (whole) for (const effect of left) found.push(`${inWords(effect)} came besides`);
   return found;
+}
+
+// A scenario need not say what an effect is about.
+function isAlike(expected: Effect, came: Effect): boolean {
+  const about = nameOf(expected);
+  return came.effect === expected.effect && (about === '' || about === nameOf(came));
 }
 
 const words: Record<string, string> = {
@@ -45,7 +54,7 @@ function inWords(effect: Effect): string {
 // What two runs have in common: labels, places in the source and what a record says of its
 // parameters belong to one run.
 function comparable(effect: Effect, exact: boolean): unknown {
-  const { error = null, retval = null, args, title, message, buttons, argument } = effect as Record<string, any>;
+  const { error, retval, args, title, message, buttons, argument } = effect as Record<string, any>;
   switch (effect.effect) {
     case 'reply':
       return { error, ...(exact && { retval }) };

@@ -168,7 +168,7 @@ function rowOfStep(step: JsonObject): NewRow {
     case 'device':
       return { kind: 'settings', title: 'Settings', text: JSON.stringify(value) };
     default:
-      return { kind: 'native', title: verb, text: JSON.stringify(step) };
+      return { kind: 'note', title: verb, text: JSON.stringify(step) };
   }
 }
 
