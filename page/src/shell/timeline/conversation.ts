@@ -13,8 +13,8 @@ export interface Message {
   cbid: string | undefined;
   params: unknown;
 }
-/** What can be said of a page message in plain words. */
-export type Lint = (message: Message) => Remark[];
+/** What can be said of a page message in plain words, at once and, by `say`, when more is known. */
+export type Lint = (message: Message, say: (remark: Remark) => void) => Remark[];
 
 type Noted = Extract<FromPhone, { kind: 'noted' }>;
 type When = Required<Pick<NewRow, 'at' | 'thread' | 'periodic'>>;
@@ -71,7 +71,8 @@ export class Conversation {
     const params = member(envelope, 'params');
     if (action === 'playMusic' && !asksForAnswer(params))
       giveUp(row, 'Never answered, by the protocol: none of "onStart", "onProgress" and "onComplete" is set.');
-    this.timeline.remark(row, ...this.lint({ text, action, cbid, params }));
+    const say = (remark: Remark) => this.timeline.remark(row, remark);
+    this.timeline.remark(row, ...this.lint({ text, action, cbid, params }, say));
   }
 
   /** A script that the page runs next. `needLog` is false for periodic ones. */
