@@ -233,6 +233,28 @@ test('names of controls say one thing each', async () => {
   ]);
 });
 
+test('captions of controls stand apart on a narrow phone', async () => {
+  const first = await open();
+  await first.page.getByRole('button', { name: 'Add a phone' }).click();
+  const ada = first.numbered(1);
+  await ada.enter({ name: 'Ada' });
+  await first.openPanel('Phone'); // which leaves the phones 320 pixels each
+  const spans = await ada.view.locator('.control .caption').evaluateAll((captions) =>
+    captions.map((caption) => {
+      const range = document.createRange();
+      range.selectNodeContents(caption);
+      const { left, right, top } = range.getBoundingClientRect();
+      return { text: caption.textContent, left, right, top };
+    }),
+  );
+  assert.ok(spans.length > 5);
+  for (const [at, { text, right, top }] of spans.entries()) {
+    const next = spans[at + 1];
+    if (next && next.top === top && next.left > spans[at].left)
+      assert.ok(next.left - right >= 4, `${text} and ${next.text}: ${next.left - right} px`);
+  }
+});
+
 for (const screen of screens)
   test(`names in the tiles are whole at ${screen.width}x${screen.height}, beside the drawer too`, async () => {
     await entered({ name: 'Ben' });

@@ -145,7 +145,7 @@ function Player({ playback, close }: { playback: Playback; close: () => void }) 
         </div>
         <p class="session-state" role="status">
           {at.value === 0
-            ? `${inWords(steps, 'step')}. They are played on a phone of their own, which enters the rooms of the session.`
+            ? `${inWords(steps, 'step')}. They are played on a phone of their own. It enters the rooms of the session, and whoever is there under the same name is removed.`
             : `${at} of ${inWords(steps, 'step')} played: ${
                 differing.value ? `${differing} did other than before` : 'all as before'
               }${unplayed.value ? `, ${unplayed} could not be played` : ''}.`}
