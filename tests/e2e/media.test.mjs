@@ -286,11 +286,11 @@ test('the picture of a phone that is cut off stands still until it is back', asy
   await ada.answerPrompt('camera', true);
   const picture = ben.nativeView('Ada');
   await picture.waitFor();
-  // A picture that moves is another one every five seconds: three hundred frames of the display.
+  // A picture that moves is another one every ten seconds: six hundred frames of the display.
   const standsStill = () =>
     picture.evaluate(async (canvas) => {
       const before = canvas.toDataURL();
-      for (let frame = 0; frame < 330; ++frame) await new Promise(requestAnimationFrame);
+      for (let frame = 0; frame < 630; ++frame) await new Promise(requestAnimationFrame);
       return canvas.toDataURL() === before;
     });
   const comesToStandStill = async () => {

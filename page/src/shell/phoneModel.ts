@@ -201,7 +201,7 @@ export class PhoneModel {
       case 'broadcastPicker':
         return this.showBroadcastPicker();
       case 'pictures':
-        return void (this.pictures.value = frame.pictures);
+        return this.takePictures(frame.pictures);
       case 'image':
         return void this.images.set(frame.id, frame);
       case 'saved':
@@ -217,6 +217,11 @@ export class PhoneModel {
   /** Something went wrong. */
   problem(text: string): void {
     this.timeline.add({ kind: 'problem', title: text, text, failed: true });
+  }
+
+  // They are told again and again, and mostly as they were.
+  private takePictures(pictures: readonly Picture[]): void {
+    if (JSON.stringify(pictures) !== JSON.stringify(this.pictures.peek())) this.pictures.value = pictures;
   }
 
   private takeSettings(settings: PhoneSettings): void {
