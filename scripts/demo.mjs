@@ -21,7 +21,7 @@ function tell(text) {
 let pictures = 0;
 async function picture(phone, name) {
   const file = `${String(++pictures).padStart(2, '0')}-${name}.png`;
-  await phone.settled();
+  await phone.still();
   await phone.page.screenshot({ path: `${folder}/${file}` });
   tell(`       picture ${file}`);
 }

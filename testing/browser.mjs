@@ -13,11 +13,17 @@ import { fileURLToPath } from 'node:url';
 const require = createRequire(new URL('../page/package.json', import.meta.url));
 const { chromium } = require('playwright-core');
 /** The accessibility checker, as a script. */
-const checker = () => readFileSync(require.resolve('axe-core/axe.min.js'), 'utf8');
+const checker = readFileSync(require.resolve('axe-core/axe.min.js'), 'utf8');
 
 const root = fileURLToPath(new URL('..', import.meta.url));
 export const simulatorProgram =
   process.env.VEMO_SIMULATOR ?? `${root}build/release/apps/simulator/vemo-simulator`;
+/** The screens that all must be seen well on: of a computer, of a phone, and of a phone that lies. */
+export const screens = [
+  { width: 1280, height: 800 },
+  { width: 390, height: 844 },
+  { width: 844, height: 390 },
+];
 const waitMs = 60_000; // much, for machines with much to do
 
 /**
@@ -119,6 +125,19 @@ export function sendRaw(frame, texts, last) {
   );
 }
 
+/** What the checker finds in one document, by all its rules or by these. */
+async function findingsIn(frame, rules) {
+  if (!(await frame.evaluate(() => 'axe' in window))) await frame.evaluate(checker);
+  const violations = await frame.evaluate(async (rules) => {
+    // What was found to be well need not be told.
+    const options = { iframes: false, resultTypes: ['violations'] };
+    return (await window.axe.run(document, rules ? { ...options, runOnly: rules } : options)).violations;
+  }, rules);
+  return violations.flatMap(({ id, nodes }) =>
+    nodes.map(({ target, failureSummary }) => `${id}: ${target.flat().join(' ')}: ${failureSummary}`),
+  );
+}
+
 /** A phone: a browser page with the simulator's shell, and the classroom page in it. */
 export class Phone {
   constructor(page) {
@@ -191,18 +210,18 @@ export class Phone {
 
   /**
    * What an accessibility checker finds in the shell and in each page, each document by itself: those
-   * beside each other are no one document.
+   * beside each other are no one document. In light and, as far as colours go, in dark.
    */
   async findings() {
     await this.still(); // what fades in has too little contrast
-    const found = this.page.frames().map(async (frame) => {
-      await frame.evaluate(checker());
-      const { violations } = await frame.evaluate(() => window.axe.run(document, { iframes: false }));
-      return violations.flatMap(({ id, nodes }) =>
-        nodes.map(({ target, failureSummary }) => `${id}: ${target.flat().join(' ')}: ${failureSummary}`),
-      );
-    });
-    return (await Promise.all(found)).flat();
+    const found = [];
+    for (const [colorScheme, rules] of [['light'], ['dark', ['color-contrast']]]) {
+      await this.page.emulateMedia({ colorScheme });
+      for (const one of await Promise.all(this.page.frames().map((frame) => findingsIn(frame, rules))))
+        found.push(...one.map((finding) => `${colorScheme}: ${finding}`));
+    }
+    await this.page.emulateMedia({ colorScheme: null });
+    return found;
   }
 
   control(name) {

@@ -15,7 +15,6 @@ constexpr std::size_t kSlowBytes = std::size_t{1} << 20U;
 }  // namespace
 
 void LiveNotes::note(const Note& note) {
-  if (note.kind == Note::Kind::task) return;
   const std::lock_guard lock(mutex_);
   if (note.periodic && page_->unsentBytes() > kSlowBytes) {
     ++lost_;
@@ -28,10 +27,12 @@ void LiveNotes::note(const Note& note) {
   std::string buffer;
   const auto text = mask_.masked(note.text, buffer);
   boost::json::object frame{{"kind", "noted"}, {"at", note.at.count()}, {"thread", note.thread}};
-  if (note.kind == Note::Kind::step) {
-    frame["step"] = notedStep(text);
-  } else {
-    frame["effect"] = notedEffect(text);
+  if (note.step > 0) frame["number"] = note.step;
+  if (note.periodic) frame["periodic"] = true;
+  switch (note.kind) {
+    case Note::Kind::step: frame["step"] = notedStep(text); break;
+    case Note::Kind::task: frame["queuedBy"] = note.queuedBy; break;
+    case Note::Kind::effect: frame["effect"] = notedEffect(text); break;
   }
   page_->send(jsonText(frame));
 }

@@ -16,8 +16,10 @@ namespace vemo {
 /// Tells a page's frame what goes into its phone's router and what comes out, in the order in
 /// which it happens, while the frame wants to know: frames of the kind "noted" with "at"
 /// (milliseconds since the epoch), "thread" and either "step" or "effect", objects as scenarios
-/// and transcripts have them (docs/scenarios.md). The tasks of the main queue are not told by
-/// themselves; what they do is.
+/// and transcripts have them (docs/scenarios.md), or "queuedBy": a task of the main queue begins,
+/// queued by the step of that number. "number" is the step's own number; of an effect, and of an
+/// answer of the device, that of the step or task in which it came. "periodic" is true where it
+/// is, or comes of, what comes again and again.
 ///
 /// While more than a mebibyte waits to be sent, what comes again and again is left out: before
 /// the next frame there is one with "lost", how many they were. Signatures are masked, as in

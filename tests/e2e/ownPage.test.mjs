@@ -216,12 +216,53 @@ test('a frame within the page is not taken for the page, though of its origin', 
   assert.equal(await ada.view.frameLocator('iframe').locator('body').innerText(), 'asked');
 });
 
+test('a page of another origin has the text size and the language of its phone, and its functions are seen', async () => {
+  const page = await serve(`<script src="vemo-client.js"></script><output></output><script>
+      const bridge = new VemoClient.Bridge();
+      const show = () => document.querySelector('output').textContent = navigator.language + ' ' + navigator.languages;
+      addEventListener('languagechange', show);
+      window.there = () => {};
+      const callbacks = ['there', 'gone.missing'].map((name) => ({ sdkcbName: 'onWarning', jsRecvcbName: name }));
+      bridge.registCallBacks({ callbacks });
+    </script>`);
+  const simulator = await simulate('--page-url', page);
+  const ada = new Phone(await context.newPage());
+  await ada.page.goto(`${simulator.address}?text=150&lang=de`);
+  await ada.view.locator('output', { hasText: 'de de' }).waitFor();
+  const fontSize = () => ada.page.frames()[1].evaluate(() => document.documentElement.style.fontSize);
+  assert.equal(await fontSize(), '150%');
+  const panel = await ada.openPanel('Time line');
+  const row = ada.row('registCallBacks');
+  const missing = '“onWarning” goes to “gone.missing”, and the page has no such function now.';
+  await row.locator('.remark-mark', { hasText: missing }).waitFor();
+  await row.locator('.row-head').click();
+  assert.deepEqual(await row.locator('p.remark').allInnerTexts(), [missing]);
+
+  await ada.openPanel('Phone');
+  await panel.getByLabel('Language').selectOption('Chinese (China)');
+  await ada.view.locator('output', { hasText: 'zh-CN zh-CN' }).waitFor();
+  await panel.getByLabel('Text size').selectOption('100 %');
+  await panel.getByLabel('Language').selectOption('As this browser');
+  await ada.view.locator('output', { hasText: 'en' }).waitFor();
+  assert.equal(await fontSize(), '');
+  assert.deepEqual(ada.problems, []);
+});
+
 test('a page that floods, reloads in a loop or sends nonsense leaves the others working', async () => {
   newPage();
   const good = await simulate('--page', folder);
   const bad = {
     flood: `<script>
       const text = JSON.stringify({ head: { action: 'flood' }, cbid: '1', params: { a: 'x'.repeat(1000) } });
+      addEventListener('message', ({ ports: [port] }) => {
+        setInterval(() => {
+          for (let sent = 0; sent < 100; ++sent) port.postMessage({ kind: 'message', text });
+        }, 20);
+      });
+      parent.postMessage({ vemo: 'connect' }, '*');
+    </script>`,
+    deluge: `<script>
+      const text = JSON.stringify({ head: { action: 'flood' }, params: { a: 'x'.repeat(200_000) } });
       addEventListener('message', ({ ports: [port] }) => {
         setInterval(() => {
           for (let sent = 0; sent < 100; ++sent) port.postMessage({ kind: 'message', text });
@@ -245,6 +286,7 @@ test('a page that floods, reloads in a loop or sends nonsense leaves the others 
   for (const [name, html] of Object.entries(bad)) writeFileSync(join(folder, `${name}.html`), html);
   const words = {
     flood: 'flood',
+    deluge: 'The page sends faster than its phone takes it, and was cut off.',
     reload: 'The page has loaded',
     nonsense: 'a message that is no text',
   };

@@ -4,7 +4,7 @@
 import assert from 'node:assert/strict';
 import { readFile } from 'node:fs/promises';
 import { test } from 'node:test';
-import { sendRaw, simulatorForEachTest } from '../../testing/browser.mjs';
+import { screens, sendRaw, simulatorForEachTest } from '../../testing/browser.mjs';
 
 const { open, entered, stopSimulator } = simulatorForEachTest();
 
@@ -443,13 +443,8 @@ test('what of the address can’t be used is named, and the rest is used', async
 
 // ---- For everybody
 
-for (const screen of [
-  { width: 1280, height: 800 },
-  { width: 1280, height: 800, colorScheme: 'dark' },
-  { width: 390, height: 844 },
-  { width: 844, height: 390, colorScheme: 'dark' },
-]) {
-  test(`the checker finds nothing in the tools at ${screen.width}x${screen.height}, ${screen.colorScheme ?? 'light'}`, async () => {
+for (const screen of screens) {
+  test(`the checker finds nothing in the tools at ${screen.width}x${screen.height}`, async () => {
     const ada = await open(screen, '?room=many');
     const clean = async (where) => assert.deepEqual(await ada.findings(), [], where);
     await clean('the address');

@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <chrono>
 #include <initializer_list>
+#include <map>
 #include <memory>
+#include <set>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -351,6 +353,7 @@ TEST_F(PhoneTest, TellsWhatGoesInAndComesOutWhileTheFrameWantsToKnow) {
   std::vector<std::string> threads;
   for (const auto& noted : ada.page->frames("noted")) {
     EXPECT_GT(noted.at("at").as_int64(), 1'600'000'000'000) << "milliseconds since the epoch";
+    if (noted.contains("queuedBy")) continue;
     const auto* const step = noted.if_contains("step");
     const auto& what = noted.at(step ? "step" : "effect").as_object();
     for (const auto* key : {"command", "event", "call", "item"})
@@ -364,6 +367,44 @@ TEST_F(PhoneTest, TellsWhatGoesInAndComesOutWhileTheFrameWantsToKnow) {
                                       "enterRoom", "setDefaultStreamRecvMode", "enterRoom",
                                       "onEnterRoom", "enableAudioVolumeEvaluation", "m3"}));
   EXPECT_EQ(threads, (std::vector<std::string>{"main", "main", "engine"}));
+}
+
+TEST_F(PhoneTest, TellsByNumbersWhatCameOfWhat) {
+  const auto ada = connect();
+  frame(ada, {{"kind", "note"}, {"on", true}});
+  command(ada, "initSDK", {}, "init");
+  command(ada, "enterRoom", enterParams("ada", "good"), "enter");
+  pass(seconds(10));
+
+  const std::set<std::string> kPeriodic{"onStatistics", "onNetworkQuality", "onUserVoiceVolume"};
+  // The steps by number; a task stands for the step that it comes of.
+  std::map<std::int64_t, std::string> steps;
+  std::set<std::string> causes;
+  bool periodic = false;
+  for (const auto& noted : ada.page->frames("noted")) {
+    const auto number = noted.at("number").as_int64();
+    const auto* const step = noted.if_contains("step");
+    if (const auto* queuedBy = noted.if_contains("queuedBy")) {
+      ASSERT_TRUE(steps.contains(queuedBy->as_int64())) << jsonText(noted);
+      steps[number] = steps[queuedBy->as_int64()];
+    } else if (!step) {
+      ASSERT_TRUE(steps.contains(number)) << jsonText(noted);
+      const auto& effect = noted.at("effect").as_object();
+      const auto& name = effect.at("effect").as_string();
+      causes.insert(steps[number] + " > " +
+                    (name == "script" ? jsonText(effect.at("argument").at("head").at("action"))
+                                      : std::string(name)));
+    } else if (!step->as_object().contains("device")) {
+      EXPECT_FALSE(steps.contains(number)) << jsonText(noted);
+      for (const auto* key : {"command", "event"})
+        if (step->as_object().contains(key)) steps[number] = step->at(key).as_string();
+      EXPECT_EQ(noted.contains("periodic"), kPeriodic.contains(steps[number])) << jsonText(noted);
+      periodic = periodic || noted.contains("periodic");
+    }
+  }
+  EXPECT_TRUE(causes.contains("initSDK > reply"));
+  EXPECT_TRUE(causes.contains("onEnterRoom > reply"));
+  EXPECT_TRUE(periodic);
 }
 
 TEST_F(PhoneTest, AFrameThatReadsSlowlyMissesOnlyWhatComesAgainAndAgain) {

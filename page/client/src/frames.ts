@@ -11,6 +11,8 @@ export type FromPage =
   /** A script has failed. */
   | { kind: 'failed'; script: string; error: string }
   | ({ kind: 'places' } & Places)
+  /** Whether the page has the function that was asked for. */
+  | { kind: 'has'; path: string; has: boolean }
   /** The page goes away. */
   | { kind: 'bye' };
 
@@ -19,7 +21,11 @@ export type ToPage =
   | { kind: 'script'; text: string }
   /** What lay above the page is gone: the focus goes back where it was. */
   | { kind: 'focus' }
-  | { kind: 'reload' };
+  | { kind: 'reload' }
+  /** How the phone is set: the size of text in percent, the language; absent: as the browser is. */
+  | { kind: 'look'; textSize?: number | undefined; language?: string | undefined }
+  /** Asks whether the page has this function now, such as `vemoBridge.onEvent`. */
+  | { kind: 'has'; path: string };
 
 /** Where something lies in the page's window: left, top, width, height (CSS pixels). */
 export type Box = [left: number, top: number, width: number, height: number];

@@ -25,6 +25,8 @@ export function simulator({ origin }: { origin?: string } = {}): Transport {
         if (frame.kind === 'script') run(frame.text, post);
         if (frame.kind === 'focus') giveFocusBack();
         if (frame.kind === 'reload') location.reload();
+        if (frame.kind === 'look') wear(frame);
+        if (frame.kind === 'has') post({ ...frame, has: typeof found(frame.path).value === 'function' });
       };
       addEventListener('pagehide', () => post({ kind: 'bye' }));
       watchPlaces((places) => post({ kind: 'places', ...places }));
@@ -40,14 +42,39 @@ export function simulator({ origin }: { origin?: string } = {}): Transport {
 function run(script: string, post: (frame: FromPage) => void): void {
   try {
     const [, path, json] = /^([\w$]+(?:\.[\w$]+)*)\(([^]*)\)$/.exec(script) ?? [];
-    const names = path?.split('.') ?? [];
-    const name = names.pop();
-    const owner = names.reduce((object: any, key) => object?.[key], self);
-    if (name && typeof owner?.[name] === 'function' && isJson(json!)) owner[name](JSON.parse(json!));
+    const { owner, value } = found(path ?? '');
+    if (typeof value === 'function' && isJson(json!)) value.call(owner, JSON.parse(json!));
     else (0, eval)(script);
   } catch (error) {
     post({ kind: 'failed', script, error: String(error) });
   }
+}
+
+// What the page calls so, and what that belongs to.
+function found(path: string): { owner?: any; value?: any } {
+  let owner: any;
+  let value: any = self;
+  for (const name of path.split('.')) [owner, value] = [value, value?.[name]];
+  return { owner, value };
+}
+
+// The page sees its user's language as the phone is set. What it read before stays; so does what its
+// server is told.
+function wear({ textSize, language }: Extract<ToPage, { kind: 'look' }>): void {
+  document.documentElement.style.fontSize = textSize ? `${textSize}%` : '';
+  const before = navigator.language;
+  const own = navigator as { language?: string; languages?: readonly string[] };
+  if (language) {
+    const configurable = true;
+    Object.defineProperties(own, {
+      language: { configurable, value: language },
+      languages: { configurable, value: [language] },
+    });
+  } else {
+    delete own.language;
+    delete own.languages;
+  }
+  if (navigator.language !== before) dispatchEvent(new Event('languagechange'));
 }
 
 function isJson(text: string): boolean {

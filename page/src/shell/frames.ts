@@ -46,6 +46,8 @@ export type FromPhone =
       buttons: { title: string; destructive: boolean }[];
     }
   | { kind: 'openSettings' }
+  /** The recording of the last minutes: the text of a .vemorec file. */
+  | { kind: 'saved'; text: string }
   | { kind: 'broadcastPicker' }
   | { kind: 'pictures'; pictures: Picture[] }
   | { kind: 'image'; id: number; width: number; height: number; rgba: string }
@@ -93,5 +95,7 @@ export type ToPhone =
   /** How downloads fail from now on; null: they don't. */
   | { kind: 'downloads'; error: { code: number; text: string } | null }
   | { kind: 'pictures' }
+  /** Asks for the recording of the last minutes. */
+  | { kind: 'save' }
   /** Whether what happens at the router is to be told. */
   | { kind: 'note'; on: boolean };

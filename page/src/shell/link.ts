@@ -39,6 +39,7 @@ function arePlaces({ views, above }: Places): boolean {
 
 /** How much of a page may wait to be sent; more ends its connection (characters). */
 const maxUnsent = 8_000_000;
+const maxAskers = 1000;
 const noPlaces: Places = { views: [], above: [] };
 
 /**
@@ -47,6 +48,9 @@ const noPlaces: Places = { views: [], above: [] };
  */
 export class PhoneLink {
   private socket: WebSocket | undefined;
+  private port: MessagePort | undefined;
+  /** Who asks whether the page has a function. */
+  private askers: { path: string; tell: (has: boolean) => void }[] = [];
 
   constructor(
     private readonly watcher: LinkWatcher,
@@ -58,6 +62,7 @@ export class PhoneLink {
     this.detach();
     const socket = new WebSocket(`ws://${location.host}/phone`);
     this.socket = socket;
+    this.port = port;
     const early: string[] = [];
     const current = () => this.socket === socket;
     const tellPage = (frame: ToPage) => port.postMessage(frame);
@@ -113,6 +118,8 @@ export class PhoneLink {
           return arePlaces(frame) ? this.watcher.onPlaces(frame) : undefined;
         case 'failed':
           return this.watcher.onScriptError(frame.script, frame.error);
+        case 'has':
+          return this.told(frame);
         case 'bye':
           return this.detach();
       }
@@ -127,6 +134,20 @@ export class PhoneLink {
     this.memory.sent(frame);
   }
 
+  /** Asks the page whether it has a function; a page that says nothing of it is not waited for. */
+  askFor(path: string, tell: (has: boolean) => void): void {
+    if (this.askers.length >= maxAskers) this.askers.shift();
+    this.askers.push({ path, tell });
+    const question: ToPage = { kind: 'has', path };
+    this.port?.postMessage(question);
+  }
+
+  private told({ path, has }: Extract<FromPage, { kind: 'has' }>): void {
+    const told = this.askers.filter((asker) => asker.path === path);
+    this.askers = this.askers.filter((asker) => asker.path !== path);
+    for (const { tell } of told) tell(has === true);
+  }
+
   /** Makes the phone like new. */
   reset(): void {
     for (const frame of this.memory.reset()) this.send(frame);
@@ -136,6 +157,8 @@ export class PhoneLink {
   detach(): void {
     const socket = this.socket;
     this.socket = undefined;
+    this.port = undefined;
+    this.askers = [];
     socket?.close();
     this.watcher.onPlaces(noPlaces);
   }

@@ -13,7 +13,7 @@ import type { PhoneModel } from './phoneModel';
 const soonMs = 100;
 const seldomMs = 3000;
 /** How often a picture that moves is another one. */
-const tickMs = 5000;
+const tickMs = 10_000;
 
 interface Shown {
   picture: Picture;

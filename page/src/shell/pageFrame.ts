@@ -60,6 +60,11 @@ export class PageFrame {
     this.send({ kind: 'focus' });
   }
 
+  /** Has the page look as the phone is set. */
+  look(look: Omit<Extract<ToPage, { kind: 'look' }>, 'kind'>): void {
+    this.send({ kind: 'look', ...look });
+  }
+
   private send(frame: ToPage): void {
     this.port?.postMessage(frame);
   }

@@ -4,6 +4,7 @@ import { useRef } from 'preact/hooks';
 import { IconButton } from '../icons';
 import './panel.css';
 import { PhonePage } from './phonePage';
+import { SessionPage } from './session/sessionPage';
 import { TimelinePage } from './timeline/timelinePage';
 import { BotsPage } from './tools/botsPage';
 import { CoveragePage } from './tools/coveragePage';
@@ -20,6 +21,7 @@ const pageOf = {
   Faults: FaultsPage,
   Bots: BotsPage,
   Coverage: CoveragePage,
+  Sessions: SessionPage,
 };
 
 export function Panel({ workbench, close }: { workbench: Workbench; close: () => void }) {
@@ -77,7 +79,7 @@ export function Panel({ workbench, close }: { workbench: Workbench; close: () =>
         <IconButton name="close" title="Close panel" press={close} />
       </header>
       <div id="tab-page" class="panel-page" role="tabpanel" aria-labelledby={`tab-${chosen.value}`}>
-        <Page key={phone.number} phone={phone} />
+        <Page key={phone.number} phone={phone} workbench={workbench} />
       </div>
     </aside>
   );

@@ -76,6 +76,8 @@ export class PhoneModel {
 
   private readonly waitingDialogs: Dialog[] = [];
   private lastDialog = 0;
+  /** Who waits for the recording of the last minutes. */
+  private savers: ((text: string | undefined) => void)[] = [];
 
   /** `number` tells it from the other phones of this window. */
   constructor(
@@ -97,6 +99,15 @@ export class PhoneModel {
   send(frame: ToPhone): void {
     this.tellOf(frame);
     this.link.send(frame);
+  }
+
+  /** The recording of the last minutes: the text of a .vemorec file; nothing without a phone. */
+  recording(): Promise<string | undefined> {
+    return new Promise((resolve) => {
+      if (this.state.peek() !== 'ready') return resolve(undefined);
+      this.savers.push(resolve);
+      this.send({ kind: 'save' });
+    });
   }
 
   /** Makes the phone like new. */
@@ -157,6 +168,7 @@ export class PhoneModel {
   private changeState(state: LinkState): void {
     this.state.value = state;
     if (state === 'ready') return;
+    for (const saver of this.savers.splice(0)) saver(undefined);
     this.waitingDialogs.length = 0;
     this.images.clear();
     batch(() => {
@@ -189,9 +201,11 @@ export class PhoneModel {
       case 'broadcastPicker':
         return this.showBroadcastPicker();
       case 'pictures':
-        return void (this.pictures.value = frame.pictures);
+        return this.takePictures(frame.pictures);
       case 'image':
         return void this.images.set(frame.id, frame);
+      case 'saved':
+        return this.savers.shift()?.(frame.text);
       case 'noted':
         return this.conversation.noted(frame);
       case 'problem':
@@ -203,6 +217,11 @@ export class PhoneModel {
   /** Something went wrong. */
   problem(text: string): void {
     this.timeline.add({ kind: 'problem', title: text, text, failed: true });
+  }
+
+  // They are told again and again, and mostly as they were.
+  private takePictures(pictures: readonly Picture[]): void {
+    if (JSON.stringify(pictures) !== JSON.stringify(this.pictures.peek())) this.pictures.value = pictures;
   }
 
   private takeSettings(settings: PhoneSettings): void {

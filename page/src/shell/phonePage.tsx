@@ -1,5 +1,6 @@
 // How a phone is set: its settings are sent as soon as they are changed.
 
+import { useSignal } from '@preact/signals';
 import type { ComponentChildren } from 'preact';
 import type { PhoneSettings, ToPhone } from './frames';
 import './phonePage.css';
@@ -130,10 +131,17 @@ function Choice(props: {
 
 function Text(props: { label: string; value: string; change: (text: string) => void }) {
   const { label, value, change } = props;
+  // Settings may come while somebody types.
+  const typed = useSignal<string | undefined>(undefined);
   return (
     <label class="field">
       <span>{label}</span>
-      <input value={value} onChange={({ currentTarget }) => change(currentTarget.value)} />
+      <input
+        value={typed.value ?? value}
+        onInput={({ currentTarget }) => (typed.value = currentTarget.value)}
+        onChange={({ currentTarget }) => change(currentTarget.value)}
+        onBlur={() => (typed.value = undefined)}
+      />
     </label>
   );
 }

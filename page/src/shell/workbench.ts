@@ -2,6 +2,7 @@
 
 import { computed, signal } from '@preact/signals';
 import { PhoneModel } from './phoneModel';
+import type { Playback } from './session/playback';
 import { profileOf } from './tools/profile';
 import { toolboxOf } from './tools/toolbox';
 
@@ -19,6 +20,7 @@ export const panelTitles = [
   'Faults',
   'Bots',
   'Coverage',
+  'Sessions',
 ] as const;
 export type PanelTitle = (typeof panelTitles)[number];
 
@@ -32,6 +34,8 @@ export class Workbench {
   readonly isPanelOpen = signal(false);
   /** The number of the panel's page that is open. */
   readonly panelPage = signal(0);
+  /** The saved session that is open. */
+  readonly playback = signal<Playback | undefined>(undefined);
   /** What of the window's address can't be used, a sentence each. */
   readonly addressProblems = signal<readonly string[]>([]);
 

@@ -13,8 +13,8 @@ export interface Message {
   cbid: string | undefined;
   params: unknown;
 }
-/** What can be said of a page message in plain words. */
-export type Lint = (message: Message) => Remark[];
+/** What can be said of a page message in plain words, at once and, by `say`, when more is known. */
+export type Lint = (message: Message, say: (remark: Remark) => void) => Remark[];
 
 type Noted = Extract<FromPhone, { kind: 'noted' }>;
 type When = Required<Pick<NewRow, 'at' | 'thread' | 'periodic'>>;
@@ -71,7 +71,8 @@ export class Conversation {
     const params = member(envelope, 'params');
     if (action === 'playMusic' && !asksForAnswer(params))
       giveUp(row, 'Never answered, by the protocol: none of "onStart", "onProgress" and "onComplete" is set.');
-    this.timeline.remark(row, ...this.lint({ text, action, cbid, params }));
+    const say = (remark: Remark) => this.timeline.remark(row, remark);
+    this.timeline.remark(row, ...this.lint({ text, action, cbid, params }, say));
   }
 
   /** A script that the page runs next. `needLog` is false for periodic ones. */
@@ -100,16 +101,19 @@ export class Conversation {
     if (lost !== undefined)
       this.timeline.add({ kind: 'note', title: `${lost} periodic notes of the router were left out: there was no time for them.` });
     if (step) {
-      const row = this.notedStep(step, when);
+      const row = this.notedStep(step, when, number);
       if (row && !('device' in step)) this.begins(row, when, number);
     } else if (effect) {
-      const cause = number === undefined ? this.stepAt(when) : this.steps.get(number);
       const row = rowOfEffect(effect);
-      if (row) this.timeline.add({ ...row, ...when, cause });
+      if (row) this.timeline.add({ ...row, ...when, cause: this.causeOf(when, number) });
     } else if (noted.queuedBy !== undefined) {
       const row = this.steps.get(noted.queuedBy);
       if (row) this.begins(row, when, number);
     }
+  }
+
+  private causeOf(when: When, number: number | undefined): Row | undefined {
+    return number === undefined ? this.stepAt(when) : this.steps.get(number);
   }
 
   // What comes of a step has its time; anything else is of a task that was queued earlier.
@@ -126,7 +130,11 @@ export class Conversation {
   }
 
   // The row of a step: that of the message it is, or a new one.
-  private notedStep(step: Record<string, unknown>, when: When): Row | undefined {
+  private notedStep(
+    step: Record<string, unknown>,
+    when: When,
+    number: number | undefined,
+  ): Row | undefined {
     const { command, message } = step;
     let row: Row | undefined;
     if (command !== undefined || message !== undefined) {
@@ -145,7 +153,7 @@ export class Conversation {
         text: JSON.stringify(step),
         failed: value === 'onError',
         // What the device answers belongs to who asked it.
-        cause: verb === 'device' ? this.stepAt(when) : undefined,
+        cause: verb === 'device' ? this.causeOf(when, number) : undefined,
       });
       if (verb === 'event') this.untold.push(row);
       if (this.untold.length > remembered) this.untold.shift();

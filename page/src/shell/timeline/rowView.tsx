@@ -115,10 +115,11 @@ const mostAnswers = 20;
 
 /** What is seen of a row that is unfolded. */
 export function RowDetails(props: {
-  phone: PhoneModel;
+  /** The one that what can be done with a row acts on; without it nothing can. */
+  phone?: PhoneModel | undefined;
   row: Row;
   showsSecrets: boolean;
-  copy: (row: Row) => void;
+  copy?: ((row: Row) => void) | undefined;
 }) {
   const { phone, row, showsSecrets, copy } = props;
   const shown = shower(showsSecrets);
@@ -126,7 +127,7 @@ export function RowDetails(props: {
   const message = row.kind === 'command' ? parsed(row.text) : undefined;
   const params = member(message, 'params');
   const nativecb = member(message, 'nativecb');
-  const actions = rowActions.filter(({ fits }) => fits(row));
+  const actions = phone ? rowActions.filter(({ fits }) => fits(row)) : [];
   return (
     <div class="details">
       {row.remarks?.map(({ tone, text }) => (
@@ -153,11 +154,13 @@ export function RowDetails(props: {
         row.text !== '' && <pre>{indented(shown(row.text))}</pre>
       )}
       <div class="row-actions">
-        <button type="button" class="small" onClick={() => copy(row)}>
-          Copy
-        </button>
+        {copy && (
+          <button type="button" class="small" onClick={() => copy(row)}>
+            Copy
+          </button>
+        )}
         {actions.map(({ title, run }) => (
-          <button key={title} type="button" class="small" onClick={() => run(phone, row)}>
+          <button key={title} type="button" class="small" onClick={() => run(phone!, row)}>
             {title}
           </button>
         ))}

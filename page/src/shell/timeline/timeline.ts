@@ -168,6 +168,11 @@ export class Timeline {
   remark(row: Row, ...remarks: Remark[]): void {
     if (remarks.length === 0) return;
     row.remarks = [...(row.remarks ?? []), ...remarks];
+    this.revise();
+  }
+
+  /** Something about earlier rows has changed otherwise than through this class. */
+  revise(): void {
     this.revised += 1;
     this.changed();
   }

@@ -20,6 +20,8 @@ export interface Remark {
 
 /** Whether the page has this function now; nothing when that can't be seen from here. */
 export type HasFunction = (path: string) => boolean | undefined;
+/** Asks for such a function; what is to be said, is when the page hasn't got it. */
+export type AskFor = (path: string, ifMissing: Remark) => void;
 
 interface Sent {
   action: string;
@@ -50,7 +52,7 @@ export class Linter {
   }
 
   /** A page message on its way to the phone. */
-  message(text: string): Remark[] {
+  message(text: string, askFor: AskFor = () => {}): Remark[] {
     const message = readMessage(text);
     const { object, action } = message;
     if (!object) return [error('This is no JSON object. It is answered with “bad message”, if at all.')];
@@ -63,7 +65,7 @@ export class Linter {
       ...this.neverAnswered(command),
       ...this.cbid(message),
       ...params(command, object['params']),
-      ...this.functions(command, objectOf(object['params'])),
+      ...this.functions(command, objectOf(object['params']), askFor),
     ];
     this.follow(command, message);
     return remarks;
@@ -152,8 +154,12 @@ export class Linter {
     ];
   }
 
-  private functions({ name }: CommandData, given: Record<string, unknown> | undefined): Remark[] {
-    if (name === 'registReport') return this.functionNamed(given?.['reportfunc'], 'The report');
+  private functions(
+    { name }: CommandData,
+    given: Record<string, unknown> | undefined,
+    askFor: AskFor,
+  ): Remark[] {
+    if (name === 'registReport') return this.functionNamed(given?.['reportfunc'], 'The report', askFor);
     const callbacks = given?.['callbacks'];
     if (name !== 'registCallBacks' || !Array.isArray(callbacks)) return [];
     return callbacks.flatMap((element: unknown, at) => {
@@ -164,14 +170,17 @@ export class Linter {
         ...(eventNamed(event)
           ? []
           : [warning(`There is no event “${event}”.${didYouMean(event, eventNames)}`)]),
-        ...this.functionNamed(path, `“${event}”`),
+        ...this.functionNamed(path, `“${event}”`, askFor),
       ];
     });
   }
 
-  private functionNamed(path: unknown, what: string): Remark[] {
-    if (typeof path !== 'string' || !path || this.hasFunction(path) !== false) return [];
-    return [warning(`${what} goes to “${path}”, and the page has no such function now.`)];
+  private functionNamed(path: unknown, what: string, askFor: AskFor): Remark[] {
+    if (typeof path !== 'string' || !path) return [];
+    const has = this.hasFunction(path);
+    const missing = warning(`${what} goes to “${path}”, and the page has no such function now.`);
+    if (has === undefined) askFor(path, missing);
+    return has === false ? [missing] : [];
   }
 
   private follow({ name, guard }: CommandData, { cbid }: Message): void {

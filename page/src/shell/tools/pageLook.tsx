@@ -1,4 +1,4 @@
-// How the phone has its page look: dark or light, and its size of text.
+// How the phone has its page look: dark or light, its size of text, its language.
 
 import type { RefObject } from 'preact';
 import { useEffect } from 'preact/hooks';
@@ -6,28 +6,24 @@ import type { PhoneModel } from '../phoneModel';
 
 /** Keeps the page in `frame` as the phone is set. */
 export function usePageLook(shown: RefObject<HTMLIFrameElement | null>, phone: PhoneModel): void {
-  const { dark, textSize } = phone.memory.look;
+  const { dark, textSize, language } = phone.memory.look;
+  const state = phone.state.value;
   useEffect(() => {
-    const frame = shown.current!;
     // The page sees it as what its user prefers.
-    frame.style.colorScheme = dark === undefined ? '' : dark ? 'dark' : 'light';
-    const setTextSize = () => {
-      // Nothing for the page of another origin.
-      const root = frame.contentDocument?.documentElement;
-      if (root) root.style.fontSize = textSize === undefined ? '' : `${textSize}%`;
-    };
-    setTextSize();
-    frame.addEventListener('load', setTextSize);
-    return () => frame.removeEventListener('load', setTextSize);
-  }, [dark, textSize]);
+    shown.current!.style.colorScheme = dark === undefined ? '' : dark ? 'dark' : 'light';
+  }, [dark]);
+  // Each page that connects is told.
+  useEffect(() => phone.page?.look({ textSize, language }), [textSize, language, state]);
 }
 
+const languages = ['en', 'zh-CN', 'de', 'ar'];
+const inWords = (tag: string) => new Intl.DisplayNames('en', { type: 'language' }).of(tag) ?? tag;
 const textSizes = [80, 100, 130, 150, 200];
 
 /** The part of the phone's settings that is about its page. */
 export function LookSettings({ phone }: { phone: PhoneModel }) {
   const { memory } = phone;
-  const { dark, textSize, rotation } = memory.look;
+  const { dark, textSize, language, rotation } = memory.look;
   return (
     <>
       <Choice
@@ -43,6 +39,15 @@ export function LookSettings({ phone }: { phone: PhoneModel }) {
           [...new Set([...textSizes, textSize ?? 100])].sort((a, b) => a - b).map((size) => [size, `${size} %`]),
         )}
         choose={(value) => memory.setLook({ textSize: value === '100' ? undefined : Number(value) })}
+      />
+      <Choice
+        label="Language"
+        value={language ?? ''}
+        options={{
+          '': 'As this browser',
+          ...Object.fromEntries([...new Set([...languages, ...(language ? [language] : [])])].map((tag) => [tag, inWords(tag)])),
+        }}
+        choose={(value) => memory.setLook({ language: value === '' ? undefined : value })}
       />
       <Choice
         label="Rotation"

@@ -81,7 +81,7 @@ export class Toolbox {
   private lastCall = 0;
 
   constructor(private readonly phone: PhoneModel) {
-    phone.conversation.lint = ({ text }) => this.look(readMessage(text));
+    phone.conversation.lint = ({ text }, say) => this.look(readMessage(text), say);
     phone.lintPrompt = (media) => this.linter.prompt(media);
     phone.messageFilter = (text, pass) => {
       pass(text);
@@ -223,8 +223,10 @@ export class Toolbox {
 
   // ---- What passes
 
-  private look(message: Message): Remark[] {
-    const remarks = this.linter.message(message.text);
+  private look(message: Message, say: (remark: Remark) => void): Remark[] {
+    const remarks = this.linter.message(message.text, (path, missing) => {
+      if (isPath(path)) this.phone.link.askFor(path, (has) => has || say(missing));
+    });
     if (message.cbid?.startsWith(this.ownCbids))
       return [{ tone: 'hint', text: 'Sent with the tools, not by the page.' }, ...remarks];
     this.coverage.message(message.text);
@@ -278,9 +280,11 @@ const downloads = (error: DownloadError | undefined): ToPhone => ({
   error: error ?? null,
 });
 
+const isPath = (text: string) => /^[\w$]+(\.[\w$]+)*$/.test(text);
+
 /** Nothing for the page of another origin, and for what is no plain path. */
 function hasFunction(page: Window | null | undefined, path: string): boolean | undefined {
-  if (!page || !/^[\w$]+(\.[\w$]+)*$/.test(path)) return undefined;
+  if (!page || !isPath(path)) return undefined;
   try {
     let value: unknown = page;
     for (const name of path.split('.')) value = (value as Record<string, unknown> | undefined)?.[name];
