@@ -31,7 +31,7 @@ void LiveNotes::note(const Note& note) {
   if (note.periodic) frame["periodic"] = true;
   switch (note.kind) {
     case Note::Kind::step: frame["step"] = notedStep(text); break;
-    case Note::Kind::task: frame["queuedBy"] = note.queuedBy; break;
+    case Note::Kind::task: frame["queuedBy"] = note.by; break;
     case Note::Kind::effect: frame["effect"] = notedEffect(text); break;
   }
   page_->send(jsonText(frame));
