@@ -84,7 +84,7 @@ function usedByRooms(build) {
       if (!library) fail(`${room} includes ${file} of ${owner}, whose licence scripts/make-sbom.mjs does not know`);
       names.add(library[0]);
     }
-    used.set(room, names);
+    used.set(room, new Set([...names].sort())); // the order in which they were built is no matter
   }
   return used;
 }
