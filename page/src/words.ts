@@ -4,6 +4,7 @@ const errors: Record<number, string> = {
   [-1]: 'The request was not understood.',
   [-2]: 'That is not available right now.',
   [-3]: 'You have to be in a room for that.',
+  [-1301]: 'The camera is off.',
   [-1314]: 'The camera can’t be used without your permission.',
   [-1317]: 'The microphone can’t be used without your permission.',
   [-3301]: 'The room refused to let you in.',
@@ -11,6 +12,7 @@ const errors: Record<number, string> = {
   [-3303]: 'You have to be in a room to change your role.',
   [-3304]: 'There is no such role.',
   [-3308]: 'The room did not answer in time. Is this phone online?',
+  [-3309]: 'You left before you were in the room.',
   [-3310]: 'Nothing is being shared.',
   [-3316]: 'This room is full.',
   [-3317]: 'This application is not known to the classroom service.',
@@ -18,6 +20,8 @@ const errors: Record<number, string> = {
   [-3319]: 'Please enter a name.',
   [-3320]: 'Your signature is not valid, so the room can’t be sure who you are.',
   [-4001]: 'That piece of music can’t be found.',
+  [-4002]: 'Nothing lies between the start and the end of the music.',
+  [-4003]: 'No more music can play at once.',
   [-100013]: 'The classroom service is suspended.',
 };
 

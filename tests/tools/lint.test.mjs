@@ -5,7 +5,8 @@ import { beforeEach, test } from 'node:test';
 import { source } from './source.mjs';
 
 const { Linter } = await source('shell/tools/lint.ts');
-const { commands } = await source('shell/tools/protocol.ts');
+const { commands, engineCodes } = await source('shell/tools/protocol.ts');
+const { errorInWords } = await source('words.ts');
 
 let linter;
 let lastCbid;
@@ -186,6 +187,25 @@ test('what waits when the engine goes', () => {
   only(say('uninitSDK'), /^warning: “enterRoom” \(cbid “enter”\) still waits/);
   say('initSDK');
   silent(say('enterRoom', room));
+});
+
+test('a release of the engine silences what waits for it, and not what is still answered', () => {
+  inRoom();
+  say('setVideoMuteImage', { imgUrl: 'http://here/x.png' }, 'image');
+  say('startLocalPreview', {}, 'preview');
+  say('startScreenCapture', { screenCaptureMode: 1 }, 'capture');
+  only(say('uninitSDK'), /^warning: “startScreenCapture” \(cbid “capture”\) still waits/);
+});
+
+test('another music takes no place', () => {
+  inRoom();
+  silent(say('playMusic', { audioId: 1, path: '/a.mp3', onStart: true }));
+  silent(say('playMusic', { audioId: 2, path: '/b.mp3', onStart: true }));
+});
+
+test('each code of the engine has words', () => {
+  for (const { code } of engineCodes.filter((one) => one.code < 0))
+    assert.doesNotMatch(errorInWords(code), /^Something went wrong/, code);
 });
 
 test('the prompt for the camera that the microphone raises', () => {

@@ -67,7 +67,7 @@ test('an answer that nobody asked for, and a text that is no message, have rows 
 test('a command that can have no answer any more says why', () => {
   send('enterRoom', '1');
   send('enterRoom', '2');
-  send('startSpeedTest', '3');
+  send('startScreenCapture', '3');
   send('playMusic', '4', { audioId: 1, path: 'a.mp3' });
   send('playMusic', '5', { audioId: 1, path: 'a.mp3', onStart: true });
   assert.deepEqual(timeline.rows.map(({ waiting }) => waiting), ['waiting', 'waiting', 'waiting', 'over', 'waiting']);

@@ -2,6 +2,7 @@
 // command that asked for it, what the router does to what made it do so.
 
 import type { FromPhone } from '../frames';
+import { keepsFromAnswer } from '../tools/protocol';
 import { isPeriodic } from './known';
 import { member, parsed } from './texts';
 import type { NewRow, Remark, Row, Timeline } from './timeline';
@@ -22,9 +23,6 @@ type When = Required<Pick<NewRow, 'at' | 'thread' | 'periodic'>>;
 const notAMessage = 'not a message';
 // So many are remembered of what may still be told more of.
 const remembered = 10_000;
-
-// A later one of these that succeeds takes the place of one that waits.
-const replacing = new Set(['enterRoom', 'exitRoom', 'launchScreenKit', 'startScreenCapture']);
 
 export class Conversation {
   /** Looks at each message before it is sent on. */
@@ -197,16 +195,14 @@ export class Conversation {
   }
 
   private giveUpReplaced({ title, id }: Row): void {
-    const isRelease = title === 'uninitSDK';
-    if (!isRelease && !replacing.has(title)) return;
     for (const rows of this.commands.values())
       for (const row of rows)
-        if (row.id < id && (isRelease || row.title === title))
+        if (row.id < id && keepsFromAnswer(title, row.title))
           giveUp(
             row,
-            isRelease
-              ? 'Never answered, by the protocol: the engine was released meanwhile.'
-              : `Never answered, by the protocol: a later ${title} took its place.`,
+            row.title === title
+              ? `Never answered, by the protocol: a later ${title} took its place.`
+              : 'Never answered, by the protocol: the engine was released meanwhile.',
           );
   }
 }

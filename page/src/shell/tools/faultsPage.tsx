@@ -3,8 +3,8 @@
 import { useSignal } from '@preact/signals';
 import type { PhoneModel } from '../phoneModel';
 import { errorInWords } from '../../words';
-import { toolboxOf, type Device, type Toolbox } from './toolbox';
-import { commands } from './protocol';
+import { refusalCodes, toolboxOf, type Device, type Toolbox } from './toolbox';
+import { commands, engineCodes } from './protocol';
 import type { ReplyFault } from './replyFaults';
 import './tools.css';
 
@@ -15,7 +15,7 @@ const replyFaults: { fault: ReplyFault; label: string; unit: string; first: numb
   { fault: 'reordered', label: 'Answers overtake each other', unit: '%', first: 25, most: 100 },
 ];
 const devices: Device[] = ['camera', 'microphone'];
-const engineCodes = [-3301, -3308, -3316, -3317, -3318, -3319, -3320, -100013, -1314, -1317, -3310];
+const failures = [...engineCodes.map(({ code }) => code).filter((code) => code < 0), ...Object.values(refusalCodes)];
 
 export function FaultsPage({ phone }: { phone: PhoneModel }) {
   const tools = toolboxOf(phone);
@@ -189,7 +189,7 @@ function ReloadLine({ tools }: { tools: Toolbox }) {
 }
 
 function EngineErrorLine({ tools, disabled }: { tools: Toolbox; disabled: boolean }) {
-  const code = useSignal(String(engineCodes[0]));
+  const code = useSignal(String(failures[0]));
   const value = Number(code.value);
   const isCode = /^-?\d+$/.test(code.value) && Math.abs(value) < 2 ** 31;
   return (
@@ -213,7 +213,7 @@ function EngineErrorLine({ tools, disabled }: { tools: Toolbox; disabled: boolea
           />
         </label>
         <datalist id="engine-codes">
-          {engineCodes.map((one) => (
+          {failures.map((one) => (
             <option key={one} value={one}>
               {errorInWords(one)}
             </option>

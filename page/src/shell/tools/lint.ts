@@ -6,6 +6,7 @@ import {
   commands,
   eventNamed,
   events,
+  keepsFromAnswer,
   type CommandData,
   type Param,
   type ValueType,
@@ -131,11 +132,7 @@ export class Linter {
 
   /** What waits for an answer that can't come any more once the command `name` has run. */
   private endedBy(name: string): [cbid: string, sent: Sent][] {
-    const releases = name === 'uninitSDK';
-    if (!releases && !replacing.has(name)) return [];
-    return [...this.sent].filter(
-      ([, { action, waiting }]) => waiting && (releases ? released.has(action) : action === name),
-    );
+    return [...this.sent].filter(([, { action, waiting }]) => waiting && keepsFromAnswer(name, action));
   }
 
   private cbid({ object, cbid }: Message): Remark[] {
@@ -205,12 +202,6 @@ export class Linter {
 const keptSent = 5000;
 const commandNames = commands.map(({ name }) => name);
 const eventNames = events.map(({ name }) => name);
-
-const namesWhere = (unanswered: RegExp) =>
-  new Set(commands.filter((one) => unanswered.test(one.unansweredWhen ?? '')).map(({ name }) => name));
-// Those of which a second one leaves the first unanswered, and those that die with the engine.
-const replacing = namesWhere(/(^|, |or )another (?!such)\w+ replaces it/);
-const released = namesWhere(/the engine is released/);
 
 function unknownCommand(action: string): Remark {
   return error(

@@ -49,6 +49,8 @@ export interface CommandData {
   answered: 'once' | 'later' | 'many';
   /** When there is no answer at all; not there when there always is one. */
   unansweredWhen?: string;
+  /** The same, one by one, each with what keeps it from being answered whenever it comes first. */
+  unanswered?: { when: string; by: 'itself' | 'uninitSDK' | 'other' }[];
   /** Of these parameters one must be given. */
   anyOf?: string[];
   /** Of these parameters one must be true. */
@@ -75,15 +77,29 @@ export interface EventData {
   arguments: Record<string, unknown> | null;
 }
 
+/** A code that the simulated engine reports. */
+export interface EngineCode {
+  code: number;
+  about: string;
+  where: string;
+}
+
 // The compiler need not know each of its members.
-const { commands, events } = document as unknown as {
+const { commands, events, engineCodes } = document as unknown as {
   commands: CommandData[];
   events: EventData[];
+  engineCodes: EngineCode[];
 };
-export { commands, events };
+export { commands, engineCodes, events };
 
 const commandsByName = new Map(commands.map((command) => [command.name, command]));
 const eventsByName = new Map(events.map((event) => [event.name, event]));
 
 export const commandNamed = (name: string) => commandsByName.get(name);
+/** Whether a command `waiting` is never answered any more once a command `sent` has succeeded. */
+export function keepsFromAnswer(sent: string, waiting: string): boolean {
+  const by = sent === waiting ? 'itself' : sent;
+  return commandNamed(waiting)?.unanswered?.some((one) => one.by === by) ?? false;
+}
+
 export const eventNamed = (name: string) => eventsByName.get(name);

@@ -8,7 +8,7 @@ import { Coverage } from './coverage';
 import { readMessage, readScript, type Message } from './envelope';
 import { entriesOf, withCbid, type Entries } from './form';
 import { Linter, type Remark } from './lint';
-import { eventNamed } from './protocol';
+import { commandNamed, eventNamed } from './protocol';
 import { ReplyFilter, type ReplyFault, type ReplyFaults } from './replyFaults';
 
 export interface Answer {
@@ -48,7 +48,18 @@ const faultInWords: Record<ReplyFault, string> = {
   doubled: 'comes twice',
   reordered: 'is overtaken by a later one',
 };
-const refusalCodes: Record<Device, number> = { camera: -1314, microphone: -1317 };
+export const refusalCodes: Record<Device, number> = {
+  camera: refusalOf('startLocalPreview'),
+  microphone: refusalOf('startLocalAudio'),
+};
+
+/** The code with which the command `name` fails when the user does not permit it. */
+function refusalOf(name: string): number {
+  const refusal = commandNamed(name)?.errors.find(
+    ({ module, code, text }) => module === 'KOBU' && code !== null && text === null,
+  );
+  return refusal?.code ?? -1;
+}
 
 export class Toolbox {
   readonly coverage = new Coverage();
