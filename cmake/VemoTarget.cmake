@@ -89,14 +89,16 @@ function(vemo_library name)
   set_target_properties(vemo_${name}_headers PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
 endfunction()
 
-# vemo_test(NAME SOURCES ... LINKS ...): a GoogleTest program; each of its cases is a test of ctest.
+# vemo_test(NAME SOURCES ... LINKS ... [LABELS ...]): a GoogleTest program; each of its cases is a
+# test of ctest.
 function(vemo_test name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
   target_link_libraries(${name} PRIVATE ${ARG_LINKS} GTest::gtest_main vemo_options)
   if(VEMO_PRECOMPILE)
     target_precompile_headers(${name} REUSE_FROM vemo_precompiled_tests)
   endif()
-  gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST)
+  gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST
+    PROPERTIES LABELS "${ARG_LABELS}")
 endfunction()

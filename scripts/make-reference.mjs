@@ -30,7 +30,7 @@ const root = fileURLToPath(new URL('..', import.meta.url));
 const folder = 'docs/reference';
 const protocol = JSON.parse(execFileSync(protocolProgram, { encoding: 'utf8' }));
 
-const codes = engineCodes(readFileSync(join(root, 'simulation/EngineCodes.h'), 'utf8'));
+const codes = engineCodes(readFileSync(join(root, 'bridge/EngineCodes.h'), 'utf8'));
 const examples = playExamples(protocol, replayProgram);
 const scenarios = readScenarios(join(root, 'tests/scenarios'), protocol);
 const troubles = [...examples.troubles, ...scenarios.troubles];

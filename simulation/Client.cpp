@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "simulation/EngineCodes.h"
+#include "bridge/EngineCodes.h"
 
 namespace vemo {
 

@@ -1,5 +1,5 @@
 #include "simulation/Client.h"
-#include "simulation/EngineCodes.h"
+#include "bridge/EngineCodes.h"
 
 namespace vemo {
 namespace {

@@ -7,7 +7,7 @@
 
 #include "json/Lookup.h"
 #include "simulation/Client.h"
-#include "simulation/EngineCodes.h"
+#include "bridge/EngineCodes.h"
 
 namespace vemo {
 namespace {

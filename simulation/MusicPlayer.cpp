@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "simulation/Client.h"
-#include "simulation/EngineCodes.h"
+#include "bridge/EngineCodes.h"
 
 namespace vemo {
 namespace {

@@ -4,7 +4,7 @@
 #include <optional>
 #include <utility>
 
-#include "simulation/EngineCodes.h"
+#include "bridge/EngineCodes.h"
 #include "simulation/ExperimentalCall.h"
 
 namespace vemo {

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "simulation/Client.h"
-#include "simulation/EngineCodes.h"
+#include "bridge/EngineCodes.h"
 
 namespace vemo {
 namespace {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "simulation/ClassroomCloud.h"
-#include "simulation/EngineCodes.h"
+#include "bridge/EngineCodes.h"
 #include "testing/RecordingDelegate.h"
 
 namespace vemo {

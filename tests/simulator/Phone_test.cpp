@@ -18,7 +18,7 @@
 #include "platform/MainThreadQueue.h"
 #include "platform/PixbufImageDecoder.h"
 #include "recorder/Recording.h"
-#include "simulation/EngineCodes.h"
+#include "bridge/EngineCodes.h"
 #include "simulator/FakePage.h"
 #include "simulator/PhoneScreen.h"
 #include "simulator/PhoneServices.h"

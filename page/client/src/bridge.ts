@@ -9,8 +9,8 @@ import { whicheverIsThere } from './transports.js';
 export interface NativeReport {
   /** The own user, if there is one. */
   userId?: string;
-  /** The room's number as a text; "0" outside a room. */
-  classId: string;
+  /** The room's number as a text, "0" outside a room; not there for the room 4294967295. */
+  classId?: string;
   /** "enable_camera", "disable_camera", "enable_mic", "disable_mic", or the application's own. */
   event: string;
 }

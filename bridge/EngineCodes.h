@@ -4,9 +4,9 @@
 
 namespace vemo {
 
-// The codes that the simulated engine reports, in groups. The reference for pages is made from
-// these lines: what stands over a group says where its codes come, what stands beside a code what
-// it means.
+// The codes that engines report, the simulated one and the real one alike, in groups. The reference
+// for pages is made from these lines: what stands over a group says where its codes come, what
+// stands beside a code what it means.
 
 // Entering fails: "onError", then "onEnterRoom" with the code as "elapsed".
 inline constexpr std::int32_t kEnterRefused = -3301;             ///< refused, such as for its role
@@ -41,6 +41,7 @@ inline constexpr std::int32_t kWarnUnknownApi = 1102;      ///< an experimental 
 inline constexpr std::int32_t kWarnBadApiText = 1103;      ///< an experimental call that is no JSON
 inline constexpr std::int32_t kWarnCaptureRunning = 1104;  ///< screen capture started twice
 inline constexpr std::int32_t kWarnTooManyUsers = 1105;  ///< settings for more users than it keeps
+inline constexpr std::int32_t kWarnDevice = 1106;  ///< a camera, microphone, speaker or screen
 
 // Audio routes.
 inline constexpr std::int32_t kRouteSpeaker = 0;   ///< the loudspeaker

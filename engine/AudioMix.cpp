@@ -1,0 +1,123 @@
+#include "engine/AudioMix.h"
+
+#include <gst/app/gstappsink.h>
+#include <gst/app/gstappsrc.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <utility>
+
+namespace vemo {
+namespace {
+
+constexpr double kFullVolume = 100.0;
+constexpr double kQuietest = -60.0;  // dB of full scale; below it nothing is heard
+
+}  // namespace
+
+int loudnessOf(GstSample* sample) {
+  GstMapInfo map{};
+  GstBuffer* buffer = gst_sample_get_buffer(sample);
+  if (!buffer || !gst_buffer_map(buffer, &map, GST_MAP_READ)) return 0;
+  const auto* values = reinterpret_cast<const std::int16_t*>(map.data);
+  const std::size_t count = map.size / sizeof(std::int16_t);
+  double sum = 0;
+  for (std::size_t i = 0; i < count; ++i) sum += static_cast<double>(values[i]) * values[i];
+  gst_buffer_unmap(buffer, &map);
+  if (count == 0 || sum == 0) return 0;
+  constexpr double kFullScale = 32768.0;
+  const double level = 20 * std::log10(std::sqrt(sum / static_cast<double>(count)) / kFullScale);
+  return std::clamp(static_cast<int>(kFullVolume * (1 - level / kQuietest)), 0, 100);
+}
+
+AudioMix::AudioMix(EngineThread& thread, const std::string& sink,
+                   std::function<void(GstSample*)> onSample,
+                   std::function<void(const std::string& why)> onTrouble)
+    : thread_(thread), onSample_(std::move(onSample)), onTrouble_(std::move(onTrouble)) {
+  initialiseGStreamer();
+  start(onSample_ ? "appsink name=out sync=false max-buffers=20 drop=true" : sink);
+}
+
+void AudioMix::start(const std::string& sink) {
+  const auto build = [this](const std::string& to, std::string& why) {
+    const std::string sound = kSound;
+    pipeline_ = parsePipeline("audiotestsrc wave=silence is-live=true samplesperbuffer=480 ! " +
+                                  sound + " ! audiomixer name=mix latency=40000000 ! " + sound +
+                                  " ! volume name=volume ! audioconvert ! audioresample ! " + to,
+                              why);
+    if (!pipeline_) return false;
+    if (onSample_) {
+      GstAppSinkCallbacks callbacks{};
+      callbacks.new_sample = [](GstAppSink* out, gpointer data) {
+        const SampleRef sample(gst_app_sink_pull_sample(out));
+        if (sample) (*static_cast<const std::function<void(GstSample*)>*>(data))(sample.get());
+        return GST_FLOW_OK;
+      };
+      const auto out = elementOf(pipeline_.get(), "out");
+      gst_app_sink_set_callbacks(GST_APP_SINK(out.get()), &callbacks,
+                                 const_cast<std::function<void(GstSample*)>*>(&onSample_), nullptr);
+    }
+    if (gst_element_set_state(pipeline_.get(), GST_STATE_PLAYING) != GST_STATE_CHANGE_FAILURE) {
+      return true;
+    }
+    why = "it can't be opened";
+    gst_element_set_state(pipeline_.get(), GST_STATE_NULL);
+    return false;
+  };
+  std::string why;
+  if (!build(sink, why)) {
+    onTrouble_(why);
+    build("fakesink sync=true", why);
+  }
+  mixer_ = elementOf(pipeline_.get(), "mix");
+  volume_ = elementOf(pipeline_.get(), "volume");
+}
+
+AudioMix::~AudioMix() {
+  if (pipeline_) endPipeline(pipeline_.get());
+}
+
+void AudioMix::setVolume(int volume) {
+  g_object_set(volume_.get(), "volume", volume / kFullVolume, nullptr);
+}
+
+AudioMix::Input::Input(AudioMix& mix) : mix_(mix) {
+  const auto make = [this](const char* kind) {
+    auto* element = gst_element_factory_make(kind, nullptr);
+    gst_object_ref(element);
+    gst_bin_add(GST_BIN(mix_.pipeline_.get()), element);
+    return GstRef<GstElement>(element);
+  };
+  source_ = make("appsrc");
+  volume_ = make("volume");
+  // Idle, it must not make the mix wait for it: hence no latency of its own.
+  g_object_set(source_.get(), "is-live", TRUE, "do-timestamp", TRUE, "format", GST_FORMAT_TIME,
+               "min-latency", gint64{0}, "max-buffers", guint64{20}, "max-bytes", guint64{0},
+               "leaky-type", GST_APP_LEAKY_TYPE_DOWNSTREAM, nullptr);
+  pad_.reset(gst_element_request_pad_simple(mix_.mixer_.get(), "sink_%u"));
+  gst_element_link(source_.get(), volume_.get());
+  const GstRef<GstPad> out(gst_element_get_static_pad(volume_.get(), "src"));
+  gst_pad_link(out.get(), pad_.get());
+  gst_element_sync_state_with_parent(volume_.get());
+  gst_element_sync_state_with_parent(source_.get());
+}
+
+AudioMix::Input::~Input() {
+  // What waits for the mixer must not keep the source from ending.
+  gst_pad_send_event(pad_.get(), gst_event_new_flush_start());
+  gst_element_set_locked_state(source_.get(), TRUE);
+  gst_element_set_locked_state(volume_.get(), TRUE);
+  gst_element_set_state(source_.get(), GST_STATE_NULL);
+  gst_element_set_state(volume_.get(), GST_STATE_NULL);
+  gst_element_release_request_pad(mix_.mixer_.get(), pad_.get());
+  gst_bin_remove_many(GST_BIN(mix_.pipeline_.get()), source_.get(), volume_.get(), nullptr);
+}
+
+void AudioMix::Input::push(GstSample* sample) { pushUntimed(source_.get(), sample); }
+
+void AudioMix::Input::setVolume(int volume) {
+  g_object_set(volume_.get(), "volume", volume / kFullVolume, nullptr);
+}
+
+}  // namespace vemo

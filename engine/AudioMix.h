@@ -1,0 +1,66 @@
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "engine/EngineThread.h"
+#include "engine/Gst.h"
+
+namespace vemo {
+
+/// How sound travels in the engine.
+inline constexpr const char* kSound =
+    "audio/x-raw,format=S16LE,rate=48000,channels=2,layout=interleaved";
+
+/// How loud a block of such sound is, 0 to 100 where 100 is the loudest there can be.
+int loudnessOf(GstSample* sample);
+
+/// Adds sounds up: those that are sent, or those that are played. Goes on in silence when there
+/// are none. Engine thread, where not said otherwise.
+class AudioMix {
+ public:
+  /// One of the sounds, until it is destroyed.
+  class Input {
+   public:
+    explicit Input(AudioMix& mix);
+    ~Input();
+    Input(const Input&) = delete;
+    Input& operator=(const Input&) = delete;
+
+    /// Any thread. Sound that comes faster than it is played is dropped.
+    void push(GstSample* sample);
+    /// 0 to 100. Any thread.
+    void setVolume(int volume);
+
+   private:
+    AudioMix& mix_;
+    GstRef<GstElement> source_;
+    GstRef<GstElement> volume_;
+    GstRef<GstPad> pad_;
+  };
+
+  /// The mix goes to `sink`, a GStreamer description, or where that can't be used, nowhere, at
+  /// the same pace; or to `onSample`, if that is given, on a streaming thread.
+  AudioMix(EngineThread& thread, const std::string& sink, std::function<void(GstSample*)> onSample,
+           std::function<void(const std::string& why)> onTrouble);
+  ~AudioMix();
+  AudioMix(const AudioMix&) = delete;
+  AudioMix& operator=(const AudioMix&) = delete;
+
+  /// Of all that is mixed, 0 to 100.
+  void setVolume(int volume);
+
+ private:
+  void start(const std::string& sink);
+
+  EngineThread& thread_;
+  const std::function<void(GstSample*)> onSample_;
+  const std::function<void(const std::string& why)> onTrouble_;
+  GstRef<GstElement> pipeline_;
+  GstRef<GstElement> mixer_;
+  GstRef<GstElement> volume_;
+};
+
+}  // namespace vemo

@@ -1,0 +1,112 @@
+#include "engine/Capture.h"
+
+#include <gst/app/gstappsink.h>
+
+#include <utility>
+
+namespace vemo {
+
+struct Capture::State : std::enable_shared_from_this<State> {
+  State(EngineThread& on, std::vector<std::string> from, std::string to, Listener tell)
+      : thread(on), sources(std::move(from)), format(std::move(to)), listener(std::move(tell)) {}
+
+  void startNext();
+  void failed(const std::string& why);
+  void end() {
+    if (const auto ending = std::move(pipeline)) endPipeline(ending.get());
+    starting.reset();
+  }
+
+  EngineThread& thread;
+  const std::vector<std::string> sources;
+  const std::string format;
+  const Listener listener;
+  std::size_t next = 0;
+  GstRef<GstElement> pipeline;
+  EngineThread::Busy starting;  // until the first sample
+  std::atomic<bool> started = false;
+};
+
+void Capture::State::startNext() {
+  if (next == sources.size()) {
+    starting.reset();
+    listener.onEnded();
+    return;
+  }
+  std::string why;
+  pipeline = parsePipeline(
+      sources[next] + " ! " + format + " ! appsink name=out sync=false max-buffers=4 drop=true",
+      why);
+  if (!pipeline) return failed(why);
+
+  using Weak = std::weak_ptr<State>;
+  const auto forget = [](gpointer data) { delete static_cast<Weak*>(data); };
+  const auto sink = elementOf(pipeline.get(), "out");
+  GstAppSinkCallbacks callbacks{};
+  callbacks.new_sample = [](GstAppSink* out, gpointer data) {
+    const SampleRef sample(gst_app_sink_pull_sample(out));
+    const auto self = static_cast<Weak*>(data)->lock();
+    if (!sample || !self) return GST_FLOW_OK;
+    self->listener.onSample(sample.get());
+    if (!self->started.exchange(true)) {
+      self->thread.post([weak = Weak(self)] {
+        const auto held = weak.lock();
+        if (!held || !held->pipeline) return;
+        held->starting.reset();
+        held->listener.onStarted();
+      });
+    }
+    return GST_FLOW_OK;
+  };
+  gst_app_sink_set_callbacks(GST_APP_SINK(sink.get()), &callbacks, new Weak(weak_from_this()),
+                             forget);
+  const GstRef<GstBus> bus(gst_element_get_bus(pipeline.get()));
+  gst_bus_add_watch_full(
+      bus.get(), G_PRIORITY_DEFAULT,
+      [](GstBus*, GstMessage* message, gpointer data) -> gboolean {
+        const auto self = static_cast<Weak*>(data)->lock();
+        if (!self) return G_SOURCE_REMOVE;
+        if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_ERROR) {
+          self->failed(errorText(message));
+          return G_SOURCE_REMOVE;
+        }
+        if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS) {
+          self->failed("the source ended");
+          return G_SOURCE_REMOVE;
+        }
+        return G_SOURCE_CONTINUE;
+      },
+      new Weak(weak_from_this()), forget);
+  // A failure to start comes as a message as well, which tells why.
+  gst_element_set_state(pipeline.get(), GST_STATE_PLAYING);
+}
+
+void Capture::State::failed(const std::string& why) {
+  const auto self = shared_from_this();
+  if (const auto ending = std::move(pipeline)) gst_element_set_state(ending.get(), GST_STATE_NULL);
+  started = false;
+  listener.onTrouble(sources[next], why);
+  ++next;
+  startNext();
+}
+
+Capture::Capture(EngineThread& thread, std::vector<std::string> sources, std::string format,
+                 Listener listener)
+    : state_(std::make_shared<State>(thread, std::move(sources), std::move(format),
+                                     std::move(listener))) {
+  initialiseGStreamer();
+  state_->starting = thread.busy();
+  thread.post([weak = std::weak_ptr(state_)] {
+    if (const auto state = weak.lock()) state->startNext();
+  });
+}
+
+Capture::~Capture() { state_->end(); }
+
+bool Capture::isRunning() const { return state_->started; }
+
+std::string Capture::source() const {
+  return state_->next < state_->sources.size() ? state_->sources[state_->next] : "";
+}
+
+}  // namespace vemo

@@ -1,0 +1,1 @@
+#include "webview/Outcome.h"
