@@ -20,7 +20,7 @@ namespace vemo {
 
 class Notes;
 
-/// What the router was answered when it asked the phone or the engine something: noted as a
+/// What the router was answered when it asked the device or the engine something: noted as a
 /// change of a scenario's device, each time an answer is not what the scenario would give.
 /// Threads: any.
 class DeviceAnswers {

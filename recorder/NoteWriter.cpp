@@ -8,7 +8,7 @@ namespace vemo {
 namespace {
 
 constexpr std::size_t kKeptBytes = std::size_t{64} << 10U;
-constexpr unsigned kMaxDepth = 2048;
+constexpr unsigned kDeepestNote = 2048;
 
 /// Makes JSON of CBOR, as far as NoteWriter writes it.
 class Reader {
@@ -16,7 +16,7 @@ class Reader {
   Reader(std::string_view bytes, std::string& out) : left_(bytes), out_(out) {}
 
   bool value(unsigned depth = 0) {
-    if (left_.empty() || depth > kMaxDepth) return false;
+    if (left_.empty() || depth > kDeepestNote) return false;
     const auto head = static_cast<unsigned char>(left_.front());
     left_.remove_prefix(1);
     switch (head) {

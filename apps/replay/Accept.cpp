@@ -1,4 +1,4 @@
-#include "Accept.h"
+#include "replay/Accept.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -20,11 +20,11 @@
 #include <utility>
 #include <vector>
 
-#include "LineEdit.h"
-#include "Matcher.h"
-#include "OwnProcess.h"
-#include "Playback.h"
 #include "json/JsonText.h"
+#include "replay/LineEdit.h"
+#include "replay/Matcher.h"
+#include "replay/OwnProcess.h"
+#include "replay/Playback.h"
 
 namespace vemo::replay {
 namespace {

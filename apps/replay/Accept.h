@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "Replay.h"
+#include "replay/Replay.h"
 
 namespace vemo::replay {
 

@@ -1,4 +1,4 @@
-#include "Device.h"
+#include "replay/Device.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -7,9 +7,9 @@
 #include <type_traits>
 #include <utility>
 
-#include "Nearest.h"
-#include "ScenarioError.h"
 #include "json/Arguments.h"
+#include "replay/Nearest.h"
+#include "replay/ScenarioError.h"
 
 namespace vemo::replay {
 namespace {

@@ -1,4 +1,4 @@
-#include "Effects.h"
+#include "replay/Effects.h"
 
 #include <algorithm>
 #include <array>
@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
-#include "Nearest.h"
-#include "ScenarioError.h"
+#include "replay/Nearest.h"
+#include "replay/ScenarioError.h"
 
 namespace vemo::replay {
 namespace {

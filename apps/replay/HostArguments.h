@@ -8,9 +8,9 @@
 #include <tuple>
 #include <utility>
 
-#include "NamedObjects.h"
 #include "json/Arguments.h"
 #include "recorder/NotingHost.h"
+#include "replay/NamedObjects.h"
 #include "webview/VEMOKOBUMsgRouter.h"
 
 namespace vemo::replay {

@@ -1,4 +1,4 @@
-#include "JUnit.h"
+#include "replay/JUnit.h"
 
 #include <algorithm>
 #include <array>

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "Replay.h"
+#include "replay/Replay.h"
 
 namespace vemo::replay {
 

@@ -1,4 +1,4 @@
-#include "LineEdit.h"
+#include "replay/LineEdit.h"
 
 #include <algorithm>
 #include <boost/json/parse.hpp>

@@ -1,4 +1,4 @@
-#include "Matcher.h"
+#include "replay/Matcher.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "Minimise.h"
+#include "replay/Minimise.h"
 
 #include <algorithm>
 #include <charconv>
@@ -12,9 +12,9 @@
 #include <utility>
 #include <vector>
 
-#include "Scenario.h"
-#include "ScenarioError.h"
 #include "json/JsonText.h"
+#include "replay/Scenario.h"
+#include "replay/ScenarioError.h"
 
 namespace vemo::replay {
 namespace {

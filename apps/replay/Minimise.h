@@ -4,7 +4,7 @@
 #include <iosfwd>
 #include <string>
 
-#include "Replay.h"
+#include "replay/Replay.h"
 
 namespace vemo::replay {
 

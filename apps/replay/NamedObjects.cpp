@@ -1,9 +1,9 @@
-#include "NamedObjects.h"
+#include "replay/NamedObjects.h"
 
 #include <ranges>
 #include <utility>
 
-#include "Nearest.h"
+#include "replay/Nearest.h"
 
 namespace vemo::replay {
 

@@ -4,10 +4,10 @@
 #include <memory>
 #include <string>
 
-#include "ScenarioError.h"
-#include "ScriptedListener.h"
 #include "bridge/VEMOUIRenderSource.h"
 #include "recorder/ObjectNames.h"
+#include "replay/ScenarioError.h"
+#include "replay/ScriptedListener.h"
 
 namespace vemo::replay {
 

@@ -1,4 +1,4 @@
-#include "Nearest.h"
+#include "replay/Nearest.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "Operations.h"
+#include "replay/Operations.h"
 
 #include <algorithm>
 #include <array>
@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-#include "Nearest.h"
+#include "replay/Nearest.h"
 
 namespace vemo::replay {
 namespace {
@@ -58,9 +58,8 @@ BoundCall<VEMOKOBUMsgRouter> hostOperation(std::string_view name, const json::ar
                                            NamedObjects& objects, std::shared_ptr<Notes> notes) {
   const auto* const operation = std::ranges::find(hostOperations, name, &Operation::name);
   if (operation == hostOperations.end()) {
-    throw ScenarioError(
-        "unknown operation \"" + std::string(name) + '"' +
-        didYouMean(name, hostOperations | std::views::transform(&Operation::name)));
+    throw ScenarioError("unknown operation \"" + std::string(name) + '"' +
+                        didYouMean(name, hostOperations | std::views::transform(&Operation::name)));
   }
   HostArguments arguments(name, values, objects, std::move(notes));
   return operation->bind(arguments);

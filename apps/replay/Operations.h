@@ -4,8 +4,8 @@
 #include <memory>
 #include <string_view>
 
-#include "HostArguments.h"
-#include "ScenarioError.h"
+#include "replay/HostArguments.h"
+#include "replay/ScenarioError.h"
 
 // What a scenario can call by name.
 

@@ -1,4 +1,4 @@
-#include "OwnProcess.h"
+#include "replay/OwnProcess.h"
 
 #include <fcntl.h>
 #include <sys/wait.h>

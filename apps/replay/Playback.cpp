@@ -1,12 +1,12 @@
-#include "Playback.h"
+#include "replay/Playback.h"
 
 #include <istream>
 #include <ostream>
 
-#include "Matcher.h"
-#include "Player.h"
-#include "ScenarioError.h"
-#include "ScenarioReader.h"
+#include "replay/Matcher.h"
+#include "replay/Player.h"
+#include "replay/ScenarioError.h"
+#include "replay/ScenarioReader.h"
 
 namespace vemo::replay {
 namespace {

@@ -9,9 +9,9 @@
 #include <string_view>
 #include <vector>
 
-#include "Replay.h"
-#include "Scenario.h"
-#include "Transcript.h"
+#include "replay/Replay.h"
+#include "replay/Scenario.h"
+#include "replay/Transcript.h"
 
 namespace vemo::replay {
 

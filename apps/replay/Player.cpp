@@ -1,4 +1,4 @@
-#include "Player.h"
+#include "replay/Player.h"
 
 #include <algorithm>
 #include <limits>
@@ -7,9 +7,9 @@
 #include <thread>
 #include <utility>
 
-#include "Nearest.h"
-#include "Operations.h"
 #include "json/EngineEvents.h"
+#include "replay/Nearest.h"
+#include "replay/Operations.h"
 #include "webview/KOBUParams_VEMOExt.h"
 
 namespace vemo::replay {

@@ -9,15 +9,15 @@
 #include <string_view>
 #include <vector>
 
-#include "Census.h"
-#include "Device.h"
-#include "NamedObjects.h"
-#include "Scenario.h"
-#include "ScriptedEngine.h"
-#include "ScriptedPhone.h"
-#include "Transcript.h"
 #include "platform/JSMsgRouter.h"
 #include "recorder/Recorder.h"
+#include "replay/Census.h"
+#include "replay/Device.h"
+#include "replay/NamedObjects.h"
+#include "replay/Scenario.h"
+#include "replay/ScriptedDevice.h"
+#include "replay/ScriptedEngine.h"
+#include "replay/Transcript.h"
 #include "webview/VEMOKOBUMsgRouter.h"
 
 namespace vemo::replay {

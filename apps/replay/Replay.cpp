@@ -1,11 +1,11 @@
-#include "Replay.h"
+#include "replay/Replay.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <ostream>
 
-#include "Playback.h"
 #include "json/JsonText.h"
+#include "replay/Playback.h"
 
 namespace vemo::replay {
 

@@ -1,11 +1,11 @@
-#include "Rows.h"
+#include "replay/Rows.h"
 
 #include <array>
 #include <utility>
 
-#include "Effects.h"
-#include "Nearest.h"
 #include "json/JsonText.h"
+#include "replay/Effects.h"
+#include "replay/Nearest.h"
 
 namespace vemo::replay {
 namespace {

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "Scenario.h"
+#include "replay/Scenario.h"
 
 namespace vemo::replay {
 

@@ -1,13 +1,13 @@
-#include "Scenario.h"
+#include "replay/Scenario.h"
 
 #include <algorithm>
 #include <array>
 #include <ranges>
 #include <utility>
 
-#include "Effects.h"
-#include "Nearest.h"
 #include "json/JsonReader.h"
+#include "replay/Effects.h"
+#include "replay/Nearest.h"
 
 namespace vemo::replay {
 namespace {

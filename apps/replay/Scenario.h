@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
-#include "ScenarioError.h"
 #include "json/Arguments.h"
+#include "replay/ScenarioError.h"
 
 namespace vemo::replay {
 

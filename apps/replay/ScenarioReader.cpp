@@ -1,4 +1,4 @@
-#include "ScenarioReader.h"
+#include "replay/ScenarioReader.h"
 
 #include <fstream>
 #include <string>

@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "Rows.h"
-#include "Scenario.h"
+#include "replay/Rows.h"
+#include "replay/Scenario.h"
 
 namespace vemo::replay {
 

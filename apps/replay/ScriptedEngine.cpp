@@ -1,4 +1,4 @@
-#include "ScriptedEngine.h"
+#include "replay/ScriptedEngine.h"
 
 #include <utility>
 

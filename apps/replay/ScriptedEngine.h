@@ -3,8 +3,8 @@
 #include <map>
 #include <memory>
 
-#include "Census.h"
-#include "Device.h"
+#include "replay/Census.h"
+#include "replay/Device.h"
 #include "testing/NullEngine.h"
 
 namespace vemo::replay {

@@ -1,4 +1,4 @@
-#include "SessionWriter.h"
+#include "replay/SessionWriter.h"
 
 #include <algorithm>
 #include <boost/json/array.hpp>

@@ -1,4 +1,4 @@
-#include "Suite.h"
+#include "replay/Suite.h"
 
 #include <algorithm>
 #include <boost/json/array.hpp>
@@ -12,10 +12,10 @@
 #include <sstream>
 #include <string_view>
 
-#include "JUnit.h"
-#include "OwnProcess.h"
-#include "Playback.h"
 #include "json/JsonText.h"
+#include "replay/JUnit.h"
+#include "replay/OwnProcess.h"
+#include "replay/Playback.h"
 
 namespace vemo::replay {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "Replay.h"
+#include "replay/Replay.h"
 
 namespace vemo::replay {
 

@@ -1,4 +1,4 @@
-#include "Transcript.h"
+#include "replay/Transcript.h"
 
 #include <utility>
 

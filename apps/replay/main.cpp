@@ -10,13 +10,13 @@
 #include <system_error>
 #include <vector>
 
-#include "Accept.h"
-#include "Minimise.h"
-#include "Nearest.h"
-#include "Replay.h"
-#include "SessionWriter.h"
-#include "Suite.h"
 #include "recorder/Recording.h"
+#include "replay/Accept.h"
+#include "replay/Minimise.h"
+#include "replay/Nearest.h"
+#include "replay/Replay.h"
+#include "replay/SessionWriter.h"
+#include "replay/Suite.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "Minimise.h"
+#include "replay/Minimise.h"
 
 #include <gtest/gtest.h>
 

@@ -19,11 +19,11 @@
 #include <thread>
 #include <vector>
 
-#include "Replay.h"
-#include "SessionWriter.h"
 #include "recorder/Recorded.h"
 #include "recorder/Recorder.h"
 #include "recorder/Recording.h"
+#include "replay/Replay.h"
+#include "replay/SessionWriter.h"
 #include "testing/FakePlatform.h"
 #include "webview/VEMOKOBUMsgRouter.h"
 

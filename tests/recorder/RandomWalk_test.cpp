@@ -19,13 +19,13 @@
 #include <utility>
 #include <vector>
 
-#include "Replay.h"
-#include "SessionWriter.h"
 #include "json/JsonText.h"
 #include "platform/MainThreadQueue.h"
 #include "platform/SecretMask.h"
 #include "recorder/NoteStream.h"
 #include "recorder/Recording.h"
+#include "replay/Replay.h"
+#include "replay/SessionWriter.h"
 #include "simulation/ClassroomCloud.h"
 #include "simulator/PageSocket.h"
 #include "simulator/Phone.h"

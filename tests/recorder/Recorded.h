@@ -6,11 +6,11 @@
 #include <sstream>
 #include <string>
 
-#include "Replay.h"
-#include "SessionWriter.h"
 #include "platform/JSMsgRouter.h"
 #include "recorder/Recorder.h"
 #include "recorder/Recording.h"
+#include "replay/Replay.h"
+#include "replay/SessionWriter.h"
 #include "testing/FakePlatform.h"
 #include "webview/VEMOKOBUMsgRouter.h"
 

@@ -1,4 +1,4 @@
-#include "Accept.h"
+#include "replay/Accept.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -10,7 +10,7 @@
 #include <string>
 
 #include "Folder.h"
-#include "LineEdit.h"
+#include "replay/LineEdit.h"
 
 namespace vemo::replay {
 namespace {

@@ -1,4 +1,4 @@
-#include "Matcher.h"
+#include "replay/Matcher.h"
 
 #include <gtest/gtest.h>
 

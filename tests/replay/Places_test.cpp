@@ -10,7 +10,7 @@
 #include <string>
 #include <utility>
 
-#include "Replay.h"
+#include "replay/Replay.h"
 
 // A log record names the place that wrote it, so each place has a name of its own. The
 // scenarios reach every one of them.

@@ -1,4 +1,4 @@
-#include "Replay.h"
+#include "replay/Replay.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "Rows.h"
+#include "replay/Rows.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <sstream>
 #include <string>
 
-#include "Replay.h"
+#include "replay/Replay.h"
 
 // A table says what "expect" would say in full: what is played and what is held are the same.
 

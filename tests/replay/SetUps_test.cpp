@@ -8,7 +8,7 @@
 #include <string>
 
 #include "Folder.h"
-#include "Replay.h"
+#include "replay/Replay.h"
 
 namespace vemo::replay {
 namespace {

@@ -1,4 +1,4 @@
-#include "Suite.h"
+#include "replay/Suite.h"
 
 #include <gtest/gtest.h>
 
@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "Folder.h"
-#include "JUnit.h"
-#include "OwnProcess.h"
+#include "replay/JUnit.h"
+#include "replay/OwnProcess.h"
 
 namespace vemo::replay {
 namespace {

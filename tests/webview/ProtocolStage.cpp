@@ -5,7 +5,7 @@
 #include <iterator>
 #include <utility>
 
-#include "Scenario.h"
+#include "replay/Scenario.h"
 
 namespace vemo {
 namespace {

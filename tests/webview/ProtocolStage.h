@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "Player.h"
+#include "replay/Player.h"
 
 // A router on a device, an engine and a user who answer whatever they are asked for.
 

@@ -1,4 +1,4 @@
-#include "ScriptedPhone.h"
+#include "replay/ScriptedDevice.h"
 
 #include <array>
 #include <optional>

@@ -7,11 +7,11 @@
 #include <string>
 #include <thread>
 
-#include "Device.h"
-#include "NamedObjects.h"
+#include "replay/Device.h"
+#include "replay/NamedObjects.h"
 #include "testing/NullPlatform.h"
 
-// The phone around the router: each piece answers questions as the device is set, and keeps
+// The device around the router: each piece answers questions as the device is set, and keeps
 // what is open until the scenario answers it. The references that a piece is made with
 // outlive it.
 
