@@ -169,7 +169,7 @@ has. The simulated engine has these:
 | \`reason\` of screen capture | always 0 |
 | \`appScene\`, \`logLevel\`, \`showType\`, \`preference\`, \`controlMode\`, \`sensorMode\` | any; they change nothing |
 
-Its codes:
+The codes of failures and warnings:
 
 | where | code | meaning |
 |---|---|---|

@@ -47,6 +47,7 @@ int signalOf(const std::string& file, const std::function<void()>& die) {
   if (child == 0) {
     const rlimit none{0, 0};
     ::setrlimit(RLIMIT_CORE, &none);
+    std::signal(SIGSEGV, SIG_DFL);  // a sanitizer's handler would end the process otherwise
     FakePlatform platform;
     NoteRingOptions options;
     options.program = "1.2.3";
