@@ -22,7 +22,7 @@ namespace {
 
 constexpr std::size_t kLanes = 3;
 
-std::uint64_t newId() {
+std::uint64_t newRingId() {
   static std::atomic<std::uint64_t> last = 0;
   return ++last;
 }
@@ -313,7 +313,7 @@ void NoteRing::LaneMemory::grow(std::size_t bytes) {
 }
 
 NoteRing::NoteRing(NoteRingOptions options)
-    : options_(std::move(options)), id_(newId()), core_(std::make_shared<Core>(options_)) {}
+    : options_(std::move(options)), id_(newRingId()), core_(std::make_shared<Core>(options_)) {}
 
 NoteRing::~NoteRing() = default;
 

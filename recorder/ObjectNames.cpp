@@ -19,7 +19,7 @@ bool logsNullView(const DUNLogParam& record) {
   return record.actionName && record.actionName->starts_with("startLocalPreivew");
 }
 
-std::uint64_t newId() {
+std::uint64_t newTableId() {
   static std::atomic<std::uint64_t> last = 0;
   return ++last;
 }
@@ -42,7 +42,7 @@ constinit thread_local LatestFound latestFound;
 
 }  // namespace
 
-ObjectNames::ObjectNames() : id_(newId()) {}
+ObjectNames::ObjectNames() : id_(newTableId()) {}
 
 void ObjectNames::give(const NativeView& view, std::string name) {
   const std::lock_guard lock(mutex_);
