@@ -11,6 +11,7 @@
 #include <limits>
 #include <mutex>
 #include <optional>
+#include <tuple>
 #include <utility>
 
 #include "json/JsonText.h"
@@ -32,6 +33,7 @@ struct Placed {
   NoteHead head;
   std::string_view note;
   NoteLane lane{};
+  std::size_t place = 0;  ///< among all, as the slices have them
 
   /// Steps in the order in which they began, each with what came in it, and what came in none.
   std::uint64_t key() const { return head.step > 0 ? head.step : head.by; }
@@ -45,7 +47,7 @@ std::vector<Placed> notesIn(const std::vector<NoteBatch::Slice>& slices) {
   std::vector<const NoteBatch::Slice*> inOrder;
   inOrder.reserve(slices.size());
   for (const auto& slice : slices) inOrder.push_back(&slice);
-  std::ranges::stable_sort(inOrder, {}, [](const auto* slice) { return slice->order; });
+  std::ranges::sort(inOrder, {}, [](const auto* slice) { return std::pair(slice->order, slice); });
   std::vector<Placed> notes;
   for (const auto* slice : inOrder) {
     for (std::string_view left = slice->bytes; left.size() >= sizeof(NoteHead);) {
@@ -55,12 +57,14 @@ std::vector<Placed> notesIn(const std::vector<NoteBatch::Slice>& slices) {
       if (left.size() < note.head.size) break;  // of a dump that breaks off
       note.note = left.substr(0, note.head.size);
       note.lane = slice->lane;
+      note.place = notes.size();
       left.remove_prefix(note.note.size());
       notes.push_back(note);
     }
   }
-  std::ranges::stable_sort(notes, {},
-                           [](const Placed& note) { return std::pair(note.key(), note.rank()); });
+  std::ranges::sort(notes, {}, [](const Placed& note) {
+    return std::tuple(note.key(), note.rank(), note.place);
+  });
   return notes;
 }
 
@@ -102,7 +106,7 @@ void NoteBatch::appendLines(std::string& out,
     if (appendNoteJson(json, notes[i].note) && isStatistics(json)) statistics = i;
   }
   for (std::size_t i = 0; i < notes.size(); ++i) {
-    const auto& [head, note, lane] = notes[i];
+    const auto& [head, note, lane, place] = notes[i];
     const bool isBefore = notes[i].key() <= before && before > 0;
     if (isBefore && head.kind == NoteHead::Kind::effect) continue;
     if (isBefore && lane == NoteLane::periodic && i != statistics) continue;

@@ -90,7 +90,7 @@ void sort(std::vector<RecordedNote>& notes) {
   }
   std::vector<std::size_t> order(notes.size());
   std::iota(order.begin(), order.end(), std::size_t{0});
-  std::ranges::stable_sort(order, {}, [&](std::size_t i) { return keys[i]; });
+  std::ranges::sort(order, {}, [&](std::size_t i) { return std::pair(keys[i], i); });
   std::vector<RecordedNote> sorted;
   sorted.reserve(notes.size());
   for (const auto i : order) sorted.push_back(std::move(notes[i]));
