@@ -1,0 +1,145 @@
+#include "simulator/PhoneTest.h"
+
+#include <gtest/gtest.h>
+
+// What a phone tells of its router, and gives as a recording.
+
+namespace vemo::test {
+namespace {
+
+TEST_F(PhoneTest, TellsWhatGoesInAndComesOutWhileTheFrameWantsToKnow) {
+  const auto ada = connect();
+  command(ada, "getSDKVersion", {}, "unheard");
+  frame(ada, {{"kind", "note"}, {"on", true}});
+  command(ada, "initSDK", {}, "init");
+  command(ada, "enterRoom", enterParams("ada", "good"), "enter");
+  frame(ada, {{"kind", "note"}, {"on", false}});
+  command(ada, "getSDKVersion", {}, "unheard");
+
+  // What each frame is about: a command, an event, a call, the item of a reply.
+  std::vector<std::string> about;
+  std::vector<std::string> threads;
+  for (const auto& noted : ada.page->frames("noted")) {
+    EXPECT_GT(noted.at("at").as_int64(), 1'600'000'000'000) << "milliseconds since the epoch";
+    if (noted.contains("queuedBy")) continue;
+    const auto* const step = noted.if_contains("step");
+    const auto& what = noted.at(step ? "step" : "effect").as_object();
+    for (const auto* key : {"command", "event", "call", "item"})
+      if (what.contains(key)) about.emplace_back(what.at(key).as_string());
+    if (what.contains("event")) threads.emplace_back(noted.at("thread").as_string());
+    if (what.contains("command")) threads.emplace_back(noted.at("thread").as_string());
+  }
+  about.resize(std::min<std::size_t>(about.size(), 10));
+  EXPECT_EQ(about,
+            (std::vector<std::string>{"initSDK", "KOBUCloud.sharedInstance", "setDelegate", "m2",
+                                      "enterRoom", "setDefaultStreamRecvMode", "enterRoom",
+                                      "onEnterRoom", "enableAudioVolumeEvaluation", "m3"}));
+  EXPECT_EQ(threads, (std::vector<std::string>{"main", "main", "engine"}));
+}
+
+TEST_F(PhoneTest, TellsByNumbersWhatCameOfWhat) {
+  const auto ada = connect();
+  frame(ada, {{"kind", "note"}, {"on", true}});
+  command(ada, "initSDK", {}, "init");
+  command(ada, "enterRoom", enterParams("ada", "good"), "enter");
+  pass(seconds(10));
+
+  const std::set<std::string> kPeriodic{"onStatistics", "onNetworkQuality", "onUserVoiceVolume"};
+  // The steps by number; a task stands for the step that it comes of.
+  std::map<std::int64_t, std::string> steps;
+  std::set<std::string> causes;
+  bool periodic = false;
+  for (const auto& noted : ada.page->frames("noted")) {
+    const auto number = noted.at("number").as_int64();
+    const auto* const step = noted.if_contains("step");
+    if (const auto* queuedBy = noted.if_contains("queuedBy")) {
+      ASSERT_TRUE(steps.contains(queuedBy->as_int64())) << jsonText(noted);
+      steps[number] = steps[queuedBy->as_int64()];
+    } else if (!step) {
+      ASSERT_TRUE(steps.contains(number)) << jsonText(noted);
+      const auto& effect = noted.at("effect").as_object();
+      const auto& name = effect.at("effect").as_string();
+      causes.insert(steps[number] + " > " +
+                    (name == "script" ? jsonText(effect.at("argument").at("head").at("action"))
+                                      : std::string(name)));
+    } else if (!step->as_object().contains("device")) {
+      EXPECT_FALSE(steps.contains(number)) << jsonText(noted);
+      for (const auto* key : {"command", "event"})
+        if (step->as_object().contains(key)) steps[number] = step->at(key).as_string();
+      EXPECT_EQ(noted.contains("periodic"), kPeriodic.contains(steps[number])) << jsonText(noted);
+      periodic = periodic || noted.contains("periodic");
+    }
+  }
+  EXPECT_TRUE(causes.contains("initSDK > reply"));
+  EXPECT_TRUE(causes.contains("onEnterRoom > reply"));
+  EXPECT_TRUE(periodic);
+}
+
+TEST_F(PhoneTest, AFrameThatReadsSlowlyMissesOnlyWhatComesAgainAndAgain) {
+  const auto ada = entered("ada");
+  frame(ada, {{"kind", "note"}, {"on", true}});
+  const auto told = [&](std::string_view key, std::string_view value) {
+    return std::ranges::count_if(ada.page->frames("noted"), [&](const object& noted) {
+      const auto* const step = noted.if_contains("step");
+      return step && step->as_object().contains(key) && step->at(key).as_string() == value;
+    });
+  };
+  ada.page->unsent = std::size_t{2} << 20U;
+  pass(seconds(10));
+  command(ada, "getAudioVolume", {{"capture", true}}, "volume");
+  EXPECT_EQ(told("command", "getAudioVolume"), 1);
+  EXPECT_EQ(told("event", "onStatistics"), 0);
+  ada.page->unsent = 0;
+  pass(seconds(10));
+  EXPECT_GE(told("event", "onStatistics"), 1);
+  std::int64_t lost = 0;
+  for (const auto& noted : ada.page->frames("noted"))
+    if (const auto* count = noted.if_contains("lost")) lost += count->as_int64();
+  EXPECT_GE(lost, 10) << "statistics, qualities and volumes of ten seconds";
+}
+
+TEST_F(PhoneTest, NotesHoldNoSignature) {
+  const auto ada = connect();
+  frame(ada, {{"kind", "note"}, {"on", true}});
+  command(ada, "initSDK", {}, "init");
+  command(ada, "enterRoom", enterParams("ada", "verysecret"), "enter");
+  command(ada, "startSpeedTest", {{"sdkAppId", 1}, {"userId", "ada"}, {"userSig", "verysecret"}},
+          "test");
+  bool speedTest = false;
+  for (const auto& noted : ada.page->frames("noted")) {
+    const auto text = jsonText(noted);
+    EXPECT_EQ(text.find("verysecret"), std::string::npos) << text;
+    const auto* const effect = noted.if_contains("effect");
+    if (!effect || !effect->as_object().contains("call")) continue;
+    if (effect->at("call") != "startSpeedTest") continue;
+    speedTest = true;
+    EXPECT_TRUE(effect->at("args").at(2).as_string().starts_with("***")) << text;
+  }
+  EXPECT_TRUE(speedTest);
+}
+
+TEST_F(PhoneTest, GivesTheRecordingOfItsLastMinutes) {
+  const auto ada = entered("ada");
+  frame(ada, {{"kind", "save"}});
+  ASSERT_EQ(ada.page->frames("saved").size(), 1U);
+  const std::string text(ada.page->frames("saved")[0].at("text").as_string());
+  std::istringstream in(text);
+  std::string error;
+  const auto recording = readRecording(in, error);
+  ASSERT_TRUE(recording) << error;
+  EXPECT_TRUE(recording->whole);
+  const auto is = [](const RecordedNote& note, std::string_view key, std::string_view value) {
+    const auto* const member = note.what.if_contains(key);
+    return member && member->is_string() && member->as_string() == value;
+  };
+  EXPECT_EQ(
+      std::ranges::count_if(recording->notes,
+                            [&](const auto& note) { return is(note, "event", "onEnterRoom"); }),
+      1);
+  EXPECT_EQ(std::ranges::count_if(recording->notes,
+                                  [&](const auto& note) { return is(note, "call", "enterRoom"); }),
+            1);
+}
+
+}  // namespace
+}  // namespace vemo::test
