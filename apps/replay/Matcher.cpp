@@ -120,7 +120,7 @@ std::string textOf(const json::object& object, std::string_view key) {
 /// What a reader calls an effect.
 std::string named(const json::value& value) {
   const auto* const effect = value.if_object();
-  const auto name = effect ? textOf(*effect, "effect") : "";
+  auto name = effect ? textOf(*effect, "effect") : "";
   if (name.empty()) return "an effect";
   const auto with = [&](std::string_view words, std::string_view key) {
     const auto text = textOf(*effect, key);
@@ -151,7 +151,7 @@ std::string named(const json::value& value) {
 }
 
 /// Whether `path` is that of a key by which an effect is called.
-bool isName(std::string_view path) {
+bool namesAnEffect(std::string_view path) {
   static constexpr auto names = std::to_array<std::string_view>(
       {"/effect", "/action", "/call", "/op", "/of", "/record/actionName", "/argument/head/action"});
   return std::ranges::find(names, path) != names.end();
@@ -180,7 +180,7 @@ std::string part(std::string_view path) {
 /// "reply to enterRoom has code -1, was 0".
 std::string sentence(const json::value& expected, const json::value& actual,
                      const Difference& found) {
-  if (isName(found.path)) return named(actual) + " came, was " + named(expected);
+  if (namesAnEffect(found.path)) return named(actual) + " came, was " + named(expected);
   if (found.path.empty()) return named(actual) + " is " + found.got + ", was " + found.expected;
   const auto what = part(found.path);
   if (found.got == "nothing") return named(actual) + " has no " + what + ", was " + found.expected;
