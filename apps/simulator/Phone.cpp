@@ -21,7 +21,7 @@
 #include "recorder/Recorder.h"
 #include "simulator/FailingDownloads.h"
 #include "simulator/LiveNotes.h"
-#include "simulator/Note.h"
+#include "simulator/OperatorLog.h"
 #include "simulator/PageWebView.h"
 #include "simulator/PhoneScreen.h"
 #include "simulator/PhoneServices.h"
@@ -139,7 +139,7 @@ void Phone::onText(std::string_view text) {
   parts_->page->send(jsonText(answer));
 }
 
-void Phone::onTrouble(std::string_view what) { note(*parts_->logger, what); }
+void Phone::onTrouble(std::string_view what) { tellOperator(*parts_->logger, what); }
 
 // Each kind of frame in turn; says what is wrong with it, or nothing.
 std::string Phone::handle(const boost::json::object& frame) {

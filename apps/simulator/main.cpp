@@ -16,7 +16,7 @@
 #include "platform/StreamSystemLog.h"
 #include "simulation/ClassroomCloud.h"
 #include "simulator/Descriptors.h"
-#include "simulator/Note.h"
+#include "simulator/OperatorLog.h"
 #include "simulator/Options.h"
 #include "simulator/Phone.h"
 #include "simulator/SessionFiles.h"
@@ -73,7 +73,7 @@ int run(int argc, char** argv) {
       options->shellFolder.empty() ? ownShellFolder() : std::filesystem::path(options->shellFolder);
   web.pageFolder = options->pageFolder;
   web.page = options->pageUrl;
-  web.note = [&](std::string_view line) { note(*ownLogger, line); };
+  web.note = [&](std::string_view line) { tellOperator(*ownLogger, line); };
   raiseDescriptorLimit();
   const auto server = WebServer::open(std::move(web), error);
   if (!server) return fail(error);
@@ -93,7 +93,7 @@ int run(int argc, char** argv) {
     ClassroomCloud cloud(cloudOptions);
     std::size_t pages = 0;
     const auto streamSession =
-        sessions->streamSession([&](std::string_view line) { note(*ownLogger, line); });
+        sessions->streamSession([&](std::string_view line) { tellOperator(*ownLogger, line); });
     const PhoneEnvironment environment{
         .cloud = cloud,
         .makeLogger = [&] { return logger->forSession("page " + std::to_string(++pages)); },
