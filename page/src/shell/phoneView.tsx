@@ -10,6 +10,7 @@ import { Overlays } from './overlays';
 import { PageFrame } from './pageFrame';
 import type { PhoneModel } from './phoneModel';
 import './phoneView.css';
+import { RecordingBadge } from './session/sessionPage';
 import { FaultBadge } from './tools/faultsPage';
 import { pageQuery } from './tools/profile';
 import { usePageLook } from './tools/pageLook';
@@ -94,6 +95,7 @@ export function PhoneTools({ phone, workbench }: { phone: PhoneModel; workbench:
   const choose = (kind: 'phone' | 'tablet') => () => (phone.device.value = kind);
   return (
     <div class="phone-tools">
+      <RecordingBadge phone={phone} show={() => workbench.showPage(phone, 'Sessions')} />
       <FaultBadge phone={phone} show={() => workbench.showPage(phone, 'Faults')} />
       <div class="segmented" role="group" aria-label="Size">
         <IconButton name="phone" title="Phone" press={choose('phone')} aria-pressed={device === 'phone'} />
