@@ -6,7 +6,7 @@ import type { Places } from '../../client/src/frames.js';
 import { broadcastWords } from './frames';
 import type { FromPhone, Picture, PhoneSettings, ToPhone } from './frames';
 import { PhoneLink, type LinkState, type LinkWatcher } from './link';
-import type { PageFrame } from './pageFrame';
+import type { PageFrame, PageNotice } from './pageFrame';
 import { PhoneMemory } from './phoneMemory';
 import { SessionRecorder } from './session/sessionRecorder';
 import { Conversation } from './timeline/conversation';
@@ -71,8 +71,8 @@ export class PhoneModel {
   readonly busy = signal(0);
   /** Where the page wants the pictures. */
   readonly places = signal<Places>({ views: [], above: [] });
-  /** Why the page is not there, for whoever looks at the phone. */
-  readonly notice = signal<string | undefined>(undefined);
+  /** What whoever looks at the phone should know of its page. */
+  readonly notice = signal<PageNotice | undefined>(undefined);
   /** Its page; set while it is on the desk. */
   page: PageFrame | undefined;
 

@@ -29,7 +29,7 @@ export function PhoneView({ phone, workbench }: { phone: PhoneModel; workbench: 
     const query = pageQuery(phone.memory.look);
     const page = new PageFrame(frame.current!, query, {
       onPage: (port) => phone.link.attach(port),
-      onNotice: (text) => (phone.notice.value = text),
+      onNotice: (notice) => (phone.notice.value = notice),
       onProblem: (text) => phone.problem(text),
     });
     const drawn = new NativeViews(views.current!, phone);
@@ -69,9 +69,9 @@ export function PhoneView({ phone, workbench }: { phone: PhoneModel; workbench: 
         </div>
         <div class="screen">
           <iframe ref={frame} name={`phone-${phone.number}`} class="web-view" title={`Page of ${phone.name}`} />
-          {phone.notice.value !== undefined && (
-            <p class="page-notice" role="status">
-              {phone.notice}
+          {phone.notice.value && (
+            <p class="page-notice" role="status" data-beside={phone.notice.value.hasPage}>
+              {phone.notice.value.text}
             </p>
           )}
           <div ref={views} class="native-views" aria-hidden="true" />
