@@ -21,6 +21,7 @@
 #include "recorder/Recorder.h"
 #include "simulator/FailingDownloads.h"
 #include "simulator/LiveNotes.h"
+#include "simulator/LiveRecording.h"
 #include "simulator/OperatorLog.h"
 #include "simulator/PageWebView.h"
 #include "simulator/PhoneScreen.h"
@@ -111,6 +112,7 @@ struct Phone::Parts {
   const std::shared_ptr<void> session;
   Recorder recorder;
   const std::shared_ptr<VEMOUIRenderSource> renderSource;
+  std::unique_ptr<LiveRecording> recording;
   /// How many fired events are on their way to the page.
   const std::shared_ptr<std::atomic<std::int64_t>> firing =
       std::make_shared<std::atomic<std::int64_t>>(0);
@@ -181,11 +183,25 @@ std::string Phone::handle(const boost::json::object& frame) {
     parts_->notes->turn(on->boolean());
     return {};
   }
+  if (kind == "record") return handleRecord(frame);
   if (kind == "save") {
     sendRecording();
     return {};
   }
   return "its kind is unknown";
+}
+
+std::string Phone::handleRecord(const boost::json::object& frame) {
+  const auto on = vemo_safeNSNumberForKey(&frame, "on");
+  if (!on) return "it doesn't say whether to record";
+  if (!on->boolean()) {
+    parts_->recording.reset();
+    return {};
+  }
+  if (parts_->session) return "the simulator writes the whole session to a file already (--record)";
+  if (!parts_->recording)
+    parts_->recording = std::make_unique<LiveRecording>(parts_->page, parts_->lastMinutes);
+  return {};
 }
 
 void Phone::sendRecording() {
