@@ -207,6 +207,7 @@ struct NoteRing::Core {
     delete[] std::exchange(chunk.bytes, nullptr);
     chunk.capacity = 0;
     chunk.used = 0;
+    chunk.taken = 0;
     chunk.nextSealed = std::exchange(spare, &chunk);
   }
 
