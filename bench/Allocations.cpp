@@ -1,4 +1,4 @@
-#include "bench/Allocations.h"
+#include "Allocations.h"
 
 #include <cstddef>
 #include <cstdlib>

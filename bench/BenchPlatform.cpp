@@ -1,4 +1,4 @@
-#include "bench/BenchPlatform.h"
+#include "BenchPlatform.h"
 
 #include <cstdlib>
 #include <iostream>

@@ -10,9 +10,9 @@
 #include <string>
 #include <string_view>
 
-#include "bench/Allocations.h"
-#include "bench/BenchPlatform.h"
-#include "bench/JsonAlone.h"
+#include "Allocations.h"
+#include "BenchPlatform.h"
+#include "JsonAlone.h"
 
 namespace vemo::bench {
 namespace {

@@ -11,9 +11,9 @@
 #include <string_view>
 #include <utility>
 
-#include "bench/Allocations.h"
-#include "bench/BenchPlatform.h"
-#include "bench/JsonAlone.h"
+#include "Allocations.h"
+#include "BenchPlatform.h"
+#include "JsonAlone.h"
 
 namespace vemo::bench {
 namespace {
