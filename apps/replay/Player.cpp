@@ -1,9 +1,11 @@
 #include "replay/Player.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <optional>
 #include <ranges>
+#include <string_view>
 #include <thread>
 #include <utility>
 
@@ -35,6 +37,41 @@ std::optional<T> take(std::deque<T>& open, std::size_t nth) {
   open.erase(place);
   return taken;
 }
+
+/// What a step can ask of the router.
+struct Value {
+  std::string_view name;
+  json::value (*of)(const VEMOKOBUMsgRouter& router);
+};
+constexpr auto values = std::to_array<Value>({
+    {"hasEnterRoom", [](const auto& router) { return json::value(router.hasEnterRoom()); }},
+    {"curEnteredRoomUserId",
+     [](const auto& router) {
+       const auto userId = router.curEnteredRoomUserId();
+       return userId ? json::value(*userId) : json::value();
+     }},
+    {"role",
+     [](const auto& router) {
+       const auto params = router.enterRoomParams();
+       return params ? json::value(params->role) : json::value();
+     }},
+    {"switchToRole",
+     [](const auto& router) {
+       const auto params = router.enterRoomParams();
+       return params ? json::value(vemo::switchToRole(*params)) : json::value();
+     }},
+    {"supportMode",
+     [](const auto& router) { return json::value(router.kobuScreenCaptureSupportMode()); }},
+    {"listeners",
+     [](const auto& router) {
+       json::value names = json::array();
+       for (const auto& listener : router.kobuEventListeners()) {
+         const auto& name = dynamic_cast<NotingListener&>(*listener).name();
+         names.get_array().push_back(json::string(name));
+       }
+       return names;
+     }},
+});
 
 }  // namespace
 
@@ -312,33 +349,15 @@ void Player::listener(const Step& step) {
 }
 
 void Player::get(const Step& step) {
-  static constexpr auto names = std::to_array<std::string_view>(
-      {"hasEnterRoom", "curEnteredRoomUserId", "role", "switchToRole", "supportMode", "listeners"});
   const auto of = step.value<std::string>();
-  if (std::ranges::find(names, of) == names.end()) {
-    throw ScenarioError("unknown value \"" + of + '"' + didYouMean(of, names));
+  const auto* const value = std::ranges::find(values, of, &Value::name);
+  if (value == values.end()) {
+    throw ScenarioError("unknown value \"" + of + '"' +
+                        didYouMean(of, values | std::views::transform(&Value::name)));
   }
   if (!router_) return;
-  const auto params = router_->enterRoomParams();
-  json::value value;
-  if (of == "hasEnterRoom") {
-    value = router_->hasEnterRoom();
-  } else if (of == "curEnteredRoomUserId") {
-    if (const auto userId = router_->curEnteredRoomUserId()) value = *userId;
-  } else if (of == "role") {
-    if (params) value = params->role;
-  } else if (of == "switchToRole") {
-    if (params) value = vemo::switchToRole(*params);
-  } else if (of == "supportMode") {
-    value = router_->kobuScreenCaptureSupportMode();
-  } else {
-    value = json::array();
-    for (const auto& listener : router_->kobuEventListeners()) {
-      value.as_array().push_back(json::string(dynamic_cast<NotingListener&>(*listener).name()));
-    }
-  }
-  recorder_.notes()->effect("value",
-                            [&](NoteWriter& text) { text.add("of", of).add("value", value); });
+  recorder_.notes()->effect(
+      "value", [&](NoteWriter& text) { text.add("of", of).add("value", value->of(*router_)); });
 }
 
 }  // namespace vemo::replay
