@@ -32,14 +32,6 @@
 namespace vemo {
 namespace {
 
-/// Frames that change the phone, or answer it, stand in the log ahead of what they bring about.
-void logChange(VEMOLogger& logger, const boost::json::object& frame, std::string_view text) {
-  constexpr std::array<std::string_view, 7> kChanges{"network",   "settings", "answer",   "press",
-                                                     "broadcast", "fire",     "downloads"};
-  const auto kind = vemo_safeNSStringForKey(&frame, "kind").value_or("");
-  if (std::ranges::find(kChanges, kind) != kChanges.end()) logFrame(logger, kind, text);
-}
-
 NoteRingOptions ringOptions() {
   NoteRingOptions options;
   options.bytes = std::size_t{4} << 20U;  // what is saved travels in one frame
@@ -127,68 +119,85 @@ Phone::Phone(const PhoneEnvironment& environment, std::shared_ptr<PageSocket> pa
 
 Phone::~Phone() = default;
 
+struct Phone::FrameKind {
+  std::string_view name;
+  std::string (Phone::*handle)(const boost::json::object& frame);
+  /// Whether it changes the phone, or answers it: then it stands in the log ahead of what it
+  /// brings about.
+  bool isChange;
+};
+
+const Phone::FrameKind* Phone::kindOf(const boost::json::object& frame) {
+  static constexpr auto kinds = std::to_array<FrameKind>({
+      {"message", &Phone::handleMessage, false},
+      {"network", &Phone::handleNetwork, true},
+      {"settings", &Phone::handleSettings, true},
+      {"answer", &Phone::handleAnswer, true},
+      {"press", &Phone::handlePress, true},
+      {"broadcast", &Phone::handleBroadcast, true},
+      {"fire", &Phone::handleFire, true},
+      {"downloads", &Phone::handleDownloads, true},
+      {"pictures", &Phone::sendPictures, false},
+      {"note", &Phone::handleNote, false},
+      {"record", &Phone::handleRecord, false},
+      {"save", &Phone::sendRecording, false},
+  });
+  const auto name = vemo_safeNSStringForKey(&frame, "kind").value_or("");
+  const auto* const kind = std::ranges::find(kinds, name, &FrameKind::name);
+  return kind == kinds.end() ? nullptr : kind;
+}
+
 void Phone::onText(std::string_view text) {
   boost::json::error_code problem;
   const auto value = boost::json::parse({text.data(), text.size()}, problem);
   const auto* frame = problem ? nullptr : value.if_object();
-  if (frame) logChange(*parts_->logger, *frame, text);
-  const auto wrong = frame ? handle(*frame) : std::string("this is no JSON object");
+  const auto* kind = frame ? kindOf(*frame) : nullptr;
+  if (kind && kind->isChange) logFrame(*parts_->logger, kind->name, text);
+  const auto wrong = kind    ? (this->*kind->handle)(*frame)
+                     : frame ? "its kind is unknown"
+                             : std::string("this is no JSON object");
   if (wrong.empty()) return;
   onTrouble("sent a frame that can't be used: " + wrong);
   boost::json::object answer{{"kind", "problem"}, {"text", wrong}};
-  if (const auto kind = frame ? vemo_safeNSStringForKey(frame, "kind") : std::nullopt)
-    answer["frame"] = *kind;
+  if (const auto name = frame ? vemo_safeNSStringForKey(frame, "kind") : std::nullopt)
+    answer["frame"] = *name;
   parts_->page->send(jsonText(answer));
 }
 
 void Phone::onTrouble(std::string_view what) { tellOperator(*parts_->logger, what); }
 
-// Each kind of frame in turn; says what is wrong with it, or nothing.
-std::string Phone::handle(const boost::json::object& frame) {
-  const auto kind = vemo_safeNSStringForKey(&frame, "kind").value_or("");
-  if (kind == "message") {
-    const auto message = vemo_safeNSStringForKey(&frame, "text");
-    if (!message) return "a message has no text";
-    router_->receive(*message);
-    return {};
-  }
-  if (kind == "network") return handleNetwork(frame);
-  if (kind == "broadcast") return handleBroadcast(frame);
-  if (kind == "fire") return handleFire(frame);
-  if (kind == "downloads") return handleDownloads(frame);
-  if (kind == "pictures") {
-    sendPictures();
-    return {};
-  }
-  if (kind == "settings") {
-    const auto* changes = frame.if_contains("settings");
-    if (!changes || !changes->is_object()) return "there are no settings in it";
-    return parts_->services.change(changes->get_object());
-  }
-  if (kind == "answer") {
-    const auto granted = vemo_safeNSNumberForKey(&frame, "granted");
-    if (!granted) return "an answer says not whether access is granted";
-    return parts_->services.answer(vemo_safeNSStringForKey(&frame, "media").value_or(""),
-                                   granted->boolean());
-  }
-  if (kind == "press") {
-    const auto alert = vemo_safeNSNumberForKey(&frame, "alert");
-    const auto button = vemo_safeNSNumberForKey(&frame, "button");
-    if (!alert || !button) return "a press names no alert and button";
-    return parts_->services.press(alert->as<std::int64_t>(), button->as<std::size_t>());
-  }
-  if (kind == "note") {
-    const auto on = vemo_safeNSNumberForKey(&frame, "on");
-    if (!on) return "a note says not whether it is on";
-    parts_->notes->turn(on->boolean());
-    return {};
-  }
-  if (kind == "record") return handleRecord(frame);
-  if (kind == "save") {
-    sendRecording();
-    return {};
-  }
-  return "its kind is unknown";
+std::string Phone::handleMessage(const boost::json::object& frame) {
+  const auto message = vemo_safeNSStringForKey(&frame, "text");
+  if (!message) return "a message has no text";
+  router_->receive(*message);
+  return {};
+}
+
+std::string Phone::handleSettings(const boost::json::object& frame) {
+  const auto* changes = frame.if_contains("settings");
+  if (!changes || !changes->is_object()) return "there are no settings in it";
+  return parts_->services.change(changes->get_object());
+}
+
+std::string Phone::handleAnswer(const boost::json::object& frame) {
+  const auto granted = vemo_safeNSNumberForKey(&frame, "granted");
+  if (!granted) return "an answer says not whether access is granted";
+  return parts_->services.answer(vemo_safeNSStringForKey(&frame, "media").value_or(""),
+                                 granted->boolean());
+}
+
+std::string Phone::handlePress(const boost::json::object& frame) {
+  const auto alert = vemo_safeNSNumberForKey(&frame, "alert");
+  const auto button = vemo_safeNSNumberForKey(&frame, "button");
+  if (!alert || !button) return "a press names no alert and button";
+  return parts_->services.press(alert->as<std::int64_t>(), button->as<std::size_t>());
+}
+
+std::string Phone::handleNote(const boost::json::object& frame) {
+  const auto on = vemo_safeNSNumberForKey(&frame, "on");
+  if (!on) return "a note says not whether it is on";
+  parts_->notes->turn(on->boolean());
+  return {};
 }
 
 std::string Phone::handleRecord(const boost::json::object& frame) {
@@ -204,14 +213,15 @@ std::string Phone::handleRecord(const boost::json::object& frame) {
   return {};
 }
 
-void Phone::sendRecording() {
+std::string Phone::sendRecording(const boost::json::object& /*frame*/) {
   const SecretMask mask;
   const auto text = parts_->lastMinutes->recording(
       [&](std::string_view line, std::string& buffer) { return mask.masked(line, buffer); });
   parts_->page->send(jsonText(boost::json::object{{"kind", "saved"}, {"text", text}}));
+  return {};
 }
 
-void Phone::sendPictures() {
+std::string Phone::sendPictures(const boost::json::object& /*frame*/) {
   const auto phone = parts_->engineClass->snapshot();
   auto pictures = phone ? parts_->screen->pictures(*phone) : boost::json::array();
   for (auto& image : parts_->screen->newImages()) {
@@ -220,6 +230,7 @@ void Phone::sendPictures() {
   }
   parts_->page->send(
       jsonText(boost::json::object{{"kind", "pictures"}, {"pictures", std::move(pictures)}}));
+  return {};
 }
 
 std::string Phone::handleNetwork(const boost::json::object& frame) {

@@ -36,7 +36,8 @@ struct PhoneEnvironment {
 /// shared cloud. When the page is gone the phone drops its router, which leaves the room.
 ///
 /// Frames from the page are JSON objects with a "kind": "message" (text: a page
-/// message), "network" (drop: whether the connection is cut, or delay, upLoss, downLoss),
+/// message), "network" (drop: whether the connection is cut; or delay in milliseconds one way
+/// and upLoss and downLoss in percent, each taken into its range),
 /// "settings" (settings: changes), "answer" (media, granted), "press" (alert, button),
 /// "broadcast" (event: "started", "paused", "resumed" or "finished"), "fire" (event, args: an event
 /// of the engine, to be told "times" times, once without it), "downloads" (error: the code and text
@@ -58,14 +59,22 @@ class Phone final : public PageListener {
  private:
   struct Parts;
 
-  std::string handle(const boost::json::object& frame);
-  void sendPictures();
-  void sendRecording();
-  std::string handleRecord(const boost::json::object& frame);
+  struct FrameKind;
+  static const FrameKind* kindOf(const boost::json::object& frame);
+
+  // What is done with a frame; what is wrong with it, or nothing.
+  std::string handleMessage(const boost::json::object& frame);
   std::string handleNetwork(const boost::json::object& frame);
+  std::string handleSettings(const boost::json::object& frame);
+  std::string handleAnswer(const boost::json::object& frame);
+  std::string handlePress(const boost::json::object& frame);
   std::string handleBroadcast(const boost::json::object& frame);
   std::string handleFire(const boost::json::object& frame);
   std::string handleDownloads(const boost::json::object& frame);
+  std::string sendPictures(const boost::json::object& frame);
+  std::string handleNote(const boost::json::object& frame);
+  std::string handleRecord(const boost::json::object& frame);
+  std::string sendRecording(const boost::json::object& frame);
 
   const std::shared_ptr<Parts> parts_;  // kept by the router too, which may live on a little
   std::shared_ptr<VEMOKOBUMsgRouter> router_;
