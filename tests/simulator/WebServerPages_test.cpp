@@ -1,0 +1,197 @@
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
+#include <atomic>
+#include <boost/asio/read_until.hpp>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "WebServerTest.h"
+
+// Pages that are connected, and the frames between them and their listeners.
+
+namespace vemo::test {
+namespace {
+
+TEST_F(WebServerTest, LetsOnlyItsOwnPagesConnect) {
+  const auto port = host_.substr(host_.find(':'));
+  EXPECT_EQ(page("http://evil.example").second, http::status::forbidden);
+  EXPECT_EQ(page("https://" + host_).second, http::status::forbidden);
+  EXPECT_EQ(page("null").second, http::status::forbidden);
+  EXPECT_EQ(page("").second, http::status::forbidden);
+  EXPECT_EQ(page("http://evil.example" + port, "evil.example" + port).second,
+            http::status::forbidden);
+  EXPECT_TRUE(page("http://" + host_).first);
+  EXPECT_TRUE(page("http://localhost" + port, "localhost" + port).first);
+}
+
+TEST_F(WebServerTest, CarriesFramesInOrder) {
+  const auto mine = ownPage();
+  ASSERT_TRUE(mine);
+  for (const auto* text : {"one", "two", "three"}) mine->write(asio::buffer(std::string(text)));
+  EXPECT_EQ(read(*mine), "one");
+  EXPECT_EQ(read(*mine), "two");
+  EXPECT_EQ(read(*mine), "three");
+}
+
+TEST_F(WebServerTest, AListenerGoesWithItsPage) {
+  auto mine = ownPage();
+  ASSERT_TRUE(mine);
+  EXPECT_EQ(events_.wait(1).back(), "came");
+  mine->close(websocket::close_code::normal);
+  EXPECT_EQ(events_.wait(2).back(), "left");
+
+  auto torn = ownPage();
+  events_.wait(3);
+  torn->next_layer().close();
+  EXPECT_EQ(events_.wait(4).back(), "left");
+}
+
+TEST_F(WebServerTest, IgnoresBinaryFramesAndEndsOnTooLongOnes) {
+  const auto mine = ownPage();
+  ASSERT_TRUE(mine);
+  mine->binary(true);
+  mine->write(asio::buffer(std::string("bits")));
+  mine->text(true);
+  mine->write(asio::buffer(std::string("still here")));
+  EXPECT_EQ(read(*mine), "still here");
+  EXPECT_EQ(troubles_.wait(1).back(), "sent a binary frame; ignored");
+
+  beast::error_code problem;
+  mine->write(asio::buffer(std::string(60'000, 'x')), problem);
+  EXPECT_EQ(events_.wait(2).back(), "left");
+  EXPECT_EQ(troubles_.wait(2).back(), "was dropped: it sent a frame that is too long");
+}
+
+TEST_F(WebServerTest, EndsOnBrokenText) {
+  const auto mine = ownPage();
+  ASSERT_TRUE(mine);
+  beast::error_code problem;
+  mine->write(asio::buffer(std::string("\xff\xfe")), problem);
+  beast::flat_buffer buffer;
+  mine->read(buffer, problem);
+  EXPECT_EQ(problem, websocket::error::closed);
+  EXPECT_EQ(mine->reason().code, websocket::close_code::bad_payload);
+  EXPECT_EQ(events_.wait(2).back(), "left");
+}
+
+TEST_F(WebServerTest, DropsAPageThatDoesNotRead) {
+  const auto slow = ownPage();
+  ASSERT_TRUE(slow);
+  slow->write(asio::buffer(std::string("flood")));
+  EXPECT_EQ(troubles_.wait(1).back(), "was dropped: it doesn't read what it is sent");
+  EXPECT_EQ(events_.wait(2).back(), "left");
+
+  const auto other = ownPage();
+  other->write(asio::buffer(std::string("hello")));
+  EXPECT_EQ(read(*other), "hello");
+}
+
+TEST_F(WebServerTest, HearsFramesThatCameWithTheHandshake) {
+  auto socket = connected();
+  const std::string request = "GET /phone HTTP/1.1\r\nHost: " + host_ + "\r\nOrigin: http://" +
+                              host_ +
+                              "\r\nConnection: Upgrade\r\nUpgrade: websocket\r\n"
+                              "Sec-WebSocket-Version: 13\r\n"
+                              "Sec-WebSocket-Key: AAAAAAAAAAAAAAAAAAAAAA==\r\n\r\n";
+  const std::string mask(4, '\0');
+  const auto frame = [&](const std::string& text) {
+    return "\x81" + std::string(1, static_cast<char>(0x80U | text.size())) + mask + text;
+  };
+  const auto second = frame("second");
+  asio::write(socket, asio::buffer(request + frame("first") + second.substr(0, 3)));
+  asio::write(socket, asio::buffer(second.substr(3) + frame("third")));
+  std::string answer;
+  asio::read_until(socket, asio::dynamic_buffer(answer), "\x81\x05third");
+  EXPECT_EQ(answer.substr(answer.find("\r\n\r\n") + 4),
+            "\x81\x05"
+            "first\x81\x06second\x81\x05third");
+}
+
+TEST_F(WebServerTest, APageThatFloodsItDoesNotHoldUpTheOthers) {
+  const auto flooding = ownPage();
+  const auto mine = ownPage();
+  ASSERT_TRUE(flooding && mine);
+  std::atomic<bool> enough = false;
+  std::atomic<std::size_t> sent = 0;
+  std::thread flood([&] {
+    beast::error_code problem;
+    while (!enough && !problem) {
+      flooding->write(asio::buffer("hush", 4), problem);
+      ++sent;
+    }
+    EXPECT_FALSE(problem) << problem.message();
+  });
+  while (sent < 1000) std::this_thread::yield();
+  for (int round = 0; round < 50; ++round) {
+    mine->write(asio::buffer(std::to_string(round)));
+    EXPECT_EQ(read(*mine), std::to_string(round));
+  }
+  enough = true;
+  flood.join();
+}
+
+TEST_F(WebServerTest, TakesOnlySoManyPages) {
+  std::vector<std::unique_ptr<Page>> pages;
+  for (int i = 0; i < 3; ++i) ASSERT_TRUE(pages.emplace_back(ownPage()));
+  events_.wait(3);
+  http::request<http::empty_body> request(http::verb::get, "/phone", 11);
+  request.set(http::field::host, host_);
+  request.set(http::field::origin, "http://" + host_);
+  request.set(http::field::connection, "Upgrade");
+  request.set(http::field::upgrade, "websocket");
+  request.set(http::field::sec_websocket_version, "13");
+  request.set(http::field::sec_websocket_key, "AAAAAAAAAAAAAAAAAAAAAA==");
+  auto socket = connected();
+  http::write(socket, request);
+  beast::flat_buffer buffer;
+  http::response<http::string_body> response;
+  http::read(socket, buffer, response);
+  EXPECT_EQ(response.result(), http::status::service_unavailable);
+  EXPECT_EQ(response.body(), "There are as many pages as this server takes; close one first.\n");
+  EXPECT_EQ(get("/").result(), http::status::ok);
+
+  pages.back()->close(websocket::close_code::normal);
+  EXPECT_EQ(events_.wait(4).back(), "left");
+  EXPECT_TRUE(ownPage());
+}
+
+/// The socket of this process that is connected to `other`, or -1.
+int peerOf(tcp::socket& other) {
+  for (int descriptor = 0; descriptor < 1024; ++descriptor) {
+    sockaddr_in peer{};
+    socklen_t size = sizeof peer;
+    if (getpeername(descriptor, reinterpret_cast<sockaddr*>(&peer), &size) == 0 &&
+        ntohs(peer.sin_port) == other.local_endpoint().port())
+      return descriptor;
+  }
+  return -1;
+}
+
+TEST_F(WebServerTest, AFrameWaitsForNoAcknowledgementOfTheOneBefore) {
+  const auto mine = ownPage();
+  ASSERT_TRUE(mine);
+  int noDelay = 0;
+  socklen_t size = sizeof noDelay;
+  getsockopt(peerOf(mine->next_layer()), IPPROTO_TCP, TCP_NODELAY, &noDelay, &size);
+  EXPECT_NE(noDelay, 0);
+}
+
+TEST_F(WebServerTest, SaysGoodbyeWhenItStops) {
+  const auto mine = ownPage();
+  ASSERT_TRUE(mine);
+  events_.wait(1);  // the server knows too that it is connected
+  server_->stop();
+  beast::flat_buffer buffer;
+  beast::error_code problem;
+  mine->read(buffer, problem);
+  EXPECT_EQ(problem, websocket::error::closed);
+  EXPECT_EQ(mine->reason().code, websocket::close_code::going_away);
+  EXPECT_EQ(events_.wait(2).back(), "left");
+}
+
+}  // namespace
+}  // namespace vemo::test
