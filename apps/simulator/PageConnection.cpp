@@ -1,0 +1,166 @@
+#include "simulator/PageConnection.h"
+
+#include <algorithm>
+#include <boost/asio/buffer.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/post.hpp>
+#include <chrono>
+#include <cstddef>
+#include <iterator>
+#include <mutex>
+
+namespace vemo {
+
+namespace asio = boost::asio;
+namespace beast = boost::beast;
+namespace http = beast::http;
+namespace websocket = beast::websocket;
+
+/// What is to be sent to one page. Handed out to any thread, so it knows when the
+/// connection, and with it the server's loop, is no longer there.
+class PageConnection::Outbox final : public PageSocket {
+ public:
+  Outbox(asio::io_context& io, std::size_t limit) : io_(io), limit_(limit) {}
+
+  void attach(std::weak_ptr<PageConnection> connection) { connection_ = std::move(connection); }
+
+  void send(std::string text) override {
+    const std::lock_guard lock(mutex_);
+    if (closed_ || unsent_ > limit_) return;
+    unsent_ += text.size();
+    frames_.push_back(std::move(text));
+    if (std::exchange(scheduled_, true)) return;
+    // Under the lock, so that close() returns only when no one uses the loop any more.
+    asio::post(io_, [connection = connection_] {
+      if (const auto page = connection.lock()) page->flush();
+    });
+  }
+
+  std::size_t unsentBytes() const override {
+    const std::lock_guard lock(mutex_);
+    return unsent_;
+  }
+
+  /// The frames that wait, oldest first. `overflow` is set when the page reads too slowly.
+  std::deque<std::string> take(bool& overflow) {
+    const std::lock_guard lock(mutex_);
+    scheduled_ = false;
+    overflow = unsent_ > limit_;
+    return std::exchange(frames_, {});
+  }
+
+  void wasSent(std::size_t bytes) {
+    const std::lock_guard lock(mutex_);
+    unsent_ -= bytes;
+  }
+
+  void close() {
+    std::deque<std::string> unsent;  // freed without the lock
+    const std::lock_guard lock(mutex_);
+    closed_ = true;
+    unsent.swap(frames_);
+  }
+
+ private:
+  asio::io_context& io_;
+  const std::size_t limit_;
+  std::weak_ptr<PageConnection> connection_;
+  mutable std::mutex mutex_;
+  std::deque<std::string> frames_;
+  std::size_t unsent_ = 0;
+  bool scheduled_ = false;
+  bool closed_ = false;
+};
+
+PageConnection::PageConnection(WebServerState& state, asio::ip::tcp::socket socket,
+                               beast::flat_buffer received)
+    : state_(state),
+      stream_(std::move(socket), std::move(received)),
+      outbox_(std::make_shared<Outbox>(state.io, state.options.maxUnsentBytes)) {
+  ++state_.pageCount;
+}
+
+PageConnection::~PageConnection() { finish(); }
+
+void PageConnection::start(const http::request<http::string_body>& request) {
+  outbox_->attach(weak_from_this());
+  state_.pages.push_back(weak_from_this());
+  stream_.set_option(websocket::stream_base::timeout{
+      std::chrono::seconds(10), std::chrono::seconds(60), /*keep_alive_pings=*/true});
+  stream_.read_message_max(state_.options.maxFrameBytes);
+  stream_.text(true);
+  stream_.async_accept(request, [self = shared_from_this()](beast::error_code problem) {
+    if (problem || self->finished_) return self->finish();
+    self->listener_ = self->state_.makeListener(self->outbox_);
+    self->read();
+  });
+}
+
+/// Writes what the outbox holds, unless a write is under way that will.
+void PageConnection::flush() {
+  if (finished_) return;
+  bool overflow = false;
+  auto frames = outbox_->take(overflow);
+  if (overflow) return drop("it doesn't read what it is sent");
+  std::ranges::move(frames, std::back_inserter(unsent_));
+  if (!writing_) write();
+}
+
+void PageConnection::sayGoodbye() {
+  if (!listener_) return hangUp();  // still shaking hands, which a goodbye may not interrupt
+  stream_.async_close(websocket::close_code::going_away,
+                      [self = shared_from_this()](beast::error_code) { self->finish(); });
+}
+
+void PageConnection::finish() {
+  if (std::exchange(finished_, true)) return;
+  outbox_->close();
+  listener_.reset();
+  state_.pageLeft();
+}
+
+void PageConnection::read() {
+  stream_.async_read(buffer_, [self = shared_from_this()](beast::error_code problem, std::size_t) {
+    self->onRead(problem);
+  });
+}
+
+void PageConnection::onRead(beast::error_code problem) {
+  if (finished_) return;
+  if (problem == websocket::error::message_too_big || problem == websocket::error::buffer_overflow)
+    return drop("it sent a frame that is too long");
+  if (problem) return finish();
+  if (stream_.got_text()) {
+    const auto bytes = buffer_.cdata();
+    listener_->onText({static_cast<const char*>(bytes.data()), bytes.size()});
+  } else {
+    listener_->onTrouble("sent a binary frame; ignored");
+  }
+  buffer_.consume(buffer_.size());
+  if (!finished_) read();
+}
+
+void PageConnection::write() {
+  if (unsent_.empty()) return;
+  writing_ = true;
+  stream_.async_write(asio::buffer(unsent_.front()),
+                      [self = shared_from_this()](beast::error_code problem, std::size_t bytes) {
+                        self->writing_ = false;
+                        if (problem) return self->finish();
+                        self->outbox_->wasSent(bytes);
+                        self->unsent_.pop_front();
+                        self->write();
+                      });
+}
+
+void PageConnection::drop(std::string_view why) {
+  if (listener_) listener_->onTrouble("was dropped: " + std::string(why));
+  hangUp();
+}
+
+void PageConnection::hangUp() {
+  finish();
+  beast::get_lowest_layer(stream_).close();
+}
+
+}  // namespace vemo

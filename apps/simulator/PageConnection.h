@@ -1,0 +1,73 @@
+#pragma once
+
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/beast/core.hpp>
+#include <boost/beast/http.hpp>
+#include <boost/beast/websocket.hpp>
+#include <deque>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "simulator/PageSocket.h"
+#include "simulator/WebServerState.h"
+
+namespace vemo {
+
+/// A page's connection: what was read beyond its request comes first.
+class PageStream final : public boost::beast::buffered_read_stream<boost::beast::tcp_stream,
+                                                                   boost::beast::flat_buffer> {
+ public:
+  PageStream(boost::asio::ip::tcp::socket socket, boost::beast::flat_buffer received)
+      : buffered_read_stream(std::move(socket)) {
+    buffer() = std::move(received);
+  }
+};
+
+// How the WebSocket ends the connection below it; the server does so asynchronously alone.
+template <class Handler>
+void async_teardown(boost::beast::role_type role, PageStream& stream, Handler&& handler) {
+  using boost::beast::websocket::async_teardown;
+  async_teardown(role, stream.next_layer(), std::forward<Handler>(handler));
+}
+
+/// A page that is connected: reads its frames and writes what it is sent. The server's thread.
+class PageConnection final : public std::enable_shared_from_this<PageConnection> {
+ public:
+  /// `received`: what was read behind the request.
+  PageConnection(WebServerState& state, boost::asio::ip::tcp::socket socket,
+                 boost::beast::flat_buffer received);
+  ~PageConnection();
+  PageConnection(const PageConnection&) = delete;
+  PageConnection& operator=(const PageConnection&) = delete;
+
+  /// Shakes hands as `request` asks for, and goes on until the page leaves.
+  void start(const boost::beast::http::request<boost::beast::http::string_body>& request);
+
+  void sayGoodbye();
+
+  /// The page is gone: nothing of it is left when this returns.
+  void finish();
+
+ private:
+  class Outbox;
+
+  void read();
+  void onRead(boost::beast::error_code problem);
+  void flush();
+  void write();
+  void drop(std::string_view why);
+  void hangUp();
+
+  WebServerState& state_;
+  boost::beast::websocket::stream<PageStream, /*deflateSupported=*/false> stream_;
+  boost::beast::flat_buffer buffer_;
+  std::shared_ptr<Outbox> outbox_;
+  std::unique_ptr<PageListener> listener_;
+  std::deque<std::string> unsent_;
+  bool writing_ = false;
+  bool finished_ = false;
+};
+
+}  // namespace vemo
