@@ -25,6 +25,7 @@
 #include "replay/Matcher.h"
 #include "replay/OwnProcess.h"
 #include "replay/Playback.h"
+#include "replay/Replay.h"
 
 namespace vemo::replay {
 namespace {

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "replay/Replay.h"
+#include "replay/ExitStatus.h"
 
 namespace vemo::replay {
 

@@ -14,6 +14,7 @@
 
 #include "json/JsonText.h"
 #include "recorder/ReadLine.h"
+#include "replay/Replay.h"
 #include "replay/Scenario.h"
 #include "replay/ScenarioError.h"
 

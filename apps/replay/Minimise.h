@@ -4,7 +4,7 @@
 #include <iosfwd>
 #include <string>
 
-#include "replay/Replay.h"
+#include "replay/ExitStatus.h"
 
 namespace vemo::replay {
 

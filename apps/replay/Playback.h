@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "replay/Replay.h"
+#include "replay/ExitStatus.h"
 #include "replay/Scenario.h"
 #include "replay/Transcript.h"
 

@@ -3,19 +3,14 @@
 #include <filesystem>
 #include <iosfwd>
 
+#include "replay/ExitStatus.h"
+
 namespace vemo::replay {
 
 enum class Mode {
   transcript,  ///< write what the router does
   check,       ///< compare it with what the steps expect, write the differences, and in
                ///< the end how many steps and expectations there were
-};
-
-enum ExitStatus : int {
-  kDone = 0,
-  kExpectationFailed = 1,
-  kUnreadable = 2,
-  kSomethingLeft = 3,  ///< an object outlived the run: a mistake in the program
 };
 
 /// Plays `scenario` step by step and writes to `out` as `mode` says. What is wrong with

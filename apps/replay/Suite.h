@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "replay/Replay.h"
+#include "replay/ExitStatus.h"
 
 namespace vemo::replay {
 

@@ -9,6 +9,7 @@
 
 #include "Folder.h"
 #include "replay/LineEdit.h"
+#include "replay/Replay.h"
 
 namespace vemo::replay {
 namespace {
