@@ -13,7 +13,8 @@
 #include <vector>
 
 #include "simulator/Descriptors.h"
-#include "simulator/WebServer.h"
+#include "simulator/PageSocket.h"
+#include "simulator/WebServerOptions.h"
 
 namespace vemo {
 
