@@ -105,7 +105,7 @@ export function JoinScreen({ form, notices }: { form: JoinForm; notices: Notices
               value={form.name}
               autocomplete="off"
               maxLength={40}
-              placeholder="For example Ada"
+              placeholder="e.g. Ada"
             />
             <Field id="room" title="Room" value={form.room} inputMode="numeric" />
           </div>
