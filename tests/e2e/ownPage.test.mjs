@@ -103,6 +103,12 @@ test('the starter page is copied by one command and runs from its folder', async
   await ada.page.locator('canvas.native-view').waitFor();
   await enter(ben);
   await ben.view.getByText('is here').waitFor();
+
+  // By the simulator's address it is somebody, somewhere.
+  const eve = new Phone(await context.newPage());
+  await eve.page.goto(`${simulator.address}?user=Eve&room=7`);
+  await eve.view.getByRole('button', { name: 'Enter' }).click();
+  await eve.view.getByText('Eve is in room 7').waitFor();
   assert.deepEqual([...ada.problems, ...ben.problems], []);
 });
 
