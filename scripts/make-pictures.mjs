@@ -66,7 +66,7 @@ async function pictures(address, browser) {
   await panel.getByText(/1 did other than before/).waitFor();
   const marked = panel.locator('.row', { has: first.page.locator('.remark-mark') });
   await marked.locator('.row-head').click();
-  await marked.locator('p.remark').first().waitFor();
+  await marked.locator('p.remark').last().scrollIntoViewIfNeeded();
   await picture(first, 'session');
 }
 

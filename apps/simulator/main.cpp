@@ -107,8 +107,8 @@ int run(int argc, char** argv) {
         }};
 
     server->stopOnSignals();
-    // Beside a page of "localhost" the shell bears that name, too: to a browser the two are one site
-    // then, and the page has its cookies.
+    // Beside a page of "localhost" the shell bears that name, too: to a browser the two are one
+    // site then, and the page has its cookies.
     const bool isLocalhost =
         options->pageUrl && options->pageUrl->origin.find("://localhost") != std::string::npos;
     std::cout << "http://" << (isLocalhost ? "localhost" : "127.0.0.1") << ':' << server->port()

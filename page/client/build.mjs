@@ -22,6 +22,14 @@ await build({
   splitting: true,
   outdir: 'dist',
 });
+// For what still calls require, such as some runners of tests.
+await build({
+  ...common,
+  entryPoints: ['src/index.ts', 'src/testing.ts'],
+  format: 'cjs',
+  outExtension: { '.js': '.cjs' },
+  outdir: 'dist',
+});
 await build({
   ...common,
   entryPoints: { 'vemo-client': 'src/index.ts' },

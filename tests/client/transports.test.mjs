@@ -120,6 +120,15 @@ test('a page without an application is told so, after a while', async () => {
   assert.match(warnings[0], /no application answers/);
 });
 
+test('a page that makes a second bridge is told so, unless it says of each how it talks', async () => {
+  const { bridge, warnings } = windowWith();
+  bridge();
+  bridge('{ transport: VemoClient.webViewHandler() }');
+  assert.deepEqual(warnings, []);
+  bridge();
+  assert.match(warnings[0], /a second Bridge/);
+});
+
 /** A window in a frame: what it told its parent, and what the parent may tell it. */
 function framed(options) {
   const asked = [];

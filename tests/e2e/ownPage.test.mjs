@@ -103,6 +103,12 @@ test('the starter page is copied by one command and runs from its folder', async
   await ada.page.locator('canvas.native-view').waitFor();
   await enter(ben);
   await ben.view.getByText('is here').waitFor();
+
+  // By the simulator's address it is somebody, somewhere.
+  const eve = new Phone(await context.newPage());
+  await eve.page.goto(`${simulator.address}?user=Eve&room=7`);
+  await eve.view.getByRole('button', { name: 'Enter' }).click();
+  await eve.view.getByText('Eve is in room 7').waitFor();
   assert.deepEqual([...ada.problems, ...ben.problems], []);
 });
 
@@ -273,6 +279,33 @@ test('a page at https, once its certificate is accepted', async () => {
   const ben = await open(simulator);
   await ben.view.locator('output', { hasText: '1.0.0' }).waitFor();
   assert.deepEqual(ben.problems, []);
+});
+
+test('a page made of components has its videos in them', async () => {
+  const page = await serve(`<script src="/vemo-client.js"></script><lesson-room></lesson-room><script>
+      const bridge = new VemoClient.Bridge();
+      customElements.define('lesson-room', class extends HTMLElement {
+        async connectedCallback() {
+          const root = this.attachShadow({ mode: 'open' });
+          root.innerHTML = '<button>Enter</button><lesson-tile></lesson-tile>';
+          root.querySelector('button').onclick = async () => {
+            await bridge.enterRoom({ appScene: 1, sdkAppId: 1, userId: 'ada', userSig: 'any', roomId: 101 });
+            const tile = root.querySelector('lesson-tile').attachShadow({ mode: 'open' });
+            tile.innerHTML = '<div data-native-view="ada/0" style="position: fixed; inset: 100px 50px 60px 40px"></div>';
+            await bridge.startLocalPreview();
+          };
+          await bridge.initSDK();
+        }
+      });
+    </script>`);
+  const ada = await open(await simulate('--page-url', page));
+  await ada.view.getByRole('button', { name: 'Enter' }).click();
+  await ada.answerPrompt('camera', true);
+  await ada.nativeView('ada').waitFor();
+  const place = await ada.view.locator('div').boundingBox();
+  const { x, y } = await ada.nativeView('ada').boundingBox();
+  assert.deepEqual([x, y], [place.x, place.y]);
+  assert.deepEqual(ada.problems, []);
 });
 
 test('a frame within the page is not taken for the page, though of its origin', async () => {

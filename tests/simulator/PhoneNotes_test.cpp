@@ -177,8 +177,7 @@ TEST_F(PhoneTest, TellsItsRecordingFromTheBeginningWhileItIsAskedTo) {
     EXPECT_TRUE(recording.whole);
     EXPECT_EQ(count(recording, "event", "onEnterRoom"), 1) << "of before it was asked for";
     EXPECT_EQ(count(recording, "call", "enterRoom"), 1);
-    EXPECT_EQ(count(recording, "call", "muteLocalAudio"),
-              static_cast<std::ptrdiff_t>(i) + 1);
+    EXPECT_EQ(count(recording, "call", "muteLocalAudio"), static_cast<std::ptrdiff_t>(i) + 1);
   }
 }
 

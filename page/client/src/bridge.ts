@@ -94,7 +94,10 @@ export class Bridge {
       onEvent: (envelope) => this.happened(envelope),
       onReport: ({ params }) => this.happened({ head: { action: report }, retval: params }),
     };
-    (typeof self === 'undefined' ? globalThis : self).vemoBridge = this.receiver;
+    const root = typeof self === 'undefined' ? globalThis : self;
+    if (root.vemoBridge && !transport)
+      console.warn('vemo-client: a second Bridge in this page; the one before gets no answers any more.');
+    root.vemoBridge = this.receiver;
     this.connect();
   }
 

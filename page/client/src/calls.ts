@@ -1,3 +1,4 @@
+/// <reference lib="es2018.asynciterable" preserve="true" />
 // What a call of a command takes and gives.
 
 export interface CallOptions {

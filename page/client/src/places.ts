@@ -10,7 +10,7 @@ export function watchPlaces(tell: (places: Places) => void): void {
   let told = '{"views":[],"above":[]}';
   let looking = false;
   const look = () => {
-    const places = currentPlaces();
+    const places = currentPlaces((root) => observer.observe(root, changes));
     const text = JSON.stringify(places);
     looking = text !== told || isMoving();
     if (text !== told) tell(places);
@@ -22,7 +22,8 @@ export function watchPlaces(tell: (places: Places) => void): void {
     looking = true;
   };
   const changes = { subtree: true, childList: true, attributes: true, characterData: true };
-  new MutationObserver(start).observe(document, changes);
+  const observer = new MutationObserver(start);
+  observer.observe(document, changes);
   for (const move of moves) addEventListener(move, start, true);
   setInterval(start, seldomMs); // what gives no sign of itself
   start();
@@ -36,10 +37,12 @@ function isMoving(): boolean {
   );
 }
 
-function currentPlaces(): Places {
+/** `onRoot` hears of each shadow root, again and again. */
+function currentPlaces(onRoot: (root: ShadowRoot) => void): Places {
+  const all = (name: string) => allIn(document, `[data-native-${name}]`, onRoot);
   return {
     views: all('view').map((element) => {
-      const clip = element.closest('[data-native-clip]');
+      const clip = clipAround(element);
       return {
         name: element.dataset['nativeView']!,
         box: boxOf(element),
@@ -54,8 +57,20 @@ function currentPlaces(): Places {
   };
 }
 
-function all(name: string): HTMLElement[] {
-  return Array.from(document.querySelectorAll<HTMLElement>(`[data-native-${name}]`));
+// In the components of a page, too, as far as they are open.
+function allIn(root: Document | ShadowRoot, selector: string, onRoot: (root: ShadowRoot) => void): HTMLElement[] {
+  const found = Array.from(root.querySelectorAll<HTMLElement>(selector));
+  for (const { shadowRoot } of Array.from(root.querySelectorAll('*'))) {
+    if (!shadowRoot) continue;
+    onRoot(shadowRoot);
+    found.push(...allIn(shadowRoot, selector, onRoot));
+  }
+  return found;
+}
+
+function clipAround(element: Element): Element | null {
+  const { host } = element.getRootNode() as Partial<ShadowRoot>;
+  return element.closest('[data-native-clip]') ?? (host ? clipAround(host) : null);
 }
 
 function boxOf(element: Element): Box {

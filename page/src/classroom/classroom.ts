@@ -2,13 +2,12 @@
 // commands that change it. It draws nothing.
 
 import { Bridge, BridgeError, type EventHandler, type EventName, type KOBUStatistics } from 'vemo-client';
+import { roles } from '../roles';
 import { errorInWords, exitInWords, leaveInWords } from '../words';
 import { LocalMedia } from './localMedia';
 import { cameraStream, type Person, type RoomAccess, type Tone, type Watcher } from './roomAccess';
 import { ScreenShare } from './screenShare';
 
-export const anchorRole = 20;
-export const audienceRole = 21;
 const onlineClassScene = 1;
 
 export type Phase = 'connecting' | 'stopped' | 'outside' | 'entering' | 'inside' | 'leaving';
@@ -31,7 +30,7 @@ export interface Problem {
 export class Classroom implements RoomAccess {
   phase: Phase = 'connecting';
   connection: Connection = 'good';
-  role = audienceRole;
+  role: number = roles.audience;
   roomId = 0;
   userId = '';
   sdkAppId = 0;
@@ -67,7 +66,7 @@ export class Classroom implements RoomAccess {
   }
 
   get onStage(): boolean {
-    return this.phase === 'inside' && this.role === anchorRole;
+    return this.phase === 'inside' && this.role === roles.stage;
   }
 
   /** Connects with the application again, after it had stopped. */
@@ -125,11 +124,11 @@ export class Classroom implements RoomAccess {
     const done = await this.attempt(this.bridge.switchRole({ role }, { nativecb: 'switchRole' }));
     if (!done) return;
     this.role = role;
-    if (role === audienceRole) {
+    if (role === roles.audience) {
       this.media.takenAway();
       this.share.takenAway();
     }
-    this.notice(role === anchorRole ? 'You are on stage.' : 'You are in the audience.', 'good');
+    this.notice(role === roles.stage ? 'You are on stage.' : 'You are in the audience.', 'good');
     this.watcher.changed();
   }
 

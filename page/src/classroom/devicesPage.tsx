@@ -44,7 +44,7 @@ export function DevicesPage() {
 function CameraSettings() {
   const classroom = useClassroom();
   const { bridge, media } = classroom;
-  const runs = useClass((now) => now.media.camera !== 'off' && now.media.camera !== 'starting');
+  const runs = useClass((now) => now.media.camera.isRunning);
   const choices = useKept('camera', () => ({
     height: signal<number>(360),
     smallPicture: signal(false),
@@ -67,7 +67,7 @@ function CameraSettings() {
     <>
       <Row>
         <Button title="Switch camera" disabled={!runs} press={() => media.switchCamera()} />
-        <Button title="Turn off camera" disabled={!runs} press={() => media.stopCamera()} />
+        <Button title="Turn off camera" disabled={!runs} press={() => media.camera.stop()} />
       </Row>
       <Choice title="Sent as" options={resolutions} value={choices.height} pick={encode} />
       <Toggle
@@ -108,7 +108,7 @@ function CameraSettings() {
 function SoundSettings() {
   const classroom = useClassroom();
   const { bridge, media } = classroom;
-  const runs = useClass((now) => now.media.microphone !== 'off' && now.media.microphone !== 'starting');
+  const runs = useClass((now) => now.media.microphone.isRunning);
   const choices = useKept('sound', () => ({
     quality: signal(media.audioQuality),
     capture: signal(100),
@@ -127,12 +127,12 @@ function SoundSettings() {
 
   const setQuality = (quality: number) => {
     media.audioQuality = quality;
-    return media.microphone === 'off' ? undefined : media.startMicrophone();
+    return media.microphone.state === 'off' ? undefined : media.microphone.start();
   };
   return (
     <>
       <Row>
-        <Button title="Turn off microphone" disabled={!runs} press={() => media.stopMicrophone()} />
+        <Button title="Turn off microphone" disabled={!runs} press={() => media.microphone.stop()} />
       </Row>
       <Choice title="Quality" options={qualities} value={choices.quality} pick={setQuality} />
       <Slider

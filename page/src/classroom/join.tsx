@@ -3,7 +3,8 @@
 import { useLayoutEffect, useRef } from 'preact/hooks';
 import { signal, type Signal } from '@preact/signals';
 import { Icon } from '../icons';
-import { anchorRole, audienceRole, type Classroom, type EnterForm } from './classroom';
+import { roles } from '../roles';
+import type { Classroom, EnterForm } from './classroom';
 import './controls.css';
 import './join.css';
 import { Toasts, type Notices } from './toasts';
@@ -39,7 +40,7 @@ export class JoinForm {
     const given = new URLSearchParams(query);
     this.name = signal(kept.name ?? given.get('user') ?? '');
     this.room = signal(kept.room ?? given.get('room') ?? '101');
-    this.role = signal(kept.role ?? (given.get('role') === 'audience' ? audienceRole : anchorRole));
+    this.role = signal(kept.role ?? (given.get('role') === 'audience' ? roles.audience : roles.stage));
   }
 
   keep(): void {
@@ -105,13 +106,13 @@ export function JoinScreen({ form, notices }: { form: JoinForm; notices: Notices
               value={form.name}
               autocomplete="off"
               maxLength={40}
-              placeholder="For example Ada"
+              placeholder="e.g. Ada"
             />
             <Field id="room" title="Room" value={form.room} inputMode="numeric" />
           </div>
           <div class="choices" role="radiogroup" aria-label="Role">
-            <RoleChoice form={form} role={anchorRole} title="On stage" text="Speak and be seen" />
-            <RoleChoice form={form} role={audienceRole} title="Audience" text="Listen and watch" />
+            <RoleChoice form={form} role={roles.stage} title="On stage" text="Speak and be seen" />
+            <RoleChoice form={form} role={roles.audience} title="Audience" text="Listen and watch" />
           </div>
           <details class="options">
             <summary>More options</summary>

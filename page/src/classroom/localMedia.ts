@@ -5,15 +5,85 @@ import type { RoomAccess } from './roomAccess';
 /** Off: not started, or stopped. Muted: running, but the others get nothing of it. */
 export type DeviceState = 'off' | 'starting' | 'on' | 'muted';
 
+/** The commands of one device. */
+interface DeviceCalls {
+  start(): Promise<unknown>;
+  stop(): Promise<unknown>;
+  mute(params: { mute: boolean }): Promise<unknown>;
+}
+
+export class LocalDevice {
+  state: DeviceState = 'off';
+
+  constructor(
+    private readonly room: RoomAccess,
+    private readonly calls: DeviceCalls,
+    private readonly changed: () => void,
+  ) {}
+
+  get isRunning(): boolean {
+    return this.state === 'on' || this.state === 'muted';
+  }
+
+  /** Starts it, or mutes or unmutes it once it runs. */
+  async toggle(): Promise<void> {
+    if (this.state === 'off') return this.start();
+    if (this.state === 'starting') return;
+    const mute = this.state === 'on';
+    if (await this.room.attempt(this.calls.mute({ mute }))) this.state = mute ? 'muted' : 'on';
+    this.changed();
+  }
+
+  async start(): Promise<void> {
+    this.state = 'starting';
+    this.changed();
+    const started = await this.room.attempt(this.calls.start());
+    const unwanted = (this.state as DeviceState) === 'off'; // taken away meanwhile
+    if (started && unwanted) return this.stop();
+    this.state = started ? 'on' : 'off';
+    this.changed();
+  }
+
+  async stop(): Promise<void> {
+    if (await this.room.attempt(this.calls.stop())) this.state = 'off';
+    this.changed();
+  }
+
+  /** The room, or the stage, is left: what runs is stopped, or the engine would send it again. */
+  takenAway(): void {
+    if (this.isRunning) void this.room.attempt(this.calls.stop());
+    this.state = 'off';
+  }
+}
+
 export class LocalMedia {
-  microphone: DeviceState = 'off';
-  camera: DeviceState = 'off';
+  readonly microphone: LocalDevice;
+  readonly camera: LocalDevice;
   frontCamera = true;
   /** 1 speech, 2 default, 3 music. */
   audioQuality = 2;
 
   constructor(private readonly room: RoomAccess) {
     const { bridge } = room;
+    const changed = () => this.changed();
+    this.microphone = new LocalDevice(
+      room,
+      {
+        start: () => bridge.startLocalAudio({ quality: this.audioQuality }),
+        stop: () => bridge.stopLocalAudio(),
+        mute: (params) => bridge.muteLocalAudio(params),
+      },
+      changed,
+    );
+    this.camera = new LocalDevice(
+      room,
+      {
+        start: () => bridge.startLocalPreview({ frontCamera: this.frontCamera }),
+        stop: () => bridge.stopLocalPreview(),
+        mute: (params) => bridge.muteLocalVideo(params),
+      },
+      changed,
+    );
     bridge.on('onMicDidReady', () => {});
     bridge.on('onCameraDidReady', () => {});
     bridge.on('onSendFirstLocalAudioFrame', () => {});
@@ -23,60 +93,10 @@ export class LocalMedia {
     );
   }
 
-  /** The room, or the stage, is left: what runs is stopped, or the engine would send it again. */
+  /** The room, or the stage, is left. */
   takenAway(): void {
-    if (isRunning(this.microphone)) void this.room.attempt(this.room.bridge.stopLocalAudio());
-    if (isRunning(this.camera)) void this.room.attempt(this.room.bridge.stopLocalPreview());
-    this.microphone = 'off';
-    this.camera = 'off';
-    this.changed();
-  }
-
-  /** Starts the microphone, or mutes or unmutes it once it runs. */
-  async toggleMicrophone(): Promise<void> {
-    if (this.microphone === 'off') return this.startMicrophone();
-    if (this.microphone === 'starting') return;
-    const mute = this.microphone === 'on';
-    if (await this.room.attempt(this.room.bridge.muteLocalAudio({ mute }))) this.microphone = mute ? 'muted' : 'on';
-    this.changed();
-  }
-
-  async startMicrophone(): Promise<void> {
-    this.microphone = 'starting';
-    this.changed();
-    const started = await this.room.attempt(this.room.bridge.startLocalAudio({ quality: this.audioQuality }));
-    const unwanted = (this.microphone as DeviceState) === 'off'; // taken away meanwhile
-    if (started && unwanted) return this.stopMicrophone();
-    this.microphone = started ? 'on' : 'off';
-    this.changed();
-  }
-
-  async stopMicrophone(): Promise<void> {
-    if (await this.room.attempt(this.room.bridge.stopLocalAudio())) this.microphone = 'off';
-    this.changed();
-  }
-
-  /** Starts the camera, or mutes or unmutes it once it runs. */
-  async toggleCamera(): Promise<void> {
-    if (this.camera === 'off') return this.startCamera();
-    if (this.camera === 'starting') return;
-    const mute = this.camera === 'on';
-    if (await this.room.attempt(this.room.bridge.muteLocalVideo({ mute }))) this.camera = mute ? 'muted' : 'on';
-    this.changed();
-  }
-
-  async startCamera(): Promise<void> {
-    this.camera = 'starting';
-    this.changed();
-    const started = await this.room.attempt(this.room.bridge.startLocalPreview({ frontCamera: this.frontCamera }));
-    const unwanted = (this.camera as DeviceState) === 'off'; // taken away meanwhile
-    if (started && unwanted) return this.stopCamera();
-    this.camera = started ? 'on' : 'off';
-    this.changed();
-  }
-
-  async stopCamera(): Promise<void> {
-    if (await this.room.attempt(this.room.bridge.stopLocalPreview())) this.camera = 'off';
+    this.microphone.takenAway();
+    this.camera.takenAway();
     this.changed();
   }
 
@@ -89,14 +109,10 @@ export class LocalMedia {
   private changed(): void {
     const own = this.room.own;
     if (own) {
-      own.audio = this.microphone === 'on';
-      own.video = this.camera === 'on' || this.camera === 'muted';
-      own.paused = this.camera === 'muted';
+      own.audio = this.microphone.state === 'on';
+      own.video = this.camera.isRunning;
+      own.paused = this.camera.state === 'muted';
     }
     this.room.watcher.changed();
   }
-}
-
-function isRunning(state: DeviceState): boolean {
-  return state === 'on' || state === 'muted';
 }

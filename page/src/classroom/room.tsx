@@ -2,7 +2,7 @@
 
 import { useState } from 'preact/hooks';
 import { Icon, type IconName } from '../icons';
-import { anchorRole, audienceRole } from './classroom';
+import { roles } from '../roles';
 import { Drawer, pageFaces, pageTitles, useDrawer, type DrawerState, type PageName } from './drawer';
 import type { DeviceState } from './localMedia';
 import './room.css';
@@ -86,10 +86,10 @@ function deviceLook(state: DeviceState): string {
 
 function MediaControls({ drawer }: { drawer: DrawerState }) {
   const { media } = useClassroom();
-  const microphone = useClass((classroom) => classroom.media.microphone);
-  const camera = useClass((classroom) => classroom.media.camera);
+  const microphone = useClass((classroom) => classroom.media.microphone.state);
+  const camera = useClass((classroom) => classroom.media.camera.state);
   const sharing = useClass(({ share }) => share.state !== 'off');
-  const disabled = useClass(({ role }) => role !== anchorRole);
+  const disabled = useClass(({ role }) => role !== roles.stage);
   return (
     <>
       <Control
@@ -98,7 +98,7 @@ function MediaControls({ drawer }: { drawer: DrawerState }) {
         words={microphoneWords[microphone]}
         look={deviceLook(microphone)}
         disabled={disabled}
-        press={() => media.toggleMicrophone()}
+        press={() => media.microphone.toggle()}
       />
       <Control
         data-control="Camera"
@@ -106,7 +106,7 @@ function MediaControls({ drawer }: { drawer: DrawerState }) {
         words={cameraWords[camera]}
         look={deviceLook(camera)}
         disabled={disabled}
-        press={() => media.toggleCamera()}
+        press={() => media.camera.toggle()}
       />
       <Control
         data-control="Share"
@@ -123,13 +123,13 @@ function MediaControls({ drawer }: { drawer: DrawerState }) {
 
 function RoleControl() {
   const classroom = useClassroom();
-  const onStage = useClass(({ role }) => role === anchorRole);
+  const onStage = useClass(({ role }) => role === roles.stage);
   return (
     <Control
       data-control="Role"
       face="hand"
       words={[onStage ? 'Go to the audience' : 'Go on stage']}
-      press={() => classroom.switchRole(onStage ? audienceRole : anchorRole)}
+      press={() => classroom.switchRole(onStage ? roles.audience : roles.stage)}
     />
   );
 }

@@ -1,7 +1,7 @@
 // Starts and controls sharing the own screen.
 
 import { useLayoutEffect, useRef } from 'preact/hooks';
-import { anchorRole } from './classroom';
+import { roles } from '../roles';
 import { Button } from './controls';
 import { useClass, useClassroom } from './useClass';
 
@@ -15,7 +15,7 @@ const stateWords = {
 export function SharePage() {
   const { share } = useClassroom();
   const state = useClass((now) => now.share.state);
-  const onStage = useClass(({ role }) => role === anchorRole);
+  const onStage = useClass(({ role }) => role === roles.stage);
   const words = useRef<HTMLParagraphElement>(null);
   // The button that was pressed goes with the state that it was for; the focus stays here.
   const stateBefore = useRef(state);

@@ -75,14 +75,14 @@ export type FromPhone =
       lost?: number;
     };
 
-/** What the broadcast extension tells, each with its word in the notification's name. */
-export const broadcastWords = {
-  started: 'Started',
-  paused: 'Paused',
-  resumed: 'Resumed',
-  finished: 'Finished',
+/** What the broadcast extension tells, each with the name of its notification. */
+export const broadcastNotifications = {
+  started: 'VEMOScreenKit_Started_Notify',
+  paused: 'VEMOScreenKit_Paused_Notify',
+  resumed: 'VEMOScreenKit_Resumed_Notify',
+  finished: 'VEMOScreenKit_Finished_Notify',
 } as const;
-export type BroadcastEvent = keyof typeof broadcastWords;
+export type BroadcastEvent = keyof typeof broadcastNotifications;
 
 /** What the simulator understands. */
 export type ToPhone =

@@ -5,7 +5,7 @@ import { useRef } from 'preact/hooks';
 import '../base.css';
 import { Icon } from '../icons';
 import { Panel } from './panel';
-import { PhoneTools, PhoneView } from './phoneView';
+import { PhoneBadges, PhoneTools, PhoneView } from './phoneView';
 import './shell.css';
 import { AddressProblems } from './tools/addressProblems';
 import { addRowActions } from './tools/rowActions';
@@ -23,6 +23,7 @@ function Shell({ workbench }: { workbench: Workbench }) {
       <header class="toolbar">
         <img src="icon.svg" alt="" width={24} height={24} />
         <h1>vemo simulator</h1>
+        <PhoneBadges phone={current.value} workbench={workbench} />
         <PhoneTools phone={current.value} workbench={workbench} />
         <button type="button" class="tool" disabled={isFull} onClick={() => workbench.add()}>
           <Icon name="plus" />

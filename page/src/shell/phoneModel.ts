@@ -3,7 +3,7 @@
 
 import { batch, signal } from '@preact/signals';
 import type { Places } from '../../client/src/frames.js';
-import { broadcastWords } from './frames';
+import { broadcastNotifications } from './frames';
 import type { FromPhone, Picture, PhoneSettings, ToPhone } from './frames';
 import { PhoneLink, type LinkState, type LinkWatcher } from './link';
 import type { PageFrame, PageNotice } from './pageFrame';
@@ -268,7 +268,7 @@ export class PhoneModel {
       this.timeline.add({
         kind: 'press',
         title: `Screen broadcast: ${frame.event}`,
-        step: { notify: `VEMOScreenKit_${broadcastWords[frame.event]}_Notify` },
+        step: { notify: broadcastNotifications[frame.event] },
       });
   }
 

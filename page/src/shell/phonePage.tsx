@@ -5,6 +5,7 @@ import type { ComponentChildren } from 'preact';
 import type { PhoneSettings, ToPhone } from './frames';
 import './phonePage.css';
 import type { PhoneModel } from './phoneModel';
+import { Choice } from './tools/fields';
 import { NetworkSettings } from './tools/networkSettings';
 import { LookSettings } from './tools/pageLook';
 
@@ -104,29 +105,6 @@ export function PhonePage({ phone }: { phone: PhoneModel }) {
 
 function Buttons({ children }: { children: ComponentChildren }) {
   return <div class="buttons">{children}</div>;
-}
-
-function Choice(props: {
-  label: string;
-  value: string | undefined;
-  /** Titles by value; a value that is not among them is shown as it is. */
-  options: Record<string, string>;
-  choose: (value: string) => void;
-}) {
-  const { label, value, options, choose } = props;
-  const all = value === undefined || value in options ? options : { [value]: value, ...options };
-  return (
-    <label class="field">
-      <span>{label}</span>
-      <select aria-label={label} value={value} onChange={({ currentTarget }) => choose(currentTarget.value)}>
-        {Object.entries(all).map(([key, title]) => (
-          <option key={key} value={key} selected={key === value}>
-            {title}
-          </option>
-        ))}
-      </select>
-    </label>
-  );
 }
 
 function Text(props: { label: string; value: string; change: (text: string) => void }) {

@@ -57,13 +57,13 @@ export function PhoneView({ phone, workbench }: { phone: PhoneModel; workbench: 
     >
       <header class="caption">
         <h2>{phone.name}</h2>
-        {phone.memory.cutOff && <span class="offline">Offline</span>}
         <PhoneTools phone={phone} workbench={workbench} />
       </header>
       <div class="device">
-        <div class="status-bar" aria-hidden="true">
-          <span>{clock}</span>
-          <span class="battery">
+        <div class="status-bar">
+          <span aria-hidden="true">{clock}</span>
+          <PhoneBadges phone={phone} workbench={workbench} />
+          <span class="battery" aria-hidden="true">
             <span />
           </span>
         </div>
@@ -88,6 +88,17 @@ export function PhoneView({ phone, workbench }: { phone: PhoneModel; workbench: 
   );
 }
 
+/** What is out of the ordinary with a phone. */
+export function PhoneBadges({ phone, workbench }: { phone: PhoneModel; workbench: Workbench }) {
+  return (
+    <div class="badges">
+      {phone.memory.cutOff && <span class="badge">Offline</span>}
+      <RecordingBadge phone={phone} show={() => workbench.showPage(phone, 'Sessions')} />
+      <FaultBadge phone={phone} show={() => workbench.showPage(phone, 'Faults')} />
+    </div>
+  );
+}
+
 /** What can be done to a phone as a whole. */
 export function PhoneTools({ phone, workbench }: { phone: PhoneModel; workbench: Workbench }) {
   const device = phone.device.value;
@@ -95,8 +106,6 @@ export function PhoneTools({ phone, workbench }: { phone: PhoneModel; workbench:
   const choose = (kind: 'phone' | 'tablet') => () => (phone.device.value = kind);
   return (
     <div class="phone-tools">
-      <RecordingBadge phone={phone} show={() => workbench.showPage(phone, 'Sessions')} />
-      <FaultBadge phone={phone} show={() => workbench.showPage(phone, 'Faults')} />
       <div class="segmented" role="group" aria-label="Size">
         <IconButton name="phone" title="Phone" press={choose('phone')} aria-pressed={device === 'phone'} />
         <IconButton name="tablet" title="Tablet" press={choose('tablet')} aria-pressed={device === 'tablet'} />

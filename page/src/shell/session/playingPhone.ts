@@ -1,7 +1,7 @@
 // A phone of the simulator without a page: what goes in is put in by hand, and what its router does
 // is heard by the step that brought it about.
 
-import { broadcastWords, type BroadcastEvent, type FromPhone, type ToPhone } from '../frames';
+import { broadcastNotifications, type BroadcastEvent, type FromPhone, type ToPhone } from '../frames';
 import type { Effect, JsonObject } from './session';
 
 interface Heard {
@@ -102,7 +102,7 @@ export class PlayingPhone {
       return this.sent('press', { kind: 'press', alert: alert.id, button });
     }
     if (typeof notify === 'string') {
-      const [name] = Object.entries(broadcastWords).find(([, word]) => notify === `VEMOScreenKit_${word}_Notify`) ?? [];
+      const [name] = Object.entries(broadcastNotifications).find(([, its]) => its === notify) ?? [];
       if (!name) return `${notify} is no notification of the broadcast extension.`;
       return this.sent('notify', { kind: 'broadcast', event: name as BroadcastEvent });
     }

@@ -58,8 +58,9 @@ export function SessionPage({ phone, workbench }: { phone: PhoneModel; workbench
           }}
         />
         <SaveButton phone={phone} />
+        <RecordSwitch phone={phone} />
       </div>
-      <Recording phone={phone} open={open} />
+      <RecordedSessions phone={phone} open={open} />
       {problem.value !== undefined && (
         <p class="session-problem" role="alert">
           {problem}
@@ -107,25 +108,34 @@ function SaveButton({ phone }: { phone: PhoneModel }) {
   );
 }
 
-/** The switch, and what was recorded. */
-function Recording(props: { phone: PhoneModel; open: (name: string, file: Blob) => Promise<void> }) {
-  const { phone, open } = props;
-  const { isOn, problem, sessions } = phone.recorder;
+function RecordSwitch({ phone }: { phone: PhoneModel }) {
+  const { isOn } = phone.recorder;
   return (
-    <section class="session-recording" aria-label="Recording">
-      <label class="tool-switch" data-on={isOn}>
-        <input
-          type="checkbox"
-          role="switch"
-          checked={isOn}
-          disabled={phone.state.value !== 'ready' && !isOn.value}
-          onChange={({ currentTarget }) => phone.recorder.turn(currentTarget.checked)}
-        />
-        <span>Record</span>
-      </label>
-      <p class="session-problem" role="status">
-        {problem}
-      </p>
+    <label class="tool-switch" data-on={isOn}>
+      <input
+        type="checkbox"
+        role="switch"
+        checked={isOn}
+        disabled={phone.state.value !== 'ready' && !isOn.value}
+        onChange={({ currentTarget }) => phone.recorder.turn(currentTarget.checked)}
+      />
+      <span>Record</span>
+    </label>
+  );
+}
+
+/** What was recorded. */
+function RecordedSessions(props: { phone: PhoneModel; open: (name: string, file: Blob) => Promise<void> }) {
+  const { phone, open } = props;
+  const { problem, sessions } = phone.recorder;
+  if (problem.value === undefined && sessions.value.length === 0) return null;
+  return (
+    <section class="session-recording" aria-label="Recordings">
+      {problem.value !== undefined && (
+        <p class="session-problem" role="alert">
+          {problem}
+        </p>
+      )}
       {sessions.value.length > 0 && (
         <>
           <ul aria-label="Recorded sessions">

@@ -14,6 +14,8 @@ export interface RecordedSession {
 
 /** What is kept of one session: more ends the recording. */
 const mostBytes = 256_000_000;
+/** Of a page that is loaded again and again, the latest. */
+const mostSessions = 50;
 /** Lines are put together at so many characters, out of the page's own memory. */
 const partLength = 1_000_000;
 
@@ -82,6 +84,6 @@ export class SessionRecorder {
     this.file = new Blob();
     if (file.size === 0) return;
     const name = `${this.begin}-${++this.count}.vemorec`;
-    this.sessions.value = [...this.sessions.peek(), { name, ended: Date.now(), file }];
+    this.sessions.value = [...this.sessions.peek(), { name, ended: Date.now(), file }].slice(-mostSessions);
   }
 }

@@ -13,18 +13,23 @@ export class TimelineView {
   private readonly foldings = signal(0);
   private readonly lines = new Lines();
 
-  constructor(private readonly timeline: Timeline) {}
-
   // Most of what happens is not shown: whoever looks is told of what is.
   private readonly changes = computed(() => {
     this.timeline.version.value;
-    return this.lines.update(this.timeline, this.filter.value, (row) => this.isOpen(row), this.foldings.value);
+    return this.update();
   });
+
+  constructor(private readonly timeline: Timeline) {}
 
   /** The rows that are shown now. */
   get rows(): readonly Row[] {
     this.changes.value;
+    this.update(); // while nobody looked, no change was told
     return this.lines.rows;
+  }
+
+  private update(): number {
+    return this.lines.update(this.timeline, this.filter.value, (row) => this.isOpen(row), this.foldings.value);
   }
 
   isOpen(row: Row): boolean {

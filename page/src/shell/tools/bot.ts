@@ -3,6 +3,7 @@
 import { signal } from '@preact/signals';
 import type { ToPhone } from '../frames';
 import { readScript, type ScriptCall } from './envelope';
+import { roles } from '../../roles';
 import { errorInWords } from '../../words';
 
 /** The connection of one bot; what it is told comes by the two functions. */
@@ -34,7 +35,6 @@ export interface BotState {
 
 const heard = ['onExitRoom', 'onError', 'onScreenCaptureStarted', 'onScreenCaptureStoped'];
 let made = 0;
-const roles = { stage: 20, audience: 21 } as const;
 
 /** One that enters at once, and does what it is told when it can. */
 export class Bot {

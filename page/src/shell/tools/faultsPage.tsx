@@ -3,7 +3,7 @@
 import { useSignal } from '@preact/signals';
 import type { PhoneModel } from '../phoneModel';
 import { errorInWords } from '../../words';
-import { refusalCodes, toolboxOf, type Device, type Toolbox } from './toolbox';
+import { allMedia, refusalCodes, toolboxOf, type Toolbox } from './toolbox';
 import { commands, engineCodes } from './protocol';
 import type { ReplyFault } from './replyFaults';
 import './tools.css';
@@ -14,7 +14,6 @@ const replyFaults: { fault: ReplyFault; label: string; unit: string; first: numb
   { fault: 'doubled', label: 'Answers come twice', unit: '%', first: 25, most: 100 },
   { fault: 'reordered', label: 'Answers overtake each other', unit: '%', first: 25, most: 100 },
 ];
-const devices: Device[] = ['camera', 'microphone'];
 const failures = [...engineCodes.map(({ code }) => code).filter((code) => code < 0), ...Object.values(refusalCodes)];
 
 export function FaultsPage({ phone }: { phone: PhoneModel }) {
@@ -36,12 +35,12 @@ export function FaultsPage({ phone }: { phone: PhoneModel }) {
       ))}
 
       <h2>Permission refused in mid-use</h2>
-      {devices.map((device) => (
+      {allMedia.map((media) => (
         <Switch
-          key={device}
-          label={`Refuse the ${device}`}
-          isOn={tools.isTaken(device)}
-          set={(isOn) => tools.take(device, isOn)}
+          key={media}
+          label={`Refuse the ${media}`}
+          isOn={tools.isTaken(media)}
+          set={(isOn) => tools.take(media, isOn)}
           disabled={!isThere}
         />
       ))}

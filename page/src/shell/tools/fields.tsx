@@ -2,6 +2,7 @@
 
 import { useId } from 'preact/hooks';
 import type { Entries, FormField } from './form';
+import type { Draft } from './toolbox';
 
 const typeNames = {
   boolean: 'yes or no',
@@ -12,7 +13,7 @@ const typeNames = {
   object: 'object',
 } as const;
 
-export function Fields(props: {
+function Fields(props: {
   fields: readonly FormField[];
   entries: Entries;
   /** What is wrong, by field; shown at once. */
@@ -115,7 +116,7 @@ export function NameChoice(props: {
         onChange={({ currentTarget }) => choose(currentTarget.value)}
       >
         {subjects.map((subject) => (
-          <optgroup key={subject} label={subjectTitle(subject)}>
+          <optgroup key={subject} label={titled(subject)}>
             {options
               .filter((one) => one.subject === subject)
               .map(({ name }) => (
@@ -130,20 +131,79 @@ export function NameChoice(props: {
   );
 }
 
-/** Form or JSON. */
-export function ModeChoice({ asJson, choose }: { asJson: boolean; choose: (asJson: boolean) => void }) {
-  const button = (title: string, json: boolean) => (
-    <button type="button" class="small" aria-pressed={asJson === json} onClick={() => choose(json)}>
+/** A setting that has one of some values. */
+export function Choice(props: {
+  label: string;
+  value: string | undefined;
+  /** Titles by value; a value that is not among them is shown as it is. */
+  options: Record<string, string>;
+  choose: (value: string) => void;
+}) {
+  const { label, value, options, choose } = props;
+  const all = value === undefined || value in options ? options : { [value]: value, ...options };
+  return (
+    <label class="field">
+      <span>{label}</span>
+      <select aria-label={label} value={value} onChange={({ currentTarget }) => choose(currentTarget.value)}>
+        {Object.entries(all).map(([key, title]) => (
+          <option key={key} value={key} selected={key === value}>
+            {title}
+          </option>
+        ))}
+      </select>
+    </label>
+  );
+}
+
+/** What a form says, or, where the developer would rather write it, a text. */
+export function FormOrJson(props: {
+  fields: readonly FormField[];
+  draft: Draft;
+  problems: ReadonlyMap<string, string>;
+  /** The text of what the form says. */
+  textOf: () => string;
+  change: (changes: Partial<Draft>) => void;
+  /** What the text is called. */
+  label: string;
+  help?: string;
+}) {
+  const { fields, draft, problems, textOf, change, label, help } = props;
+  const { asJson, entries, json } = draft;
+  const button = (title: string, toJson: boolean) => (
+    <button
+      type="button"
+      class="small"
+      aria-pressed={asJson === toJson}
+      onClick={() => {
+        if (asJson !== toJson) change(toJson ? { asJson: true, json: textOf() } : { asJson: false });
+      }}
+    >
       {title}
     </button>
   );
   return (
-    <div class="buttons" role="group" aria-label="Write it as">
-      {button('Form', false)}
-      {button('JSON', true)}
-    </div>
+    <>
+      <div class="buttons" role="group" aria-label="Write it as">
+        {button('Form', false)}
+        {button('JSON', true)}
+      </div>
+      {asJson ? (
+        <label class="tool-json">
+          <span>{label}</span>
+          <textarea
+            rows={10}
+            spellcheck={false}
+            value={json}
+            onInput={({ currentTarget }) => change({ json: currentTarget.value })}
+          />
+          {help && <span class="tool-help">{help}</span>}
+        </label>
+      ) : (
+        <Fields fields={fields} entries={entries} problems={problems} change={(changed) => change({ entries: changed })} />
+      )}
+    </>
   );
 }
 
-const subjectTitle = (subject: string) =>
-  `${subject[0]!.toUpperCase()}${subject.slice(1).replaceAll('_', ' ')}`;
+/** A word of the protocol as a title. */
+export const titled = (word: string) => `${word[0]!.toUpperCase()}${word.slice(1).replaceAll('_', ' ')}`;

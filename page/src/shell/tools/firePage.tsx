@@ -1,9 +1,9 @@
 // Has the engine, or the broadcast extension, tell of anything.
 
 import { useSignal } from '@preact/signals';
-import { broadcastWords, type BroadcastEvent } from '../frames';
+import { broadcastNotifications, type BroadcastEvent } from '../frames';
 import type { PhoneModel } from '../phoneModel';
-import { Fields, ModeChoice, NameChoice } from './fields';
+import { FormOrJson, NameChoice, titled } from './fields';
 import { argumentsIn, argumentsOf, entriesOf, eventFields, filled } from './form';
 import { toolboxOf, type Draft } from './toolbox';
 import { eventNamed, events } from './protocol';
@@ -12,7 +12,7 @@ import './tools.css';
 
 const noProblems = new Map<string, string>();
 const mostAtOnce = 1000;
-const notifications = Object.keys(broadcastWords) as BroadcastEvent[];
+const notifications = Object.keys(broadcastNotifications) as BroadcastEvent[];
 
 export function FirePage({ phone }: { phone: PhoneModel }) {
   const tools = toolboxOf(phone);
@@ -59,32 +59,14 @@ export function FirePage({ phone }: { phone: PhoneModel }) {
           }}
         />
         <p class="tool-about">{event.about}</p>
-        <ModeChoice
-          asJson={asJson}
-          choose={(toJson) => {
-            if (toJson && !asJson)
-              change({ asJson: true, json: JSON.stringify(argumentsOf(fields, form.values), null, 2) });
-            else if (!toJson) change({ asJson: false });
-          }}
+        <FormOrJson
+          fields={fields}
+          draft={draft}
+          problems={wasTried.value ? form.problems : noProblems}
+          textOf={() => JSON.stringify(argumentsOf(fields, form.values), null, 2)}
+          change={change}
+          label="Arguments, in order"
         />
-        {asJson ? (
-          <label class="tool-json">
-            <span>Arguments, in order</span>
-            <textarea
-              rows={8}
-              spellcheck={false}
-              value={json}
-              onInput={({ currentTarget }) => change({ json: currentTarget.value })}
-            />
-          </label>
-        ) : (
-          <Fields
-            fields={fields}
-            entries={entries}
-            problems={wasTried.value ? form.problems : noProblems}
-            change={(changed) => change({ entries: changed })}
-          />
-        )}
         <div class="tool-actions">
           <button type="submit" class="strong" disabled={!isThere}>
             Fire
@@ -121,7 +103,7 @@ export function FirePage({ phone }: { phone: PhoneModel }) {
               disabled={!isThere}
               onClick={() => phone.send({ kind: 'broadcast', event: one })}
             >
-              {broadcastWords[one]}
+              {titled(one)}
             </button>
           ))}
         </div>

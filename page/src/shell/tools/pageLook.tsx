@@ -3,6 +3,7 @@
 import type { RefObject } from 'preact';
 import { useEffect } from 'preact/hooks';
 import type { PhoneModel } from '../phoneModel';
+import { Choice } from './fields';
 
 /** Keeps the page in `frame` as the phone is set. */
 export function usePageLook(shown: RefObject<HTMLIFrameElement | null>, phone: PhoneModel): void {
@@ -58,26 +59,5 @@ export function LookSettings({ phone }: { phone: PhoneModel }) {
         }
       />
     </>
-  );
-}
-
-function Choice(props: {
-  label: string;
-  value: string;
-  options: Record<string, string>;
-  choose: (value: string) => void;
-}) {
-  const { label, value, options, choose } = props;
-  return (
-    <label class="field">
-      <span>{label}</span>
-      <select aria-label={label} value={value} onChange={({ currentTarget }) => choose(currentTarget.value)}>
-        {Object.entries(options).map(([key, title]) => (
-          <option key={key} value={key} selected={key === value}>
-            {title}
-          </option>
-        ))}
-      </select>
-    </label>
   );
 }

@@ -2,7 +2,7 @@
 
 import { useSignal } from '@preact/signals';
 import { withoutSecrets } from '../secrets';
-import { Fields, ModeChoice, NameChoice } from './fields';
+import { FormOrJson, NameChoice } from './fields';
 import { entriesOf, filled, messageText, needs, paramFields } from './form';
 import type { PhoneModel } from '../phoneModel';
 import { toolboxOf, type Draft, type Toolbox, type SentCommand } from './toolbox';
@@ -24,10 +24,6 @@ export function SendPage({ phone }: { phone: PhoneModel }) {
   const choose = (chosen: string) => {
     wasTried.value = false;
     change({ name: chosen, asJson: false, entries: {}, json: '' });
-  };
-  const chooseMode = (toJson: boolean) => {
-    if (toJson && !asJson) change({ asJson: true, json: indented(messageText(name, form.values, '')) });
-    else if (!toJson) change({ asJson: false });
   };
   const send = (event: Event) => {
     event.preventDefault();
@@ -51,26 +47,15 @@ export function SendPage({ phone }: { phone: PhoneModel }) {
             {command.unansweredWhen && ` It is never answered when ${command.unansweredWhen}.`}
           </p>
         )}
-        <ModeChoice asJson={asJson} choose={chooseMode} />
-        {asJson ? (
-          <label class="tool-json">
-            <span>Message</span>
-            <textarea
-              rows={10}
-              spellcheck={false}
-              value={json}
-              onInput={({ currentTarget }) => change({ json: currentTarget.value })}
-            />
-            <span class="tool-help">Any text is sent. A JSON object gets a cbid of the tool’s own.</span>
-          </label>
-        ) : (
-          <Fields
-            fields={fields}
-            entries={entries}
-            problems={wasTried.value ? form.problems : noProblems}
-            change={(changed) => change({ entries: changed })}
-          />
-        )}
+        <FormOrJson
+          fields={fields}
+          draft={draft}
+          problems={wasTried.value ? form.problems : noProblems}
+          textOf={() => indented(messageText(name, form.values, ''))}
+          change={change}
+          label="Message"
+          help="Any text is sent. A JSON object gets a cbid of the tool’s own."
+        />
         <div class="tool-actions">
           <button type="submit" class="strong" disabled={!isThere}>
             Send

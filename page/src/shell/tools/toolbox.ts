@@ -35,7 +35,9 @@ export interface Draft {
   json: string;
 }
 
-export type Device = 'camera' | 'microphone';
+/** What a user permits, each by itself. */
+export const allMedia = ['camera', 'microphone'] as const;
+export type Media = (typeof allMedia)[number];
 export interface DownloadError {
   code: number;
   text: string;
@@ -48,7 +50,7 @@ const faultInWords: Record<ReplyFault, string> = {
   doubled: 'comes twice',
   reordered: 'is overtaken by a later one',
 };
-export const refusalCodes: Record<Device, number> = {
+export const refusalCodes: Record<Media, number> = {
   camera: refusalOf('startLocalPreview'),
   microphone: refusalOf('startLocalAudio'),
 };
@@ -77,7 +79,7 @@ export class Toolbox {
   /** The command at which the page is loaded anew. */
   readonly reloadAt = signal<string | undefined>(undefined);
   /** The permissions that were taken away, with what they were. */
-  private readonly taken = signal<Partial<Record<Device, string>>>({});
+  private readonly taken = signal<Partial<Record<Media, string>>>({});
   /** The faults that are on, in words. */
   readonly faults = computed(() => this.faultsInWords());
 
@@ -106,8 +108,8 @@ export class Toolbox {
     let before = phone.settings.peek();
     effect(() => {
       const settings = phone.settings.value;
-      for (const device of ['camera', 'microphone'] as const)
-        if (before?.[device] === 'denied' && settings?.[device] !== 'denied') this.wasGivenBack(device);
+      for (const media of allMedia)
+        if (before?.[media] === 'denied' && settings?.[media] !== 'denied') this.wasGivenBack(media);
       before = settings;
     });
     effect(() => {
@@ -170,32 +172,32 @@ export class Toolbox {
     this.noteFault(error ? downloadsFail(error) : 'downloads fail', error !== undefined);
   }
 
-  isTaken(device: Device): boolean {
-    return this.taken.value[device] !== undefined;
+  isTaken(media: Media): boolean {
+    return this.taken.value[media] !== undefined;
   }
 
   /** Takes a permission away, as a user does in the settings meanwhile, or gives it back. */
-  take(device: Device, isTaken: boolean): void {
+  take(media: Media, isTaken: boolean): void {
     const settings = this.phone.settings.peek();
     if (!settings) return;
-    const status = isTaken ? 'denied' : (this.taken.peek()[device] ?? 'notDetermined');
+    const status = isTaken ? 'denied' : (this.taken.peek()[media] ?? 'notDetermined');
     if (isTaken) {
-      this.taken.value = { ...this.taken.peek(), [device]: settings[device] };
-      this.noteFault(`the ${device} is refused`, true);
+      this.taken.value = { ...this.taken.peek(), [media]: settings[media] };
+      this.noteFault(`the ${media} is refused`, true);
     } else {
-      this.wasGivenBack(device);
+      this.wasGivenBack(media);
     }
-    this.phone.send({ kind: 'settings', settings: { [device]: status } });
+    this.phone.send({ kind: 'settings', settings: { [media]: status } });
     // The engine finds out about what runs.
     if (isTaken && this.linter.hasEngine)
-      this.fire('onError', [refusalCodes[device], `the ${device} is not permitted any more`, {}]);
+      this.fire('onError', [refusalCodes[media], `the ${media} is not permitted any more`, {}]);
   }
 
   /** By whatever way. */
-  private wasGivenBack(device: Device): void {
-    if (this.taken.peek()[device] === undefined) return;
-    this.taken.value = { ...this.taken.peek(), [device]: undefined };
-    this.noteFault(`the ${device} is refused`, false);
+  private wasGivenBack(media: Media): void {
+    if (this.taken.peek()[media] === undefined) return;
+    this.taken.value = { ...this.taken.peek(), [media]: undefined };
+    this.noteFault(`the ${media} is refused`, false);
   }
 
   /** Loads the page anew once it has sent the command `action`. */
@@ -216,8 +218,8 @@ export class Toolbox {
     for (const [fault, amount] of Object.entries({ late, lost, doubled, reordered }))
       if (amount !== undefined) this.setReplyFault(fault as ReplyFault, undefined);
     if (this.downloadError.peek()) this.setDownloadError(undefined);
-    for (const device of ['camera', 'microphone'] as const)
-      if (this.isTaken(device)) this.take(device, false);
+    for (const media of allMedia)
+      if (this.isTaken(media)) this.take(media, false);
     if (this.reloadAt.peek() !== undefined) this.setReloadAt(undefined);
   }
 
@@ -225,8 +227,8 @@ export class Toolbox {
     const faults = Object.entries(this.replyFaults.value).map(([fault, amount]) =>
       replyFaultInWords[fault as ReplyFault](amount),
     );
-    for (const device of ['camera', 'microphone'] as const)
-      if (this.isTaken(device)) faults.push(`the ${device} is refused`);
+    for (const media of allMedia)
+      if (this.isTaken(media)) faults.push(`the ${media} is refused`);
     if (this.downloadError.value) faults.push(downloadsFail(this.downloadError.value));
     if (this.reloadAt.value !== undefined) faults.push(`reload at ${this.reloadAt.value}`);
     return faults;
