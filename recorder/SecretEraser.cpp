@@ -13,7 +13,7 @@ bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 /// Overwrites the value behind a key that ends at `at` in the JSON text that ends at `end`: a
 /// quote, a colon and the value, the quotes behind as many backslashes as the text is deep in
 /// strings.
-char* eraseValue(char* at, char* const end) {
+char* eraseValue(char* at, const char* end) {
   const auto skip = [&](auto is) {
     const auto* const from = at;
     while (at < end && is(*at)) ++at;
