@@ -4,6 +4,7 @@
 #include <iostream>
 #include <utility>
 
+#include "platform/JsonLineLogger.h"
 #include "recorder/NoteRing.h"
 
 namespace vemo::bench {
@@ -20,10 +21,15 @@ void CountingWebView::loadJs(const std::string& script, bool /*needLog*/) {
   if (keeps) kept = script;
 }
 
-BenchPlatform::BenchPlatform(bool recorded) {
+BenchPlatform::BenchPlatform(BenchOptions options) {
   const auto fake = rest_.pieces();
+  if (options.logged) {
+    JsonLineLoggerOptions nowhere;
+    nowhere.file = "/dev/null";
+    hostLogger_ = JsonLineLogger::create(nowhere);
+  }
   Platform platform{fake.engineClass,
-                    logger,
+                    hostLogger_ ? *hostLogger_ : logger,
                     fake.systemLog,
                     mainQueue,
                     fake.notifications,
@@ -38,15 +44,15 @@ BenchPlatform::BenchPlatform(bool recorded) {
                     fake.appGroup};
   std::shared_ptr<ReplyDelivery> delivery =
       std::make_shared<MainThreadReplyDelivery>(mainQueue, "reply");
-  if (recorded) {
+  if (options.recorded) {
     recorder_ = std::make_unique<Recorder>(platform, std::make_shared<NoteRing>(NoteRingOptions()),
                                            nullptr);
     delivery = recorder_->replies(std::move(delivery));
   }
-  const auto used = recorded ? recorder_->platform() : platform;
+  const auto used = options.recorded ? recorder_->platform() : platform;
   std::unique_ptr<VEMOJSMsgRouter> base =
       std::make_unique<JSMsgRouter>(used.logger, std::move(delivery), webView);
-  if (recorded) base = recorder_->baseRouter(std::move(base));
+  if (options.recorded) base = recorder_->baseRouter(std::move(base));
   router = VEMOKOBUMsgRouter::create(std::move(base), used);
   router->receive(R"({"head":{"module":"kobu","action":"initSDK"}})");
 }

@@ -58,11 +58,16 @@ class StagedQueue final : public MainQueue {
   std::vector<std::function<void()>> tasks_;
 };
 
-/// The real router and base router on a platform that does nothing and counts, with a
-/// recorder in between that keeps the last minutes, or without.
+/// What is different from a router on a platform that does nothing and counts.
+struct BenchOptions {
+  bool recorded = false;  ///< a recorder is in between that keeps the last minutes
+  bool logged = false;    ///< the log is that of a host: a JsonLineLogger whose lines go nowhere
+};
+
+/// The real router and base router on a platform.
 class BenchPlatform {
  public:
-  explicit BenchPlatform(bool recorded = false);
+  explicit BenchPlatform(BenchOptions options = {});
 
   CountingLogger logger;
   std::shared_ptr<CountingWebView> webView = std::make_shared<CountingWebView>();
@@ -70,6 +75,7 @@ class BenchPlatform {
 
  private:
   FakePlatform rest_;
+  std::unique_ptr<VEMOLogger> hostLogger_;
   std::unique_ptr<Recorder> recorder_;
 
  public:

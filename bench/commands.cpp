@@ -1,7 +1,8 @@
 // A command, from the page's text to the reply's text, with its log record: the whole
 // road through base router and router ("router"), beside parsing that message and writing
 // the same texts with Boost.JSON alone ("json"), the reply's value being ready made; and the
-// same road with a recorder that keeps the last minutes ("recorded").
+// same road with a recorder that keeps the last minutes ("recorded"). With the logger that a host
+// has, both roads once more ("logged", "both").
 
 #include <benchmark/benchmark.h>
 
@@ -60,8 +61,8 @@ const std::vector<Command>& commands() {
   return all;
 }
 
-void throughRouter(benchmark::State& state, const Command& command, bool recorded) {
-  BenchPlatform platform(recorded);
+void throughRouter(benchmark::State& state, const Command& command, BenchOptions options) {
+  BenchPlatform platform(options);
   const auto before = allocations();
   for (auto round : state) {
     static_cast<void>(round);
@@ -116,8 +117,13 @@ void commandAlone(benchmark::State& state, const Command& command) {
   for (const auto& command : commands()) {
     const std::string name = std::string("command/") + command.name;
     benchmark::RegisterBenchmark((name + "/json").c_str(), commandAlone, command);
-    benchmark::RegisterBenchmark((name + "/router").c_str(), throughRouter, command, false);
-    benchmark::RegisterBenchmark((name + "/recorded").c_str(), throughRouter, command, true);
+    const auto add = [&](const char* road, BenchOptions options) {
+      benchmark::RegisterBenchmark((name + road).c_str(), throughRouter, command, options);
+    };
+    add("/router", {});
+    add("/recorded", {.recorded = true});
+    add("/logged", {.logged = true});
+    add("/both", {.recorded = true, .logged = true});
   }
   return true;
 }();

@@ -80,5 +80,6 @@ int main(int argc, char** argv) {
   benchmark::RunSpecifiedBenchmarks(&reporter);
   reporter.printRatios(std::cout, "router", "json");
   reporter.printRatios(std::cout, "recorded", "router");
+  reporter.printRatios(std::cout, "both", "logged");
   benchmark::Shutdown();
 }

@@ -82,6 +82,9 @@ struct DumpSlice {
   NoteLane lane{};
 };
 
+/// No ring is as large: what has more is no dump.
+constexpr std::uint64_t kMaxDumpBytes = std::uint64_t{1} << 30U;
+
 bool isStatistics(std::string_view json) { return json.starts_with(R"({"event":"onStatistics")"); }
 
 }  // namespace
@@ -291,7 +294,8 @@ struct NoteRing::ThreadExit {
 constinit thread_local NoteRing::Here NoteRing::here_;
 
 void NoteRing::enter() {
-  thread_local ThreadExit exit;
+  // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): one of each thread
+  static thread_local ThreadExit exit;
   const auto known = std::ranges::find(exit.entries, id_, &ThreadExit::Entry::ring);
   if (known != exit.entries.end()) {
     here_ = {id_, known->thread};
@@ -335,10 +339,10 @@ NoteBatch NoteRing::take() { return core_->copy(true); }
 
 bool NoteRing::takeAnew() { return core_->untake(); }
 
-std::string NoteRing::recording(const TextMask& mask) const {
+std::string NoteRing::recording(const TextMask& mask, std::string_view failure) const {
   const auto batch = core_->copy(false);
   const bool whole = batch.gone[static_cast<std::size_t>(NoteLane::steps)] == 0;
-  auto out = recordingHeader(options_.program, whole);
+  auto out = recordingHeader(options_.program, whole, failure);
   batch.appendLines(
       out, [this](std::uint16_t number) { return core_->names.name(number); }, options_.age);
   if (!mask) return out;
@@ -411,8 +415,11 @@ std::optional<std::string> recordingOfDump(std::istream& in) {
   NoteBatch batch;
   batch.gone = head.gone;
   head.program.back() = 0;
+  std::uint64_t left = kMaxDumpBytes;
   for (DumpSlice slice; take(&slice, sizeof slice);) {
-    if (slice.lane > NoteLane::periodic) return std::nullopt;
+    if (slice.lane > NoteLane::periodic || slice.size == 0 || slice.size > left)
+      return std::nullopt;
+    left -= slice.size;
     std::string bytes;
     for (std::array<char, 65'536> part; slice.size > bytes.size();) {
       in.read(part.data(), static_cast<std::streamsize>(
@@ -430,8 +437,9 @@ std::optional<std::string> recordingOfDump(std::istream& in) {
   return out;
 }
 
-bool NoteRing::write(const std::string& file, const TextMask& mask, std::string& error) const {
-  const auto text = recording(mask);
+bool NoteRing::write(const std::string& file, const TextMask& mask, std::string& error,
+                     std::string_view failure) const {
+  const auto text = recording(mask, failure);
   const auto part = file + ".part";
   errno = 0;
   std::ofstream out(part, std::ios::binary | std::ios::trunc);

@@ -80,11 +80,14 @@ class NoteRing {
   NoteRing& operator=(const NoteRing&) = delete;
 
   /// The recording of what is there now: the text of a .vemorec file, its secrets masked by
-  /// `mask`, which may be null when there are none. Takes the time of some milliseconds.
-  std::string recording(const TextMask& mask) const;
+  /// `mask`, which may be null when there are none. `failure` is what went wrong, in the host's
+  /// words, for who reads it. Takes the time of some milliseconds.
+  std::string recording(const TextMask& mask, std::string_view failure = {}) const;
 
-  /// Writes it to `file`: whole, or not at all, with a sentence in `error`.
-  bool write(const std::string& file, const TextMask& mask, std::string& error) const;
+  /// Writes it to `file`: whole, or not at all, with a sentence in `error`. What a host calls
+  /// when it is asked to, or when something fails, which it names.
+  bool write(const std::string& file, const TextMask& mask, std::string& error,
+             std::string_view failure = {}) const;
 
   /// What was noted since the last call; the first time all that is there. One caller; from the
   /// first call on, what goes untaken is counted as lost.
@@ -111,6 +114,7 @@ class NoteRing {
   /// Keeps what was written in `memory`, which `memory()` gave: room for a NoteHead, of which the
   /// size is set here, and a note.
   static void keep(NoteMemory& memory, const NoteHead& head) {
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-static-cast-downcast): memory() gives no other
     static_cast<LaneMemory&>(memory).keep(head);
   }
   /// The number of this thread's name, 0 while it has none. For Notes.

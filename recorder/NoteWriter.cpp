@@ -34,6 +34,8 @@ class Reader {
         return number(
             [](std::uint64_t bits) { return boost::json::value(std::bit_cast<double>(bits)); });
       case 0x7A: return text();
+      case 0x18: return name();
+      case 0xC6: return label();
       default: return false;
     }
   }
@@ -69,15 +71,23 @@ class Reader {
   }
 
   bool key() {
-    if (left_.size() < 2) return false;
-    if (left_.front() == '\x7A') {
-      left_.remove_prefix(1);
-      return text();
-    }
-    const auto index = static_cast<unsigned char>(left_[1]);
-    if (left_.front() != '\x18' || index >= notes::keys.size()) return false;
-    out_.append("\"").append(notes::keys.at(index)).append("\"");
-    left_.remove_prefix(2);
+    if (left_.empty() || (left_.front() != '\x7A' && left_.front() != '\x18')) return false;
+    return value();
+  }
+
+  bool name() {
+    if (left_.empty()) return false;
+    const auto name = notes::nameOf(static_cast<unsigned char>(left_.front()));
+    if (name.empty()) return false;
+    out_.append("\"").append(name).append("\"");
+    left_.remove_prefix(1);
+    return true;
+  }
+
+  bool label() {
+    if (left_.size() < 9 || left_.front() != '\x1B') return false;
+    left_.remove_prefix(1);
+    out_.append("\"m").append(std::to_string(bigEndian(8))).append("\"");
     return true;
   }
 

@@ -61,7 +61,8 @@ class NoteMemory {
 
 namespace notes {
 
-/// The keys that are written as their numbers; new ones go at the end.
+/// The names that are written as their numbers, of keys and then of effects; new ones go at the
+/// end.
 inline constexpr auto keys = std::to_array<std::string_view>(
     {"effect",     "call",        "args",      "record",    "needReport", "level",    "module",
      "actionName", "actionParam", "errorCode", "errorDesc", "fileName",   "funcName", "line",
@@ -72,17 +73,39 @@ inline constexpr auto keys = std::to_array<std::string_view>(
      "press",      "downloaded",  "decoded",   "notify",    "title",      "buttons",  "style",
      "media",      "url",         "device",    "drain",     "host",       "listener", "ops",
      "bytes",      "digest",      "kind",      "release"});
+inline constexpr auto effects = std::to_array<std::string_view>(
+    {"log", "engine", "reply", "script", "completion", "post", "subscribe", "syslog", "alert",
+     "download", "unsubscribe", "unsubscribeAll", "loggerConfig", "requestAccess", "openSettings",
+     "launchExtension"});
 
-/// A key that is known when this is compiled.
+inline constexpr std::size_t firstEffect = 128;  ///< the number of the first of them
+
+/// The name that is written as `number`; empty when there is none.
+constexpr std::string_view nameOf(std::size_t number) {
+  if (number < keys.size()) return keys.at(number);
+  if (number < firstEffect || number >= firstEffect + effects.size()) return {};
+  return effects.at(number - firstEffect);
+}
+
+/// A name that is known when this is compiled.
 struct Key {
   // Implicit, so that a literal is a key, and the name of a field.
   // NOLINTNEXTLINE(google-explicit-constructor,*-explicit-conversions)
-  consteval Key(const std::convertible_to<std::string_view> auto& name)
-      : number(static_cast<unsigned char>(std::ranges::find(keys, std::string_view(name)) -
-                                          keys.begin())) {
-    if (number == keys.size()) throw "no key of notes";  // does not compile
-  }
+  consteval Key(const std::convertible_to<std::string_view> auto& name) : number(numberOf(name)) {}
   unsigned char number;
+
+ private:
+  static consteval unsigned char numberOf(std::string_view name) {
+    for (std::size_t number = 0; number < firstEffect + effects.size(); ++number) {
+      if (nameOf(number) == name) return static_cast<unsigned char>(number);
+    }
+    throw "no name of notes";  // does not compile
+  }
+};
+
+/// The label of the item of the message that came in the step `number`: "m" and the number.
+struct Label {
+  std::uint64_t number;
 };
 
 }  // namespace notes
@@ -173,13 +196,15 @@ class NoteWriter {
   static constexpr char kUnsigned = '\x1B';
   static constexpr char kNegative = '\x3B';
   static constexpr char kText = '\x7A';
+  static constexpr char kLabel = '\xC6';     ///< a tag of the number behind it
   static constexpr std::size_t kSpare = 16;  ///< more than any head, with a byte to end with
   static constexpr std::size_t kKeyBytes = 2;
   static constexpr std::size_t kHeadBytes = 9;
 
   template <class T>
   static constexpr bool isPlain =
-      std::is_arithmetic_v<T> || std::convertible_to<const T&, std::string_view>;
+      std::is_arithmetic_v<T> || std::convertible_to<const T&, std::string_view> ||
+      std::same_as<T, notes::Key> || std::same_as<T, notes::Label>;
 
   // How much a plain value takes at the most.
   template <class T>
@@ -190,12 +215,19 @@ class NoteWriter {
       return kHeadBytes + std::string_view(value).size();
     }
   }
+  static std::size_t mostOf(notes::Key) { return kKeyBytes; }
+  static std::size_t mostOf(notes::Label) { return 1 + kHeadBytes; }
+
   // These write where there is room, and give the end of what they wrote.
 
   static char* put(char* at, notes::Key key) {
     at[0] = '\x18';
     at[1] = static_cast<char>(key.number);
     return at + kKeyBytes;
+  }
+  static char* put(char* at, notes::Label label) {
+    *at = kLabel;
+    return putWord(at + 1, kUnsigned, label.number);
   }
   static char* putWord(char* at, char kind, std::uint64_t value) {
     at[0] = kind;
@@ -273,13 +305,13 @@ class NoteWriter {
       appendRecord(value);
     } else if constexpr (std::same_as<T, NativeView>) {
       append(names_.nameOf(value));
-    } else if constexpr (std::same_as<T, VEMOKOBUEventListener>) {
-      byte(kNull);  // it has a name where it is noted
     } else if constexpr (std::same_as<T, VEMOImage>) {
       append(std::string_view("image"));
-    } else if (value) {  // an optional or a pointer
-      append(*value);
     } else {
+      // An optional or a pointer. A listener has a name where it is noted.
+      if constexpr (!std::same_as<T, VEMOKOBUEventListener>) {
+        if (value) return append(*value);
+      }
       byte(kNull);
     }
   }

@@ -33,7 +33,8 @@ Notes::Origin Notes::origin() const {
 }
 
 NoteMemory& Notes::scratch() {
-  thread_local ScratchMemory memory;
+  // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): one of each thread
+  static thread_local ScratchMemory memory;
   memory.restart();
   return memory;
 }

@@ -29,7 +29,7 @@ class Notes {
 
   /// Notes an effect of the step that goes on on this thread; `write(NoteWriter&)` adds its keys.
   template <class Write>
-  void effect(std::string_view name, Write write) {
+  void effect(notes::Key name, Write write) {
     if (!isOn()) return;
     const auto* const step = frame();
     const auto lane = step && step->periodic ? NoteLane::periodic : NoteLane::effects;
@@ -39,7 +39,7 @@ class Notes {
     write(note);
     keep(memory, lane, headOf(NoteHead::Kind::effect, step), note.whole());
   }
-  void effect(std::string_view name) {
+  void effect(notes::Key name) {
     effect(name, [](NoteWriter&) {});
   }
 
@@ -98,9 +98,13 @@ class Notes {
     return head;
   }
   void setOutside(NoteHead& head);
-  void keep(NoteMemory& memory, NoteLane lane, const NoteHead& head, std::string_view note) {
-    if (ring_) NoteRing::keep(memory, head);
-    if (isTold()) tell(lane, head, note);
+  // Inlined, so that the head goes from registers to where it stays.
+  [[gnu::always_inline]] void keep(NoteMemory& memory, NoteLane lane, const NoteHead& head,
+                                   std::string_view note) {
+    if (ring_) [[likely]]
+      NoteRing::keep(memory, head);
+    if (isTold()) [[unlikely]]
+      tell(lane, NoteHead(head), note);
   }
   void tell(NoteLane lane, const NoteHead& head, std::string_view note);
   std::uint16_t threadNumber(std::string_view role) {

@@ -10,10 +10,11 @@
 namespace vemo {
 namespace {
 
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): one of each thread
 constinit thread_local NotingReplies::Receiving* innermostReceiving = nullptr;
 
-/// In a slot that is being filled.
-const VEMOJSMsgItem* const kTaken = reinterpret_cast<const VEMOJSMsgItem*>(alignof(VEMOJSMsgItem));
+/// Stands for the item in a slot that is being filled.
+constexpr char kTaken = 0;
 
 }  // namespace
 
@@ -37,12 +38,16 @@ NotingReplies::Receiving* NotingReplies::receivingHere() const {
 
 void NotingReplies::label(const std::shared_ptr<VEMOJSMsgItem>& item, std::string label,
                           bool hasAction) {
+  enter(item, {item, std::move(label), hasAction});
+}
+
+void NotingReplies::enter(const std::shared_ptr<VEMOJSMsgItem>& item, Entry entry) {
   const std::lock_guard lock(mutex_);
   if (entries_.size() >= sweepAt_) {
-    std::erase_if(entries_, [](const auto& entry) { return entry.second.item.expired(); });
+    std::erase_if(entries_, [](const auto& one) { return one.second.item.expired(); });
     sweepAt_ = std::max<std::size_t>(64, 2 * entries_.size());
   }
-  entries_.insert_or_assign(item.get(), Entry{item, std::move(label), hasAction});
+  entries_.insert_or_assign(item.get(), std::move(entry));
 }
 
 NotingReplies::Slot* NotingReplies::handling(const std::shared_ptr<VEMOJSMsgItem>& item) {
@@ -50,13 +55,13 @@ NotingReplies::Slot* NotingReplies::handling(const std::shared_ptr<VEMOJSMsgItem
   if (!receiving) return nullptr;
   receiving->item_ = item.get();
   for (auto& slot : slots_) {
-    const VEMOJSMsgItem* none = nullptr;
-    if (!slot.item.compare_exchange_strong(none, kTaken, std::memory_order_acquire)) continue;
+    const void* none = nullptr;
+    if (!slot.item.compare_exchange_strong(none, &kTaken, std::memory_order_acquire)) continue;
     slot.number.store(receiving->number_, std::memory_order_relaxed);
     slot.item.store(item.get(), std::memory_order_release);
     return &slot;
   }
-  label(item, std::string(Label(receiving->number_).text()), true);
+  enter(item, {item, notes::Label{receiving->number_}});
   return nullptr;
 }
 
@@ -64,7 +69,7 @@ void NotingReplies::handled(const std::shared_ptr<VEMOJSMsgItem>& item, Slot* sl
   if (!slot) return;
   if (item->isAsyncTask()) {
     const auto number = slot->number.load(std::memory_order_relaxed);
-    label(item, std::string(Label(number).text()), true);
+    enter(item, {item, notes::Label{number}});
   }
   slot->item.store(nullptr, std::memory_order_release);
 }
@@ -76,7 +81,7 @@ NotingReplies::Entry NotingReplies::entryOf(const VEMOJSMsgItem& item) {
     if (slot.item.load(std::memory_order_acquire) != &item) continue;
     const auto number = slot.number.load(std::memory_order_acquire);
     if (slot.item.load(std::memory_order_relaxed) == &item) {
-      return {{}, std::string(Label(number).text())};
+      return {{}, notes::Label{number}};
     }
   }
   const std::lock_guard lock(mutex_);
@@ -85,13 +90,14 @@ NotingReplies::Entry NotingReplies::entryOf(const VEMOJSMsgItem& item) {
   // No wrapper was called: the message was refused.
   if (const auto* const here = receivingHere(); here && !here->item_) {
     return {{},
-            std::string(Label(here->number_).text()),
+            notes::Label{here->number_},
             !item.head().action.empty() || !item.msgError() || namesAction(here->message_)};
   }
-  return {{}, "?"};
+  return {{}, std::string("?")};
 }
 
-void NotingReplies::note(const VEMOJSMsgItem& item, std::string_view label, bool hasAction) {
+template <class Name>
+void NotingReplies::note(const VEMOJSMsgItem& item, const Name& label, bool hasAction) {
   notes_->effect("reply", [&](NoteWriter& text) {
     text.add("item", label).add("action", hasAction ? &item.head().action : nullptr);
     if (const auto& error = item.msgError()) {
@@ -111,18 +117,19 @@ void NotingReplies::deliver(const VEMOJSMsgItem& item, const Text& cbid,
   if (notes_->isOn()) {
     const auto* const here = receivingHere();
     if (here && here->item_ == &item) {
-      note(item, Label(here->number_).text(), true);
+      note(item, notes::Label{here->number_}, true);
     } else {
       const auto entry = entryOf(item);
-      note(item, entry.label, entry.hasAction);
+      std::visit([&](const auto& name) { note(item, name, entry.hasAction); }, entry.label);
     }
   }
   if (!target_) return;
   // What delivers runs a script in the page, which is no effect beside the reply.
   const auto* const page = webView.get();
   const bool isNoting = page && typeid(*page) == typeid(NotingWebView);
-  target_->deliver(item, cbid,
-                   isNoting ? static_cast<const NotingWebView*>(page)->shown() : webView);
+  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-static-cast-downcast): it is of this very type
+  const auto* const noting = isNoting ? static_cast<const NotingWebView*>(page) : nullptr;
+  target_->deliver(item, cbid, noting ? noting->shown() : webView);
 }
 
 NotingBaseRouter::NotingBaseRouter(std::shared_ptr<Notes> notes,
@@ -151,8 +158,7 @@ void NotingBaseRouter::receive(std::string_view message) {
   if (!notes_->isOn()) return target_->receive(message);
   notes_->device().appGroup(appGroup_);
   const Notes::Step step(*notes_, Notes::Step::onMain, [&](NoteWriter& text, std::uint64_t number) {
-    text.add("message", message);
-    text.add("as", NotingReplies::Label(number).text());
+    text.add("message", message).add("as", notes::Label{number});
   });
   const NotingReplies::Receiving receiving(*replies_, step.number(), message);
   target_->receive(message);

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <atomic>
-#include <charconv>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -10,6 +9,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <variant>
 
 #include "bridge/VEMOJSMsgRouter.h"
 #include "platform/ForwardingPlatform.h"
@@ -58,35 +58,25 @@ class NotingReplies final : public ReplyDelivery {
   Slot* handling(const std::shared_ptr<VEMOJSMsgItem>& item);
   void handled(const std::shared_ptr<VEMOJSMsgItem>& item, Slot* slot);
 
-  /// The label of a message's item.
-  class Label {
-   public:
-    explicit Label(std::uint64_t number)
-        : size_(std::to_chars(text_.data() + 1, text_.data() + text_.size(), number).ptr -
-                text_.data()) {}
-    std::string_view text() const { return {text_.data(), static_cast<std::size_t>(size_)}; }
-
-   private:
-    std::array<char, 24> text_{'m'};
-    std::ptrdiff_t size_;
-  };
-
   /// An item that is being handled, where an answer from another thread finds its number.
   struct Slot {
-    std::atomic<const VEMOJSMsgItem*> item = nullptr;
+    std::atomic<const void*> item = nullptr;
     std::atomic<std::uint64_t> number = 0;
   };
 
  private:
   struct Entry {
     std::weak_ptr<const VEMOJSMsgItem> item;
-    std::string label;
+    /// As it was given, or that of a message's step.
+    std::variant<notes::Label, std::string> label;
     bool hasAction = true;
   };
 
   Receiving* receivingHere() const;
   Entry entryOf(const VEMOJSMsgItem& item);
-  void note(const VEMOJSMsgItem& item, std::string_view label, bool hasAction);
+  void enter(const std::shared_ptr<VEMOJSMsgItem>& item, Entry entry);
+  template <class Name>
+  void note(const VEMOJSMsgItem& item, const Name& label, bool hasAction);
 
   const std::shared_ptr<Notes> notes_;
   const std::shared_ptr<ReplyDelivery> target_;

@@ -19,11 +19,6 @@ bool logsNullView(const DUNLogParam& record) {
   return record.actionName && record.actionName->starts_with("startLocalPreivew");
 }
 
-std::uint64_t newTableId() {
-  static std::atomic<std::uint64_t> last = 0;
-  return ++last;
-}
-
 /// Where the next "0x" is in `text`, from `from` on. The x is rarer than the nought.
 std::size_t nextAddress(std::string_view text, std::size_t from) {
   for (auto at = text.find('x', from); at != std::string_view::npos; at = text.find('x', at + 1)) {
@@ -32,17 +27,23 @@ std::size_t nextAddress(std::string_view text, std::size_t from) {
   return std::string_view::npos;
 }
 
-/// The address that this thread found last to be one of an object, as it is written.
+/// The beginning of a text up to the end of the first address in it, where that was one of an
+/// object, as this thread found it last.
 struct LatestFound {
   std::uint64_t names = 0;
   std::size_t size = 0;
-  std::array<char, 24> text{};
+  std::size_t address = 0;  // where it begins
+  std::array<char, 48> text{};
 };
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): one of each thread
 constinit thread_local LatestFound latestFound;
 
 }  // namespace
 
-ObjectNames::ObjectNames() : id_(newTableId()) {}
+std::uint64_t ObjectNames::newId() {
+  static std::atomic<std::uint64_t> last = 0;
+  return ++last;
+}
 
 void ObjectNames::give(const NativeView& view, std::string name) {
   const std::lock_guard lock(mutex_);
@@ -68,14 +69,11 @@ bool ObjectNames::has(std::uintptr_t address) const {
 
 ObjectNames::Masked ObjectNames::masked(const DUNLogParam& record, std::string& buffer) const {
   const auto text = *record.actionParam;
-  const auto at = nextAddress(text, 0);
-  if (at == std::string_view::npos) return {text};
-  const auto rest = text.substr(at);
   const auto& latest = latestFound;
-  if (latest.names == id_ && rest.size() > latest.size &&
-      std::memcmp(rest.data(), latest.text.data(), latest.size) == 0 && rest[latest.size] == ')' &&
-      nextAddress(rest, latest.size) == std::string_view::npos) {
-    return {text.substr(0, at), "0x*", rest.substr(latest.size)};
+  if (latest.names == id_ && text.size() > latest.size &&
+      std::memcmp(text.data(), latest.text.data(), latest.size) == 0 && text[latest.size] == ')' &&
+      nextAddress(text, latest.size) == std::string_view::npos) {
+    return {text.substr(0, latest.address), "0x*", text.substr(latest.size)};
   }
   return {maskedWhole(record, buffer)};
 }
@@ -84,18 +82,19 @@ std::string_view ObjectNames::maskedWhole(const DUNLogParam& record, std::string
   const auto text = *record.actionParam;
   buffer.clear();
   std::size_t from = 0;
-  for (auto at = nextAddress(text, 0); at != std::string_view::npos;
-       at = nextAddress(text, at + 2)) {
+  const auto first = nextAddress(text, 0);
+  for (auto at = first; at != std::string_view::npos; at = nextAddress(text, at + 2)) {
     std::uintptr_t address = 0;
     const char* const digits = text.data() + at + 2;
     const auto [end, problem] = std::from_chars(digits, text.data() + text.size(), address, 16);
     if (problem != std::errc{}) continue;
     if (address == 0 ? !logsNullView(record) : !has(address)) continue;
     const auto size = static_cast<std::size_t>(end - digits) + 2;
-    if (address != 0 && size <= latestFound.text.size()) {
+    if (address != 0 && at == first && at + size <= latestFound.text.size()) {
       latestFound.names = id_;
-      latestFound.size = size;
-      text.copy(latestFound.text.data(), size, at);
+      latestFound.size = at + size;
+      latestFound.address = at;
+      text.copy(latestFound.text.data(), at + size);
     }
     buffer.append(text, from, at - from).append("0x*");
     from = at + size;

@@ -17,8 +17,6 @@ namespace vemo {
 /// Threads: any.
 class ObjectNames {
  public:
-  ObjectNames();
-
   /// Calls `view` by `name` from now on.
   void give(const NativeView& view, std::string name);
 
@@ -40,10 +38,11 @@ class ObjectNames {
   Masked masked(const DUNLogParam& record, std::string& buffer) const;
 
  private:
+  static std::uint64_t newId();
   bool has(std::uintptr_t address) const;
   std::string_view maskedWhole(const DUNLogParam& record, std::string& buffer) const;
 
-  const std::uint64_t id_;  // of no other one of this process
+  const std::uint64_t id_ = newId();  // of no other one of this process
   mutable std::mutex mutex_;
   std::unordered_map<std::uintptr_t, std::string> views_;
   std::unordered_set<std::uintptr_t> webViews_;

@@ -32,6 +32,12 @@ std::optional<std::int64_t> integer(const json::object& line, std::string_view k
   return number ? std::optional(*number) : std::nullopt;
 }
 
+std::string text(const json::object& line, std::string_view key) {
+  const auto* const value = line.if_contains(key);
+  const auto* const string = value ? value->if_string() : nullptr;
+  return string ? std::string(*string) : std::string();
+}
+
 bool flag(const json::object& line, std::string_view key) {
   const auto* const value = line.if_contains(key);
   return value && value->is_bool() && value->get_bool();
@@ -116,19 +122,18 @@ bool takeFirstLine(const std::string& line, Recording& recording, std::string& e
             " of a later version; this one reads forms up to " + std::to_string(kRecordingVersion);
     return false;
   }
-  if (const auto* const program = first->if_contains("program"); program && program->is_string()) {
-    recording.program = program->get_string();
-  }
+  recording.program = text(*first, "program");
+  recording.failure = text(*first, "failure");
   recording.whole = flag(*first, "whole");
   return true;
 }
 
 }  // namespace
 
-std::string recordingHeader(std::string_view program, bool whole) {
-  return jsonText(
-             json::object{{"vemorec", kRecordingVersion}, {"program", program}, {"whole", whole}}) +
-         "\n";
+std::string recordingHeader(std::string_view program, bool whole, std::string_view failure) {
+  json::object header{{"vemorec", kRecordingVersion}, {"program", program}, {"whole", whole}};
+  if (!failure.empty()) header["failure"] = failure;
+  return jsonText(header) + "\n";
 }
 
 void appendNoteLine(std::string& out, const Note& note, bool before) {

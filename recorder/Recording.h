@@ -23,6 +23,8 @@
 // whose effects are not there any more, "overlaps" as in Note. A line with "lost" stands for lines
 // that could not be written. Where a session has several files, only the oldest has the first line.
 //
+// The first line has "failure", too, when a host named one as the reason to write the file.
+//
 // A dump is what NoteRing::dump writes: kDumpMark, and bytes as they were in memory, to be read on
 // a machine of the same kind.
 
@@ -37,8 +39,9 @@ inline constexpr std::string_view kDumpMark = "vemorec dump 1\n";
 /// damaged. One that breaks off is read as far as it goes.
 std::optional<std::string> recordingOfDump(std::istream& in);
 
-/// The first line of a recording by `program`; `whole`: nothing of the beginning is missing.
-std::string recordingHeader(std::string_view program, bool whole);
+/// The first line of a recording by `program`; `whole`: nothing of the beginning is missing;
+/// `failure`: why it was written, if a host named a failure.
+std::string recordingHeader(std::string_view program, bool whole, std::string_view failure = {});
 
 /// Appends the line that says `note`, with its line break; `before`: its effects are not there.
 void appendNoteLine(std::string& out, const Note& note, bool before = false);
@@ -57,7 +60,8 @@ struct RecordedNote {
 
 struct Recording {
   std::string program;
-  bool whole = true;    ///< nothing of the beginning is missing
+  std::string failure;  ///< what the host named; empty: nothing
+  bool whole = true;    ///< nothing of the beginning is missing, nor was lost on the way
   bool cutOff = false;  ///< the last line was not finished, and is left out
   std::vector<RecordedNote> notes;
 };

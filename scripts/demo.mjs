@@ -1,5 +1,5 @@
 // Plays a class of three in headless Chromium and tells what happens. Usage:
-// demo.mjs FOLDER: a log and pictures go there.
+// demo.mjs FOLDER: a log, pictures and a recording go there.
 
 import { mkdir, rm, writeFile } from 'node:fs/promises';
 import { Phone, startBrowser, startSimulator } from '../testing/browser.mjs';
@@ -72,6 +72,14 @@ async function lesson(simulator, browser) {
   await ada.control('Camera').click();
   await teacher.nativeView('Ada').waitFor();
   tell('She tries again, is led to the settings, allows it there, and is seen.');
+  const panel = await ada.openPanel('Sessions');
+  const [saved] = await Promise.all([
+    ada.page.waitForEvent('download'),
+    panel.getByRole('button', { name: 'Save the last minutes' }).click(),
+  ]);
+  await saved.saveAs(`${folder}/ada.vemorec`);
+  await ada.page.getByRole('button', { name: 'Close panel' }).click();
+  tell('She saves the last minutes of her phone: ada.vemorec.');
 
   const ben = await Phone.open(small, simulator.address);
   await ben.enter({ name: 'Ben', role: 'audience' });

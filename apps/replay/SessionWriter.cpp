@@ -114,8 +114,7 @@ class Parts {
 
 class Writer {
  public:
-  Writer(const Recording& recording, std::ostream& out)
-      : parts_(recording), out_(out), cutOff_(recording.cutOff) {
+  Writer(const Recording& recording, std::ostream& out) : parts_(recording), out_(out) {
     auto& all = parts_.all();
     // How many tasks each part queued that ran.
     queued_.resize(all.size());
@@ -232,17 +231,17 @@ class Writer {
     return isText(step.what, "event", "onUserVoiceVolume");
   }
 
-  /// Adds what is expected of a step that has all up to the part at `last`. Where the recording
-  /// broke off, that may not be all that the last one did.
+  /// Adds what is expected of a step that has all up to the part at `last`. Unless the router
+  /// ended, the last step may have gone on when the recording was made, or broke off.
   void expect(json::object& step, const Part& part, std::size_t last) {
     if (part.note->before) return;
-    if (isVolume(part) || (cutOff_ && last + 1 == parts_.all().size())) step["partial"] = true;
+    const bool mayGoOn = parts_.end().empty() && last + 1 == parts_.all().size();
+    if (isVolume(part) || mayGoOn) step["partial"] = true;
     step["expect"] = part.effects;
   }
 
   Parts parts_;
   std::ostream& out_;
-  const bool cutOff_;
   std::vector<std::size_t> queued_;
   std::size_t lastTask_ = 0;
   std::vector<std::size_t> waiting_;  // of each task that waits, which part queued it
@@ -254,8 +253,13 @@ class Writer {
 void writeSession(const Recording& recording, std::ostream& out) {
   out << "# Recorded by " << (recording.program.empty() ? "an unknown version" : recording.program)
       << ".\n";
+  if (!recording.failure.empty()) {
+    std::string failure;
+    appendJsonString(failure, recording.failure);
+    out << "# Failure: " << failure << '\n';
+  }
   if (!recording.whole) {
-    out << "# Its beginning is missing: steps may differ that build on it.\n";
+    out << "# Part of it is missing: steps may differ that build on that.\n";
   }
   if (recording.cutOff) out << "# It breaks off: the last line was not finished.\n";
   Writer(recording, out).write();

@@ -106,7 +106,8 @@ Options:
   --seed N            seed of the simulated cloud (1)
   --room-capacity N   how many fit into a room (50)
   --log FILE          write the log to FILE, not to standard error
-  --record DIR        write the session of each page to a file in DIR (vemo-replay --from)
+  --record DIR        write the session of each page to a file in DIR (vemo-replay --from); of
+                      those that have ended, the latest 100 stay, and 2 GiB at most
   --help              show this text
   --version           show the version
 

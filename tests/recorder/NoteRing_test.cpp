@@ -197,9 +197,16 @@ TEST(NoteRing, AFileIsWrittenWholeOrNotAtAll) {
   EXPECT_EQ(error, file + " can't be written: File too large");
   EXPECT_TRUE(std::filesystem::is_empty(folder));
 
-  EXPECT_TRUE(ring.write(file, nullptr, error)) << error;
+  EXPECT_TRUE(ring.write(file, nullptr, error, "it froze\nin \"101\"")) << error;
   std::ifstream in(file);
-  EXPECT_TRUE(readRecording(in, error)) << error;
+  const auto recording = readRecording(in, error);
+  ASSERT_TRUE(recording) << error;
+  EXPECT_EQ(recording->failure, "it froze\nin \"101\"");
+  std::ostringstream session;
+  replay::writeSession(*recording, session);
+  EXPECT_NE(session.str().find("\n# Failure: \"it froze\\nin \\\"101\\\"\"\n"), std::string::npos)
+      << session.str().substr(0, 200);
+  EXPECT_EQ(ring.recording(nullptr).find("failure"), std::string::npos);
   std::filesystem::remove_all(folder);
   EXPECT_FALSE(ring.write(file, nullptr, error));
   EXPECT_EQ(error, file + " can't be written: No such file or directory");

@@ -23,9 +23,8 @@
 #include "platform/MainThreadQueue.h"
 #include "platform/SecretMask.h"
 #include "recorder/NoteStream.h"
-#include "recorder/Recording.h"
+#include "recorder/Recorded.h"
 #include "replay/Replay.h"
-#include "replay/SessionWriter.h"
 #include "simulation/ClassroomCloud.h"
 #include "simulator/PageSocket.h"
 #include "simulator/Phone.h"
@@ -295,16 +294,6 @@ class Walk {
   std::vector<std::shared_ptr<Page>> pages_;
   std::vector<std::unique_ptr<Phone>> phones_;
 };
-
-std::string sessionOf(const std::string& recording) {
-  std::istringstream in(recording);
-  std::string error;
-  const auto read = readRecording(in, error);
-  EXPECT_TRUE(read) << error;
-  std::ostringstream session;
-  if (read) replay::writeSession(*read, session);
-  return session.str();
-}
 
 /// VEMO_WALK_STEPS and VEMO_WALK_SEED make it longer and another.
 std::uint64_t setting(const char* name, std::uint64_t usual) {

@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <fstream>
 #include <sstream>
 #include <string>
 
 #include "recorder/ReadLine.h"
+#include "recorder/Recorded.h"
 
 namespace vemo::test {
 namespace {
@@ -36,6 +38,16 @@ TEST(Recording, OneThatIsNoneIsToldInASentence) {
             "this recording has the form 2 of a later version; this one reads forms up to 1");
   EXPECT_EQ(errorOf(header + "garbage\n" + kNote + "\n"), "line 2 of the recording is damaged");
   EXPECT_EQ(errorOf(header + kNote + "\n{\"n\":1}\n"), "line 3 of the recording is damaged");
+}
+
+TEST(Recording, OneOfAnEarlierVersionReplaysAsItWasRecorded) {
+  std::ifstream file(VEMO_RECORDING);
+  std::ostringstream text;
+  text << file.rdbuf();
+  const auto session = sessionOf(text.str());
+  EXPECT_NE(session.find(R"({"command":"stopLocalAudio")"), std::string::npos) << session;
+  const auto told = checked(session);
+  EXPECT_EQ(told.find("line "), std::string::npos) << told;
 }
 
 TEST(Recording, ALineWithoutAnEndIsReadNoFurther) {

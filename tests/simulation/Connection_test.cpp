@@ -138,6 +138,40 @@ TEST(Connection, ALossOnTheWayInIsOvercome) {
   EXPECT_EQ(alice.events->takeRare(), Lines{"onEnterRoom 5090"});
 }
 
+TEST(Connection, OnANetworkWithoutDelayTheServerStillTakesItsTime) {
+  auto options = Classroom::steady();
+  options.network = {milliseconds(0), milliseconds(0), 0, 0};
+  Classroom classroom(options);
+  const auto alice = classroom.handset();
+  alice->enterRoom(paramsOf("alice"), 0);
+  classroom.advance(19);
+  EXPECT_TRUE(alice.events->lines().empty());
+  classroom.advance(1);
+  EXPECT_EQ(alice.events->takeRare(), Lines{"onEnterRoom 20"});
+
+  alice.engineClass->dropConnection();
+  classroom.advance(4'000);
+  EXPECT_EQ(alice.events->takeRare(), Lines{"onConnectionLost"});
+  alice.engineClass->restoreConnection();
+  classroom.advance(19);
+  EXPECT_TRUE(alice.events->takeRare().empty());
+  classroom.advance(1);
+  EXPECT_EQ(alice.events->takeRare(), Lines{"onConnectionRecovery"});
+
+  // And who was on the way in when it came back.
+  alice->exitRoom();
+  classroom.advance(100);
+  alice.events->takeRare();
+  alice.engineClass->dropConnection();
+  alice->enterRoom(paramsOf("alice"), 0);
+  classroom.advance(1'000);
+  alice.engineClass->restoreConnection();
+  classroom.advance(19);
+  EXPECT_TRUE(alice.events->takeRare().empty());
+  classroom.advance(1);
+  EXPECT_EQ(alice.events->takeRare(), Lines{"onEnterRoom 1020"});
+}
+
 /// Alice shows everything, and Bob watches and listens.
 struct Lesson {
   Lesson() {
