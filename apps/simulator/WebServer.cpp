@@ -174,6 +174,7 @@ class PageConnection final : public std::enable_shared_from_this<PageConnection>
   PageConnection(WebServerState& state, tcp::socket socket, beast::flat_buffer received)
       : state_(state),
         stream_(std::move(socket), std::move(received)),
+        budget_(state.options.pageRate, std::chrono::steady_clock::now()),
         outbox_(std::make_shared<Outbox>(state.io, state.options.maxUnsentBytes)) {
     ++state_.pageCount;
   }
@@ -197,7 +198,7 @@ class PageConnection final : public std::enable_shared_from_this<PageConnection>
 
   /// Writes what the outbox holds, unless a write is under way that will.
   void flush() {
-    if (finished_) return;
+    if (finished_ || !listener_) return;
     bool overflow = false;
     auto frames = outbox_->take(overflow);
     if (overflow) return drop("it doesn't read what it is sent");
@@ -206,7 +207,8 @@ class PageConnection final : public std::enable_shared_from_this<PageConnection>
   }
 
   void sayGoodbye() {
-    if (!listener_) return hangUp();  // still shaking hands, which a goodbye may not interrupt
+    if (!listener_ || closing_) return hangUp();  // nor may the handshake be interrupted
+    closing_ = true;
     stream_.async_close(websocket::close_code::going_away,
                         [self = shared_from_this()](beast::error_code) { self->finish(); });
   }
@@ -233,6 +235,9 @@ class PageConnection final : public std::enable_shared_from_this<PageConnection>
         problem == websocket::error::buffer_overflow)
       return drop("it sent a frame that is too long");
     if (problem) return finish();
+    if (!budget_.take(buffer_.size() + WebServerOptions::kFrameBytes,
+                      std::chrono::steady_clock::now()))
+      return cutOff("it sent more than a page may");
     if (stream_.got_text()) {
       const auto bytes = buffer_.cdata();
       listener_->onText({static_cast<const char*>(bytes.data()), bytes.size()});
@@ -256,6 +261,17 @@ class PageConnection final : public std::enable_shared_from_this<PageConnection>
                         });
   }
 
+  /// Ends the page, which is told why.
+  void cutOff(const char* why) {
+    listener_->onTrouble(std::string("was cut off: ") + why);
+    if (std::exchange(closing_, true)) return hangUp();
+    listener_.reset();
+    outbox_->close();
+    if (unsent_.size() > 1) unsent_.resize(1);  // which may be on its way
+    stream_.async_close({websocket::close_code::policy_error, why},
+                        [self = shared_from_this()](beast::error_code) { self->hangUp(); });
+  }
+
   void drop(std::string_view why) {
     if (listener_) listener_->onTrouble("was dropped: " + std::string(why));
     hangUp();
@@ -269,10 +285,12 @@ class PageConnection final : public std::enable_shared_from_this<PageConnection>
   WebServerState& state_;
   websocket::stream<PageStream, /*deflateSupported=*/false> stream_;
   beast::flat_buffer buffer_;
+  ByteBudget budget_;
   std::shared_ptr<Outbox> outbox_;
   std::unique_ptr<PageListener> listener_;
   std::deque<std::string> unsent_;
   bool writing_ = false;
+  bool closing_ = false;  // a last word is on its way
   bool finished_ = false;
 };
 
@@ -353,7 +371,8 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
   std::string_view refusal(const Request& request) const {
     if (!state_.knowsHost(view(request[http::field::host])))
       return "This server answers only to its own address.";
-    if (!state_.knowsOrigin(view(request[http::field::origin])))
+    if (request.count(http::field::origin) != 1 ||
+        !state_.knowsOrigin(view(request[http::field::origin])))
       return "Only pages of this server may connect.";
     return {};
   }
