@@ -20,6 +20,8 @@ namespace {
 
 constexpr unsigned kDeepest = 8;
 constexpr std::size_t kShownDigits = 8;
+/// In one text. A hash takes as long as a hundred bytes of text, so many would take too long.
+constexpr std::size_t kMostHashes = 1000;
 
 /// One character of a layer.
 struct Character {
@@ -227,10 +229,6 @@ Value plainValue(const auto& layer, std::size_t begin) {
   }
 }
 
-std::string standIn(const Value& value) {
-  return value.whole ? "***" + shortHash(value.content) : "***";
-}
-
 /// What is written in place of which bytes.
 struct Replacement {
   std::size_t begin;
@@ -287,6 +285,11 @@ class Search {
     const auto mark = isText ? "" : std::string((std::size_t{1} << depth) - 1, '\\') + '"';
     add({layer[value.begin].at, layer[value.end].at, mark + standIn(value) + mark});
     return value.end;
+  }
+
+  std::string standIn(const Value& value) {
+    const bool hashed = value.whole && found_.size() < kMostHashes;
+    return hashed ? "***" + shortHash(value.content) : "***";
   }
 
   void add(Replacement replacement) {

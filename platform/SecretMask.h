@@ -12,7 +12,8 @@ namespace vemo {
 /// The stand-in is `***` and eight hexadecimal digits: a hash of the value under a key
 /// that this process drew by lot. Within one process the same value has the same one,
 /// so that lines can be told to speak of the same secret; the value can't be got back.
-/// A value that the text breaks off in has `***` alone. An empty text stays: it shows
+/// A value that the text breaks off in has `***` alone, and so has what comes after the first
+/// thousand of one text. An empty text stays: it shows
 /// that there was none.
 ///
 /// Found are keys at any depth of objects and arrays, in JSON amid other text, in JSON

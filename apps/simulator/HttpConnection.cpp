@@ -122,7 +122,8 @@ void HttpConnection::onRead(beast::error_code problem) {
 std::string_view HttpConnection::refusal(const Request& request) const {
   if (!state_.knowsHost(view(request[http::field::host])))
     return "This server answers only to its own address.";
-  if (!state_.knowsOrigin(view(request[http::field::origin])))
+  if (request.count(http::field::origin) != 1 ||
+      !state_.knowsOrigin(view(request[http::field::origin])))
     return "Only pages of this server may connect.";
   return {};
 }

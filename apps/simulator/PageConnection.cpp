@@ -76,6 +76,7 @@ PageConnection::PageConnection(WebServerState& state, asio::ip::tcp::socket sock
                                beast::flat_buffer received)
     : state_(state),
       stream_(std::move(socket), std::move(received)),
+      budget_(state.options.pageRate, std::chrono::steady_clock::now()),
       outbox_(std::make_shared<Outbox>(state.io, state.options.maxUnsentBytes)) {
   ++state_.pageCount;
 }
@@ -98,7 +99,7 @@ void PageConnection::start(const http::request<http::string_body>& request) {
 
 /// Writes what the outbox holds, unless a write is under way that will.
 void PageConnection::flush() {
-  if (finished_) return;
+  if (finished_ || !listener_) return;
   bool overflow = false;
   auto frames = outbox_->take(overflow);
   if (overflow) return drop("it doesn't read what it is sent");
@@ -107,7 +108,8 @@ void PageConnection::flush() {
 }
 
 void PageConnection::sayGoodbye() {
-  if (!listener_) return hangUp();  // still shaking hands, which a goodbye may not interrupt
+  if (!listener_ || closing_) return hangUp();  // nor may the handshake be interrupted
+  closing_ = true;
   stream_.async_close(websocket::close_code::going_away,
                       [self = shared_from_this()](beast::error_code) { self->finish(); });
 }
@@ -130,6 +132,9 @@ void PageConnection::onRead(beast::error_code problem) {
   if (problem == websocket::error::message_too_big || problem == websocket::error::buffer_overflow)
     return drop("it sent a frame that is too long");
   if (problem) return finish();
+  if (!budget_.take(buffer_.size() + WebServerOptions::kFrameBytes,
+                    std::chrono::steady_clock::now()))
+    return cutOff("it sent more than a page may");
   if (stream_.got_text()) {
     const auto bytes = buffer_.cdata();
     listener_->onText({static_cast<const char*>(bytes.data()), bytes.size()});
@@ -151,6 +156,17 @@ void PageConnection::write() {
                         self->unsent_.pop_front();
                         self->write();
                       });
+}
+
+/// Ends the page, which is told why.
+void PageConnection::cutOff(const char* why) {
+  listener_->onTrouble(std::string("was cut off: ") + why);
+  if (std::exchange(closing_, true)) return hangUp();
+  listener_.reset();
+  outbox_->close();
+  if (unsent_.size() > 1) unsent_.resize(1);  // which may be on its way
+  stream_.async_close({websocket::close_code::policy_error, why},
+                      [self = shared_from_this()](beast::error_code) { self->hangUp(); });
 }
 
 void PageConnection::drop(std::string_view why) {

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/ByteBudget.h"
 #include "simulator/PageSocket.h"
 #include "simulator/WebServerState.h"
 
@@ -57,16 +58,19 @@ class PageConnection final : public std::enable_shared_from_this<PageConnection>
   void onRead(boost::beast::error_code problem);
   void flush();
   void write();
+  void cutOff(const char* why);
   void drop(std::string_view why);
   void hangUp();
 
   WebServerState& state_;
   boost::beast::websocket::stream<PageStream, /*deflateSupported=*/false> stream_;
   boost::beast::flat_buffer buffer_;
+  ByteBudget budget_;
   std::shared_ptr<Outbox> outbox_;
   std::unique_ptr<PageListener> listener_;
   std::deque<std::string> unsent_;
   bool writing_ = false;
+  bool closing_ = false;  // a last word is on its way
   bool finished_ = false;
 };
 

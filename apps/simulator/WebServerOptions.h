@@ -8,6 +8,7 @@
 #include <optional>
 #include <string_view>
 
+#include "platform/ByteBudget.h"
 #include "simulator/PageAddress.h"
 
 namespace vemo {
@@ -21,6 +22,10 @@ struct WebServerOptions {
   /// Longer frames of a page end its connection. A page message travels quoted in a
   /// frame, which can make it longer by half or more.
   std::size_t maxFrameBytes = std::size_t{4} << 20U;
+  /// What a page may send; each frame counts as kFrameBytes more than its length. A page that
+  /// sends more is cut off, and told so.
+  ByteRate pageRate{std::size_t{64} << 20U, std::size_t{8} << 20U};
+  static constexpr std::size_t kFrameBytes = 1024;
   /// A page for which more than this waits to be sent is dropped.
   std::size_t maxUnsentBytes = std::size_t{16} << 20U;
   /// How many pages are served at once; one more is refused with status 503.

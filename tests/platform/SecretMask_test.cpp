@@ -7,6 +7,7 @@
 #include <boost/json/parse.hpp>
 #include <boost/json/value.hpp>
 #include <cstdio>
+#include <iterator>
 #include <random>
 #include <regex>
 #include <string>
@@ -151,6 +152,20 @@ TEST(SecretMask, TheSameSecretHasTheSameStandIn) {
   EXPECT_EQ(inJson(first), masked(inJson(R"({"userSig":"a/bA"})"))) << "as deep as may be";
   EXPECT_NE(first, masked(R"({"userSig":"a/bB"})"));
   EXPECT_EQ(first.find("a/b"), std::string::npos);
+}
+
+TEST(SecretMask, OfManySecretsTheFirstThousandCanBeTold) {
+  std::string text;
+  for (int i = 0; i < 1500; ++i) text += R"({"userSig":"top-secret"},)";
+  const auto hidden = masked(text);
+  EXPECT_EQ(hidden.find("secret"), std::string::npos);
+  static const std::regex told(R"("\*\*\*[0-9a-f]{8}")");
+  static const std::regex untold(R"("\*\*\*")");
+  const auto count = [&](const std::regex& what) {
+    return std::distance(std::sregex_iterator(hidden.begin(), hidden.end(), what), {});
+  };
+  EXPECT_EQ(count(told), 1000);
+  EXPECT_EQ(count(untold), 500);
 }
 
 TEST(SecretMask, AnyKeysCanBeMasked) {

@@ -28,6 +28,17 @@ TEST_F(WebServerTest, LetsOnlyItsOwnPagesConnect) {
   EXPECT_TRUE(page("http://localhost" + port, "localhost" + port).first);
 }
 
+TEST_F(WebServerTest, RefusesAPageOfTwoOrigins) {
+  for (const auto* second : {"http://elsewhere.example", "http://127.0.0.1:1"}) {
+    const auto answer = answerTo(
+        "GET /phone HTTP/1.1\r\nHost: " + host_ + "\r\nOrigin: http://" + host_ +
+        "\r\nOrigin: " + second +
+        "\r\nConnection: Upgrade\r\nUpgrade: websocket\r\n"
+        "Sec-WebSocket-Version: 13\r\nSec-WebSocket-Key: AAAAAAAAAAAAAAAAAAAAAA==\r\n\r\n");
+    EXPECT_EQ(answer.result(), http::status::forbidden) << second;
+  }
+}
+
 TEST_F(WebServerTest, CarriesFramesInOrder) {
   const auto mine = ownPage();
   ASSERT_TRUE(mine);
@@ -132,6 +143,48 @@ TEST_F(WebServerTest, APageThatFloodsItDoesNotHoldUpTheOthers) {
   }
   enough = true;
   flood.join();
+}
+
+class StrictWebServerTest : public WebServerTest {
+ protected:
+  static constexpr int kFrames = 20;
+
+  StrictWebServerTest() : WebServerTest(kNever, {kFrames * WebServerOptions::kFrameBytes, 0}) {}
+};
+
+TEST_F(StrictWebServerTest, APageThatSendsTooMuchIsCutOffAndToldSo) {
+  for (const auto& [frame, taken] :
+       {std::pair(std::string(), kFrames),
+        {std::string(WebServerOptions::kFrameBytes, 'x'), kFrames / 2}}) {
+    const auto flooding = ownPage();
+    ASSERT_TRUE(flooding);
+    for (int i = 0; i < taken; ++i) {
+      flooding->write(asio::buffer(frame));
+      EXPECT_EQ(read(*flooding), frame);
+    }
+    flooding->write(asio::buffer(frame));
+    beast::flat_buffer buffer;
+    beast::error_code problem;
+    flooding->read(buffer, problem);
+    EXPECT_EQ(problem, websocket::error::closed);
+    EXPECT_EQ(flooding->reason().code, websocket::close_code::policy_error);
+    EXPECT_EQ(flooding->reason().reason, "it sent more than a page may");
+  }
+  EXPECT_EQ(troubles_.wait(2).back(), "was cut off: it sent more than a page may");
+  EXPECT_EQ(events_.wait(4).back(), "left");
+}
+
+TEST_F(StrictWebServerTest, APageThatFloodsAndDoesNotReadIsCutOffAndTheOthersGoOn) {
+  const auto mine = ownPage();
+  const auto flooding = ownPage();
+  ASSERT_TRUE(mine && flooding);
+  flooding->write(asio::buffer(std::string("flood")));  // answers that nobody reads
+  beast::error_code gone;
+  for (int i = 0; i < 10 * kFrames && !gone; ++i) flooding->write(asio::buffer("hush", 4), gone);
+  EXPECT_TRUE(troubles_.wait(1).back().starts_with("was "));
+  EXPECT_EQ(events_.wait(3).back(), "left");
+  mine->write(asio::buffer(std::string("still here")));
+  EXPECT_EQ(read(*mine), "still here");
 }
 
 TEST_F(WebServerTest, TakesOnlySoManyPages) {

@@ -90,7 +90,8 @@ class WebServerTest : public testing::Test {
   /// For requests that are meant to take their time.
   static constexpr std::chrono::seconds kNever{600};
 
-  explicit WebServerTest(std::chrono::milliseconds requestTimeout = kNever) {
+  explicit WebServerTest(std::chrono::milliseconds requestTimeout = kNever,
+                         ByteRate pageRate = {std::size_t{1} << 40U, 0}) {
     folder_.write("shell/index.html", "<p>index</p>");
     folder_.write("shell/app.js", "let a;");
     folder_.write("shell/vemo-client.js", "let c;");
@@ -112,6 +113,7 @@ class WebServerTest : public testing::Test {
     options.maxPages = 3;
     options.maxVisitors = 8;
     options.requestTimeout = requestTimeout;
+    options.pageRate = pageRate;
     options.note = [this](std::string_view line) { notes_.add(line); };
     start(options);
   }

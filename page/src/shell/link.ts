@@ -88,8 +88,9 @@ export class PhoneLink {
         if (current()) tellPage({ kind: 'script', text });
       });
     });
-    socket.addEventListener('close', () => {
+    socket.addEventListener('close', ({ reason }) => {
       if (!current()) return;
+      if (reason !== '') this.watcher.onProblem(`The simulator cut the page off: ${reason}.`);
       this.socket = undefined;
       this.watcher.onPlaces(noPlaces);
       tell('stopped');
