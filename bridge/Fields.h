@@ -1,7 +1,10 @@
 #pragma once
 
+#include <cstddef>
 #include <string_view>
 #include <tuple>
+#include <type_traits>
+#include <utility>
 
 namespace vemo {
 
@@ -34,5 +37,22 @@ concept HasFields = requires {
   Fields<Record>::name;
   Fields<Record>::table;
 };
+
+/// A field of a record's table as a type, so that its name is known when code is compiled.
+template <class Record, std::size_t index>
+struct FieldAt {
+  static constexpr std::string_view name = std::get<index>(Fields<Record>::table).name;
+  static constexpr auto member = std::get<index>(Fields<Record>::table).member;
+};
+
+/// Calls `each(field, value)` for each field of `record`, in order; `field` is its FieldAt.
+template <HasFields Record, class Each>
+constexpr void forEachField(const Record& record, Each each) {
+  constexpr auto count = std::tuple_size_v<std::remove_cvref_t<decltype(Fields<Record>::table)>>;
+  [&]<std::size_t... index>(std::index_sequence<index...>) {
+    (each(FieldAt<Record, index>{}, record.*FieldAt<Record, index>::member), ...);
+  }
+  (std::make_index_sequence<count>{});
+}
 
 }  // namespace vemo

@@ -5,6 +5,8 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <tuple>
 #include <vector>
 
 #include "bridge/KOBURecords.h"
@@ -83,5 +85,49 @@ class KOBUCloudDelegate {
   virtual void onScreenCaptureResumed(std::int32_t reason) = 0;
   virtual void onScreenCaptureStoped(std::int32_t reason) = 0;
 };
+
+/// What there is to say of the event that `operation` tells.
+template <auto operation>
+struct EngineEvent {
+  std::string_view name;
+  bool isPeriodic = false;  ///< whether it comes again and again
+};
+
+/// All events, in the order of their operations; of one, std::get by its type.
+inline constexpr std::tuple engineEvents{
+    EngineEvent<&KOBUCloudDelegate::onError>{"onError"},
+    EngineEvent<&KOBUCloudDelegate::onWarning>{"onWarning"},
+    EngineEvent<&KOBUCloudDelegate::onEnterRoom>{"onEnterRoom"},
+    EngineEvent<&KOBUCloudDelegate::onExitRoom>{"onExitRoom"},
+    EngineEvent<&KOBUCloudDelegate::onSwitchRole>{"onSwitchRole"},
+    EngineEvent<&KOBUCloudDelegate::onRemoteUserEnterRoom>{"onRemoteUserEnterRoom"},
+    EngineEvent<&KOBUCloudDelegate::onRemoteUserLeaveRoom>{"onRemoteUserLeaveRoom"},
+    EngineEvent<&KOBUCloudDelegate::onAudioRouteChanged>{"onAudioRouteChanged"},
+    EngineEvent<&KOBUCloudDelegate::onUserAudioAvailable>{"onUserAudioAvailable"},
+    EngineEvent<&KOBUCloudDelegate::onUserVideoAvailable>{"onUserVideoAvailable"},
+    EngineEvent<&KOBUCloudDelegate::onUserSubStreamAvailable>{"onUserSubStreamAvailable"},
+    EngineEvent<&KOBUCloudDelegate::onNetworkQuality>{"onNetworkQuality", true},
+    EngineEvent<&KOBUCloudDelegate::onStatistics>{"onStatistics", true},
+    EngineEvent<&KOBUCloudDelegate::onUserVoiceVolume>{"onUserVoiceVolume", true},
+    EngineEvent<&KOBUCloudDelegate::onConnectionLost>{"onConnectionLost"},
+    EngineEvent<&KOBUCloudDelegate::onTryToReconnect>{"onTryToReconnect"},
+    EngineEvent<&KOBUCloudDelegate::onConnectionRecovery>{"onConnectionRecovery"},
+    EngineEvent<&KOBUCloudDelegate::onFirstVideoFrame>{"onFirstVideoFrame"},
+    EngineEvent<&KOBUCloudDelegate::onFirstAudioFrame>{"onFirstAudioFrame"},
+    EngineEvent<&KOBUCloudDelegate::onSendFirstLocalVideoFrame>{"onSendFirstLocalVideoFrame"},
+    EngineEvent<&KOBUCloudDelegate::onSendFirstLocalAudioFrame>{"onSendFirstLocalAudioFrame"},
+    EngineEvent<&KOBUCloudDelegate::onCameraDidReady>{"onCameraDidReady"},
+    EngineEvent<&KOBUCloudDelegate::onMicDidReady>{"onMicDidReady"},
+    EngineEvent<&KOBUCloudDelegate::onScreenCaptureStarted>{"onScreenCaptureStarted"},
+    EngineEvent<&KOBUCloudDelegate::onScreenCapturePaused>{"onScreenCapturePaused"},
+    EngineEvent<&KOBUCloudDelegate::onScreenCaptureResumed>{"onScreenCaptureResumed"},
+    EngineEvent<&KOBUCloudDelegate::onScreenCaptureStoped>{"onScreenCaptureStoped"}};
+
+/// Whether an event of this name comes again and again; false for one that is not the engine's.
+constexpr bool isPeriodicEvent(std::string_view name) {
+  return std::apply(
+      [&](const auto&... event) { return ((event.isPeriodic && event.name == name) || ...); },
+      engineEvents);
+}
 
 }  // namespace vemo

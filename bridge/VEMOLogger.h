@@ -4,6 +4,9 @@
 #include <functional>
 #include <optional>
 #include <string_view>
+#include <tuple>
+
+#include "bridge/Fields.h"
 
 namespace vemo {
 
@@ -25,6 +28,24 @@ struct DUNLogParam {
   std::optional<std::string_view> fileName;     ///< source file, without folders
   std::optional<std::string_view> funcName;     ///< routine, such as "-[Class name:with:]"
   std::optional<std::uint_least32_t> line;      ///< source line; distinct for each site
+};
+
+/// By this table loggers write records: forEachField(record, ...).
+template <>
+struct Fields<DUNLogParam> {
+  static constexpr std::string_view name = "DUNLogParam";
+  static constexpr std::tuple table{
+      Field{"needReport", &DUNLogParam::needReport},
+      Field{"level", &DUNLogParam::level},
+      Field{"module", &DUNLogParam::module},
+      Field{"actionName", &DUNLogParam::actionName},
+      Field{"actionParam", &DUNLogParam::actionParam},
+      Field{"errorCode", &DUNLogParam::errorCode},
+      Field{"errorDesc", &DUNLogParam::errorDesc},
+      Field{"fileName", &DUNLogParam::fileName},
+      Field{"funcName", &DUNLogParam::funcName},
+      Field{"line", &DUNLogParam::line},
+  };
 };
 
 /// The logger's settings that the router changes.

@@ -15,6 +15,7 @@ using boost::json::object;
 
 constexpr const char* kPlugin = "janus.plugin.videoroom";
 constexpr std::chrono::milliseconds kRepublishAfter{500};
+constexpr std::chrono::milliseconds kLongestHangUp{2'000};
 
 constexpr std::int64_t kLeft = 0;
 constexpr std::int64_t kTimedOut = 1;
@@ -158,6 +159,10 @@ void RoomVisit::create(Done done) {
 
 void RoomVisit::publish(Done done) {
   unpublish();
+  if (hangUp_) {
+    afterHangUp_ = std::move(done);
+    return;
+  }
   const auto number = publishing_;
   const auto weak = weak_from_this();
   const auto current = [weak, number]() -> std::shared_ptr<RoomVisit> {
@@ -213,9 +218,52 @@ void RoomVisit::publish(Done done) {
 void RoomVisit::unpublish() {
   ++publishing_;
   republish_.reset();
+  afterHangUp_ = nullptr;
   if (!publisher_) return;
   listener_.onPublisher(nullptr);
   publisher_.reset();
+}
+
+void RoomVisit::publishAgain(const std::string& why) {
+  listener_.log("sending begins anew: " + why);
+  unpublish();
+  republish_ = thread_.after(kRepublishAfter, [weak = weak_from_this()] {
+    const auto self = weak.lock();
+    if (!self || self->over_ || !self->server_->isOpen()) return;
+    self->publish([weak](const std::optional<Failure>& failed) {
+      const auto held = weak.lock();
+      if (failed && held && !held->over_) held->publishAgain(failed->text);
+    });
+  });
+}
+
+void RoomVisit::endSending(Done done) {
+  // Until the server has told of the end of the old connection, it would take a new one for the
+  // old, and this would take the end of the old one for that of the new.
+  hangUp_ = thread_.after(kLongestHangUp, [weak = weak_from_this()] {
+    if (const auto self = weak.lock()) self->hungUp();
+  });
+  server_->message(
+      handle_, {{"request", "unpublish"}}, std::nullopt,
+      [weak = weak_from_this(), done = std::move(done)](const JanusConnection::Result& result) {
+        const auto self = weak.lock();
+        if (!self || self->over_) return;
+        if (result.error) {
+          // The connection to send over was still on its way up, or there was none.
+          const bool isUnknown = result.error->code == kVideoRoomNotPublished;
+          if (isUnknown) self->server_->tell(self->handle_, "hangup");
+          self->hungUp();
+          if (!isUnknown) return done(failureOf(*result.error));
+        }
+        done(std::nullopt);
+      });
+}
+
+void RoomVisit::hungUp() {
+  hangUp_.reset();
+  if (const auto waiting = std::exchange(afterHangUp_, nullptr); waiting && !over_) {
+    publish(waiting);
+  }
 }
 
 void RoomVisit::leave(std::function<void()> done) {
@@ -275,19 +323,7 @@ void RoomVisit::switchRole(bool anchor, Done done) {
   announce(Presence{});
   if (!publisher_) return done(std::nullopt);
   unpublish();
-  server_->message(
-      handle_, {{"request", "unpublish"}}, std::nullopt,
-      [weak = weak_from_this(), done = std::move(done)](const JanusConnection::Result& result) {
-        const auto self = weak.lock();
-        if (!self || self->over_) return;
-        if (result.error && result.error->code == kVideoRoomNotPublished) {
-          // The connection to send over was still on its way up.
-          self->server_->tell(self->handle_, "hangup");
-        } else if (result.error) {
-          return done(failureOf(*result.error));
-        }
-        done(std::nullopt);
-      });
+  endSending(std::move(done));
 }
 
 void RoomVisit::event(std::uint64_t handle, const object& event) {
@@ -302,14 +338,10 @@ void RoomVisit::event(std::uint64_t handle, const object& event) {
     if (publisher_ && !text.empty()) {
       publisher_->addCandidate(index ? index->as<std::uint32_t>() : 0, text);
     }
+  } else if (kind == "hangup" && hangUp_) {
+    hungUp();
   } else if (kind == "hangup" && publisher_ && presence_.anchor) {
-    listener_.log("sending begins anew: " + textAt(event, "reason"));
-    unpublish();
-    republish_ = thread_.after(kRepublishAfter, [weak = weak_from_this()] {
-      const auto self = weak.lock();
-      if (!self || self->over_ || !self->server_->isOpen()) return;
-      self->publish([](const auto&) {});
-    });
+    publishAgain(textAt(event, "reason"));
   } else if (kind == "event") {
     const auto* plugin = event.if_contains("plugindata");
     const auto* outer = plugin ? plugin->if_object() : nullptr;
@@ -397,16 +429,17 @@ void RoomVisit::recovered(bool sameSession) {
     if (self->presence_.anchor) {
       self->publish([weak](const std::optional<Failure>& failed) {
         const auto held = weak.lock();
-        if (failed && held) held->listener_.log("sending again: " + failed->text);
+        if (failed && held && !held->over_) held->publishAgain(failed->text);
       });
     }
   };
   makeSubscriber();
+  hangUp_.reset();
   if (!sameSession) {
     handle_ = 0;
     return join(true, resume);
   }
-  server_->message(handle_, {{"request", "unpublish"}}, std::nullopt, [](const auto&) {});
+  endSending([](const auto&) {});
   sendDisplay();
   server_->message(handle_, {{"request", "listparticipants"}, {"room", settings_.room}},
                    std::nullopt,

@@ -78,7 +78,12 @@ class RoomVisit : public std::enable_shared_from_this<RoomVisit> {
   void join(bool mayCreate, Done done);
   void create(Done done);
   void publish(Done done);
+  /// Publishes soon, again and again until it can.
+  void publishAgain(const std::string& why);
   void unpublish();
+  /// Has the server end what is sent; what is published meanwhile waits until it has.
+  void endSending(Done done);
+  void hungUp();
   void sendDisplay();
   void makeSubscriber();
   void event(std::uint64_t handle, const boost::json::object& event);
@@ -102,6 +107,8 @@ class RoomVisit : public std::enable_shared_from_this<RoomVisit> {
   std::uint64_t publishing_ = 0;  // counts; an answer to a former try is void
   std::shared_ptr<Subscriber> subscriber_;
   EngineThread::Timer republish_;
+  EngineThread::Timer hangUp_;  // while the server ends a former connection
+  Done afterHangUp_;            // of what is to be published then
 };
 
 }  // namespace vemo

@@ -150,16 +150,7 @@ class JsonLineLogger::Session final : public VEMOLogger {
     line += '{';
     appendTime(line);
     Members members(line, lines_->mask);
-    members.add("needReport", record.needReport);
-    members.add("level", record.level);
-    members.add("module", record.module);
-    members.add("actionName", record.actionName);
-    members.add("actionParam", record.actionParam);
-    members.add("errorCode", record.errorCode);
-    members.add("errorDesc", record.errorDesc);
-    members.add("fileName", record.fileName);
-    members.add("funcName", record.funcName);
-    members.add("line", record.line);
+    forEachField(record, [&](auto field, const auto& value) { members.add(field.name, value); });
     if (const auto sdkAppId = sdkAppId_.load()) members.add("sdkAppId", std::optional(sdkAppId));
     if (!name_.empty()) members.add("session", std::optional<std::string_view>(name_));
     line += '}';

@@ -44,9 +44,19 @@ void Subscriptions::end(Matches matches) {
   std::vector<std::shared_ptr<Subscription>> ended;  // destroyed without the lock
   {
     const std::lock_guard lock(mutex_);
+    // Whoever ended these before did so in a callback, or waits still.
+    std::erase_if(leaving_, [&](const auto& left) {
+      auto entry = left.lock();
+      if (!entry) return true;
+      if (matches(*entry)) ended.push_back(std::move(entry));
+      return false;
+    });
     std::erase_if(subscriptions_, [&](const auto& entry) {
       const bool matching = matches(*entry);
-      if (matching) ended.push_back(entry);
+      if (matching) {
+        ended.push_back(entry);
+        leaving_.push_back(entry);
+      }
       return matching;
     });
   }

@@ -51,6 +51,7 @@ class Subscriptions {
 
   mutable std::mutex mutex_;
   std::vector<std::shared_ptr<Subscription>> subscriptions_;
+  std::vector<std::weak_ptr<Subscription>> leaving_;  // ended; calls of them may be under way
 };
 
 }  // namespace vemo

@@ -58,6 +58,20 @@ std::string_view kindOf(std::string_view bytes) {
 
 }  // namespace
 
+DeviceAnswers::DeviceAnswers(Notes& notes)
+    : notes_(notes),
+      told_{{"camera", std::to_string(latest_.camera)},
+            {"microphone", std::to_string(latest_.microphone)},
+            {"canOpenSettings", latest_.canOpenSettings ? "true" : "false"},
+            {"appGroup", quoted(latest_.appGroup)},
+            {"sdkVersion", quoted(latest_.sdkVersion)},
+            {"captureVolume", std::to_string(latest_.captureVolume)},
+            {"playoutVolume", std::to_string(latest_.playoutVolume)},
+            {"pauseScreenCapture", std::to_string(latest_.pauseScreenCapture)},
+            {"resumeScreenCapture", std::to_string(latest_.resumeScreenCapture)},
+            {"stopScreenCapture", std::to_string(latest_.stopScreenCapture)},
+            {"views", latest_.views ? objectOf(*latest_.views) : "false"}} {}
+
 /// Whether `value` is what was told last under this; it is, from now on.
 bool DeviceAnswers::isSame(std::atomic<std::int64_t>& latest, std::int64_t value) {
   if (latest.load(std::memory_order_relaxed) == value) return true;
@@ -86,14 +100,14 @@ void DeviceAnswers::authorization(MediaType media, AuthorizationStatus status) {
 void DeviceAnswers::information(std::string_view key, const Text& value) {
   if (!notes_.isOn()) return;
   const std::lock_guard lock(mutex_);
-  const auto found = bundle_.find(key);
-  if (found == bundle_.end() ? !value : value == found->second) return;
+  const auto found = latest_.bundle.find(key);
+  if (found == latest_.bundle.end() ? !value : value == found->second) return;
   if (value) {
-    bundle_.insert_or_assign(std::string(key), *value);
+    latest_.bundle.insert_or_assign(std::string(key), *value);
   } else {
-    bundle_.erase(found);
+    latest_.bundle.erase(found);
   }
-  told("bundle", objectOf(bundle_));
+  told("bundle", objectOf(latest_.bundle));
 }
 
 void DeviceAnswers::canOpenSettings(bool can) {
@@ -105,10 +119,11 @@ void DeviceAnswers::canOpenSettings(bool can) {
 void DeviceAnswers::isAtLeast(std::array<int, 3> version, bool is) {
   if (!notes_.isOn()) return;
   const std::lock_guard lock(mutex_);
-  if ((os_ >= version) == is) return;
-  os_ = is ? version : below(version);
-  told("os", quoted(std::to_string(os_[0]) + "." + std::to_string(os_[1]) + "." +
-                    std::to_string(os_[2])));
+  auto& os = latest_.os;
+  if ((os >= version) == is) return;
+  os = is ? version : below(version);
+  told("os",
+       quoted(std::to_string(os[0]) + "." + std::to_string(os[1]) + "." + std::to_string(os[2])));
 }
 
 void DeviceAnswers::appGroup(const std::string& group) {

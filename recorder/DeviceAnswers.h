@@ -15,6 +15,7 @@
 #include "bridge/DownloadService.h"
 #include "bridge/Text.h"
 #include "bridge/VEMOUIRenderSource.h"
+#include "recorder/DeviceState.h"
 
 namespace vemo {
 
@@ -25,7 +26,7 @@ class Notes;
 /// Threads: any.
 class DeviceAnswers {
  public:
-  explicit DeviceAnswers(Notes& notes) : notes_(notes) {}
+  explicit DeviceAnswers(Notes& notes);
 
   void authorization(MediaType media, AuthorizationStatus status);
   void information(std::string_view key, const Text& value);
@@ -56,30 +57,17 @@ class DeviceAnswers {
 
   Notes& notes_;
   std::mutex mutex_;
-  // JSON by key, and what makes it where a key is replaced whole; at the start as a
-  // scenario's device is.
-  Texts told_{{"camera", "3"},
-              {"microphone", "3"},
-              {"canOpenSettings", "true"},
-              {"appGroup", R"("group.vemo.classroom")"},
-              {"sdkVersion", R"("1.0.0")"},
-              {"captureVolume", "100"},
-              {"playoutVolume", "100"},
-              {"pauseScreenCapture", "0"},
-              {"resumeScreenCapture", "0"},
-              {"stopScreenCapture", "0"},
-              {"views", "{}"}};
-  Texts bundle_{{"CFBundleName", "Classroom"}};
+  DeviceState latest_;  // what was noted of what is told whole, as a scenario would give it
+  Texts told_;          // JSON by key
   Texts views_;
-  std::array<int, 3> os_{17, 0, 0};
-  std::forward_list<std::string> appGroups_{"group.vemo.classroom"};  // none goes: they are few
+  bool hasRenderSource_ = latest_.views.has_value();
+  std::forward_list<std::string> appGroups_{latest_.appGroup};  // none goes: they are few
   std::atomic<const std::string*> appGroup_ = &appGroups_.front();
   // What is asked often, so that no lock is taken while the answer is the same.
-  std::atomic<std::int64_t> camera_ = 3;
-  std::atomic<std::int64_t> microphone_ = 3;
-  std::atomic<std::int64_t> captureVolume_ = 100;
-  std::atomic<std::int64_t> playoutVolume_ = 100;
-  bool hasRenderSource_ = true;
+  std::atomic<std::int64_t> camera_ = latest_.camera;
+  std::atomic<std::int64_t> microphone_ = latest_.microphone;
+  std::atomic<std::int64_t> captureVolume_ = latest_.captureVolume;
+  std::atomic<std::int64_t> playoutVolume_ = latest_.playoutVolume;
 };
 
 }  // namespace vemo

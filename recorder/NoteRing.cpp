@@ -207,6 +207,7 @@ struct NoteRing::Core {
     delete[] std::exchange(chunk.bytes, nullptr);
     chunk.capacity = 0;
     chunk.used = 0;
+    chunk.taken = 0;
     chunk.nextSealed = std::exchange(spare, &chunk);
   }
 
@@ -236,13 +237,20 @@ struct NoteRing::Core {
       batch.slices.push_back(
           {chunk->lane, chunk->order, std::string(chunk->bytes + from, used - from)});
     }
+    if (untaken) batch.lost = std::exchange(lost, 0);
+    if (untaken && std::exchange(taking, true))
+      return batch;  // what has gone was taken, or is lost
     for (std::size_t i = 0; i < kLanes; ++i) batch.gone.at(i) = lanes.at(i).gone;
-    if (untaken) {
-      taking = true;
-      batch.gone = {};
-      batch.lost = std::exchange(lost, 0);
-    }
     return batch;
+  }
+
+  /// Nothing of what is there counts as taken.
+  bool untake() {
+    const std::lock_guard lock(mutex);
+    for (auto* chunk = all.load(); chunk; chunk = chunk->next) chunk->taken = 0;
+    taking = false;
+    lost = 0;
+    return lanes.at(static_cast<std::size_t>(NoteLane::steps)).gone == 0;
   }
 
   ThreadNames names;
@@ -324,6 +332,8 @@ NoteRing::~NoteRing() = default;
 ThreadNames& NoteRing::threads() { return core_->names; }
 
 NoteBatch NoteRing::take() { return core_->copy(true); }
+
+bool NoteRing::takeAnew() { return core_->untake(); }
 
 std::string NoteRing::recording(const TextMask& mask) const {
   const auto batch = core_->copy(false);

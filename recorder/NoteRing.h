@@ -86,9 +86,13 @@ class NoteRing {
   /// Writes it to `file`: whole, or not at all, with a sentence in `error`.
   bool write(const std::string& file, const TextMask& mask, std::string& error) const;
 
-  /// What was noted since the last call. One caller; from the first call on, what goes untaken
-  /// is counted as lost.
+  /// What was noted since the last call; the first time all that is there. One caller; from the
+  /// first call on, what goes untaken is counted as lost.
   NoteBatch take();
+
+  /// Has the next `take` give all that is there, as the first did. Returns whether that has all
+  /// steps from the beginning.
+  bool takeAnew();
 
   /// Writes what is there to the file `descriptor`, in the form of a dump (Recording.h), after
   /// having overwritten the values of `keys` in memory: JSON texts, or the records' own. Calls

@@ -9,7 +9,7 @@ namespace vemo {
 NoteStream::NoteStream(std::shared_ptr<NoteRing> ring, TextMask mask, WriteLine write,
                        std::chrono::milliseconds interval)
     : ring_(std::move(ring)), mask_(std::move(mask)), write_(std::move(write)) {
-  std::string_view header = lines_ = recordingHeader(ring_->options().program, true);
+  std::string_view header = lines_ = recordingHeader(ring_->options().program, ring_->takeAnew());
   header.remove_suffix(1);
   this->write(header);
   flush();  // from now on nothing goes untold

@@ -14,8 +14,8 @@
 namespace vemo {
 
 /// A whole session, written line by line as it goes on: a thread takes out of a ring what was
-/// noted, now and then, so that who notes pays nothing for it. What goes out of the ring before it
-/// is taken is told as lost. What a process leaves behind that ends by a signal lacks what was
+/// noted, now and then, so that who notes pays nothing for it. It begins with what is in the ring.
+/// What goes out of the ring before it is taken is told as lost. A ring has one stream at a time. What a process leaves behind that ends by a signal lacks what was
 /// noted since the last time. Any thread.
 class NoteStream {
  public:

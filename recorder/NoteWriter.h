@@ -10,7 +10,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -76,28 +75,15 @@ inline constexpr auto keys = std::to_array<std::string_view>(
 
 /// A key that is known when this is compiled.
 struct Key {
-  // Implicit, so that a literal is a key.
+  // Implicit, so that a literal is a key, and the name of a field.
   // NOLINTNEXTLINE(google-explicit-constructor,*-explicit-conversions)
-  consteval Key(const char* name)
+  consteval Key(const std::convertible_to<std::string_view> auto& name)
       : number(static_cast<unsigned char>(std::ranges::find(keys, std::string_view(name)) -
                                           keys.begin())) {
     if (number == keys.size()) throw "no key of notes";  // does not compile
   }
   unsigned char number;
 };
-
-}  // namespace notes
-
-namespace notes {
-
-/// A member that may have no value.
-template <class T>
-struct Known {
-  Key key;
-  const std::optional<T>& value;
-};
-template <class T>
-Known(const char*, const std::optional<T>&) -> Known<T>;
 
 }  // namespace notes
 
@@ -124,15 +110,6 @@ class NoteWriter {
       begin(key);
       append(value);
     }
-    return *this;
-  }
-
-  /// Adds those of the members that have a value; each is an optional number, bool or text.
-  template <class... Known>
-  NoteWriter& addKnown(const Known&... known) {
-    auto* at = memory_.room((... + (kKeyBytes + mostOf(known.value))));
-    ((at = known.value ? put(put(at, known.key), *known.value) : at), ...);
-    memory_.setEnd(at);
     return *this;
   }
 
@@ -213,11 +190,6 @@ class NoteWriter {
       return kHeadBytes + std::string_view(value).size();
     }
   }
-  template <class T>
-  static std::size_t mostOf(const std::optional<T>& value) {
-    return value ? mostOf(*value) : 0;
-  }
-
   // These write where there is room, and give the end of what they wrote.
 
   static char* put(char* at, notes::Key key) {

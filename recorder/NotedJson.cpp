@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "json/JsonReader.h"
-#include "platform/JSMsgRouter.h"
+#include "platform/PageMessage.h"
 
 namespace vemo {
 namespace {
@@ -57,16 +57,10 @@ bool isFinite(const json::value& value) {
 
 /// The step that hands over what `message` holds; empty when none does the same.
 json::object commandOf(std::string_view message) {
-  if (message.size() > JSMsgRouter::kMaxMessageBytes) return {};
-  JsonProblem problem;
-  const auto value = readJson(message, JSMsgRouter::kMaxMessageDepth, problem);
-  const auto* const object = problem.code ? nullptr : value.if_object();
-  const auto* const head = object ? object->if_contains("head") : nullptr;
-  const auto* const fields = head ? head->if_object() : nullptr;
-  const auto* const action = fields ? fields->if_contains("action") : nullptr;
-  if (!action || !action->is_string() || action->get_string().empty()) return {};
-  json::object step{{"command", *action}};
-  for (const auto& [key, member] : *object) {
+  const auto [address, content] = readPageMessage(message);
+  if (!content || address.action->empty()) return {};
+  json::object step{{"command", *address.action}};
+  for (const auto& [key, member] : *content) {
     if (key == "params" && member.is_object() && isFinite(member)) {
       step["params"] = member;
     } else if (key == "nativecb" && member.is_string()) {

@@ -1,5 +1,6 @@
 #include "recorder/NotingEngine.h"
 
+#include <tuple>
 #include <utility>
 
 namespace vemo {
@@ -31,108 +32,89 @@ class Delegate final : public KOBUCloudDelegate {
 
   void onError(std::int32_t errCode, const Text& errMsg,
                const std::optional<boost::json::object>& extInfo) override {
-    tell<&KOBUCloudDelegate::onError>("onError", errCode, errMsg, extInfo);
+    tell<&KOBUCloudDelegate::onError>(errCode, errMsg, extInfo);
   }
   void onWarning(std::int32_t warningCode, const Text& warningMsg,
                  const std::optional<boost::json::object>& extInfo) override {
-    tell<&KOBUCloudDelegate::onWarning>("onWarning", warningCode, warningMsg, extInfo);
+    tell<&KOBUCloudDelegate::onWarning>(warningCode, warningMsg, extInfo);
   }
-  void onEnterRoom(std::int64_t result) override {
-    tell<&KOBUCloudDelegate::onEnterRoom>("onEnterRoom", result);
-  }
-  void onExitRoom(std::int64_t reason) override {
-    tell<&KOBUCloudDelegate::onExitRoom>("onExitRoom", reason);
-  }
+  void onEnterRoom(std::int64_t result) override { tell<&KOBUCloudDelegate::onEnterRoom>(result); }
+  void onExitRoom(std::int64_t reason) override { tell<&KOBUCloudDelegate::onExitRoom>(reason); }
   void onSwitchRole(std::int32_t errCode, const Text& errMsg) override {
-    tell<&KOBUCloudDelegate::onSwitchRole>("onSwitchRole", errCode, errMsg);
+    tell<&KOBUCloudDelegate::onSwitchRole>(errCode, errMsg);
   }
   void onRemoteUserEnterRoom(const Text& userId) override {
-    tell<&KOBUCloudDelegate::onRemoteUserEnterRoom>("onRemoteUserEnterRoom", userId);
+    tell<&KOBUCloudDelegate::onRemoteUserEnterRoom>(userId);
   }
   void onRemoteUserLeaveRoom(const Text& userId, std::int64_t reason) override {
-    tell<&KOBUCloudDelegate::onRemoteUserLeaveRoom>("onRemoteUserLeaveRoom", userId, reason);
+    tell<&KOBUCloudDelegate::onRemoteUserLeaveRoom>(userId, reason);
   }
   void onAudioRouteChanged(std::int64_t route, std::int64_t fromRoute) override {
-    tell<&KOBUCloudDelegate::onAudioRouteChanged>("onAudioRouteChanged", route, fromRoute);
+    tell<&KOBUCloudDelegate::onAudioRouteChanged>(route, fromRoute);
   }
   void onUserAudioAvailable(const Text& userId, bool available) override {
-    tell<&KOBUCloudDelegate::onUserAudioAvailable>("onUserAudioAvailable", userId, available);
+    tell<&KOBUCloudDelegate::onUserAudioAvailable>(userId, available);
   }
   void onUserVideoAvailable(const Text& userId, bool available) override {
-    tell<&KOBUCloudDelegate::onUserVideoAvailable>("onUserVideoAvailable", userId, available);
+    tell<&KOBUCloudDelegate::onUserVideoAvailable>(userId, available);
   }
   void onUserSubStreamAvailable(const Text& userId, bool available) override {
-    tell<&KOBUCloudDelegate::onUserSubStreamAvailable>("onUserSubStreamAvailable", userId,
-                                                       available);
+    tell<&KOBUCloudDelegate::onUserSubStreamAvailable>(userId, available);
   }
   void onNetworkQuality(Shared<KOBUQualityInfo> localQuality,
                         SharedList<KOBUQualityInfo> remoteQuality) override {
-    tell<&KOBUCloudDelegate::onNetworkQuality, periodic>("onNetworkQuality", localQuality,
-                                                         remoteQuality);
+    tell<&KOBUCloudDelegate::onNetworkQuality>(localQuality, remoteQuality);
   }
   void onStatistics(Shared<KOBUStatistics> statistics) override {
-    tell<&KOBUCloudDelegate::onStatistics, periodic>("onStatistics", statistics);
+    tell<&KOBUCloudDelegate::onStatistics>(statistics);
   }
   void onUserVoiceVolume(SharedList<KOBUVolumeInfo> userVolumes,
                          std::int64_t totalVolume) override {
-    tell<&KOBUCloudDelegate::onUserVoiceVolume, periodic>("onUserVoiceVolume", userVolumes,
-                                                          totalVolume);
+    tell<&KOBUCloudDelegate::onUserVoiceVolume>(userVolumes, totalVolume);
   }
-  void onConnectionLost() override {
-    tell<&KOBUCloudDelegate::onConnectionLost>("onConnectionLost");
-  }
-  void onTryToReconnect() override {
-    tell<&KOBUCloudDelegate::onTryToReconnect>("onTryToReconnect");
-  }
-  void onConnectionRecovery() override {
-    tell<&KOBUCloudDelegate::onConnectionRecovery>("onConnectionRecovery");
-  }
+  void onConnectionLost() override { tell<&KOBUCloudDelegate::onConnectionLost>(); }
+  void onTryToReconnect() override { tell<&KOBUCloudDelegate::onTryToReconnect>(); }
+  void onConnectionRecovery() override { tell<&KOBUCloudDelegate::onConnectionRecovery>(); }
   void onFirstVideoFrame(const Text& userId, std::int64_t streamType, std::int32_t width,
                          std::int32_t height) override {
-    tell<&KOBUCloudDelegate::onFirstVideoFrame>("onFirstVideoFrame", userId, streamType, width,
-                                                height);
+    tell<&KOBUCloudDelegate::onFirstVideoFrame>(userId, streamType, width, height);
   }
   void onFirstAudioFrame(const Text& userId) override {
-    tell<&KOBUCloudDelegate::onFirstAudioFrame>("onFirstAudioFrame", userId);
+    tell<&KOBUCloudDelegate::onFirstAudioFrame>(userId);
   }
   void onSendFirstLocalVideoFrame(std::int64_t streamType) override {
-    tell<&KOBUCloudDelegate::onSendFirstLocalVideoFrame>("onSendFirstLocalVideoFrame", streamType);
+    tell<&KOBUCloudDelegate::onSendFirstLocalVideoFrame>(streamType);
   }
   void onSendFirstLocalAudioFrame() override {
-    tell<&KOBUCloudDelegate::onSendFirstLocalAudioFrame>("onSendFirstLocalAudioFrame");
+    tell<&KOBUCloudDelegate::onSendFirstLocalAudioFrame>();
   }
-  void onCameraDidReady() override {
-    tell<&KOBUCloudDelegate::onCameraDidReady>("onCameraDidReady");
-  }
-  void onMicDidReady() override { tell<&KOBUCloudDelegate::onMicDidReady>("onMicDidReady"); }
-  void onScreenCaptureStarted() override {
-    tell<&KOBUCloudDelegate::onScreenCaptureStarted>("onScreenCaptureStarted");
-  }
+  void onCameraDidReady() override { tell<&KOBUCloudDelegate::onCameraDidReady>(); }
+  void onMicDidReady() override { tell<&KOBUCloudDelegate::onMicDidReady>(); }
+  void onScreenCaptureStarted() override { tell<&KOBUCloudDelegate::onScreenCaptureStarted>(); }
   void onScreenCapturePaused(std::int32_t reason) override {
-    tell<&KOBUCloudDelegate::onScreenCapturePaused>("onScreenCapturePaused", reason);
+    tell<&KOBUCloudDelegate::onScreenCapturePaused>(reason);
   }
   void onScreenCaptureResumed(std::int32_t reason) override {
-    tell<&KOBUCloudDelegate::onScreenCaptureResumed>("onScreenCaptureResumed", reason);
+    tell<&KOBUCloudDelegate::onScreenCaptureResumed>(reason);
   }
   void onScreenCaptureStoped(std::int32_t reason) override {
-    tell<&KOBUCloudDelegate::onScreenCaptureStoped>("onScreenCaptureStoped", reason);
+    tell<&KOBUCloudDelegate::onScreenCaptureStoped>(reason);
   }
 
  private:
-  static constexpr bool periodic = true;
-
-  template <auto operation, bool again = false, class... Args>
-  void tell(std::string_view name, const Args&... args) {
+  template <auto operation, class... Args>
+  void tell(const Args&... args) {
+    constexpr auto event = std::get<EngineEvent<operation>>(engineEvents);
     const auto target = target_.lock();  // outlives the step: what its end does is no part of it
     if (!target) return;
     const auto notes = notes_;
     const Notes::Step step(
         *notes, Notes::Step::onEngine,
         [&](NoteWriter& text) {
-          text.add("event", name);
+          text.add("event", event.name);
           if constexpr (sizeof...(args) > 0) text.addArray("args", args...);
         },
-        again);
+        event.isPeriodic);
     (target.get()->*operation)(args...);
   }
 

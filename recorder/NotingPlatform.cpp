@@ -38,17 +38,16 @@ class File final : public DownloadedFile {
 void NotingLogger::log(const DUNLogParam& record) {
   notes_->effect("log", [&](NoteWriter& text) {
     text.addMap("record", [&](NoteWriter& map) {
-      using notes::Known;
-      map.addKnown(Known{"needReport", record.needReport}, Known{"level", record.level},
-                   Known{"module", record.module}, Known{"actionName", record.actionName});
-      std::string buffer;
-      if (record.actionParam) {
-        const auto param = notes_->names().masked(record, buffer);
-        map.addText("actionParam", param.first, param.second, param.third);
-      }
-      map.addKnown(Known{"errorCode", record.errorCode}, Known{"errorDesc", record.errorDesc},
-                   Known{"fileName", record.fileName}, Known{"funcName", record.funcName},
-                   Known{"line", record.line});
+      forEachField(record, [&](auto field, const auto& value) {
+        if (!value) return;
+        if constexpr (field.name == "actionParam") {
+          std::string buffer;
+          const auto param = notes_->names().masked(record, buffer);
+          map.addText(field.name, param.first, param.second, param.third);
+        } else {
+          map.add(field.name, *value);
+        }
+      });
     });
   });
   target().log(record);

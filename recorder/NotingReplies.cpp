@@ -1,13 +1,10 @@
 #include "recorder/NotingReplies.h"
 
 #include <algorithm>
-#include <boost/json/error.hpp>
 #include <typeinfo>
 #include <utility>
 
-#include "json/JsonReader.h"
-#include "platform/JSMsgRouter.h"
-#include "platform/MessageAddress.h"
+#include "platform/PageMessage.h"
 #include "recorder/NotingPlatform.h"
 
 namespace vemo {
@@ -21,17 +18,7 @@ const VEMOJSMsgItem* const kTaken = reinterpret_cast<const VEMOJSMsgItem*>(align
 }  // namespace
 
 bool namesAction(std::string_view message) {
-  JsonProblem problem;
-  const auto value = readJson(message, JSMsgRouter::kMaxMessageDepth, problem);
-  if (problem.code == boost::json::error::too_deep ||
-      message.size() > JSMsgRouter::kMaxMessageBytes) {
-    return skimAddress(message).action.has_value();
-  }
-  const auto* object = problem.code ? nullptr : value.if_object();
-  const auto* head = object ? object->if_contains("head") : nullptr;
-  const auto* fields = head ? head->if_object() : nullptr;
-  const auto* action = fields ? fields->if_contains("action") : nullptr;
-  return action && action->is_string();
+  return readPageMessage(message).address.action.has_value();
 }
 
 NotingReplies::Receiving::Receiving(NotingReplies& replies, std::uint64_t number,

@@ -9,6 +9,7 @@
 #include "json/JsonReader.h"
 #include "json/JsonText.h"
 #include "recorder/NotedJson.h"
+#include "recorder/ReadLine.h"
 
 namespace vemo {
 namespace {
@@ -147,7 +148,7 @@ void appendNoteLine(std::string& out, const Note& note, bool before) {
 std::optional<Recording> readRecording(std::istream& in, std::string& error) {
   Recording recording;
   std::string line;
-  std::getline(in, line);
+  if (readLine(in, line) == LineRead::tooLong) line.clear();
   if (line + '\n' == kDumpMark) {
     const auto text = recordingOfDump(in);
     if (!text) {
@@ -158,10 +159,12 @@ std::optional<Recording> readRecording(std::istream& in, std::string& error) {
     return readRecording(lines, error);
   }
   if (!takeFirstLine(line, recording, error)) return std::nullopt;
-  for (std::int64_t number = 2; std::getline(in, line); ++number) {
-    const auto object = lineObject(line);
+  for (std::int64_t number = 2;; ++number) {
+    const auto read = readLine(in, line);
+    if (read == LineRead::none) break;
+    const auto object = read == LineRead::whole ? lineObject(line) : std::nullopt;
     if (object && takeLine(*object, recording)) continue;
-    if (!in.eof()) {
+    if (read == LineRead::tooLong || !in.eof()) {
       error = "line " + std::to_string(number) + " of the recording is damaged";
       return std::nullopt;
     }

@@ -12,24 +12,32 @@ bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
 /// Overwrites the value behind a key that ends at `at` in the JSON text that ends at `end`: a
 /// quote, a colon and the value, the quotes behind as many backslashes as the text is deep in
-/// strings.
+/// strings. Of an object or array all that follows.
 char* eraseValue(char* at, char* const end) {
-  const auto skip = [&](auto is) {
-    const auto* const from = at;
-    while (at < end && is(*at)) ++at;
-    return at - from;
-  };
   const auto isBackslash = [](char c) { return c == '\\'; };
+  const auto skipBlanks = [&] {  // also those that are escaped in a string
+    for (auto* next = at; next < end; at = ++next) {
+      next = std::find_if_not(next, end, isBlank);
+      at = next;
+      next = std::find_if_not(next, end, isBackslash);
+      if (next == at || next == end || (*next != 'n' && *next != 'r' && *next != 't')) return;
+    }
+  };
   char* const start = at;
-  skip(isBackslash);
+  at = std::find_if_not(at, end, isBackslash);
   if (at == end || *at != '"') return start;
   ++at;
-  skip(isBlank);
+  skipBlanks();
   if (at == end || *at != ':') return start;
   ++at;
-  skip(isBlank);
+  skipBlanks();
   char* value = at;
-  const auto depth = skip(isBackslash);
+  at = std::find_if_not(at, end, isBackslash);
+  const auto depth = at - value;
+  if (at < end && (*at == '{' || *at == '[')) {
+    std::fill(at, end, '*');
+    return end;
+  }
   if (at == end || *at != '"') {  // a number or so
     for (at = value; at < end && !isBlank(*at) && *at != ',' && *at != '}' && *at != ']'; ++at)
       *at = '*';
@@ -47,8 +55,28 @@ char* eraseValue(char* at, char* const end) {
   return at;
 }
 
+/// Overwrites all that follows an escape such as \\u0053 for a letter of `key`, or for what stands
+/// around a key: nobody writes one but to hide it.
+void eraseHidden(char* at, char* const end, std::string_view key) {
+  constexpr std::string_view kEscape = "\\u00";
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  const auto digit = [&](char c) { return kDigits.find(static_cast<char>(c | 0x20)); };
+  while ((at = std::search(at, end, kEscape.begin(), kEscape.end())) != end) {
+    char* const escape = at;
+    at += kEscape.size();
+    if (end - at < 2 || digit(at[0]) >= 16 || digit(at[1]) >= 16) continue;
+    const auto letter = static_cast<char>(digit(at[0]) * 16 + digit(at[1]));
+    if (key.find(letter) == std::string_view::npos && letter != '"' && letter != '\\' &&
+        letter != ':')
+      continue;
+    std::fill(escape, end, '*');
+    return;
+  }
+}
+
 void eraseIn(char* text, std::size_t size, std::string_view key) {
   char* const end = text + size;
+  eraseHidden(text, end, key);
   for (char* at = text; static_cast<std::size_t>(end - at) > key.size();) {
     char* const found = std::search(at, end, key.begin(), key.end());
     if (found == end) return;
@@ -61,9 +89,14 @@ void eraseIn(char* text, std::size_t size, std::string_view key) {
 }  // namespace
 
 void eraseSecrets(char* note, std::size_t size, const std::vector<std::string>& keys) noexcept {
-  bool isSecret = false;  // the next text is
+  constexpr unsigned char kMap = 0xBF;
+  constexpr unsigned char kArray = 0x9F;
+  constexpr unsigned char kEnd = 0xFF;
+  bool isSecret = false;     // what comes next is
+  std::size_t inSecret = 0;  // maps and arrays that have not ended
   for (std::size_t at = 0; at < size;) {
     const auto head = static_cast<unsigned char>(note[at]);
+    isSecret = isSecret || inSecret > 0;
     if (head == 0x18) {
       isSecret = false;
       at += 2;
@@ -84,6 +117,8 @@ void eraseSecrets(char* note, std::size_t size, const std::vector<std::string>& 
       for (const auto& key : keys) eraseIn(text, length, key);
       at += 5 + length;
     } else {
+      if (isSecret && (head == kMap || head == kArray)) ++inSecret;
+      if (head == kEnd && inSecret > 0) --inSecret;
       isSecret = false;
       ++at;
     }

@@ -55,12 +55,10 @@ class RecordingDelegate : public KOBUCloudDelegate {
   }
   /// The same without the events that come again and again.
   std::vector<std::string> takeRare() {
-    auto lines = take();
-    std::erase_if(lines, [](const std::string& line) {
-      return line.starts_with("onNetworkQuality") || line.starts_with("onStatistics") ||
-             line.starts_with("onUserVoiceVolume");
-    });
-    return lines;
+    const std::lock_guard lock(mutex_);
+    auto events = std::exchange(events_, {});
+    std::erase_if(events, [](const Event& event) { return isPeriodicEvent(event.name); });
+    return linesOf(events);
   }
   /// How many lines begin with `prefix`.
   std::size_t count(std::string_view prefix) const {

@@ -5,7 +5,9 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vemo {
@@ -23,9 +25,22 @@ class Folder {
 
   std::string file(const std::string& name) const { return (path_ / name).string(); }
 
+  /// Writes a file, and the folders that it lies in; its path.
+  std::string write(const std::string& name, std::string_view text) const {
+    const auto path = path_ / name;
+    std::filesystem::create_directories(path.parent_path());
+    std::ofstream(path) << text;
+    return path.string();
+  }
+
  private:
   std::filesystem::path path_;
 };
+
+inline std::string textOf(const std::string& file) {
+  std::ifstream in(file);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
 
 inline std::vector<std::string> linesOf(const std::string& file) {
   std::ifstream in(file);

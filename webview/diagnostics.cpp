@@ -30,14 +30,6 @@ void appendStreamInfo(boost::json::array& infos, const std::string& userId,
        {"StreamType", audioOnly ? "audio" : streamTypeName(stream.streamType)}});
 }
 
-/// An item as page messages carry one.
-boost::json::object itemJson(const VEMOJSMsgItem& item) {
-  boost::json::object json{
-      {"head", {{"module", item.head().module}, {"action", item.head().action}}}};
-  if (item.params()) json["params"] = *item.params();
-  return json;
-}
-
 }  // namespace
 
 Outcome VEMOKOBUMsgRouter::startSpeedTest(
@@ -102,12 +94,11 @@ void VEMOKOBUMsgRouter::reportEvent(const Text& event) {
     params["classId"] = std::to_string(roomId);
   }
   params["event"] = *event;
-  VEMOJSMsgItem item({"kobu", *function});
-  item.setParams(std::move(params));
+  const boost::json::object message{{"head", {{"module", "kobu"}, {"action", *function}}},
+                                    {"params", std::move(params)}};
   if (const auto page = webView()) {
     page->loadJs(
-        callScript(*function, [&](std::string& script) { appendJsonText(script, itemJson(item)); }),
-        true);
+        callScript(*function, [&](std::string& script) { appendJsonText(script, message); }), true);
   }
 }
 

@@ -33,7 +33,7 @@ void VEMOKOBUMsgRouter::tellListeners(const Args&... args) {
 
 template <class Event>
 void VEMOKOBUMsgRouter::tellPage(const JsonObjectText& payload) {
-  tellPage(Event::words.name, payload.text(), !Event::isPeriodic);
+  tellPage(Event::words.name, payload.text(), !isPeriodic<Event>);
 }
 
 template <class Event>

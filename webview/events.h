@@ -8,6 +8,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "bridge/KOBUCloudDelegate.h"
 #include "bridge/KOBURecords.h"
 #include "bridge/Text.h"
 #include "bridge/VEMOKOBUEventListener.h"
@@ -191,8 +192,6 @@ struct UserVolumes : Optional<std::vector<KOBUVolumeInfo>> {
 /// An event whose payload has `Fields`, in this order.
 template <class... Fields>
 struct Event {
-  static constexpr bool isPeriodic = false;
-
   /// The payload: the own user's id where it belongs, and `given` for the other fields.
   template <class... Given>
   static JsonObjectText payload(const Text& ownId, const Given&... given) {
@@ -230,12 +229,10 @@ struct Event {
   }
 };
 
-/// An event that comes again and again: its calls are not logged, and its payload is
+/// Whether an event comes again and again: its calls are not logged, and its payload is
 /// built only when it is wanted.
-template <class... Fields>
-struct PeriodicEvent : Event<Fields...> {
-  static constexpr bool isPeriodic = true;
-};
+template <class Event>
+inline constexpr bool isPeriodic = isPeriodicEvent(Event::words.name);
 
 namespace event {
 
@@ -306,19 +303,18 @@ struct OnUserSubStreamAvailable : Event<field::AvailableUserId, OwnUserId, field
                                "Another user starts or stops sharing the screen."};
   static constexpr auto listener = &Listener::onVEMOUserSubStreamAvailable;
 };
-struct OnNetworkQuality
-    : PeriodicEvent<field::PlainOwnUserId, field::LocalQuality, field::RemoteQuality> {
+struct OnNetworkQuality : Event<field::PlainOwnUserId, field::LocalQuality, field::RemoteQuality> {
   static constexpr std::string_view subject = "diagnostics";
   static constexpr Words words{"onNetworkQuality", "How good the network is for each user."};
   static constexpr auto listener = &Listener::onVEMONetworkQuality;
 };
-struct OnStatistics : PeriodicEvent<field::Statistics, field::OwnUserIdInRoom> {
+struct OnStatistics : Event<field::Statistics, field::OwnUserIdInRoom> {
   static constexpr std::string_view subject = "diagnostics";
   static constexpr Words words{"onStatistics",
                                "What the engine measured of the connection and of each stream."};
   static constexpr auto listener = &Listener::onVEMOStatistics;
 };
-struct OnUserVoiceVolume : PeriodicEvent<field::TotalVolume, field::UserVolumes> {
+struct OnUserVoiceVolume : Event<field::TotalVolume, field::UserVolumes> {
   static constexpr std::string_view subject = "local_audio";
   static constexpr Words words{
       "onUserVoiceVolume",

@@ -200,7 +200,7 @@ json::object tellEvent() {
   json::object told{{"name", name},
                     {"subject", Event::subject},
                     {"about", Event::words.about},
-                    {"periodic", Event::isPeriodic}};
+                    {"periodic", isPeriodic<Event>}};
   if constexpr (requires { Event::listener; }) told["listener"] = "onVEMO" + name.substr(2);
   json::array payload;
   Event::forEachField([&]<class Field>(const Field&) { payload.push_back(tellField<Field>()); });

@@ -3,6 +3,7 @@
 // Other users: what is shown and heard of them, and what they do.
 
 namespace vemo {
+
 // ---- Views and render parameters
 
 Outcome VEMOKOBUMsgRouter::startRemoteView(

@@ -273,6 +273,10 @@ ExitStatus acceptFile(const fs::path& path, std::ostream& out, std::ostream& err
   errno = 0;
   std::error_code problem;
   const auto file = fs::canonical(path, problem);  // a link stays one
+  if (std::error_code unknown; fs::is_other(fs::status(path, unknown))) {
+    err << name << " is no file that can be rewritten\n";
+    return kUnreadable;
+  }
   std::ifstream in(problem ? path : file);
   in.peek();
   if (!in.is_open() || in.bad()) {

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "json/Arguments.h"
+#include "platform/Version.h"
 #include "replay/Nearest.h"
 #include "replay/ScenarioError.h"
 

@@ -7,8 +7,10 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
+#include "bridge/VEMOLogger.h"
 #include "replay/Nearest.h"
 #include "replay/ScenarioError.h"
 
@@ -22,8 +24,8 @@ using Names = std::array<std::string_view, count>;
 
 constexpr Names<3> commonEffectKeys{"step", "effect", "thread"};
 
-constexpr Names<10> recordFields{"needReport", "level",     "module",   "actionName", "actionParam",
-                                 "errorCode",  "errorDesc", "fileName", "funcName",   "line"};
+constexpr auto recordFields = std::apply(
+    [](const auto&... field) { return std::array{field.name...}; }, Fields<DUNLogParam>::table);
 constexpr Names<3> errorFields{"module", "errcode", "errmsg"};
 constexpr Names<2> buttonFields{"title", "style"};
 

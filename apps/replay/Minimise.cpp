@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "json/JsonText.h"
+#include "recorder/ReadLine.h"
 #include "replay/Scenario.h"
 #include "replay/ScenarioError.h"
 
@@ -123,7 +124,15 @@ class Minimiser {
 ExitStatus minimise(std::istream& scenario, const std::string& name, std::ostream& out,
                     std::ostream& err, const std::filesystem::path& folder) {
   Lines lines;
-  for (std::string line; std::getline(scenario, line);) lines.push_back(line);
+  std::string line;
+  for (auto read = readLine(scenario, line); read != LineRead::none;
+       read = readLine(scenario, line)) {
+    if (read == LineRead::tooLong) {
+      err << "line " << lines.size() + 1 << ": " << kLineTooLong << '\n';
+      return kUnreadable;
+    }
+    lines.push_back(line);
+  }
   const auto found = differences(lines, err, folder);
   if (!found) return kUnreadable;
   if (found->empty()) {
@@ -137,7 +146,7 @@ ExitStatus minimise(std::istream& scenario, const std::string& name, std::ostrea
         << '\n';
     return kUnreadable;
   }
-  for (const auto& line : Minimiser(lines, *wanted, folder).least()) out << line << '\n';
+  for (const auto& left : Minimiser(lines, *wanted, folder).least()) out << left << '\n';
   return kDone;
 }
 

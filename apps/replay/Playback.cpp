@@ -3,6 +3,7 @@
 #include <istream>
 #include <ostream>
 
+#include "recorder/ReadLine.h"
 #include "replay/Matcher.h"
 #include "replay/Player.h"
 #include "replay/ScenarioError.h"
@@ -31,9 +32,11 @@ ExitStatus playBack(std::istream& scenario, const std::filesystem::path& folder,
   std::string line;
   std::int64_t step = 0;
   std::int64_t number = 0;
-  while (std::getline(scenario, line)) {
+  for (auto read = readLine(scenario, line); read != LineRead::none;
+       read = readLine(scenario, line)) {
     ++number;
     try {
+      if (read == LineRead::tooLong) throw ScenarioError(std::string(kLineTooLong));
       for (const auto& next : reader.stepsOf(line, step + 1)) {
         ++step;
         player.play(next);

@@ -4,6 +4,8 @@
 #include <string>
 #include <utility>
 
+#include "recorder/ReadLine.h"
+
 namespace vemo::replay {
 namespace {
 
@@ -48,9 +50,11 @@ std::vector<Step> readSetUp(const fs::path& path, const std::string& name) {
   std::ifstream file(path);
   std::vector<Step> steps;
   std::int64_t number = 0;
-  for (std::string line; std::getline(file, line);) {
+  std::string line;
+  for (auto read = readLine(file, line); read != LineRead::none; read = readLine(file, line)) {
     ++number;
     try {
+      if (read == LineRead::tooLong) throw ScenarioError(std::string(kLineTooLong));
       auto value = valueFrom(line);
       if (!value) continue;
       steps.push_back(setUpStepFrom(std::move(*value)));

@@ -21,7 +21,8 @@
 #include "recorder/Recorder.h"
 #include "simulator/FailingDownloads.h"
 #include "simulator/LiveNotes.h"
-#include "simulator/Note.h"
+#include "simulator/LiveRecording.h"
+#include "simulator/OperatorLog.h"
 #include "simulator/PageWebView.h"
 #include "simulator/PhoneScreen.h"
 #include "simulator/PhoneServices.h"
@@ -111,6 +112,7 @@ struct Phone::Parts {
   const std::shared_ptr<void> session;
   Recorder recorder;
   const std::shared_ptr<VEMOUIRenderSource> renderSource;
+  std::unique_ptr<LiveRecording> recording;
   /// How many fired events are on their way to the page.
   const std::shared_ptr<std::atomic<std::int64_t>> firing =
       std::make_shared<std::atomic<std::int64_t>>(0);
@@ -139,7 +141,7 @@ void Phone::onText(std::string_view text) {
   parts_->page->send(jsonText(answer));
 }
 
-void Phone::onTrouble(std::string_view what) { note(*parts_->logger, what); }
+void Phone::onTrouble(std::string_view what) { tellOperator(*parts_->logger, what); }
 
 // Each kind of frame in turn; says what is wrong with it, or nothing.
 std::string Phone::handle(const boost::json::object& frame) {
@@ -181,11 +183,25 @@ std::string Phone::handle(const boost::json::object& frame) {
     parts_->notes->turn(on->boolean());
     return {};
   }
+  if (kind == "record") return handleRecord(frame);
   if (kind == "save") {
     sendRecording();
     return {};
   }
   return "its kind is unknown";
+}
+
+std::string Phone::handleRecord(const boost::json::object& frame) {
+  const auto on = vemo_safeNSNumberForKey(&frame, "on");
+  if (!on) return "it doesn't say whether to record";
+  if (!on->boolean()) {
+    parts_->recording.reset();
+    return {};
+  }
+  if (parts_->session) return "the simulator writes the whole session to a file already (--record)";
+  if (!parts_->recording)
+    parts_->recording = std::make_unique<LiveRecording>(parts_->page, parts_->lastMinutes);
+  return {};
 }
 
 void Phone::sendRecording() {

@@ -38,14 +38,15 @@ struct PhoneEnvironment {
 /// Frames from the page are JSON objects with a "kind": "message" (text: a page
 /// message), "network" (drop: whether the connection is cut, or delay, upLoss, downLoss),
 /// "settings" (settings: changes), "answer" (media, granted), "press" (alert, button),
-/// "broadcast" (event: "started", "paused", "resumed" or "finished"), "fire" (event, args: an event of the engine, to be
-/// told "times" times, once without it), "downloads" (error: the code and text with which they
-/// fail, null: they don't), "pictures" (asks what the views show), "note" (on: whether what
-/// goes into the router and comes out is to be told) and "save" (asks for the recording of the
-/// last minutes). To the page: "script" (text, needLog), "settings", "prompt", "alert",
-/// "openSettings", "broadcastPicker", "pictures", "image" (id, width, height, rgba: a mute image
-/// that pictures name), "noted" (see LiveNotes), "saved" (text: a .vemorec file) and "problem"
-/// (text: why a frame could not be used; frame: its kind).
+/// "broadcast" (event: "started", "paused", "resumed" or "finished"), "fire" (event, args: an event
+/// of the engine, to be told "times" times, once without it), "downloads" (error: the code and text
+/// with which they fail, null: they don't), "pictures" (asks what the views show), "note" (on:
+/// whether what goes into the router and comes out is to be told), "record" (on: whether the
+/// recording is to be told as it goes on) and "save" (asks for the recording of the last minutes).
+/// To the page: "script" (text, needLog), "settings", "prompt", "alert", "openSettings",
+/// "broadcastPicker", "pictures", "image" (id, width, height, rgba: a mute image that pictures
+/// name), "noted" (see LiveNotes), "recorded" (see LiveRecording), "saved" (text: a .vemorec file)
+/// and "problem" (text: why a frame could not be used; frame: its kind).
 class Phone final : public PageListener {
  public:
   Phone(const PhoneEnvironment& environment, std::shared_ptr<PageSocket> page);
@@ -60,6 +61,7 @@ class Phone final : public PageListener {
   std::string handle(const boost::json::object& frame);
   void sendPictures();
   void sendRecording();
+  std::string handleRecord(const boost::json::object& frame);
   std::string handleNetwork(const boost::json::object& frame);
   std::string handleBroadcast(const boost::json::object& frame);
   std::string handleFire(const boost::json::object& frame);

@@ -6,7 +6,7 @@
 
 #include "json/JsonText.h"
 #include "json/Lookup.h"
-#include "simulator/Note.h"
+#include "simulator/OperatorLog.h"
 
 namespace vemo {
 namespace {
@@ -46,7 +46,7 @@ void PhoneServices::requestAccess(MediaType media, Answer answer) {
       refused = true;
     }
   }
-  if (refused) note(logger_, "asked for the " + std::string(nameOf(media)) + " too often; refused");
+  if (refused) tellOperator(logger_, "asked for the " + std::string(nameOf(media)) + " too often; refused");
   if (decided) {
     mainQueue_.dispatchAsync(
         // Not moved yet: only what is not decided waits. NOLINTNEXTLINE(bugprone-use-after-move)
@@ -103,7 +103,7 @@ void PhoneServices::present(Alert alert) {
 }
 
 void PhoneServices::refuse(Alert alert) {
-  note(logger_, "too many alerts are open; one was not shown");
+  tellOperator(logger_, "too many alerts are open; one was not shown");
   auto& buttons = alert.actions;
   if (buttons.empty()) return;
   auto button = std::ranges::find(buttons, AlertActionStyle::normal, &AlertAction::style);

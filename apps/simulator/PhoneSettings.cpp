@@ -35,7 +35,7 @@ std::optional<AuthorizationStatus> statusOf(std::string_view name) {
 bool applyBundle(const boost::json::value& value, PhoneSettings& settings) {
   const auto* object = value.if_object();
   if (!object) return false;
-  std::map<std::string, std::string> bundle;
+  decltype(settings.bundle) bundle;
   std::size_t bytes = 0;
   for (const auto& [key, text] : *object) {
     if (!text.is_string()) return false;

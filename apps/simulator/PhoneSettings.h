@@ -1,10 +1,10 @@
 #pragma once
 
 #include <boost/json/object.hpp>
-#include <map>
 #include <string>
 
 #include "bridge/CaptureAuthorization.h"
+#include "recorder/DeviceState.h"
 
 namespace vemo {
 
@@ -13,9 +13,9 @@ struct PhoneSettings {
   std::string os = "17.0.0";  ///< major.minor.patch
   AuthorizationStatus camera = AuthorizationStatus::notDetermined;
   AuthorizationStatus microphone = AuthorizationStatus::notDetermined;
-  std::map<std::string, std::string> bundle{{"CFBundleName", "Classroom"}};
+  decltype(DeviceState::bundle) bundle = DeviceState().bundle;
   bool canOpenSettings = true;
-  std::string appGroup = "group.vemo.classroom";
+  std::string appGroup = DeviceState().appGroup;
 };
 
 /// The settings as the page's frame shows them; permissions are "notDetermined",

@@ -1,14 +1,18 @@
 #include "simulator/SessionFiles.h"
 
+#include <algorithm>
 #include <array>
 #include <boost/json/object.hpp>
 #include <cstddef>
 #include <ctime>
+#include <map>
+#include <regex>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include "json/JsonText.h"
 #include "platform/LineQueue.h"
@@ -57,19 +61,100 @@ class Session {
   CrashDump crash_;
 };
 
+/// A session as it lies in a folder.
+struct Stored {
+  std::filesystem::file_time_type latest = std::filesystem::file_time_type::min();
+  std::uintmax_t bytes = 0;
+  std::vector<std::filesystem::path> files;
+};
+
+/// The sessions in `folder`, by the names without what tells their files apart.
+std::map<std::string, Stored> sessionsIn(const std::filesystem::path& folder) {
+  static const std::regex written(R"((\d{8}-\d{6}-page-\d+)(\.\d+|\.crash)?\.vemorec)");
+  std::map<std::string, Stored> sessions;
+  std::error_code problem;  // what can't be looked at stays
+  for (std::filesystem::directory_iterator at(folder, problem), end; !problem && at != end;
+       at.increment(problem)) {
+    const auto name = at->path().filename().string();
+    std::smatch parts;
+    if (!std::regex_match(name, parts, written)) continue;
+    std::error_code gone;
+    const auto bytes = at->file_size(gone);
+    const auto latest = at->last_write_time(gone);
+    if (gone) continue;
+    auto& session = sessions[parts[1]];
+    session.latest = std::max(session.latest, latest);
+    session.bytes += bytes;
+    session.files.push_back(at->path());
+  }
+  return sessions;
+}
+
+/// The sessions that this program is writing.
+class OpenSessions {
+ public:
+  void add(std::string name, const std::shared_ptr<Session>& session) {
+    std::erase_if(sessions_, [](const auto& one) { return one.second.expired(); });
+    sessions_.insert_or_assign(std::move(name), session);
+  }
+  bool has(const std::string& name) const {
+    const auto found = sessions_.find(name);
+    return found != sessions_.end() && !found->second.expired();
+  }
+
+ private:
+  std::map<std::string, std::weak_ptr<Session>> sessions_;
+};
+
+/// Removes the oldest of those that have ended, and notes it.
+void removeOldest(const std::filesystem::path& folder, const SessionFiles::Limits& limits,
+                  const OpenSessions& open, const std::function<void(std::string_view)>& note) {
+  std::vector<Stored> ended;
+  for (auto& [name, session] : sessionsIn(folder)) {
+    if (!open.has(name)) ended.push_back(std::move(session));
+  }
+  std::ranges::sort(ended, std::ranges::greater(), &Stored::latest);
+  std::size_t kept = 0;
+  std::uintmax_t bytes = 0;
+  std::size_t removed = 0;
+  for (const auto& session : ended) {
+    bytes += session.bytes;
+    if (kept < limits.sessions && bytes <= limits.bytes) {
+      ++kept;
+      continue;
+    }
+    kept = limits.sessions;  // nothing that is older stays
+    for (const auto& file : session.files) {
+      std::error_code problem;
+      std::filesystem::remove(file, problem);
+      if (problem) note(file.string() + " can't be removed: " + problem.message());
+    }
+    ++removed;
+  }
+  if (removed == 0) return;
+  note(std::to_string(removed) + (removed == 1 ? " old session was" : " old sessions were") +
+       " removed from " + folder.string() + ": kept are " + std::to_string(limits.sessions) +
+       " sessions and " + std::to_string(limits.bytes >> 20U) + " MiB at most");
+}
+
 }  // namespace
 
-SessionFiles::SessionFiles(std::filesystem::path folder) : folder_(std::move(folder)) {
+SessionFiles::SessionFiles(std::filesystem::path folder, Limits limits)
+    : folder_(std::move(folder)), limits_(limits) {
   if (!folder_.empty()) std::filesystem::create_directories(folder_);
 }
 
 StreamSession SessionFiles::streamSession(std::function<void(std::string_view line)> note) const {
   if (folder_.empty()) return nullptr;
-  return [folder = folder_, note = std::move(note),
+  return [folder = folder_, limits = limits_, note = std::move(note), open = OpenSessions(),
           pages = 0](std::shared_ptr<NoteRing> ring) mutable -> std::shared_ptr<void> {
-    const auto file = folder / (timeName() + "-page-" + std::to_string(++pages) + ".vemorec");
+    removeOldest(folder, limits, open, note);
+    const auto name = timeName() + "-page-" + std::to_string(++pages);
+    const auto file = folder / (name + ".vemorec");
     try {
-      return std::make_shared<Session>(file, ring);
+      auto session = std::make_shared<Session>(file, ring);
+      open.add(name, session);
+      return session;
     } catch (const std::system_error& problem) {
       note(file.string() + " can't be written: " + problem.code().message());
     } catch (const std::length_error& problem) {

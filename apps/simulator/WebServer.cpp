@@ -382,9 +382,14 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
   /// A file is read while it is sent: however many are sent slowly, little of them is in memory.
   void giveFile(const Request& request, std::string_view path) {
     const auto& options = state_.options;
-    const bool isOfPage = !options.pageFolder.empty() && path.starts_with(kPagePath);
-    const auto file = isOfPage ? fileFor(options.pageFolder, path.substr(kPagePath.size() - 1))
-                               : fileFor(options.shellFolder, path);
+    bool isOfPage = !options.pageFolder.empty() && path.starts_with(kPagePath);
+    auto file = isOfPage ? fileFor(options.pageFolder, path.substr(kPagePath.size() - 1))
+                         : fileFor(options.shellFolder, path);
+    // A page that was built for the root of its own server names its files from there.
+    if (!file && !isOfPage && !options.pageFolder.empty()) {
+      file = fileFor(options.pageFolder, path);
+      isOfPage = file.has_value();
+    }
     if (!file)
       return respond(text(http::status::not_found, "There is no such file."), request.keep_alive());
     http::file_body::value_type content;

@@ -18,8 +18,9 @@ namespace vemo {
 struct WebServerOptions {
   std::uint16_t port = 0;             ///< 0: any free one
   std::filesystem::path shellFolder;  ///< what is served, subfolders included
-  std::filesystem::path pageFolder;   ///< served at "/page/", if not empty, for the phones
-  std::optional<PageAddress> page;    ///< for the phones, where another server has their page
+  /// Served at "/page/", if not empty, for the phones; and at "/" where the shell has no such file.
+  std::filesystem::path pageFolder;
+  std::optional<PageAddress> page;  ///< for the phones, where another server has their page
   /// Longer frames of a page end its connection. A page message travels quoted in a
   /// frame, which can make it longer by half or more.
   std::size_t maxFrameBytes = std::size_t{4} << 20U;

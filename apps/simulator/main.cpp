@@ -16,7 +16,7 @@
 #include "platform/StreamSystemLog.h"
 #include "simulation/ClassroomCloud.h"
 #include "simulator/Descriptors.h"
-#include "simulator/Note.h"
+#include "simulator/OperatorLog.h"
 #include "simulator/Options.h"
 #include "simulator/Phone.h"
 #include "simulator/SessionFiles.h"
@@ -73,7 +73,7 @@ int run(int argc, char** argv) {
       options->shellFolder.empty() ? ownShellFolder() : std::filesystem::path(options->shellFolder);
   web.pageFolder = options->pageFolder;
   web.page = options->pageUrl;
-  web.note = [&](std::string_view line) { note(*ownLogger, line); };
+  web.note = [&](std::string_view line) { tellOperator(*ownLogger, line); };
   raiseDescriptorLimit();
   const auto server = WebServer::open(std::move(web), error);
   if (!server) return fail(error);
@@ -93,7 +93,7 @@ int run(int argc, char** argv) {
     ClassroomCloud cloud(cloudOptions);
     std::size_t pages = 0;
     const auto streamSession =
-        sessions->streamSession([&](std::string_view line) { note(*ownLogger, line); });
+        sessions->streamSession([&](std::string_view line) { tellOperator(*ownLogger, line); });
     const PhoneEnvironment environment{
         .cloud = cloud,
         .makeLogger = [&] { return logger->forSession("page " + std::to_string(++pages)); },
@@ -107,7 +107,13 @@ int run(int argc, char** argv) {
         }};
 
     server->stopOnSignals();
-    std::cout << "http://127.0.0.1:" << server->port() << "/\n" << std::flush;
+    // Beside a page of "localhost" the shell bears that name, too: to a browser the two are one site
+    // then, and the page has its cookies.
+    const bool isLocalhost =
+        options->pageUrl && options->pageUrl->origin.find("://localhost") != std::string::npos;
+    std::cout << "http://" << (isLocalhost ? "localhost" : "127.0.0.1") << ':' << server->port()
+              << "/\n"
+              << std::flush;
     server->run([&](std::shared_ptr<PageSocket> page) {
       return std::make_unique<Phone>(environment, std::move(page));
     });

@@ -4,7 +4,6 @@
 #include <functional>
 #include <mutex>
 #include <string>
-#include <string_view>
 #include <utility>
 
 #include "bridge/VEMOLogger.h"
@@ -20,19 +19,9 @@ class PhoneLogger final : public vemo::VEMOLogger {
 
   void log(const vemo::DUNLogParam& record) override {
     boost::json::object fields;
-    const auto add = [&](std::string_view name, const auto& value) {
-      if (value) fields[name] = *value;
-    };
-    add("needReport", record.needReport);
-    add("level", record.level);
-    add("module", record.module);
-    add("actionName", record.actionName);
-    add("actionParam", record.actionParam);
-    add("errorCode", record.errorCode);
-    add("errorDesc", record.errorDesc);
-    add("fileName", record.fileName);
-    add("funcName", record.funcName);
-    add("line", record.line);
+    vemo::forEachField(record, [&](auto field, const auto& value) {
+      if (value) fields[field.name] = *value;
+    });
     write_(vemo::jsonText(fields));
   }
 

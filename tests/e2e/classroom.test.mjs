@@ -102,16 +102,23 @@ test('volume, quality and availability are shown as events report them', async (
   await ben.view.locator('.tile[data-user="Ada"][data-speaking="no"]').waitFor();
 });
 
-test('a class at rest changes nothing in the page', async () => {
+/** A class of three at rest, as Ada sees it. */
+async function classAtRest() {
   const ada = await entered({ name: 'Ada' });
   for (const name of ['Ben', 'Eve']) await entered({ name });
   for (const name of ['Ada', 'Ben', 'Eve'])
     await ada.tile(name).locator('.quality[data-quality="1"]').waitFor();
   await ada.view.locator('.toast').first().waitFor({ state: 'detached' });
-  await ada.view.locator('body').evaluate((body) => {
-    window.changes = [];
+  return ada;
+}
+
+/** What changes in `element` until the router has told of statistics twice: all that comes again and again. */
+async function changesAtRest(ada, element) {
+  await element.evaluate((body) => {
+    body.changes = [];
     new MutationObserver((seen) => {
-      for (const { target, attributeName, type } of seen) changes.push(`${target.className} ${attributeName ?? type}`);
+      for (const { target, attributeName, type } of seen)
+        body.changes.push(`${target.className ?? target.data} ${attributeName ?? type}`);
     }).observe(body, { subtree: true, childList: true, attributes: true, characterData: true });
   });
   // Volumes, qualities and statistics go on coming.
@@ -119,12 +126,32 @@ test('a class at rest changes nothing in the page', async () => {
   let measured = 0;
   const measuredAgain = new Promise((resolve) => {
     session.on('Network.webSocketFrameReceived', ({ response }) => {
-      if (response.payloadData.includes('onStatistics') && ++measured === 2) resolve();
+      if (response.payloadData.includes('"event":"onStatistics"') && ++measured === 2) resolve();
     });
   });
   await session.send('Network.enable');
   await measuredAgain;
-  assert.deepEqual(await ada.view.locator('body').evaluate(() => window.changes), []);
+  return () => element.evaluate(({ changes }) => changes);
+}
+
+test('a class at rest changes nothing in the page', async () => {
+  const ada = await classAtRest();
+  const changes = await changesAtRest(ada, ada.view.locator('body'));
+  assert.deepEqual(await changes(), []);
+});
+
+test('a class at rest changes nothing in a time line that is open, save for the count', async () => {
+  const ada = await classAtRest();
+  const panel = await ada.openPanel('Time line');
+  await ada.row('enterRoom').waitFor();
+  const count = await panel.locator('.rows-count').innerText();
+  const changes = await changesAtRest(ada, panel.locator('.rows'));
+  await ada.page.waitForFunction((count) => document.querySelector('.rows-count').innerText !== count, count);
+  assert.deepEqual(await changes(), []);
+  // What comes again and again is drawn for whoever asks for it.
+  await panel.getByRole('button', { name: 'Periodic' }).click();
+  const shown = Number(await panel.locator('.row').first().getAttribute('aria-setsize'));
+  await ada.page.waitForFunction((size) => document.querySelector('.row').ariaSetSize > size, shown);
 });
 
 test('an audience member goes on stage and back', async () => {

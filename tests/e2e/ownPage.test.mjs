@@ -5,6 +5,7 @@ import assert from 'node:assert/strict';
 import { execFileSync, spawn } from 'node:child_process';
 import { mkdirSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { createServer } from 'node:http';
+import { createServer as createSecureServer } from 'node:https';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { after, afterEach, before, beforeEach, test } from 'node:test';
@@ -62,8 +63,8 @@ async function enter(phone) {
 }
 
 /** A server of another origin with a page of this text, and the client. */
-async function serve(html, headers = {}) {
-  const server = createServer(({ url }, response) => {
+async function serve(html, headers = {}, make = createServer) {
+  const server = make(({ url }, response) => {
     const isClient = url === '/vemo-client.js';
     response.writeHead(200, { 'Content-Type': isClient ? 'text/javascript' : 'text/html', ...headers });
     response.end(isClient ? client : html);
@@ -105,20 +106,35 @@ test('the starter page is copied by one command and runs from its folder', async
   assert.deepEqual([...ada.problems, ...ben.problems], []);
 });
 
-test('a Vite project in a fresh folder runs unmodified, with hot reload', async () => {
+const vite = join(root, 'page/node_modules/vite/bin/vite.js');
+
+/** Makes a Vite project in `folder`, with what it needs. */
+function newViteProject() {
   newPage('--vite');
   // As npm would, which without a network asks for the server's packages all the same; the server
   // is there already.
   const client = join(folder, 'node_modules/vemo-client');
   mkdirSync(client, { recursive: true });
   execFileSync('tar', ['-xzf', join(folder, 'vemo-client.tgz'), '-C', client, '--strip-components=1']);
+}
+
+test('a page that was built for the root of its server runs from its folder', async () => {
+  newViteProject();
+  execFileSync(process.execPath, [vite, 'build'], { cwd: folder, stdio: 'ignore' });
+  assert.match(readFileSync(join(folder, 'dist/index.html'), 'utf8'), /src="\/assets\//);
+  const ada = await open(await simulate('--page', join(folder, 'dist')));
+  await ada.view.getByText('sdk version').waitFor();
+  assert.deepEqual(ada.problems, []);
+});
+
+test('a Vite project in a fresh folder runs unmodified, with hot reload', async () => {
+  newViteProject();
   const port = await freePort();
   const simulator = await simulate('--page-url', `http://localhost:${port}`);
   const ada = await open(simulator);
   await ada.page.getByText(`Nothing answers at http://localhost:${port}/ yet`).waitFor();
   ada.problems.length = 0; // the server was looked for
 
-  const vite = join(root, 'page/node_modules/vite/bin/vite.js');
   const server = spawn(process.execPath, [vite, '--port', port, '--strictPort'], { cwd: folder, stdio: 'ignore' });
   const ended = new Promise((resolve) => server.once('exit', resolve));
   endings.push(() => {
@@ -188,8 +204,11 @@ test('only the named origin is let in', async () => {
   // The page goes elsewhere: the browser keeps the other page out of the frame.
   const leaving = await serve(`<script>location = ${JSON.stringify(foreign)}</script>`);
   const refused = context.waitForEvent('console', (message) => message.text().includes('frame-src'));
-  await open(await simulate('--page-url', leaving));
+  const left = await open(await simulate('--page-url', leaving));
   assert.match((await refused).text(), /violates/);
+  const sentence = `The page leads to ${new URL(foreign).origin}`;
+  await left.page.getByRole('status').filter({ hasText: sentence }).waitFor();
+  await told(left, sentence);
 
   // Even if it were there it would be told nothing; nor is a page with an origin of its own.
   const isolated = await serve(asking, { 'Content-Security-Policy': 'sandbox allow-scripts' });
@@ -203,6 +222,57 @@ test('only the named origin is let in', async () => {
     await told(eve, 'is not let in');
     assert.equal(await eve.view.locator('body').innerText(), 'asked');
   }
+});
+
+test('a page that is there and asks for no phone is told of, until it asks', async () => {
+  const late = await serve(`<!doctype html><html lang="en"><title>Late</title><main><h1>Late</h1><button>Begin</button>
+    <output></output></main><script src="/vemo-client.js"></script><script>
+      const tell = ({ version }) => document.querySelector('output').append(version);
+      document.querySelector('button').onclick = () => new VemoClient.Bridge().getSDKVersion().then(tell);
+    </script>`);
+  const ada = await open(await simulate('--page-url', late));
+  const notice = ada.page.getByRole('status').filter({ hasText: 'The page has loaded and has not asked for its phone.' });
+  await notice.waitFor();
+  assert.deepEqual(await ada.findings(), []);
+  await ada.view.getByRole('button', { name: 'Begin' }).click();
+  await ada.view.locator('output', { hasText: '1.0.0' }).waitFor();
+  await notice.waitFor({ state: 'detached' });
+
+  // One whose server forbids it to be framed is seen by nobody.
+  const hidden = await serve('<p>hidden</p>', { 'X-Frame-Options': 'DENY' });
+  const ben = await open(await simulate('--page-url', hidden));
+  await ben.page.getByRole('status').filter({ hasText: 'its server forbids to frame it' }).waitFor();
+});
+
+test('a page of localhost has its cookies', async () => {
+  const port = new URL(await serve(`<script src="/vemo-client.js"></script><output></output><script>
+      document.querySelector('output').append(document.cookie);
+    </script>`, { 'Set-Cookie': 'lesson=7; SameSite=Lax' })).port;
+  const simulator = await simulate('--page-url', `http://localhost:${port}`);
+  assert.match(simulator.address, /^http:\/\/localhost:/);
+  const ada = await open(simulator);
+  await ada.view.locator('output', { hasText: 'lesson=7' }).waitFor();
+});
+
+test('a page at https, once its certificate is accepted', async () => {
+  const [key, certificate] = ['key.pem', 'certificate.pem'].map((name) => join(folder, '..', name));
+  const subject = ['-subj', '/CN=localhost', '-addext', 'subjectAltName=DNS:localhost'];
+  execFileSync('openssl', ['req', '-x509', '-newkey', 'ec', '-pkeyopt', 'ec_paramgen_curve:prime256v1', '-nodes',
+    '-days', '2', ...subject, '-keyout', key, '-out', certificate], { stdio: 'ignore' });
+  const page = await serve(
+    `<script src="/vemo-client.js"></script><output></output><script>
+      new VemoClient.Bridge().getSDKVersion().then(({ version }) => document.querySelector('output').append(version));
+    </script>`, {}, (answer) => createSecureServer({ key: readFileSync(key), cert: readFileSync(certificate) }, answer));
+  const address = `https://localhost:${new URL(page).port}/`;
+  const simulator = await simulate('--page-url', address);
+  const ada = await open(simulator);
+  await ada.page.getByRole('status').filter({ hasText: 'this browser does not trust its certificate' }).waitFor();
+
+  await context.close();
+  context = await browser.newContext({ ignoreHTTPSErrors: true, viewport: { width: 1000, height: 800 } });
+  const ben = await open(simulator);
+  await ben.view.locator('output', { hasText: '1.0.0' }).waitFor();
+  assert.deepEqual(ben.problems, []);
 });
 
 test('a frame within the page is not taken for the page, though of its origin', async () => {

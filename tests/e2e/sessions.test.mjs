@@ -2,11 +2,14 @@
 
 import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
+import { mkdtempSync, rmSync } from 'node:fs';
 import { readFile } from 'node:fs/promises';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
 import { test } from 'node:test';
-import { screens, simulatorForEachTest } from '../../testing/browser.mjs';
+import { screens, simulatorForEachTest, startSimulator } from '../../testing/browser.mjs';
 
-const { open, entered, stopSimulator } = simulatorForEachTest();
+const { blank, open, entered, stopSimulator } = simulatorForEachTest();
 const button = (panel, name) => panel.getByRole('button', { name, exact: true });
 
 /** The recording of a phone whose user refuses the camera, and declines to change that. */
@@ -62,6 +65,69 @@ test('the last minutes are saved, and what is opened plays as it was recorded', 
   await panel.getByText(/^\d+ steps\. They are played/).waitFor();
   await button(panel, 'Play').click();
   await panel.getByText(/^(\d+) of \1 steps played: all as before\.$/).waitFor();
+});
+
+/** What a click on a button has the browser save. */
+async function saved(ada, panel, name) {
+  const [download] = await Promise.all([ada.page.waitForEvent('download'), button(panel, name).click()]);
+  return { name: download.suggestedFilename(), text: await readFile(await download.path(), 'utf8') };
+}
+
+test('a session is recorded from the screen, from its beginning, and each page that comes is another', async () => {
+  const ada = await entered({ name: 'Ada', signature: 'the-secret-one' });
+  const panel = await ada.openPanel('Sessions');
+  const record = panel.getByRole('switch', { name: 'Record' });
+  await record.focus();
+  await ada.page.keyboard.press('Space');
+  const badge = ada.page.getByRole('button', { name: 'Recording' });
+  await badge.waitFor();
+  await ada.control('Camera').click();
+  await ada.answerPrompt('camera', false);
+  await ada.view.locator('.toast.bad').waitFor();
+  assert.deepEqual(await ada.findings(), [], 'while it is recorded');
+  await ada.page.getByRole('button', { name: 'Reload the page' }).click();
+  await panel.getByText('phone-1-1.vemorec').waitFor();
+  await ada.enter({ name: 'Ada' });
+  await record.uncheck();
+  await panel.getByText('phone-1-2.vemorec').waitFor();
+  assert.equal(await badge.count(), 0);
+  assert.deepEqual(await ada.findings(), [], 'with recorded sessions');
+
+  const [first, second] = [await saved(ada, panel, 'Save phone-1-1.vemorec'), await saved(ada, panel, 'Save phone-1-2.vemorec')];
+  assert.equal(first.name, 'phone-1-1.vemorec');
+  assert.match(first.text, /user not allowed access camera/);
+  assert.doesNotMatch(second.text, /user not allowed access camera/);
+  for (const { text } of [first, second]) {
+    assert.match(text, /^\{"vemorec":1,[^\n]*"whole":true/);
+    assert.match(text, /"event":"onEnterRoom"/);
+    assert.doesNotMatch(text, /the-secret-one/);
+    const scenario = spawnSync(process.env.VEMO_REPLAY, ['--from', '-'], { input: text, encoding: 'utf8' });
+    assert.equal(scenario.status, 0, scenario.stderr);
+    const checked = spawnSync(process.env.VEMO_REPLAY, ['--check', '-'], { input: scenario.stdout, encoding: 'utf8' });
+    assert.equal(checked.status, 0, checked.stdout + checked.stderr);
+  }
+
+  await ada.control('Leave').click();
+  await button(panel, 'Open phone-1-1.vemorec').click();
+  await panel.getByRole('heading', { name: 'phone-1-1.vemorec' }).waitFor();
+  await button(panel, 'Play').click();
+  await panel.getByText(/^(\d+) of \1 steps played: all as before\.$/).waitFor();
+  await button(panel, 'Forget phone-1-2.vemorec').click();
+  await panel.getByText('phone-1-2.vemorec').waitFor({ state: 'detached' });
+});
+
+test('where the simulator records already, the switch says so', async () => {
+  const folder = mkdtempSync(join(tmpdir(), 'vemo-'));
+  const simulator = await startSimulator(['--log', '/dev/null', '--record', folder]);
+  const ada = await blank();
+  await ada.visit(simulator.address);
+  const panel = await ada.openPanel('Sessions');
+  await panel.getByRole('switch', { name: 'Record' }).click();
+  await panel.getByText('Not recorded: the simulator writes the whole session to a file already (--record).').waitFor();
+  assert.equal(await panel.getByRole('switch', { name: 'Record' }).isChecked(), false);
+  await ada.page.close();
+  await simulator.stop();
+  rmSync(folder, { recursive: true });
 });
 
 test('what the router does other than it did is marked in a sentence', async () => {

@@ -153,7 +153,7 @@ test('late answers are on, shown and off again', async () => {
   await ada.openPanel('Faults');
   await button(panel, 'All off').click();
   await panel.getByText('No fault is on.').waitFor();
-  assert.equal(await ada.page.locator('.fault-badge').count(), 0);
+  assert.equal(await ada.page.locator('.badge').count(), 0);
   const seen = await titles(ada);
   assert.ok(seen.includes('Fault on: answers are 60000 ms late'));
   assert.ok(seen.includes('Fault off: answers are late'));

@@ -74,10 +74,8 @@ test('on a small screen one phone is in sight at a time', async () => {
 for (const screen of screens)
   test(`the checker finds nothing in the workbench at ${screen.width}x${screen.height}`, async () => {
     const first = await open(screen);
-    const found = [];
-    const check = async (state) => {
-      for (const finding of await first.findings()) found.push(`${state}: ${finding}`);
-    };
+    const checker = checkerOf(first);
+    const check = checker.look;
     const [, second] = await beside(first);
     await check('two phones');
     await second.enter({ name: 'Ben' });
@@ -94,12 +92,81 @@ for (const screen of screens)
     await panel.getByRole('button', { name: 'Clear' }).click();
     await panel.locator('.rows-none').waitFor();
     await check('an empty time line');
-    assert.deepEqual(found, []);
+    checker.hasFoundNothing();
   });
+
+/** Collects what the checker finds in each state: `look` where there is one, and at last that there is nothing. */
+function checkerOf(phone) {
+  const found = [];
+  return {
+    async look(state) {
+      for (const finding of await phone.findings()) found.push(`${state}: ${finding}`);
+    },
+    hasFoundNothing: () => assert.deepEqual(found, []),
+  };
+}
+
+test('by what stands on the screen: two phones enter, one refuses the camera, the other loses its network, the error is found, the session saved', async () => {
+  const first = await blank();
+  const { page } = first;
+  const checker = checkerOf(first);
+  await page.goto(address());
+  await page.getByRole('button', { name: 'Add a phone' }).click();
+  const [one, two] = [1, 2].map((number) => {
+    const phone = page.getByRole('region', { name: `Phone ${number}` });
+    return { phone, screen: phone.frameLocator('iframe') };
+  });
+  for (const { screen } of [one, two]) {
+    await screen.getByRole('button', { name: 'Enter room' }).click();
+    await screen.getByText('Please enter a name.').waitFor();
+  }
+  await checker.look('names are missing');
+  for (const [{ screen }, name] of [
+    [one, 'Ada'],
+    [two, 'Ben'],
+  ]) {
+    await screen.getByLabel('Your name').fill(name);
+    await screen.getByRole('button', { name: 'Enter room' }).click();
+    await screen.getByRole('heading', { name: 'Room 101' }).waitFor();
+  }
+  await checker.look('in the room');
+  await one.screen.getByRole('button', { name: 'Turn on the camera' }).click();
+  await one.phone.getByText('Would Like to Access the Camera').waitFor();
+  await checker.look('a prompt');
+  await one.phone.getByRole('button', { name: 'Don’t Allow' }).click();
+  await one.screen.getByText('user not allowed access camera').waitFor();
+  await two.phone.getByRole('button', { name: 'Cut off the network' }).click();
+  await two.phone.getByText('Offline').waitFor();
+  await two.screen.getByText('Reconnecting').waitFor();
+  await checker.look('refused and cut off');
+
+  await page.getByRole('button', { name: 'Developer panel' }).click();
+  const panel = page.getByRole('complementary', { name: 'Developer panel' });
+  await panel.getByLabel('Phone that the panel shows').selectOption('Phone 1');
+  await panel.getByRole('button', { name: 'Only failures' }).click();
+  await panel.getByRole('treeitem', { name: 'startLocalPreview' }).getByText('startLocalPreview').first().click();
+  await panel.getByText('error -1314: user not allowed access camera').waitFor();
+  await checker.look('the error');
+  await panel.getByText('Export').click();
+  await checker.look('what can be saved');
+  const [download] = await Promise.all([
+    page.waitForEvent('download'),
+    panel.getByRole('button', { name: 'Everything' }).click(),
+  ]);
+  assert.equal(download.suggestedFilename(), 'phone-1.jsonl');
+  const rows = readFileSync(await download.path(), 'utf8').trimEnd().split('\n').map((line) => JSON.parse(line));
+  const failures = rows.filter(({ kind, failed }) => kind === 'answer' && failed);
+  assert.deepEqual(failures.map(({ title, data }) => [title, data.error.errcode]), [
+    ['enterRoom', -3319], // without a name
+    ['startLocalPreview', -1314],
+  ]);
+  checker.hasFoundNothing();
+});
 
 test('by keyboard alone: two phones enter, one is refused the camera, the other loses its network, the error is found, the session saved', async () => {
   const first = await open();
   const { page } = first;
+  const checker = checkerOf(first);
   const key = (name) => page.keyboard.press(name);
   const focusOn = async (name) => {
     for (let presses = 0; presses < 60; ++presses) {
@@ -135,14 +202,17 @@ test('by keyboard alone: two phones enter, one is refused the camera, the other 
     await phone.inPhase('inside');
   }
   await ada.tile('Ben').waitFor();
+  await checker.look('in the room');
   await press('Turn on the camera'); // Tab goes on from where Ben is: to Ben's
   await ben.dialog('prompt-camera').waitFor();
+  await checker.look('a prompt');
   await key('Escape'); // refuses
   await ben.view.locator('.toast.bad').waitFor();
   await focusOn('Add a phone'); // once around
   await press('Cut off the network');
   await ada.section.getByText('Offline').waitFor();
   assert.equal(await ben.section.getByText('Offline').count(), 0);
+  await checker.look('refused and cut off');
 
   await focusOn('Add a phone');
   await press('Developer panel');
@@ -156,6 +226,7 @@ test('by keyboard alone: two phones enter, one is refused the camera, the other 
   await key('Home');
   await key('Enter');
   await panel.getByText('error -1314: user not allowed access camera').waitFor();
+  await checker.look('the error');
 
   await key('Shift+Tab');
   await focusOn('What has happened to Phone 2');
@@ -172,6 +243,7 @@ test('by keyboard alone: two phones enter, one is refused the camera, the other 
   await key('Escape'); // closes the panel, and gives the focus back
   await panel.waitFor({ state: 'detached' });
   assert.equal(await page.evaluate(() => document.activeElement.textContent), 'Developer panel');
+  checker.hasFoundNothing();
 });
 
 async function focusBack(page, text) {

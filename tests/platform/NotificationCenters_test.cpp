@@ -127,6 +127,19 @@ TEST(InProcessNotificationCenter, ARemovalWaitsForACallOnAnotherThread) {
   ender.join();
 }
 
+TEST(InProcessNotificationCenter, ARemovalWaitsForACallThatAnotherRemovalLeftUnderWay) {
+  InProcessNotificationCenter center;
+  LongCall call(center);
+  int observer = 0;
+  center.addObserver(&observer, "remove",
+                     [&](const std::string&) { center.removeEveryObserver(&call); });
+  center.post("remove");
+  std::thread ender([&] { call.end(); });
+  center.removeEveryObserver(&call);
+  EXPECT_TRUE(call.ended());
+  ender.join();
+}
+
 TEST(InProcessNotificationCenter, ARemovalFromACallbackDoesNotWait) {
   InProcessNotificationCenter center;
   LongCall call(center);

@@ -16,19 +16,9 @@ class RecordingLogger final : public NullVEMOLogger {
  public:
   void log(const DUNLogParam& record) override {
     boost::json::object fields;
-    const auto add = [&](const char* name, const auto& value) {
-      if (value) fields.emplace(name, *value);
-    };
-    add("needReport", record.needReport);
-    add("level", record.level);
-    add("module", record.module);
-    add("actionName", record.actionName);
-    add("actionParam", record.actionParam);
-    add("errorCode", record.errorCode);
-    add("errorDesc", record.errorDesc);
-    add("fileName", record.fileName);
-    add("funcName", record.funcName);
-    add("line", record.line);
+    forEachField(record, [&](auto field, const auto& value) {
+      if (value) fields.emplace(field.name, *value);
+    });
     const std::lock_guard lock(mutex_);
     records_.push_back(jsonText(fields));
   }

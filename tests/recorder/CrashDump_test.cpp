@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <boost/json/parse.hpp>
 #include <csignal>
 #include <exception>
 #include <filesystem>
@@ -14,6 +15,7 @@
 #include <sstream>
 #include <string>
 
+#include "json/JsonText.h"
 #include "recorder/Recorded.h"
 #include "recorder/SecretEraser.h"
 
@@ -140,6 +142,31 @@ TEST(SecretEraser, ErasesInRecordsAndInJsonOfAnyDepth) {
   EXPECT_EQ(inText(R"({"userSig":"ab)"), R"({"text":"{\"userSig\":\"**","name":"n"})");
   EXPECT_EQ(inText(R"({"myuserSig":"ab"} userSig)"),
             R"({"text":"{\"myuserSig\":\"ab\"} userSig","name":"n"})");
+}
+
+TEST(SecretEraser, FindsSecretsThatAreHidden) {
+  const auto holdsNone = [](auto write) {
+    const auto text = erased(write);
+    EXPECT_EQ(text.find("geheim"), std::string::npos) << text;
+  };
+  for (const auto* value :
+       {R"({"a":"b c","d":"geheim"})", R"([1,"geheim"])", R"({"a":{},"d":["geheim"]})"}) {
+    const auto json = boost::json::parse(R"({"userSig":)" + std::string(value) + "}");
+    holdsNone([&](NoteWriter& note) { note.add("args", json); });
+    holdsNone([&](NoteWriter& note) { note.add("text", jsonText(json)); });
+    const auto both =
+        erased([&](NoteWriter& note) { note.add("args", json).add("text", "shown"); });
+    EXPECT_TRUE(both.ends_with(R"("text":"shown"})")) << both;
+  }
+  for (const auto* text :
+       {R"({"user\u0053ig":"geheim"})", R"({"\u0075serSig":"geheim"})",
+        R"({"userSi\u0067":"geheim"})", R"({"a":"{\"user\\u0053ig\":\"geheim\"}"})",
+        R"({"a":"{\u0022userSig\u0022:\u0022geheim\u0022}"})",
+        R"({"a":"{\"userSig\"\u003a\"geheim\"}"})",
+        R"({"a":"{\"userSig\"\n\t:\r\n \"x y, geheim\"}"})"})
+    holdsNone([&](NoteWriter& note) { note.add("text", std::string(text)); });
+  EXPECT_EQ(erased([](NoteWriter& note) { note.add("text", R"(\u000a \u003c \u00 \u00zz)"); }),
+            R"({"text":"\\u000a \\u003c \\u00 \\u00zz"})");
 }
 
 }  // namespace

@@ -113,17 +113,21 @@ TEST(NoteRing, WhatIsTooOldGoesAndOfWhatComesAgainTheLatestStatisticsStay) {
   EXPECT_TRUE(recording.notes[1].before);
 }
 
+void noteLarge(NoteRing& ring, std::uint64_t number, const std::string& event) {
+  ObjectNames names;
+  auto& memory = ring.memory(NoteLane::steps);
+  NoteWriter note(memory, names, sizeof(NoteHead));
+  note.add("event", event).whole();
+  NoteHead head;
+  head.step = number;
+  NoteRing::keep(memory, head);
+}
+
 TEST(NoteRing, ANoteThatIsLargerThanAChunkIsKeptWhole) {
   NoteRing ring(withRoomFor(8U << 20U));
-  ObjectNames names;
   const std::string large(std::size_t{1} << 20U, 'z');
   for (std::uint64_t step = 1; step <= 20; ++step) {
-    auto& memory = ring.memory(NoteLane::steps);
-    NoteWriter note(memory, names, sizeof(NoteHead));
-    note.add("event", large).whole();
-    NoteHead head;
-    head.step = step;
-    NoteRing::keep(memory, head);
+    noteLarge(ring, step, large);
     noteStep(ring, 100 + step, milliseconds(0));
   }
   const auto recording = readBack(ring);
@@ -131,6 +135,22 @@ TEST(NoteRing, ANoteThatIsLargerThanAChunkIsKeptWhole) {
   const auto found = std::ranges::find(recording.notes, std::uint64_t{20}, &RecordedNote::step);
   ASSERT_NE(found, recording.notes.end());
   EXPECT_EQ(found->what.at("event").as_string(), large);
+}
+
+TEST(NoteRing, ALargeNoteThatMakesManyGoIsTakenToo) {
+  NoteRing ring(withRoomFor(1U << 20U));
+  const auto taken = [&] {
+    const auto batch = ring.take();
+    EXPECT_EQ(batch.lost, 0U);
+    std::string lines;
+    batch.appendLines(
+        lines, [](std::uint16_t) { return "main"; }, milliseconds::max());
+    return std::ranges::count(lines, '\n');
+  };
+  for (std::uint64_t step = 1; step <= 100; ++step) noteStep(ring, step, milliseconds(0));
+  EXPECT_EQ(taken(), 200);
+  noteLarge(ring, 101, std::string(std::size_t{300} << 10U, 'z'));
+  EXPECT_EQ(taken(), 1);
 }
 
 TEST(NoteRing, ANoteIsReadAsItWasWritten) {

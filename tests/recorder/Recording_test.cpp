@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <sstream>
 #include <string>
+
+#include "recorder/ReadLine.h"
 
 namespace vemo::test {
 namespace {
@@ -33,6 +36,22 @@ TEST(Recording, OneThatIsNoneIsToldInASentence) {
             "this recording has the form 2 of a later version; this one reads forms up to 1");
   EXPECT_EQ(errorOf(header + "garbage\n" + kNote + "\n"), "line 2 of the recording is damaged");
   EXPECT_EQ(errorOf(header + kNote + "\n{\"n\":1}\n"), "line 3 of the recording is damaged");
+}
+
+TEST(Recording, ALineWithoutAnEndIsReadNoFurther) {
+  const auto header = recordingHeader("1.0", true);
+  const std::string endless(kMaxLineBytes + (std::size_t{1} << 20U), ' ');
+  EXPECT_EQ(errorOf(endless), "this is no recording");
+  EXPECT_EQ(errorOf(header + endless), "line 2 of the recording is damaged");
+  std::istringstream in(std::string(40'000, 'a') + "\n\nlast");
+  std::string line;
+  EXPECT_EQ(readLine(in, line), LineRead::whole);
+  EXPECT_EQ(line, std::string(40'000, 'a'));
+  EXPECT_EQ(readLine(in, line), LineRead::whole);
+  EXPECT_EQ(line, "");
+  EXPECT_EQ(readLine(in, line), LineRead::whole);
+  EXPECT_EQ(line, "last");
+  EXPECT_EQ(readLine(in, line), LineRead::none);
 }
 
 TEST(Recording, OneThatBreaksOffIsReadAsFarAsItGoes) {

@@ -4,8 +4,6 @@
 #include <sys/stat.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <sstream>
 #include <string>
 
@@ -123,16 +121,6 @@ TEST(Accept, AScenarioThatCannotBePlayedIsNoneToAccept) {
 
 class AcceptFile : public testing::Test {
  protected:
-  std::string write(const std::string& name, const std::string& text) {
-    const std::filesystem::path path(folder_.file(name));
-    std::filesystem::create_directories(path.parent_path());
-    std::ofstream(path) << text;
-    return path.string();
-  }
-  static std::string read(const std::string& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
   ExitStatus accept(const std::string& path) {
     out_.str({});
     err_.str({});
@@ -145,11 +133,11 @@ class AcceptFile : public testing::Test {
 };
 
 TEST_F(AcceptFile, ReplacesItOnce) {
-  const auto path = write("a.jsonl", "{\"get\":\"role\"}\n");
+  const auto path = folder_.write("a.jsonl", "{\"get\":\"role\"}\n");
   ASSERT_EQ(::chmod(path.c_str(), 0640), 0);
   EXPECT_EQ(accept(path), kDone) << err_.str();
   EXPECT_EQ(out_.str(), path + ": 1 step, 1 expectation, 1 written\n");
-  EXPECT_EQ(read(path), "{\"get\":\"role\",\"expect\":" + kRoleIsNull + "}\n");
+  EXPECT_EQ(textOf(path), "{\"get\":\"role\",\"expect\":" + kRoleIsNull + "}\n");
   struct stat about {};
   ASSERT_EQ(::stat(path.c_str(), &about), 0);
   EXPECT_EQ(about.st_mode & 0777U, 0640U);
@@ -167,9 +155,9 @@ TEST_F(AcceptFile, ReplacesItOnce) {
 
 TEST_F(AcceptFile, KeepsEveryByteOfTheRest) {
   const std::string rest = "# \xFF\xFE no text at all\r\n\n";
-  const auto path = write("a.jsonl", rest + "{\"get\":\"role\"}");
+  const auto path = folder_.write("a.jsonl", rest + "{\"get\":\"role\"}");
   EXPECT_EQ(accept(path), kDone) << err_.str();
-  EXPECT_EQ(read(path), rest + "{\"get\":\"role\",\"expect\":" + kRoleIsNull + "}");
+  EXPECT_EQ(textOf(path), rest + "{\"get\":\"role\",\"expect\":" + kRoleIsNull + "}");
 }
 
 TEST_F(AcceptFile, PlaysAsTheFirstOfItsProcess) {
@@ -177,31 +165,31 @@ TEST_F(AcceptFile, PlaysAsTheFirstOfItsProcess) {
   std::string scenario = "{\"command\":\"initSDK\"}\n";
   for (int i = 0; i < 120; ++i)
     scenario += "{\"event\":\"onUserVoiceVolume\",\"args\":[[],0],\"thread\":\"main\"}\n";
-  const auto path = write("a.jsonl", scenario);
+  const auto path = folder_.write("a.jsonl", scenario);
   EXPECT_EQ(accept(path), kDone) << err_.str();
   EXPECT_EQ(accept(path), kDone) << err_.str();
   EXPECT_EQ(out_.str(), path + ": 121 steps, 121 expectations, 0 written\n");
 }
 
 TEST_F(AcceptFile, UsesItsSetUpsAndKeepsALink) {
-  write("setup/engine.jsonl", "{\"command\":\"initSDK\"}\n");
-  const auto path = write("a/real.jsonl", "{\"use\":\"engine\"}\n{\"get\":\"role\"}\n");
+  folder_.write("setup/engine.jsonl", "{\"command\":\"initSDK\"}\n");
+  const auto path = folder_.write("a/real.jsonl", "{\"use\":\"engine\"}\n{\"get\":\"role\"}\n");
   const auto link = folder_.file("a/link.jsonl");
   std::filesystem::create_symlink(path, link);
   EXPECT_EQ(accept(link), kDone) << err_.str();
   EXPECT_TRUE(std::filesystem::is_symlink(link));
-  EXPECT_EQ(read(path),
+  EXPECT_EQ(textOf(path),
             "{\"use\":\"engine\"}\n{\"get\":\"role\",\"expect\":" + kRoleIsNull + "}\n");
 }
 
 TEST_F(AcceptFile, LeavesItWhereSomethingIsWrong) {
   const std::string bad = "{\"get\":\"role\"}\n{\"get\":\"rolle\"}\n";
-  const auto path = write("a.jsonl", bad);
+  const auto path = folder_.write("a.jsonl", bad);
   EXPECT_EQ(accept(path), kUnreadable);
   EXPECT_EQ(err_.str(), path +
                             ": line 2: unknown value \"rolle\"; did you mean \"role\"?; "
                             "nothing was written\n");
-  EXPECT_EQ(read(path), bad);
+  EXPECT_EQ(textOf(path), bad);
 
   EXPECT_EQ(accept("-"), kUnreadable);
   EXPECT_EQ(err_.str(), "--accept needs a file that it can rewrite, not standard input\n");

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <ostream>
 #include <sstream>
@@ -21,12 +20,6 @@ struct Played {
 
 class SetUps : public testing::Test {
  protected:
-  void write(const std::filesystem::path& name, const std::string& text) {
-    const std::filesystem::path path(folder_.file(name.string()));
-    std::filesystem::create_directories(path.parent_path());
-    std::ofstream(path) << text;
-  }
-
   /// Plays `scenario` as if it stood in the folder `at`.
   Played run(const std::string& scenario, Mode mode = Mode::transcript,
              const std::string& at = ".") {
@@ -54,7 +47,7 @@ const std::string kEngine = "# The engine.\n\n{\"command\":\"initSDK\"}\n";
 const std::string kUseEngine = "{\"use\":\"engine\"}\n";
 
 TEST_F(SetUps, ArePlayedAsOneStep) {
-  write("setup/room.jsonl", kEngine + "{\"event\":\"onEnterRoom\",\"args\":[1]}\n");
+  folder_.write("setup/room.jsonl", kEngine + "{\"event\":\"onEnterRoom\",\"args\":[1]}\n");
   const auto played = run(
       "{\"use\":\"room\",\"expect\":[{\"effect\":\"log\"},{\"call\":\"KOBUCloud.sharedInstance\"},"
       "{\"call\":\"setDelegate\"},{\"item\":\"#1.1\"}],\"partial\":true}\n"
@@ -66,7 +59,7 @@ TEST_F(SetUps, ArePlayedAsOneStep) {
 }
 
 TEST_F(SetUps, AllTheirEffectsAreOfTheStep) {
-  write("setup/two.jsonl", "{\"get\":\"role\"}\n{\"get\":\"supportMode\"}\n");
+  folder_.write("setup/two.jsonl", "{\"get\":\"role\"}\n{\"get\":\"supportMode\"}\n");
   const auto whole = R"([{"step":2,"of":"role"},{"step":2,"of":"supportMode"}])";
   const auto played =
       run("{\"drain\":true}\n{\"use\":\"two\",\"expect\":" + std::string(whole) + "}", Mode::check);
@@ -76,8 +69,9 @@ TEST_F(SetUps, AllTheirEffectsAreOfTheStep) {
 }
 
 TEST_F(SetUps, ItemsOfEachUseHaveLabelsOfTheirOwn) {
-  write("setup/items.jsonl",
-        "{\"drain\":true}\n{\"command\":\"dance\"}\n{\"command\":\"dance\",\"as\":\"b\"}\n");
+  folder_.write(
+      "setup/items.jsonl",
+      "{\"drain\":true}\n{\"command\":\"dance\"}\n{\"command\":\"dance\",\"as\":\"b\"}\n");
   const auto played =
       run("{\"use\":\"items\",\"expect\":[{\"item\":\"#1.2\"},{\"item\":\"b\"}]}\n"
           "{\"use\":\"items\",\"expect\":[{\"item\":\"#2.2\"},{\"item\":\"b\"}]}\n"
@@ -88,8 +82,8 @@ TEST_F(SetUps, ItemsOfEachUseHaveLabelsOfTheirOwn) {
 
 TEST_F(SetUps, HoldWhatTheyAndTheirStepHold) {
   const std::string event = "{\"event\":\"onEnterRoom\",\"args\":[1],\"hold\":true}\n";
-  write("setup/held.jsonl", kEngine + event);
-  write("setup/done.jsonl", kEngine + event + "{\"drain\":true}\n");
+  folder_.write("setup/held.jsonl", kEngine + event);
+  folder_.write("setup/done.jsonl", kEngine + event + "{\"drain\":true}\n");
   const auto entered = [&](const std::string& use) {
     const auto played =
         run(use + "\n{\"get\":\"hasEnterRoom\",\"expect\":[{\"value\":true}]}\n", Mode::check);
@@ -102,9 +96,9 @@ TEST_F(SetUps, HoldWhatTheyAndTheirStepHold) {
 }
 
 TEST_F(SetUps, AreFoundBesideTheScenarioOrAbove) {
-  write("setup/one.jsonl", "{\"get\":\"role\"}\n");
-  write("a/setup/one.jsonl", "{\"get\":\"supportMode\"}\n");
-  write("a/b/c/x", "");
+  folder_.write("setup/one.jsonl", "{\"get\":\"role\"}\n");
+  folder_.write("a/setup/one.jsonl", "{\"get\":\"supportMode\"}\n");
+  folder_.write("a/b/c/x", "");
   const auto of = [&](const std::string& folder) {
     const auto near = run(R"({"use":"one","expect":[{"of":"supportMode"}]})", Mode::check, folder);
     EXPECT_NE(near.status, kUnreadable) << near.err;
@@ -117,7 +111,7 @@ TEST_F(SetUps, AreFoundBesideTheScenarioOrAbove) {
 }
 
 TEST_F(SetUps, MayFollowEachRow) {
-  write("setup/end.jsonl", "{\"command\":\"uninitSDK\"}\n{\"command\":\"dance\"}\n");
+  folder_.write("setup/end.jsonl", "{\"command\":\"uninitSDK\"}\n{\"command\":\"dance\"}\n");
   const auto played =
       run("{\"rows\":\"setLogParams\",\"then\":{\"use\":\"end\",\"partial\":true,"
           "\"expect\":[{\"item\":\"#4.2\"}]}}\n"
@@ -139,8 +133,8 @@ TEST_F(SetUps, ThatAreMissingAreNamed) {
 }
 
 TEST_F(SetUps, HaveANameAndNoPath) {
-  write("setup/engine.jsonl", kEngine);
-  write("engine.jsonl", kEngine);
+  folder_.write("setup/engine.jsonl", kEngine);
+  folder_.write("engine.jsonl", kEngine);
   for (const std::string name : {"", ".", "../engine", "engine.jsonl", "a/b", "en gine"}) {
     EXPECT_EQ(why("{\"use\":\"" + name + "\"}"),
               "use must name a set-up by letters, digits, \"_\" and \"-\", not \"" + name + "\"");
@@ -164,10 +158,10 @@ TEST_F(SetUps, AreToldTheirErrorsWithTheirLine) {
       {R"({"new":true})", "the host has a router already"},
   };
   for (const auto& [line, error] : errors) {
-    write("setup/bad.jsonl", kEngine + line + "\n");
+    folder_.write("setup/bad.jsonl", kEngine + line + "\n");
     EXPECT_EQ(why(R"({"use":"bad"})"), "set-up \"bad\", line 4: " + error);
   }
-  write("setup/bad.jsonl", "# nothing\n\n");
+  folder_.write("setup/bad.jsonl", "# nothing\n\n");
   EXPECT_EQ(why(R"({"use":"bad"})"), "set-up \"bad\" has no steps");
 }
 

@@ -4,8 +4,6 @@
 
 #include <csignal>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -19,16 +17,6 @@ namespace {
 
 class Suite : public testing::Test {
  protected:
-  std::string write(const std::string& name, const std::string& text) {
-    const std::filesystem::path path(folder_.file(name));
-    std::filesystem::create_directories(path.parent_path());
-    std::ofstream(path) << text;
-    return path.string();
-  }
-  static std::string read(const std::string& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
   ExitStatus check(const std::vector<std::string>& paths, const std::string& junit = {}) {
     out_.str({});
     err_.str({});
@@ -45,25 +33,25 @@ const std::string kFails = "{\"get\":\"role\",\"expect\":[{\"value\":20}]}\n";
 const std::string kWrong = "{\"gte\":\"role\"}\n";
 
 TEST_F(Suite, ChecksWhatLiesBelowAFolder) {
-  write("suite/b.jsonl", kGood);
-  write("suite/a/x.jsonl", kGood + kGood);
-  write("suite/a/notes.txt", "no scenario");
-  write("suite/a/setup/x.jsonl", kFails);
+  folder_.write("suite/b.jsonl", kGood);
+  folder_.write("suite/a/x.jsonl", kGood + kGood);
+  folder_.write("suite/a/notes.txt", "no scenario");
+  folder_.write("suite/a/setup/x.jsonl", kFails);
   EXPECT_EQ(check({folder_.file("suite")}), kDone);
   EXPECT_EQ(out_.str(), "2 scenarios, 3 steps, 3 expectations, 0 failed\n");
   EXPECT_EQ(err_.str(), "");
 }
 
 TEST_F(Suite, HasALineForEachFailureByName) {
-  const auto c = write("suite/c.jsonl", kGood + kFails + kFails);
-  const auto a = write("suite/a/x.jsonl", kFails);
+  const auto c = folder_.write("suite/c.jsonl", kGood + kFails + kFails);
+  const auto a = folder_.write("suite/a/x.jsonl", kFails);
   const auto why = ": value of role has value null, was 20 (effect 1, /value)\n";
   EXPECT_EQ(check({folder_.file("suite")}), kExpectationFailed);
   EXPECT_EQ(out_.str(), a + ": line 1, step 1" + why + c + ": line 2, step 2" + why + c +
                             ": line 3, step 3" + why +
                             "2 scenarios, 4 steps, 4 expectations, 2 failed\n");
 
-  const auto b = write("suite/b.jsonl", kGood + kWrong);
+  const auto b = folder_.write("suite/b.jsonl", kGood + kWrong);
   EXPECT_EQ(check({b, a}), kUnreadable) << "the worst of all";
   EXPECT_EQ(out_.str(), b + ": line 2: unknown verb \"gte\"; did you mean \"get\"?\n" + a +
                             ": line 1, step 1" + why +
@@ -71,8 +59,8 @@ TEST_F(Suite, HasALineForEachFailureByName) {
 }
 
 TEST_F(Suite, OfAPartThatDidNotComeItTellsTheNearest) {
-  const auto a =
-      write("a.jsonl", "{\"get\":\"role\",\"partial\":true,\"expect\":[{\"of\":\"roll\"}]}\n");
+  const auto a = folder_.write(
+      "a.jsonl", "{\"get\":\"role\",\"partial\":true,\"expect\":[{\"of\":\"roll\"}]}\n");
   EXPECT_EQ(check({a, a}), kExpectationFailed);
   const auto line = a +
                     ": line 1, step 1: an effect did not come in its place; nearest: value of role "
@@ -82,7 +70,7 @@ TEST_F(Suite, OfAPartThatDidNotComeItTellsTheNearest) {
 
 TEST_F(Suite, SaysWhatCantBeRead) {
   std::filesystem::create_directories(folder_.file("empty/setup"));
-  const auto good = write("good.jsonl", kGood);
+  const auto good = folder_.write("good.jsonl", kGood);
   EXPECT_EQ(check({folder_.file("empty"), good}), kUnreadable);
   EXPECT_EQ(err_.str(), folder_.file("empty") + " has no scenarios\n");
   EXPECT_EQ(out_.str(), "1 scenario, 1 step, 1 expectation, 0 failed\n");
@@ -96,11 +84,11 @@ TEST_F(Suite, SaysWhatCantBeRead) {
 }
 
 TEST_F(Suite, WritesAReport) {
-  write("suite/a/good.jsonl", kGood);
-  write("suite/b/fails.jsonl", kFails);
-  write("suite/b/wrong.jsonl", kWrong);
+  folder_.write("suite/a/good.jsonl", kGood);
+  folder_.write("suite/b/fails.jsonl", kFails);
+  folder_.write("suite/b/wrong.jsonl", kWrong);
   EXPECT_EQ(check({folder_.file("suite")}, folder_.file("report.xml")), kUnreadable);
-  const auto report = read(folder_.file("report.xml"));
+  const auto report = textOf(folder_.file("report.xml"));
   for (const std::string part :
        {"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
         "<testsuites name=\"vemo-replay\" tests=\"3\" failures=\"1\" errors=\"1\" skipped=\"0\" ",

@@ -118,27 +118,92 @@ TEST_F(PhoneTest, NotesHoldNoSignature) {
   EXPECT_TRUE(speedTest);
 }
 
+/// The lines that a page was told of recordings, one text for each that is over.
+std::vector<std::string> recordings(const FakePage& page) {
+  std::vector<std::string> all;
+  std::string text;
+  for (const auto& frame : page.frames("recorded")) {
+    if (frame.contains("over")) {
+      all.push_back(std::exchange(text, {}));
+    } else {
+      text += frame.at("text").as_string();
+    }
+  }
+  return all;
+}
+
+Recording readBack(const std::string& text) {
+  std::istringstream in(text);
+  std::string error;
+  const auto recording = readRecording(in, error);
+  EXPECT_TRUE(recording) << error;
+  return recording.value_or(Recording());
+}
+
+/// How many of the notes have this text as that member.
+std::ptrdiff_t count(const Recording& recording, std::string_view key, std::string_view value) {
+  return std::ranges::count_if(recording.notes, [&](const RecordedNote& note) {
+    const auto* const member = note.what.if_contains(key);
+    return member && member->is_string() && member->as_string() == value;
+  });
+}
+
 TEST_F(PhoneTest, GivesTheRecordingOfItsLastMinutes) {
   const auto ada = entered("ada");
   frame(ada, {{"kind", "save"}});
   ASSERT_EQ(ada.page->frames("saved").size(), 1U);
-  const std::string text(ada.page->frames("saved")[0].at("text").as_string());
-  std::istringstream in(text);
-  std::string error;
-  const auto recording = readRecording(in, error);
-  ASSERT_TRUE(recording) << error;
-  EXPECT_TRUE(recording->whole);
-  const auto is = [](const RecordedNote& note, std::string_view key, std::string_view value) {
-    const auto* const member = note.what.if_contains(key);
-    return member && member->is_string() && member->as_string() == value;
-  };
-  EXPECT_EQ(
-      std::ranges::count_if(recording->notes,
-                            [&](const auto& note) { return is(note, "event", "onEnterRoom"); }),
-      1);
-  EXPECT_EQ(std::ranges::count_if(recording->notes,
-                                  [&](const auto& note) { return is(note, "call", "enterRoom"); }),
-            1);
+  const auto recording = readBack(std::string(ada.page->frames("saved")[0].at("text").as_string()));
+  EXPECT_TRUE(recording.whole);
+  EXPECT_EQ(count(recording, "event", "onEnterRoom"), 1);
+  EXPECT_EQ(count(recording, "call", "enterRoom"), 1);
+}
+
+TEST_F(PhoneTest, TellsItsRecordingFromTheBeginningWhileItIsAskedTo) {
+  const auto ada = entered("ada");
+  frame(ada, {{"kind", "record"}, {"on", true}});
+  frame(ada, {{"kind", "record"}, {"on", true}});  // it is on already
+  command(ada, "muteLocalAudio", {{"mute", true}}, "first");
+  frame(ada, {{"kind", "record"}, {"on", false}});
+  command(ada, "muteLocalAudio", {{"mute", true}}, "second");
+  frame(ada, {{"kind", "record"}, {"on", true}});
+  frame(ada, {{"kind", "record"}, {"on", false}});
+  frame(ada, {{"kind", "record"}, {"on", false}});
+  EXPECT_EQ(ada.problem(), "");
+
+  const auto told = recordings(*ada.page);
+  ASSERT_EQ(told.size(), 2U);
+  for (std::size_t i = 0; i < told.size(); ++i) {
+    const auto recording = readBack(told[i]);
+    EXPECT_TRUE(recording.whole);
+    EXPECT_EQ(count(recording, "event", "onEnterRoom"), 1) << "of before it was asked for";
+    EXPECT_EQ(count(recording, "call", "enterRoom"), 1);
+    EXPECT_EQ(count(recording, "call", "muteLocalAudio"),
+              static_cast<std::ptrdiff_t>(i) + 1);
+  }
+}
+
+TEST_F(PhoneTest, ARecordingThatIsReadSlowlySaysWhatIsMissing) {
+  const auto ada = entered("ada");
+  ada.page->unsent = std::size_t{8} << 20U;
+  frame(ada, {{"kind", "record"}, {"on", true}});
+  ada.page->unsent = 0;
+  command(ada, "muteLocalAudio", {{"mute", true}}, "volume");
+  frame(ada, {{"kind", "record"}, {"on", false}});
+  const auto told = recordings(*ada.page);
+  ASSERT_EQ(told.size(), 1U);
+  EXPECT_FALSE(readBack(told[0]).whole);
+  EXPECT_NE(told[0].find("\n{\"lost\":"), std::string::npos) << told[0].substr(0, 200);
+  EXPECT_NE(told[0].find("muteLocalAudio"), std::string::npos);
+}
+
+TEST_F(PhoneTest, WhatIsWrittenToAFileIsNotRecordedOnceMore) {
+  environment_.streamSession = [](auto) { return std::make_shared<int>(); };
+  const auto ada = connect();
+  frame(ada, {{"kind", "record"}, {"on", true}});
+  EXPECT_EQ(ada.problem(), "the simulator writes the whole session to a file already (--record)");
+  frame(ada, {{"kind", "record"}});
+  EXPECT_EQ(ada.problem(), "it doesn't say whether to record");
+  EXPECT_TRUE(ada.page->frames("recorded").empty());
 }
 
 }  // namespace

@@ -248,6 +248,11 @@ TEST_F(WebServerTest, ServesAPageOfItsOwnFolder) {
   EXPECT_EQ(script[http::field::content_type], "text/javascript; charset=utf-8");
   EXPECT_EQ(get("/page.json").body(), R"({"page":"/page/"})");
   EXPECT_EQ(get("/page.json?x").body(), R"({"page":"/page/"})");
+  // What the page names from the root of its own server.
+  EXPECT_EQ(get("/more%20of%20it/").body(), "<p>more</p>");
+  EXPECT_EQ(get("/more%20of%20it/")[kPolicy], "frame-ancestors 'self'");
+  EXPECT_EQ(get("/").body(), "<p>index</p>") << "the shell's own goes first";
+  EXPECT_EQ(get("/none.js").result(), http::status::not_found);
   // A page may do what it does elsewhere; the shell may not.
   EXPECT_EQ(get("/page/")[kPolicy], "frame-ancestors 'self'");
   EXPECT_NE(get("/")[kPolicy].find("default-src 'self'"), std::string::npos);

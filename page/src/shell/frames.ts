@@ -48,6 +48,9 @@ export type FromPhone =
   | { kind: 'openSettings' }
   /** The recording of the last minutes: the text of a .vemorec file. */
   | { kind: 'saved'; text: string }
+  /** The next lines of the recording that is under way, or its end. */
+  | { kind: 'recorded'; text: string }
+  | { kind: 'recorded'; over: true }
   | { kind: 'broadcastPicker' }
   | { kind: 'pictures'; pictures: Picture[] }
   | { kind: 'image'; id: number; width: number; height: number; rgba: string }
@@ -97,5 +100,7 @@ export type ToPhone =
   | { kind: 'pictures' }
   /** Asks for the recording of the last minutes. */
   | { kind: 'save' }
+  /** Whether the recording is to be told as it goes on. */
+  | { kind: 'record'; on: boolean }
   /** Whether what happens at the router is to be told. */
   | { kind: 'note'; on: boolean };

@@ -3,16 +3,29 @@
 
 import { connect, connected, type ToPage } from '../../client/src/frames.js';
 
+export interface PageNotice {
+  text: string;
+  /** A page may be there, and is to be seen. */
+  hasPage: boolean;
+}
+
 export interface PageWatcher {
   /** A page has come; what was before is gone. */
   onPage(port: MessagePort): void;
-  /** What keeps the page from being there, for whoever looks at the phone; nothing any more. */
-  onNotice(text: string | undefined): void;
+  /** What whoever looks at the phone should know of the page; nothing any more. */
+  onNotice(notice: PageNotice | undefined): void;
   /** Something of the page was refused. */
   onProblem(text: string): void;
 }
 
+/** What the page's own policy keeps out of the frames; told before such a frame has loaded nothing. */
+let keptOut: string | undefined;
+addEventListener('securitypolicyviolation', ({ effectiveDirective, blockedURI }) => {
+  if (effectiveDirective === 'frame-src') keptOut = blockedURI;
+});
+
 const lookEveryMs = 1000;
+const silentMs = 5000;
 const reloadWithinMs = 1500;
 // A page that reloads in a loop gets its phones one after another, so that it keeps nobody waiting.
 const soonMs = 5000;
@@ -24,6 +37,9 @@ export class PageFrame {
   private address: URL | undefined;
   private port: MessagePort | undefined;
   private reloading = 0;
+  /** Counts down to what is said of a page that asks for no phone. */
+  private silence = 0;
+  private hasAsked = false;
   private looking = 0;
   private came: number[] = [];
 
@@ -34,7 +50,7 @@ export class PageFrame {
     private readonly watcher: PageWatcher,
   ) {
     addEventListener('message', this.heard);
-    frame.addEventListener('load', () => clearTimeout(this.reloading));
+    frame.addEventListener('load', () => this.loaded());
     void this.open();
   }
 
@@ -43,6 +59,7 @@ export class PageFrame {
     removeEventListener('message', this.heard);
     clearTimeout(this.looking);
     clearTimeout(this.reloading);
+    this.endSilence();
     this.port?.close();
   }
 
@@ -75,14 +92,53 @@ export class PageFrame {
     clearTimeout(this.looking);
     const { href, origin } = (this.address ??= await pageAddress(this.query));
     if (origin !== location.origin && !(await answers(href))) {
-      this.watcher.onNotice(
-        `Nothing answers at ${href} yet. Start its server: the page opens here as soon as it is there.`,
-      );
+      const untrusted = href.startsWith('https:')
+        ? ' If it runs, this browser does not trust its certificate: open the address in a tab of its own, and accept it there.'
+        : '';
+      this.watcher.onNotice({
+        text: `Nothing answers at ${href} yet. Start its server: the page opens here as soon as it is there.${untrusted}`,
+        hasPage: false,
+      });
       this.looking = window.setTimeout(() => void this.open(), lookEveryMs);
       return;
     }
     this.watcher.onNotice(undefined);
     this.frame.src = href;
+  }
+
+  // A page asks for its phone while it loads, or later.
+  private loaded(): void {
+    clearTimeout(this.reloading);
+    this.endSilence();
+    if (!this.frame.src) return; // the browser's own empty page
+    const elsewhere = keptOut;
+    keptOut = undefined;
+    if (elsewhere !== undefined) {
+      const named = this.address?.origin;
+      const text = `The page leads to ${elsewhere}, and this phone was given ${named} alone.`;
+      this.watcher.onProblem(text);
+      return this.watcher.onNotice({
+        text: `${text} Start the simulator with --page-url and the address that it leads to.`,
+        hasPage: false,
+      });
+    }
+    if (this.hasAsked) this.hasAsked = false;
+    else this.silence = window.setTimeout(() => this.isSilent(), silentMs);
+  }
+
+  private isSilent(): void {
+    this.silence = 0;
+    const text = 'The page has loaded and has not asked for its phone.';
+    this.watcher.onProblem(text);
+    this.watcher.onNotice({
+      text: `${text} Does it use vemo-client? If it stays empty, its server forbids to frame it (X-Frame-Options, frame-ancestors).`,
+      hasPage: true,
+    });
+  }
+
+  private endSilence(): void {
+    clearTimeout(this.silence);
+    this.silence = 0;
   }
 
   private readonly heard = ({ source, origin, data }: MessageEvent): void => {
@@ -94,6 +150,9 @@ export class PageFrame {
       );
       return;
     }
+    this.hasAsked = this.silence === 0; // else it has loaded before it asked
+    this.endSilence();
+    this.watcher.onNotice(undefined);
     const { port1, port2 } = new MessageChannel();
     this.port?.close();
     this.port = port1;

@@ -6,8 +6,9 @@ import type { Places } from '../../client/src/frames.js';
 import { broadcastWords } from './frames';
 import type { FromPhone, Picture, PhoneSettings, ToPhone } from './frames';
 import { PhoneLink, type LinkState, type LinkWatcher } from './link';
-import type { PageFrame } from './pageFrame';
+import type { PageFrame, PageNotice } from './pageFrame';
 import { PhoneMemory } from './phoneMemory';
+import { SessionRecorder } from './session/sessionRecorder';
 import { Conversation } from './timeline/conversation';
 import { deviceStep } from './timeline/exports';
 import { Timeline, type Remark, type Row } from './timeline/timeline';
@@ -51,6 +52,7 @@ export class PhoneModel {
   readonly conversation = new Conversation(this.timeline);
   readonly memory: PhoneMemory;
   readonly link: PhoneLink;
+  readonly recorder: SessionRecorder;
   messageFilter: Filter = passAll;
   scriptFilter: Filter = passAll;
   lintPrompt: (media: 'camera' | 'microphone') => Remark[] = () => [];
@@ -69,8 +71,8 @@ export class PhoneModel {
   readonly busy = signal(0);
   /** Where the page wants the pictures. */
   readonly places = signal<Places>({ views: [], above: [] });
-  /** Why the page is not there, for whoever looks at the phone. */
-  readonly notice = signal<string | undefined>(undefined);
+  /** What whoever looks at the phone should know of its page. */
+  readonly notice = signal<PageNotice | undefined>(undefined);
   /** Its page; set while it is on the desk. */
   page: PageFrame | undefined;
 
@@ -88,11 +90,17 @@ export class PhoneModel {
     this.device = signal(device);
     this.memory = new PhoneMemory(number === 1 ? 'vemo.phone' : `vemo.phone.${number}`);
     this.link = new PhoneLink(this.watcher(), this.memory);
+    this.recorder = new SessionRecorder(this.fileName, (frame) => this.send(frame));
   }
 
   /** What the application in the phone is called. */
   get application(): string | undefined {
     return this.settings.value?.bundle['CFBundleName'];
+  }
+
+  /** What the files that are saved of it begin with. */
+  get fileName(): string {
+    return this.name.toLowerCase().replace(' ', '-');
   }
 
   /** Sends one frame; lost when there is no phone. */
@@ -167,7 +175,8 @@ export class PhoneModel {
 
   private changeState(state: LinkState): void {
     this.state.value = state;
-    if (state === 'ready') return;
+    if (state === 'ready') return this.recorder.phoneCame();
+    this.recorder.phoneWent();
     for (const saver of this.savers.splice(0)) saver(undefined);
     this.waitingDialogs.length = 0;
     this.images.clear();
@@ -206,10 +215,13 @@ export class PhoneModel {
         return void this.images.set(frame.id, frame);
       case 'saved':
         return this.savers.shift()?.(frame.text);
+      case 'recorded':
+        return this.recorder.take(frame);
       case 'noted':
         return this.conversation.noted(frame);
       case 'problem':
         this.lastProblem.value = frame;
+        if (frame.frame === 'record') this.recorder.refused(frame.text);
         return this.problem(frame.text);
     }
   }
@@ -251,6 +263,7 @@ export class PhoneModel {
           : `${frame.delay} ms, ${frame.upLoss} % lost up, ${frame.downLoss} % down`;
       this.timeline.add({ kind: 'network', title, text: JSON.stringify(frame) });
     }
+    if (frame.kind === 'record') this.timeline.add({ kind: 'note', title: frame.on ? 'It is recorded' : 'It is not recorded any more' });
     if (frame.kind === 'broadcast')
       this.timeline.add({
         kind: 'press',

@@ -10,6 +10,7 @@ import { Overlays } from './overlays';
 import { PageFrame } from './pageFrame';
 import type { PhoneModel } from './phoneModel';
 import './phoneView.css';
+import { RecordingBadge } from './session/sessionPage';
 import { FaultBadge } from './tools/faultsPage';
 import { pageQuery } from './tools/profile';
 import { usePageLook } from './tools/pageLook';
@@ -28,7 +29,7 @@ export function PhoneView({ phone, workbench }: { phone: PhoneModel; workbench: 
     const query = pageQuery(phone.memory.look);
     const page = new PageFrame(frame.current!, query, {
       onPage: (port) => phone.link.attach(port),
-      onNotice: (text) => (phone.notice.value = text),
+      onNotice: (notice) => (phone.notice.value = notice),
       onProblem: (text) => phone.problem(text),
     });
     const drawn = new NativeViews(views.current!, phone);
@@ -68,9 +69,9 @@ export function PhoneView({ phone, workbench }: { phone: PhoneModel; workbench: 
         </div>
         <div class="screen">
           <iframe ref={frame} name={`phone-${phone.number}`} class="web-view" title={`Page of ${phone.name}`} />
-          {phone.notice.value !== undefined && (
-            <p class="page-notice" role="status">
-              {phone.notice}
+          {phone.notice.value && (
+            <p class="page-notice" role="status" data-beside={phone.notice.value.hasPage}>
+              {phone.notice.value.text}
             </p>
           )}
           <div ref={views} class="native-views" aria-hidden="true" />
@@ -94,6 +95,7 @@ export function PhoneTools({ phone, workbench }: { phone: PhoneModel; workbench:
   const choose = (kind: 'phone' | 'tablet') => () => (phone.device.value = kind);
   return (
     <div class="phone-tools">
+      <RecordingBadge phone={phone} show={() => workbench.showPage(phone, 'Sessions')} />
       <FaultBadge phone={phone} show={() => workbench.showPage(phone, 'Faults')} />
       <div class="segmented" role="group" aria-label="Size">
         <IconButton name="phone" title="Phone" press={choose('phone')} aria-pressed={device === 'phone'} />

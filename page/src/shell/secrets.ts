@@ -3,18 +3,22 @@
 const secretKey = 'userSig';
 const mask = '•••';
 
+// Each letter may stand as it is or be escaped, behind more backslashes in texts within texts.
+const secretKeyAsWritten = new RegExp(
+  [...secretKey].map((letter) => `(?:${letter}|\\\\+u00${letter.charCodeAt(0).toString(16)})`).join(''),
+);
+
 /** A page message or script's text with the values of signatures masked. */
 export function withoutSecrets(text: string): string {
-  if (!text.includes(secretKey)) return text;
-  let value: unknown;
+  const key = secretKeyAsWritten.exec(text);
+  if (!key) return text;
   try {
-    value = JSON.parse(text);
+    return JSON.stringify(JSON.parse(text), (name, part: unknown) => {
+      if (name === secretKey) return mask;
+      return typeof part === 'string' ? withoutSecrets(part) : part; // JSON within a text
+    });
   } catch {
     // What can't be read is cut off there: nothing tells where the signature ends.
-    return text.slice(0, text.indexOf(secretKey) + secretKey.length) + mask;
+    return text.slice(0, key.index + key[0].length) + mask;
   }
-  return JSON.stringify(value, (key, part: unknown) => {
-    if (key === secretKey) return mask;
-    return typeof part === 'string' ? withoutSecrets(part) : part; // JSON within a text
-  });
 }

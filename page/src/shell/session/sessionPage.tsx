@@ -8,6 +8,7 @@ import { RowList } from '../timeline/rowList';
 import type { Workbench } from '../workbench';
 import { Playback } from './playback';
 import { Session, SessionError } from './session';
+import '../tools/tools.css';
 import './session.css';
 
 export function SessionPage({ phone, workbench }: { phone: PhoneModel; workbench: Workbench }) {
@@ -15,15 +16,14 @@ export function SessionPage({ phone, workbench }: { phone: PhoneModel; workbench
   const problem = useSignal<string | undefined>(undefined);
   const isDropping = useSignal(false);
   const chooser = useRef<HTMLInputElement>(null);
-  const open = async (file: File | undefined) => {
-    if (!file) return;
+  const open = async (name: string, file: Blob) => {
     try {
-      const session = Session.read(file.name, await file.text());
+      const session = Session.read(name, await file.text());
       opened.peek()?.rewind();
       opened.value = new Playback(session);
       problem.value = undefined;
     } catch (error) {
-      problem.value = error instanceof SessionError ? error.message : `${file.name} can’t be read.`;
+      problem.value = error instanceof SessionError ? error.message : `${name} can’t be read.`;
     }
   };
   return (
@@ -38,7 +38,8 @@ export function SessionPage({ phone, workbench }: { phone: PhoneModel; workbench
       onDrop={(event) => {
         event.preventDefault();
         isDropping.value = false;
-        void open(event.dataTransfer?.files[0]);
+        const file = event.dataTransfer?.files[0];
+        if (file) void open(file.name, file);
       }}
     >
       <div class="session-tools">
@@ -51,12 +52,14 @@ export function SessionPage({ phone, workbench }: { phone: PhoneModel; workbench
           hidden
           accept=".vemorec,.jsonl"
           onChange={({ currentTarget }) => {
-            void open(currentTarget.files?.[0]);
+            const file = currentTarget.files?.[0];
+            if (file) void open(file.name, file);
             currentTarget.value = '';
           }}
         />
         <SaveButton phone={phone} />
       </div>
+      <Recording phone={phone} open={open} />
       {problem.value !== undefined && (
         <p class="session-problem" role="alert">
           {problem}
@@ -68,7 +71,7 @@ export function SessionPage({ phone, workbench }: { phone: PhoneModel; workbench
         <div class="session-about">
           <p>
             “Save the last minutes” keeps what went into this phone’s router and what came out, up to ten
-            minutes, as a recording. <code>./run --record DIR</code> keeps whole sessions.
+            minutes, as a recording. “Record” does so for longer, until it is switched off or the page goes.
           </p>
           <p>
             Open a recording (.vemorec) or a scenario (.jsonl), or drop it here, to play it step by step and see
@@ -88,7 +91,7 @@ function SaveButton({ phone }: { phone: PhoneModel }) {
       said.value = 'Nothing was saved: there is no phone.';
       return;
     }
-    const name = `${phone.name.toLowerCase().replace(' ', '-')}.vemorec`;
+    const name = `${phone.fileName}.vemorec`;
     saveFile(name, text);
     said.value = `Saved ${name}.`;
   };
@@ -101,6 +104,75 @@ function SaveButton({ phone }: { phone: PhoneModel }) {
         {said}
       </span>
     </>
+  );
+}
+
+/** The switch, and what was recorded. */
+function Recording(props: { phone: PhoneModel; open: (name: string, file: Blob) => Promise<void> }) {
+  const { phone, open } = props;
+  const { isOn, problem, sessions } = phone.recorder;
+  return (
+    <section class="session-recording" aria-label="Recording">
+      <label class="tool-switch" data-on={isOn}>
+        <input
+          type="checkbox"
+          role="switch"
+          checked={isOn}
+          disabled={phone.state.value !== 'ready' && !isOn.value}
+          onChange={({ currentTarget }) => phone.recorder.turn(currentTarget.checked)}
+        />
+        <span>Record</span>
+      </label>
+      <p class="session-problem" role="status">
+        {problem}
+      </p>
+      {sessions.value.length > 0 && (
+        <>
+          <ul aria-label="Recorded sessions">
+            {sessions.value.map((session) => {
+              const { name, ended, file } = session;
+              return (
+                <li key={name}>
+                  <p>
+                    <strong>{name}</strong>{' '}
+                    <span class="tool-note">
+                      until {new Date(ended).toTimeString().slice(0, 8)}, {Math.ceil(file.size / 1000)} kB
+                    </span>
+                  </p>
+                  <div class="tool-actions">
+                    <button type="button" class="small" aria-label={`Save ${name}`} onClick={() => saveFile(name, file)}>
+                      Save
+                    </button>
+                    <button type="button" class="small" aria-label={`Open ${name}`} onClick={() => void open(name, file)}>
+                      Open
+                    </button>
+                    <button
+                      type="button"
+                      class="small"
+                      aria-label={`Forget ${name}`}
+                      onClick={() => phone.recorder.forget(session)}
+                    >
+                      Forget
+                    </button>
+                  </div>
+                </li>
+              );
+            })}
+          </ul>
+          <p class="tool-note">What is not saved is gone when this window is reloaded.</p>
+        </>
+      )}
+    </section>
+  );
+}
+
+/** Says at a phone that it is recorded. */
+export function RecordingBadge({ phone, show }: { phone: PhoneModel; show: () => void }) {
+  if (!phone.recorder.isOn.value) return null;
+  return (
+    <button type="button" class="badge" onClick={show}>
+      Recording
+    </button>
   );
 }
 

@@ -48,7 +48,7 @@ export class Conversation {
     this.untold = [];
     this.doing.clear();
     this.steps = new Map();
-    this.timeline.changed();
+    this.timeline.revise();
   }
 
   /** A page message on its way to the phone. */
@@ -170,7 +170,7 @@ export class Conversation {
     // Events are told in the order in which they came: the earlier ones of that name were not.
     this.untold.splice(at, 1);
     row.text = text;
-    this.timeline.changed();
+    this.timeline.revise(row);
     return true;
   }
 

@@ -50,16 +50,20 @@ export const firstFilter: Filter = {
 /** The rows that are shown; brought up to date by `update`, which does no more than is needed. */
 export class Lines {
   rows: Row[] = [];
+  /** How often they have come to look otherwise. */
+  changes = 0;
   private filter: Filter | undefined;
   private opened = -1;
   private reshaped = -1;
   private revised = -1;
+  private changedPeriodic = -1;
+  private threads = 0;
   private lastId = 0;
   private search = 0;
   private pattern: RegExp | undefined;
 
-  /** `opened` counts the changes of what `isOpen` says. */
-  update(timeline: Timeline, filter: Filter, isOpen: (row: Row) => boolean, opened: number): void {
+  /** Returns `changes`; `opened` counts the changes of what `isOpen` says. */
+  update(timeline: Timeline, filter: Filter, isOpen: (row: Row) => boolean, opened: number): number {
     if (filter.search !== this.filter?.search) {
       this.search += 1;
       this.pattern = filter.search
@@ -71,11 +75,15 @@ export class Lines {
       filter !== this.filter ||
       opened !== this.opened ||
       timeline.reshaped !== this.reshaped ||
+      (filter.periodic && timeline.changedPeriodic !== this.changedPeriodic) ||
       (looksBack && timeline.revised !== this.revised);
+    const isRevised = timeline.revised !== this.revised || timeline.threads.length !== this.threads;
     this.filter = filter;
     this.opened = opened;
     this.reshaped = timeline.reshaped;
     this.revised = timeline.revised;
+    this.changedPeriodic = timeline.changedPeriodic;
+    this.threads = timeline.threads.length;
     const { rows } = timeline;
     let first = 0;
     if (anew) {
@@ -84,8 +92,11 @@ export class Lines {
       first = rows.length;
       while (first > 0 && rows[first - 1]!.id > this.lastId) --first;
     }
+    const shown = this.rows.length;
     for (let at = first; at < rows.length; ++at) this.show(rows[at]!, filter, isOpen);
     this.lastId = rows[rows.length - 1]?.id ?? 0;
+    if (anew || isRevised || this.rows.length > shown) this.changes += 1;
+    return this.changes;
   }
 
   private show(row: Row, filter: Filter, isOpen: (row: Row) => boolean): void {

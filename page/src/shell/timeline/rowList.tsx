@@ -126,13 +126,26 @@ export function RowList(props: { shown: Told; phone?: PhoneModel; copy?: (row: R
             );
           })}
         </div>
-        {rows.length === 0 && <p class="rows-none">{timeline.count ? 'No row fits.' : 'Nothing has happened yet.'}</p>}
+        {rows.length === 0 && <NoRows shown={shown} />}
       </div>
-      <p class="rows-count">
-        {inWords(rows.length)} shown, {inWords(timeline.count)} kept
-        {timeline.dropped > 0 && `, the oldest ${inWords(timeline.dropped)} dropped`}
-      </p>
+      <RowsCount shown={shown} />
     </>
+  );
+}
+
+function NoRows({ shown: { timeline } }: { shown: Told }) {
+  timeline.version.value;
+  return <p class="rows-none">{timeline.count ? 'No row fits.' : 'Nothing has happened yet.'}</p>;
+}
+
+// It changes more often than the rows that are shown.
+function RowsCount({ shown: { timeline, timelineView } }: { shown: Told }) {
+  timeline.version.value;
+  return (
+    <p class="rows-count">
+      {inWords(timelineView.rows.length)} shown, {inWords(timeline.count)} kept
+      {timeline.dropped > 0 && `, the oldest ${inWords(timeline.dropped)} dropped`}
+    </p>
   );
 }
 

@@ -73,7 +73,7 @@ export function RowHead(props: { row: Row; showsSecrets: boolean; threads: reado
       </span>
       <span class="what">
         <span class="name">{shown(row.title)}</span>
-        <span class="brief">{brief(row, shown)}</span>
+        <span class="brief">{brief(row, shown) || null}</span>
       </span>
       <Outcome row={row} shown={shown} />
     </>

@@ -109,7 +109,7 @@ export interface Limits {
   characters: number;
 }
 
-const littleMs = 500;
+const littleMs = 1000;
 const limits: Limits = { rows: 100_000, characters: 64_000_000 };
 
 /**
@@ -131,6 +131,8 @@ export class Timeline {
   reshaped = 0;
   /** How often something about earlier rows has changed: an answer, a remark. */
   revised = 0;
+  /** The same two of rows that come again and again, which mostly nobody sees. */
+  changedPeriodic = 0;
   /** Where rows have happened, the page first. */
   readonly threads = ['page'];
   private characters = 0;
@@ -154,7 +156,8 @@ export class Timeline {
       this.revised += 1;
     } else {
       (cause.beneath ??= []).push(row);
-      this.reshaped += 1;
+      if (row.periodic) this.changedPeriodic += 1;
+      else this.reshaped += 1;
     }
     this.count += 1;
     this.characters += row.text.length;
@@ -168,11 +171,15 @@ export class Timeline {
   remark(row: Row, ...remarks: Remark[]): void {
     if (remarks.length === 0) return;
     row.remarks = [...(row.remarks ?? []), ...remarks];
-    this.revise();
+    this.revise(row);
   }
 
-  /** Something about earlier rows has changed otherwise than through this class. */
-  revise(): void {
+  /** Something about an earlier row has changed otherwise than through this class, or about many. */
+  revise(row?: Row): void {
+    if (row?.periodic) {
+      this.changedPeriodic += 1;
+      return this.changedALittle();
+    }
     this.revised += 1;
     this.changed();
   }
@@ -185,8 +192,7 @@ export class Timeline {
     this.changed();
   }
 
-  /** Rows have changed otherwise than through this class. */
-  changed(): void {
+  private changed(): void {
     if (this.scheduled || !this.isWatched) return;
     this.scheduled = true;
     this.nextFrame(() => {

@@ -22,7 +22,7 @@ export function TimelinePage({ phone }: { phone: PhoneModel }) {
     said.value = 'Copied.';
   };
   const save = (ending: string, text: string) => {
-    const name = `${phone.name.toLowerCase().replace(' ', '-')}${ending}`;
+    const name = `${phone.fileName}${ending}`;
     saveFile(name, text);
     said.value = `Saved ${name}.`;
   };

@@ -1,6 +1,6 @@
 // How a time line is looked at; it outlives the closing of the panel.
 
-import { signal } from '@preact/signals';
+import { computed, signal } from '@preact/signals';
 import { firstFilter, Lines, type Filter, type Group } from './lines';
 import type { Row, Timeline } from './timeline';
 
@@ -15,10 +15,15 @@ export class TimelineView {
 
   constructor(private readonly timeline: Timeline) {}
 
+  // Most of what happens is not shown: whoever looks is told of what is.
+  private readonly changes = computed(() => {
+    this.timeline.version.value;
+    return this.lines.update(this.timeline, this.filter.value, (row) => this.isOpen(row), this.foldings.value);
+  });
+
   /** The rows that are shown now. */
   get rows(): readonly Row[] {
-    this.timeline.version.value; // whoever reads this is told when there are more
-    this.lines.update(this.timeline, this.filter.value, (row) => this.isOpen(row), this.foldings.value);
+    this.changes.value;
     return this.lines.rows;
   }
 

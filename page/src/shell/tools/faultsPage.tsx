@@ -236,7 +236,7 @@ export function FaultBadge({ phone, show }: { phone: PhoneModel; show: () => voi
   if (faults.length === 0) return null;
   const text = faults.length === 1 ? '1 fault' : `${faults.length} faults`;
   return (
-    <button type="button" class="fault-badge" title={faults.join('; ')} onClick={show}>
+    <button type="button" class="badge" title={faults.join('; ')} onClick={show}>
       {text}
     </button>
   );

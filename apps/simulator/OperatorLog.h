@@ -9,7 +9,7 @@ namespace vemo {
 /// Tells the operator something: a record of the program's own, of level 4, with the
 /// module "vemo-simulator" and the action name "note". `text` may hold what a page sent;
 /// it is cut where it is long. Any thread.
-void note(VEMOLogger& logger, std::string_view text);
+void tellOperator(VEMOLogger& logger, std::string_view text);
 
 /// Writes down what a phone showed or what was done to it: a record of level 2, with the
 /// module "vemo-simulator". `what` is the kind of the frame that says so, `frame` its text,

@@ -1,4 +1,4 @@
-#include "simulator/Note.h"
+#include "simulator/OperatorLog.h"
 
 #include "platform/VisibleText.h"
 
@@ -19,7 +19,7 @@ void write(VEMOLogger& logger, int level, std::string_view action, std::string_v
 
 }  // namespace
 
-void note(VEMOLogger& logger, std::string_view text) {
+void tellOperator(VEMOLogger& logger, std::string_view text) {
   write(logger, DUNLogParam::kFailure, "note", text);
 }
 
