@@ -125,7 +125,10 @@ Phone::Phone(const PhoneEnvironment& environment, std::shared_ptr<PageSocket> pa
   parts_->services.sendSettings();
 }
 
-Phone::~Phone() = default;
+Phone::~Phone() {
+  // A notification under way keeps the router, which would go on using what the phones share.
+  parts_->extensionNotifications.removeEveryObserver(router_.get());
+}
 
 void Phone::onText(std::string_view text) {
   boost::json::error_code problem;
