@@ -20,8 +20,9 @@ namespace vemo {
 /// Everything that a router is given: references to the platform's pieces.
 ///
 /// Each piece must outlive the router. A router that the host has dropped can live a
-/// little longer, in work that is queued; a host that can't wait for the queue to be
-/// empty puts whatever owns the pieces into `owner`, which the router holds.
+/// little longer, in work that is queued or in a call that is under way; a host that can't
+/// wait for the queue to be empty puts whatever owns the pieces into `owner`, which the
+/// router holds.
 struct Platform {
   KOBUCloudClass& engineClass;
   VEMOLogger& logger;

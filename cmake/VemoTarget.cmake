@@ -22,6 +22,9 @@ if(VEMO_SANITIZE)
     $<$<CXX_COMPILER_ID:GNU>:-Wno-tsan>)
   target_link_options(vemo_options INTERFACE -fsanitize=${VEMO_SANITIZE})
 endif()
+if(VEMO_FUZZ)
+  target_compile_options(vemo_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 # Where the sources lay is in nothing that is installed, so that any two builds are the same.
 target_compile_options(vemo_options INTERFACE
   "$<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=;-ffile-prefix-map=${PROJECT_BINARY_DIR}/include/=>")

@@ -117,7 +117,10 @@ Phone::Phone(const PhoneEnvironment& environment, std::shared_ptr<PageSocket> pa
   parts_->services.sendSettings();
 }
 
-Phone::~Phone() = default;
+Phone::~Phone() {
+  // A notification under way keeps the router, which would go on using what the phones share.
+  parts_->extensionNotifications.removeEveryObserver(router_.get());
+}
 
 struct Phone::FrameKind {
   std::string_view name;

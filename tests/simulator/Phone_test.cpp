@@ -2,6 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <future>
+#include <memory>
+
+#include "platform/ForwardingPlatform.h"
+
 namespace vemo::test {
 namespace {
 
@@ -95,6 +101,41 @@ TEST_F(PhoneTest, BadMessagesAreAnsweredAndTheNextOneWorks) {
   command(user, "initSDK", {}, "init");
   EXPECT_EQ(user.code("init"), 0);
   EXPECT_TRUE(notes_.empty());
+}
+
+/// Holds up whoever queues work on another thread, until the phone has gone or a while has passed.
+class HoldingQueue final : public ForwardingMainQueue {
+ public:
+  using ForwardingMainQueue::ForwardingMainQueue;
+
+  void dispatchAsync(std::function<void()> task) override {
+    if (!isMainThread()) {
+      queueing.set_value();
+      sawItGone = gone.get_future().wait_for(milliseconds(300)) == std::future_status::ready;
+    }
+    ForwardingMainQueue::dispatchAsync(std::move(task));
+  }
+
+  std::promise<void> queueing;
+  std::promise<void> gone;
+  std::atomic<bool> sawItGone = false;
+};
+
+TEST_F(PhoneTest, NothingOfAPhoneGoesOnWhenItHasGone) {
+  HoldingQueue queue(mainQueue_);
+  PhoneEnvironment environment{.cloud = cloud_,
+                               .makeLogger = environment_.makeLogger,
+                               .systemLog = systemLog_,
+                               .mainQueue = queue,
+                               .makeDownloads = environment_.makeDownloads,
+                               .makeImages = environment_.makeImages};
+  auto phone = std::make_unique<Phone>(environment, std::make_shared<FakePage>());
+  phone->onText(R"({"kind":"broadcast","event":"started"})");
+  queue.queueing.get_future().wait();  // on the thread of notifications
+  phone.reset();
+  queue.gone.set_value();
+  EXPECT_FALSE(queue.sawItGone);
+  pass(milliseconds(0));
 }
 
 TEST_F(PhoneTest, FramesThatCannotBeUsedAreToldOf) {
