@@ -21,7 +21,7 @@
 #include <vector>
 
 #include "simulator/Descriptors.h"
-#include "simulator/StaticFiles.h"
+#include "platform/StaticFiles.h"
 
 namespace vemo {
 
