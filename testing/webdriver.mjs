@@ -126,6 +126,11 @@ export class Desktop {
     return stdout.trim();
   }
 
+  /** Presses what lies there on the display. */
+  click(x, y) {
+    return this.xdo('mousemove', String(Math.round(x)), String(Math.round(y)), 'click', '1');
+  }
+
   async stop() {
     await this.ask('DELETE', this.session).catch(() => {});
     await this.driver.stop();

@@ -189,10 +189,8 @@ ClassroomWindow::~ClassroomWindow() {
 
 void ClassroomWindow::load() {
   gtk_widget_hide(GTK_WIDGET(bar_));
-  webkit_web_view_load_uri(view_, environment_.gate.start().c_str());
+  webkit_web_view_load_uri(view_, environment_.start.c_str());
 }
-
-void ClassroomWindow::reload() { load(); }
 
 void ClassroomWindow::close() {
   if (window_) gtk_window_close(window_);

@@ -19,6 +19,7 @@ namespace vemo {
 struct WindowEnvironment {
   DesktopEnvironment phones;
   const PageGate& gate;
+  std::string start;  ///< the address of the page
   WebKitWebContext* context = nullptr;
   Farewells& farewells;
   /// What is put into each page to tell where its native views lie.
@@ -40,9 +41,8 @@ class ClassroomWindow {
   ClassroomWindow(const ClassroomWindow&) = delete;
   ClassroomWindow& operator=(const ClassroomWindow&) = delete;
 
-  /// Opens the page. A driver opens it by itself.
+  /// Opens the page, or opens it anew. A driver opens it by itself.
   void load();
-  void reload();
   void close();
   void showSettings();
   void saveRecording();

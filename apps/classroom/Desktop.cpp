@@ -163,6 +163,7 @@ class Desktop {
                    .makeDownloads = [this] { return downloads_.forRequester(); },
                    .makeImages = [this] { return images_.forRequester(); }},
         .gate = gate_,
+        .start = gate_.start() + (options_.query.empty() ? "" : "?" + options_.query),
         .context = context_,
         .farewells = farewells_,
         .placesScript = textOf(ownPageFolder() / "places.js"),
@@ -206,7 +207,7 @@ class Desktop {
   void addActions() {
     static constexpr std::array<Action, 6> kActions{{
         {"new", "<Primary>n", [](Desktop& self) { self.openWindow().load(); }},
-        {"reload", "<Primary>r", [](Desktop& self) { withActive(self, &ClassroomWindow::reload); }},
+        {"reload", "<Primary>r", [](Desktop& self) { withActive(self, &ClassroomWindow::load); }},
         {"save", "<Primary>s",
          [](Desktop& self) { withActive(self, &ClassroomWindow::saveRecording); }},
         {"settings", "<Primary>comma",

@@ -22,6 +22,7 @@ std::optional<ClassroomOptions> classroomOptionsFrom(const std::vector<std::stri
   const std::map<std::string_view, std::string*> texts{{"--servers-file", &options.serversFile},
                                                        {"--page", &options.pageFolder},
                                                        {"--page-url", &options.pageUrl},
+                                                       {"--query", &options.query},
                                                        {"--log", &options.logFile}};
   const std::map<std::string_view, bool*> flags{{"--test-media", &options.testMedia},
                                                 {"--automation", &options.automation},
@@ -81,6 +82,7 @@ Options:
   --page DIR           show the page in DIR, not the one that belongs to this build
   --page-url URL       show the page at URL (https, or http on this machine); pages of its
                        origin alone are shown and reach the classroom
+  --query TEXT         what the page's address ends with, such as "user=Ada&room=101"
   --windows N          open N windows (1)
   --test-media         test pictures and tones instead of cameras and microphones
   --log FILE           write the log to FILE, not to standard error

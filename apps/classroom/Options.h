@@ -11,6 +11,7 @@ struct ClassroomOptions {
   std::string serversFile;           ///< or a file with one a line
   std::string pageFolder;            ///< of the classroom page; empty: that of the program
   std::string pageUrl;               ///< of another page, on an origin that is named so
+  std::string query;                 ///< that the page's address ends with
   std::string logFile;               ///< empty: standard error
   int windows = 1;
   bool testMedia = false;   ///< test pictures and tones instead of devices

@@ -1,0 +1,202 @@
+// A class in the windows of vemo-classroom: an X server without a screen, a media server, and a driver
+// for the windows; in the network that scripts/own-network makes.
+
+import { execFile } from 'node:child_process';
+import { mkdtemp, rm, writeFile } from 'node:fs/promises';
+import { tmpdir } from 'node:os';
+import { fileURLToPath } from 'node:url';
+import { promisify } from 'node:util';
+import { Desktop, start, startDisplay, until } from './webdriver.mjs';
+
+const run = promisify(execFile);
+const root = fileURLToPath(new URL('..', import.meta.url));
+const address = '10.99.0.1';
+const application = '1400000001';
+const room = '101';
+const page = 'vemo://classroom/classroom.html';
+const phases = { outside: 'body[data-phase=outside]', inside: 'body[data-phase=inside]' };
+
+export class Classroom {
+  /** `allow`: the user has allowed camera and microphone before. `log`: the application's own. */
+  static async start(programs, { width, height, log, allow = false }) {
+    const folder = await mkdtemp(`${tmpdir()}/vemo-classroom-`);
+    const secret = `${folder}/secret`;
+    await writeFile(secret, 'a-secret-for-this-class-alone\n');
+    const serverArgs = ['--secret-file', secret, '--address', address];
+    const server = await start(`${root}server/vemo-server`, serverArgs, { ready: /^ready (.*)$/ });
+    const display = await startDisplay(width, height);
+    const sign = ['--secret-file', secret, '--app', application, '--room', room];
+    const { stdout } = await run(`${programs}/sign/vemo-sign`, sign);
+    if (allow) {
+      const decided = '[vemo://classroom]\ncamera=true\nmicrophone=true\n';
+      await run('mkdir', ['-p', `${folder}/vemo`]);
+      await writeFile(`${folder}/vemo/classroom.ini`, decided);
+    }
+    const env = { DISPLAY: display.name, XDG_CONFIG_HOME: folder, LIBGL_ALWAYS_SOFTWARE: '1', GTK_A11Y: 'none', NO_AT_BRIDGE: '1' };
+    const args = ['--server', server.first[1], '--test-media', '--log', log ?? `${folder}/log`];
+    const desktop = await Desktop.start(`${programs}/classroom/vemo-classroom`, args, env);
+    return new Classroom(desktop, display, server, folder, stdout.trim());
+  }
+
+  constructor(desktop, display, server, folder, signature) {
+    Object.assign(this, { desktop, display, server, folder, signature });
+    /** The ids of the people's windows. */
+    this.known = new Set();
+  }
+
+  /** A window at `place` of the display, for a person. */
+  async open(name, place) {
+    const window = await this.desktop.open('about:blank');
+    const id = await until('the window', async () =>
+      (await this.windowIds()).find((each) => !this.known.has(each)),
+    );
+    this.known.add(id);
+    const { x, y, width, height } = place;
+    await this.desktop.xdo('windowmove', id, `${x}`, `${y}`, 'windowsize', '--sync', id, `${width}`, `${height}`);
+    const person = new Person(this, window, name, place);
+    await person.visit();
+    return person;
+  }
+
+  /** What is open on the display, prompts too. */
+  async windowIds() {
+    const found = await this.desktop
+      .xdo('search', '--onlyvisible', '--class', 'vemo-classroom')
+      .catch(() => '');
+    return found.split('\n').filter(Boolean);
+  }
+
+  picture(file) {
+    return this.desktop.picture(file);
+  }
+
+  /** Ends all; gives what the programs have said. */
+  async stop() {
+    await this.desktop.stop();
+    await this.display.stop();
+    await this.server.stop();
+    await rm(this.folder, { recursive: true, force: true });
+    return [...this.server.said, ...this.desktop.driver.said];
+  }
+}
+
+/** Somebody in a window. */
+class Person {
+  constructor(classroom, window, name, place) {
+    Object.assign(this, { classroom, window, name, place });
+  }
+
+  /** Opens the page with the form filled in. */
+  async visit({ signature = this.classroom.signature, role = 'anchor' } = {}) {
+    const query = new URLSearchParams({ user: this.name, room, application, signature, role });
+    await this.window.visit(`${page}?${query}`);
+    await this.window.has(phases.outside);
+  }
+
+  async enter(role) {
+    await this.visit({ role });
+    await this.window.click('button.primary');
+    await this.window.has(phases.inside);
+  }
+
+  async reload() {
+    await this.window.ask('POST', '/refresh', {});
+    await this.window.has(phases.outside);
+  }
+
+  /** Presses the button that closes the window, at its upper right. */
+  close() {
+    const { x, y, width } = this.place;
+    return this.classroom.desktop.click(x + width - 28, y + 26);
+  }
+
+  press(css) {
+    return this.window.click(css);
+  }
+  has(css) {
+    return this.window.has(css);
+  }
+  hasNot(css) {
+    return this.window.has(css, false);
+  }
+  pressText(text) {
+    return until(`a button "${text}"`, () =>
+      this.window.run(
+        `const found = [...document.querySelectorAll('button')].find((each) => each.textContent.includes(arguments[0]));
+         found?.click();
+         return Boolean(found);`,
+        text,
+      ),
+    );
+  }
+
+  /** The pixels of the middle of somebody's picture, as the X server has them; nothing without. */
+  async pixels(userId, type = 0) {
+    const inside = await this.window.run(
+      `const found = [...document.querySelectorAll('[data-native-view]')]
+         .find((each) => each.dataset.nativeView === arguments[0]);
+       if (!found) return null;
+       const { left, top, width, height } = found.getBoundingClientRect();
+       return { left, top, width, height, page: innerHeight };`,
+      `${userId}/${type}`,
+    );
+    if (!inside) return undefined;
+    const left = Math.round(this.place.x + inside.left + inside.width / 8);
+    const top = Math.round(this.place.y + this.place.height - inside.page + inside.top + inside.height / 8);
+    const size = `${Math.round((inside.width * 3) / 4)}x${Math.round((inside.height * 3) / 4)}`;
+    const args = ['-window', 'root', '-crop', `${size}+${left}+${top}`, '-depth', '8', 'rgb:-'];
+    const { stdout } = await run('import', args, {
+      env: { ...process.env, ...this.classroom.desktop.env },
+      encoding: 'buffer',
+      maxBuffer: 64 * 1024 * 1024,
+    });
+    return stdout;
+  }
+
+  /** Waits until somebody's picture is there: neither the page beneath it nor nothing. */
+  sees(userId, type = 0) {
+    return until(`${this.name} to see ${userId}`, async () => {
+      const pixels = await this.pixels(userId, type);
+      return pixels && isPicture(pixels);
+    });
+  }
+
+  /** Waits until it has moved. */
+  async seesMoving(userId) {
+    await this.sees(userId);
+    const before = await this.pixels(userId);
+    await until(`the picture of ${userId} to move for ${this.name}`, async () => {
+      const now = await this.pixels(userId);
+      return now && isPicture(now) && !now.equals(before);
+    });
+  }
+
+  /** Waits until the window asks the user; gives the dialog's window. */
+  async promptFor() {
+    const known = this.classroom.known;
+    this.prompt = await until('a prompt', async () =>
+      (await this.classroom.windowIds()).find((each) => !known.has(each)),
+    );
+  }
+
+  /** Presses one of its two buttons, which lie side by side at its lower edge. */
+  async answerPrompt(allow) {
+    const { desktop } = this.classroom;
+    const text = await desktop.xdo('getwindowgeometry', '--shell', this.prompt);
+    const at = Object.fromEntries(text.split('\n').map((line) => line.split('=')));
+    const x = Number(at.X) + Number(at.WIDTH) * (allow ? 0.75 : 0.25);
+    const y = Number(at.Y) + Number(at.HEIGHT) - 16;
+    await desktop.click(x, y);
+  }
+}
+
+/** Whether most of these pixels are neither the page's own light ground nor black. */
+function isPicture(pixels) {
+  let count = 0;
+  for (let at = 0; at + 2 < pixels.length; at += 3) {
+    const sum = pixels[at] + pixels[at + 1] + pixels[at + 2];
+    const isLight = sum > 3 * 215 && Math.max(pixels[at], pixels[at + 1], pixels[at + 2]) - Math.min(pixels[at], pixels[at + 1], pixels[at + 2]) < 24;
+    if (!isLight && sum > 60) ++count;
+  }
+  return count > pixels.length / 3 / 2;
+}
