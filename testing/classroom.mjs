@@ -17,8 +17,11 @@ const page = 'vemo://classroom/classroom.html';
 const phases = { outside: 'body[data-phase=outside]', inside: 'body[data-phase=inside]' };
 
 export class Classroom {
-  /** `allow`: the user has allowed camera and microphone before. `log`: the application's own. */
-  static async start(programs, { width, height, log, allow = false }) {
+  /**
+   * `allow`: the user has allowed camera and microphone before. `log`: the application's own;
+   * `options`: more of it.
+   */
+  static async start(programs, { width, height, log, allow = false, options = [] }) {
     const folder = await mkdtemp(`${tmpdir()}/vemo-classroom-`);
     const secret = `${folder}/secret`;
     await writeFile(secret, 'a-secret-for-this-class-alone\n');
@@ -33,7 +36,7 @@ export class Classroom {
       await writeFile(`${folder}/vemo/classroom.ini`, decided);
     }
     const env = { DISPLAY: display.name, XDG_CONFIG_HOME: folder, LIBGL_ALWAYS_SOFTWARE: '1', GTK_A11Y: 'none', NO_AT_BRIDGE: '1' };
-    const args = ['--server', server.first[1], '--test-media', '--log', log ?? `${folder}/log`];
+    const args = ['--server', server.first[1], '--test-media', '--log', log ?? `${folder}/log`, ...options];
     const desktop = await Desktop.start(`${programs}/classroom/vemo-classroom`, args, env);
     return new Classroom(desktop, display, server, folder, stdout.trim());
   }
@@ -51,9 +54,8 @@ export class Classroom {
       (await this.windowIds()).find((each) => !this.known.has(each)),
     );
     this.known.add(id);
-    const { x, y, width, height } = place;
-    await this.desktop.xdo('windowmove', id, `${x}`, `${y}`, 'windowsize', '--sync', id, `${width}`, `${height}`);
-    const person = new Person(this, window, name, place);
+    const person = new Person(this, window, name, id);
+    await person.resize(place);
     await person.visit();
     return person;
   }
@@ -82,8 +84,21 @@ export class Classroom {
 
 /** Somebody in a window. */
 class Person {
-  constructor(classroom, window, name, place) {
-    Object.assign(this, { classroom, window, name, place });
+  constructor(classroom, window, name, id) {
+    Object.assign(this, { classroom, window, name, id });
+  }
+
+  /** Moves and resizes the window. */
+  async resize(place) {
+    this.place = place;
+    const { x, y, width, height } = place;
+    const { id, classroom } = this;
+    await classroom.desktop.xdo('windowmove', id, `${x}`, `${y}`, 'windowsize', id, `${width}`, `${height}`);
+    // The page is as large as the window but for its edges and its header.
+    await until('the window to be resized', async () => {
+      const [across, down] = await this.window.run('return [innerWidth, innerHeight]');
+      return Math.abs(across - width) < 16 && Math.abs(down - height) < 80;
+    });
   }
 
   /** Opens the page with the form filled in. */
@@ -130,14 +145,21 @@ class Person {
     );
   }
 
-  /** The pixels of the middle of somebody's picture, as the X server has them; nothing without. */
+  /**
+   * The pixels of the middle of what can be seen of somebody's picture, as the X server has them;
+   * nothing where there is none.
+   */
   async pixels(userId, type = 0) {
     const inside = await this.window.run(
       `const found = [...document.querySelectorAll('[data-native-view]')]
          .find((each) => each.dataset.nativeView === arguments[0]);
        if (!found) return null;
-       const { left, top, width, height } = found.getBoundingClientRect();
-       return { left, top, width, height, page: innerHeight };`,
+       const place = found.getBoundingClientRect();
+       const clip = (found.closest('[data-native-clip]') ?? document.body).getBoundingClientRect();
+       const [left, top] = [Math.max(place.left, clip.left), Math.max(place.top, clip.top)];
+       const width = Math.min(place.right, clip.right) - left;
+       const height = Math.min(place.bottom, clip.bottom) - top;
+       return width > 8 && height > 8 ? { left, top, width, height, page: innerHeight } : null;`,
       `${userId}/${type}`,
     );
     if (!inside) return undefined;

@@ -50,6 +50,7 @@ export async function start(program, args, { ready, fd = 'stdout', env = {} } = 
   return {
     first,
     said,
+    isOver,
     async stop() {
       if (isOver()) return;
       child.kill('SIGTERM');
@@ -107,6 +108,9 @@ export class Desktop {
   /** Another window with the page at `address`. */
   async open(address) {
     if (this.opened++ > 0) {
+      // Asked from a window that is there.
+      const [first] = await this.ask('GET', `${this.session}/window/handles`);
+      await this.ask('POST', `${this.session}/window`, { handle: first });
       const { handle } = await this.ask('POST', `${this.session}/window/new`, { type: 'window' });
       await this.ask('POST', `${this.session}/window`, { handle });
     }
