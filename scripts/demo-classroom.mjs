@@ -3,7 +3,9 @@
 // demo-classroom.mjs FOLDER PROGRAMS: a log and pictures go to FOLDER, the programs are in PROGRAMS.
 
 import { mkdir, rm, writeFile } from 'node:fs/promises';
-import { Classroom } from '../testing/classroom.mjs';
+import { Classroom, colours } from '../testing/classroom.mjs';
+
+const pausedColour = [0x20, 0x27, 0x40]; // of most of the picture that the page has for it
 
 const [folder, programs] = process.argv.slice(2);
 if (!folder || !programs) {
@@ -73,12 +75,17 @@ async function lesson(classroom) {
   tell('Each sees the moving pictures of all three.');
   await picture('class-of-three');
 
+  await ada.press('[data-page=devices]');
+  await ada.pressText('Picture while paused');
+  await ada.has('.toast');
+  await ada.press('[data-page=devices]');
   await ada.press('[data-control=Camera]');
   await ada.has('.tile[data-user=Ada] .state[title="Camera paused"]');
-  await teacher.has('.tile[data-user=Ada] .state[title="Camera off"]');
-  tell('Ada pauses her camera; the others see nothing of it.');
+  await teacher.seesColour('Ada', pausedColour);
+  tell('Ada pauses her camera behind a picture, which the others see.');
+  await picture('paused');
   await ada.press('[data-control=Camera]');
-  await teacher.sees('Ada');
+  await teacher.seesColour('Ada', colours[1]);
   tell('She resumes it.');
 
   await ada.press('[data-control=Share]');

@@ -16,6 +16,14 @@ const room = '101';
 const page = 'vemo://classroom/classroom.html';
 const phases = { outside: 'body[data-phase=outside]', inside: 'body[data-phase=inside]' };
 
+/** The colours of the test pictures, by the number of the window. */
+export const colours = [
+  [0x9c, 0x30, 0x30],
+  [0x2f, 0x6f, 0x3f],
+  [0x2f, 0x4f, 0x9c],
+  [0x8a, 0x6d, 0x1f],
+];
+
 export class Classroom {
   /**
    * `allow`: the user has allowed camera and microphone before. `log`: the application's own;
@@ -35,14 +43,19 @@ export class Classroom {
       await run('mkdir', ['-p', `${folder}/vemo`]);
       await writeFile(`${folder}/vemo/classroom.ini`, decided);
     }
-    const env = { DISPLAY: display.name, XDG_CONFIG_HOME: folder, LIBGL_ALWAYS_SOFTWARE: '1', GTK_A11Y: 'none', NO_AT_BRIDGE: '1' };
+    const env = {
+      DISPLAY: display.name,
+      XDG_CONFIG_HOME: folder,
+      LIBGL_ALWAYS_SOFTWARE: '1',
+      NO_AT_BRIDGE: '1',
+    };
     const args = ['--server', server.first[1], '--test-media', '--log', log ?? `${folder}/log`, ...options];
     const desktop = await Desktop.start(`${programs}/classroom/vemo-classroom`, args, env);
-    return new Classroom(desktop, display, server, folder, stdout.trim());
+    return new Classroom(desktop, display, server, folder, stdout.trim(), log ?? `${folder}/log`);
   }
 
-  constructor(desktop, display, server, folder, signature) {
-    Object.assign(this, { desktop, display, server, folder, signature });
+  constructor(desktop, display, server, folder, signature, log) {
+    Object.assign(this, { desktop, display, server, folder, signature, log });
     /** The ids of the people's windows. */
     this.known = new Set();
   }
@@ -70,6 +83,14 @@ export class Classroom {
 
   picture(file) {
     return this.desktop.picture(file);
+  }
+
+  /** Stops the media server for a while: it neither answers nor is gone. Gives what lets it go on. */
+  async holdServer() {
+    const { stdout } = await run('ps', ['--ppid', String(this.server.pid), '-o', 'pid=,comm=']);
+    const pid = Number(/(\d+) janus/.exec(stdout)[1]);
+    process.kill(pid, 'SIGSTOP');
+    return () => process.kill(pid, 'SIGCONT');
   }
 
   /** Ends all; gives what the programs have said. */
@@ -183,6 +204,14 @@ class Person {
     });
   }
 
+  /** Waits until most of somebody's picture has this colour, as far as encoders keep it. */
+  seesColour(userId, colour) {
+    return until(`${this.name} to see the colour of ${userId}`, async () => {
+      const pixels = await this.pixels(userId);
+      return pixels && isMostly(pixels, colour);
+    });
+  }
+
   /** Waits until it has moved. */
   async seesMoving(userId) {
     await this.sees(userId);
@@ -212,12 +241,22 @@ class Person {
   }
 }
 
+function isMostly(pixels, colour) {
+  const near = 16;
+  let count = 0;
+  for (let at = 0; at + 2 < pixels.length; at += 3) {
+    if (colour.every((value, part) => Math.abs(pixels[at + part] - value) < near)) ++count;
+  }
+  return count > (pixels.length / 3) * 0.7;
+}
+
 /** Whether most of these pixels are neither the page's own light ground nor black. */
 function isPicture(pixels) {
   let count = 0;
   for (let at = 0; at + 2 < pixels.length; at += 3) {
-    const sum = pixels[at] + pixels[at + 1] + pixels[at + 2];
-    const isLight = sum > 3 * 215 && Math.max(pixels[at], pixels[at + 1], pixels[at + 2]) - Math.min(pixels[at], pixels[at + 1], pixels[at + 2]) < 24;
+    const parts = [...pixels.subarray(at, at + 3)];
+    const sum = parts[0] + parts[1] + parts[2];
+    const isLight = sum > 3 * 215 && Math.max(...parts) - Math.min(...parts) < 24;
     if (!isLight && sum > 60) ++count;
   }
   return count > pixels.length / 3 / 2;

@@ -50,6 +50,7 @@ export async function start(program, args, { ready, fd = 'stdout', env = {} } = 
   return {
     first,
     said,
+    pid: child.pid,
     isOver,
     async stop() {
       if (isOver()) return;

@@ -16,6 +16,7 @@
 
 #include "classroom/ClassroomWindow.h"
 #include "classroom/Farewells.h"
+#include "classroom/PageDownloads.h"
 #include "classroom/PageGate.h"
 #include "classroom/Permissions.h"
 #include "classroom/TestMedia.h"
@@ -160,7 +161,11 @@ class Desktop {
                    .extensionLauncher = launcher_,
                    .makeLogger =
                        [this] { return logger_->forSession("page " + std::to_string(++pages_)); },
-                   .makeDownloads = [this] { return downloads_.forRequester(); },
+                   .makeDownloads =
+                       [this] {
+                         return std::make_unique<PageDownloads>(gate_, files_,
+                                                                downloads_.forRequester());
+                       },
                    .makeImages = [this] { return images_.forRequester(); }},
         .gate = gate_,
         .start = gate_.start() + (options_.query.empty() ? "" : "?" + options_.query),
@@ -244,6 +249,7 @@ class Desktop {
   StreamSystemLog systemLog_;
   Permissions permissions_{
       (std::filesystem::path(g_get_user_config_dir()) / "vemo" / "classroom.ini").string()};
+  EngineThread files_;
   CurlDownloadService downloads_;
   PixbufImageDecoder images_;
   const std::unique_ptr<CrossProcessNotificationCenter> extensionNotifications_ =

@@ -7,10 +7,10 @@ namespace {
 
 TEST(ClassroomOptionsTest, AreRead) {
   std::string error;
-  const auto options = classroomOptionsFrom(
-      {"--server", "wss://one:8188", "--server", "ws://two:8188", "--windows", "3", "--test-media",
-       "--query", "user=Ada"},
-      error);
+  const auto options =
+      classroomOptionsFrom({"--server", "wss://one:8188", "--server", "ws://two:8188", "--windows",
+                            "3", "--test-media", "--query", "user=Ada"},
+                           error);
   ASSERT_TRUE(options) << error;
   EXPECT_EQ(options->servers, (std::vector<std::string>{"wss://one:8188", "ws://two:8188"}));
   EXPECT_EQ(options->windows, 3);

@@ -56,9 +56,9 @@ TEST_F(PageGateTest, NothingElseIsServed) {
 TEST_F(PageGateTest, OnlyItsOwnOriginIsAllowed) {
   const auto folder = gate();
   EXPECT_TRUE(folder.allows("vemo://classroom/anything"));
-  for (const char* uri : {"vemo://classroom.example.org/", "vemo://classroom@example.org/",
-                          "https://classroom/", "about:blank", "data:text/html,x", "file:///",
-                          "javascript:alert(1)", "", "vemo://"}) {
+  for (const char* uri :
+       {"vemo://classroom.example.org/", "vemo://classroom@example.org/", "https://classroom/",
+        "about:blank", "data:text/html,x", "file:///", "javascript:alert(1)", "", "vemo://"}) {
     EXPECT_FALSE(folder.allows(uri)) << uri;
   }
   std::string error;
@@ -78,8 +78,8 @@ TEST_F(PageGateTest, OnlyItsOwnOriginIsAllowed) {
 
 TEST_F(PageGateTest, WhatOthersCouldChangeOnItsWayIsNoPage) {
   std::string error;
-  for (const char* url :
-       {"https://example.org/", "http://localhost:5173/", "http://127.0.0.1/", "http://[::1]:80/"}) {
+  for (const char* url : {"https://example.org/", "http://localhost:5173/", "http://127.0.0.1/",
+                          "http://[::1]:80/"}) {
     EXPECT_TRUE(PageGate::forUrl(url, error)) << url;
   }
   for (const char* url : {"http://example.org/", "http://localhost.example.org/", "file:///etc/",

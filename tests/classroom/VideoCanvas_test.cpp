@@ -8,10 +8,10 @@ namespace vemo {
 namespace {
 
 TEST(PlacesTest, AreReadAsThePageTellsThem) {
-  const auto places = placesFrom(
-      R"({"views":[{"name":"Ada/0","box":[1,2.5,30,40],"radius":"20px 10px 0px 5px",)"
-      R"("clip":[0,0,100,50]},{"name":"Ben/2","box":[0,0,1,1],"radius":"4px"}],)"
-      R"("above":[{"box":[5,6,7,8],"radius":3}]})");
+  const auto places =
+      placesFrom(R"({"views":[{"name":"Ada/0","box":[1,2.5,30,40],"radius":"20px 10px 0px 5px",)"
+                 R"("clip":[0,0,100,50]},{"name":"Ben/2","box":[0,0,1,1],"radius":"4px"}],)"
+                 R"("above":[{"box":[5,6,7,8],"radius":3}]})");
   ASSERT_TRUE(places);
   ASSERT_EQ(places->views.size(), 2U);
   EXPECT_EQ(places->views[0].name, "Ada/0");
@@ -27,13 +27,12 @@ TEST(PlacesTest, AreReadAsThePageTellsThem) {
 }
 
 TEST(PlacesTest, WhatIsNoneIsNotUsed) {
-  for (const char* text :
-       {"", "[]", "{}", R"({"views":[]})", R"({"views":[1],"above":[]})",
-        R"({"views":[{"name":"a/0"}],"above":[]})",
-        R"({"views":[{"name":"a/0","box":[1,2,3]}],"above":[]})",
-        R"({"views":[{"name":"a/0","box":[1,2,3,"4"]}],"above":[]})",
-        R"({"views":[{"name":7,"box":[1,2,3,4]}],"above":[]})",
-        R"({"views":[],"above":[{"radius":3}]})"}) {
+  for (const char* text : {"", "[]", "{}", R"({"views":[]})", R"({"views":[1],"above":[]})",
+                           R"({"views":[{"name":"a/0"}],"above":[]})",
+                           R"({"views":[{"name":"a/0","box":[1,2,3]}],"above":[]})",
+                           R"({"views":[{"name":"a/0","box":[1,2,3,"4"]}],"above":[]})",
+                           R"({"views":[{"name":7,"box":[1,2,3,4]}],"above":[]})",
+                           R"({"views":[],"above":[{"radius":3}]})"}) {
     EXPECT_FALSE(placesFrom(text)) << text;
   }
 }

@@ -62,10 +62,10 @@ class VideoSurfaceTest : public ::testing::Test {
   }
   static char letterAt(cairo_surface_t* made, int x, int y) {
     unsigned pixel = 0;
-    std::memcpy(&pixel,
-                cairo_image_surface_get_data(made) + y * cairo_image_surface_get_stride(made) +
-                    4 * x,
-                sizeof pixel);
+    std::memcpy(
+        &pixel,
+        cairo_image_surface_get_data(made) + y * cairo_image_surface_get_stride(made) + 4 * x,
+        sizeof pixel);
     switch (pixel & 0xffffffU) {
       case 0xff0000U: return 'r';
       case 0x00ff00U: return 'g';

@@ -3,9 +3,10 @@
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
 import { once } from 'node:events';
+import { readFile } from 'node:fs/promises';
 import { createServer } from 'node:http';
 import { after, before, describe, it } from 'node:test';
-import { Classroom } from '../../testing/classroom.mjs';
+import { Classroom, colours } from '../../testing/classroom.mjs';
 import { start, startDisplay, until } from '../../testing/webdriver.mjs';
 
 const programs = process.env.VEMO_PROGRAMS;
@@ -13,26 +14,6 @@ const places = {
   left: { x: 0, y: 0, width: 800, height: 700 },
   right: { x: 800, y: 0, width: 800, height: 700 },
 };
-// The colours of the test pictures, by the number of the window.
-const colours = [[0x9c, 0x30, 0x30], [0x2f, 0x6f, 0x3f], [0x2f, 0x4f, 0x9c], [0x8a, 0x6d, 0x1f]];
-
-/** Whether most pixels have the colour of the window with this number, as far as encoders keep it. */
-function isOf(pixels, number) {
-  const want = colours[number];
-  let count = 0;
-  for (let at = 0; at + 2 < pixels.length; at += 3) {
-    if (want.every((value, part) => Math.abs(pixels[at + part] - value) < 16)) ++count;
-  }
-  return count > (pixels.length / 3) * 0.8;
-}
-
-async function seesColour(who, userId, number) {
-  await until(`${who.name} to see the colour of ${userId}`, async () => {
-    const pixels = await who.pixels(userId);
-    return pixels && isOf(pixels, number);
-  });
-}
-
 describe('a class in windows', () => {
   let classroom;
   let teacher;
@@ -50,9 +31,9 @@ describe('a class in windows', () => {
     await teacher.press('[data-control=Camera]');
     await teacher.press('[data-control=Microphone]');
     await ada.press('[data-control=Camera]');
-    await seesColour(teacher, 'Ada', 1);
-    await seesColour(ada, 'Ms. Novak', 0);
-    await seesColour(ada, 'Ada', 1);
+    await teacher.seesColour('Ada', colours[1]);
+    await ada.seesColour('Ms. Novak', colours[0]);
+    await ada.seesColour('Ada', colours[1]);
     await ada.seesMoving('Ms. Novak');
     await ada.has('.tile[data-user="Ms. Novak"][data-speaking=yes]');
     await teacher.press('[data-control=Microphone]');
@@ -74,17 +55,17 @@ describe('a class in windows', () => {
 
   it('pictures follow when the page scrolls and the window changes', async () => {
     await teacher.resize({ ...places.left, width: 560, height: 320 });
-    await seesColour(teacher, 'Ms. Novak', 0);
+    await teacher.seesColour('Ms. Novak', colours[0]);
     const moved = await teacher.window.run(
       `const tiles = document.querySelector('.tiles');
        tiles.scrollTop = tiles.scrollHeight;
        return tiles.scrollTop;`,
     );
     assert.ok(moved > 0, 'there was nothing to scroll');
-    await seesColour(teacher, 'Ada', 1);
+    await teacher.seesColour('Ada', colours[1]);
     await teacher.resize(places.left);
-    await seesColour(teacher, 'Ada', 1);
-    await seesColour(teacher, 'Ms. Novak', 0);
+    await teacher.seesColour('Ada', colours[1]);
+    await teacher.seesColour('Ms. Novak', colours[0]);
   });
 
   it('a page that is loaded anew can enter at once, as the former has left by then', async () => {
@@ -93,7 +74,34 @@ describe('a class in windows', () => {
       assert.equal(await ada.window.run('return document.querySelector(".problem")'), null);
       await teacher.has('.tile[data-user=Ada]');
     }
-    await seesColour(ada, 'Ms. Novak', 0);
+    await ada.seesColour('Ms. Novak', colours[0]);
+  });
+
+  it('the next page waits until the engine of the former has said goodbye', async () => {
+    // Longer than it is waited for, the goodbye can't be held up: a slow machine tries again.
+    const longest = 2000;
+    let held = Infinity;
+    for (let tries = 0; held > longest; ++tries) {
+      assert.ok(tries < 5, 'this machine is too slow');
+      await ada.enter();
+      const records = (await readFile(classroom.log, 'utf8')).split('\n').length;
+      const letGo = await classroom.holdServer();
+      const begun = Date.now();
+      await ada.window.ask('POST', '/refresh', {});
+      await ada.has('body[data-phase=connecting]');
+      await ada.window.run('return document.readyState');
+      const until = new Date();
+      letGo();
+      held = Date.now() - begun;
+      await ada.has('body[data-phase=outside]');
+      const made = (await readFile(classroom.log, 'utf8'))
+        .split('\n')
+        .slice(records - 1)
+        .filter((line) => line.includes('"actionName":"initSDK"'))
+        .map((line) => new Date(JSON.parse(line).time));
+      assert.ok(made.length > 0, 'there is no record of the next router');
+      if (held <= longest) assert.ok(made[0] >= until, `${made[0].toISOString()} is too early`);
+    }
   });
 
   it('a window that is closed while it enters leaves nobody in the room', async () => {
@@ -107,7 +115,7 @@ describe('a class in windows', () => {
     await teacher.has('.tile[data-user=Ben]');
     await again.close();
     await teacher.hasNot('.tile[data-user=Ben]');
-    await seesColour(ada, 'Ms. Novak', 0);
+    await ada.seesColour('Ms. Novak', colours[0]);
   });
 
   it('a page gets neither elsewhere nor at files', async () => {
@@ -146,7 +154,7 @@ describe('a class in windows', () => {
     await ada.window.run("location.href = 'data:text/html,elsewhere'");
     // Still in the class, and in touch with it.
     await ada.press('[data-control=Camera]');
-    await seesColour(teacher, 'Ada', 1);
+    await teacher.seesColour('Ada', colours[1]);
   });
 });
 
