@@ -102,6 +102,7 @@ describe('a class in windows', () => {
       assert.ok(made.length > 0, 'there is no record of the next router');
       if (held <= longest) assert.ok(made[0] >= until, `${made[0].toISOString()} is too early`);
     }
+    await ada.enter();
   });
 
   it('a window that is closed while it enters leaves nobody in the room', async () => {
