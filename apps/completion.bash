@@ -17,4 +17,4 @@ _vemo() {
   elif [[ ${help%%$'\n'*} == *FILE* ]]; then
     _filedir
   fi
-} && complete -F _vemo vemo-broadcast vemo-protocol vemo-replay vemo-simulator
+} && complete -F _vemo vemo-broadcast vemo-classroom vemo-protocol vemo-replay vemo-sign vemo-simulator

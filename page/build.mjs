@@ -11,7 +11,11 @@ await rm(dist, { recursive: true, force: true });
 await mkdir(dist);
 await build({
   absWorkingDir: here.pathname,
-  entryPoints: { shell: 'src/shell/main.tsx', classroom: 'src/classroom/main.tsx' },
+  entryPoints: {
+    shell: 'src/shell/main.tsx',
+    classroom: 'src/classroom/main.tsx',
+    places: 'src/host/places.ts',
+  },
   bundle: true,
   format: 'esm',
   jsx: 'automatic',

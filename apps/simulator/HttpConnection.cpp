@@ -9,8 +9,8 @@
 #include <string>
 #include <utility>
 
+#include "platform/StaticFiles.h"
 #include "simulator/PageConnection.h"
-#include "simulator/StaticFiles.h"
 
 namespace vemo {
 

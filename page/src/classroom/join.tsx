@@ -23,13 +23,16 @@ interface Kept {
 // Phones side by side share the window's storage; each has a frame with a name of its own.
 const keptName = window.name ? `vemo.join.${window.name}` : 'vemo.join';
 
-/** What stands in the form. The address may say it: `?user=Ada&room=101&role=audience`. */
+/**
+ * What stands in the form. The address may say it: `?user=Ada&room=101&role=audience`, and which
+ * application and signature: `&application=1400000001&signature=...`.
+ */
 export class JoinForm {
   readonly name: Signal<string>;
   readonly room: Signal<string>;
   readonly role: Signal<number>;
-  readonly application = signal(String(defaultApplication));
-  readonly signature = signal('demo-signature');
+  readonly application: Signal<string>;
+  readonly signature: Signal<string>;
 
   constructor(
     private readonly query: string,
@@ -38,6 +41,8 @@ export class JoinForm {
     const stored = JSON.parse(storage.getItem(keptName) ?? '{}') as Partial<Kept>;
     const kept = stored.query === query ? stored : {};
     const given = new URLSearchParams(query);
+    this.application = signal(given.get('application') ?? String(defaultApplication));
+    this.signature = signal(given.get('signature') ?? 'demo-signature');
     this.name = signal(kept.name ?? given.get('user') ?? '');
     this.room = signal(kept.room ?? given.get('room') ?? '101');
     this.role = signal(kept.role ?? (given.get('role') === 'audience' ? roles.audience : roles.stage));

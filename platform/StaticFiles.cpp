@@ -1,4 +1,4 @@
-#include "simulator/StaticFiles.h"
+#include "platform/StaticFiles.h"
 
 #include <algorithm>
 #include <array>

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vemo {
+
+struct ClassroomOptions {
+  std::vector<std::string> servers;  ///< addresses of media servers
+  std::string serversFile;           ///< or a file with one a line
+  std::string pageFolder;            ///< of the classroom page; empty: that of the program
+  std::string pageUrl;               ///< of another page, on an origin that is named so
+  std::string query;                 ///< that the page's address ends with
+  std::string logFile;               ///< empty: standard error
+  int windows = 1;
+  bool testMedia = false;   ///< test pictures and tones instead of devices
+  bool automation = false;  ///< windows are opened by a WebDriver
+  bool inspect = false;     ///< pages can be inspected
+  bool help = false;
+  bool version = false;
+};
+
+/// What the command line says; nothing, with a sentence in `error`, when it says it wrongly.
+std::optional<ClassroomOptions> classroomOptionsFrom(const std::vector<std::string>& arguments,
+                                                     std::string& error);
+
+/// The text of --help.
+std::string classroomUsage();
+
+}  // namespace vemo

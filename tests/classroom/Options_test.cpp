@@ -1,0 +1,48 @@
+#include "classroom/Options.h"
+
+#include <gtest/gtest.h>
+
+namespace vemo {
+namespace {
+
+TEST(ClassroomOptionsTest, AreRead) {
+  std::string error;
+  const auto options =
+      classroomOptionsFrom({"--server", "wss://one:8188", "--server", "ws://two:8188", "--windows",
+                            "3", "--test-media", "--query", "user=Ada"},
+                           error);
+  ASSERT_TRUE(options) << error;
+  EXPECT_EQ(options->servers, (std::vector<std::string>{"wss://one:8188", "ws://two:8188"}));
+  EXPECT_EQ(options->windows, 3);
+  EXPECT_TRUE(options->testMedia);
+  EXPECT_FALSE(options->automation);
+  EXPECT_EQ(options->query, "user=Ada");
+}
+
+TEST(ClassroomOptionsTest, WrongOnesAreNamed) {
+  const auto problemWith = [](std::vector<std::string> arguments) {
+    std::string error;
+    EXPECT_FALSE(classroomOptionsFrom(arguments, error));
+    return error;
+  };
+  EXPECT_EQ(problemWith({"--nonsense"}), "Unknown option --nonsense.");
+  EXPECT_EQ(problemWith({"--page"}), "--page needs a value.");
+  EXPECT_EQ(problemWith({"--server", "http://one"}),
+            "--server: \"http://one\" is no address such as wss://host:8188.");
+  EXPECT_EQ(problemWith({"--windows", "3x"}), "--windows: \"3x\" is no number from 1 to 16.");
+  EXPECT_EQ(problemWith({"--windows", "0"}), "--windows: \"0\" is no number from 1 to 16.");
+  EXPECT_EQ(problemWith({"--page", "a", "--page-url", "https://b"}),
+            "--page and --page-url name two pages; give one of them.");
+}
+
+TEST(ClassroomOptionsTest, EachStandsInTheHelp) {
+  const auto help = classroomUsage();
+  for (const char* name :
+       {"--server ", "--servers-file ", "--page ", "--page-url ", "--query ", "--windows ",
+        "--test-media", "--log ", "--inspect", "--automation", "--help", "--version"}) {
+    EXPECT_NE(help.find(name), std::string::npos) << name;
+  }
+}
+
+}  // namespace
+}  // namespace vemo
