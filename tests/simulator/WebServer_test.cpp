@@ -56,7 +56,7 @@ class Lines {
 
 constexpr auto* kPolicy = "Content-Security-Policy";
 
-/// Answers each frame by itself, "flood" by many of them and "hush" not at all.
+/// Answers each frame by itself, "flood" and "much" by many of them and "hush" not at all.
 class Echo final : public PageListener {
  public:
   Echo(std::shared_ptr<PageSocket> page, Lines& events, Lines& troubles)
@@ -68,6 +68,11 @@ class Echo final : public PageListener {
   void onText(std::string_view text) override {
     if (text == "flood") {
       for (int i = 0; i < 4000; ++i) page_->send(std::string(10'000, 'f'));
+    } else if (text == "much") {
+      for (int i = 0; i < 1900; ++i) page_->send(std::string(10'000, 'm'));
+    } else if (text.starts_with("latest ")) {
+      page_->sendLatest(text.substr(0, text.find(':')), std::string(text));
+      events_.add("sent");
     } else if (text != "hush") {
       page_->send(std::string(text));
     }
@@ -453,6 +458,25 @@ TEST_F(WebServerTest, DropsAPageThatDoesNotRead) {
   const auto other = ownPage();
   other->write(asio::buffer(std::string("hello")));
   EXPECT_EQ(read(*other), "hello");
+}
+
+TEST_F(WebServerTest, OfWhatComesAgainASlowPageGetsTheLatest) {
+  const auto slow = ownPage();
+  ASSERT_TRUE(slow);
+  slow->write(asio::buffer(std::string("latest a:1")));
+  slow->write(asio::buffer(std::string("latest a:2")));
+  EXPECT_EQ(read(*slow), "latest a:1") << "it is not slow yet";
+  EXPECT_EQ(read(*slow), "latest a:2");
+  events_.wait(3);
+
+  slow->write(asio::buffer(std::string("much")));
+  for (const auto* text : {"latest a:3", "latest b:1", "one", "latest a:4", "two", "latest a:5"})
+    slow->write(asio::buffer(std::string(text)));
+  events_.wait(7);  // all that is sent waits behind what is not read
+  for (int i = 0; i < 1900; ++i) ASSERT_EQ(read(*slow).size(), 10'000U);
+  for (const auto* text : {"latest b:1", "one", "two", "latest a:5"}) EXPECT_EQ(read(*slow), text);
+  slow->write(asio::buffer(std::string("latest a:6")));
+  EXPECT_EQ(read(*slow), "latest a:6");
 }
 
 TEST_F(WebServerTest, HearsFramesThatCameWithTheHandshake) {
