@@ -8,15 +8,9 @@
 #include "recorder/NotedJson.h"
 
 namespace vemo {
-namespace {
-
-constexpr std::size_t kSlowBytes = std::size_t{1} << 20U;
-
-}  // namespace
-
 void LiveNotes::note(const Note& note) {
   const std::lock_guard lock(mutex_);
-  if (note.periodic && page_->unsentBytes() > kSlowBytes) {
+  if (note.periodic && page_->unsentBytes() > PageSocket::kSlowBytes) {
     ++lost_;
     return;
   }

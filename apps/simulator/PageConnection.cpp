@@ -6,7 +6,6 @@
 #include <boost/asio/post.hpp>
 #include <chrono>
 #include <cstddef>
-#include <iterator>
 #include <mutex>
 
 namespace vemo {
@@ -24,29 +23,25 @@ class PageConnection::Outbox final : public PageSocket {
 
   void attach(std::weak_ptr<PageConnection> connection) { connection_ = std::move(connection); }
 
-  void send(std::string text) override {
-    const std::lock_guard lock(mutex_);
-    if (closed_ || unsent_ > limit_) return;
-    unsent_ += text.size();
-    frames_.push_back(std::move(text));
-    if (std::exchange(scheduled_, true)) return;
-    // Under the lock, so that close() returns only when no one uses the loop any more.
-    asio::post(io_, [connection = connection_] {
-      if (const auto page = connection.lock()) page->flush();
-    });
-  }
+  void send(std::string text) override { add({}, std::move(text)); }
+  void sendLatest(std::string_view what, std::string text) override { add(what, std::move(text)); }
 
   std::size_t unsentBytes() const override {
     const std::lock_guard lock(mutex_);
     return unsent_;
   }
 
-  /// The frames that wait, oldest first. `overflow` is set when the page reads too slowly.
-  std::deque<std::string> take(bool& overflow) {
+  /// Whether the page reads too slowly.
+  bool overflows() const { return unsentBytes() > limit_; }
+  /// The frames that wait, oldest first.
+  std::deque<Frame> take() {
+    const std::lock_guard lock(mutex_);
+    return std::exchange(frames_, {});
+  }
+  /// The connection looks from now on for what was added before.
+  void wasScheduled() {
     const std::lock_guard lock(mutex_);
     scheduled_ = false;
-    overflow = unsent_ > limit_;
-    return std::exchange(frames_, {});
   }
 
   void wasSent(std::size_t bytes) {
@@ -55,18 +50,37 @@ class PageConnection::Outbox final : public PageSocket {
   }
 
   void close() {
-    std::deque<std::string> unsent;  // freed without the lock
+    std::deque<Frame> unsent;  // freed without the lock
     const std::lock_guard lock(mutex_);
     closed_ = true;
     unsent.swap(frames_);
   }
 
  private:
+  void add(std::string_view what, std::string text) {
+    const std::lock_guard lock(mutex_);
+    if (closed_ || unsent_ > limit_) return;
+    if (!what.empty() && unsent_ > kSlowBytes) {
+      const auto former = std::ranges::find(frames_, what, &Frame::what);
+      if (former != frames_.end()) {
+        unsent_ -= former->text.size();
+        frames_.erase(former);
+      }
+    }
+    unsent_ += text.size();
+    frames_.push_back({std::string(what), std::move(text)});
+    if (std::exchange(scheduled_, true)) return;
+    // Under the lock, so that close() returns only when no one uses the loop any more.
+    asio::post(io_, [connection = connection_] {
+      if (const auto page = connection.lock()) page->flush();
+    });
+  }
+
   asio::io_context& io_;
   const std::size_t limit_;
   std::weak_ptr<PageConnection> connection_;
   mutable std::mutex mutex_;
-  std::deque<std::string> frames_;
+  std::deque<Frame> frames_;
   std::size_t unsent_ = 0;
   bool scheduled_ = false;
   bool closed_ = false;
@@ -97,14 +111,15 @@ void PageConnection::start(const http::request<http::string_body>& request) {
   });
 }
 
-/// Writes what the outbox holds, unless a write is under way that will.
+/// Writes what the outbox holds, unless a write is under way that will: what waits there may
+/// still be left out.
 void PageConnection::flush() {
+  outbox_->wasScheduled();
   if (finished_ || !listener_) return;
-  bool overflow = false;
-  auto frames = outbox_->take(overflow);
-  if (overflow) return drop("it doesn't read what it is sent");
-  std::ranges::move(frames, std::back_inserter(unsent_));
-  if (!writing_) write();
+  if (outbox_->overflows()) return drop("it doesn't read what it is sent");
+  if (writing_) return;
+  unsent_ = outbox_->take();
+  write();
 }
 
 void PageConnection::sayGoodbye() {
@@ -148,12 +163,13 @@ void PageConnection::onRead(beast::error_code problem) {
 void PageConnection::write() {
   if (unsent_.empty()) return;
   writing_ = true;
-  stream_.async_write(asio::buffer(unsent_.front()),
+  stream_.async_write(asio::buffer(unsent_.front().text),
                       [self = shared_from_this()](beast::error_code problem, std::size_t bytes) {
                         self->writing_ = false;
                         if (problem) return self->finish();
                         self->outbox_->wasSent(bytes);
                         self->unsent_.pop_front();
+                        if (self->unsent_.empty()) return self->flush();
                         self->write();
                       });
 }

@@ -52,6 +52,10 @@ class PageConnection final : public std::enable_shared_from_this<PageConnection>
   void finish();
 
  private:
+  struct Frame {
+    std::string what;  // of which only the latest counts, when the page is slow
+    std::string text;
+  };
   class Outbox;
 
   void read();
@@ -68,7 +72,7 @@ class PageConnection final : public std::enable_shared_from_this<PageConnection>
   ByteBudget budget_;
   std::shared_ptr<Outbox> outbox_;
   std::unique_ptr<PageListener> listener_;
-  std::deque<std::string> unsent_;
+  std::deque<Frame> unsent_;
   bool writing_ = false;
   bool closing_ = false;  // a last word is on its way
   bool finished_ = false;

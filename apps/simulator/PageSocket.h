@@ -18,6 +18,13 @@ class PageSocket {
   /// the order in which it gave them. A page that doesn't read is dropped.
   virtual void send(std::string text) = 0;
 
+  /// As send, for what comes again and again: while more than kSlowBytes wait, a frame of the same
+  /// `what` that waits too is left out, and this takes its place behind all others.
+  virtual void sendLatest(std::string_view what, std::string text) = 0;
+
+  /// When so much waits to be sent, the page is slow.
+  static constexpr std::size_t kSlowBytes = std::size_t{1} << 20U;
+
   /// How many bytes were given and are not sent yet.
   virtual std::size_t unsentBytes() const = 0;
 };

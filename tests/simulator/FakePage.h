@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -22,6 +23,14 @@ class FakePage final : public PageSocket {
   void send(std::string text) override {
     const std::lock_guard lock(mutex_);
     frames_.push_back(std::move(text));
+  }
+
+  void sendLatest(std::string_view what, std::string text) override {
+    {
+      const std::lock_guard lock(mutex_);
+      latest_.emplace(what);
+    }
+    send(std::move(text));
   }
 
   std::size_t unsentBytes() const override { return unsent; }
@@ -67,6 +76,12 @@ class FakePage final : public PageSocket {
     return found;
   }
 
+  /// Of what only the latest counts for a slow page.
+  std::set<std::string> latest() const {
+    const std::lock_guard lock(mutex_);
+    return latest_;
+  }
+
   std::size_t count() const {
     const std::lock_guard lock(mutex_);
     return frames_.size();
@@ -75,6 +90,7 @@ class FakePage final : public PageSocket {
  private:
   mutable std::mutex mutex_;
   std::vector<std::string> frames_;
+  std::set<std::string> latest_;
 };
 
 }  // namespace vemo::test

@@ -30,6 +30,15 @@ TEST_F(PhoneTest, TwoPhonesMeetInARoomAndPart) {
   EXPECT_EQ(ada.page->events("onRemoteUserLeaveRoom")[0].at("reason"), 0);
 }
 
+TEST_F(PhoneTest, OnlyOfWhatComesAgainTheLatestCounts) {
+  const auto ada = entered("ada");
+  const auto bob = entered("bob");
+  pass(seconds(5));
+  EXPECT_FALSE(ada.page->events("onStatistics").empty());
+  EXPECT_FALSE(ada.page->events("onRemoteUserEnterRoom").empty());
+  EXPECT_EQ(ada.page->latest(), std::set<std::string>{"onStatistics"});
+}
+
 TEST_F(PhoneTest, FailedEntersAreAnsweredWithTheEnginesCode) {
   const auto ada = entered("ada");
   const auto ben = connect();

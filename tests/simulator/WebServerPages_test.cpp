@@ -101,6 +101,25 @@ TEST_F(WebServerTest, DropsAPageThatDoesNotRead) {
   EXPECT_EQ(read(*other), "hello");
 }
 
+TEST_F(WebServerTest, OfWhatComesAgainASlowPageGetsTheLatest) {
+  const auto slow = ownPage();
+  ASSERT_TRUE(slow);
+  slow->write(asio::buffer(std::string("latest a:1")));
+  slow->write(asio::buffer(std::string("latest a:2")));
+  EXPECT_EQ(read(*slow), "latest a:1") << "it is not slow yet";
+  EXPECT_EQ(read(*slow), "latest a:2");
+  events_.wait(3);
+
+  slow->write(asio::buffer(std::string("much")));
+  for (const auto* text : {"latest a:3", "latest b:1", "one", "latest a:4", "two", "latest a:5"})
+    slow->write(asio::buffer(std::string(text)));
+  events_.wait(7);  // all that is sent waits behind what is not read
+  for (int i = 0; i < 1900; ++i) ASSERT_EQ(read(*slow).size(), 10'000U);
+  for (const auto* text : {"latest b:1", "one", "two", "latest a:5"}) EXPECT_EQ(read(*slow), text);
+  slow->write(asio::buffer(std::string("latest a:6")));
+  EXPECT_EQ(read(*slow), "latest a:6");
+}
+
 TEST_F(WebServerTest, HearsFramesThatCameWithTheHandshake) {
   auto socket = connected();
   const std::string request = "GET /phone HTTP/1.1\r\nHost: " + host_ + "\r\nOrigin: http://" +

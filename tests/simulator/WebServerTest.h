@@ -53,7 +53,7 @@ class Lines {
   std::vector<std::string> lines_;
 };
 
-/// Answers each frame by itself, "flood" by many of them and "hush" not at all.
+/// Answers each frame by itself, "flood" and "much" by many of them and "hush" not at all.
 class Echo final : public PageListener {
  public:
   Echo(std::shared_ptr<PageSocket> page, Lines& events, Lines& troubles)
@@ -65,6 +65,11 @@ class Echo final : public PageListener {
   void onText(std::string_view text) override {
     if (text == "flood") {
       for (int i = 0; i < 4000; ++i) page_->send(std::string(10'000, 'f'));
+    } else if (text == "much") {
+      for (int i = 0; i < 1900; ++i) page_->send(std::string(10'000, 'm'));
+    } else if (text.starts_with("latest ")) {
+      page_->sendLatest(text.substr(0, text.find(':')), std::string(text));
+      events_.add("sent");
     } else if (text != "hush") {
       page_->send(std::string(text));
     }
