@@ -94,6 +94,7 @@ class Page final : public PageSocket {
     if (text.starts_with(R"({"kind":"alert")")) ++alerts;
     if (text.starts_with(R"({"kind":"saved")")) saved = std::move(text);
   }
+  void sendLatest(std::string_view, std::string text) override { send(std::move(text)); }
   std::size_t unsentBytes() const override { return 0; }
 
   std::string saved;
