@@ -46,7 +46,8 @@ void PhoneServices::requestAccess(MediaType media, Answer answer) {
       refused = true;
     }
   }
-  if (refused) tellOperator(logger_, "asked for the " + std::string(nameOf(media)) + " too often; refused");
+  if (refused)
+    tellOperator(logger_, "asked for the " + std::string(nameOf(media)) + " too often; refused");
   if (decided) {
     mainQueue_.dispatchAsync(
         // Not moved yet: only what is not decided waits. NOLINTNEXTLINE(bugprone-use-after-move)
