@@ -19,6 +19,7 @@
 #include <thread>
 #include <vector>
 
+#include "recorder/NoteStream.h"
 #include "recorder/Recorded.h"
 #include "recorder/Recorder.h"
 #include "recorder/Recording.h"
@@ -95,6 +96,24 @@ TEST(NoteRing, SaysWhenItsBeginningIsMissing) {
   EXPECT_FALSE(recording.whole);
   EXPECT_LT(recording.notes.size(), 1000U);
   EXPECT_EQ(recording.notes.back().step, 600U);
+}
+
+TEST(NoteStream, EachOfARingBeginsWithAllThatIsThereAndSaysWhetherThatIsAll) {
+  for (const std::uint64_t steps : {20U, 600U}) {
+    const auto ring = std::make_shared<NoteRing>(withRoomFor(256U << 10U));
+    for (std::uint64_t step = 1; step <= steps; ++step) noteStep(*ring, step, milliseconds(step));
+    std::vector<std::string> texts(2);
+    for (auto& text : texts)
+      NoteStream(ring, nullptr, [&](std::string_view line) { text.append(line).append("\n"); });
+    std::istringstream in(texts[0]);
+    std::string error;
+    const auto recording = readRecording(in, error);
+    ASSERT_TRUE(recording) << error;
+    EXPECT_EQ(recording->whole, steps == 20);
+    ASSERT_FALSE(recording->notes.empty());
+    EXPECT_EQ(recording->notes.back().step, steps);
+    EXPECT_EQ(texts[1], texts[0]);
+  }
 }
 
 TEST(NoteRing, WhatIsTooOldGoesAndOfWhatComesAgainTheLatestStatisticsStay) {
