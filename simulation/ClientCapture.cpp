@@ -1,5 +1,5 @@
-#include "simulation/Client.h"
 #include "bridge/EngineCodes.h"
+#include "simulation/Client.h"
 
 namespace vemo {
 namespace {

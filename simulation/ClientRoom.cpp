@@ -1,7 +1,7 @@
 #include <algorithm>
 
-#include "simulation/Client.h"
 #include "bridge/EngineCodes.h"
+#include "simulation/Client.h"
 
 namespace vemo {
 namespace {

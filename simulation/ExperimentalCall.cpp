@@ -5,9 +5,9 @@
 #include <cstddef>
 #include <utility>
 
+#include "bridge/EngineCodes.h"
 #include "json/Lookup.h"
 #include "simulation/Client.h"
-#include "bridge/EngineCodes.h"
 
 namespace vemo {
 namespace {

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "simulation/Client.h"
 #include "bridge/EngineCodes.h"
+#include "simulation/Client.h"
 
 namespace vemo {
 namespace {

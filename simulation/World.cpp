@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "simulation/Client.h"
 #include "bridge/EngineCodes.h"
+#include "simulation/Client.h"
 
 namespace vemo {
 namespace {

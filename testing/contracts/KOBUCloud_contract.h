@@ -330,16 +330,13 @@ TYPED_TEST_P(KOBUCloudContract, CapturesTheScreen) {
   EXPECT_EQ(this->delegate_->events("onScreenCaptureStoped").size(), 1U);
 }
 
-REGISTER_TYPED_TEST_SUITE_P(KOBUCloudContract, HasOneInstanceUntilItIsDestroyed,
-                            DestroyingWhereThereIsNoneIsHarmless,
-                            GivesSeveralThreadsTheSameInstance, AnswersWithoutAnInstance,
-                            KeepsItsDelegateWeakly, TellsNobodyWithoutADelegate,
-                            ItsManagersBelongToIt, TakesAnythingOnAnyThread, AnswersEnterAndExit,
-                            LeavingOutsideARoomDoesNothing, ReportsWhyEnteringFailedFirst,
-                            AnswersAnEnterBeforeTheExitThatOvertakesIt, AnswersASwitchOfRole,
-                            AnEventMayCallTheEngine,
-                            MayBeDestroyedByItsOwnEvent, IsSilentOnceItsLastHolderHasLetGo,
-                            GivesBackTheVolumesThatWereSet, KeepsAViewWhileItShowsSomethingInIt,
-                            MeasuresEveryServerOfASpeedTestOnce, CapturesTheScreen);
+REGISTER_TYPED_TEST_SUITE_P(
+    KOBUCloudContract, HasOneInstanceUntilItIsDestroyed, DestroyingWhereThereIsNoneIsHarmless,
+    GivesSeveralThreadsTheSameInstance, AnswersWithoutAnInstance, KeepsItsDelegateWeakly,
+    TellsNobodyWithoutADelegate, ItsManagersBelongToIt, TakesAnythingOnAnyThread,
+    AnswersEnterAndExit, LeavingOutsideARoomDoesNothing, ReportsWhyEnteringFailedFirst,
+    AnswersAnEnterBeforeTheExitThatOvertakesIt, AnswersASwitchOfRole, AnEventMayCallTheEngine,
+    MayBeDestroyedByItsOwnEvent, IsSilentOnceItsLastHolderHasLetGo, GivesBackTheVolumesThatWereSet,
+    KeepsAViewWhileItShowsSomethingInIt, MeasuresEveryServerOfASpeedTestOnce, CapturesTheScreen);
 
 }  // namespace vemo

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "simulation/ClassroomCloud.h"
 #include "bridge/EngineCodes.h"
+#include "simulation/ClassroomCloud.h"
 #include "testing/RecordingDelegate.h"
 
 namespace vemo {

@@ -34,10 +34,9 @@ TEST(Options, HaveDefaults) {
 
 TEST(Options, AreRead) {
   std::string error;
-  const auto options = parsed(
-      {"--port", "0", "--shell=x", "--seed", "99", "--room-capacity", "2", "--log", "y", "--record",
-       "z", "--help"},
-      error);
+  const auto options = parsed({"--port", "0", "--shell=x", "--seed", "99", "--room-capacity", "2",
+                               "--log", "y", "--record", "z", "--help"},
+                              error);
   ASSERT_TRUE(options);
   EXPECT_EQ(options->port, 0);
   EXPECT_EQ(options->shellFolder, "x");
