@@ -19,9 +19,10 @@ std::string rtpCaps(Line line, std::uint32_t ssrc) {
          std::to_string(ssrc);
 }
 
+// VP8 is always in these colours; left to itself, what is large is now and then sent in others.
 std::string pictureCaps(const VideoEncoding& encoding) {
   return "video/x-raw,width=" + std::to_string(encoding.width) +
-         ",height=" + std::to_string(encoding.height) + ",pixel-aspect-ratio=1/1";
+         ",height=" + std::to_string(encoding.height) + ",pixel-aspect-ratio=1/1,colorimetry=bt601";
 }
 
 std::string branchText(Line line, std::uint32_t ssrc) {

@@ -93,7 +93,9 @@ void Subscriber::Outlets::link(const std::shared_ptr<Outlets>& self, GstElement*
   const std::string text =
       isAudio ? "queue ! rtpopusdepay ! opusdec plc=true ! audioconvert ! audioresample ! " +
                     std::string(kSound) + sink
-              : "queue ! rtpvp8depay ! vp8dec" + sink;
+              : "queue ! rtpvp8depay ! vp8dec ! "
+                "capssetter caps=video/x-raw,colorimetry=bt601" +
+                    sink;
   GError* error = nullptr;
   auto* bin = gst_parse_bin_from_description(text.c_str(), TRUE, &error);
   if (!bin) {

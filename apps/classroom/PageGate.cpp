@@ -67,7 +67,7 @@ std::optional<std::filesystem::path> PageGate::fileFor(std::string_view uri) con
 }
 
 std::string PageGate::contentSecurityPolicy() const {
-  const std::string everywhere = "frame-src 'none'; object-src 'none'; base-uri 'none'";
+  std::string everywhere = "frame-src 'none'; object-src 'none'; base-uri 'none'";
   if (folder_.empty()) return everywhere;
   return "default-src 'self'; img-src 'self' data: blob:; form-action 'none'; " + everywhere;
 }

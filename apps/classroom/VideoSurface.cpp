@@ -32,12 +32,16 @@ cairo_matrix_t matrixOf(int orientation) {
   }
 }
 
+struct Size {
+  double width;
+  double height;
+};
+
 /// By how much a picture is enlarged in a box.
-double scaleOf(double width, double height, const Drawing& drawing, double boxWidth,
-               double boxHeight) {
-  if (isTurned(drawing.orientation)) std::swap(width, height);
-  const double byWidth = boxWidth / width;
-  const double byHeight = boxHeight / height;
+double scaleOf(Size picture, const Drawing& drawing, Size box) {
+  if (isTurned(drawing.orientation)) std::swap(picture.width, picture.height);
+  const double byWidth = box.width / picture.width;
+  const double byHeight = box.height / picture.height;
   return drawing.fit ? std::min(byWidth, byHeight) : std::max(byWidth, byHeight);
 }
 
@@ -87,10 +91,10 @@ VideoSurface::Surface VideoSurface::converted(GstSample* picture, const Drawing&
   const double width = GST_VIDEO_INFO_WIDTH(&from);
   const double height = GST_VIDEO_INFO_HEIGHT(&from);
   // Nothing is enlarged here: there would only be more to draw.
-  const int boxWidth = width_;
-  const int boxHeight = height_;
+  const double boxWidth = width_;
+  const double boxHeight = height_;
   const double scale = boxWidth > 0 && boxHeight > 0
-                           ? std::min(1.0, scaleOf(width, height, drawing, boxWidth, boxHeight))
+                           ? std::min(1.0, scaleOf({width, height}, drawing, {boxWidth, boxHeight}))
                            : 1.0;
   GstVideoInfo to;
   gst_video_info_set_format(&to, GST_VIDEO_FORMAT_BGRx,
@@ -136,7 +140,7 @@ void VideoSurface::paint(cairo_t* to, double width, double height) const {
   if (!surface_) return;
   const double across = cairo_image_surface_get_width(surface_.get());
   const double down = cairo_image_surface_get_height(surface_.get());
-  const double scale = scaleOf(across, down, drawing_, width, height);
+  const double scale = scaleOf({across, down}, drawing_, {width, height});
   cairo_set_source_rgb(to, 0.04, 0.05, 0.08);
   cairo_paint(to);
   cairo_translate(to, width / 2, height / 2);

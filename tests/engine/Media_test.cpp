@@ -179,7 +179,7 @@ TEST_F(MediaTest, TheScreenIsAPictureOfItsOwn) {
   alice->startScreenCaptureInApp({});
   bob.told->waitFor("onUserSubStreamAvailable alice 1");
   bob.told->waitFor("onFirstVideoFrame alice 2 1280 720");
-  EXPECT_TRUE(screen->waitForColour("green"));
+  EXPECT_TRUE(screen->waitForColour("green")) << screen->seen();
   EXPECT_TRUE(camera->waitForColour("red"));
   EXPECT_EQ(alice->stopScreenCapture(), 0);
   bob.told->waitFor("onUserSubStreamAvailable alice 0");

@@ -35,6 +35,7 @@ class SeenView final : public VideoView {
     gst_video_frame_unmap(&frame);
     const std::lock_guard lock(mutex_);
     colour_ = nameOf(middle);
+    middle_ = middle;
     upperLeft_ = nameOf(quarter);
     width_ = width;
     height_ = height;
@@ -64,6 +65,12 @@ class SeenView final : public VideoView {
     std::unique_lock lock(mutex_);
     const auto until = count_ + count;
     return changed_.wait_for(lock, kPatience, [&] { return count_ >= until; });
+  }
+  /// What it shows, for a failure to tell.
+  std::string seen() const {
+    const std::lock_guard lock(mutex_);
+    return colour_ + " (" + std::to_string(middle_[0]) + ", " + std::to_string(middle_[1]) + ", " +
+           std::to_string(middle_[2]) + ") in picture " + std::to_string(count_);
   }
   std::size_t count() const {
     const std::lock_guard lock(mutex_);
@@ -109,6 +116,7 @@ class SeenView final : public VideoView {
   mutable std::mutex mutex_;
   std::condition_variable changed_;
   std::string colour_ = "nothing", upperLeft_;
+  Pixel middle_{};
   int width_ = 0, height_ = 0;
   Drawing drawing_;
   std::size_t count_ = 0;
