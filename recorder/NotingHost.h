@@ -139,14 +139,14 @@ class NotingHost {
       const std::lock_guard lock(mutex_);
       const auto known = std::ranges::find_if(
           listeners_, [&](const auto& one) { return one.target.lock() == target; });
-      if (known != listeners_.end()) return ListenerPtr(target, known->noting.get());
+      if (known != listeners_.end()) return {target, known->noting.get()};
       made =
           std::make_shared<NotingListener>(notes_, "listener " + std::to_string(++count_), *target);
       listeners_.push_back({target, made});
     }
     const Notes::Step step(*notes_, Notes::Step::anywhere,
                            [&](NoteWriter& text) { text.add("listener", made->name()); });
-    return ListenerPtr(target, made.get());
+    return {target, made.get()};
   }
 
   const std::shared_ptr<Notes> notes_;

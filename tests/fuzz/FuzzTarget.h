@@ -20,7 +20,7 @@ inline std::string_view textOf(const std::uint8_t* data, std::size_t size) {
 /// Ends the process, as a crash does, unless `holds`.
 inline void must(bool holds, std::string_view what, std::string_view found) {
   if (holds) return;
-  std::cerr << "It must be that " << what << "; found: " << found << std::endl;
+  std::cerr << "It must be that " << what << "; found: " << found << '\n' << std::flush;
   std::abort();
 }
 

@@ -17,7 +17,7 @@ int main(int argc, char** argv) {
     for (const auto& file : std::filesystem::directory_iterator(folder)) {
       std::ifstream in(file.path(), std::ios::binary);
       const std::string input(std::istreambuf_iterator<char>(in), {});
-      std::cout << file.path().filename().string() << std::endl;  // seen if it is the last one
+      std::cout << file.path().filename().string() << '\n' << std::flush;  // seen if it breaks
       LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(input.data()), input.size());
       ++inputs;
     }

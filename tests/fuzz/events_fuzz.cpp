@@ -42,7 +42,8 @@ class Listening {
     if (!delegate) return;
     try {
       engineEvent(line.substr(0, space), arguments.get_array())(*delegate);
-    } catch (const ArgumentError&) {  // no event
+    } catch (const ArgumentError&) {
+      return;  // it tells no event
     }
     drain();
   }

@@ -20,7 +20,7 @@ namespace {
 
 using Place = std::pair<std::string, std::int64_t>;
 
-std::string textOf(const boost::json::object& record, std::string_view field) {
+std::string fieldOf(const boost::json::object& record, std::string_view field) {
   const auto* value = record.if_contains(field);
   return value ? std::string(value->as_string()) : "";
 }
@@ -29,12 +29,13 @@ std::string textOf(const boost::json::object& record, std::string_view field) {
 /// writes success and failure from one place) and the description of a failure that the
 /// router finds by itself.
 std::string kindOf(const boost::json::object& record) {
-  auto action = textOf(record, "actionName");
+  auto action = fieldOf(record, "actionName");
   if (action.ends_with("Failed")) action.resize(action.size() - 6);
   const auto* code = record.if_contains("errorCode");
-  const bool own = textOf(record, "module") != "SDKCallback" && code && code->as_int64() < 0 &&
+  const bool own = fieldOf(record, "module") != "SDKCallback" && code && code->as_int64() < 0 &&
                    code->as_int64() >= -3;
-  return textOf(record, "funcName") + " " + action + (own ? " " + textOf(record, "errorDesc") : "");
+  return fieldOf(record, "funcName") + " " + action +
+         (own ? " " + fieldOf(record, "errorDesc") : "");
 }
 
 /// The first kind of record that each place wrote.
@@ -52,8 +53,8 @@ void addPlaces(const std::filesystem::path& file, Places& places) {
     if (!record) continue;
     const auto& fields = record->as_object();
     // The base router's records name no place.
-    if (textOf(fields, "module") == "VEMOJSMsgRouter") continue;
-    const Place place{textOf(fields, "fileName"), fields.at("line").as_int64()};
+    if (fieldOf(fields, "module") == "VEMOJSMsgRouter") continue;
+    const Place place{fieldOf(fields, "fileName"), fields.at("line").as_int64()};
     EXPECT_NE(place.first, "") << line;
     EXPECT_EQ(place.first.find('/'), std::string::npos) << line;
     EXPECT_GT(place.second, 0) << line;
