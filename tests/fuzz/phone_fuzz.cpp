@@ -43,9 +43,10 @@ using std::chrono::seconds;
 /// Downloads that end at once: with a file, or where the address has "fail", without one.
 class QuickDownloads final : public DownloadService, public DownloadedFile {
  public:
-  bool isUrl(const std::string& text) const override { return text.find(':') != text.npos; }
+  bool isUrl(const std::string& text) const override { return text.find(':') != std::string::npos; }
   void download(const std::string& url, std::function<void(DownloadResult)> done) override {
-    if (url.find("fail") != url.npos) return done({DownloadError{-1009, "offline"}, nullptr});
+    if (url.find("fail") != std::string::npos)
+      return done({DownloadError{-1009, "offline"}, nullptr});
     done({std::nullopt, std::make_shared<QuickDownloads>()});
   }
   std::optional<std::string> readAll() const override { return "bytes"; }
