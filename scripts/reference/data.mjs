@@ -1,6 +1,6 @@
 // The protocol as the simulator's tools read it: what vemo-protocol prints, with an example of
 // each command's params and of the arguments with which the engine tells each event, and the codes
-// that the simulated engine reports.
+// that the engines report.
 
 export function data({ commands, events }, examples, codes) {
   return `{

@@ -1,4 +1,4 @@
-// The codes that the simulated engine reports, as its header tells them.
+// The codes that the engines report, as their header tells them.
 
 const constant = /^inline constexpr std::int\d+_t k\w+ = (-?\d+);\s*\/\/\/< (.*)$/;
 

@@ -77,7 +77,7 @@ export interface EventData {
   arguments: Record<string, unknown> | null;
 }
 
-/** A code that the simulated engine reports. */
+/** A code that the engines report. */
 export interface EngineCode {
   code: number;
   about: string;
