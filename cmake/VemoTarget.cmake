@@ -9,9 +9,9 @@ if(VEMO_DEVELOPER)
     -Woverloaded-virtual
     # g++ 12 sees overlaps in "text" + std::string(...) that can't be.
     $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
-  # Where it optimises, it sees null pointers inside libraries that can't be, too; and under
+  # Where it optimises, it sees null pointers inside libraries that can't be, too; and with
   # a sanitizer its warnings about the flow of values err often enough to be warnings only.
-  if(NOT VEMO_SANITIZE)
+  if(NOT (VEMO_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL GNU))
     target_compile_options(vemo_options INTERFACE -Werror $<$<CONFIG:Debug>:-Wnull-dereference>)
   endif()
 endif()
