@@ -15,7 +15,7 @@
 #include "engine/SignedToken.h"
 #include "json/Lookup.h"
 
-namespace vemo {
+namespace vemo::janus {
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -519,4 +519,4 @@ void Conference::startSpeedTest(const std::string& userSig,
   speedTest_ = std::make_unique<SpeedTest>(*thread_, std::move(all), std::move(completion));
 }
 
-}  // namespace vemo
+}  // namespace vemo::janus

@@ -10,7 +10,7 @@
 
 #include "json/Lookup.h"
 
-namespace vemo {
+namespace vemo::janus {
 namespace {
 
 using boost::json::object;
@@ -412,4 +412,4 @@ void JanusConnection::recovered(bool sameSession) {
   listener_.onRecovered(sameSession);
 }
 
-}  // namespace vemo
+}  // namespace vemo::janus

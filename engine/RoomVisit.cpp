@@ -8,7 +8,7 @@
 #include "bridge/EngineCodes.h"
 #include "json/Lookup.h"
 
-namespace vemo {
+namespace vemo::janus {
 namespace {
 
 using boost::json::object;
@@ -461,4 +461,4 @@ void RoomVisit::putOut(std::int64_t reason) {
   listener_.onPutOut(reason);
 }
 
-}  // namespace vemo
+}  // namespace vemo::janus

@@ -9,7 +9,7 @@
 #include "engine/AudioMix.h"
 #include "json/Lookup.h"
 
-namespace vemo {
+namespace vemo::janus {
 namespace {
 
 using boost::json::array;
@@ -417,4 +417,4 @@ void Subscriber::counts(std::function<void(std::map<Key, RtpCounts>)> done) {
       });
 }
 
-}  // namespace vemo
+}  // namespace vemo::janus
