@@ -4,9 +4,9 @@
 
 namespace vemo {
 
-// The codes that engines report, the simulated one and the real one alike, in groups. The reference
-// for pages is made from these lines: what stands over a group says where its codes come, what
-// stands beside a code what it means.
+// The codes and reasons that engines report, the simulated one and the real one alike, in groups.
+// The reference for pages is made from these lines: what stands over a group says where its codes
+// come, what stands beside a code what it means.
 
 // Entering fails: "onError", then "onEnterRoom" with the code as "elapsed".
 inline constexpr std::int32_t kEnterRefused = -3301;             ///< refused, such as for its role
@@ -23,6 +23,17 @@ inline constexpr std::int32_t kAlreadyInRoom = -3302;  ///< in a room already, w
 // A change of role fails: "onSwitchRole"; with -3308 too.
 inline constexpr std::int32_t kSwitchOutsideRoom = -3303;  ///< outside a room
 inline constexpr std::int32_t kSwitchUnknownRole = -3304;  ///< an unknown role
+
+// Why the own user is out of the room: "reason" of "onExitRoom".
+inline constexpr std::int64_t kExitLeft = 0;       ///< left
+inline constexpr std::int64_t kExitRemoved = 1;    ///< removed by the server
+inline constexpr std::int64_t kExitDismissed = 2;  ///< the room was dismissed
+
+// Why another user is an anchor here no longer: "reason" of "onRemoteUserLeaveRoom".
+inline constexpr std::int64_t kLeaveLeft = 0;      ///< left
+inline constexpr std::int64_t kLeaveTimedOut = 1;  ///< lost its connection
+inline constexpr std::int64_t kLeaveRemoved = 2;   ///< removed by the server
+inline constexpr std::int64_t kLeaveAudience = 3;  ///< became audience
 
 // Results of pausing, resuming and stopping screen capture.
 inline constexpr std::int64_t kNotCapturing = -3310;  ///< nothing is captured

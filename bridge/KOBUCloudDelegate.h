@@ -39,15 +39,14 @@ class KOBUCloudDelegate {
                          const std::optional<boost::json::object>& extInfo) = 0;
   /// `result` is the time taken in milliseconds, or a negative error code.
   virtual void onEnterRoom(std::int64_t result) = 0;
-  /// `reason`: 0 the user left, 1 removed by the server, 2 the room was dismissed.
+  /// `reason`: kExitLeft, kExitRemoved or kExitDismissed (EngineCodes.h).
   virtual void onExitRoom(std::int64_t reason) = 0;
   /// A switch of the own role has ended; `errCode` 0 is success.
   virtual void onSwitchRole(std::int32_t errCode, const Text& errMsg) = 0;
   /// Another user has come as an anchor, or become one. Those who are there already come right
   /// behind onEnterRoom, before anything is measured.
   virtual void onRemoteUserEnterRoom(const Text& userId) = 0;
-  /// `reason`: 0 the user left, 1 its connection timed out, 2 removed by the server,
-  /// 3 it became audience.
+  /// `reason`: kLeaveLeft, kLeaveTimedOut, kLeaveRemoved or kLeaveAudience (EngineCodes.h).
   virtual void onRemoteUserLeaveRoom(const Text& userId, std::int64_t reason) = 0;
   /// Sound is played by way of `route` now, before by way of `fromRoute`.
   virtual void onAudioRouteChanged(std::int64_t route, std::int64_t fromRoute) = 0;
@@ -129,5 +128,92 @@ constexpr bool isPeriodicEvent(std::string_view name) {
       [&](const auto&... event) { return ((event.isPeriodic && event.name == name) || ...); },
       engineEvents);
 }
+
+/// A delegate that does the same with all events: each is a call of a member of `Self`,
+///     template <auto operation, class... Args> void told(const Args&... args);
+/// with what the engine gives. `Self` may override single operations.
+template <class Self>
+class KOBUCloudDelegateOf : public KOBUCloudDelegate {
+ public:
+  void onError(std::int32_t errCode, const Text& errMsg,
+               const std::optional<boost::json::object>& extInfo) override {
+    each<&KOBUCloudDelegate::onError>(errCode, errMsg, extInfo);
+  }
+  void onWarning(std::int32_t warningCode, const Text& warningMsg,
+                 const std::optional<boost::json::object>& extInfo) override {
+    each<&KOBUCloudDelegate::onWarning>(warningCode, warningMsg, extInfo);
+  }
+  void onEnterRoom(std::int64_t result) override { each<&KOBUCloudDelegate::onEnterRoom>(result); }
+  void onExitRoom(std::int64_t reason) override { each<&KOBUCloudDelegate::onExitRoom>(reason); }
+  void onSwitchRole(std::int32_t errCode, const Text& errMsg) override {
+    each<&KOBUCloudDelegate::onSwitchRole>(errCode, errMsg);
+  }
+  void onRemoteUserEnterRoom(const Text& userId) override {
+    each<&KOBUCloudDelegate::onRemoteUserEnterRoom>(userId);
+  }
+  void onRemoteUserLeaveRoom(const Text& userId, std::int64_t reason) override {
+    each<&KOBUCloudDelegate::onRemoteUserLeaveRoom>(userId, reason);
+  }
+  void onAudioRouteChanged(std::int64_t route, std::int64_t fromRoute) override {
+    each<&KOBUCloudDelegate::onAudioRouteChanged>(route, fromRoute);
+  }
+  void onUserAudioAvailable(const Text& userId, bool available) override {
+    each<&KOBUCloudDelegate::onUserAudioAvailable>(userId, available);
+  }
+  void onUserVideoAvailable(const Text& userId, bool available) override {
+    each<&KOBUCloudDelegate::onUserVideoAvailable>(userId, available);
+  }
+  void onUserSubStreamAvailable(const Text& userId, bool available) override {
+    each<&KOBUCloudDelegate::onUserSubStreamAvailable>(userId, available);
+  }
+  void onNetworkQuality(Shared<KOBUQualityInfo> localQuality,
+                        SharedList<KOBUQualityInfo> remoteQuality) override {
+    each<&KOBUCloudDelegate::onNetworkQuality>(localQuality, remoteQuality);
+  }
+  void onStatistics(Shared<KOBUStatistics> statistics) override {
+    each<&KOBUCloudDelegate::onStatistics>(statistics);
+  }
+  void onUserVoiceVolume(SharedList<KOBUVolumeInfo> userVolumes,
+                         std::int64_t totalVolume) override {
+    each<&KOBUCloudDelegate::onUserVoiceVolume>(userVolumes, totalVolume);
+  }
+  void onConnectionLost() override { each<&KOBUCloudDelegate::onConnectionLost>(); }
+  void onTryToReconnect() override { each<&KOBUCloudDelegate::onTryToReconnect>(); }
+  void onConnectionRecovery() override { each<&KOBUCloudDelegate::onConnectionRecovery>(); }
+  void onFirstVideoFrame(const Text& userId, std::int64_t streamType, std::int32_t width,
+                         std::int32_t height) override {
+    each<&KOBUCloudDelegate::onFirstVideoFrame>(userId, streamType, width, height);
+  }
+  void onFirstAudioFrame(const Text& userId) override {
+    each<&KOBUCloudDelegate::onFirstAudioFrame>(userId);
+  }
+  void onSendFirstLocalVideoFrame(std::int64_t streamType) override {
+    each<&KOBUCloudDelegate::onSendFirstLocalVideoFrame>(streamType);
+  }
+  void onSendFirstLocalAudioFrame() override {
+    each<&KOBUCloudDelegate::onSendFirstLocalAudioFrame>();
+  }
+  void onCameraDidReady() override { each<&KOBUCloudDelegate::onCameraDidReady>(); }
+  void onMicDidReady() override { each<&KOBUCloudDelegate::onMicDidReady>(); }
+  void onScreenCaptureStarted() override { each<&KOBUCloudDelegate::onScreenCaptureStarted>(); }
+  void onScreenCapturePaused(std::int32_t reason) override {
+    each<&KOBUCloudDelegate::onScreenCapturePaused>(reason);
+  }
+  void onScreenCaptureResumed(std::int32_t reason) override {
+    each<&KOBUCloudDelegate::onScreenCaptureResumed>(reason);
+  }
+  void onScreenCaptureStoped(std::int32_t reason) override {
+    each<&KOBUCloudDelegate::onScreenCaptureStoped>(reason);
+  }
+
+ private:
+  friend Self;
+  KOBUCloudDelegateOf() = default;
+
+  template <auto operation, class... Args>
+  void each(const Args&... args) {
+    static_cast<Self&>(*this).template told<operation>(args...);
+  }
+};
 
 }  // namespace vemo

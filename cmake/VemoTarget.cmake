@@ -83,6 +83,7 @@ function(vemo_library name)
   endif()
   add_library(vemo::${name} ALIAS vemo_${name})
   set_target_properties(vemo_${name} PROPERTIES VEMO_ROOM ${ARG_ROOM} VEMO_HEADERS "${headers}")
+  set_property(GLOBAL APPEND PROPERTY VEMO_LIBRARIES vemo_${name})
   # Beside the library, which is installed with its public headers alone.
   list(TRANSFORM headers PREPEND "${include}/${ARG_ROOM}/")
   add_library(vemo_${name}_headers INTERFACE)

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <utility>
 
-namespace vemo {
+namespace vemo::janus {
 namespace {
 
 constexpr double kFullVolume = 100.0;
@@ -120,4 +120,4 @@ void AudioMix::Input::setVolume(int volume) {
   g_object_set(volume_.get(), "volume", volume / kFullVolume, nullptr);
 }
 
-}  // namespace vemo
+}  // namespace vemo::janus

@@ -8,7 +8,7 @@
 #include "engine/EngineThread.h"
 #include "engine/Gst.h"
 
-namespace vemo {
+namespace vemo::janus {
 
 /// How sound travels in the engine.
 inline constexpr const char* kSound =
@@ -63,4 +63,4 @@ class AudioMix {
   GstRef<GstElement> volume_;
 };
 
-}  // namespace vemo
+}  // namespace vemo::janus

@@ -4,7 +4,7 @@
 
 #include <utility>
 
-namespace vemo {
+namespace vemo::janus {
 
 struct Capture::State : std::enable_shared_from_this<State> {
   State(EngineThread& on, std::vector<std::string> from, std::string to, Listener tell)
@@ -109,4 +109,4 @@ std::string Capture::source() const {
   return state_->next < state_->sources.size() ? state_->sources[state_->next] : "";
 }
 
-}  // namespace vemo
+}  // namespace vemo::janus

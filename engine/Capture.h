@@ -10,7 +10,7 @@
 #include "engine/EngineThread.h"
 #include "engine/Gst.h"
 
-namespace vemo {
+namespace vemo::janus {
 
 /// A device, or what stands for one, that gives pictures or sound: the first of some sources that
 /// can be started. Engine thread, where not said otherwise.
@@ -44,4 +44,4 @@ class Capture {
   const std::shared_ptr<State> state_;
 };
 
-}  // namespace vemo
+}  // namespace vemo::janus

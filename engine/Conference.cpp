@@ -15,7 +15,7 @@
 #include "engine/SignedToken.h"
 #include "json/Lookup.h"
 
-namespace vemo {
+namespace vemo::janus {
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -26,7 +26,6 @@ constexpr std::int32_t kShortestVolumeIntervalMs = 100;
 constexpr std::int32_t kLongestVolumeIntervalMs = 10'000;
 constexpr std::size_t kLongestUserId = 256;  // bytes
 constexpr std::size_t kLongestCall = 4096;   // bytes
-constexpr std::int64_t kLeaveAudience = 3;
 constexpr unsigned kJitterBufferMs = 100;
 
 /// Processor time used since the start: of this process, of nobody, and of all, in ticks.
@@ -246,13 +245,13 @@ void Conference::exit() {
   if (state_ == State::entering) failEntering(kEnterCancelled, "left on the way in");
   endVisit();
   if (!visit || waits) {
-    emit([](auto& to) { to.onExitRoom(0); });
+    emit([](auto& to) { to.onExitRoom(kExitLeft); });
     return;
   }
   isEngaged_ = true;
   visit->leave([self = shared_from_this(), visit, busy = thread_->busy()] {
     self->isEngaged_ = false;
-    self->emit([](auto& to) { to.onExitRoom(0); });
+    self->emit([](auto& to) { to.onExitRoom(kExitLeft); });
     if (const auto next = std::exchange(self->nextEnter_, std::nullopt)) {
       self->state_ = State::outside;
       self->enter(*next);
@@ -519,4 +518,4 @@ void Conference::startSpeedTest(const std::string& userSig,
   speedTest_ = std::make_unique<SpeedTest>(*thread_, std::move(all), std::move(completion));
 }
 
-}  // namespace vemo
+}  // namespace vemo::janus

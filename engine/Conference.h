@@ -22,7 +22,7 @@
 #include "engine/SpeedTest.h"
 #include "engine/VideoStage.h"
 
-namespace vemo {
+namespace vemo::janus {
 
 /// All that one engine instance is doing: its own camera, microphone, screen and music, the room
 /// that it is in, and what it receives of the others. Engine thread, where not said otherwise;
@@ -219,4 +219,4 @@ class Conference : public std::enable_shared_from_this<Conference> {
 /// The states of a screen capture, as its starter sees them.
 enum ScreenState : int { screenIdle, screenStarting, screenCapturing, screenPaused };
 
-}  // namespace vemo
+}  // namespace vemo::janus

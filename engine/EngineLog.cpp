@@ -7,7 +7,7 @@
 #include <iostream>
 #include <system_error>
 
-namespace vemo {
+namespace vemo::janus {
 namespace {
 
 std::string now() {
@@ -52,4 +52,4 @@ void EngineLog::write(Level level, const std::string& text) {
   if (console_) std::cerr << "engine: " << line << std::flush;
 }
 
-}  // namespace vemo
+}  // namespace vemo::janus

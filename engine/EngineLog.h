@@ -5,7 +5,7 @@
 #include <mutex>
 #include <string>
 
-namespace vemo {
+namespace vemo::janus {
 
 /// The engine's own log: lines with a time, in the file engine.log of a folder, and on stderr. Any
 /// thread.
@@ -28,4 +28,4 @@ class EngineLog {
   std::ofstream file_;
 };
 
-}  // namespace vemo
+}  // namespace vemo::janus

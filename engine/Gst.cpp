@@ -2,7 +2,7 @@
 
 #include <gst/app/gstappsrc.h>
 
-namespace vemo {
+namespace vemo::janus {
 
 void initialiseGStreamer() { gst_init(nullptr, nullptr); }
 
@@ -47,4 +47,4 @@ void endPipeline(GstElement* pipeline) {
   gst_element_set_state(pipeline, GST_STATE_NULL);
 }
 
-}  // namespace vemo
+}  // namespace vemo::janus

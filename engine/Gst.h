@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-namespace vemo {
+namespace vemo::janus {
 
 // GStreamer's and GLib's counted objects, let go of when their holder dies.
 struct GstUnref {
@@ -42,4 +42,4 @@ void pushUntimed(GstElement* source, GstSample* sample);
 /// Ends a pipeline and its bus watch. Not on a thread of the pipeline's own.
 void endPipeline(GstElement* pipeline);
 
-}  // namespace vemo
+}  // namespace vemo::janus

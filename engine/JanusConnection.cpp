@@ -8,9 +8,9 @@
 #include <boost/json/serialize.hpp>
 #include <utility>
 
-#include "json/Lookup.h"
+#include "engine/JanusEvent.h"
 
-namespace vemo {
+namespace vemo::janus {
 namespace {
 
 using boost::json::object;
@@ -30,10 +30,6 @@ std::uint64_t numberAt(const object& from, std::string_view key) {
   return value && value->is_int64() && value->get_int64() > 0
              ? static_cast<std::uint64_t>(value->get_int64())
              : 0;
-}
-
-std::string textAt(const object& from, std::string_view key) {
-  return std::string(vemo_safeNSStringForKey(&from, key).value_or(""));
 }
 
 JanusError refusal(const object& from, const char* codeKey, const char* textKey) {
@@ -412,4 +408,4 @@ void JanusConnection::recovered(bool sameSession) {
   listener_.onRecovered(sameSession);
 }
 
-}  // namespace vemo
+}  // namespace vemo::janus

@@ -11,7 +11,7 @@
 
 #include "engine/EngineThread.h"
 
-namespace vemo {
+namespace vemo::janus {
 
 /// Why a request, or the way to a server, failed.
 struct JanusError {
@@ -141,4 +141,4 @@ class JanusConnection : public std::enable_shared_from_this<JanusConnection> {
   Milliseconds pause_{0};
 };
 
-}  // namespace vemo
+}  // namespace vemo::janus

@@ -9,6 +9,8 @@
 namespace vemo {
 namespace {
 
+using namespace janus;
+
 constexpr std::chrono::milliseconds kLongestGoodbye{3'000};
 
 std::int32_t volumeWithin(std::int32_t volume) { return std::clamp(volume, 0, 100); }

@@ -34,7 +34,7 @@ namespace vemo {
 class JanusEngine final : public KOBUCloud, PWAudioEffectManager, KOBUDeviceManager {
  public:
   JanusEngine(std::shared_ptr<EngineThread> thread, std::shared_ptr<const EngineOptions> options,
-              std::shared_ptr<EngineLog> log);
+              std::shared_ptr<janus::EngineLog> log);
   ~JanusEngine() override;
   JanusEngine(const JanusEngine&) = delete;
   JanusEngine& operator=(const JanusEngine&) = delete;
@@ -126,11 +126,12 @@ class JanusEngine final : public KOBUCloud, PWAudioEffectManager, KOBUDeviceMana
   }
 
   const std::shared_ptr<EngineThread> thread_;
-  const std::shared_ptr<EngineLog> log_;
-  const std::shared_ptr<Conference> conference_;
+  const std::shared_ptr<janus::EngineLog> log_;
+  const std::shared_ptr<janus::Conference> conference_;
   std::atomic<std::int32_t> captureVolume_ = 100, playoutVolume_ = 100;
   std::atomic<bool> cameraOn_ = false;
-  const std::shared_ptr<std::atomic<int>> screen_ = std::make_shared<std::atomic<int>>(screenIdle);
+  const std::shared_ptr<std::atomic<int>> screen_ =
+      std::make_shared<std::atomic<int>>(janus::screenIdle);
 };
 
 /// Makes the one engine of an application. Any thread; it may be destroyed by an event of its
@@ -157,7 +158,7 @@ class JanusEngineClass final : public KOBUCloudClass {
 
  private:
   const std::shared_ptr<const EngineOptions> options_;
-  const std::shared_ptr<EngineLog> log_ = std::make_shared<EngineLog>();
+  const std::shared_ptr<janus::EngineLog> log_ = std::make_shared<janus::EngineLog>();
   const std::shared_ptr<EngineThread> thread_ = std::make_shared<EngineThread>();
   std::mutex mutex_;
   std::shared_ptr<JanusEngine> instance_;

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-namespace vemo {
+namespace vemo::janus {
 
 /// What a user sends, each kind on a line of its own of the one connection that it sends over, and
 /// always in this order: so everybody knows what is what without being told.
@@ -20,4 +20,4 @@ constexpr const char* midOf(Line line) {
   return "";
 }
 
-}  // namespace vemo
+}  // namespace vemo::janus

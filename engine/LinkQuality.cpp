@@ -2,7 +2,7 @@
 
 #include <array>
 
-namespace vemo {
+namespace vemo::janus {
 namespace {
 
 struct Worst {
@@ -22,4 +22,4 @@ std::int32_t linkQuality(std::uint32_t loss, std::uint32_t roundTrip) {
   return quality;
 }
 
-}  // namespace vemo
+}  // namespace vemo::janus

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-namespace vemo {
+namespace vemo::janus {
 
 /// How good a way to the server is, by what is lost on it (percent) and how long it takes there and
 /// back (ms): the worse of the two counts.
@@ -16,4 +16,4 @@ namespace vemo {
 ///   6 unusable            more            more
 std::int32_t linkQuality(std::uint32_t loss, std::uint32_t roundTrip);
 
-}  // namespace vemo
+}  // namespace vemo::janus

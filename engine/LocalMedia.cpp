@@ -5,7 +5,7 @@
 #include "engine/Conference.h"
 #include "engine/Outgoing.h"
 
-namespace vemo {
+namespace vemo::janus {
 namespace {
 
 constexpr std::int32_t kLargestSide = 4096;
@@ -349,4 +349,4 @@ void Conference::stopScreen() {
   publish();
 }
 
-}  // namespace vemo
+}  // namespace vemo::janus

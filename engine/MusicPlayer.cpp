@@ -9,7 +9,7 @@
 #include "bridge/EngineCodes.h"
 #include "engine/Gst.h"
 
-namespace vemo {
+namespace vemo::janus {
 namespace {
 
 constexpr std::size_t kMostTracks = 16;
@@ -257,4 +257,4 @@ bool MusicPlayer::isPublished() const {
   });
 }
 
-}  // namespace vemo
+}  // namespace vemo::janus

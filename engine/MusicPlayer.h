@@ -9,7 +9,7 @@
 #include "engine/AudioMix.h"
 #include "engine/EngineThread.h"
 
-namespace vemo {
+namespace vemo::janus {
 
 /// Plays music into what is heard here and, where asked, into what is sent. Engine thread.
 class MusicPlayer {
@@ -57,4 +57,4 @@ class MusicPlayer {
   std::int32_t volume_ = 100;
 };
 
-}  // namespace vemo
+}  // namespace vemo::janus

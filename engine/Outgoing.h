@@ -7,7 +7,7 @@
 #include "engine/AudioMix.h"
 #include "engine/Conference.h"
 
-namespace vemo {
+namespace vemo::janus {
 
 /// The way from what is captured to what is sent, for streaming threads: the connection to send
 /// over comes and goes, and what is muted ends here.
@@ -62,4 +62,4 @@ class Conference::Outgoing {
   AudioMix::Input* microphone_ = nullptr;
 };
 
-}  // namespace vemo
+}  // namespace vemo::janus

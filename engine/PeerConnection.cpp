@@ -5,7 +5,7 @@
 #define GST_USE_UNSTABLE_API
 #include <gst/webrtc/webrtc.h>
 
-namespace vemo {
+namespace vemo::janus {
 namespace {
 
 /// A description of `type`; null when the text is none.
@@ -283,4 +283,4 @@ void PeerConnection::counts(std::function<void(std::vector<RtpCounts>)> done) {
                         }));
 }
 
-}  // namespace vemo
+}  // namespace vemo::janus

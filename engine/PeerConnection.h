@@ -11,7 +11,7 @@
 #include "engine/EngineThread.h"
 #include "engine/Gst.h"
 
-namespace vemo {
+namespace vemo::janus {
 
 /// What a peer connection counted for one stream of packets.
 struct RtpCounts {
@@ -83,4 +83,4 @@ class PeerConnection : public std::enable_shared_from_this<PeerConnection> {
   std::vector<GstRef<GstObject>> sendLines_;
 };
 
-}  // namespace vemo
+}  // namespace vemo::janus

@@ -4,7 +4,7 @@
 #include <array>
 #include <utility>
 
-namespace vemo {
+namespace vemo::janus {
 namespace {
 
 constexpr std::array<std::pair<std::string_view, bool Presence::*>, 6> kWords{{
@@ -41,4 +41,4 @@ Presence Presence::of(std::string_view text) {
   return presence;
 }
 
-}  // namespace vemo
+}  // namespace vemo::janus

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-namespace vemo {
+namespace vemo::janus {
 
 /// What a user tells the others of itself, as the display name that the server keeps for it: so
 /// who comes later, or has missed something, finds it there.
@@ -23,4 +23,4 @@ struct Presence {
   static Presence of(std::string_view text);
 };
 
-}  // namespace vemo
+}  // namespace vemo::janus

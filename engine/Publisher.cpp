@@ -4,7 +4,7 @@
 #include <random>
 #include <utility>
 
-namespace vemo {
+namespace vemo::janus {
 namespace {
 
 constexpr Line kLines[] = {Line::audio, Line::camera, Line::cameraSmall, Line::screen};
@@ -185,4 +185,4 @@ void Publisher::counts(std::function<void(std::vector<RtpCounts>)> done) {
   });
 }
 
-}  // namespace vemo
+}  // namespace vemo::janus

@@ -12,7 +12,7 @@
 #include "engine/Lines.h"
 #include "engine/PeerConnection.h"
 
-namespace vemo {
+namespace vemo::janus {
 
 /// How pictures are sent: their size, rate and bit rate (kbit/s), turned by quarter turns clockwise
 /// and then mirrored.
@@ -86,4 +86,4 @@ class Publisher {
   std::atomic<bool> isLive_ = false;
 };
 
-}  // namespace vemo
+}  // namespace vemo::janus

@@ -5,7 +5,7 @@
 #include "engine/Conference.h"
 #include "engine/RemoteStream.h"
 
-namespace vemo {
+namespace vemo::janus {
 namespace {
 
 constexpr std::size_t kMostUsersKept = 1024;
@@ -185,4 +185,4 @@ void Conference::setVolume(const std::string& user, std::int32_t volume) {
   }
 }
 
-}  // namespace vemo
+}  // namespace vemo::janus

@@ -11,7 +11,7 @@
 #include "engine/AudioMix.h"
 #include "engine/Conference.h"
 
-namespace vemo {
+namespace vemo::janus {
 
 /// One stream of another user, as it arrives. It is made and destroyed on the engine thread, save
 /// that a sample on its way may outlive its user's leave; then the sound's input ends there.
@@ -60,4 +60,4 @@ class Conference::RemoteStream final : public StreamReceiver {
   std::atomic<int> volume_ = 100;
 };
 
-}  // namespace vemo
+}  // namespace vemo::janus

@@ -6,9 +6,10 @@
 #include <vector>
 
 #include "bridge/EngineCodes.h"
+#include "engine/JanusEvent.h"
 #include "json/Lookup.h"
 
-namespace vemo {
+namespace vemo::janus {
 namespace {
 
 using boost::json::object;
@@ -16,16 +17,6 @@ using boost::json::object;
 constexpr const char* kPlugin = "janus.plugin.videoroom";
 constexpr std::chrono::milliseconds kRepublishAfter{500};
 constexpr std::chrono::milliseconds kLongestHangUp{2'000};
-
-constexpr std::int64_t kLeft = 0;
-constexpr std::int64_t kTimedOut = 1;
-constexpr std::int64_t kRemoved = 2;
-constexpr std::int64_t kExitRemoved = 1;
-constexpr std::int64_t kExitDismissed = 2;
-
-std::string textAt(const object& from, std::string_view key) {
-  return std::string(vemo_safeNSStringForKey(&from, key).value_or(""));
-}
 
 RoomVisit::Failure failureOf(const JanusError& error) {
   switch (error.kind) {
@@ -331,22 +322,14 @@ void RoomVisit::event(std::uint64_t handle, const object& event) {
   if (handle != handle_) return;
   const auto kind = textAt(event, "janus");
   if (kind == "trickle") {
-    const auto* candidate = event.if_contains("candidate");
-    const auto* fields = candidate ? candidate->if_object() : nullptr;
-    const auto index = vemo_safeNSNumberForKey(fields, "sdpMLineIndex");
-    const auto text = fields ? textAt(*fields, "candidate") : "";
-    if (publisher_ && !text.empty()) {
-      publisher_->addCandidate(index ? index->as<std::uint32_t>() : 0, text);
-    }
+    const auto candidate = candidateOf(event);
+    if (publisher_ && candidate) publisher_->addCandidate(candidate->line, candidate->text);
   } else if (kind == "hangup" && hangUp_) {
     hungUp();
   } else if (kind == "hangup" && publisher_ && presence_.anchor) {
     publishAgain(textAt(event, "reason"));
   } else if (kind == "event") {
-    const auto* plugin = event.if_contains("plugindata");
-    const auto* outer = plugin ? plugin->if_object() : nullptr;
-    const auto* inner = outer ? outer->if_contains("data") : nullptr;
-    if (const auto* data = inner ? inner->if_object() : nullptr) roomEvent(*data);
+    if (const auto* data = pluginDataOf(event)) roomEvent(*data);
   }
 }
 
@@ -366,10 +349,10 @@ void RoomVisit::roomEvent(const object& data) {
   if (const auto user = textAt(data, "unpublished"); !user.empty() && user != "ok") {
     if (subscriber_) subscriber_->setFeed(user, false);
   }
-  if (const auto user = textAt(data, "kicked"); !user.empty()) learnGone(user, kRemoved);
+  if (const auto user = textAt(data, "kicked"); !user.empty()) learnGone(user, kLeaveRemoved);
   if (const auto user = textAt(data, "leaving"); !user.empty() && user != "ok") {
     const auto known = members_.find(user);
-    learnGone(user, known != members_.end() && known->second.leaving ? kLeft : kTimedOut);
+    learnGone(user, known != members_.end() && known->second.leaving ? kLeaveLeft : kLeaveTimedOut);
   }
 }
 
@@ -397,7 +380,7 @@ void RoomVisit::learnMembers(const object& data, bool all) {
   for (const auto& [user, presence] : members_) {
     if (!there.contains(user)) gone.push_back(user);
   }
-  for (const auto& user : gone) learnGone(user, kLeft);
+  for (const auto& user : gone) learnGone(user, kLeaveLeft);
 }
 
 void RoomVisit::learnMember(const std::string& user, const std::string& display) {
@@ -461,4 +444,4 @@ void RoomVisit::putOut(std::int64_t reason) {
   listener_.onPutOut(reason);
 }
 
-}  // namespace vemo
+}  // namespace vemo::janus

@@ -14,7 +14,7 @@
 #include "engine/Publisher.h"
 #include "engine/Subscriber.h"
 
-namespace vemo {
+namespace vemo::janus {
 
 /// One stay in one room: who is there, what they tell of themselves, and the connections over which
 /// this user sends and receives. Engine thread.
@@ -111,4 +111,4 @@ class RoomVisit : public std::enable_shared_from_this<RoomVisit> {
   Done afterHangUp_;            // of what is to be published then
 };
 
-}  // namespace vemo
+}  // namespace vemo::janus

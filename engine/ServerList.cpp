@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <tuple>
 
-namespace vemo {
+namespace vemo::janus {
 namespace {
 
 /// FNV-1a, and a last mixing step, without which similar names would come out in a row. All
@@ -51,4 +51,4 @@ std::string serverOf(const std::vector<std::string>& servers, std::string_view r
   return best == servers.end() ? std::string() : *best;
 }
 
-}  // namespace vemo
+}  // namespace vemo::janus

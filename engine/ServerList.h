@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-namespace vemo {
+namespace vemo::janus {
 
 /// The servers named in `text`, an address a line; lines that are empty or begin with # count for
 /// nothing, and no server twice.
@@ -16,4 +16,4 @@ std::vector<std::string> serversIn(std::string_view text);
 /// rooms only. Empty when there is none.
 std::string serverOf(const std::vector<std::string>& servers, std::string_view room);
 
-}  // namespace vemo
+}  // namespace vemo::janus

@@ -6,7 +6,7 @@
 
 #include "engine/LinkQuality.h"
 
-namespace vemo {
+namespace vemo::janus {
 namespace {
 
 constexpr std::size_t kRequests = 10;
@@ -117,4 +117,4 @@ SpeedTest::SpeedTest(EngineThread& thread, std::vector<JanusConnection::Settings
 
 SpeedTest::~SpeedTest() { state_->end(); }
 
-}  // namespace vemo
+}  // namespace vemo::janus

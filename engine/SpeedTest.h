@@ -10,7 +10,7 @@
 #include "engine/EngineThread.h"
 #include "engine/JanusConnection.h"
 
-namespace vemo {
+namespace vemo::janus {
 
 /// Measures the way to servers, one after the other, by requests over the connection that rooms are
 /// entered through: the round trip is the median of several; a request that is not answered in
@@ -29,4 +29,4 @@ class SpeedTest {
   const std::shared_ptr<State> state_;
 };
 
-}  // namespace vemo
+}  // namespace vemo::janus

@@ -7,19 +7,16 @@
 #include <vector>
 
 #include "engine/AudioMix.h"
+#include "engine/JanusEvent.h"
 #include "json/Lookup.h"
 
-namespace vemo {
+namespace vemo::janus {
 namespace {
 
 using boost::json::array;
 using boost::json::object;
 
 constexpr std::chrono::milliseconds kRetryAfter{500};
-
-std::string textAt(const object& from, std::string_view key) {
-  return std::string(vemo_safeNSStringForKey(&from, key).value_or(""));
-}
 
 bool flagAt(const object& from, std::string_view key, bool otherwise) {
   const auto* value = from.if_contains(key);
@@ -365,21 +362,13 @@ void Subscriber::event(const object& event) {
   if (closed_) return;
   const auto kind = textAt(event, "janus");
   if (kind == "trickle") {
-    const auto* candidate = event.if_contains("candidate");
-    const auto* fields = candidate ? candidate->if_object() : nullptr;
-    const auto index = vemo_safeNSNumberForKey(fields, "sdpMLineIndex");
-    const auto text = fields ? textAt(*fields, "candidate") : "";
-    if (connection_ && !text.empty()) {
-      connection_->addCandidate(index ? index->as<std::uint32_t>() : 0, text);
-    }
+    const auto candidate = candidateOf(event);
+    if (connection_ && candidate) connection_->addCandidate(candidate->line, candidate->text);
     return;
   }
   if (kind == "hangup") return restart("the server hung up: " + textAt(event, "reason"));
   if (kind != "event") return;
-  const auto* plugin = event.if_contains("plugindata");
-  const auto* outer = plugin ? plugin->if_object() : nullptr;
-  const auto* inner = outer ? outer->if_contains("data") : nullptr;
-  if (const auto* data = inner ? inner->if_object() : nullptr) learnPlaces(*data);
+  if (const auto* data = pluginDataOf(event)) learnPlaces(*data);
   if (const auto* offer = event.if_contains("jsep"); offer && offer->is_object()) {
     offers_.push_back(offer->get_object());
   }
@@ -417,4 +406,4 @@ void Subscriber::counts(std::function<void(std::map<Key, RtpCounts>)> done) {
       });
 }
 
-}  // namespace vemo
+}  // namespace vemo::janus

@@ -17,7 +17,7 @@
 #include "engine/Lines.h"
 #include "engine/PeerConnection.h"
 
-namespace vemo {
+namespace vemo::janus {
 
 /// Receives what one stream brings. On streaming threads, one sample at a time.
 class StreamReceiver {
@@ -104,4 +104,4 @@ class Subscriber : public std::enable_shared_from_this<Subscriber> {
   EngineThread::Timer retry_;
 };
 
-}  // namespace vemo
+}  // namespace vemo::janus

@@ -6,7 +6,7 @@
 
 #include "engine/VideoView.h"
 
-namespace vemo {
+namespace vemo::janus {
 
 /// Where one stream's pictures are shown: nowhere, or in a view. Any thread.
 class VideoStage {
@@ -42,4 +42,4 @@ class VideoStage {
   Drawing drawing_;
 };
 
-}  // namespace vemo
+}  // namespace vemo::janus

@@ -174,75 +174,14 @@ class ForwardingKOBUCloudClass : public Forwarding<KOBUCloudClass> {
   void setLogDirPath(const std::string& path) override { target().setLogDirPath(path); }
 };
 
-class ForwardingKOBUCloudDelegate : public Forwarding<KOBUCloudDelegate> {
+class ForwardingKOBUCloudDelegate : public KOBUCloudDelegateOf<ForwardingKOBUCloudDelegate>,
+                                    public Target<KOBUCloudDelegate> {
  public:
-  using Forwarding::Forwarding;
+  using Target::Target;
 
-  void onError(std::int32_t errCode, const Text& errMsg,
-               const std::optional<boost::json::object>& extInfo) override {
-    target().onError(errCode, errMsg, extInfo);
-  }
-  void onWarning(std::int32_t warningCode, const Text& warningMsg,
-                 const std::optional<boost::json::object>& extInfo) override {
-    target().onWarning(warningCode, warningMsg, extInfo);
-  }
-  void onEnterRoom(std::int64_t result) override { target().onEnterRoom(result); }
-  void onExitRoom(std::int64_t reason) override { target().onExitRoom(reason); }
-  void onSwitchRole(std::int32_t errCode, const Text& errMsg) override {
-    target().onSwitchRole(errCode, errMsg);
-  }
-  void onRemoteUserEnterRoom(const Text& userId) override {
-    target().onRemoteUserEnterRoom(userId);
-  }
-  void onRemoteUserLeaveRoom(const Text& userId, std::int64_t reason) override {
-    target().onRemoteUserLeaveRoom(userId, reason);
-  }
-  void onAudioRouteChanged(std::int64_t route, std::int64_t fromRoute) override {
-    target().onAudioRouteChanged(route, fromRoute);
-  }
-  void onUserAudioAvailable(const Text& userId, bool available) override {
-    target().onUserAudioAvailable(userId, available);
-  }
-  void onUserVideoAvailable(const Text& userId, bool available) override {
-    target().onUserVideoAvailable(userId, available);
-  }
-  void onUserSubStreamAvailable(const Text& userId, bool available) override {
-    target().onUserSubStreamAvailable(userId, available);
-  }
-  void onNetworkQuality(Shared<KOBUQualityInfo> localQuality,
-                        SharedList<KOBUQualityInfo> remoteQuality) override {
-    target().onNetworkQuality(std::move(localQuality), std::move(remoteQuality));
-  }
-  void onStatistics(Shared<KOBUStatistics> statistics) override {
-    target().onStatistics(std::move(statistics));
-  }
-  void onUserVoiceVolume(SharedList<KOBUVolumeInfo> userVolumes,
-                         std::int64_t totalVolume) override {
-    target().onUserVoiceVolume(std::move(userVolumes), totalVolume);
-  }
-  void onConnectionLost() override { target().onConnectionLost(); }
-  void onTryToReconnect() override { target().onTryToReconnect(); }
-  void onConnectionRecovery() override { target().onConnectionRecovery(); }
-  void onFirstVideoFrame(const Text& userId, std::int64_t streamType, std::int32_t width,
-                         std::int32_t height) override {
-    target().onFirstVideoFrame(userId, streamType, width, height);
-  }
-  void onFirstAudioFrame(const Text& userId) override { target().onFirstAudioFrame(userId); }
-  void onSendFirstLocalVideoFrame(std::int64_t streamType) override {
-    target().onSendFirstLocalVideoFrame(streamType);
-  }
-  void onSendFirstLocalAudioFrame() override { target().onSendFirstLocalAudioFrame(); }
-  void onCameraDidReady() override { target().onCameraDidReady(); }
-  void onMicDidReady() override { target().onMicDidReady(); }
-  void onScreenCaptureStarted() override { target().onScreenCaptureStarted(); }
-  void onScreenCapturePaused(std::int32_t reason) override {
-    target().onScreenCapturePaused(reason);
-  }
-  void onScreenCaptureResumed(std::int32_t reason) override {
-    target().onScreenCaptureResumed(reason);
-  }
-  void onScreenCaptureStoped(std::int32_t reason) override {
-    target().onScreenCaptureStoped(reason);
+  template <auto operation, class... Args>
+  void told(const Args&... args) {
+    (target().*operation)(args...);
   }
 };
 

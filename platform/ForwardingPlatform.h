@@ -180,48 +180,16 @@ class ForwardingVEMOUIRenderSource : public Forwarding<VEMOUIRenderSource> {
   }
 };
 
-class ForwardingVEMOKOBUEventListener : public Forwarding<VEMOKOBUEventListener> {
+class ForwardingVEMOKOBUEventListener
+    : public VEMOKOBUEventListenerOf<ForwardingVEMOKOBUEventListener>,
+      public Target<VEMOKOBUEventListener> {
  public:
-  using Forwarding::Forwarding;
+  using Target::Target;
 
-  void onVEMOEnterRoom(std::int64_t result, const Text& selfId) override {
-    target().onVEMOEnterRoom(result, selfId);
+  template <auto operation, class... Args>
+  void heard(const Args&... args) {
+    (target().*operation)(args...);
   }
-  void onVEMOExitRoom(std::int64_t reason, const Text& selfId) override {
-    target().onVEMOExitRoom(reason, selfId);
-  }
-  void onVEMORemoteUserEnterRoom(const Text& userId) override {
-    target().onVEMORemoteUserEnterRoom(userId);
-  }
-  void onVEMORemoteUserLeaveRoom(const Text& userId, std::int64_t reason) override {
-    target().onVEMORemoteUserLeaveRoom(userId, reason);
-  }
-  void onVEMOAudioRouteChanged(std::int64_t route, std::int64_t fromRoute) override {
-    target().onVEMOAudioRouteChanged(route, fromRoute);
-  }
-  void onVEMOUserAudioAvailable(const Text& userId, bool available) override {
-    target().onVEMOUserAudioAvailable(userId, available);
-  }
-  void onVEMOUserVideoAvailable(const Text& userId, bool available) override {
-    target().onVEMOUserVideoAvailable(userId, available);
-  }
-  void onVEMOUserSubStreamAvailable(const Text& userId, bool available) override {
-    target().onVEMOUserSubStreamAvailable(userId, available);
-  }
-  void onVEMONetworkQuality(const Shared<KOBUQualityInfo>& localQuality,
-                            const SharedList<KOBUQualityInfo>& remoteQuality) override {
-    target().onVEMONetworkQuality(localQuality, remoteQuality);
-  }
-  void onVEMOStatistics(const Shared<KOBUStatistics>& statistics) override {
-    target().onVEMOStatistics(statistics);
-  }
-  void onVEMOUserVoiceVolume(const SharedList<KOBUVolumeInfo>& userVolumes,
-                             std::int64_t totalVolume) override {
-    target().onVEMOUserVoiceVolume(userVolumes, totalVolume);
-  }
-  void onVEMOConnectionLost() override { target().onVEMOConnectionLost(); }
-  void onVEMOTryToReconnect() override { target().onVEMOTryToReconnect(); }
-  void onVEMOConnectionRecovery() override { target().onVEMOConnectionRecovery(); }
 };
 
 }  // namespace vemo

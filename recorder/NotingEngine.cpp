@@ -25,85 +25,13 @@ class CallNotes {
 };
 
 /// Notes the events and hands them to `target`, which it holds weakly, as an engine does.
-class Delegate final : public KOBUCloudDelegate {
+class Delegate final : public KOBUCloudDelegateOf<Delegate> {
  public:
   Delegate(std::shared_ptr<Notes> notes, const std::shared_ptr<KOBUCloudDelegate>& target)
       : notes_(std::move(notes)), target_(target) {}
 
-  void onError(std::int32_t errCode, const Text& errMsg,
-               const std::optional<boost::json::object>& extInfo) override {
-    tell<&KOBUCloudDelegate::onError>(errCode, errMsg, extInfo);
-  }
-  void onWarning(std::int32_t warningCode, const Text& warningMsg,
-                 const std::optional<boost::json::object>& extInfo) override {
-    tell<&KOBUCloudDelegate::onWarning>(warningCode, warningMsg, extInfo);
-  }
-  void onEnterRoom(std::int64_t result) override { tell<&KOBUCloudDelegate::onEnterRoom>(result); }
-  void onExitRoom(std::int64_t reason) override { tell<&KOBUCloudDelegate::onExitRoom>(reason); }
-  void onSwitchRole(std::int32_t errCode, const Text& errMsg) override {
-    tell<&KOBUCloudDelegate::onSwitchRole>(errCode, errMsg);
-  }
-  void onRemoteUserEnterRoom(const Text& userId) override {
-    tell<&KOBUCloudDelegate::onRemoteUserEnterRoom>(userId);
-  }
-  void onRemoteUserLeaveRoom(const Text& userId, std::int64_t reason) override {
-    tell<&KOBUCloudDelegate::onRemoteUserLeaveRoom>(userId, reason);
-  }
-  void onAudioRouteChanged(std::int64_t route, std::int64_t fromRoute) override {
-    tell<&KOBUCloudDelegate::onAudioRouteChanged>(route, fromRoute);
-  }
-  void onUserAudioAvailable(const Text& userId, bool available) override {
-    tell<&KOBUCloudDelegate::onUserAudioAvailable>(userId, available);
-  }
-  void onUserVideoAvailable(const Text& userId, bool available) override {
-    tell<&KOBUCloudDelegate::onUserVideoAvailable>(userId, available);
-  }
-  void onUserSubStreamAvailable(const Text& userId, bool available) override {
-    tell<&KOBUCloudDelegate::onUserSubStreamAvailable>(userId, available);
-  }
-  void onNetworkQuality(Shared<KOBUQualityInfo> localQuality,
-                        SharedList<KOBUQualityInfo> remoteQuality) override {
-    tell<&KOBUCloudDelegate::onNetworkQuality>(localQuality, remoteQuality);
-  }
-  void onStatistics(Shared<KOBUStatistics> statistics) override {
-    tell<&KOBUCloudDelegate::onStatistics>(statistics);
-  }
-  void onUserVoiceVolume(SharedList<KOBUVolumeInfo> userVolumes,
-                         std::int64_t totalVolume) override {
-    tell<&KOBUCloudDelegate::onUserVoiceVolume>(userVolumes, totalVolume);
-  }
-  void onConnectionLost() override { tell<&KOBUCloudDelegate::onConnectionLost>(); }
-  void onTryToReconnect() override { tell<&KOBUCloudDelegate::onTryToReconnect>(); }
-  void onConnectionRecovery() override { tell<&KOBUCloudDelegate::onConnectionRecovery>(); }
-  void onFirstVideoFrame(const Text& userId, std::int64_t streamType, std::int32_t width,
-                         std::int32_t height) override {
-    tell<&KOBUCloudDelegate::onFirstVideoFrame>(userId, streamType, width, height);
-  }
-  void onFirstAudioFrame(const Text& userId) override {
-    tell<&KOBUCloudDelegate::onFirstAudioFrame>(userId);
-  }
-  void onSendFirstLocalVideoFrame(std::int64_t streamType) override {
-    tell<&KOBUCloudDelegate::onSendFirstLocalVideoFrame>(streamType);
-  }
-  void onSendFirstLocalAudioFrame() override {
-    tell<&KOBUCloudDelegate::onSendFirstLocalAudioFrame>();
-  }
-  void onCameraDidReady() override { tell<&KOBUCloudDelegate::onCameraDidReady>(); }
-  void onMicDidReady() override { tell<&KOBUCloudDelegate::onMicDidReady>(); }
-  void onScreenCaptureStarted() override { tell<&KOBUCloudDelegate::onScreenCaptureStarted>(); }
-  void onScreenCapturePaused(std::int32_t reason) override {
-    tell<&KOBUCloudDelegate::onScreenCapturePaused>(reason);
-  }
-  void onScreenCaptureResumed(std::int32_t reason) override {
-    tell<&KOBUCloudDelegate::onScreenCaptureResumed>(reason);
-  }
-  void onScreenCaptureStoped(std::int32_t reason) override {
-    tell<&KOBUCloudDelegate::onScreenCaptureStoped>(reason);
-  }
-
- private:
   template <auto operation, class... Args>
-  void tell(const Args&... args) {
+  void told(const Args&... args) {
     constexpr auto event = std::get<EngineEvent<operation>>(engineEvents);
     const auto target = target_.lock();  // outlives the step: what its end does is no part of it
     if (!target) return;
@@ -118,6 +46,7 @@ class Delegate final : public KOBUCloudDelegate {
     (target.get()->*operation)(args...);
   }
 
+ private:
   const std::shared_ptr<Notes> notes_;
   const std::weak_ptr<KOBUCloudDelegate> target_;
 };

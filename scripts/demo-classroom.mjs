@@ -4,6 +4,7 @@
 
 import { mkdir, rm, writeFile } from 'node:fs/promises';
 import { Classroom, colours } from '../testing/classroom.mjs';
+import { LessonLog } from '../testing/lessonLog.mjs';
 
 const pausedColour = [0x20, 0x27, 0x40]; // of most of the picture that the page has for it
 
@@ -13,21 +14,11 @@ if (!folder || !programs) {
   process.exit(2);
 }
 
-const lines = [];
-const begun = Date.now();
-function tell(text) {
-  const line = `${((Date.now() - begun) / 1000).toFixed(1).padStart(5)} s  ${text}`;
-  lines.push(line);
-  console.log(line);
-}
+const log = new LessonLog();
+const tell = (text) => log.tell(text);
 
 async function lesson(classroom) {
-  let pictures = 0;
-  const picture = async (name) => {
-    const file = `${String(++pictures).padStart(2, '0')}-${name}.png`;
-    await classroom.picture(`${folder}/${file}`);
-    tell(`       picture ${file}`);
-  };
+  const picture = (name) => log.picture(name, (file) => classroom.picture(`${folder}/${file}`));
 
   const teacher = await classroom.open('Ms. Novak', { x: 0, y: 0, width: 960, height: 1080 });
   tell('The teacher opens the classroom.');
@@ -128,7 +119,7 @@ try {
   await classroom.picture(`${folder}/failure.png`).catch(() => {});
 }
 const said = await classroom.stop();
-await writeFile(`${folder}/lesson.log`, `${lines.join('\n')}\n`);
+await writeFile(`${folder}/lesson.log`, log.text);
 await writeFile(`${folder}/programs.log`, `${said.join('\n')}\n`);
 if (failure) {
   console.error(failure);

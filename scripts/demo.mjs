@@ -3,6 +3,7 @@
 
 import { mkdir, rm, writeFile } from 'node:fs/promises';
 import { Phone, startBrowser, startSimulator } from '../testing/browser.mjs';
+import { LessonLog } from '../testing/lessonLog.mjs';
 
 const folder = process.argv[2];
 if (!folder) {
@@ -10,21 +11,14 @@ if (!folder) {
   process.exit(2);
 }
 
-const lines = [];
-const begun = Date.now();
-function tell(text) {
-  const line = `${((Date.now() - begun) / 1000).toFixed(1).padStart(5)} s  ${text}`;
-  lines.push(line);
-  console.log(line);
-}
+const log = new LessonLog();
+const tell = (text) => log.tell(text);
 
-let pictures = 0;
-async function picture(phone, name) {
-  const file = `${String(++pictures).padStart(2, '0')}-${name}.png`;
-  await phone.still();
-  await phone.page.screenshot({ path: `${folder}/${file}` });
-  tell(`       picture ${file}`);
-}
+const picture = (phone, name) =>
+  log.picture(name, async (file) => {
+    await phone.still();
+    await phone.page.screenshot({ path: `${folder}/${file}` });
+  });
 
 async function lesson(simulator, browser) {
   const desktop = await browser.newContext({ viewport: { width: 1280, height: 820 } });
@@ -176,5 +170,5 @@ try {
 await browser?.close();
 await simulator?.stop();
 tell(failure ? `The lesson failed: ${failure}` : 'The lesson is over; all went well.');
-await writeFile(`${folder}/lesson.txt`, `${lines.join('\n')}\n`);
+await writeFile(`${folder}/lesson.txt`, log.text);
 process.exitCode = failure ? 1 : 0;

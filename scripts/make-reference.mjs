@@ -14,7 +14,7 @@ import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
 import { data } from './reference/data.mjs';
-import { engineCodes } from './reference/engineCodes.mjs';
+import { broadcastNotifications, engineCodes } from './reference/headers.mjs';
 import { playExamples } from './reference/examples.mjs';
 import { pages } from './reference/pages.mjs';
 import { readScenarios } from './reference/scenarios.mjs';
@@ -30,15 +30,17 @@ const root = fileURLToPath(new URL('..', import.meta.url));
 const folder = 'docs/reference';
 const protocol = JSON.parse(execFileSync(protocolProgram, { encoding: 'utf8' }));
 
-const codes = engineCodes(readFileSync(join(root, 'bridge/EngineCodes.h'), 'utf8'));
+const header = (name) => readFileSync(join(root, 'bridge', name), 'utf8');
+const codes = engineCodes(header('EngineCodes.h'));
+const notifications = broadcastNotifications(header('ScreenKitNotifications.h'));
 const examples = playExamples(protocol, replayProgram);
 const scenarios = readScenarios(join(root, 'tests/scenarios'), protocol);
 const troubles = [...examples.troubles, ...scenarios.troubles];
 
 const files = new Map([
   ...pages(protocol, examples, scenarios, codes).map(([name, text]) => [`${folder}/${name}`, text]),
-  ['page/client/src/protocol.ts', types(protocol)],
-  ['page/src/shell/tools/protocol.json', data(protocol, examples, codes)],
+  ['page/client/src/protocol.ts', types(protocol, codes)],
+  ['page/src/shell/tools/protocol.json', data(protocol, examples, codes, notifications)],
 ]);
 const stale = readdirSync(join(root, folder))
   .filter((name) => name.endsWith('.md') && !files.has(`${folder}/${name}`))

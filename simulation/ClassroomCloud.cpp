@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "bridge/EngineCodes.h"
 #include "simulation/Client.h"
 #include "simulation/SimulatedEngine.h"
 #include "simulation/World.h"

@@ -103,7 +103,7 @@ class SimulatedEngineClass final : public KOBUCloudClass {
   void setNetwork(const NetworkProfile& profile);
   /// Cuts the handset off. It notices after CloudOptions::lostAfter (onConnectionLost,
   /// onTryToReconnect). The others hear nothing of it from now on and see its pictures
-  /// stand still; after goneAfter they see it leave with reason 1.
+  /// stand still; after goneAfter they see it leave with kLeaveTimedOut.
   void dropConnection();
   /// Ends that: onConnectionRecovery if the loss was noticed, and the room as it is now.
   /// An enter that still waits for its answer is asked for again.
@@ -145,9 +145,9 @@ class ClassroomCloud {
   void dropConnection(const std::string& userId);
   void restoreConnection(const std::string& userId);
   void setNetwork(const std::string& userId, const NetworkProfile& profile);
-  /// Puts a user out of a room: onExitRoom(1); the others see reason 2.
+  /// Puts a user out of a room: onExitRoom(kExitRemoved); the others see kLeaveRemoved.
   void removeUser(std::uint32_t sdkAppId, std::uint32_t roomId, const std::string& userId);
-  /// Closes a room: onExitRoom(2) for everyone in it.
+  /// Closes a room: onExitRoom(kExitDismissed) for everyone in it.
   void dismissRoom(std::uint32_t sdkAppId, std::uint32_t roomId);
   /// While suspended, nobody can enter.
   void setSuspended(bool suspended);

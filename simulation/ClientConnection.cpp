@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "bridge/EngineCodes.h"
 #include "simulation/Client.h"
 
 namespace vemo {

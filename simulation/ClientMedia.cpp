@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "bridge/EngineCodes.h"
 #include "simulation/Client.h"
 #include "simulation/Encoding.h"
 

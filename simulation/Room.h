@@ -11,17 +11,6 @@ namespace vemo {
 
 class Client;
 
-// Why a client is out of its room: reasons of onExitRoom.
-inline constexpr std::int64_t kExitLeft = 0;
-inline constexpr std::int64_t kExitRemoved = 1;
-inline constexpr std::int64_t kExitDismissed = 2;
-
-// Why the others don't see it any more: reasons of onRemoteUserLeaveRoom.
-inline constexpr std::int64_t kLeaveLeft = 0;
-inline constexpr std::int64_t kLeaveTimedOut = 1;
-inline constexpr std::int64_t kLeaveRemoved = 2;
-inline constexpr std::int64_t kLeaveAudience = 3;
-
 /// What a user shows to the others in its room.
 struct Presence {
   bool visible = false;  ///< in the room as anchor; without that nothing else is

@@ -109,35 +109,10 @@ class NullKOBUCloudClass : public KOBUCloudClass {
 };
 
 /// Hears of nothing.
-class NullKOBUCloudDelegate : public KOBUCloudDelegate {
+class NullKOBUCloudDelegate : public KOBUCloudDelegateOf<NullKOBUCloudDelegate> {
  public:
-  void onError(std::int32_t, const Text&, const std::optional<boost::json::object>&) override {}
-  void onWarning(std::int32_t, const Text&, const std::optional<boost::json::object>&) override {}
-  void onEnterRoom(std::int64_t) override {}
-  void onExitRoom(std::int64_t) override {}
-  void onSwitchRole(std::int32_t, const Text&) override {}
-  void onRemoteUserEnterRoom(const Text&) override {}
-  void onRemoteUserLeaveRoom(const Text&, std::int64_t) override {}
-  void onAudioRouteChanged(std::int64_t, std::int64_t) override {}
-  void onUserAudioAvailable(const Text&, bool) override {}
-  void onUserVideoAvailable(const Text&, bool) override {}
-  void onUserSubStreamAvailable(const Text&, bool) override {}
-  void onNetworkQuality(Shared<KOBUQualityInfo>, SharedList<KOBUQualityInfo>) override {}
-  void onStatistics(Shared<KOBUStatistics>) override {}
-  void onUserVoiceVolume(SharedList<KOBUVolumeInfo>, std::int64_t) override {}
-  void onConnectionLost() override {}
-  void onTryToReconnect() override {}
-  void onConnectionRecovery() override {}
-  void onFirstVideoFrame(const Text&, std::int64_t, std::int32_t, std::int32_t) override {}
-  void onFirstAudioFrame(const Text&) override {}
-  void onSendFirstLocalVideoFrame(std::int64_t) override {}
-  void onSendFirstLocalAudioFrame() override {}
-  void onCameraDidReady() override {}
-  void onMicDidReady() override {}
-  void onScreenCaptureStarted() override {}
-  void onScreenCapturePaused(std::int32_t) override {}
-  void onScreenCaptureResumed(std::int32_t) override {}
-  void onScreenCaptureStoped(std::int32_t) override {}
+  template <auto operation, class... Args>
+  void told(const Args&...) {}
 };
 
 }  // namespace vemo

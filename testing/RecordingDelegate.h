@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <boost/json/object.hpp>
 #include <concepts>
 #include <condition_variable>
 #include <cstddef>
@@ -16,6 +15,7 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -24,7 +24,7 @@
 namespace vemo {
 
 /// Keeps the engine's events in order, and sees to it that they come one at a time.
-class RecordingDelegate : public KOBUCloudDelegate {
+class RecordingDelegate : public KOBUCloudDelegateOf<RecordingDelegate> {
  public:
   struct Event {
     std::string name;
@@ -85,34 +85,9 @@ class RecordingDelegate : public KOBUCloudDelegate {
     return volumes_;
   }
 
-  void onError(std::int32_t errCode, const Text& errMsg,
-               const std::optional<boost::json::object>&) override {
-    add("onError", errCode, errMsg);
-  }
-  void onWarning(std::int32_t warningCode, const Text& warningMsg,
-                 const std::optional<boost::json::object>&) override {
-    add("onWarning", warningCode, warningMsg);
-  }
-  void onEnterRoom(std::int64_t result) override { add("onEnterRoom", result); }
-  void onExitRoom(std::int64_t reason) override { add("onExitRoom", reason); }
-  void onSwitchRole(std::int32_t errCode, const Text& errMsg) override {
-    add("onSwitchRole", errCode, errMsg);
-  }
-  void onRemoteUserEnterRoom(const Text& userId) override { add("onRemoteUserEnterRoom", userId); }
-  void onRemoteUserLeaveRoom(const Text& userId, std::int64_t reason) override {
-    add("onRemoteUserLeaveRoom", userId, reason);
-  }
-  void onAudioRouteChanged(std::int64_t route, std::int64_t fromRoute) override {
-    add("onAudioRouteChanged", route, fromRoute);
-  }
-  void onUserAudioAvailable(const Text& userId, bool available) override {
-    add("onUserAudioAvailable", userId, available);
-  }
-  void onUserVideoAvailable(const Text& userId, bool available) override {
-    add("onUserVideoAvailable", userId, available);
-  }
-  void onUserSubStreamAvailable(const Text& userId, bool available) override {
-    add("onUserSubStreamAvailable", userId, available);
+  template <auto operation, class... Args>
+  void told(const Args&... args) {
+    add(nameOf<operation>, args...);
   }
   void onNetworkQuality(Shared<KOBUQualityInfo> localQuality,
                         SharedList<KOBUQualityInfo> remoteQuality) override {
@@ -147,26 +122,6 @@ class RecordingDelegate : public KOBUCloudDelegate {
     addLine("onUserVoiceVolume", totalVolume,
             "onUserVoiceVolume " + users + std::to_string(totalVolume));
   }
-  void onConnectionLost() override { add("onConnectionLost"); }
-  void onTryToReconnect() override { add("onTryToReconnect"); }
-  void onConnectionRecovery() override { add("onConnectionRecovery"); }
-  void onFirstVideoFrame(const Text& userId, std::int64_t streamType, std::int32_t width,
-                         std::int32_t height) override {
-    add("onFirstVideoFrame", userId, streamType, width, height);
-  }
-  void onFirstAudioFrame(const Text& userId) override { add("onFirstAudioFrame", userId); }
-  void onSendFirstLocalVideoFrame(std::int64_t streamType) override {
-    add("onSendFirstLocalVideoFrame", streamType);
-  }
-  void onSendFirstLocalAudioFrame() override { add("onSendFirstLocalAudioFrame"); }
-  void onCameraDidReady() override { add("onCameraDidReady"); }
-  void onMicDidReady() override { add("onMicDidReady"); }
-  void onScreenCaptureStarted() override { add("onScreenCaptureStarted"); }
-  void onScreenCapturePaused(std::int32_t reason) override { add("onScreenCapturePaused", reason); }
-  void onScreenCaptureResumed(std::int32_t reason) override {
-    add("onScreenCaptureResumed", reason);
-  }
-  void onScreenCaptureStoped(std::int32_t reason) override { add("onScreenCaptureStoped", reason); }
 
  private:
   static std::vector<std::string> linesOf(const std::vector<Event>& events) {
@@ -176,15 +131,18 @@ class RecordingDelegate : public KOBUCloudDelegate {
     return lines;
   }
 
+  template <auto operation>
+  static constexpr std::string_view nameOf = std::get<EngineEvent<operation>>(engineEvents).name;
+
   template <class... Arguments>
-  void add(const char* name, const Arguments&... arguments) {
+  void add(std::string_view name, const Arguments&... arguments) {
     std::optional<std::int64_t> number;
     std::ostringstream line;
     line << name;
     [[maybe_unused]] const auto write = [&]<class T>(const T& argument) {
       if constexpr (std::same_as<T, Text>) {
         line << ' ' << argument.value_or("(null)");
-      } else {
+      } else if constexpr (requires { line << argument; }) {
         line << ' ' << argument;
       }
       if constexpr (std::integral<T>) {
@@ -195,9 +153,9 @@ class RecordingDelegate : public KOBUCloudDelegate {
     addLine(name, number.value_or(0), line.str());
   }
 
-  void addLine(const char* name, std::int64_t number, std::string line) {
+  void addLine(std::string_view name, std::int64_t number, std::string line) {
     EXPECT_EQ(inside_.fetch_add(1), 0) << name << " came within another event";
-    const Event event{name, number, std::move(line), std::this_thread::get_id()};
+    const Event event{std::string(name), number, std::move(line), std::this_thread::get_id()};
     {
       const std::lock_guard lock(mutex_);
       events_.push_back(event);

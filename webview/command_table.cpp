@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "bridge/KOBURecords.h"
+#include "webview/events.h"
 
 namespace vemo {
 namespace {
@@ -64,7 +65,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .in("room_control")
           .does("Enters a room. It is answered when \"onEnterRoom\" comes, with code 0 even for a failure: then \"elapsed\" is negative, the engine's code. A failure that the engine also reports by one of the errors that end an enter is answered before that, with the error's code and text, and the room is left; other errors change nothing here.")
           .gives(userIdField)
-          .gives(integerField("elapsed", "the time that entering took; negative: the engine's code of a failure", "ms"))
+          .gives({field::Elapsed::words, "integer"})
           .fails({0, {}, "the engine reports an error that ends an enter: its code and text", VEMOModule::KOBU})
           .answers(Answered::later)
           .endedBy(kEndOfEnter)
@@ -76,7 +77,7 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .in("room_control")
           .does("Leaves the room. It is answered with the event \"onExitRoom\".")
           .gives(userIdField)
-          .gives(integerField("reason", "why: 0 left, 1 removed by the server, 2 the room was dismissed"))
+          .gives({field::ExitReason::words, "integer"})
           .answers(Answered::later)
           .unanswered({"another exit replaces it", SilencedBy::itself})
           .unanswered({"the user was in no room"})
@@ -296,7 +297,9 @@ std::span<const CommandTable::Row> CommandTable::rows() {
 
   constexpr auto silentOnesCantFail = [] {
     return std::all_of(table.begin(), table.end(), [](const Row& row) {
-      return row.logging != Logging::none || (row.guard == Guard::none && row.errors.count == 0);
+      return row.logging != Logging::none ||
+             (row.guard == Guard::none && row.errors.count == 0 && row.anyOf.count == 0 &&
+              row.action.textWithoutParams(row.badParameter).empty());
     });
   };
   static_assert(silentOnesCantFail());

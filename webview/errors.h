@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "bridge/EngineCodes.h"
 #include "bridge/VEMOModule.h"
 
 // The errors that commands fail with by themselves, each told once: handlers return them, rows
@@ -18,8 +19,9 @@ inline constexpr std::int64_t kCameraRefused = -1314;
 inline constexpr std::int64_t kMicrophoneRefused = -1317;
 
 /// The errors of the engine by which it says that an enter has failed.
-inline constexpr std::array<std::int32_t, 8> kEndOfEnter{-3301, -3308, -3316, -3317,
-                                                         -3318, -3319, -3320, -100013};
+inline constexpr std::array<std::int32_t, 8> kEndOfEnter{
+    kEnterRefused,   kEnterTimedOut,  kEnterRoomFull,     kEnterUnknownApplication,
+    kEnterBadRoomId, kEnterBadUserId, kEnterBadSignature, kServiceSuspended};
 
 /// A way in which a command fails. A code of 0 is the engine's or a download's, an empty text
 /// the engine's, a device's or a download's own.

@@ -20,7 +20,7 @@ struct VEMOKOBUMsgRouter::GatedDevice {
   MediaType asked;         // what the user is asked for
   const char* name;        // as the alert calls it
   const char* usage;       // where the application says what it is for
-  ErrorWords refused;      // its code is that of all answers that are none
+  std::int64_t code;       // of every answer but success
   const char* refusal;     // the answer when the user says no
   const char* dismissal;   // and when the alert is dismissed
   const char* startEvent;  // what is reported of a start
@@ -32,7 +32,7 @@ const VEMOKOBUMsgRouter::GatedDevice VEMOKOBUMsgRouter::kCamera{
     MediaType::video,
     "相机",
     "NSCameraUsageDescription",
-    error::cameraRefused,
+    kCameraRefused,
     "user not allowed access camera",
     "user don't goto setting set camera auth",
     "enable_camera",
@@ -47,7 +47,7 @@ const VEMOKOBUMsgRouter::GatedDevice VEMOKOBUMsgRouter::kMicrophone{
     MediaType::video,
     "麦克风",
     "NSMicrophoneUsageDescription",
-    error::microphoneRefused,
+    kMicrophoneRefused,
     "user not allowed access mic",
     "user don't goto setting set mic auth",
     "enable_mic",
@@ -77,7 +77,7 @@ void VEMOKOBUMsgRouter::passGate(const GatedDevice& device, GateRequest request)
             if (granted) {
               router.startDevice(device, request);
             } else {
-              request.completion(VEMOModule::KOBU, device.refused.code, device.refusal);
+              request.completion(VEMOModule::KOBU, device.code, device.refusal);
             }
           }));
       return;
@@ -106,7 +106,7 @@ void VEMOKOBUMsgRouter::gotoSystemSetting(const GatedDevice& device, VEMOCallbac
   }
   alert.actions.push_back(
       {"不允许", AlertActionStyle::normal, weakly([&device, completion](VEMOKOBUMsgRouter&) {
-         completion(VEMOModule::KOBU, device.refused.code, device.dismissal);
+         completion(VEMOModule::KOBU, device.code, device.dismissal);
        })});
   // The microphone's answers speak of the camera too: deliberate, part of the interface.
   alert.actions.push_back(
@@ -114,11 +114,10 @@ void VEMOKOBUMsgRouter::gotoSystemSetting(const GatedDevice& device, VEMOCallbac
        weakly([&device, completion = std::move(completion)](VEMOKOBUMsgRouter& router) {
          auto& settings = router.platform_.application;
          if (!settings.canOpenSettings()) {
-           completion(VEMOModule::KOBU, device.refused.code,
-                      "app can't goto setting set camera auth");
+           completion(VEMOModule::KOBU, device.code, "app can't goto setting set camera auth");
            return;
          }
-         completion(VEMOModule::KOBU, device.refused.code, "goto setting set camera auth");
+         completion(VEMOModule::KOBU, device.code, "goto setting set camera auth");
          settings.openSettings();
        })});
   platform_.alerts.present(std::move(alert));

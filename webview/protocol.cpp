@@ -5,6 +5,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 #include "webview/command_table.h"
@@ -196,12 +197,12 @@ json::object tellField() {
 
 template <class Event>
 json::object tellEvent() {
-  const std::string name(Event::words.name);
-  json::object told{{"name", name},
+  json::object told{{"name", Event::words.name},
                     {"subject", Event::subject},
                     {"about", Event::words.about},
                     {"periodic", isPeriodic<Event>}};
-  if constexpr (requires { Event::listener; }) told["listener"] = "onVEMO" + name.substr(2);
+  if constexpr (requires { Event::listener; })
+    told["listener"] = std::get<ListenerOperation<Event::listener>>(listenerOperations).name;
   json::array payload;
   Event::forEachField([&]<class Field>(const Field&) { payload.push_back(tellField<Field>()); });
   told["payload"] = std::move(payload);

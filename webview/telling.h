@@ -224,7 +224,7 @@ boost::json::array parametersOf(const Params<List...>* /*list*/) {
 
 /// What a command fails with when it comes without params; empty when it does not.
 template <class... List>
-std::string_view textWithoutParams(std::string_view rowsText) {
+constexpr std::string_view textWithoutParams(std::string_view rowsText) {
   std::string_view text;
   [[maybe_unused]] const auto look = [&]<class Entry>(const Entry&) {
     if constexpr (failsWithout<Entry>) {

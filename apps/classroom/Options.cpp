@@ -5,13 +5,16 @@
 #include <string_view>
 #include <system_error>
 
+#include "platform/Url.h"
+
 namespace vemo {
 namespace {
 
 constexpr int kMostWindows = 16;
 
 bool isServer(std::string_view address) {
-  return address.starts_with("ws://") || address.starts_with("wss://");
+  const auto scheme = schemeOf(address);
+  return scheme == "ws" || scheme == "wss";
 }
 
 }  // namespace

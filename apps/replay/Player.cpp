@@ -7,6 +7,7 @@
 #include <ranges>
 #include <string_view>
 #include <thread>
+#include <tuple>
 #include <utility>
 
 #include "json/EngineEvents.h"
@@ -330,7 +331,8 @@ void Player::host(const Step& step) {
 }
 
 void Player::listener(const Step& step) {
-  const auto known = listenerOperations();
+  constexpr auto known = std::apply(
+      [](const auto&... operation) { return std::array{operation.name...}; }, listenerOperations);
   std::vector<std::string> operations(known.begin(), known.end());
   if (const auto chosen = step.optional<json::array>("ops")) {
     operations.clear();

@@ -1,5 +1,7 @@
 // What codes mean, in words for people.
 
+import type { FailureCode } from '../client/src/protocol.js';
+
 const errors: Record<number, string> = {
   [-1]: 'The request was not understood.',
   [-2]: 'That is not available right now.',
@@ -23,7 +25,7 @@ const errors: Record<number, string> = {
   [-4002]: 'Nothing lies between the start and the end of the music.',
   [-4003]: 'No more music can play at once.',
   [-100013]: 'The classroom service is suspended.',
-};
+} satisfies Record<FailureCode, string>;
 
 /** An error code in words; the code itself where it is unknown. */
 export function errorInWords(code: number): string {

@@ -1,12 +1,13 @@
 // The protocol as the simulator's tools read it: what vemo-protocol prints, with an example of
-// each command's params and of the arguments with which the engine tells each event, and the codes
-// that the engines report.
+// each command's params and of the arguments with which the engine tells each event, the codes that
+// the engines report, and the notifications of the broadcast extension.
 
-export function data({ commands, events }, examples, codes) {
+export function data({ commands, events }, examples, codes, notifications) {
   return `{
 "commands": ${lines(commands.map((command) => withExample(command, examples)))},
 "events": ${lines(events.map((event) => ({ ...event, arguments: examples.arguments[event.name] ?? null })))},
-"engineCodes": ${lines(codes)}
+"engineCodes": ${lines(codes)},
+"notifications": ${JSON.stringify(notifications)}
 }
 `;
 }

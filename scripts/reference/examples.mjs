@@ -103,7 +103,10 @@ const commands = {
   },
 };
 
-/** The arguments with which the engine tells each event, in order, by their names. */
+/**
+ * The arguments with which the engine tells an event, in order, by their names; those of any other
+ * event are the fields of its payload, save "userId", which is the own user.
+ */
 const events = {
   onError: { errCode: -3301, errMsg: 'the network does not answer', extInfo: {} },
   onWarning: { warningCode: 1103, warningMsg: 'the camera is slow', extInfo: {} },
@@ -137,19 +140,9 @@ const events = {
     userVolumes: [{ volume: 40 }, { userId: 'student', volume: 25 }],
     totalVolume: 60,
   },
-  onConnectionLost: {},
-  onTryToReconnect: {},
-  onConnectionRecovery: {},
   onFirstVideoFrame: { userId: 'student', streamType: 0, width: 640, height: 360 },
   onFirstAudioFrame: { userId: 'student' },
-  onSendFirstLocalVideoFrame: { streamType: 1 },
-  onSendFirstLocalAudioFrame: {},
-  onCameraDidReady: {},
-  onMicDidReady: {},
   onScreenCaptureStarted: {},
-  onScreenCapturePaused: { reason: 1 },
-  onScreenCaptureResumed: { reason: 1 },
-  onScreenCaptureStoped: { reason: 1 },
 };
 
 const pageFunction = 'onNativeEvent';
@@ -205,6 +198,9 @@ export function playExamples(protocol, replayProgram) {
       .filter(Boolean)
       .map((line) => JSON.parse(line));
   };
+  const told = Object.fromEntries(
+    protocol.events.filter(isOfEngine).map((event) => [event.name, argumentsOf(event)]),
+  );
   return {
     commands: new Map(
       protocol.commands.map((command) => {
@@ -221,7 +217,7 @@ export function playExamples(protocol, replayProgram) {
         return [event.name, script];
       }),
     ),
-    arguments: events,
+    arguments: told,
     lesson: lessonExample(play),
     troubles,
   };
@@ -296,14 +292,18 @@ function exampleOf(field) {
   return { boolean: true, integer: 1, number: 1, text: 'text', list: [], object: {} }[field.type];
 }
 
+/** All but what the broadcast extension tells. */
+const isOfEngine = ({ name }) => name !== 'onScreenKitEvent';
+
+function argumentsOf({ name, payload }) {
+  const others = payload.filter((field) => field.name !== 'userId');
+  return events[name] ?? Object.fromEntries(others.map((field) => [field.name, exampleOf(field)]));
+}
+
 function eventExample(event, play) {
-  const happens =
-    event.name === 'onScreenKitEvent'
-      ? { notify: started }
-      : {
-          event: event.name,
-          args: Object.values(events[event.name] ?? {}),
-        };
+  const happens = isOfEngine(event)
+    ? { event: event.name, args: Object.values(argumentsOf(event)) }
+    : { notify: started };
   const steps = [
     ...setUp.room,
     {

@@ -169,7 +169,7 @@ has. The simulated engine has these:
 | \`reason\` of screen capture | always 0 |
 | \`appScene\`, \`logLevel\`, \`showType\`, \`preference\`, \`controlMode\`, \`sensorMode\` | any; they change nothing |
 
-The codes of failures and warnings, which the engine of the desktop has too:
+The codes of failures and warnings, routes and reasons, which the engine of the desktop has too:
 
 | where | code | meaning |
 |---|---|---|

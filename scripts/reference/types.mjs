@@ -2,7 +2,7 @@
 
 const simple = { text: 'string', integer: 'number', number: 'number', boolean: 'boolean' };
 
-export function types({ commands, events }) {
+export function types({ commands, events }, codes) {
   const records = new Map();
   collectRecords(
     [...commands.flatMap(({ result }) => result), ...events.flatMap(({ payload }) => payload)],
@@ -17,6 +17,10 @@ ${[...records].map(([name, members]) => record(name, members)).join('\n')}
 export interface Commands {
 ${commands.map(command).join('')}}
 export type CommandName = keyof Commands;
+
+/** The codes with which the router and the engines fail; an engine may have others. */
+export type FailureCode =
+${failureCodes(commands, codes)};
 
 /** The names of all commands, with spaces between. */
 export const commandNames =
@@ -84,6 +88,12 @@ function names(commands) {
 function event({ name, about, periodic, payload }) {
   const words = periodic ? `${about} It comes again and again.` : about;
   return comment(words, '  ') + `  ${name}: ${object(payload, '  ', resultField)};\n`;
+}
+
+function failureCodes(commands, engineCodes) {
+  const all = [...commands.flatMap(({ errors }) => errors), ...engineCodes].map(({ code }) => code);
+  const failures = [...new Set(all)].filter((code) => code < 0).sort((a, b) => b - a);
+  return filled(failures.join(' | '), '  ').map((line) => `  ${line}`).join('\n');
 }
 
 /** An error without a code of its own carries one of the engine's. */

@@ -8,11 +8,11 @@ namespace {
 TEST(ClassroomOptionsTest, AreRead) {
   std::string error;
   const auto options =
-      classroomOptionsFrom({"--server", "wss://one:8188", "--server", "ws://two:8188", "--windows",
+      classroomOptionsFrom({"--server", "wss://one:8188", "--server", "WS://two:8188", "--windows",
                             "3", "--test-media", "--query", "user=Ada"},
                            error);
   ASSERT_TRUE(options) << error;
-  EXPECT_EQ(options->servers, (std::vector<std::string>{"wss://one:8188", "ws://two:8188"}));
+  EXPECT_EQ(options->servers, (std::vector<std::string>{"wss://one:8188", "WS://two:8188"}));
   EXPECT_EQ(options->windows, 3);
   EXPECT_TRUE(options->testMedia);
   EXPECT_FALSE(options->automation);

@@ -396,7 +396,7 @@ test('the coverage of a lesson, saved as text and as JSON', async () => {
   await panel.getByRole('rowheader', { name: 'enterRoom', exact: true }).waitFor({ state: 'detached' });
   await panel.getByRole('rowheader', { name: 'playMusic', exact: true }).waitFor();
   await button(panel, 'Count anew').click();
-  await panel.getByText('Commands: 0 of 55 used').waitFor();
+  await panel.getByText(`Commands: 0 of ${commands.length} used`).waitFor();
 });
 
 // ---- The address

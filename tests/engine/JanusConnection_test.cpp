@@ -7,7 +7,7 @@
 #include "FakeJanus.h"
 #include "testing/Arrivals.h"
 
-namespace vemo {
+namespace vemo::janus {
 namespace {
 
 using namespace std::chrono_literals;
@@ -280,4 +280,4 @@ TEST_F(JanusConnectionTest, MayBeClosedInItsOwnEvent) {
 }
 
 }  // namespace
-}  // namespace vemo
+}  // namespace vemo::janus

@@ -7,7 +7,7 @@
 #include "FakeJanus.h"
 #include "testing/Arrivals.h"
 
-namespace vemo {
+namespace vemo::janus {
 namespace {
 
 using namespace std::chrono_literals;
@@ -93,4 +93,4 @@ TEST(RoomVisitTest, SendsAgainOnceTheServerHasEndedTheFormerConnection) {
 }
 
 }  // namespace
-}  // namespace vemo
+}  // namespace vemo::janus

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <map>
 
-namespace vemo {
+namespace vemo::janus {
 namespace {
 
 const std::vector<std::string> kServers{"ws://a:1", "ws://b:1", "ws://c:1"};
@@ -52,4 +52,4 @@ TEST(ServerList, AServerTakenOffMovesOnlyItsOwnRooms) {
 TEST(ServerList, HasNoServerWhenThereIsNone) { EXPECT_EQ(serverOf({}, room(1)), ""); }
 
 }  // namespace
-}  // namespace vemo
+}  // namespace vemo::janus

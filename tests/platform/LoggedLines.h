@@ -10,11 +10,10 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
+#include "WatchedSink.h"
 #include "bridge/VEMOLogger.h"
-#include "testing/Arrivals.h"
 
 // What tests of the logger give it, where it writes, and how they read what it wrote.
 
@@ -31,30 +30,6 @@ inline DUNLogParam named(std::string_view name) {
   record.actionName = name;
   return record;
 }
-
-/// Hands lines on to another sink, throws where that does, and tells of each.
-class WatchedSink final : public spdlog::sinks::sink {
- public:
-  explicit WatchedSink(std::shared_ptr<spdlog::sinks::sink> target) : target_(std::move(target)) {}
-
-  void log(const spdlog::details::log_msg& line) override {
-    try {
-      target_->log(line);
-      written.add(true);
-    } catch (...) {
-      written.add(false);
-      throw;
-    }
-  }
-  void flush() override {}
-  void set_pattern(const std::string&) override {}
-  void set_formatter(std::unique_ptr<spdlog::formatter>) override {}
-
-  Arrivals<bool> written;
-
- private:
-  const std::shared_ptr<spdlog::sinks::sink> target_;
-};
 
 /// Keeps lines, and fails while it is told to.
 class FailingSink final : public spdlog::sinks::sink {

@@ -1,8 +1,6 @@
 #include "recorder/NoteStream.h"
 
 #include <gtest/gtest.h>
-#include <spdlog/details/log_msg.h>
-#include <spdlog/sinks/sink.h>
 
 #include <chrono>
 #include <cstddef>
@@ -14,43 +12,20 @@
 #include <utility>
 
 #include "Folder.h"
+#include "WatchedSink.h"
 #include "platform/LineQueue.h"
 #include "platform/RotatingFile.h"
 #include "recorder/Recorded.h"
-#include "testing/Arrivals.h"
 
 namespace vemo::test {
 namespace {
-
-/// Tells of each line whether it could be written.
-class WatchedFile final : public spdlog::sinks::sink {
- public:
-  explicit WatchedFile(const std::string& file) : target_(file, std::size_t{1} << 30U, 0) {}
-
-  void log(const spdlog::details::log_msg& line) override {
-    try {
-      target_.log(line);
-      written.add(true);
-    } catch (...) {
-      written.add(false);
-      throw;
-    }
-  }
-  void flush() override {}
-  void set_pattern(const std::string&) override {}
-  void set_formatter(std::unique_ptr<spdlog::formatter>) override {}
-
-  Arrivals<bool> written;
-
- private:
-  RotatingFile target_;
-};
 
 /// A router whose session goes to a file on a small disk.
 class StreamedSession {
  public:
   explicit StreamedSession(const std::string& file)
-      : file_(std::make_shared<WatchedFile>(file)),
+      : file_(std::make_shared<WatchedSink>(
+            std::make_shared<RotatingFile>(file, std::size_t{1} << 30U, 0))),
         lines_(file_, 65'536,
                [](std::string_view, std::size_t count, std::string_view why) {
                  return "{\"lost\":" + std::to_string(count) + ",\"why\":\"" + std::string(why) +
@@ -86,7 +61,7 @@ class StreamedSession {
   const std::shared_ptr<NoteRing> ring_ = std::make_shared<NoteRing>(NoteRingOptions());
   Recorder recorder_{platform_.pieces(), ring_, nullptr};
   std::shared_ptr<VEMOKOBUMsgRouter> router_ = recorded(recorder_, platform_);
-  const std::shared_ptr<WatchedFile> file_;
+  const std::shared_ptr<WatchedSink> file_;
   std::size_t given_ = 0;
   LineQueue lines_;
   std::unique_ptr<NoteStream> stream_;

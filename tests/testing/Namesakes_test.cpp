@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <boost/json/object.hpp>
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -28,6 +30,7 @@ namespace {
 
 std::string text(const std::string& given) { return given; }
 std::string text(const Text& given) { return given.value_or("(absent)"); }
+std::string text(const std::optional<boost::json::object>& given) { return jsonText(*given); }
 template <class Number>
 requires std::is_arithmetic_v<Number> std::string text(Number given) {
   return std::to_string(given);
@@ -84,6 +87,9 @@ class Samples {
     return [called = called_, number = number_](Args...) {
       called->push_back("callback " + std::to_string(number));
     };
+  }
+  auto special(std::type_identity<std::optional<boost::json::object>> /*wanted*/) {
+    return std::optional(boost::json::object{{"number", number_}});
   }
   template <class Record>
   auto special(std::type_identity<const Record*> /*wanted*/) {
@@ -277,45 +283,18 @@ struct ClassTarget final : KOBUCloudClass, Notes {
   const std::shared_ptr<KOBUCloud> instance_ = std::make_shared<NullKOBUCloud>();
 };
 
-struct ListenerTarget final : VEMOKOBUEventListener, Notes {
-  void onVEMOEnterRoom(std::int64_t result, const Text& selfId) override {
-    add("onVEMOEnterRoom", result, selfId);
+struct ListenerTarget final : VEMOKOBUEventListenerOf<ListenerTarget>, Notes {
+  template <auto operation, class... Args>
+  void heard(const Args&... args) {
+    add(std::get<ListenerOperation<operation>>(listenerOperations).name, args...);
   }
-  void onVEMOExitRoom(std::int64_t reason, const Text& selfId) override {
-    add("onVEMOExitRoom", reason, selfId);
+};
+
+struct DelegateTarget final : KOBUCloudDelegateOf<DelegateTarget>, Notes {
+  template <auto operation, class... Args>
+  void told(const Args&... args) {
+    add(std::get<EngineEvent<operation>>(engineEvents).name, args...);
   }
-  void onVEMORemoteUserEnterRoom(const Text& userId) override {
-    add("onVEMORemoteUserEnterRoom", userId);
-  }
-  void onVEMORemoteUserLeaveRoom(const Text& userId, std::int64_t reason) override {
-    add("onVEMORemoteUserLeaveRoom", userId, reason);
-  }
-  void onVEMOAudioRouteChanged(std::int64_t route, std::int64_t fromRoute) override {
-    add("onVEMOAudioRouteChanged", route, fromRoute);
-  }
-  void onVEMOUserAudioAvailable(const Text& userId, bool available) override {
-    add("onVEMOUserAudioAvailable", userId, available);
-  }
-  void onVEMOUserVideoAvailable(const Text& userId, bool available) override {
-    add("onVEMOUserVideoAvailable", userId, available);
-  }
-  void onVEMOUserSubStreamAvailable(const Text& userId, bool available) override {
-    add("onVEMOUserSubStreamAvailable", userId, available);
-  }
-  void onVEMONetworkQuality(const Shared<KOBUQualityInfo>& own,
-                            const SharedList<KOBUQualityInfo>& others) override {
-    add("onVEMONetworkQuality", own, others);
-  }
-  void onVEMOStatistics(const Shared<KOBUStatistics>& statistics) override {
-    add("onVEMOStatistics", statistics);
-  }
-  void onVEMOUserVoiceVolume(const SharedList<KOBUVolumeInfo>& volumes,
-                             std::int64_t total) override {
-    add("onVEMOUserVoiceVolume", volumes, total);
-  }
-  void onVEMOConnectionLost() override { add("onVEMOConnectionLost"); }
-  void onVEMOTryToReconnect() override { add("onVEMOTryToReconnect"); }
-  void onVEMOConnectionRecovery() override { add("onVEMOConnectionRecovery"); }
 };
 
 // ---- The operations
@@ -383,15 +362,16 @@ constexpr std::tuple kClass{&Class::getSDKVersion,        &Class::sharedInstance
                             &Class::setConsoleEnabled,    &Class::setLogCompressEnabled,
                             &Class::setLogDirPath};
 
+constexpr auto kDelegate = std::apply(
+    []<auto... operation>(const EngineEvent<operation>&...) { return std::tuple{operation...}; },
+    engineEvents);
+
 using Listener = VEMOKOBUEventListener;
-constexpr std::tuple kListener{
-    &Listener::onVEMOEnterRoom,           &Listener::onVEMOExitRoom,
-    &Listener::onVEMORemoteUserEnterRoom, &Listener::onVEMORemoteUserLeaveRoom,
-    &Listener::onVEMOAudioRouteChanged,   &Listener::onVEMOUserAudioAvailable,
-    &Listener::onVEMOUserVideoAvailable,  &Listener::onVEMOUserSubStreamAvailable,
-    &Listener::onVEMONetworkQuality,      &Listener::onVEMOStatistics,
-    &Listener::onVEMOUserVoiceVolume,     &Listener::onVEMOConnectionLost,
-    &Listener::onVEMOTryToReconnect,      &Listener::onVEMOConnectionRecovery};
+constexpr auto kListener = std::apply(
+    []<auto... operation>(const ListenerOperation<operation>&...) {
+      return std::tuple{operation...};
+    },
+    listenerOperations);
 
 /// Arguments for an operation.
 template <class Interface, class Result, class... Args>
@@ -445,7 +425,27 @@ TEST(Forwarding, EachOperationReachesItsNamesake) {
   expectSame<KOBUDeviceManager, DeviceTarget, ForwardingKOBUDeviceManager>(kDevice);
   expectSame<Engine, EngineTarget, ForwardingKOBUCloud>(kEngine);
   expectSame<Class, ClassTarget, ForwardingKOBUCloudClass>(kClass);
+  expectSame<KOBUCloudDelegate, DelegateTarget, ForwardingKOBUCloudDelegate>(kDelegate);
   expectSame<Listener, ListenerTarget, ForwardingVEMOKOBUEventListener>(kListener);
+}
+
+/// Has each of `operations` called at Target, and expects it to be noted by its own name.
+template <class Interface, class Target, template <auto> class Operation, auto... operation>
+void expectOwnNames(const std::tuple<Operation<operation>...>& operations) {
+  Target target;
+  Samples samples;
+  const auto one = [&](auto called, std::string_view name) {
+    call(static_cast<Interface&>(target), called, argumentsOf(called, samples));
+    const auto seen = target.take();
+    ASSERT_FALSE(seen.empty()) << name;
+    EXPECT_EQ(seen.front(), name);
+  };
+  (one(operation, std::get<Operation<operation>>(operations).name), ...);
+}
+
+TEST(Each, OperationIsToldByItsOwnName) {
+  expectOwnNames<KOBUCloudDelegate, DelegateTarget>(engineEvents);
+  expectOwnNames<Listener, ListenerTarget>(listenerOperations);
 }
 
 template <class Value>
@@ -480,6 +480,7 @@ TEST(Null, NoOperationKeepsOrCallsWhatItIsGiven) {
   expectNothing<KOBUDeviceManager, NullKOBUDeviceManager>(kDevice);
   expectNothing<Engine, NullKOBUCloud>(kEngine);
   expectNothing<Class, NullKOBUCloudClass>(kClass);
+  expectNothing<KOBUCloudDelegate, NullKOBUCloudDelegate>(kDelegate);
 }
 
 }  // namespace

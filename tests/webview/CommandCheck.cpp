@@ -19,7 +19,7 @@
 #include "Silences.h"
 #include "json/JsonText.h"
 
-namespace vemo {
+namespace vemo::test {
 namespace {
 
 namespace json = boost::json;
@@ -590,4 +590,4 @@ void checkCommand(const json::object& command, const Complain& complain) {
   CommandCheck(command, complain).run();
 }
 
-}  // namespace vemo
+}  // namespace vemo::test

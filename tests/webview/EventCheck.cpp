@@ -9,7 +9,7 @@
 #include "ProtocolStage.h"
 #include "json/JsonText.h"
 
-namespace vemo {
+namespace vemo::test {
 namespace {
 
 namespace json = boost::json;
@@ -73,4 +73,4 @@ void checkEvent(const json::object& event, const Complain& complain) {
   EventCheck(event, complain).run();
 }
 
-}  // namespace vemo
+}  // namespace vemo::test

@@ -4,9 +4,9 @@
 
 #include "ProtocolShape.h"
 
-namespace vemo {
+namespace vemo::test {
 
 /// Causes an event that is told as `event`, and complains of what is not so.
 void checkEvent(const boost::json::object& event, const Complain& complain);
 
-}  // namespace vemo
+}  // namespace vemo::test

@@ -4,7 +4,7 @@
 #include "EventCheck.h"
 #include "ProtocolShape.h"
 
-namespace vemo {
+namespace vemo::test {
 
 std::set<std::string> untruthsIn(const boost::json::object& document) {
   std::set<std::string> untruths;
@@ -21,4 +21,4 @@ std::set<std::string> untruthsIn(const boost::json::object& document) {
   return untruths;
 }
 
-}  // namespace vemo
+}  // namespace vemo::test

@@ -4,7 +4,7 @@
 #include <set>
 #include <string>
 
-namespace vemo {
+namespace vemo::test {
 
 /// Sends everything that `document` tells of, in the form of protocol(), to a router and
 /// gives what is not as it is told, a line each that begins with the command or the event;
@@ -12,4 +12,4 @@ namespace vemo {
 /// that tells less than all commands and events is examined for those that it tells.
 std::set<std::string> untruthsIn(const boost::json::object& document);
 
-}  // namespace vemo
+}  // namespace vemo::test

@@ -5,7 +5,7 @@
 
 #include "json/JsonText.h"
 
-namespace vemo {
+namespace vemo::test {
 
 namespace json = boost::json;
 
@@ -107,4 +107,4 @@ void Shape::finish(const json::array& fields, const std::string& path) {
   }
 }
 
-}  // namespace vemo
+}  // namespace vemo::test

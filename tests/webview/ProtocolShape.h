@@ -11,7 +11,7 @@
 // What the checks of commands and events have in common: reading the document, and comparing
 // objects with the fields that it tells.
 
-namespace vemo {
+namespace vemo::test {
 
 /// Told what is not as the document says.
 using Complain = std::function<void(const std::string& what)>;
@@ -51,4 +51,4 @@ class Shape {
   std::set<std::string> seen_;
 };
 
-}  // namespace vemo
+}  // namespace vemo::test

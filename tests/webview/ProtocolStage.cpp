@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <boost/json/value.hpp>
 #include <iterator>
+#include <tuple>
+#include <type_traits>
 #include <utility>
 
+#include "bridge/KOBUCloudDelegate.h"
 #include "replay/Scenario.h"
 
-namespace vemo {
+namespace vemo::test {
 namespace {
 
 // Whom the document's examples name has views, and nobody has asked for a permission yet.
@@ -42,6 +45,36 @@ const std::map<std::string_view, Steps>& usualAnswers() {
   return answers;
 }
 
+/// The step that tells an event with `arguments`, as JSON.
+std::string stepOf(std::string_view event, std::string_view arguments) {
+  return R"({"event":")" + std::string(event) + R"(","args":[)" + std::string(arguments) +
+         R"(],"thread":"main"})";
+}
+
+/// An argument of an event: one where everything is given, or one without what can be absent.
+template <class Value>
+std::string_view argumentOf(bool full) {
+  if constexpr (std::is_same_v<Value, bool>) {
+    return full ? "true" : "false";
+  } else if constexpr (std::is_arithmetic_v<Value>) {
+    return "1";
+  } else if (!full) {
+    return "null";
+  } else if constexpr (std::is_same_v<Value, Text>) {
+    return R"("student")";
+  } else {
+    return requires(Value list) { list->front(); }
+    ? "[{}]" : "{}";
+  }
+}
+
+template <class... Args>
+std::string argumentsOf(void (KOBUCloudDelegate::*)(Args...), [[maybe_unused]] bool full) {
+  std::string text;
+  ((text.append(text.empty() ? "" : ",").append(argumentOf<std::remove_cvref_t<Args>>(full))), ...);
+  return text;
+}
+
 /// What an effect asks for: a call of the engine by its own name, else by the effect's.
 std::string_view askedFor(const replay::Transcript::Effect& effect) {
   const auto& name = effect.at("effect").get_string();
@@ -59,7 +92,7 @@ const std::vector<World>& otherWorlds() {
   static const std::vector<World> worlds{
       {"the engine is there already",
        "{}",
-       {std::string(kInit), std::string(eventSamples().at("onStatistics").full)},
+       {std::string(kInit), eventSamples().at("onStatistics").full},
        {}},
       {"the host gives no views", R"({"views":false})", {}, {}},
       {"the host has no view", R"({"views":{}})", {}, {}},
@@ -135,76 +168,36 @@ Effects Stage::answer(const Effects& effects) {
 }
 
 const std::map<std::string_view, EventSample>& eventSamples() {
-  // For events without anything that could be absent both samples are the same.
-  const auto same = [](std::string_view step) { return EventSample{step, step}; };
-  static const std::map<std::string_view, EventSample> samples{
-      {"onError",
-       {R"({"event":"onError","args":[-5,"text",{"more":1}],"thread":"main"})",
-        R"({"event":"onError","args":[-5,null,null],"thread":"main"})"}},
-      {"onWarning",
-       {R"({"event":"onWarning","args":[-5,"text",{"more":1}],"thread":"main"})",
-        R"({"event":"onWarning","args":[-5,null,null],"thread":"main"})"}},
-      {"onEnterRoom", same(kEntered)},
-      {"onExitRoom", same(R"({"event":"onExitRoom","args":[1],"thread":"main"})")},
-      {"onSwitchRole",
-       {R"({"event":"onSwitchRole","args":[0,"text"],"thread":"main"})",
-        R"({"event":"onSwitchRole","args":[-5,null],"thread":"main"})"}},
-      {"onRemoteUserEnterRoom",
-       {R"({"event":"onRemoteUserEnterRoom","args":["student"],"thread":"main"})",
-        R"({"event":"onRemoteUserEnterRoom","args":[null],"thread":"main"})"}},
-      {"onRemoteUserLeaveRoom",
-       {R"({"event":"onRemoteUserLeaveRoom","args":["student",1],"thread":"main"})",
-        R"({"event":"onRemoteUserLeaveRoom","args":[null,1],"thread":"main"})"}},
-      {"onAudioRouteChanged",
-       same(R"({"event":"onAudioRouteChanged","args":[1,0],"thread":"main"})")},
-      {"onUserAudioAvailable",
-       {R"({"event":"onUserAudioAvailable","args":["student",true],"thread":"main"})",
-        R"({"event":"onUserAudioAvailable","args":[null,false],"thread":"main"})"}},
-      {"onUserVideoAvailable",
-       {R"({"event":"onUserVideoAvailable","args":["student",true],"thread":"main"})",
-        R"({"event":"onUserVideoAvailable","args":[null,false],"thread":"main"})"}},
-      {"onUserSubStreamAvailable",
-       {R"({"event":"onUserSubStreamAvailable","args":["student",true],"thread":"main"})",
-        R"({"event":"onUserSubStreamAvailable","args":[null,false],"thread":"main"})"}},
-      {"onNetworkQuality",
-       {R"({"event":"onNetworkQuality","args":[{"quality":1},
-           [{"userId":"student","quality":2},{"quality":3}]],"thread":"main"})",
-        R"({"event":"onNetworkQuality","args":[null,null],"thread":"main"})"}},
-      {"onStatistics",
-       {R"({"event":"onStatistics","args":[{"rtt":5,
-           "localStatistics":[{"width":640,"height":360,"videoBitrate":500}],
-           "remoteStatistics":[{"userId":"student","audioBitrate":40},{"audioBitrate":40}]}],
-           "thread":"main"})",
-        R"({"event":"onStatistics","args":[null],"thread":"main"})"}},
-      {"onUserVoiceVolume",
-       {R"({"event":"onUserVoiceVolume","args":[[{"userId":"student","volume":5},{"volume":6}],9],
-           "thread":"main"})",
-        R"({"event":"onUserVoiceVolume","args":[null,0],"thread":"main"})"}},
-      {"onConnectionLost", same(R"({"event":"onConnectionLost","thread":"main"})")},
-      {"onTryToReconnect", same(R"({"event":"onTryToReconnect","thread":"main"})")},
-      {"onConnectionRecovery", same(R"({"event":"onConnectionRecovery","thread":"main"})")},
-      {"onFirstVideoFrame",
-       {R"({"event":"onFirstVideoFrame","args":["student",0,640,360],"thread":"main"})",
-        R"({"event":"onFirstVideoFrame","args":[null,0,640,360],"thread":"main"})"}},
-      {"onFirstAudioFrame",
-       {R"({"event":"onFirstAudioFrame","args":["student"],"thread":"main"})",
-        R"({"event":"onFirstAudioFrame","args":[null],"thread":"main"})"}},
-      {"onSendFirstLocalVideoFrame",
-       same(R"({"event":"onSendFirstLocalVideoFrame","args":[2],"thread":"main"})")},
-      {"onSendFirstLocalAudioFrame",
-       same(R"({"event":"onSendFirstLocalAudioFrame","thread":"main"})")},
-      {"onCameraDidReady", same(R"({"event":"onCameraDidReady","thread":"main"})")},
-      {"onMicDidReady", same(R"({"event":"onMicDidReady","thread":"main"})")},
-      {"onScreenCaptureStarted", same(kCaptured)},
-      {"onScreenCapturePaused",
-       same(R"({"event":"onScreenCapturePaused","args":[1],"thread":"main"})")},
-      {"onScreenCaptureResumed",
-       same(R"({"event":"onScreenCaptureResumed","args":[1],"thread":"main"})")},
-      {"onScreenCaptureStoped",
-       same(R"({"event":"onScreenCaptureStoped","args":[1],"thread":"main"})")},
-      {"onScreenKitEvent", same(R"({"notify":"VEMOScreenKit_Paused_Notify","thread":"main"})")},
-  };
+  static const auto samples = [] {
+    // What is no event of the engine, and records that have more than one shape.
+    std::map<std::string_view, EventSample> all{
+        {"onScreenKitEvent",
+         {R"({"notify":"VEMOScreenKit_Paused_Notify","thread":"main"})",
+          R"({"notify":"VEMOScreenKit_Paused_Notify","thread":"main"})"}},
+        {"onNetworkQuality",
+         {stepOf("onNetworkQuality",
+                 R"({"quality":1},[{"userId":"student","quality":2},{"quality":3}])"),
+          stepOf("onNetworkQuality", "null,null")}},
+        {"onStatistics",
+         {stepOf("onStatistics",
+                 R"({"rtt":5,"localStatistics":[{"width":640,"height":360,"videoBitrate":500}],
+                     "remoteStatistics":[{"userId":"student","audioBitrate":40},
+                                         {"audioBitrate":40}]})"),
+          stepOf("onStatistics", "null")}},
+        {"onUserVoiceVolume",
+         {stepOf("onUserVoiceVolume", R"([{"userId":"student","volume":5},{"volume":6}],9)"),
+          stepOf("onUserVoiceVolume", "null,0")}},
+    };
+    std::apply(
+        [&]<auto... operation>(const EngineEvent<operation>&... event) {
+          (all.try_emplace(event.name, stepOf(event.name, argumentsOf(operation, true)),
+                           stepOf(event.name, argumentsOf(operation, false))),
+           ...);
+        },
+        engineEvents);
+    return all;
+  }();
   return samples;
 }
 
-}  // namespace vemo
+}  // namespace vemo::test

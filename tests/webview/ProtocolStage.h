@@ -11,7 +11,7 @@
 
 // A router on a device, an engine and a user who answer whatever they are asked for.
 
-namespace vemo {
+namespace vemo::test {
 
 using Effects = std::vector<replay::Transcript::Effect>;
 using Steps = std::vector<std::string>;
@@ -52,11 +52,11 @@ class Stage {
 
 /// An event in two shapes, as steps of a scenario.
 struct EventSample {
-  std::string_view full;   ///< everything is given
-  std::string_view empty;  ///< whatever can be absent is
+  std::string full;   ///< everything is given
+  std::string empty;  ///< whatever can be absent is
 };
 
 /// Samples of all events that an engine, or the broadcast extension, can cause, by name.
 const std::map<std::string_view, EventSample>& eventSamples();
 
-}  // namespace vemo
+}  // namespace vemo::test

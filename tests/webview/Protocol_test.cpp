@@ -21,7 +21,7 @@
 // What pages are told of the router is what it does; and a document that said something
 // else would be found out.
 
-namespace vemo {
+namespace vemo::test {
 namespace {
 
 namespace json = boost::json;
@@ -259,4 +259,4 @@ TEST(ProtocolProgram, RefusesAnUnexpectedArgument) {
 }
 
 }  // namespace
-}  // namespace vemo
+}  // namespace vemo::test

@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace vemo {
+namespace vemo::test {
 namespace {
 
 const std::string kReleased = R"({"command":"uninitSDK"})";
@@ -91,4 +91,4 @@ const std::map<std::string_view, std::vector<Silence>>& silences() {
   return all;
 }
 
-}  // namespace vemo
+}  // namespace vemo::test

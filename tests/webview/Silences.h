@@ -9,7 +9,7 @@
 
 // How commands come to stay unanswered, one way for each that the document tells.
 
-namespace vemo {
+namespace vemo::test {
 
 /// A world in which a command is not answered. Its name is the reason, as it is told.
 struct Silence {
@@ -21,4 +21,4 @@ struct Silence {
 /// By command, in the order in which the reasons are told.
 const std::map<std::string_view, std::vector<Silence>>& silences();
 
-}  // namespace vemo
+}  // namespace vemo::test

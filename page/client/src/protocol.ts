@@ -811,6 +811,11 @@ export interface Commands {
 }
 export type CommandName = keyof Commands;
 
+/** The codes with which the router and the engines fail; an engine may have others. */
+export type FailureCode =
+  -1 | -2 | -3 | -1301 | -1314 | -1317 | -3301 | -3302 | -3303 | -3304 | -3308 | -3309 | -3310
+  | -3316 | -3317 | -3318 | -3319 | -3320 | -4001 | -4002 | -4003 | -100013;
+
 /** The names of all commands, with spaces between. */
 export const commandNames =
   'registCallBacks initSDK setLogParams getSDKVersion uninitSDK enterRoom exitRoom showBugView ' +

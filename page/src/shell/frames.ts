@@ -1,5 +1,7 @@
 // What the shell and a phone in the simulator send each other.
 
+import protocol from './tools/protocol.json';
+
 export interface Picture {
   userId: string;
   viewType: number;
@@ -76,12 +78,7 @@ export type FromPhone =
     };
 
 /** What the broadcast extension tells, each with the name of its notification. */
-export const broadcastNotifications = {
-  started: 'VEMOScreenKit_Started_Notify',
-  paused: 'VEMOScreenKit_Paused_Notify',
-  resumed: 'VEMOScreenKit_Resumed_Notify',
-  finished: 'VEMOScreenKit_Finished_Notify',
-} as const;
+export const broadcastNotifications = protocol.notifications;
 export type BroadcastEvent = keyof typeof broadcastNotifications;
 
 /** What the simulator understands. */
