@@ -262,6 +262,10 @@ test('malformed messages are answered or ignored, and the page works on', async 
   assert.equal(errors.params.errmsg, 'bad message');
   assert.equal(errors.unknown.errmsg, 'unknown action');
   assert.equal(errors.last.errcode, 0);
+  // The page was not loaded anew for them.
+  const titles = (await ada.timeLine()).map(({ title }) => title);
+  assert.ok(titles.includes('nose'));
+  assert.equal(titles.filter((title) => title.includes('loaded anew')).length, 0);
 });
 
 test('the time line shows commands with their answers, and events', async () => {

@@ -98,7 +98,9 @@ export class Toolbox {
     phone.lintPrompt = (media) => this.linter.prompt(media);
     phone.messageFilter = (text, pass) => {
       pass(text);
-      if (readMessage(text).action === this.reloadAt.peek()) this.reloadNow();
+      const reloadAt = this.reloadAt.peek();
+      // A message without an action is no command that was chosen.
+      if (reloadAt !== undefined && readMessage(text).action === reloadAt) this.reloadNow();
     };
     phone.scriptFilter = (script, pass) => this.scriptComes(script, pass);
     phone.memory.besides = () => {
