@@ -28,33 +28,26 @@ BenchPlatform::BenchPlatform(BenchOptions options) {
     nowhere.file = "/dev/null";
     hostLogger_ = JsonLineLogger::create(nowhere);
   }
-  Platform platform{fake.engineClass,
-                    hostLogger_ ? *hostLogger_ : logger,
-                    fake.systemLog,
-                    mainQueue,
-                    fake.notifications,
-                    fake.crossProcessNotifications,
-                    fake.captureAuthorization,
-                    fake.alerts,
-                    fake.application,
-                    fake.downloads,
-                    fake.images,
-                    fake.system,
-                    fake.extensionLauncher,
-                    fake.appGroup};
-  std::shared_ptr<ReplyDelivery> delivery =
-      std::make_shared<MainThreadReplyDelivery>(mainQueue, "reply");
+  platform_.emplace(Platform{fake.engineClass, hostLogger_ ? *hostLogger_ : logger, fake.systemLog,
+                             mainQueue, fake.notifications, crossProcessNotifications_,
+                             fake.captureAuthorization, fake.alerts, fake.application,
+                             fake.downloads, fake.images, fake.system, fake.extensionLauncher,
+                             fake.appGroup});
   if (options.recorded) {
-    recorder_ = std::make_unique<Recorder>(platform, std::make_shared<NoteRing>(NoteRingOptions()),
-                                           nullptr);
-    delivery = recorder_->replies(std::move(delivery));
+    recorder_ = std::make_unique<Recorder>(*platform_,
+                                           std::make_shared<NoteRing>(NoteRingOptions()), nullptr);
+    delivery_ = recorder_->replies(std::move(delivery_));
   }
-  const auto used = options.recorded ? recorder_->platform() : platform;
-  std::unique_ptr<VEMOJSMsgRouter> base =
-      std::make_unique<JSMsgRouter>(used.logger, std::move(delivery), webView);
-  if (options.recorded) base = recorder_->baseRouter(std::move(base));
-  router = VEMOKOBUMsgRouter::create(std::move(base), used);
+  router = makeRouter();
   router->receive(R"({"head":{"module":"kobu","action":"initSDK"}})");
+}
+
+std::shared_ptr<VEMOKOBUMsgRouter> BenchPlatform::makeRouter() {
+  const auto platform = recorder_ ? recorder_->platform() : *platform_;
+  std::unique_ptr<VEMOJSMsgRouter> base =
+      std::make_unique<JSMsgRouter>(platform.logger, delivery_, webView);
+  if (recorder_) base = recorder_->baseRouter(std::move(base));
+  return VEMOKOBUMsgRouter::create(std::move(base), platform);
 }
 
 void mustBeSame(const std::string& what, const std::string& routers, const std::string& jsons) {

@@ -4,10 +4,12 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "bridge/Platform.h"
+#include "platform/ReplyDelivery.h"
 #include "recorder/Recorder.h"
 #include "testing/FakePlatform.h"
 #include "testing/NullPlatform.h"
@@ -69,14 +71,22 @@ class BenchPlatform {
  public:
   explicit BenchPlatform(BenchOptions options = {});
 
+  /// One more router on this platform, without an engine yet. With a recorder there is only
+  /// the one that is there.
+  std::shared_ptr<VEMOKOBUMsgRouter> makeRouter();
+
   CountingLogger logger;
   std::shared_ptr<CountingWebView> webView = std::make_shared<CountingWebView>();
   StagedQueue mainQueue;
 
  private:
   FakePlatform rest_;
+  NullCrossProcessNotificationCenter crossProcessNotifications_;  // holds nothing of a router
   std::unique_ptr<VEMOLogger> hostLogger_;
   std::unique_ptr<Recorder> recorder_;
+  std::shared_ptr<ReplyDelivery> delivery_ =
+      std::make_shared<MainThreadReplyDelivery>(mainQueue, "reply");
+  std::optional<Platform> platform_;
 
  public:
   std::shared_ptr<VEMOKOBUMsgRouter> router;

@@ -51,8 +51,15 @@ Sequence utf8Sequence(std::string_view text) {
   return {length, true};
 }
 
-/// How many bytes at the front of `text` a JSON string holds as they are: ASCII without
-/// control characters, quotes and backslashes.
+/// The bytes that a JSON string holds as they are: ASCII without control characters, quotes and
+/// backslashes.
+constexpr auto plainBytes = [] {
+  std::array<bool, 256> plain{};
+  for (std::size_t c = 0x20; c < 0x80; ++c) plain[c] = c != '"' && c != '\\';
+  return plain;
+}();
+
+/// How many bytes at the front of `text` are plain.
 std::size_t plainPrefix(std::string_view text) {
   std::size_t i = 0;
   // Eight at a time. A byte that is less than n, or n, sets its own high bit, or a
@@ -65,10 +72,7 @@ std::size_t plainPrefix(std::string_view text) {
     const auto backslash = (word ^ (ones * '\\')) - ones;
     if (((word | control | quote | backslash) & (ones * 0x80)) != 0) break;
   }
-  const auto isPlain = [](unsigned char c) {
-    return c >= 0x20 && c < 0x80 && c != '"' && c != '\\';
-  };
-  while (i < text.size() && isPlain(static_cast<unsigned char>(text[i]))) ++i;
+  while (i < text.size() && plainBytes[static_cast<unsigned char>(text[i])]) ++i;
   return i;
 }
 
@@ -143,9 +147,15 @@ void appendEscape(std::string& out, unsigned char c) {
 }  // namespace
 
 void appendJsonString(std::string& out, std::string_view text) {
+  auto plain = plainPrefix(text);
+  if (plain == text.size()) {  // as most are: room is made once
+    const auto start = out.size();
+    out.append(text.size() + 2, '"');
+    text.copy(out.data() + start + 1, text.size());
+    return;
+  }
   out += '"';
-  for (;;) {
-    const auto plain = plainPrefix(text);
+  for (;; plain = plainPrefix(text)) {
     out.append(text.substr(0, plain));
     text.remove_prefix(plain);
     if (text.empty()) break;

@@ -1,13 +1,11 @@
 #include "platform/JSMsgRouter.h"
 
-#include <boost/json/value.hpp>
 #include <cstddef>
 #include <string>
 #include <utility>
 
 #include "bridge/VEMOModule.h"
 #include "json/JsonText.h"
-#include "json/Lookup.h"
 #include "platform/PageMessage.h"
 
 namespace vemo {
@@ -67,17 +65,13 @@ void JSMsgRouter::receive(std::string_view message) { dispatch(decode(message), 
 
 std::shared_ptr<VEMOJSMsgItem> JSMsgRouter::decode(std::string_view message) {
   auto item = std::make_shared<Item>(delivery_);
-  auto [address, content] = readPageMessage(message, item->arena());
-  item->setHead({std::move(address.module).value_or(""), std::move(address.action).value_or("")});
-  item->setCbid(std::move(address.cbid));
-  if (content) {
-    if (const auto name = vemo_safeNSStringForKey(&*content, "nativecb")) {
-      item->setNativecb(std::string(*name));
-    }
-    auto* const params = content->if_contains("params");
-    if (params && params->is_object()) {
-      item->setParams(std::move(params->get_object()));  // same storage: no copy
-    }
+  auto page = readPageMessage(message, item->arena());
+  auto& [module, action, cbid] = page.address;
+  item->setHead({std::move(module).value_or(""), std::move(action).value_or("")});
+  item->setCbid(std::move(cbid));
+  if (page.isUsable) {
+    if (page.nativecb) item->setNativecb(*std::move(page.nativecb));
+    if (page.params) item->setParams(*std::move(page.params));  // same storage: no copy
     return item;
   }
   item->setMsgError(jsError(kBadMessage));

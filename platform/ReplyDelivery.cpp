@@ -48,7 +48,11 @@ void MainThreadReplyDelivery::deliver(const VEMOJSMsgItem& item, const Text& cbi
   if (!cbid || !webView) return;
   auto script =
       callScript(replyFunction_, [&](std::string& text) { appendReplyJson(text, item, *cbid); });
-  runOnMain(mainQueue_, [webView, script = std::move(script), needLog = item.printLog()] {
+  if (mainQueue_.isMainThread()) {
+    webView->loadJs(script, item.printLog());
+    return;
+  }
+  mainQueue_.dispatchAsync([webView, script = std::move(script), needLog = item.printLog()] {
     webView->loadJs(script, needLog);
   });
 }

@@ -57,18 +57,12 @@ bool isFinite(const json::value& value) {
 
 /// The step that hands over what `message` holds; empty when none does the same.
 json::object commandOf(std::string_view message) {
-  const auto [address, content] = readPageMessage(message);
-  if (!content || address.action->empty()) return {};
-  json::object step{{"command", *address.action}};
-  for (const auto& [key, member] : *content) {
-    if (key == "params" && member.is_object() && isFinite(member)) {
-      step["params"] = member;
-    } else if (key == "nativecb" && member.is_string()) {
-      step["nativecb"] = member;
-    } else if (key != "head" && key != "cbid" && !(key == "params" && member.is_null())) {
-      return {};
-    }
-  }
+  auto read = readPageMessage(message);
+  if (!read.isUsable || read.hasMore || read.address.action->empty()) return {};
+  if (read.params && !isFinite(*read.params)) return {};
+  json::object step{{"command", *read.address.action}};
+  if (read.params) step["params"] = *std::move(read.params);
+  if (read.nativecb) step["nativecb"] = *read.nativecb;
   return step;
 }
 
