@@ -10,7 +10,7 @@ import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { after, afterEach, before, beforeEach, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
-import { Phone, startBrowser, startSimulator } from '../../testing/browser.mjs';
+import { Phone, startBrowser, startSimulator, withQuery } from '../../testing/browser.mjs';
 
 const root = fileURLToPath(new URL('../..', import.meta.url));
 const client = readFileSync(join(root, 'page/client/dist/vemo-client.js'));
@@ -106,7 +106,7 @@ test('the starter page is copied by one command and runs from its folder', async
 
   // By the simulator's address it is somebody, somewhere.
   const eve = new Phone(await context.newPage());
-  await eve.page.goto(`${simulator.address}?user=Eve&room=7`);
+  await eve.page.goto(withQuery(simulator.address, 'user=Eve&room=7'));
   await eve.view.getByRole('button', { name: 'Enter' }).click();
   await eve.view.getByText('Eve is in room 7').waitFor();
   assert.deepEqual([...ada.problems, ...ben.problems], []);
@@ -330,7 +330,7 @@ test('a page of another origin has the text size and the language of its phone, 
     </script>`);
   const simulator = await simulate('--page-url', page);
   const ada = new Phone(await context.newPage());
-  await ada.page.goto(`${simulator.address}?text=150&lang=de`);
+  await ada.page.goto(withQuery(simulator.address, 'text=150&lang=de'));
   await ada.view.locator('output', { hasText: 'de de' }).waitFor();
   const fontSize = () => ada.page.frames()[1].evaluate(() => document.documentElement.style.fontSize);
   assert.equal(await fontSize(), '150%');
@@ -396,7 +396,7 @@ test('a page that floods, reloads in a loop or sends nonsense leaves the others 
   for (const [name, sentence] of Object.entries(words)) {
     const phone = await open(good);
     await phone.view.getByText('sdk version').waitFor();
-    await phone.page.frames()[1].goto(`${good.address}page/${name}.html`);
+    await phone.page.frames()[1].goto(new URL(`page/${name}.html`, good.address).href);
     await told(phone, sentence);
     const ada = await open(good);
     await enter(ada);

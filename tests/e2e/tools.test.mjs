@@ -402,7 +402,7 @@ test('the coverage of a lesson, saved as text and as JSON', async () => {
 // ---- The address
 
 test('the address sets the first phone, and what was set by hand since outlives a reload', async () => {
-  const query = '?os=12&camera=denied&net=bad&app=Night+school&user=Ada&room=7&role=audience&text=150&dark=yes';
+  const query = 'os=12&camera=denied&net=bad&app=Night+school&user=Ada&room=7&role=audience&text=150&dark=yes';
   // A scheme that the driver sets would hold for all frames.
   const ada = await open({ width: 1280, height: 860, colorScheme: null }, query);
   assert.equal(await ada.view.getByLabel('Your name').inputValue(), 'Ada');
@@ -432,7 +432,7 @@ test('the address sets the first phone, and what was set by hand since outlives 
 });
 
 test('what of the address can’t be used is named, and the rest is used', async () => {
-  const ada = await open(undefined, '?room=many&camara=denied&user=Ada');
+  const ada = await open(undefined, 'room=many&camara=denied&user=Ada');
   const notice = ada.page.getByRole('alert', { name: 'Address' });
   await notice.getByText('“room=many” can’t be used').waitFor();
   await notice.getByText('Did you mean “camera”?').waitFor();
@@ -445,7 +445,7 @@ test('what of the address can’t be used is named, and the rest is used', async
 
 for (const screen of screens) {
   test(`the checker finds nothing in the tools at ${screen.width}x${screen.height}`, async () => {
-    const ada = await open(screen, '?room=many');
+    const ada = await open(screen, 'room=many');
     const clean = async (where) => assert.deepEqual(await ada.findings(), [], where);
     await clean('the address');
     await ada.page.getByRole('button', { name: 'Close notice' }).click();

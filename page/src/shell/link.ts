@@ -1,6 +1,7 @@
 // The connection of the page in the frame with its phone in the simulator.
 
 import type { FromPage, Places, ToPage } from '../../client/src/frames.js';
+import { askForRefusal, openPhone, wasLetIn } from './access';
 import type { FromPhone, ToPhone } from './frames';
 import type { PhoneMemory } from './phoneMemory';
 
@@ -60,10 +61,11 @@ export class PhoneLink {
   /** A new page, which speaks through `port`. */
   attach(port: MessagePort): void {
     this.detach();
-    const socket = new WebSocket(`ws://${location.host}/phone`);
+    const socket = openPhone();
     this.socket = socket;
     this.port = port;
     const early: string[] = [];
+    let wasOpen = false;
     const current = () => this.socket === socket;
     const tellPage = (frame: ToPage) => port.postMessage(frame);
     const tell = (state: 'ready' | 'stopped') => {
@@ -72,6 +74,8 @@ export class PhoneLink {
     };
 
     socket.addEventListener('open', () => {
+      wasOpen = true;
+      wasLetIn();
       if (!current()) return;
       this.send({ kind: 'note', on: true });
       for (const frame of this.memory.begin()) this.send(frame);
@@ -90,6 +94,7 @@ export class PhoneLink {
     });
     socket.addEventListener('close', ({ reason }) => {
       if (!current()) return;
+      if (!wasOpen) void askForRefusal();
       if (reason !== '') this.watcher.onProblem(`The simulator cut the page off: ${reason}.`);
       this.socket = undefined;
       this.watcher.onPlaces(noPlaces);
