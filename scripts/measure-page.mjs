@@ -58,6 +58,9 @@ const ben = await inClass(others, 'Ben');
 const cleo = await inClass(others, 'Cleo');
 const before = processorTime().ids;
 const browser = await startBrowser();
+const blank = await browser.newPage();
+await measure('a browser with an empty page');
+await blank.close();
 const ada = await inClass(browser, 'Ada');
 await ada.tile('Cleo').waitFor();
 
