@@ -308,6 +308,44 @@ test('a page made of components has its videos in them', async () => {
   assert.deepEqual(ada.problems, []);
 });
 
+test('a page that makes its bridge twice, asks before it is ready and catches nothing', async () => {
+  const page = await serve(`<!doctype html><html lang="en"><title>Hasty</title><main><h1>Hasty</h1><output></output></main>
+    <script src="/vemo-client.js"></script><script>
+      const told = [];
+      const tell = (text) => { told.push(text); document.querySelector('output').textContent = told.join('; '); };
+      addEventListener('unhandledrejection', ({ reason }) => tell(reason.message));
+      // As an effect in React's strict mode does.
+      const made = [1, 2].map((time) => {
+        const bridge = new VemoClient.Bridge();
+        bridge.on('onEnterRoom', () => tell('event ' + time));
+        bridge.initSDK().then(() => tell('ready ' + time), ({ reason }) => tell(reason + ' ' + time));
+        return bridge;
+      });
+      const [, bridge] = made;
+      bridge.enterRoom({ appScene: 1, sdkAppId: 1, userId: 'ada', userSig: 'any', roomId: 101 }).then(async () => {
+        const controller = new AbortController();
+        const ended = (async () => {
+          const music = { audioId: 1, path: '/lost.mp3', onStart: true, onProgress: true, onComplete: true };
+          for await (const { state } of bridge.playMusic(music, { signal: controller.signal })) tell(state);
+        })();
+        controller.abort(new Error('enough music'));
+        await ended.catch(({ message }) => tell(message));
+        bridge.startLocalPreview(); // nobody catches what comes of it
+      });
+    </script>`);
+  const ada = await open(await simulate('--page-url', page));
+  await ada.answerPrompt('camera', false);
+  const output = ada.view.locator('output');
+  await output.getByText('startLocalPreview: user not allowed access camera (KOBU -1314)').waitFor();
+  const told = (await output.innerText()).split('; ');
+  assert.deepEqual(told.slice(0, 2), ['stopped 1', 'ready 2']);
+  assert.deepEqual([...told].sort().slice(0, 4), ['enough music', 'event 2', 'ready 2', 'startLocalPreview: user not allowed access camera (KOBU -1314)']);
+  // Its own faults are told; "on" before "initSDK" is none.
+  await ada.openPanel('Time line');
+  await ada.row('startLocalPreview').waitFor();
+  assert.deepEqual(await ada.page.locator('.row .remark-mark').allInnerTexts(), []);
+});
+
 test('a frame within the page is not taken for the page, though of its origin', async () => {
   const page = await serve(`<script src="/vemo-client.js"></script><output></output>
     <iframe srcdoc="${asking.replaceAll('"', '&quot;')}" onload="ask()"></iframe><script>
