@@ -22,6 +22,7 @@ let pictures = 0;
 async function picture(phone, name) {
   const file = `${String(++pictures).padStart(2, '0')}-${name}.png`;
   await phone.still();
+  await phone.viewsInPlace(); // which a panel that has opened or closed has moved
   await phone.page.screenshot({ path: `${folder}/${file}` });
   tell(`       picture ${file}`);
 }

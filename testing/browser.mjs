@@ -217,6 +217,25 @@ export class Phone {
     await this.page.emulateMedia({ reducedMotion: 'reduce' });
   }
 
+  /** Waits until each native view in sight lies over its place in a page of the shell's own origin. */
+  async viewsInPlace() {
+    await this.page.waitForFunction(() =>
+      [...document.querySelectorAll('.phone')].every((phone) => {
+        const frame = phone.querySelector('iframe');
+        const its = frame?.getBoundingClientRect();
+        return [...phone.querySelectorAll('canvas.native-view')].every((canvas) => {
+          const { left, top, width, height } = canvas.getBoundingClientRect();
+          const place = frame.contentDocument
+            ?.querySelector(`[data-native-view="${CSS.escape(canvas.dataset.view)}"]`)
+            ?.getBoundingClientRect();
+          if (!place || place.width < 2 || place.height < 2) return width === 0;
+          const off = [its.left + place.left - left, its.top + place.top - top, place.width - width, place.height - height];
+          return off.every((difference) => Math.abs(difference) < 1);
+        });
+      }),
+    );
+  }
+
   /**
    * What an accessibility checker finds in the shell and in each page, each document by itself: those
    * beside each other are no one document. In light and, as far as colours go, in dark.
