@@ -442,3 +442,36 @@ test('a page that floods, reloads in a loop or sends nonsense leaves the others 
     await phone.page.close();
   }
 });
+
+test('a page that the simulator has cut off is told so in its phone and time line, and goes on when it is reloaded', async () => {
+  const page = await serve(`<!doctype html><html lang="en"><title>Much</title><main><h1>Much</h1><output></output></main>
+    <script src="/vemo-client.js"></script><script>
+      const bridge = new VemoClient.Bridge();
+      const tell = (text) => document.querySelector('output').append(text);
+      bridge.getSDKVersion().then(({ version }) => tell(version));
+      bridge.onState = (state) => tell(' ' + state);
+    </script>`);
+  const good = await simulate('--page-url', page);
+  const eve = new Phone(await context.newPage());
+  // How much it has to send for that depends on the machine: what the simulator then does is done here.
+  let cutOff;
+  await eve.page.routeWebSocket(/\/phone\?/, (socket) => {
+    socket.connectToServer();
+    cutOff = () => socket.close({ code: 1008, reason: 'it sent more than a page may' });
+  });
+  await eve.page.goto(good.address);
+  await eve.view.locator('output', { hasText: '1.0.0' }).waitFor();
+  cutOff();
+  const sentence = 'The simulator cut the page off: it sent more than a page may.';
+  const notice = eve.page.getByRole('status').filter({ hasText: sentence });
+  await notice.waitFor();
+  assert.deepEqual(await eve.findings(), []);
+  assert.match(await eve.view.locator('output').innerText(), /stopped$/);
+  await told(eve, sentence);
+  await eve.page.getByLabel('Search the time line').fill('');
+  await eve.row('A page connects.').waitFor();
+  assert.equal(await eve.page.getByText('The simulator has stopped.').count(), 0); // it has not
+  await eve.page.getByRole('button', { name: 'Reload the page' }).click();
+  await notice.waitFor({ state: 'detached' });
+  await eve.view.locator('output', { hasNotText: 'stopped' }).filter({ hasText: '1.0.0' }).waitFor();
+});

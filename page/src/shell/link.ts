@@ -9,8 +9,8 @@ import type { PhoneMemory } from './phoneMemory';
 export type LinkState = 'connecting' | 'ready' | 'stopped';
 
 export interface LinkWatcher {
-  /** A page has connected, or its phone has come or gone. */
-  onState(state: LinkState): void;
+  /** A page has connected, or its phone has come or gone; `cutOff` says why it was taken from the page. */
+  onState(state: LinkState, cutOff?: string): void;
   /** Everything of the phone; a script is run after this. */
   onFrame(frame: FromPhone): void;
   /** A page message on its way to the phone. */
@@ -68,9 +68,9 @@ export class PhoneLink {
     let wasOpen = false;
     const current = () => this.socket === socket;
     const tellPage = (frame: ToPage) => port.postMessage(frame);
-    const tell = (state: 'ready' | 'stopped') => {
+    const tell = (state: 'ready' | 'stopped', cutOff?: string) => {
       tellPage({ kind: 'state', state });
-      this.watcher.onState(state);
+      this.watcher.onState(state, cutOff);
     };
 
     socket.addEventListener('open', () => {
@@ -95,10 +95,9 @@ export class PhoneLink {
     socket.addEventListener('close', ({ reason }) => {
       if (!current()) return;
       if (!wasOpen) void askForRefusal();
-      if (reason !== '') this.watcher.onProblem(`The simulator cut the page off: ${reason}.`);
       this.socket = undefined;
       this.watcher.onPlaces(noPlaces);
-      tell('stopped');
+      tell('stopped', reason === '' ? undefined : `The simulator cut the page off: ${reason}.`);
     });
 
     const sent = (text: string) => {
@@ -111,9 +110,8 @@ export class PhoneLink {
       if (socket.readyState === WebSocket.OPEN) this.send({ kind: 'message', text });
       else early.push(text);
       if (socket.bufferedAmount < maxUnsent && early.length < maxUnsent / 100) return;
-      this.watcher.onProblem('The page sends faster than its phone takes it, and was cut off.');
       this.detach();
-      tell('stopped');
+      tell('stopped', 'The page sends faster than its phone takes it, and was cut off.');
     };
     port.onmessage = ({ data: frame }: MessageEvent<FromPage>) => {
       if (!current()) return;
