@@ -225,6 +225,20 @@ test('a lost connection is shown, and its return', async () => {
   await ada.view.locator('.pill[data-connection="good"]').waitFor();
 });
 
+test('a page that dies leaves the room, and the others go on', async () => {
+  const ada = await entered({ name: 'Ada' });
+  const eve = await entered({ name: 'Eve' });
+  await ada.tile('Eve').waitFor();
+  const session = await eve.page.context().newCDPSession(eve.page);
+  session.send('Page.crash').catch(() => {}); // nothing is left that could answer
+  await ada.tile('Eve').waitFor({ state: 'detached' });
+  await ada.control('Camera').click();
+  await ada.answerPrompt('camera', true);
+  await ada.nativeView('Ada').waitFor();
+  const ben = await entered({ name: 'Eve' });
+  await ben.nativeView('Ada').waitFor();
+});
+
 for (const signal of ['SIGTERM', 'SIGKILL']) {
   test(`a simulator that ends by ${signal} under the page is told of`, async () => {
     const ada = await entered({ name: 'Ada' });

@@ -519,3 +519,36 @@ test('by keyboard alone: the panel, a command, a fault and a bot', async () => {
   await keyboard.press('Enter');
   await ada.tile('Zoe').waitFor();
 });
+
+test('all that is in sight of each page of the panel is reached by the Tab key', async () => {
+  const ada = await open();
+  await ada.enter({ name: 'Ada' });
+  const panel = await ada.openPanel('Bots');
+  await button(panel, 'Add').click();
+  await panel.locator('[data-bot][data-at="inside"]').nth(2).waitFor();
+  const pages = await panel.getByRole('tab').allInnerTexts();
+  assert.equal(pages.length, 8);
+  for (const name of pages) {
+    const tab = panel.getByRole('tab', { name });
+    await tab.click();
+    let stops = 0;
+    do {
+      await ada.page.keyboard.press('Tab');
+      await ada.page.evaluate(() => document.activeElement.setAttribute('data-reached', ''));
+      assert.ok(++stops < 200, `the focus does not come back to ${name}`);
+    } while (!(await tab.evaluate((element) => element === document.activeElement)));
+    const missed = await panel.evaluate((element) =>
+      [...element.querySelectorAll('button, input, select, textarea, summary, a[href], [role="tree"]')]
+        // The other tabs are reached by arrow keys.
+        .filter((one) => one.checkVisibility({ visibilityProperty: true }) && !one.disabled && one.role !== 'tab')
+        .filter((one) => !one.hasAttribute('data-reached'))
+        .map((one) => one.outerHTML.slice(0, 100)),
+    );
+    assert.deepEqual(missed, [], name);
+    assert.ok(stops > 15, `${name}: ${stops} stops`);
+    // The arrow keys lead to the next page.
+    await ada.page.keyboard.press('ArrowRight');
+    const next = pages[(pages.indexOf(name) + 1) % pages.length];
+    await panel.locator('[role="tab"][aria-selected="true"]').filter({ hasText: next }).waitFor();
+  }
+});
