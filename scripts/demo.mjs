@@ -17,6 +17,7 @@ const tell = (text) => log.tell(text);
 const picture = (phone, name) =>
   log.picture(name, async (file) => {
     await phone.still();
+    await phone.viewsInPlace(); // which a panel that has opened or closed has moved
     await phone.page.screenshot({ path: `${folder}/${file}` });
   });
 

@@ -17,6 +17,7 @@ async function picture(phone, name) {
   const session = await phone.page.context().newCDPSession(phone.page);
   for (const colorScheme of ['light', 'dark']) {
     await phone.page.emulateMedia({ colorScheme });
+    await phone.viewsInPlace();
     // What is drawn anew is drawn after two frames at the latest.
     await phone.page.evaluate(() => new Promise((done) => requestAnimationFrame(() => requestAnimationFrame(done))));
     const { data } = await session.send('Page.captureScreenshot', { format: 'webp', quality: 60 });
@@ -24,6 +25,31 @@ async function picture(phone, name) {
     assert.ok(bytes.length < mostBytes, `${name} has ${bytes.length} bytes`);
     await writeFile(`${folder}/${name}-${colorScheme}.webp`, bytes);
   }
+}
+
+async function classOfThree(address, browser) {
+  const context = await browser.newContext({ viewport: { width: 1280, height: 800 } });
+  const phones = [];
+  for (const name of ['Ms. Novak', 'Ada', 'Ben']) {
+    const phone = await Phone.open(context, address);
+    await phone.enter({ name });
+    for (const control of ['Camera', 'Microphone']) {
+      await phone.control(control).click();
+      if (control === 'Camera') await phone.answerPrompt('camera', true); // which allows both
+      await phone.view.locator(`[data-control="${control}"][data-look="on"]`).waitFor();
+    }
+    phones.push(phone);
+  }
+  const [, ada] = phones;
+  await ada.page.bringToFront();
+  for (const name of ['Ms. Novak', 'Ada', 'Ben']) await ada.nativeView(name).waitFor();
+  await ada.view.locator('.toast').first().waitFor({ state: 'detached' });
+  await ada.tile('Ben').locator('.quality[data-quality="1"]').waitFor();
+  await picture(ada, 'class');
+  await ada.openPanel('Time line');
+  await ada.row('onEnterRoom').first().waitFor();
+  await picture(ada, 'panel');
+  await context.close();
 }
 
 async function pictures(address, browser) {
@@ -74,6 +100,7 @@ await mkdir(folder, { recursive: true });
 const simulator = await startSimulator(['--log', '/dev/null']);
 const browser = await startBrowser();
 try {
+  await classOfThree(simulator.address, browser);
   await pictures(simulator.address, browser);
 } finally {
   await browser.close();

@@ -2,9 +2,10 @@
 
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
-import { existsSync, readFileSync } from 'node:fs';
+import { existsSync, mkdtempSync, readFileSync, rmSync } from 'node:fs';
 import { readFile } from 'node:fs/promises';
 import { createRequire } from 'node:module';
+import { tmpdir } from 'node:os';
 import { createInterface } from 'node:readline';
 import { after, afterEach, before, beforeEach } from 'node:test';
 import { fileURLToPath } from 'node:url';
@@ -26,6 +27,10 @@ export const screens = [
 ];
 const waitMs = 60_000; // much, for machines with much to do
 
+// What simulators keep of their user's is not touched.
+const stateFolder = mkdtempSync(`${tmpdir()}/vemo-state-`);
+process.on('exit', () => rmSync(stateFolder, { recursive: true, force: true }));
+
 /**
  * A running simulator with this tree’s pages: its `address`, what it wrote to standard error, and how
  * to end it.
@@ -34,6 +39,7 @@ const waitMs = 60_000; // much, for machines with much to do
 export async function startSimulator(options = []) {
   const child = spawn(simulatorProgram, ['--port', '0', '--shell', `${root}page/dist`, ...options], {
     stdio: ['ignore', 'pipe', 'pipe'],
+    env: { ...process.env, XDG_STATE_HOME: stateFolder },
   });
   const errors = [];
   const ended = new Promise((resolve) => {
@@ -81,6 +87,9 @@ export async function startSimulator(options = []) {
     },
   };
 }
+
+/** A simulator's address with more in its query, such as `user=Ada`. */
+export const withQuery = (address, query) => (query ? `${address}&${query}` : address);
 
 export async function startBrowser() {
   const candidates = [process.env.CHROMIUM, '/usr/bin/chromium', '/usr/bin/chromium-browser'];
@@ -206,6 +215,25 @@ export class Phone {
   /** From now on all stands where it comes to rest, what comes later too: nothing fades or slides in. */
   async still() {
     await this.page.emulateMedia({ reducedMotion: 'reduce' });
+  }
+
+  /** Waits until each native view in sight lies over its place in a page of the shell's own origin. */
+  async viewsInPlace() {
+    await this.page.waitForFunction(() =>
+      [...document.querySelectorAll('.phone')].every((phone) => {
+        const frame = phone.querySelector('iframe');
+        const its = frame?.getBoundingClientRect();
+        return [...phone.querySelectorAll('canvas.native-view')].every((canvas) => {
+          const { left, top, width, height } = canvas.getBoundingClientRect();
+          const place = frame.contentDocument
+            ?.querySelector(`[data-native-view="${CSS.escape(canvas.dataset.view)}"]`)
+            ?.getBoundingClientRect();
+          if (!place || place.width < 2 || place.height < 2) return width === 0;
+          const off = [its.left + place.left - left, its.top + place.top - top, place.width - width, place.height - height];
+          return off.every((difference) => Math.abs(difference) < 1);
+        });
+      }),
+    );
   }
 
   /**
@@ -349,10 +377,10 @@ export function simulatorForEachTest({ options = [], screen: usual = { width: 12
       phones.push(phone);
       return phone;
     },
-    /** A phone whose page can be used; `query` is the end of its address. */
+    /** A phone whose page can be used; `query` is more of its address. */
     async open(screen, query = '') {
       const phone = await given.blank(screen);
-      await phone.visit(simulator.address + query);
+      await phone.visit(withQuery(simulator.address, query));
       return phone;
     },
     /** A phone in the room that `form` names. */

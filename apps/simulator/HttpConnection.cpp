@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "platform/StaticFiles.h"
+#include "simulator/AccessToken.h"
 #include "simulator/PageConnection.h"
 
 namespace vemo {
@@ -25,6 +26,9 @@ namespace {
 constexpr std::size_t kMaxHeaderBytes = 16'384;
 constexpr std::uint64_t kMaxBodyBytes = 1024;  // nothing here reads a body
 constexpr auto kAnswerTimeout = std::chrono::seconds(30);
+constexpr std::string_view kPhonePath = "/phone";
+constexpr std::string_view kTokenMissing =
+    "The address has not the token that the simulator printed.";
 constexpr std::string_view kPolicyField = "Content-Security-Policy";
 
 std::string_view view(beast::string_view text) { return {text.data(), text.size()}; }
@@ -103,7 +107,8 @@ void HttpConnection::onRead(beast::error_code problem) {
   if (problem) return;  // the client has gone or is idle
 
   auto request = parser_->release();
-  if (websocket::is_upgrade(request) && request.target() == "/phone") {
+  const auto target = view(request.target());
+  if (websocket::is_upgrade(request) && target.substr(0, target.find('?')) == kPhonePath) {
     const auto why = refusal(request);
     if (!why.empty()) return refuse(http::status::forbidden, why);
     if (state_.pageCount >= state_.options.maxPages)
@@ -125,7 +130,15 @@ std::string_view HttpConnection::refusal(const Request& request) const {
   if (request.count(http::field::origin) != 1 ||
       !state_.knowsOrigin(view(request[http::field::origin])))
     return "Only pages of this server may connect.";
+  if (!hasToken(view(request.target()))) return kTokenMissing;
   return {};
+}
+
+// Other users of the machine reach this port, with programs that send what they like.
+bool HttpConnection::hasToken(std::string_view target) const {
+  constexpr std::string_view kBefore = "/phone?token=";
+  return target.starts_with(kBefore) &&
+         isToken(target.substr(kBefore.size()), state_.options.token);
 }
 
 void HttpConnection::answer(const Request& request) {
@@ -139,11 +152,13 @@ void HttpConnection::answer(const Request& request) {
     response.set(http::field::allow, "GET, HEAD");
     return respond(std::move(response), keepAlive);
   }
-  if (request.target() == "/phone")
-    return respond(text(http::status::upgrade_required, "This is the address of a WebSocket."),
-                   keepAlive);
   const auto target = view(request.target());
   const auto path = target.substr(0, target.find('?'));
+  if (path == kPhonePath) {  // the shell asks so why its WebSocket did not open
+    if (!hasToken(target)) return respond(text(http::status::forbidden, kTokenMissing), keepAlive);
+    return respond(text(http::status::upgrade_required, "This is the address of a WebSocket."),
+                   keepAlive);
+  }
   if (path == "/page.json") {
     if (auto told = pageJson(state_.options); !told.empty())
       return give(request, found<http::string_body>("application/json", std::move(told)));

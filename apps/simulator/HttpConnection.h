@@ -31,6 +31,7 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
   void leave();
   void onRead(boost::beast::error_code problem);
   std::string_view refusal(const Request& request) const;
+  bool hasToken(std::string_view target) const;
   void answer(const Request& request);
   void giveFile(const Request& request, std::string_view path);
   void refuse(boost::beast::http::status status, std::string_view sentence);

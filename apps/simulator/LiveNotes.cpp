@@ -26,7 +26,12 @@ void LiveNotes::note(const Note& note) {
   switch (note.kind) {
     case Note::Kind::step: frame["step"] = notedStep(text); break;
     case Note::Kind::task: frame["queuedBy"] = note.by; break;
-    case Note::Kind::effect: frame["effect"] = notedEffect(text); break;
+    case Note::Kind::effect: {
+      auto effect = notedEffect(text);
+      if (note.periodic && effect.contains("function")) return;  // the script tells all of it
+      frame["effect"] = std::move(effect);
+      break;
+    }
   }
   page_->send(jsonText(frame));
 }

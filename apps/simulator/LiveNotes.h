@@ -19,7 +19,7 @@ namespace vemo {
 /// and transcripts have them (docs/scenarios.md), or "queuedBy": a task of the main queue begins,
 /// queued by the step of that number. "number" is the step's own number; of an effect, and of an
 /// answer of the device, that of the step or task in which it came. "periodic" is true where it
-/// is, or comes of, what comes again and again.
+/// is, or comes of, what comes again and again; its scripts are not told, as the frame gets them.
 ///
 /// While more than a mebibyte waits to be sent, what comes again and again is left out: before
 /// the next frame there is one with "lost", how many they were. Signatures are masked, as in

@@ -96,7 +96,8 @@ std::optional<SimulatorOptions> optionsFrom(int argc, char** argv, std::string& 
 std::string usage() {
   return R"(Usage: vemo-simulator [OPTION]...
 Plays phones in a browser: every page that connects is a phone of its own, in one
-simulated classroom cloud. Listens on the loopback interface only.
+simulated classroom cloud. Listens on the loopback interface only, and prints the address
+to open: its token, which stays the same, lets in nobody who was not told it.
 
 Options:
   --port N            listen on port N (8377); 0 takes any free one

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <functional>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "platform/ByteBudget.h"
@@ -19,6 +20,9 @@ struct WebServerOptions {
   /// Served at "/page/", if not empty, for the phones; and at "/" where the shell has no such file.
   std::filesystem::path pageFolder;
   std::optional<PageAddress> page;  ///< for the phones, where another server has their page
+  /// What the address of a WebSocket must carry, "/phone?token=..."; with an empty one nobody
+  /// connects.
+  std::string token;
   /// Longer frames of a page end its connection. A page message travels quoted in a
   /// frame, which can make it longer by half or more.
   std::size_t maxFrameBytes = std::size_t{4} << 20U;

@@ -1,6 +1,7 @@
 #include <cstddef>
 #include <exception>
 #include <filesystem>
+#include <functional>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -15,6 +16,7 @@
 #include "platform/PixbufImageDecoder.h"
 #include "platform/StreamSystemLog.h"
 #include "simulation/ClassroomCloud.h"
+#include "simulator/AccessToken.h"
 #include "simulator/Descriptors.h"
 #include "simulator/OperatorLog.h"
 #include "simulator/Options.h"
@@ -37,6 +39,15 @@ std::filesystem::path ownShellFolder() {
   std::error_code unknown;
   const auto program = std::filesystem::read_symlink("/proc/self/exe", unknown);
   return (program.parent_path() / VEMO_SHELL_FOLDER).lexically_normal();
+}
+
+/// The user's token, or one for this start alone where none can be kept.
+std::string addressToken(const std::function<void(std::string_view)>& note) {
+  std::string problem = "There is no home for a token; the address holds for this start.";
+  if (const auto file = vemo::accessTokenFile(); !file.empty())
+    if (auto token = vemo::keptAccessToken(file, problem)) return *token;
+  note(problem);
+  return vemo::newAccessToken();
 }
 
 int run(int argc, char** argv) {
@@ -74,6 +85,8 @@ int run(int argc, char** argv) {
   web.pageFolder = options->pageFolder;
   web.page = options->pageUrl;
   web.note = [&](std::string_view line) { tellOperator(*ownLogger, line); };
+  web.token = addressToken(web.note);
+  const auto token = web.token;
   raiseDescriptorLimit();
   const auto server = WebServer::open(std::move(web), error);
   if (!server) return fail(error);
@@ -112,7 +125,7 @@ int run(int argc, char** argv) {
     const bool isLocalhost =
         options->pageUrl && options->pageUrl->origin.find("://localhost") != std::string::npos;
     std::cout << "http://" << (isLocalhost ? "localhost" : "127.0.0.1") << ':' << server->port()
-              << "/\n"
+              << "/?token=" << token << '\n'
               << std::flush;
     server->run([&](std::shared_ptr<PageSocket> page) {
       return std::make_unique<Phone>(environment, std::move(page));

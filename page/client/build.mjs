@@ -1,6 +1,6 @@
 // Builds the package into dist/: modules, their types, and the script for a tag.
 import { execFileSync } from 'node:child_process';
-import { appendFile, rm } from 'node:fs/promises';
+import { appendFile, copyFile, readdir, rm, writeFile } from 'node:fs/promises';
 import { createRequire } from 'node:module';
 import { fileURLToPath } from 'node:url';
 import { build } from 'esbuild';
@@ -27,8 +27,7 @@ await build({
   ...common,
   entryPoints: ['src/index.ts', 'src/testing.ts'],
   format: 'cjs',
-  outExtension: { '.js': '.cjs' },
-  outdir: 'dist',
+  outdir: 'dist/cjs',
 });
 await build({
   ...common,
@@ -42,3 +41,7 @@ const tsc = createRequire(import.meta.url).resolve('typescript/bin/tsc');
 execFileSync(process.execPath, [tsc, '-p', here], { stdio: 'inherit' });
 // What the script tag defines, for pages that are written in TypeScript all the same.
 await appendFile(`${here}dist/index.d.ts`, 'export as namespace VemoClient;\n');
+// A compiler takes types for those of the kind of module that the folder around them names.
+for (const file of await readdir(`${here}dist`))
+  if (file.endsWith('.d.ts')) await copyFile(`${here}dist/${file}`, `${here}dist/cjs/${file}`);
+await writeFile(`${here}dist/cjs/package.json`, '{ "type": "commonjs" }\n');

@@ -1,6 +1,7 @@
 // The ways from a page to an application, in windows that a test makes up.
 
 import assert from 'node:assert/strict';
+import { spawnSync } from 'node:child_process';
 import { readFileSync } from 'node:fs';
 import { test } from 'node:test';
 import vm from 'node:vm';
@@ -45,8 +46,10 @@ function windowWith(own = {}) {
         else timers.push(timer);
       }
     },
-    fire: (type, event) => {
-      for (const listener of listeners.get(type) ?? []) listener(event);
+    fire: (type, data) => {
+      let isOver = false;
+      const event = { ...data, stopImmediatePropagation: () => (isOver = true) };
+      for (const listener of listeners.get(type) ?? []) if (!isOver) listener(event);
     },
   };
 }
@@ -206,4 +209,40 @@ test('a page that goes away says so', () => {
   answer(port);
   fire('pagehide', {});
   assert.equal(port.frames.at(-1).kind, 'bye');
+});
+
+test('a second Bridge takes the place of the first, whose calls fail and say so', async () => {
+  const sent = [];
+  const webkit = { messageHandlers: { vemo: { postMessage: (text) => sent.push(JSON.parse(text)) } } };
+  const { window, bridge } = windowWith({ webkit });
+  const first = bridge();
+  const states = [];
+  first.onState = (state) => states.push(state);
+  first.on('onEnterRoom', () => {});
+  const exit = first.exitRoom();
+  await turn();
+  const second = bridge();
+  const error = await exit.then(assert.fail, (error) => error);
+  assert.deepEqual([error.reason, error.text], ['stopped', 'another Bridge of this page has taken the place of this one']);
+  await assert.rejects(first.initSDK(), { reason: 'stopped' });
+  assert.deepEqual(states, ['ready', 'stopped']);
+  const version = second.getSDKVersion();
+  await turn();
+  window.vemoBridge.onReply({ head: { cbid: sent.at(-1).cbid }, retval: { version: '2' } });
+  assert.equal((await version).version, '2');
+
+  first.connect(); // and takes it back, with all its handlers
+  await turn();
+  assert.deepEqual([first.state, second.state], ['ready', 'stopped']);
+  assert.equal(sent.at(-1).params.callbacks[0].sdkcbName, 'onEnterRoom');
+});
+
+test('a program that makes a Bridge where no application is ends all the same', () => {
+  const client = new URL('../../page/client/dist/index.js', import.meta.url).href;
+  const program = `import { Bridge } from '${client}'; new Bridge().on('onError', () => {}); console.log('made');`;
+  const { stdout, signal } = spawnSync(process.execPath, ['--input-type=module', '-e', program], {
+    encoding: 'utf8',
+    timeout: 30_000,
+  });
+  assert.deepEqual([stdout, signal], ['made\n', null]);
 });

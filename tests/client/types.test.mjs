@@ -49,6 +49,20 @@ test('they serve a project with an older target that finds modules as Node once 
   compile('old.ts', ['--target', 'es2017', '--lib', 'es2017,dom', '--module', 'esnext', '--moduleResolution', 'node10']);
 });
 
+test('they serve a project whose modules call require', () => {
+  writeFileSync(join(project, 'package.json'), '{}');
+  writeFileSync(
+    join(project, 'usage.ts'),
+    `import { Bridge, BridgeError } from 'vemo-client';
+     import { PlayedScenario } from 'vemo-client/testing';
+     export const bridge = new Bridge({ transport: new PlayedScenario('').transport });
+     export const isRefused = (error: unknown) => error instanceof BridgeError && error.code === -1314;
+     // @ts-expect-error: a parameter is misspelt
+     void bridge.setAudioRoute({ rout: 1 });`,
+  );
+  compile('usage.ts', ['--target', 'es2022', '--lib', 'es2022,dom', '--module', 'node16']);
+});
+
 test('what calls require gets the package, too', () => {
   writeFileSync(
     join(project, 'old.cjs'),
@@ -56,7 +70,7 @@ test('what calls require gets the package, too', () => {
      const { PlayedScenario } = require('vemo-client/testing');
      const scenario = new PlayedScenario('{"command":"initSDK","expect":[{"effect":"reply","error":{"module":"JS","errcode":-2,"errmsg":"x"}}]}');
      new Bridge({ transport: scenario.transport }).initSDK().catch((error) => {
-       console.log(require.resolve('vemo-client').endsWith('.cjs'), error instanceof BridgeError, error.code);
+       console.log(require.resolve('vemo-client').endsWith('cjs/index.js'), error instanceof BridgeError, error.code);
      });`,
   );
   const { stdout, stderr } = spawnSync(process.execPath, ['old.cjs'], { cwd: project, encoding: 'utf8' });

@@ -255,6 +255,40 @@ test('captions of controls stand apart on a narrow phone', async () => {
   }
 });
 
+test('four people stand in two columns on the narrowest phone', async () => {
+  const ada = await entered({ name: 'Ada' }, { width: 320, height: 568 });
+  for (const name of ['Ben', 'Cem', 'Dana']) await entered({ name });
+  await ada.tile('Dana').waitFor();
+  const lefts = await ada.view.locator('.tile').evaluateAll((tiles) => tiles.map((tile) => tile.getBoundingClientRect().left));
+  assert.equal(lefts.length, 4);
+  assert.equal(new Set(lefts).size, 2, `${lefts}`);
+});
+
+for (const [textSize, screen] of [[150, { width: 320, height: 568 }], [200, { width: 390, height: 844 }], [200, { width: 844, height: 390 }]])
+  test(`large text of ${textSize} % leaves controls apart and the class in sight at ${screen.width}x${screen.height}`, async () => {
+    const ada = await open(screen, `text=${textSize}`);
+    await ada.enter({ name: 'Ada' });
+    const { faces, tile, controls, title, pill } = await ada.view.locator('body').evaluate((body) => {
+      const box = (element) => element.getBoundingClientRect().toJSON();
+      const one = (selector) => body.querySelector(selector);
+      return {
+        faces: [...body.querySelectorAll('.control .face')].map(box),
+        tile: box(one('.tile')),
+        controls: box(one('.controls')),
+        title: { ...box(one('.topbar h1')), isWhole: one('.topbar h1').scrollWidth <= one('.topbar h1').clientWidth },
+        pill: box(one('.pill')),
+      };
+    });
+    assert.equal(faces.length, 9);
+    for (const [at, face] of faces.entries()) {
+      assert.ok(face.left >= 0 && face.right <= screen.width, `face ${at}`);
+      const next = faces[at + 1];
+      assert.ok(!next || next.top > face.bottom || next.left >= face.right + 2, `faces ${at} and ${at + 1}`);
+    }
+    assert.ok(controls.top - tile.top > 80, `${controls.top - tile.top} px of the tile are in sight`);
+    assert.ok(title.isWhole && title.right <= pill.left && pill.right <= screen.width, JSON.stringify({ title, pill }));
+  });
+
 for (const screen of screens)
   test(`names in the tiles are whole at ${screen.width}x${screen.height}, beside the drawer too`, async () => {
     await entered({ name: 'Ben' });

@@ -136,8 +136,19 @@ async function changesAtRest(ada, element) {
 
 test('a class at rest changes nothing in the page', async () => {
   const ada = await classAtRest();
+  // Each frame that is asked for makes the browser work, though it shows nothing new.
+  const page = ada.page.frames()[1];
+  await page.evaluate(() => {
+    const ask = self.requestAnimationFrame.bind(self);
+    self.framesAsked = 0;
+    self.requestAnimationFrame = (task) => {
+      self.framesAsked += 1;
+      return ask(task);
+    };
+  });
   const changes = await changesAtRest(ada, ada.view.locator('body'));
   assert.deepEqual(await changes(), []);
+  assert.equal(await page.evaluate(() => self.framesAsked), 0);
 });
 
 test('a class at rest changes nothing in a time line that is open, save for the count', async () => {
@@ -212,6 +223,20 @@ test('a lost connection is shown, and its return', async () => {
   await ada.view.locator('.pill[data-connection="reconnecting"]').waitFor();
   await panel.getByRole('button', { name: 'Restore' }).click();
   await ada.view.locator('.pill[data-connection="good"]').waitFor();
+});
+
+test('a page that dies leaves the room, and the others go on', async () => {
+  const ada = await entered({ name: 'Ada' });
+  const eve = await entered({ name: 'Eve' });
+  await ada.tile('Eve').waitFor();
+  const session = await eve.page.context().newCDPSession(eve.page);
+  session.send('Page.crash').catch(() => {}); // nothing is left that could answer
+  await ada.tile('Eve').waitFor({ state: 'detached' });
+  await ada.control('Camera').click();
+  await ada.answerPrompt('camera', true);
+  await ada.nativeView('Ada').waitFor();
+  const ben = await entered({ name: 'Eve' });
+  await ben.nativeView('Ada').waitFor();
 });
 
 for (const signal of ['SIGTERM', 'SIGKILL']) {

@@ -10,7 +10,7 @@ import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { after, afterEach, before, beforeEach, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
-import { Phone, startBrowser, startSimulator } from '../../testing/browser.mjs';
+import { Phone, startBrowser, startSimulator, withQuery } from '../../testing/browser.mjs';
 
 const root = fileURLToPath(new URL('../..', import.meta.url));
 const client = readFileSync(join(root, 'page/client/dist/vemo-client.js'));
@@ -106,7 +106,7 @@ test('the starter page is copied by one command and runs from its folder', async
 
   // By the simulator's address it is somebody, somewhere.
   const eve = new Phone(await context.newPage());
-  await eve.page.goto(`${simulator.address}?user=Eve&room=7`);
+  await eve.page.goto(withQuery(simulator.address, 'user=Eve&room=7'));
   await eve.view.getByRole('button', { name: 'Enter' }).click();
   await eve.view.getByText('Eve is in room 7').waitFor();
   assert.deepEqual([...ada.problems, ...ben.problems], []);
@@ -308,6 +308,44 @@ test('a page made of components has its videos in them', async () => {
   assert.deepEqual(ada.problems, []);
 });
 
+test('a page that makes its bridge twice, asks before it is ready and catches nothing', async () => {
+  const page = await serve(`<!doctype html><html lang="en"><title>Hasty</title><main><h1>Hasty</h1><output></output></main>
+    <script src="/vemo-client.js"></script><script>
+      const told = [];
+      const tell = (text) => { told.push(text); document.querySelector('output').textContent = told.join('; '); };
+      addEventListener('unhandledrejection', ({ reason }) => tell(reason.message));
+      // As an effect in React's strict mode does.
+      const made = [1, 2].map((time) => {
+        const bridge = new VemoClient.Bridge();
+        bridge.on('onEnterRoom', () => tell('event ' + time));
+        bridge.initSDK().then(() => tell('ready ' + time), ({ reason }) => tell(reason + ' ' + time));
+        return bridge;
+      });
+      const [, bridge] = made;
+      bridge.enterRoom({ appScene: 1, sdkAppId: 1, userId: 'ada', userSig: 'any', roomId: 101 }).then(async () => {
+        const controller = new AbortController();
+        const ended = (async () => {
+          const music = { audioId: 1, path: '/lost.mp3', onStart: true, onProgress: true, onComplete: true };
+          for await (const { state } of bridge.playMusic(music, { signal: controller.signal })) tell(state);
+        })();
+        controller.abort(new Error('enough music'));
+        await ended.catch(({ message }) => tell(message));
+        bridge.startLocalPreview(); // nobody catches what comes of it
+      });
+    </script>`);
+  const ada = await open(await simulate('--page-url', page));
+  await ada.answerPrompt('camera', false);
+  const output = ada.view.locator('output');
+  await output.getByText('startLocalPreview: user not allowed access camera (KOBU -1314)').waitFor();
+  const told = (await output.innerText()).split('; ');
+  assert.deepEqual(told.slice(0, 2), ['stopped 1', 'ready 2']);
+  assert.deepEqual([...told].sort().slice(0, 4), ['enough music', 'event 2', 'ready 2', 'startLocalPreview: user not allowed access camera (KOBU -1314)']);
+  // Its own faults are told; "on" before "initSDK" is none.
+  await ada.openPanel('Time line');
+  await ada.row('startLocalPreview').waitFor();
+  assert.deepEqual(await ada.page.locator('.row .remark-mark').allInnerTexts(), []);
+});
+
 test('a frame within the page is not taken for the page, though of its origin', async () => {
   const page = await serve(`<script src="/vemo-client.js"></script><output></output>
     <iframe srcdoc="${asking.replaceAll('"', '&quot;')}" onload="ask()"></iframe><script>
@@ -330,7 +368,7 @@ test('a page of another origin has the text size and the language of its phone, 
     </script>`);
   const simulator = await simulate('--page-url', page);
   const ada = new Phone(await context.newPage());
-  await ada.page.goto(`${simulator.address}?text=150&lang=de`);
+  await ada.page.goto(withQuery(simulator.address, 'text=150&lang=de'));
   await ada.view.locator('output', { hasText: 'de de' }).waitFor();
   const fontSize = () => ada.page.frames()[1].evaluate(() => document.documentElement.style.fontSize);
   assert.equal(await fontSize(), '150%');
@@ -396,11 +434,44 @@ test('a page that floods, reloads in a loop or sends nonsense leaves the others 
   for (const [name, sentence] of Object.entries(words)) {
     const phone = await open(good);
     await phone.view.getByText('sdk version').waitFor();
-    await phone.page.frames()[1].goto(`${good.address}page/${name}.html`);
+    await phone.page.frames()[1].goto(new URL(`page/${name}.html`, good.address).href);
     await told(phone, sentence);
     const ada = await open(good);
     await enter(ada);
     await ada.page.close();
     await phone.page.close();
   }
+});
+
+test('a page that the simulator has cut off is told so in its phone and time line, and goes on when it is reloaded', async () => {
+  const page = await serve(`<!doctype html><html lang="en"><title>Much</title><main><h1>Much</h1><output></output></main>
+    <script src="/vemo-client.js"></script><script>
+      const bridge = new VemoClient.Bridge();
+      const tell = (text) => document.querySelector('output').append(text);
+      bridge.getSDKVersion().then(({ version }) => tell(version));
+      bridge.onState = (state) => tell(' ' + state);
+    </script>`);
+  const good = await simulate('--page-url', page);
+  const eve = new Phone(await context.newPage());
+  // How much it has to send for that depends on the machine: what the simulator then does is done here.
+  let cutOff;
+  await eve.page.routeWebSocket(/\/phone\?/, (socket) => {
+    socket.connectToServer();
+    cutOff = () => socket.close({ code: 1008, reason: 'it sent more than a page may' });
+  });
+  await eve.page.goto(good.address);
+  await eve.view.locator('output', { hasText: '1.0.0' }).waitFor();
+  cutOff();
+  const sentence = 'The simulator cut the page off: it sent more than a page may.';
+  const notice = eve.page.getByRole('status').filter({ hasText: sentence });
+  await notice.waitFor();
+  assert.deepEqual(await eve.findings(), []);
+  assert.match(await eve.view.locator('output').innerText(), /stopped$/);
+  await told(eve, sentence);
+  await eve.page.getByLabel('Search the time line').fill('');
+  await eve.row('A page connects.').waitFor();
+  assert.equal(await eve.page.getByText('The simulator has stopped.').count(), 0); // it has not
+  await eve.page.getByRole('button', { name: 'Reload the page' }).click();
+  await notice.waitFor({ state: 'detached' });
+  await eve.view.locator('output', { hasNotText: 'stopped' }).filter({ hasText: '1.0.0' }).waitFor();
 });

@@ -402,7 +402,7 @@ test('the coverage of a lesson, saved as text and as JSON', async () => {
 // ---- The address
 
 test('the address sets the first phone, and what was set by hand since outlives a reload', async () => {
-  const query = '?os=12&camera=denied&net=bad&app=Night+school&user=Ada&room=7&role=audience&text=150&dark=yes';
+  const query = 'os=12&camera=denied&net=bad&app=Night+school&user=Ada&room=7&role=audience&text=150&dark=yes';
   // A scheme that the driver sets would hold for all frames.
   const ada = await open({ width: 1280, height: 860, colorScheme: null }, query);
   assert.equal(await ada.view.getByLabel('Your name').inputValue(), 'Ada');
@@ -432,7 +432,7 @@ test('the address sets the first phone, and what was set by hand since outlives 
 });
 
 test('what of the address can’t be used is named, and the rest is used', async () => {
-  const ada = await open(undefined, '?room=many&camara=denied&user=Ada');
+  const ada = await open(undefined, 'room=many&camara=denied&user=Ada');
   const notice = ada.page.getByRole('alert', { name: 'Address' });
   await notice.getByText('“room=many” can’t be used').waitFor();
   await notice.getByText('Did you mean “camera”?').waitFor();
@@ -445,7 +445,7 @@ test('what of the address can’t be used is named, and the rest is used', async
 
 for (const screen of screens) {
   test(`the checker finds nothing in the tools at ${screen.width}x${screen.height}`, async () => {
-    const ada = await open(screen, '?room=many');
+    const ada = await open(screen, 'room=many');
     const clean = async (where) => assert.deepEqual(await ada.findings(), [], where);
     await clean('the address');
     await ada.page.getByRole('button', { name: 'Close notice' }).click();
@@ -518,4 +518,37 @@ test('by keyboard alone: the panel, a command, a fault and a bot', async () => {
   await keyboard.type('Zoe');
   await keyboard.press('Enter');
   await ada.tile('Zoe').waitFor();
+});
+
+test('all that is in sight of each page of the panel is reached by the Tab key', async () => {
+  const ada = await open();
+  await ada.enter({ name: 'Ada' });
+  const panel = await ada.openPanel('Bots');
+  await button(panel, 'Add').click();
+  await panel.locator('[data-bot][data-at="inside"]').nth(2).waitFor();
+  const pages = await panel.getByRole('tab').allInnerTexts();
+  assert.equal(pages.length, 8);
+  for (const name of pages) {
+    const tab = panel.getByRole('tab', { name });
+    await tab.click();
+    let stops = 0;
+    do {
+      await ada.page.keyboard.press('Tab');
+      await ada.page.evaluate(() => document.activeElement.setAttribute('data-reached', ''));
+      assert.ok(++stops < 200, `the focus does not come back to ${name}`);
+    } while (!(await tab.evaluate((element) => element === document.activeElement)));
+    const missed = await panel.evaluate((element) =>
+      [...element.querySelectorAll('button, input, select, textarea, summary, a[href], [role="tree"]')]
+        // The other tabs are reached by arrow keys.
+        .filter((one) => one.checkVisibility({ visibilityProperty: true }) && !one.disabled && one.role !== 'tab')
+        .filter((one) => !one.hasAttribute('data-reached'))
+        .map((one) => one.outerHTML.slice(0, 100)),
+    );
+    assert.deepEqual(missed, [], name);
+    assert.ok(stops > 15, `${name}: ${stops} stops`);
+    // The arrow keys lead to the next page.
+    await ada.page.keyboard.press('ArrowRight');
+    const next = pages[(pages.indexOf(name) + 1) % pages.length];
+    await panel.locator('[role="tab"][aria-selected="true"]').filter({ hasText: next }).waitFor();
+  }
 });

@@ -278,7 +278,7 @@ test('a saved session is one that vemo-replay plays', { skip: !process.env.VEMO_
 async function openFake(answer) {
   const first = await blank();
   const phone = {};
-  await first.page.routeWebSocket(/\/phone$/, (socket) => {
+  await first.page.routeWebSocket(/\/phone\?/, (socket) => {
     phone.send = (frame) => socket.send(JSON.stringify(frame));
     phone.tell = (action, retval, needLog = true) =>
       phone.send({

@@ -40,6 +40,10 @@ TEST_F(PhoneTest, TellsWhatGoesInAndComesOutWhileTheFrameWantsToKnow) {
 TEST_F(PhoneTest, TellsByNumbersWhatCameOfWhat) {
   const auto ada = connect();
   frame(ada, {{"kind", "note"}, {"on", true}});
+  boost::json::array callbacks;
+  for (const auto* name : {"onEnterRoom", "onStatistics"})
+    callbacks.push_back({{"sdkcbName", name}, {"jsRecvcbName", "f"}});
+  command(ada, "registCallBacks", {{"callbacks", callbacks}}, "callbacks");
   command(ada, "initSDK", {}, "init");
   command(ada, "enterRoom", enterParams("ada", "good"), "enter");
   pass(seconds(10));
@@ -49,6 +53,7 @@ TEST_F(PhoneTest, TellsByNumbersWhatCameOfWhat) {
   std::map<std::int64_t, std::string> steps;
   std::set<std::string> causes;
   bool periodic = false;
+  std::size_t periodicScripts = 0;
   for (const auto& noted : ada.page->frames("noted")) {
     const auto number = noted.at("number").as_int64();
     const auto* const step = noted.if_contains("step");
@@ -59,6 +64,7 @@ TEST_F(PhoneTest, TellsByNumbersWhatCameOfWhat) {
       ASSERT_TRUE(steps.contains(number)) << jsonText(noted);
       const auto& effect = noted.at("effect").as_object();
       const auto& name = effect.at("effect").as_string();
+      if (name == "script" && noted.contains("periodic")) ++periodicScripts;
       causes.insert(steps[number] + " > " +
                     (name == "script" ? jsonText(effect.at("argument").at("head").at("action"))
                                       : std::string(name)));
@@ -73,6 +79,9 @@ TEST_F(PhoneTest, TellsByNumbersWhatCameOfWhat) {
   EXPECT_TRUE(causes.contains("initSDK > reply"));
   EXPECT_TRUE(causes.contains("onEnterRoom > reply"));
   EXPECT_TRUE(periodic);
+  EXPECT_TRUE(causes.contains("onEnterRoom > \"onEnterRoom\""))
+      << "scripts that come once are told";
+  EXPECT_EQ(periodicScripts, 0U) << "the frame gets them, again and again";
 }
 
 TEST_F(PhoneTest, AFrameThatReadsSlowlyMissesOnlyWhatComesAgainAndAgain) {

@@ -51,6 +51,8 @@ class Simulator {
     EXPECT_EQ(::pipe(err.data()), 0);
     process_ = ::fork();
     if (process_ == 0) {
+      // The token of whoever runs the tests is not touched.
+      ::setenv("XDG_STATE_HOME", (folder_ / "state").c_str(), 1);
       ::dup2(out[1], STDOUT_FILENO);
       ::dup2(err[1], STDERR_FILENO);
       for (const int end : {out[0], out[1], err[0], err[1]}) ::close(end);
@@ -65,8 +67,11 @@ class Simulator {
     ::close(out[0]);
     constexpr std::string_view kScheme = "http://";
     EXPECT_TRUE(address.starts_with(kScheme)) << address;
-    host_ = address.substr(kScheme.size());
-    if (host_.ends_with('/')) host_.pop_back();
+    constexpr std::string_view kToken = "/?token=";
+    const auto slash = address.find(kToken);
+    EXPECT_NE(slash, std::string::npos) << address;
+    host_ = address.substr(kScheme.size(), slash - kScheme.size());
+    token_ = address.substr(slash + kToken.size());
   }
   ~Simulator() {
     if (process_ > 0) end();
@@ -77,6 +82,7 @@ class Simulator {
   Simulator& operator=(const Simulator&) = delete;
 
   const std::string& host() const { return host_; }
+  const std::string& token() const { return token_; }
   std::string file(const std::string& name) const { return (folder_ / name).string(); }
 
   /// Asks it to end, or ends it by another signal; its exit status.
@@ -102,6 +108,7 @@ class Simulator {
   pid_t process_ = -1;
   int standardError_ = -1;
   std::string host_;
+  std::string token_;
 };
 
 /// A page that gives up, and fails the test, when it hears nothing for a long time.
@@ -116,7 +123,7 @@ class Page {
     stream_.set_option(websocket::stream_base::decorator([&](websocket::request_type& request) {
       request.set(beast::http::field::origin, "http://" + simulator.host());
     }));
-    stream_.handshake(simulator.host(), "/phone");
+    stream_.handshake(simulator.host(), "/phone?token=" + simulator.token());
   }
 
   void send(std::string_view text) { stream_.write(asio::buffer(text)); }

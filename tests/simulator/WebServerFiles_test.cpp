@@ -83,7 +83,7 @@ TEST_F(WebServerTest, ServesNothingElse) {
     EXPECT_EQ(response.body().find("secret"), std::string::npos) << target;
   }
   EXPECT_EQ(get("/", http::verb::post).result(), http::status::method_not_allowed);
-  EXPECT_EQ(get("/phone").result(), http::status::upgrade_required);
+  EXPECT_EQ(get(phoneTarget()).result(), http::status::upgrade_required);
 }
 
 TEST_F(WebServerTest, LetsOnlyTheNamedOriginIntoItsFrames) {

@@ -28,10 +28,49 @@ TEST_F(WebServerTest, LetsOnlyItsOwnPagesConnect) {
   EXPECT_TRUE(page("http://localhost" + port, "localhost" + port).first);
 }
 
+// Another user of the machine has a browser, or a program that sends any Host and Origin, too.
+TEST_F(WebServerTest, LetsOnlyThoseConnectWhoWereToldTheToken) {
+  const std::string token = kToken;
+  auto otherEnd = token;
+  otherEnd.back() ^= 1;
+  for (const auto& target :
+       {std::string("/phone"), std::string("/phone?"), phoneTarget(""), phoneTarget(otherEnd),
+        phoneTarget(token.substr(1)), phoneTarget(token + "0"),
+        phoneTarget(token) + "&token=", "/phone?Token=" + token, "/phone?a=b&token=" + token,
+        "/phone/?token=" + token, phoneTarget("0123456789ABCDEF0123456789ABCDEF")}) {
+    EXPECT_NE(page("http://" + host_, "", target).second, http::status::switching_protocols)
+        << target;
+  }
+  EXPECT_EQ(page("http://" + host_, "", "/phone").second, http::status::forbidden);
+  EXPECT_EQ(page("http://evil.example", "", phoneTarget()).second, http::status::forbidden);
+  const auto mine = ownPage();
+  ASSERT_TRUE(mine);
+  EXPECT_EQ(events_.wait(1).size(), 1U) << "nobody else has come";
+}
+
+TEST_F(WebServerTest, WithoutATokenNobodyConnects) {
+  WebServerOptions options;
+  options.shellFolder = folder_.file("shell");
+  server_->stop();
+  thread_.join();
+  start(options);
+  EXPECT_EQ(page("http://" + host_, "", phoneTarget("")).second, http::status::forbidden);
+  EXPECT_EQ(page("http://" + host_, "", "/phone").second, http::status::forbidden);
+}
+
+// So that whoever is shut out can be told why: a browser does not say why a WebSocket did not open.
+TEST_F(WebServerTest, SaysWhetherATokenIsItsOwn) {
+  const auto refused = get("/phone");
+  EXPECT_EQ(refused.result(), http::status::forbidden);
+  EXPECT_EQ(refused.body(), "The address has not the token that the simulator printed.\n");
+  EXPECT_EQ(get(phoneTarget("0")).result(), http::status::forbidden);
+  EXPECT_EQ(get(phoneTarget()).result(), http::status::upgrade_required);
+}
+
 TEST_F(WebServerTest, RefusesAPageOfTwoOrigins) {
   for (const auto* second : {"http://elsewhere.example", "http://127.0.0.1:1"}) {
     const auto answer = answerTo(
-        "GET /phone HTTP/1.1\r\nHost: " + host_ + "\r\nOrigin: http://" + host_ +
+        "GET " + phoneTarget() + " HTTP/1.1\r\nHost: " + host_ + "\r\nOrigin: http://" + host_ +
         "\r\nOrigin: " + second +
         "\r\nConnection: Upgrade\r\nUpgrade: websocket\r\n"
         "Sec-WebSocket-Version: 13\r\nSec-WebSocket-Key: AAAAAAAAAAAAAAAAAAAAAA==\r\n\r\n");
@@ -122,8 +161,8 @@ TEST_F(WebServerTest, OfWhatComesAgainASlowPageGetsTheLatest) {
 
 TEST_F(WebServerTest, HearsFramesThatCameWithTheHandshake) {
   auto socket = connected();
-  const std::string request = "GET /phone HTTP/1.1\r\nHost: " + host_ + "\r\nOrigin: http://" +
-                              host_ +
+  const std::string request = "GET " + phoneTarget() + " HTTP/1.1\r\nHost: " + host_ +
+                              "\r\nOrigin: http://" + host_ +
                               "\r\nConnection: Upgrade\r\nUpgrade: websocket\r\n"
                               "Sec-WebSocket-Version: 13\r\n"
                               "Sec-WebSocket-Key: AAAAAAAAAAAAAAAAAAAAAA==\r\n\r\n";
@@ -210,7 +249,7 @@ TEST_F(WebServerTest, TakesOnlySoManyPages) {
   std::vector<std::unique_ptr<Page>> pages;
   for (int i = 0; i < 3; ++i) ASSERT_TRUE(pages.emplace_back(ownPage()));
   events_.wait(3);
-  http::request<http::empty_body> request(http::verb::get, "/phone", 11);
+  http::request<http::empty_body> request(http::verb::get, phoneTarget(), 11);
   request.set(http::field::host, host_);
   request.set(http::field::origin, "http://" + host_);
   request.set(http::field::connection, "Upgrade");

@@ -92,6 +92,11 @@ class WebServerTest : public testing::Test {
   }
 
  protected:
+  static constexpr const char* kToken = "0123456789abcdef0123456789abcdef";
+  /// Where pages connect.
+  static std::string phoneTarget(const std::string& token = kToken) {
+    return "/phone?token=" + token;
+  }
   /// For requests that are meant to take their time.
   static constexpr std::chrono::seconds kNever{600};
 
@@ -113,6 +118,7 @@ class WebServerTest : public testing::Test {
     WebServerOptions options;
     options.shellFolder = folder_.file("shell");
     options.pageFolder = folder_.file("page");
+    options.token = kToken;
     options.maxFrameBytes = 50'000;
     options.maxUnsentBytes = 20'000'000;
     options.maxPages = 3;
@@ -197,14 +203,15 @@ class WebServerTest : public testing::Test {
 
   /// A page of `origin` that has shaken hands, or the refusal's status.
   std::pair<std::unique_ptr<Page>, http::status> page(const std::string& origin,
-                                                      const std::string& host = "") {
+                                                      const std::string& host = "",
+                                                      const std::string& target = phoneTarget()) {
     auto stream = std::make_unique<Page>(connected());
     stream->set_option(websocket::stream_base::decorator([&](websocket::request_type& request) {
       if (!origin.empty()) request.set(http::field::origin, origin);
     }));
     websocket::response_type response;
     beast::error_code problem;
-    stream->handshake(response, host.empty() ? host_ : host, "/phone", problem);
+    stream->handshake(response, host.empty() ? host_ : host, target, problem);
     if (problem) stream.reset();
     return {std::move(stream), response.result()};
   }

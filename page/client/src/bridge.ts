@@ -3,7 +3,7 @@
 import { type Answer, type Answers, BridgeError, type CallOptions } from './calls.js';
 import { commandNames, type Events, type Methods } from './protocol.js';
 import type { BridgeState, EventEnvelope, Receiver, ReplyEnvelope, Transport } from './transport.js';
-import { whicheverIsThere } from './transports.js';
+import { later, whicheverIsThere } from './transports.js';
 
 /** The own camera or microphone has gone on or off, or code of the application reports. */
 export interface NativeReport {
@@ -65,7 +65,8 @@ export interface Bridge extends Methods {}
 
 /**
  * A page's bridge; one is enough for a page. Every command is a method. Commands and handlers are
- * kept until the application is there. When it stops, open calls fail with the reason "stopped".
+ * kept until the application is there. When it stops, open calls fail with the reason "stopped"; so
+ * do those of a bridge whose place another takes, each made without a transport of its own.
  */
 export class Bridge {
   /** Called at each change of `state`. */
@@ -73,7 +74,8 @@ export class Bridge {
 
   private readonly transport: Transport;
   private readonly timeout: number | undefined;
-  private readonly receiver: Omit<Receiver, 'onState'>;
+  private readonly takesPlace: boolean;
+  private readonly receiver: Receiver;
   private current: BridgeState = 'stopped';
   private connection: symbol | undefined;
   private post: (text: string) => void = () => {};
@@ -88,16 +90,18 @@ export class Bridge {
 
   constructor({ transport, timeout }: BridgeOptions = {}) {
     this.transport = transport ?? whicheverIsThere();
+    this.takesPlace = !transport;
     this.timeout = timeout;
     this.receiver = {
       onReply: (envelope) => this.replied(envelope),
       onEvent: (envelope) => this.happened(envelope),
       onReport: ({ params }) => this.happened({ head: { action: report }, retval: params }),
+      onState: (state) => {
+        if (!this.takesPlace) return;
+        this.connection = undefined;
+        this.change(state, 'another Bridge of this page has taken the place of this one');
+      },
     };
-    const root = typeof self === 'undefined' ? globalThis : self;
-    if (root.vemoBridge && !transport)
-      console.warn('vemo-client: a second Bridge in this page; the one before gets no answers any more.');
-    root.vemoBridge = this.receiver;
     this.connect();
   }
 
@@ -113,6 +117,13 @@ export class Bridge {
 
   /** Connects with the application anew, after it had stopped. Handlers stay. */
   connect(): void {
+    const root = typeof self === 'undefined' ? globalThis : self;
+    const former = root.vemoBridge;
+    root.vemoBridge = this.receiver;
+    if (this.takesPlace && former && former !== this.receiver) {
+      console.warn('vemo-client: a second Bridge in this page; the one before has stopped.');
+      former.onState?.('stopped'); // which one of an older client lacks
+    }
     const connection = Symbol();
     this.connection = connection;
     this.change('stopped');
@@ -125,7 +136,7 @@ export class Bridge {
         if (this.connection === connection) this.change(state);
       },
     });
-    setTimeout(() => {
+    later(() => {
       if (this.connection !== connection || this.current !== 'connecting') return;
       console.warn('vemo-client: no application answers. This page runs in one, or in the simulator.');
     }, warnAfterMs);
@@ -339,13 +350,13 @@ export class Bridge {
     return { ...params, callbacks: [...given, ...own] };
   }
 
-  private change(state: BridgeState): void {
+  private change(state: BridgeState, why?: string): void {
     if (this.current === state) return;
     this.current = state;
     if (state === 'ready') for (const text of this.early.splice(0)) this.post(text);
     if (state === 'stopped') {
       this.early = [];
-      for (const call of Array.from(this.calls.values())) call.fail(stopped(call.command));
+      for (const call of Array.from(this.calls.values())) call.fail(stopped(call.command, why));
     }
     this.onState(state);
   }
@@ -365,12 +376,12 @@ for (const name of commandNames.split(' ')) {
   });
 }
 
-function stopped(command: string): BridgeError {
-  return new BridgeError(command, '', 0, 'the application has stopped', 'stopped');
+function stopped(command: string, why = 'the application has stopped'): BridgeError {
+  return new BridgeError(command, '', 0, why, 'stopped');
 }
 
 declare global {
   /** What the application's scripts call. */
   // eslint-disable-next-line no-var
-  var vemoBridge: Omit<Receiver, 'onState'> | undefined;
+  var vemoBridge: Receiver | undefined;
 }

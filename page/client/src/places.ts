@@ -25,7 +25,10 @@ export function watchPlaces(tell: (places: Places) => void): void {
   const observer = new MutationObserver(start);
   observer.observe(document, changes);
   for (const move of moves) addEventListener(move, start, true);
-  setInterval(start, seldomMs); // what gives no sign of itself
+  // What gives no sign of itself; a frame of the browser's costs more than the look.
+  setInterval(() => {
+    if (!looking && !document.hidden) look();
+  }, seldomMs);
   start();
 }
 

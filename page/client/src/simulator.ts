@@ -14,9 +14,11 @@ export function simulator({ origin }: { origin?: string } = {}): Transport {
   return ({ onState }) => {
     let port: MessagePort | undefined;
     const post = (frame: FromPage) => port?.postMessage(frame);
-    const takePort = ({ source, origin: its, data, ports }: MessageEvent) => {
+    const takePort = (event: MessageEvent) => {
+      const { source, origin: its, data, ports } = event;
       if (source !== parent || data?.vemo !== connected.vemo) return;
       if (origin === undefined ? !loopback.test(its) : its !== origin) return;
+      event.stopImmediatePropagation(); // the next port is that of another Bridge, which has asked since
       removeEventListener('message', takePort);
       port = ports[0]!;
       const giveFocusBack = keepFocus();

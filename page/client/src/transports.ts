@@ -34,6 +34,12 @@ export function whicheverIsThere(): Transport {
   return inFrame && !find() ? simulator() : whenThere(find);
 }
 
+/** Runs `task` after some time, and keeps no program of Node's from ending: pages are drawn there, too. */
+export function later(task: () => void, ms: number): void {
+  const timer: unknown = setTimeout(task, ms);
+  (timer as { unref?(): void } | undefined)?.unref?.();
+}
+
 type Post = (text: string) => void;
 
 function handler(name: string): Post | undefined {
@@ -52,7 +58,7 @@ function whenThere(find: () => Post | undefined): Transport {
     const look = () => {
       post = find();
       if (post) onState('ready');
-      else setTimeout(look, lookEveryMs);
+      else later(look, lookEveryMs);
     };
     void Promise.resolve().then(look);
     return (text) => post?.(text);

@@ -8,7 +8,7 @@ import { cameraStream, screenStream } from './roomAccess';
 import './tiles.css';
 import { useClass } from './useClass';
 
-const smallestTile = 9.4; // in rem
+const smallestTile = 8.5; // in rem
 const pictureRatio = 16 / 10;
 const screenRatio = 16 / 9;
 const speakingVolume = 10;
@@ -46,7 +46,8 @@ export function Tiles() {
   );
 }
 
-// Makes the tiles of `count` people as wide as they can be and still all fit.
+// Makes the tiles of `count` people as wide as they can be and still all fit; where they can't, they
+// fill the width, and a row of them is not higher than what can be seen.
 function lay(element: HTMLElement, count: number): void {
   const footer = element.querySelector<HTMLElement>('.tile:not(.screen) footer');
   const footerHeight = () => footer?.offsetHeight ?? 0;
@@ -64,7 +65,10 @@ function layWith(footerHeight: number, element: HTMLElement, count: number): voi
   const gap = parseFloat(columnGap) || 0;
   const width = element.clientWidth - 2 * parseFloat(paddingTop);
   const height = element.clientHeight - 2 * parseFloat(paddingTop);
-  let best = smallestTile * parseFloat(getComputedStyle(document.documentElement).fontSize);
+  const smallest = smallestTile * parseFloat(getComputedStyle(document.documentElement).fontSize);
+  const most = Math.max(1, Math.min(count, Math.floor((width + gap) / (smallest + gap))));
+  const filling = (width - gap * (most - 1)) / most;
+  let best = Math.min(filling, Math.max(smallest, (height - footerHeight) * pictureRatio));
   for (let columns = 1; columns <= count; ++columns) {
     const rows = Math.ceil(count / columns);
     const byWidth = (width - gap * (columns - 1)) / columns;

@@ -1,6 +1,7 @@
 // The connection of the page in the frame with its phone in the simulator.
 
 import type { FromPage, Places, ToPage } from '../../client/src/frames.js';
+import { askForRefusal, openPhone, wasLetIn } from './access';
 import type { FromPhone, ToPhone } from './frames';
 import type { PhoneMemory } from './phoneMemory';
 
@@ -8,8 +9,8 @@ import type { PhoneMemory } from './phoneMemory';
 export type LinkState = 'connecting' | 'ready' | 'stopped';
 
 export interface LinkWatcher {
-  /** A page has connected, or its phone has come or gone. */
-  onState(state: LinkState): void;
+  /** A page has connected, or its phone has come or gone; `cutOff` says why it was taken from the page. */
+  onState(state: LinkState, cutOff?: string): void;
   /** Everything of the phone; a script is run after this. */
   onFrame(frame: FromPhone): void;
   /** A page message on its way to the phone. */
@@ -60,18 +61,21 @@ export class PhoneLink {
   /** A new page, which speaks through `port`. */
   attach(port: MessagePort): void {
     this.detach();
-    const socket = new WebSocket(`ws://${location.host}/phone`);
+    const socket = openPhone();
     this.socket = socket;
     this.port = port;
     const early: string[] = [];
+    let wasOpen = false;
     const current = () => this.socket === socket;
     const tellPage = (frame: ToPage) => port.postMessage(frame);
-    const tell = (state: 'ready' | 'stopped') => {
+    const tell = (state: 'ready' | 'stopped', cutOff?: string) => {
       tellPage({ kind: 'state', state });
-      this.watcher.onState(state);
+      this.watcher.onState(state, cutOff);
     };
 
     socket.addEventListener('open', () => {
+      wasOpen = true;
+      wasLetIn();
       if (!current()) return;
       this.send({ kind: 'note', on: true });
       for (const frame of this.memory.begin()) this.send(frame);
@@ -90,10 +94,10 @@ export class PhoneLink {
     });
     socket.addEventListener('close', ({ reason }) => {
       if (!current()) return;
-      if (reason !== '') this.watcher.onProblem(`The simulator cut the page off: ${reason}.`);
+      if (!wasOpen) void askForRefusal();
       this.socket = undefined;
       this.watcher.onPlaces(noPlaces);
-      tell('stopped');
+      tell('stopped', reason === '' ? undefined : `The simulator cut the page off: ${reason}.`);
     });
 
     const sent = (text: string) => {
@@ -106,9 +110,8 @@ export class PhoneLink {
       if (socket.readyState === WebSocket.OPEN) this.send({ kind: 'message', text });
       else early.push(text);
       if (socket.bufferedAmount < maxUnsent && early.length < maxUnsent / 100) return;
-      this.watcher.onProblem('The page sends faster than its phone takes it, and was cut off.');
       this.detach();
-      tell('stopped');
+      tell('stopped', 'The page sends faster than its phone takes it, and was cut off.');
     };
     port.onmessage = ({ data: frame }: MessageEvent<FromPage>) => {
       if (!current()) return;

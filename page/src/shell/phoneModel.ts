@@ -156,7 +156,7 @@ export class PhoneModel {
 
   private watcher(): LinkWatcher {
     return {
-      onState: (state) => this.changeState(state),
+      onState: (state, cutOff) => this.changeState(state, cutOff),
       onFrame: (frame) => this.take(frame),
       onMessage: (text) => {
         this.busy.value += 1;
@@ -173,7 +173,7 @@ export class PhoneModel {
     };
   }
 
-  private changeState(state: LinkState): void {
+  private changeState(state: LinkState, cutOff?: string): void {
     this.state.value = state;
     if (state === 'ready') return this.recorder.phoneCame();
     this.recorder.phoneWent();
@@ -185,8 +185,10 @@ export class PhoneModel {
       this.pictures.value = [];
     });
     if (state === 'stopped') {
-      this.conversation.end('The simulator has stopped.');
-      this.problem('The simulator has stopped.');
+      const why = cutOff ?? 'The simulator has stopped.';
+      this.conversation.end(why);
+      this.problem(why);
+      if (cutOff) this.notice.value = { text: `${cutOff} It goes on when it is reloaded.`, hasPage: true };
     } else {
       this.conversation.end('The page is gone.');
       this.timeline.add({ kind: 'connection', title: 'A page connects.' });

@@ -1,6 +1,7 @@
 // The phones of this window.
 
 import { computed, signal } from '@preact/signals';
+import { tokenKey } from './access';
 import { PhoneModel } from './phoneModel';
 import type { Playback } from './session/playback';
 import { profileOf } from './tools/profile';
@@ -86,7 +87,7 @@ export class Workbench {
    * a reload.
    */
   private readAddress(phone: PhoneModel): void {
-    const { profile, problems } = profileOf(location.search);
+    const { profile, problems } = profileOf(location.search, [tokenKey]);
     this.addressProblems.value = problems;
     if (profile.device) phone.device.value = profile.device;
     if (sessionStorage.getItem(profileName) === location.search) return;

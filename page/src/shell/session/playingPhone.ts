@@ -1,6 +1,7 @@
 // A phone of the simulator without a page: what goes in is put in by hand, and what its router does
 // is heard by the step that brought it about.
 
+import { openPhone } from '../access';
 import { broadcastNotifications, type BroadcastEvent, type FromPhone, type ToPhone } from '../frames';
 import type { Effect, JsonObject } from './session';
 
@@ -16,7 +17,7 @@ const statuses = ['notDetermined', 'restricted', 'denied', 'authorized'];
 const settingNames = new Set(['os', 'bundle', 'canOpenSettings', 'appGroup']);
 
 export class PlayingPhone {
-  private readonly socket = new WebSocket(`ws://${location.host}/phone`);
+  private readonly socket = openPhone();
   /** Steps that nobody has asked for yet, and by number whose a task or an effect is. */
   private unclaimed: Heard[] = [];
   private readonly byNumber = new Map<number, Heard>();

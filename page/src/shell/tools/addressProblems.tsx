@@ -1,12 +1,17 @@
-// Says which parts of the window's address could not be used.
+// Says which parts of the window's address could not be used, and what it lacks.
 
 import { IconButton } from '../../icons';
+import { refusal } from '../access';
 import type { Workbench } from '../workbench';
 import './tools.css';
 
 export function AddressProblems({ workbench }: { workbench: Workbench }) {
-  const problems = workbench.addressProblems.value;
+  const problems = [...(refusal.value ? [refusal.value] : []), ...workbench.addressProblems.value];
   if (problems.length === 0) return null;
+  const close = () => {
+    refusal.value = undefined;
+    workbench.addressProblems.value = [];
+  };
   return (
     <section class="address-problems" role="alert" aria-label="Address">
       <ul>
@@ -14,7 +19,7 @@ export function AddressProblems({ workbench }: { workbench: Workbench }) {
           <li key={problem}>{problem}</li>
         ))}
       </ul>
-      <IconButton name="close" title="Close notice" press={() => (workbench.addressProblems.value = [])} />
+      <IconButton name="close" title="Close notice" press={close} />
     </section>
   );
 }

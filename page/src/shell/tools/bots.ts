@@ -1,6 +1,7 @@
 // The bots of this window, and the class that they play.
 
 import { signal } from '@preact/signals';
+import { openPhone } from '../access';
 import { Bot, type BotForm, type Connect } from './bot';
 import { nextAct } from './lively';
 
@@ -62,7 +63,7 @@ export class Bots {
 }
 
 const connectHere: Connect = (onText, onState) => {
-  const socket = new WebSocket(`ws://${location.host}/phone`);
+  const socket = openPhone();
   socket.addEventListener('open', () => onState(true));
   socket.addEventListener('message', ({ data }) => onText(String(data)));
   socket.addEventListener('close', () => onState(false));

@@ -1,0 +1,31 @@
+// What the simulator gives phones for: the token of the address that it printed. A window without one
+// in its address has that of an earlier window of this browser.
+
+import { signal } from '@preact/signals';
+
+/** The key of the token in the window's address. */
+export const tokenKey = 'token';
+const keptName = 'vemo.token';
+const token = new URLSearchParams(location.search).get(tokenKey) ?? localStorage.getItem(keptName) ?? '';
+const path = `/phone?token=${encodeURIComponent(token)}`;
+
+/** Why this window gets no phones; nothing while it does. */
+export const refusal = signal<string | undefined>(undefined);
+
+/** A new phone in the simulator. */
+export function openPhone(): WebSocket {
+  return new WebSocket(`ws://${location.host}${path}`);
+}
+
+/** A phone was had: the token is the simulator's. */
+export function wasLetIn(): void {
+  localStorage.setItem(keptName, token);
+  refusal.value = undefined;
+}
+
+/** A phone could not be had; the simulator is asked why, as the browser does not tell. */
+export async function askForRefusal(): Promise<void> {
+  const { status } = await fetch(path).catch(() => ({ status: 0 }));
+  if (status === 403)
+    refusal.value = 'This address lacks the simulator’s token. Open the address that it printed when it started.';
+}
