@@ -25,6 +25,7 @@ namespace vemo {
 namespace {
 
 constexpr int kIdleMs = 60'000;       // a wake-up comes with every change
+constexpr int kUnwokenMs = 50;        // where none can come
 constexpr long kIdleConnections = 8;  // kept for the next transfer to the same server
 constexpr std::size_t kMaxHeaderBytes = std::size_t{512} << 10U;  // of a transfer, in all
 
@@ -170,6 +171,7 @@ class CurlDownloadService::Worker {
     static_cast<void>(ready);
     multi_.reset(curl_multi_init());
     curl_multi_setopt(multi_.get(), CURLMOPT_MAXCONNECTS, kIdleConnections);
+    if (!wakeUp()) idleMs_ = kUnwokenMs;  // there was no descriptor for it
   }
 
   static void start(const std::shared_ptr<Worker>& self) {
@@ -220,8 +222,15 @@ class CurlDownloadService::Worker {
       change(news_);
       stopping_ = news_.stopping;
     }
-    curl_multi_wakeup(multi_.get());
+    wakeUp();
     return true;
+  }
+
+  /// A single failure, as under want of memory, must not leave the thread asleep.
+  bool wakeUp() {
+    for (int tries = 0; tries < 10; ++tries)
+      if (curl_multi_wakeup(multi_.get()) == CURLM_OK) return true;
+    return false;
   }
 
   bool onOwnThread() const { return std::this_thread::get_id() == id_; }
@@ -243,7 +252,7 @@ class CurlDownloadService::Worker {
       int running = 0;
       curl_multi_perform(multi_.get(), &running);
       if (finishEnded()) continue;  // callbacks may have changed something
-      curl_multi_poll(multi_.get(), nullptr, 0, kIdleMs, nullptr);
+      curl_multi_poll(multi_.get(), nullptr, 0, idleMs_, nullptr);
     }
     while (auto waiting = turns_.take()) waiting->work->finish(CURLE_ABORTED_BY_CALLBACK);
     while (!running_.empty()) finish(running_.begin()->first, CURLE_ABORTED_BY_CALLBACK);
@@ -311,6 +320,7 @@ class CurlDownloadService::Worker {
 
   const CurlDownloadOptions options_;
   std::unique_ptr<CURLM, MultiCleanup> multi_;
+  int idleMs_ = kIdleMs;
   std::atomic<RequesterId> lastRequester_ = 0;
 
   // The thread's own.

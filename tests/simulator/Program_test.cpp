@@ -1,19 +1,8 @@
 // The simulator as a program that page after page talks to.
 
 #include <gtest/gtest.h>
-#include <signal.h>
 #include <stdlib.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <array>
-#include <boost/asio/connect.hpp>
-#include <boost/asio/ip/tcp.hpp>
-#include <boost/beast/core.hpp>
-#include <boost/beast/websocket.hpp>
-#include <boost/json/object.hpp>
-#include <boost/json/parse.hpp>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -21,135 +10,11 @@
 #include <string_view>
 #include <vector>
 
+#include "SimulatorProgram.h"
 #include "json/JsonText.h"
 
 namespace vemo::test {
 namespace {
-
-namespace asio = boost::asio;
-namespace beast = boost::beast;
-namespace websocket = beast::websocket;
-using asio::ip::tcp;
-using boost::json::object;
-
-/// A simulator with a page of its own to serve, and a standard error that is read only
-/// when a test reads it.
-class Simulator {
- public:
-  explicit Simulator(std::vector<std::string> options = {}) {
-    std::string name = (std::filesystem::temp_directory_path() / "vemo-XXXXXX").string();
-    folder_ = ::mkdtemp(name.data());
-    std::ofstream(folder_ / "index.html") << "<p>page</p>";
-    options.insert(options.begin(), {VEMO_SIMULATOR, "--port", "0", "--shell", folder_.string()});
-    std::vector<char*> arguments;
-    arguments.reserve(options.size() + 1);
-    for (auto& option : options) arguments.push_back(option.data());
-    arguments.push_back(nullptr);
-    std::array<int, 2> out{};
-    std::array<int, 2> err{};
-    EXPECT_EQ(::pipe(out.data()), 0);
-    EXPECT_EQ(::pipe(err.data()), 0);
-    process_ = ::fork();
-    if (process_ == 0) {
-      // The token of whoever runs the tests is not touched.
-      ::setenv("XDG_STATE_HOME", (folder_ / "state").c_str(), 1);
-      ::dup2(out[1], STDOUT_FILENO);
-      ::dup2(err[1], STDERR_FILENO);
-      for (const int end : {out[0], out[1], err[0], err[1]}) ::close(end);
-      ::execv(arguments[0], arguments.data());
-      ::_exit(127);
-    }
-    ::close(out[1]);
-    ::close(err[1]);
-    standardError_ = err[0];
-    std::string address;
-    for (char c = 0; ::read(out[0], &c, 1) == 1 && c != '\n';) address += c;
-    ::close(out[0]);
-    constexpr std::string_view kScheme = "http://";
-    EXPECT_TRUE(address.starts_with(kScheme)) << address;
-    constexpr std::string_view kToken = "/?token=";
-    const auto slash = address.find(kToken);
-    EXPECT_NE(slash, std::string::npos) << address;
-    host_ = address.substr(kScheme.size(), slash - kScheme.size());
-    token_ = address.substr(slash + kToken.size());
-  }
-  ~Simulator() {
-    if (process_ > 0) end();
-    ::close(standardError_);
-    std::filesystem::remove_all(folder_);
-  }
-  Simulator(const Simulator&) = delete;
-  Simulator& operator=(const Simulator&) = delete;
-
-  const std::string& host() const { return host_; }
-  const std::string& token() const { return token_; }
-  std::string file(const std::string& name) const { return (folder_ / name).string(); }
-
-  /// Asks it to end, or ends it by another signal; its exit status.
-  int end(int signal = SIGTERM) {
-    ::kill(process_, signal);
-    int status = -1;
-    ::waitpid(process_, &status, 0);
-    process_ = -1;
-    return status;
-  }
-
-  /// What it wrote to standard error, once it has ended.
-  std::string standardError() const {
-    std::string text;
-    std::array<char, 4096> bytes{};
-    for (ssize_t count = 0; (count = ::read(standardError_, bytes.data(), bytes.size())) > 0;)
-      text.append(bytes.data(), static_cast<std::size_t>(count));
-    return text;
-  }
-
- private:
-  std::filesystem::path folder_;
-  pid_t process_ = -1;
-  int standardError_ = -1;
-  std::string host_;
-  std::string token_;
-};
-
-/// A page that gives up, and fails the test, when it hears nothing for a long time.
-class Page {
- public:
-  explicit Page(const Simulator& simulator) : stream_(io_) {
-    const auto colon = simulator.host().find(':');
-    tcp::endpoint address(
-        asio::ip::address_v4::loopback(),
-        static_cast<std::uint16_t>(std::stoi(simulator.host().substr(colon + 1))));
-    beast::get_lowest_layer(stream_).connect(address);
-    stream_.set_option(websocket::stream_base::decorator([&](websocket::request_type& request) {
-      request.set(beast::http::field::origin, "http://" + simulator.host());
-    }));
-    stream_.handshake(simulator.host(), "/phone?token=" + simulator.token());
-  }
-
-  void send(std::string_view text) { stream_.write(asio::buffer(text)); }
-
-  /// The next frame of this kind.
-  object next(std::string_view kind) {
-    for (;;) {
-      beast::flat_buffer buffer;
-      beast::error_code problem = asio::error::would_block;
-      beast::get_lowest_layer(stream_).expires_after(std::chrono::seconds(20));
-      stream_.async_read(buffer, [&](beast::error_code result, std::size_t) { problem = result; });
-      io_.restart();
-      io_.run();
-      if (problem) {
-        ADD_FAILURE() << "no frame \"" << kind << "\": " << problem.message();
-        return {};
-      }
-      auto frame = boost::json::parse(beast::buffers_to_string(buffer.data())).as_object();
-      if (frame.at("kind").as_string() == kind) return frame;
-    }
-  }
-
- private:
-  asio::io_context io_;
-  websocket::stream<beast::tcp_stream> stream_;
-};
 
 std::vector<object> objectsOf(std::istream& in) {
   std::vector<object> objects;
