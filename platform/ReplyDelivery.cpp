@@ -44,11 +44,7 @@ void MainThreadReplyDelivery::deliver(const VEMOJSMsgItem& item, const Text& cbi
   if (!cbid || !webView) return;
   auto script =
       callScript(replyFunction_, [&](std::string& text) { appendReplyJson(text, item, *cbid); });
-  if (mainQueue_.isMainThread()) {
-    webView->loadJs(script, item.printLog());
-    return;
-  }
-  mainQueue_.dispatchAsync([webView, script = std::move(script), needLog = item.printLog()] {
+  runOnMain(mainQueue_, [webView, script = std::move(script), needLog = item.printLog()] {
     webView->loadJs(script, needLog);
   });
 }
