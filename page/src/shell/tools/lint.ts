@@ -211,7 +211,8 @@ function unknownCommand(action: string): Remark {
 }
 
 function listed(keys: string[]): string {
-  return keys.map((key) => `“${key}”`).join(' and ');
+  const all = keys.map((key) => `“${key}”`);
+  return [all.slice(0, -1).join(', '), ...all.slice(-1)].filter(Boolean).join(' and ');
 }
 
 function params(command: CommandData, given: unknown): Remark[] {
@@ -219,7 +220,7 @@ function params(command: CommandData, given: unknown): Remark[] {
     return [error('“params” must be an object: the whole message is refused as “bad message”.')];
   const values = objectOf(given) ?? {};
   const remarks = members(command.params, values, '');
-  const { name, anyOf, anyTrue, nothingWithout } = command;
+  const { name, anyOf, anyTrue, nothingWithout, answersFor } = command;
   const isThere = (key: string) => values[key] !== undefined && values[key] !== null;
   if (anyOf && !anyOf.some(isThere))
     remarks.push(error(`“${name}” needs one of ${listed(anyOf)}.`));
@@ -228,13 +229,8 @@ function params(command: CommandData, given: unknown): Remark[] {
     remarks.push(error(`“${name}” needs one of ${listed(anyTrue)} to be true.`));
   if (nothingWithout && !isThere(nothingWithout))
     remarks.push(warning(`Without “${nothingWithout}” it succeeds and does nothing.`));
-  if (command.answered === 'many' && command.unansweredWhen?.includes('flags')) {
-    const flags = command.params.filter(({ name: key, type }) => type === 'boolean' && /^on[A-Z]/.test(key));
-    if (!flags.some(({ name: key }) => values[key] === true || typeof values[key] === 'number'))
-      remarks.push(
-        hint(`None of ${flags.map(({ name: key }) => `“${key}”`).join(', ')} is set: there is no answer.`),
-      );
-  }
+  if (answersFor && !answersFor.some(isTrue))
+    remarks.push(hint(`None of ${listed(answersFor)} is true: there is no answer.`));
   return remarks;
 }
 

@@ -51,6 +51,8 @@ export interface CommandData {
   unansweredWhen?: string;
   /** The same, one by one, each with what keeps it from being answered whenever it comes first. */
   unanswered?: { when: string; by: 'itself' | 'uninitSDK' | 'other' }[];
+  /** Flags that ask for the answers: when none of them is true, there is none. */
+  answersFor?: string[];
   /** Of these parameters one must be given. */
   anyOf?: string[];
   /** Of these parameters one must be true. */
