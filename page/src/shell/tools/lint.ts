@@ -6,7 +6,9 @@ import {
   commands,
   eventNamed,
   events,
+  isTrue,
   keepsFromAnswer,
+  missingFlags,
   type CommandData,
   type Param,
   type ValueType,
@@ -220,17 +222,16 @@ function params(command: CommandData, given: unknown): Remark[] {
     return [error('“params” must be an object: the whole message is refused as “bad message”.')];
   const values = objectOf(given) ?? {};
   const remarks = members(command.params, values, '');
-  const { name, anyOf, anyTrue, nothingWithout, answersFor } = command;
+  const { name, anyOf, anyTrue, nothingWithout } = command;
   const isThere = (key: string) => values[key] !== undefined && values[key] !== null;
   if (anyOf && !anyOf.some(isThere))
     remarks.push(error(`“${name}” needs one of ${listed(anyOf)}.`));
-  const isTrue = (key: string) => values[key] === true || (typeof values[key] === 'number' && values[key] !== 0);
-  if (anyTrue && !anyTrue.some(isTrue))
+  if (anyTrue && !anyTrue.some((key) => isTrue(values[key])))
     remarks.push(error(`“${name}” needs one of ${listed(anyTrue)} to be true.`));
   if (nothingWithout && !isThere(nothingWithout))
     remarks.push(warning(`Without “${nothingWithout}” it succeeds and does nothing.`));
-  if (answersFor && !answersFor.some(isTrue))
-    remarks.push(hint(`None of ${listed(answersFor)} is true: there is no answer.`));
+  const flags = missingFlags(name, values);
+  if (flags.length > 0) remarks.push(hint(`None of ${listed(flags)} is true: there is no answer.`));
   return remarks;
 }
 

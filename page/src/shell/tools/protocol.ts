@@ -104,4 +104,15 @@ export function keepsFromAnswer(sent: string, waiting: string): boolean {
   return commandNamed(waiting)?.unanswered?.some((one) => one.by === by) ?? false;
 }
 
+/** Whether the router takes the value of a flag as true. */
+export const isTrue = (value: unknown) =>
+  value === true || (typeof value === 'number' && value !== 0);
+
+/** The flags of which one would have to be true for command `name` to be answered; none when one is. */
+export function missingFlags(name: string, params: unknown): string[] {
+  const flags = commandNamed(name)?.answersFor ?? [];
+  const values = Object(params) as Record<string, unknown>;
+  return flags.some((flag) => isTrue(values[flag])) ? [] : flags;
+}
+
 export const eventNamed = (name: string) => eventsByName.get(name);
