@@ -35,7 +35,7 @@ class JsonObjectText {
   template <class Value>
   requires std::integral<Value> || std::floating_point<Value> JsonObjectText& add(
       std::string_view key, Value value) {
-    return member(key, [&] { appendJsonText(text_, boost::json::value(value)); });
+    return member(key, [&] { mapping::appendWritten(text_, value); });
   }
   /// A record, as dictionaryFrom describes it.
   template <HasFields Record>

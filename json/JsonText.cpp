@@ -76,12 +76,6 @@ std::size_t plainPrefix(std::string_view text) {
   return i;
 }
 
-void appendInteger(std::string& out, auto number) {
-  std::array<char, 24> digits;
-  auto* const end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
-  out.append(digits.data(), end);
-}
-
 /// The shortest digits that read back as the same number, laid out as ECMAScript does.
 void appendFloating(std::string& out, double number) {
   if (!std::isfinite(number)) {
@@ -109,7 +103,7 @@ void appendFloating(std::string& out, double number) {
   if (exponent < -6 || exponent > 20) {
     out.append(text.substr(0, mark));
     out.append(text.substr(mark, 2));  // "e+" or "e-"
-    appendInteger(out, std::abs(exponent));
+    appendJsonInteger(out, std::abs(exponent));
   } else if (exponent < 0) {
     out += "0.";
     out.append(static_cast<std::size_t>(-exponent - 1), '0');
@@ -210,8 +204,8 @@ void appendJsonText(std::string& out, const boost::json::value& value) {
   switch (value.kind()) {
     case boost::json::kind::null: out += "null"; return;
     case boost::json::kind::bool_: out += value.get_bool() ? "true" : "false"; return;
-    case boost::json::kind::int64: appendInteger(out, value.get_int64()); return;
-    case boost::json::kind::uint64: appendInteger(out, value.get_uint64()); return;
+    case boost::json::kind::int64: appendJsonInteger(out, value.get_int64()); return;
+    case boost::json::kind::uint64: appendJsonInteger(out, value.get_uint64()); return;
     case boost::json::kind::double_: appendFloating(out, value.get_double()); return;
     case boost::json::kind::string: {
       const auto& text = value.get_string();

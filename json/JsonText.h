@@ -1,6 +1,9 @@
 #pragma once
 
+#include <array>
 #include <boost/json/value.hpp>
+#include <charconv>
+#include <concepts>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -21,6 +24,14 @@ void appendJsonText(std::string& out, const boost::json::array& array);
 
 /// Appends `text` as a JSON string, quotes included.
 void appendJsonString(std::string& out, std::string_view text);
+
+/// Appends the digits of `number`.
+template <std::integral Integer>
+requires(!std::same_as<Integer, bool>) void appendJsonInteger(std::string& out, Integer number) {
+  std::array<char, 24> digits;
+  auto* const end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+  out.append(digits.data(), end);
+}
 
 template <class Json>
 std::string jsonText(const Json& json) {

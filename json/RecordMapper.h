@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
 #include <boost/json/value.hpp>
@@ -191,34 +192,42 @@ Json written(const T& from, const boost::json::storage_ptr& storage) {
 template <class T>
 void appendWritten(std::string& out, const T& from);
 
+/// `,"name":` of a field's name, which needs no escapes, as text that is there when the
+/// program begins.
+template <class Field>
+inline constexpr auto keyText = [] {
+  std::array<char, Field::name.size() + 4> text{',', '"'};
+  for (std::size_t i = 0; i < Field::name.size(); ++i) text[i + 2] = Field::name[i];
+  text[text.size() - 2] = '"';
+  text[text.size() - 1] = ':';
+  return text;
+}();
+
 template <class Record>
 void appendWrittenRecord(std::string& out, const Record& from) {
   out += '{';
-  bool first = true;
-  const auto key = [&](std::string_view name) {
-    if (!first) out += ',';
-    first = false;
-    appendJsonString(out, name);
-    out += ':';
-  };
-  const auto writeField = [&](const auto& field) {
-    const auto& member = from.*field.member;
-    if constexpr (std::same_as<std::remove_cvref_t<decltype(member)>, Text>) {
-      if (!member) return;
-      key(field.name);
-      appendJsonString(out, *member);
-    } else {
-      key(field.name);
-      appendWritten(out, member);
+  std::size_t comma = 1;  // left out before the first
+  forEachField(from, [&]<class Field, class T>(Field, const T& value) {
+    const auto& key = keyText<Field>;
+    if constexpr (std::same_as<T, Text>) {
+      if (!value) return;
     }
-  };
-  std::apply([&](const auto&... field) { (writeField(field), ...); }, Fields<Record>::table);
+    out.append(key.data() + comma, key.size() - comma);
+    comma = 0;
+    if constexpr (std::same_as<T, Text>) {
+      appendJsonString(out, *value);
+    } else {
+      appendWritten(out, value);
+    }
+  });
   out += '}';
 }
 
 template <class T>
 void appendWritten(std::string& out, const T& from) {
-  if constexpr (std::is_arithmetic_v<T>) {
+  if constexpr (std::integral<T> && !std::same_as<T, bool>) {
+    appendJsonInteger(out, from);
+  } else if constexpr (std::is_arithmetic_v<T>) {
     appendJsonText(out, Json(from));
   } else if constexpr (IsList<T>::value) {
     out += '[';

@@ -1,7 +1,5 @@
 #include "platform/ReplyDelivery.h"
 
-#include <array>
-#include <charconv>
 #include <utility>
 
 #include "json/JsonText.h"
@@ -13,9 +11,7 @@ void appendError(std::string& out, const VEMOJSError& error) {
   out += ",\"error\":{\"module\":";
   appendJsonString(out, error.module);
   out += ",\"errcode\":";
-  std::array<char, 24> digits;
-  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), error.errcode).ptr;
-  out.append(digits.data(), end);
+  appendJsonInteger(out, error.errcode);
   out += ",\"errmsg\":";
   appendJsonString(out, error.errmsg ? std::string_view(*error.errmsg) : std::string_view());
   out += '}';
@@ -48,11 +44,7 @@ void MainThreadReplyDelivery::deliver(const VEMOJSMsgItem& item, const Text& cbi
   if (!cbid || !webView) return;
   auto script =
       callScript(replyFunction_, [&](std::string& text) { appendReplyJson(text, item, *cbid); });
-  if (mainQueue_.isMainThread()) {
-    webView->loadJs(script, item.printLog());
-    return;
-  }
-  mainQueue_.dispatchAsync([webView, script = std::move(script), needLog = item.printLog()] {
+  runOnMain(mainQueue_, [webView, script = std::move(script), needLog = item.printLog()] {
     webView->loadJs(script, needLog);
   });
 }

@@ -111,11 +111,12 @@ class NoteRing {
     memory.restart();
     return memory;
   }
-  /// Keeps what was written in `memory`, which `memory()` gave: room for a NoteHead, of which the
-  /// size is set here, and a note.
-  static void keep(NoteMemory& memory, const NoteHead& head) {
+  /// Keeps `note`, which was written into `memory`, which `memory()` gave, behind room for a
+  /// NoteHead, of which the size is set here.
+  [[gnu::always_inline]] static void keep(NoteMemory& memory, const NoteHead& head,
+                                          std::string_view note) {
     // NOLINTNEXTLINE(cppcoreguidelines-pro-type-static-cast-downcast): memory() gives no other
-    static_cast<LaneMemory&>(memory).keep(head);
+    static_cast<LaneMemory&>(memory).keep(head, note);
   }
   /// The number of this thread's name, 0 while it has none. For Notes.
   std::uint16_t& threadNumber() { return here().number; }
@@ -130,7 +131,7 @@ class NoteRing {
    public:
     LaneMemory(Core& core, NoteLane lane) : core_(core), lane_(lane) {}
     void restart() { at_ = begin_; }
-    void keep(const NoteHead& head);
+    void keep(const NoteHead& head, std::string_view note);
 
    private:
     void grow(std::size_t bytes) override;
@@ -179,21 +180,25 @@ struct NoteRing::Chunk {
   Chunk* next = nullptr;        // all
 };
 
-inline void NoteRing::LaneMemory::keep(const NoteHead& head) {
+[[gnu::always_inline]] inline void NoteRing::LaneMemory::keep(const NoteHead& head,
+                                                              std::string_view note) {
   // Field by field: read as a whole, what was just written in parts would be waited for.
-  const auto set = [this](std::size_t at, const auto& value) {
-    std::memcpy(begin_ + at, &value, sizeof value);
+  char* const begin = begin_;
+  const auto set = [&](std::size_t at, const auto& value) {
+    std::memcpy(begin + at, &value, sizeof value);
   };
-  set(offsetof(NoteHead, size), static_cast<std::uint32_t>(size() - sizeof head));
+  set(offsetof(NoteHead, size), static_cast<std::uint32_t>(note.size()));
   set(offsetof(NoteHead, thread), head.thread);
   set(offsetof(NoteHead, kind), head.kind);
   set(offsetof(NoteHead, overlaps), head.overlaps);
   set(offsetof(NoteHead, step), head.step);
   set(offsetof(NoteHead, at), head.at);
   set(offsetof(NoteHead, by), head.by);
-  chunk_->lastStep = std::max(chunk_->lastStep, head.step);
-  begin_ = at_;
-  chunk_->used.store(static_cast<std::size_t>(at_ - chunk_->bytes), std::memory_order_release);
+  char* const end = begin + sizeof head + note.size();
+  begin_ = at_ = end;
+  auto& chunk = *chunk_;
+  chunk.lastStep = std::max(chunk.lastStep, head.step);
+  chunk.used.store(static_cast<std::size_t>(end - chunk.bytes), std::memory_order_release);
 }
 
 }  // namespace vemo

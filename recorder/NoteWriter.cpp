@@ -121,29 +121,6 @@ class Reader {
 
 }  // namespace
 
-/// As memcpy, without a call for the short texts that most are; the end of what it wrote.
-char* NoteWriter::copied(char* to, std::string_view text) {
-  const auto size = text.size();
-  const char* const from = text.data();
-  if (size > 64) {
-    std::memcpy(to, from, size);
-  } else if (size >= 32) {
-    std::memcpy(to, from, 16);
-    std::memcpy(to + 16, from + 16, 16);
-    std::memcpy(to + size - 32, from + size - 32, 16);
-    std::memcpy(to + size - 16, from + size - 16, 16);
-  } else if (size >= 16) {
-    std::memcpy(to, from, 16);
-    std::memcpy(to + size - 16, from + size - 16, 16);
-  } else if (size >= 8) {
-    std::memcpy(to, from, 8);
-    std::memcpy(to + size - 8, from + size - 8, 8);
-  } else {
-    for (std::size_t i = 0; i < size; ++i) to[i] = from[i];
-  }
-  return to + size;
-}
-
 void NoteWriter::appendJson(const boost::json::object& object) {
   byte(kMap);
   for (const auto& member : object) {

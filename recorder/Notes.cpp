@@ -39,10 +39,14 @@ NoteMemory& Notes::scratch() {
   return memory;
 }
 
-void Notes::setOutside(NoteHead& head) {
+void Notes::keepOutside(NoteMemory& memory, NoteLane lane, NoteHead::Kind kind,
+                        std::string_view note) {
+  NoteHead head;
+  head.kind = kind;
   head.thread = threadNumber("other");
   head.at = now();
   head.by = steps_.load(std::memory_order_relaxed) % kRunning;
+  keep(memory, lane, head, note);
 }
 
 std::uint16_t Notes::numberElsewhere(std::string_view role) {

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <atomic>
-#include <concepts>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 #include "bridge/MainQueue.h"
@@ -37,10 +37,18 @@ class Notes {
     NoteWriter note(memory, names_, sizeof(NoteHead));
     note.add("effect", name);
     write(note);
-    keep(memory, lane, headOf(NoteHead::Kind::effect, step), note.whole());
+    keep(memory, lane, NoteHead::Kind::effect, step, note.whole());
   }
-  void effect(notes::Key name) {
-    effect(name, [](NoteWriter&) {});
+  /// Likewise, with plain members that are known together: the faster way.
+  template <class... T>
+  [[gnu::always_inline]] void effectOf(notes::Key name, const notes::Member<T>&... members) {
+    if (!isOn()) return;
+    const auto* const step = frame();
+    const auto lane = step && step->periodic ? NoteLane::periodic : NoteLane::effects;
+    auto& memory = memoryOf(lane);
+    const auto note = NoteWriter::write(memory, sizeof(NoteHead),
+                                        notes::Map(notes::Member{"effect", name}, members...));
+    keep(memory, lane, NoteHead::Kind::effect, step, note);
   }
 
   /// Notes what the device answered, within the step that goes on on this thread: `changes` of
@@ -49,7 +57,7 @@ class Notes {
     auto& memory = memoryOf(NoteLane::steps);
     NoteWriter note(memory, names_, sizeof(NoteHead));
     note.add("device", changes);
-    keep(memory, NoteLane::steps, headOf(NoteHead::Kind::step, frame()), note.whole());
+    keep(memory, NoteLane::steps, NoteHead::Kind::step, frame(), note.whole());
   }
 
   /// The step that goes on on this thread, for a task that it queues.
@@ -85,24 +93,27 @@ class Notes {
   bool isTold() const { return journal_ && journal_->isOpen(); }
   NoteMemory& memoryOf(NoteLane lane) { return ring_ ? ring_->memory(lane) : scratch(); }
   static NoteMemory& scratch();
-  NoteHead headOf(NoteHead::Kind kind, const Frame* step) {
+  static NoteHead headOf(NoteHead::Kind kind, const Frame& step) {
     NoteHead head;
     head.kind = kind;
-    if (step) [[likely]] {
-      head.thread = step->thread;
-      head.step = step->step;
-      head.at = step->at;
-    } else {
-      setOutside(head);
-    }
+    head.thread = step.thread;
+    head.step = step.step;
+    head.at = step.at;
     return head;
   }
-  void setOutside(NoteHead& head);
+  /// Keeps a note that came in `step`, or in none.
+  [[gnu::always_inline]] void keep(NoteMemory& memory, NoteLane lane, NoteHead::Kind kind,
+                                   const Frame* step, std::string_view note) {
+    if (!step) [[unlikely]]
+      return keepOutside(memory, lane, kind, note);
+    keep(memory, lane, headOf(kind, *step), note);
+  }
+  void keepOutside(NoteMemory& memory, NoteLane lane, NoteHead::Kind kind, std::string_view note);
   // Inlined, so that the head goes from registers to where it stays.
   [[gnu::always_inline]] void keep(NoteMemory& memory, NoteLane lane, const NoteHead& head,
                                    std::string_view note) {
     if (ring_) [[likely]]
-      NoteRing::keep(memory, head);
+      NoteRing::keep(memory, head, note);
     if (isTold()) [[unlikely]]
       tell(lane, NoteHead(head), note);
   }
@@ -140,23 +151,27 @@ class Notes::Step {
   static constexpr Place onMain{true, "other"};
   static constexpr Place anywhere{true, {}};  ///< steps that are played on no thread of their own
 
-  /// `write(NoteWriter&)` adds the keys of the step, the verb first; it may take the step's
-  /// number, too.
+  /// `write(NoteWriter&)` adds the keys of the step, the verb first.
   template <class Write>
   Step(Notes& notes, Place place, Write write, bool periodic = false) {
     if (!begin(notes, place.role.empty() ? onMain.role : place.role, periodic)) return;
     const auto lane = periodic ? NoteLane::periodic : NoteLane::steps;
     auto& memory = notes.memoryOf(lane);
     NoteWriter note(memory, notes.names_, sizeof(NoteHead));
-    if constexpr (std::invocable<Write, NoteWriter&, std::uint64_t>) {
-      write(note, frame_.step);
-    } else {
-      write(note);
-    }
-    const bool main = frame_.thread == ThreadNames::kMain;
-    if (main != place.usuallyMain && !place.role.empty())
-      note.add("thread", std::string_view(main ? "main" : "other"));
+    write(note);
+    if (const auto thread = unusualThread(place)) note.add("thread", *thread);
     keep(memory, lane, NoteHead::Kind::step, note.whole());
+  }
+
+  /// A message of the page, whose item is labelled by the step's number.
+  Step(Notes& notes, std::string_view message) {
+    if (!begin(notes, onMain.role, false)) return;
+    auto& memory = notes.memoryOf(NoteLane::steps);
+    const auto note = NoteWriter::write(memory, sizeof(NoteHead),
+                                        notes::Map(notes::Member{"message", message},
+                                                   notes::Member{"as", notes::Label{frame_.step}},
+                                                   notes::Member{"thread", unusualThread(onMain)}));
+    keep(memory, NoteLane::steps, NoteHead::Kind::step, note);
   }
   ~Step() {
     if (!frame_.notes) return;
@@ -181,9 +196,15 @@ class Notes::Step {
 
  private:
   bool begin(Notes& notes, std::string_view role, bool periodic);
+  /// What a scenario has to say of the step's thread.
+  std::optional<std::string_view> unusualThread(Place place) const {
+    const bool main = frame_.thread == ThreadNames::kMain;
+    if (main == place.usuallyMain || place.role.empty()) return std::nullopt;
+    return main ? "main" : "other";
+  }
   void keep(NoteMemory& memory, NoteLane lane, NoteHead::Kind kind, std::string_view note,
             std::uint64_t by = 0) {
-    auto head = frame_.notes->headOf(kind, &frame_);
+    auto head = headOf(kind, frame_);
     head.by = by;
     head.overlaps = overlaps_;
     frame_.notes->keep(memory, lane, head, note);

@@ -14,9 +14,14 @@ class CallNotes {
 
   template <class... Args>
   void operator()(std::string_view name, const Args&... args) const {
-    notes_->effect("engine", [&](NoteWriter& text) {
-      text.addText("call", prefix_, name).addArray("args", args...);
-    });
+    const notes::Parts call{prefix_, name};
+    if constexpr ((NoteWriter::isPlain<Args> && ...)) {
+      notes_->effectOf("engine", notes::Member{"call", call},
+                       notes::Member{"args", notes::Array(args...)});
+    } else {
+      notes_->effect("engine",
+                     [&](NoteWriter& text) { text.add("call", call).addArray("args", args...); });
+    }
   }
 
  private:

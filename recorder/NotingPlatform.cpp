@@ -36,21 +36,26 @@ class File final : public DownloadedFile {
 }  // namespace
 
 void NotingLogger::log(const DUNLogParam& record) {
-  notes_->effect("log", [&](NoteWriter& text) {
-    text.addMap("record", [&](NoteWriter& map) {
-      forEachField(record, [&](auto field, const auto& value) {
-        if (!value) return;
-        if constexpr (field.name == "actionParam") {
-          std::string buffer;
-          const auto param = notes_->names().masked(record, buffer);
-          map.addText(field.name, param.first, param.second, param.third);
-        } else {
-          map.add(field.name, *value);
-        }
-      });
-    });
-  });
+  if (notes_->isOn()) note(record);
   target().log(record);
+}
+
+void NotingLogger::note(const DUNLogParam& record) {
+  std::string buffer;
+  std::optional<notes::Parts> param;
+  if (record.actionParam) param = notes_->names().masked(record, buffer);
+  const auto member = [&]<class Field>(Field field) {
+    if constexpr (field.name == "actionParam") {
+      return notes::Member{field.name, param};
+    } else {
+      return notes::Member{field.name, record.*Field::member};
+    }
+  };
+  [&]<std::size_t... field>(std::index_sequence<field...>) {
+    notes_->effectOf("log",
+                     notes::Member{"record", notes::Map(member(FieldAt<DUNLogParam, field>{})...)});
+  }
+  (std::make_index_sequence<std::tuple_size_v<decltype(Fields<DUNLogParam>::table)>>{});
 }
 
 void NotingLogger::updateLogConfig(const std::function<void(DUNLoggerConfig&)>& update) {
@@ -59,11 +64,11 @@ void NotingLogger::updateLogConfig(const std::function<void(DUNLoggerConfig&)>& 
     update(config);
     sdkAppId = config.sdkAppId;
   });
-  notes_->effect("loggerConfig", [&](NoteWriter& text) { text.add("sdkAppId", sdkAppId); });
+  notes_->effectOf("loggerConfig", notes::Member{"sdkAppId", sdkAppId});
 }
 
 void NotingSystemLog::writeLine(std::string_view line) {
-  notes_->effect("syslog", [&](NoteWriter& text) { text.add("line", line); });
+  notes_->effectOf("syslog", notes::Member{"line", line});
   target().writeLine(line);
 }
 
@@ -79,13 +84,13 @@ void NotingMainQueue::dispatchAsync(std::function<void()> task) {
 }
 
 void NotingNotificationCenter::post(const std::string& name) {
-  notes_->effect("post", [&](NoteWriter& text) { text.add("name", name); });
+  notes_->effectOf("post", notes::Member{"name", name});
   target().post(name);
 }
 
 void NotingCrossProcessCenter::addObserver(const void* observer, const std::string& name,
                                            Callback callback) {
-  notes_->effect("subscribe", [&](NoteWriter& text) { text.add("name", name); });
+  notes_->effectOf("subscribe", notes::Member{"name", name});
   if (callback) {
     callback = [notes = notes_, callback = std::move(callback)](const std::string& received) {
       const Notes::Step step(*notes, Notes::Step::onOther,
@@ -97,12 +102,12 @@ void NotingCrossProcessCenter::addObserver(const void* observer, const std::stri
 }
 
 void NotingCrossProcessCenter::removeObserver(const void* observer, const std::string& name) {
-  notes_->effect("unsubscribe", [&](NoteWriter& text) { text.add("name", name); });
+  notes_->effectOf("unsubscribe", notes::Member{"name", name});
   target().removeObserver(observer, name);
 }
 
 void NotingCrossProcessCenter::removeEveryObserver(const void* observer) {
-  notes_->effect("unsubscribeAll");
+  notes_->effectOf("unsubscribeAll");
   target().removeEveryObserver(observer);
 }
 
@@ -128,7 +133,7 @@ AuthorizationStatus NotingAuthorization::authorizationStatus(MediaType media) co
 }
 
 void NotingAuthorization::requestAccess(MediaType media, std::function<void(bool)> answer) {
-  notes_->effect("requestAccess", [&](NoteWriter& text) { text.add("media", nameOf(media)); });
+  notes_->effectOf("requestAccess", notes::Member{"media", nameOf(media)});
   target().requestAccess(media, [notes = notes_, open = open_, question = open_->open(),
                                  answer = std::move(answer)](bool granted) {
     const auto nth = open->close(question);
@@ -179,12 +184,12 @@ bool NotingApplication::canOpenSettings() const {
 }
 
 void NotingApplication::openSettings() {
-  notes_->effect("openSettings");
+  notes_->effectOf("openSettings");
   target().openSettings();
 }
 
 void NotingDownloads::download(const std::string& url, std::function<void(DownloadResult)> done) {
-  notes_->effect("download", [&](NoteWriter& text) { text.add("url", url); });
+  notes_->effectOf("download", notes::Member{"url", url});
   target().download(url, [notes = notes_, open = open_, question = open_->open(),
                           done = std::move(done)](DownloadResult result) {
     const auto nth = open->close(question);
@@ -217,7 +222,7 @@ bool NotingSystemVersion::isAtLeast(int major, int minor, int patch) const {
 }
 
 void NotingLauncher::launch() {
-  notes_->effect("launchExtension");
+  notes_->effectOf("launchExtension");
   target().launch();
 }
 
@@ -234,8 +239,7 @@ NotingWebView::NotingWebView(std::shared_ptr<Notes> notes, std::shared_ptr<VEMOW
 }
 
 void NotingWebView::loadJs(const std::string& script, bool needLog) {
-  notes_->effect("script",
-                 [&](NoteWriter& text) { text.add("text", script).add("needLog", needLog); });
+  notes_->effectOf("script", notes::Member{"text", script}, notes::Member{"needLog", needLog});
   target().loadJs(script, needLog);
 }
 

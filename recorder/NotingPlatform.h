@@ -35,6 +35,9 @@ class NotingLogger final : public NotingPiece<ForwardingVEMOLogger> {
   using NotingPiece::NotingPiece;
   void log(const DUNLogParam& record) override;
   void updateLogConfig(const std::function<void(DUNLoggerConfig&)>& update) override;
+
+ private:
+  void note(const DUNLogParam& record);
 };
 
 class NotingSystemLog final : public NotingPiece<ForwardingSystemLog> {

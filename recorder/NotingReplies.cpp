@@ -98,17 +98,25 @@ NotingReplies::Entry NotingReplies::entryOf(const VEMOJSMsgItem& item) {
 
 template <class Name>
 void NotingReplies::note(const VEMOJSMsgItem& item, const Name& label, bool hasAction) {
+  const auto& error = item.msgError();
+  const auto& value = item.msgRetval();
+  const auto& action = item.head().action;
+  if (hasAction && !error && !value) {
+    return notes_->effectOf("reply", notes::Member{"item", label}, notes::Member{"action", action},
+                            notes::Member{"error", nullptr}, notes::Member{"retval", nullptr},
+                            notes::Member{"printLog", item.printLog()});
+  }
   notes_->effect("reply", [&](NoteWriter& text) {
-    text.add("item", label).add("action", hasAction ? &item.head().action : nullptr);
-    if (const auto& error = item.msgError()) {
+    text.add("item", label).add("action", hasAction ? &action : nullptr);
+    if (error) {
       text.addMap("error", [&](NoteWriter& map) {
         map.add("module", error->module).add("errcode", error->errcode);
         map.add("errmsg", error->errmsg);
       });
     } else {
-      text.add("error", Text());
+      text.add("error", nullptr);
     }
-    text.add("retval", item.msgRetval()).add("printLog", item.printLog());
+    text.add("retval", value).add("printLog", item.printLog());
   });
 }
 
@@ -157,9 +165,7 @@ void NotingBaseRouter::setMethod(const std::string& action, Wrapper wrapper) {
 void NotingBaseRouter::receive(std::string_view message) {
   if (!notes_->isOn()) return target_->receive(message);
   notes_->device().appGroup(appGroup_);
-  const Notes::Step step(*notes_, Notes::Step::onMain, [&](NoteWriter& text, std::uint64_t number) {
-    text.add("message", message).add("as", notes::Label{number});
-  });
+  const Notes::Step step(*notes_, message);
   const NotingReplies::Receiving receiving(*replies_, step.number(), message);
   target_->receive(message);
 }

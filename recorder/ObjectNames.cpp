@@ -1,9 +1,7 @@
 #include "recorder/ObjectNames.h"
 
-#include <array>
 #include <atomic>
 #include <charconv>
-#include <cstring>
 #include <utility>
 
 namespace vemo {
@@ -27,18 +25,12 @@ std::size_t nextAddress(std::string_view text, std::size_t from) {
   return std::string_view::npos;
 }
 
-/// The beginning of a text up to the end of the first address in it, where that was one of an
-/// object, as this thread found it last.
-struct LatestFound {
-  std::uint64_t names = 0;
-  std::size_t size = 0;
-  std::size_t address = 0;  // where it begins
-  std::array<char, 48> text{};
-};
-// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): one of each thread
-constinit thread_local LatestFound latestFound;
+/// How the text of a command begins.
+constexpr std::string_view kWebView = "webview(";
 
 }  // namespace
+
+constinit thread_local ObjectNames::Beginning ObjectNames::latest_;
 
 std::uint64_t ObjectNames::newId() {
   static std::atomic<std::uint64_t> last = 0;
@@ -67,40 +59,24 @@ bool ObjectNames::has(std::uintptr_t address) const {
   return webViews_.contains(address) || views_.contains(address);
 }
 
-ObjectNames::Masked ObjectNames::masked(const DUNLogParam& record, std::string& buffer) const {
+notes::Parts ObjectNames::maskedWhole(const DUNLogParam& record, std::string& buffer) const {
   const auto text = *record.actionParam;
-  const auto& latest = latestFound;
-  if (latest.names == id_ && text.size() > latest.size &&
-      std::memcmp(text.data(), latest.text.data(), latest.size) == 0 && text[latest.size] == ')' &&
-      nextAddress(text, latest.size) == std::string_view::npos) {
-    return {text.substr(0, latest.address), "0x*", text.substr(latest.size)};
-  }
-  return {maskedWhole(record, buffer)};
-}
-
-std::string_view ObjectNames::maskedWhole(const DUNLogParam& record, std::string& buffer) const {
-  const auto text = *record.actionParam;
-  buffer.clear();
   std::size_t from = 0;
-  const auto first = nextAddress(text, 0);
-  for (auto at = first; at != std::string_view::npos; at = nextAddress(text, at + 2)) {
+  for (auto at = nextAddress(text, 0); at != std::string_view::npos;
+       at = nextAddress(text, at + 2)) {
     std::uintptr_t address = 0;
     const char* const digits = text.data() + at + 2;
     const auto [end, problem] = std::from_chars(digits, text.data() + text.size(), address, 16);
     if (problem != std::errc{}) continue;
     if (address == 0 ? !logsNullView(record) : !has(address)) continue;
-    const auto size = static_cast<std::size_t>(end - digits) + 2;
-    if (address != 0 && at == first && at + size <= latestFound.text.size()) {
-      latestFound.names = id_;
-      latestFound.size = at + size;
-      latestFound.address = at;
-      text.copy(latestFound.text.data(), at + size);
-    }
+    const auto size = static_cast<std::size_t>(end - text.data());
+    if (text.substr(0, at) == kWebView && size >= 16 && size <= 32)
+      latest_ = {id_, size, at, Beginning::wordsOf(text.data(), size)};
     buffer.append(text, from, at - from).append("0x*");
-    from = at + size;
+    from = size;
   }
-  if (from == 0) return text;
-  return buffer.append(text, from);
+  if (from == 0) return {text};
+  return {buffer.append(text, from)};
 }
 
 }  // namespace vemo

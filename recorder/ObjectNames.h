@@ -1,6 +1,9 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -12,6 +15,19 @@
 #include "bridge/VEMOWebView.h"
 
 namespace vemo {
+
+namespace notes {
+
+/// A text in three parts, so that none has to be put together.
+struct Parts {
+  std::string_view first;
+  std::string_view second = {};
+  std::string_view third = {};
+
+  std::size_t size() const { return first.size() + second.size() + third.size(); }
+};
+
+}  // namespace notes
 
 /// What notes call the objects that a host makes: their addresses differ from run to run.
 /// Threads: any.
@@ -27,20 +43,39 @@ class ObjectNames {
   /// Makes the address of `webView` one that `masked` finds.
   void add(const VEMOWebView& webView);
 
-  /// A text in three parts, so that none has to be put together.
-  struct Masked {
-    std::string_view first;
-    std::string_view second = {};
-    std::string_view third = {};
-  };
   /// The action parameter of `record`, which has one, with the addresses of these objects
   /// written as 0x*; `buffer` may be used to hold it.
-  Masked masked(const DUNLogParam& record, std::string& buffer) const;
+  notes::Parts masked(const DUNLogParam& record, std::string& buffer) const {
+    const auto text = *record.actionParam;
+    if (!latest_.isAt(id_, text)) return maskedWhole(record, buffer);
+    return {text.substr(0, latest_.address), "0x*", text.substr(latest_.size)};
+  }
 
  private:
+  /// How a text of a command begins, up to the end of the web view's address, as this thread met it
+  /// last: what stands behind that came from the page, which knows no address.
+  struct Beginning {
+    std::uint64_t names = 0;
+    std::size_t size = 0;
+    std::size_t address = 0;               // where it begins
+    std::array<std::uint64_t, 4> words{};  // of the text: the first two, and the last two
+
+    static std::array<std::uint64_t, 4> wordsOf(const char* text, std::size_t size) {
+      std::array<std::uint64_t, 4> words;
+      std::memcpy(words.data(), text, 16);
+      std::memcpy(words.data() + 2, text + size - 16, 16);
+      return words;
+    }
+    bool isAt(std::uint64_t id, std::string_view text) const {
+      return names == id && text.size() > size && text[size] == ')' &&
+             wordsOf(text.data(), size) == words;
+    }
+  };
+  static constinit thread_local Beginning latest_;
+
   static std::uint64_t newId();
   bool has(std::uintptr_t address) const;
-  std::string_view maskedWhole(const DUNLogParam& record, std::string& buffer) const;
+  notes::Parts maskedWhole(const DUNLogParam& record, std::string& buffer) const;
 
   const std::uint64_t id_ = newId();  // of no other one of this process
   mutable std::mutex mutex_;

@@ -12,6 +12,9 @@ namespace vemo {
 inline constexpr std::size_t kMaxLineBytes = std::size_t{64} << 20U;
 inline constexpr std::string_view kLineTooLong = "longer than 64 MiB";
 
+/// What some editors write in front of a text in UTF-8.
+inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
 enum class LineRead : std::uint8_t { whole, tooLong, none };
 
 /// Reads the next line of `in` into `line`, without its line break. The last one needs none; as

@@ -114,7 +114,9 @@ bool takeFirstLine(const std::string& line, Recording& recording, std::string& e
     return true;
   }
   if (!version || *version < 1) {
-    error = "this is no recording";
+    error = line.starts_with(kByteOrderMark)
+                ? "this is no recording: there is a byte order mark in front"
+                : "this is no recording";
     return false;
   }
   if (*version > kRecordingVersion) {

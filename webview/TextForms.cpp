@@ -13,7 +13,9 @@ std::string cleaned(const Text& text) {
 }
 
 void addCleaned(JsonObjectText& object, std::string_view key, const Text& text) {
-  if (text && text->find_first_of("\r\n") == std::string::npos) {
+  // Each looked for by itself: the library searches a set of characters one by one.
+  const auto has = [&](char c) { return text->find(c) != std::string::npos; };
+  if (text && !has('\n') && !has('\r')) {
     object.add(key, *text);  // most texts need no copy
   } else {
     object.add(key, cleaned(text));

@@ -56,7 +56,7 @@ class VEMOKOBUMsgRouter final : public VEMOJSMsgRouter,
                                 public std::enable_shared_from_this<VEMOKOBUMsgRouter> {
  public:
   /// Makes a router on `platform` that decodes messages and delivers replies by `base`,
-  /// which is not null; subscribes it to the four notifications of the broadcast extension
+  /// which is not null; subscribes it to the notifications of the broadcast extension
   /// and registers its commands. The engine is made later, by the page's "initSDK".
   ///
   /// A router that events in the main queue keep alive destroys the shared instance of its

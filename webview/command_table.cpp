@@ -194,8 +194,8 @@ std::span<const CommandTable::Row> CommandTable::rows() {
           .gives(orAbsent(integerField("durationMs", "how long the music is; in progress", "ms")))
           .fails(error::musicNotStarted)
           .fails(error::musicBroken)
-          .answers(Answered::many)
-          .unanswered({"none of the three flags is set"})
+          .answers(Answered::many).answersFor<OnStart, OnProgress, OnComplete>()
+          .unanswered({"none of its flags is true"})
           .unanswered({"the music is played again under its id"})
           .unanswered({"it is stopped"})
           .unanswered({"the engine is released"}),

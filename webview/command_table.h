@@ -163,6 +163,11 @@ struct CommandTable {
     constexpr Row unanswered(const Silence& silence) const {
       return with([&](Row& row) { row.silences.add(silence); });
     }
+    /// Answers what these flags ask for: nothing when none of them is true.
+    template <class... P>
+    constexpr Row answersFor() const {
+      return with([](Row& row) { (row.askedBy.add(P::words.name), ...); });
+    }
     /// For the command that errors of the engine end, each of which answers it.
     constexpr Row endedBy(std::span<const std::int32_t> codes) const {
       return with([&](Row& row) { row.endedByErrors = codes; });
@@ -186,6 +191,7 @@ struct CommandTable {
     std::optional<Answered> answeredNativecb = {};
     std::string_view subject, about, answeredAgainWhen;
     Few<Silence, 5> silences;
+    Few<std::string_view, 3> askedBy;
     std::span<const std::int32_t> endedByErrors;
     Few<std::string_view, 2> anyOf;
     bool anyTrue = false;

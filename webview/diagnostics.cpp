@@ -56,7 +56,7 @@ Outcome VEMOKOBUMsgRouter::getKOBUStats(const Command<>& command) {
   const auto statistics = diagnostics_.lastStats.take();
   command.hideReply();
   if (!statistics) {
-    // Two characters of text, not a list: so "nothing new" differs from "nobody".
+    // Two characters of text, deliberately not a list: an empty list says that nobody sends.
     command.setValue({{"RtcInfos", "[]"}});
     return success;
   }
@@ -89,7 +89,7 @@ void VEMOKOBUMsgRouter::reportEvent(const Text& event) {
   const std::uint32_t roomId = room ? room->roomId : 0;
   boost::json::object params;
   vemo_setSafeObject(params, room ? room->userId : Text{}, "userId");
-  // The largest number, which is -1 made unsigned, is that of no room.
+  // The largest number is left out: part of the interface as it stands.
   if (roomId != std::numeric_limits<std::uint32_t>::max()) {
     params["classId"] = std::to_string(roomId);
   }

@@ -400,7 +400,8 @@ struct EventList {
   }
 };
 
-/// All events, in the order in which the engine's delegate declares them.
+/// All events: the engine's, in the order in which its delegate declares them, and last the
+/// extension's.
 using AllEvents =
     EventList<event::OnError, event::OnWarning, event::OnEnterRoom, event::OnExitRoom,
               event::OnSwitchRole, event::OnRemoteUserEnterRoom, event::OnRemoteUserLeaveRoom,

@@ -161,6 +161,9 @@ json::object tell(const CommandTable::Row& row) {
     auto& each = told["unanswered"].emplace_array();
     for (const auto& [when, by] : silences) each.push_back({{"when", when}, {"by", nameOf(by)}});
   }
+  if (const auto flags = row.askedBy.all(); !flags.empty()) {
+    told["answersFor"] = json::array(flags.begin(), flags.end());
+  }
   if (!row.endedByErrors.empty()) {
     told["endedByErrors"] = json::array(row.endedByErrors.begin(), row.endedByErrors.end());
   }

@@ -2,10 +2,14 @@
 
 #include <algorithm>
 #include <array>
+#include <boost/json/basic_parser_impl.hpp>
+#include <boost/json/string.hpp>
 #include <ranges>
+#include <set>
 #include <utility>
 
 #include "json/JsonReader.h"
+#include "recorder/ReadLine.h"
 #include "replay/Effects.h"
 #include "replay/Nearest.h"
 
@@ -82,9 +86,62 @@ void checkKeys(const json::object& keys, const VerbRule& rule) {
   }
 }
 
+/// Finds a key that an object has twice: the value would have the later alone.
+struct DoubleKey {
+  static constexpr std::size_t max_object_size = json::object::max_size();
+  static constexpr std::size_t max_array_size = json::array::max_size();
+  static constexpr std::size_t max_key_size = json::string::max_size();
+  static constexpr std::size_t max_string_size = json::string::max_size();
+
+  using Text = json::string_view;
+  using Error = json::error_code;
+
+  bool on_document_begin(Error&) { return true; }
+  bool on_document_end(Error&) { return true; }
+  bool on_object_begin(Error&) { return objects.emplace_back(), true; }
+  bool on_object_end(std::size_t, Error&) { return objects.pop_back(), true; }
+  bool on_array_begin(Error&) { return true; }
+  bool on_array_end(std::size_t, Error&) { return true; }
+  bool on_key_part(Text part, std::size_t, Error&) { return key.append(part), true; }
+  bool on_key(Text rest, std::size_t, Error&) {
+    key.append(rest);
+    if (!objects.back().insert(key).second && !found) found = key;
+    key.clear();
+    return true;
+  }
+  bool on_string_part(Text, std::size_t, Error&) { return true; }
+  bool on_string(Text, std::size_t, Error&) { return true; }
+  bool on_number_part(Text, Error&) { return true; }
+  bool on_int64(std::int64_t, Text, Error&) { return true; }
+  bool on_uint64(std::uint64_t, Text, Error&) { return true; }
+  bool on_double(double, Text, Error&) { return true; }
+  bool on_bool(bool, Error&) { return true; }
+  bool on_null(Error&) { return true; }
+  bool on_comment_part(Text, Error&) { return true; }
+  bool on_comment(Text, Error&) { return true; }
+
+  std::vector<std::set<std::string>> objects;  // that have not ended
+  std::string key;
+  std::optional<std::string> found;
+};
+
+/// `text` can be read.
+void checkForDoubleKeys(std::string_view text) {
+  json::parse_options options;
+  options.max_depth = kMaxDepth;
+  json::basic_parser<DoubleKey> parser(options);
+  json::error_code ignored;
+  parser.write_some(false, text.data(), text.size(), ignored);
+  if (const auto& found = parser.handler().found)
+    throw ScenarioError("the key \"" + *found + "\" stands twice in one object");
+}
+
 }  // namespace
 
 std::optional<json::value> valueFrom(std::string_view line) {
+  if (line.starts_with(kByteOrderMark)) {
+    throw ScenarioError("there is a byte order mark in front; save the file as UTF-8 without one");
+  }
   if (line.starts_with('#') || line.find_first_not_of(" \t\r\v\f") == std::string_view::npos) {
     return std::nullopt;
   }
@@ -94,6 +151,7 @@ std::optional<json::value> valueFrom(std::string_view line) {
     throw ScenarioError("no JSON: column " + std::to_string(problem.at + 1) + ": " +
                         problem.code.message());
   }
+  checkForDoubleKeys(line);
   if (value.is_structured()) return value;
   throw ScenarioError("a step must be an object");
 }

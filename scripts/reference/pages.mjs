@@ -108,7 +108,7 @@ answered; or **several times**. Some may stay unanswered; each command says when
 | member | meaning |
 |---|---|
 | \`module\` | \`JS\`: the message, the state or the system was at fault. \`KOBU\`: the engine, a device, a view or a download was |
-| \`errcode\` | 0 success; -1 a parameter, or the host has no view for the own picture, or the system is too old; -2 no engine, or what is asked for is not there; -3 in no room; -1314 the camera and -1317 the microphone are not permitted; any other is the engine's or a download's |
+| \`errcode\` | 0 success; -1 the message or a parameter, or the host has no view for the own picture, or the system is too old to start the broadcast extension; -2 no engine (for \`initSDK\`: there is one already), or what is asked for is not there, or the system is too old to capture the screen; -3 in no room; -1314 the camera and -1317 the microphone are not permitted; any other is the engine's or a download's |
 | \`errmsg\` | says it in words, for people; may be empty on success |
 
 ## Events

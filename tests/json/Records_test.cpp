@@ -12,9 +12,13 @@
 namespace vemo {
 namespace {
 
+/// The text of `record`, which is that of its dictionary.
 template <HasFields Record>
 std::string textOf(const Record& record) {
-  return jsonText(dictionaryFrom(record));
+  std::string text;
+  appendRecordText(text, record);
+  EXPECT_EQ(text, jsonText(dictionaryFrom(record)));
+  return text;
 }
 
 /// Reads `json`, which sets every property, and expects it written just so.

@@ -30,7 +30,7 @@ namespace {
 
 const std::string kProgram = VEMO_BROADCAST;
 
-/// A bus on which this process hears the four notifications, by their middle word.
+/// A bus on which this process hears the notifications of a broadcast, by their middle word.
 class Listener {
  public:
   Listener() {

@@ -49,12 +49,12 @@ void noteStep(NoteRing& ring, std::uint64_t number, milliseconds at, bool period
     auto& memory = ring.memory(periodic ? NoteLane::periodic : lane);
     NoteWriter note(memory, names, sizeof(NoteHead));
     write(note);
-    note.whole();
+    const auto whole = note.whole();
     NoteHead head;
     head.kind = kind;
     head.step = number;
     head.at = at.count();
-    NoteRing::keep(memory, head);
+    NoteRing::keep(memory, head, whole);
   };
   keep(NoteLane::steps, NoteHead::Kind::step,
        [&](NoteWriter& note) { note.add("event", event).add("as", std::string(900, 'x')); });
@@ -136,10 +136,10 @@ void noteLarge(NoteRing& ring, std::uint64_t number, const std::string& event) {
   ObjectNames names;
   auto& memory = ring.memory(NoteLane::steps);
   NoteWriter note(memory, names, sizeof(NoteHead));
-  note.add("event", event).whole();
+  const auto whole = note.add("event", event).whole();
   NoteHead head;
   head.step = number;
-  NoteRing::keep(memory, head);
+  NoteRing::keep(memory, head, whole);
 }
 
 TEST(NoteRing, ANoteThatIsLargerThanAChunkIsKeptWhole) {

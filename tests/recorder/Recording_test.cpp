@@ -34,6 +34,8 @@ TEST(Recording, OneThatIsNoneIsToldInASentence) {
             "this is no recording");
   EXPECT_EQ(errorOf(R"({"command":"initSDK"})"), "this is no recording");
   EXPECT_EQ(errorOf(R"({"vemorec":0})"), "this is no recording");
+  EXPECT_EQ(errorOf("\xEF\xBB\xBF" + header + kNote),
+            "this is no recording: there is a byte order mark in front");
   EXPECT_EQ(errorOf(R"({"vemorec":2})"),
             "this recording has the form 2 of a later version; this one reads forms up to 1");
   EXPECT_EQ(errorOf(header + "garbage\n" + kNote + "\n"), "line 2 of the recording is damaged");

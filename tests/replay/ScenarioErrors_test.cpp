@@ -158,6 +158,12 @@ INSTANTIATE_TEST_SUITE_P(
 INSTANTIATE_TEST_SUITE_P(
     Slips, ScenarioErrors,
     testing::Values(
+        Case{"\xEF\xBB\xBF{\"drain\":true}",
+             "there is a byte order mark in front; save the file as UTF-8 without one"},
+        Case{R"({"command":"initSDK","as":"a","command":"uninitSDK"})",
+             "the key \"command\" stands twice in one object"},
+        Case{R"({"command":"x","params":{"a":1,"b":{"a":2},"\u0061":3}})",
+             "the key \"a\" stands twice in one object"},
         Case{R"({"message":"{}","hld":true})",
              "unknown key \"hld\" of message; did you mean \"hold\"?"},
         Case{R"({"command":"x","parms":{}})",

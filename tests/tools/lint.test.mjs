@@ -103,7 +103,8 @@ test('a parameter that is missing, empty or out of range', () => {
   only(say('getAudioVolume', {}), /^error: “getAudioVolume” needs one of “capture” and “playout” to be true/);
   only(say('getAudioVolume', { capture: false, playout: false }), /to be true/);
   only(say('setRemotePreviewParams', {}), /^warning: Without “userId” it succeeds and does nothing/);
-  only(say('playMusic', { audioId: 1, path: '/a.mp3' }), /^hint: None of “onStart”, /);
+  only(say('playMusic', { audioId: 1, path: '/a.mp3' }), /^hint: None of “onStart”, “onProgress” and “onComplete” is true/);
+  assert.match(say('playMusic', { audioId: 1, path: '/a.mp3', onStart: 0 }).join(), /hint: None of “onStart”, /);
   silent(say('playMusic', { audioId: 1, path: '/a.mp3', onStart: true }));
   silent(say('getAudioVolume', { capture: true }));
 });

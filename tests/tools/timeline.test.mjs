@@ -71,6 +71,7 @@ test('a command that can have no answer any more says why', () => {
   send('playMusic', '4', { audioId: 1, path: 'a.mp3' });
   send('playMusic', '5', { audioId: 1, path: 'a.mp3', onStart: true });
   assert.deepEqual(timeline.rows.map(({ waiting }) => waiting), ['waiting', 'waiting', 'waiting', 'over', 'waiting']);
+  assert.match(timeline.rows[3].overBecause, /none of onStart, onProgress, onComplete is true/);
   answer('enterRoom', '2');
   assert.match(timeline.rows[0].overBecause, /by the protocol: a later enterRoom took its place/);
   send('uninitSDK', '6');

@@ -315,6 +315,28 @@ class CommandCheck {
     checkAnswered("answered", usually, false);
     const auto otherwise = textIn(command_, "answeredWithNativecb");
     checkAnswered("answeredWithNativecb", otherwise.empty() ? usually : otherwise, true);
+    checkAskedFor();
+  }
+
+  /// Each of the flags told to ask for answers gets one alone; without all of them there is none.
+  void checkAskedFor() {
+    const auto& flags = listIn(command_, "answersFor");
+    if (flags.empty()) return;
+    auto none = full_;
+    for (const auto& flag : flags) none[flag.get_string()] = false;
+    if (!send(none).replies.empty()) {
+      complain_("with none of answersFor it is " + described(send(none)));
+    }
+    for (auto& [key, value] : none) {
+      if (value.is_bool()) value = false;
+    }
+    for (const auto& flag : flags) {
+      auto one = none;
+      one[flag.get_string()] = true;
+      if (send(one).replies.empty()) {
+        complain_("answersFor has " + inQuotes(flag.get_string()) + ", alone it is not answered");
+      }
+    }
   }
 
   void checkAnswered(std::string_view key, std::string_view answered, bool nativecb) {

@@ -132,6 +132,8 @@ INSTANTIATE_TEST_SUITE_P(
             R"(unansweredWhen is "the extension does not start", shown is)"},
         Lie{"setVideoMuteImage", "/unansweredWhen", R"("it is night")",
             R"(unansweredWhen is "it is night")"},
+        Lie{"playMusic", "/answersFor/1", "", R"(with none of answersFor it is a success)"},
+        Lie{"playMusic", "/answersFor/1", R"("publish")", R"(answersFor has "publish")"},
         Lie{"enterRoom", "/endedByErrors/0", "-3302", R"(endedByErrors has -3302)"},
         Lie{"enterRoom", "/endedByErrors/1", "", R"(endedByErrors lacks -3308)"},
         Lie{"exitRoom", "/unanswered/0/by", R"("other")", R"(tells "itself" wrongly)"},

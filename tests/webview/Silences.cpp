@@ -62,7 +62,7 @@ const std::map<std::string_view, std::vector<Silence>>& silences() {
       {"startLocalPreview", notPermitted},
       {"startLocalAudio", notPermitted},
       {"playMusic",
-       {{{"none of the three flags is set", "{}", {}, {}},
+       {{{"none of its flags is true", "{}", {}, {}},
          {{"onStart", false}, {"onProgress", false}, {"onComplete", false}}},
         when("the music is played again under its id", "audioEffect.startPlayMusic",
              {kSameMusic, kMusicStarts}),

@@ -1183,8 +1183,8 @@ export interface Methods {
   /**
    * Plays music. The same message is answered at the start, at each progress and at the end, as
    * its flags ask for; "state" tells which it is.
-   * It stays unanswered when none of the three flags is set, the music is played again under its
-   * id, it is stopped, or the engine is released.
+   * It stays unanswered when none of its flags is true, the music is played again under its id,
+   * it is stopped, or the engine is released.
    * @throws {BridgeError} -2 (JS), "not initSDK": there is no engine
    * @throws {BridgeError} -1 (JS), "audioId param error": "audioId" is missing or of another type
    * @throws {BridgeError} -1 (JS), "path param error": "ID" is of another type; "path" is

@@ -2,7 +2,7 @@
 // command that asked for it, what the router does to what made it do so.
 
 import type { FromPhone } from '../frames';
-import { keepsFromAnswer } from '../tools/protocol';
+import { keepsFromAnswer, missingFlags } from '../tools/protocol';
 import { isPeriodic } from './known';
 import { member, parsed } from './texts';
 import type { NewRow, Remark, Row, Timeline } from './timeline';
@@ -67,8 +67,9 @@ export class Conversation {
       forgetOldest(this.commands);
     }
     const params = member(envelope, 'params');
-    if (action === 'playMusic' && !asksForAnswer(params))
-      giveUp(row, 'Never answered, by the protocol: none of "onStart", "onProgress" and "onComplete" is set.');
+    const flags = action === undefined ? [] : missingFlags(action, params);
+    if (flags.length > 0)
+      giveUp(row, `Never answered, by the protocol: none of ${flags.join(', ')} is true.`);
     const say = (remark: Remark) => this.timeline.remark(row, remark);
     this.timeline.remark(row, ...this.lint({ text, action, cbid, params }, say));
   }
@@ -215,10 +216,6 @@ function giveUp(row: Row, because: string): void {
   if (row.waiting !== 'waiting') return;
   row.waiting = 'over';
   row.overBecause = because;
-}
-
-function asksForAnswer(params: unknown): boolean {
-  return ['onStart', 'onProgress', 'onComplete'].some((flag) => Boolean(member(params, flag)));
 }
 
 function textOf(value: unknown): string | undefined {

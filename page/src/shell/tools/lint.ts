@@ -6,7 +6,9 @@ import {
   commands,
   eventNamed,
   events,
+  isTrue,
   keepsFromAnswer,
+  missingFlags,
   type CommandData,
   type Param,
   type ValueType,
@@ -211,7 +213,8 @@ function unknownCommand(action: string): Remark {
 }
 
 function listed(keys: string[]): string {
-  return keys.map((key) => `“${key}”`).join(' and ');
+  const all = keys.map((key) => `“${key}”`);
+  return [all.slice(0, -1).join(', '), ...all.slice(-1)].filter(Boolean).join(' and ');
 }
 
 function params(command: CommandData, given: unknown): Remark[] {
@@ -223,18 +226,12 @@ function params(command: CommandData, given: unknown): Remark[] {
   const isThere = (key: string) => values[key] !== undefined && values[key] !== null;
   if (anyOf && !anyOf.some(isThere))
     remarks.push(error(`“${name}” needs one of ${listed(anyOf)}.`));
-  const isTrue = (key: string) => values[key] === true || (typeof values[key] === 'number' && values[key] !== 0);
-  if (anyTrue && !anyTrue.some(isTrue))
+  if (anyTrue && !anyTrue.some((key) => isTrue(values[key])))
     remarks.push(error(`“${name}” needs one of ${listed(anyTrue)} to be true.`));
   if (nothingWithout && !isThere(nothingWithout))
     remarks.push(warning(`Without “${nothingWithout}” it succeeds and does nothing.`));
-  if (command.answered === 'many' && command.unansweredWhen?.includes('flags')) {
-    const flags = command.params.filter(({ name: key, type }) => type === 'boolean' && /^on[A-Z]/.test(key));
-    if (!flags.some(({ name: key }) => values[key] === true || typeof values[key] === 'number'))
-      remarks.push(
-        hint(`None of ${flags.map(({ name: key }) => `“${key}”`).join(', ')} is set: there is no answer.`),
-      );
-  }
+  const flags = missingFlags(name, values);
+  if (flags.length > 0) remarks.push(hint(`None of ${listed(flags)} is true: there is no answer.`));
   return remarks;
 }
 

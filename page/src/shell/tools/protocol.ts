@@ -51,6 +51,8 @@ export interface CommandData {
   unansweredWhen?: string;
   /** The same, one by one, each with what keeps it from being answered whenever it comes first. */
   unanswered?: { when: string; by: 'itself' | 'uninitSDK' | 'other' }[];
+  /** Flags that ask for the answers: when none of them is true, there is none. */
+  answersFor?: string[];
   /** Of these parameters one must be given. */
   anyOf?: string[];
   /** Of these parameters one must be true. */
@@ -100,6 +102,17 @@ export const commandNamed = (name: string) => commandsByName.get(name);
 export function keepsFromAnswer(sent: string, waiting: string): boolean {
   const by = sent === waiting ? 'itself' : sent;
   return commandNamed(waiting)?.unanswered?.some((one) => one.by === by) ?? false;
+}
+
+/** Whether the router takes the value of a flag as true. */
+export const isTrue = (value: unknown) =>
+  value === true || (typeof value === 'number' && value !== 0);
+
+/** The flags of which one would have to be true for command `name` to be answered; none when one is. */
+export function missingFlags(name: string, params: unknown): string[] {
+  const flags = commandNamed(name)?.answersFor ?? [];
+  const values = Object(params) as Record<string, unknown>;
+  return flags.some((flag) => isTrue(values[flag])) ? [] : flags;
 }
 
 export const eventNamed = (name: string) => eventsByName.get(name);
