@@ -134,11 +134,13 @@ test('a command that needs a room', () => {
   only(say('exitRoom'), /no room to leave/);
 });
 
-test('an enter that failed is no room', () => {
+test('an enter that failed is no room, though the router asks the engine then', () => {
   say('initSDK');
   say('enterRoom', room);
   reply('enterRoom', { userId: 'ada', elapsed: -3316 }, { code: 0 });
-  only(say('switchRole', { role: 21 }), /needs a room/);
+  only(say('switchRole', { role: 21 }), /^warning: .*needs a room.*the engine will refuse it/);
+  say('exitRoom');
+  only(say('switchRole', { role: 21 }), /^error: .*“not enter room”/);
 });
 
 test('events and functions that are not there', () => {

@@ -45,6 +45,8 @@ export class Linter {
   private engine = false;
   /** Whether a room was entered; `maybe` from asking on until it is known. */
   private room: 'no' | 'maybe' | 'yes' = 'no';
+  /** Whether the router may count a room as entered: from an enter's end, well or not, to a leave. */
+  private mayHaveEntered = false;
   private readonly sent = new Map<string, Sent>();
 
   constructor(private readonly hasFunction: HasFunction = () => undefined) {}
@@ -82,6 +84,7 @@ export class Linter {
       const elapsed = call.retval?.['elapsed'];
       const failed = (typeof elapsed === 'number' && elapsed < 0) || (call.code ?? 0) !== 0;
       if (this.room === 'maybe') this.room = failed ? 'no' : 'yes';
+      this.mayHaveEntered = true;
     } else if (call.action === 'onExitRoom' || call.action === 'exitRoom') {
       if (this.room === 'yes') this.room = 'no';
     }
@@ -115,8 +118,10 @@ export class Linter {
             `“${refusal(-2)}”.`,
         ),
       ];
-    if (guard === 'room' && this.room === 'no')
+    if (guard === 'room' && !this.mayHaveEntered)
       return [error(`“${name}” needs a room, and none was entered: the answer is “${refusal(-3)}”.`)];
+    if (guard === 'room' && this.room === 'no')
+      return [warning(`“${name}” needs a room, and there is none now: the engine will refuse it.`)];
     if (name === 'exitRoom' && this.room === 'no')
       return [warning('There is no room to leave: this is never answered.')];
     return [];
@@ -189,7 +194,11 @@ export class Linter {
       this.engine = false;
       this.room = 'no';
     }
-    if (name === 'enterRoom') this.room = 'maybe';
+    if (name === 'enterRoom') {
+      this.room = 'maybe';
+      this.mayHaveEntered = true;
+    }
+    if (name === 'exitRoom' || name === 'uninitSDK') this.mayHaveEntered = false;
     for (const [, ended] of this.endedBy(name)) ended.waiting = false;
     if (cbid === undefined) return;
     this.sent.delete(cbid);
