@@ -71,7 +71,7 @@ notes::Parts ObjectNames::maskedWhole(const DUNLogParam& record, std::string& bu
     if (address == 0 ? !logsNullView(record) : !has(address)) continue;
     const auto size = static_cast<std::size_t>(end - text.data());
     if (text.substr(0, at) == kWebView && size >= 16 && size <= 32)
-      latest_ = {id_, size, at, Beginning::wordsOf(text.data(), size)};
+      latest_ = {id_, size, at, Beginning::wordsOf(text.substr(0, size))};
     buffer.append(text, from, at - from).append("0x*");
     from = size;
   }

@@ -60,15 +60,16 @@ class ObjectNames {
     std::size_t address = 0;               // where it begins
     std::array<std::uint64_t, 4> words{};  // of the text: the first two, and the last two
 
-    static std::array<std::uint64_t, 4> wordsOf(const char* text, std::size_t size) {
+    /// Of a text of 16 characters at least.
+    static std::array<std::uint64_t, 4> wordsOf(std::string_view text) {
       std::array<std::uint64_t, 4> words;
-      std::memcpy(words.data(), text, 16);
-      std::memcpy(words.data() + 2, text + size - 16, 16);
+      std::memcpy(words.data(), text.data(), 16);
+      std::memcpy(words.data() + 2, text.data() + text.size() - 16, 16);
       return words;
     }
     bool isAt(std::uint64_t id, std::string_view text) const {
       return names == id && text.size() > size && text[size] == ')' &&
-             wordsOf(text.data(), size) == words;
+             wordsOf(text.substr(0, size)) == words;
     }
   };
   static constinit thread_local Beginning latest_;

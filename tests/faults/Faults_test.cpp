@@ -69,13 +69,14 @@ class Faults : public testing::Test {
       EXPECT_TRUE(text.starts_with("vemo-simulator: ") && text.ends_with('\n')) << text;
       return std::filesystem::exists(report);
     }
+    std::string lost;  // why this page was, if it was
     try {
       Page page(simulator, std::chrono::milliseconds(500));
       lesson(simulator, page);
-    } catch (const beast::system_error&) {
-      // This page was lost; the next one must not be.
+    } catch (const beast::system_error& problem) {
+      lost = problem.what();
     }
-    EXPECT_TRUE(serves(simulator)) << "the next page is not answered";
+    EXPECT_TRUE(serves(simulator)) << "the next page is not answered; the first: " << lost;
     EXPECT_EQ(simulator.end(), 0) << "it did not end well: " << simulator.standardError();
     return std::filesystem::exists(report);
   }

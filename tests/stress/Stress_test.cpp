@@ -115,10 +115,10 @@ class Stress {
   void end(const PhonePtr& phone, bool inPeace) {
     if (inPeace) {
       phone->silencePage();
-      do {
+      while (!phone->settled()) {
         phone->drain();
         nextRound();
-      } while (!phone->settled());
+      }
       phone->drain();
     }
     const auto router = phone->letGo();

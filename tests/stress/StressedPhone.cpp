@@ -82,7 +82,8 @@ class StressedPhone::WebView final : public VEMOWebView {
  public:
   void loadJs(const std::string& script, bool /*needLog*/) override {
     if (isClosed_) ++late_;
-    constexpr std::string_view kReply = "vemoBridge.onReply(", kCbid = R"("cbid":")";
+    constexpr std::string_view kReply = "vemoBridge.onReply(";
+    constexpr std::string_view kCbid = R"("cbid":")";
     if (!script.starts_with(kReply)) return;
     const auto at = script.find(kCbid);
     if (at == std::string::npos) return;
