@@ -8,7 +8,9 @@ if(VEMO_DEVELOPER)
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
     -Woverloaded-virtual
     # g++ 12 sees overlaps in "text" + std::string(...) that can't be.
-    $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
+    # Of several sources read as one, it takes all for headers.
+    $<$<AND:$<CXX_COMPILER_ID:GNU>,$<BOOL:${CMAKE_UNITY_BUILD}>>:-Wno-subobject-linkage>)
   # Where it optimises, it sees null pointers inside libraries that can't be, too; and with
   # a sanitizer its warnings about the flow of values err often enough to be warnings only.
   if(NOT (VEMO_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL GNU))
