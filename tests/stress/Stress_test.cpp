@@ -121,8 +121,8 @@ class Stress {
       }
       phone->drain();
     }
-    const auto router = phone->letGo();
-    while (!router.expired()) {  // until those have returned who are in it
+    phone->letGo();
+    while (!phone->isGone()) {  // until those have returned who are in it
       phone->drain();
       nextRound();
     }

@@ -265,10 +265,18 @@ bool StressedPhone::settled() const {
          music.allDone() && presses.allDone();
 }
 
-std::weak_ptr<VEMOKOBUMsgRouter> StressedPhone::letGo() {
-  const std::lock_guard lock(routerMutex_);
-  return std::exchange(router_, nullptr);
+void StressedPhone::letGo() {
+  silencePage();
+  std::shared_ptr<VEMOKOBUMsgRouter> router;
+  {
+    const std::lock_guard lock(routerMutex_);
+    router.swap(router_);
+  }
+  letGo_ = router;
 }
+
+// That the pointer is dead says nothing of what other threads wrote before they let go of it.
+bool StressedPhone::isGone() const { return letGo_.expired() && sending_ == 0; }
 
 std::string StressedPhone::verdict(bool settledBefore) {
   drain();  // the answers that the router left in the queue

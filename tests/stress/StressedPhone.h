@@ -63,10 +63,12 @@ class StressedPhone final : private NullVEMOLogger,
   void silencePage();
   /// Whether nothing waits or is under way that would lead to an answer.
   bool settled() const;
-  /// The host lets go of the router.
-  std::weak_ptr<VEMOKOBUMsgRouter> letGo();
-  /// What is wrong with the answers, a line each. `letGo` was called, and the router is gone; from
-  /// here on the page may hear nothing.
+  /// The host lets go of the router, and the page sends nothing more.
+  void letGo();
+  /// Whether the router has died since, and nobody is about to send.
+  bool isGone() const;
+  /// What is wrong with the answers, a line each. The router is gone; from here on the page may
+  /// hear nothing.
   std::string verdict(bool settledBefore);
   /// What came after that, a line each.
   std::string afterthoughts() const;
@@ -97,6 +99,7 @@ class StressedPhone final : private NullVEMOLogger,
   std::atomic<bool> pageIsSilent_ = false;
   mutable std::mutex routerMutex_;
   std::shared_ptr<VEMOKOBUMsgRouter> router_;
+  std::weak_ptr<VEMOKOBUMsgRouter> letGo_;
 };
 
 }  // namespace vemo::test
