@@ -163,7 +163,7 @@ TEST_F(MediaTest, ThePictureIsSentAsTheEncoderIsTold) {
   alice->setVideoEncoderParam(param);
   EXPECT_TRUE(view->waitForSize(320, 240));
   bob->setRemoteRenderParams("alice", kKOBUStreamTypeMain, {1, 1, 1});
-  EXPECT_TRUE(view->waitForDrawing({true, orientationOf(1, true)}));
+  EXPECT_TRUE(view->waitForDrawing({true, janus::orientationOf(1, true)}));
 }
 
 TEST_F(MediaTest, TheScreenIsAPictureOfItsOwn) {
