@@ -74,13 +74,14 @@ class Stress {
   static constexpr std::uint64_t kAhead = 512;  // so that the main thread keeps up
 
   void work(const auto& act, Dice& dice, const std::stop_token& stop) {
-    while (!stop.stop_requested()) {
+    for (;;) {
+      const auto round = round_.load();  // first: a stop that is not seen yet brings another
+      if (stop.stop_requested()) return;
       PhonePtr phone;
       {
         const std::lock_guard lock(mutex_);
         if (!phones_.empty()) phone = phones_[dice() % phones_.size()];
       }
-      const auto round = round_.load();
       if (phone && done_ < allowed_ && act(*phone, dice)) {
         ++done_;
       } else {

@@ -61,7 +61,7 @@ const std::vector<BoundCall<KOBUCloudDelegate>>& sampleEvents() {
   return events;
 }
 
-/// Takes bytes, or none, for a file.
+/// A file that can be read.
 class File final : public DownloadedFile {
  public:
   std::optional<std::string> readAll() const override { return "bytes"; }
