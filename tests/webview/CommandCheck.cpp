@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "Observed.h"
 #include "ProtocolStage.h"
 #include "Silences.h"
 #include "json/JsonText.h"
@@ -23,37 +24,6 @@ namespace vemo::test {
 namespace {
 
 namespace json = boost::json;
-
-/// What came of one message.
-struct Observed {
-  std::vector<json::object> replies;
-  std::size_t atOnce = 0;      ///< how many of them there were before anything was answered
-  bool reachedEngine = false;  ///< whether the engine was called before that
-  std::string everything;      ///< all that can be seen from outside, as text
-};
-
-/// The error of a reply; nothing when it is a success.
-const json::object* failureOf(const json::object& reply) {
-  const auto* error = reply.at("error").if_object();
-  return error && error->at("errcode") != json::value(0) ? error : nullptr;
-}
-
-std::string described(const Observed& observed) {
-  if (observed.replies.empty()) return "not answered";
-  const auto* failure = failureOf(observed.replies.front());
-  return failure ? "answered with " + jsonText(*failure) : "a success";
-}
-
-bool isRefused(const Observed& observed) {
-  return std::any_of(observed.replies.begin(), observed.replies.end(), failureOf);
-}
-
-bool isRefusedWith(const Observed& observed, std::int64_t code, std::string_view text) {
-  if (observed.replies.size() != 1 || observed.atOnce != 1) return false;
-  const auto* failure = failureOf(observed.replies.front());
-  const json::object told{{"module", "JS"}, {"errcode", code}, {"errmsg", text}};
-  return failure && *failure == told;
-}
 
 constexpr std::int64_t kBadParameter = -1;
 
