@@ -138,6 +138,8 @@ export function sendRaw(frame, texts, last) {
 async function findingsIn(frame, rules) {
   if (!(await frame.evaluate(() => 'axe' in window))) await frame.evaluate(checker);
   const violations = await frame.evaluate(async (rules) => {
+    // What a frame brings is a frame late at places whose size decides, and nobody has seen it before.
+    for (let frame = 0; frame < 2; ++frame) await new Promise(requestAnimationFrame);
     // What was found to be well need not be told.
     const options = { iframes: false, resultTypes: ['violations'] };
     return (await window.axe.run(document, rules ? { ...options, runOnly: rules } : options)).violations;
