@@ -75,6 +75,7 @@ void install() {
 CrashDump::CrashDump(std::shared_ptr<NoteRing> ring, const std::string& file,
                      std::vector<std::string> keys)
     : ring_(std::move(ring)), keys_(std::move(keys)) {
+  ring_->prepareDump();
   install();
   auto& all = slots();
   if (file.size() >= all[0].file.size()) throw std::length_error("the name of a dump is too long");

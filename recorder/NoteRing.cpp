@@ -1,5 +1,6 @@
 #include "recorder/NoteRing.h"
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -9,6 +10,7 @@
 #include <fstream>
 #include <istream>
 #include <limits>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <tuple>
@@ -215,6 +217,8 @@ struct NoteRing::Core {
   }
 
   Chunk* make(Lane& lane, std::size_t capacity) {
+    largest = std::max(largest, capacity);
+    if (mayBeDumped) copy.grow(largest);
     auto* chunk = spare;
     if (chunk) {
       spare = chunk->nextSealed;
@@ -230,7 +234,7 @@ struct NoteRing::Core {
   }
 
   /// A copy of all notes, or of those that were not taken yet.
-  NoteBatch copy(bool untaken) {
+  NoteBatch batch(bool untaken) {
     NoteBatch batch;
     const std::lock_guard lock(mutex);
     for (auto* chunk = all.load(); chunk; chunk = chunk->next) {
@@ -256,11 +260,27 @@ struct NoteRing::Core {
     return lanes.at(static_cast<std::size_t>(NoteLane::steps)).gone == 0;
   }
 
+  /// Where a dump has a chunk of its own, to take the secrets out of. There when it may be needed:
+  /// a handler of signals can't make it.
+  struct Copy {
+    std::unique_ptr<char[]> bytes;
+    std::size_t capacity = 0;
+
+    void grow(std::size_t to) {
+      if (capacity >= to) return;
+      bytes = std::make_unique_for_overwrite<char[]>(to);
+      capacity = to;
+    }
+  };
+
   ThreadNames names;
   std::mutex mutex;
   std::array<Lane, kLanes> lanes;
   std::atomic<Chunk*> all = nullptr;  // none goes before this
   Chunk* spare = nullptr;             // without memory
+  std::size_t largest = 0;            // chunk that was made
+  bool mayBeDumped = false;
+  Copy copy;
   std::uint64_t order = 0;
   bool taking = false;
   std::uint64_t lost = 0;
@@ -335,12 +355,12 @@ NoteRing::~NoteRing() = default;
 
 ThreadNames& NoteRing::threads() { return core_->names; }
 
-NoteBatch NoteRing::take() { return core_->copy(true); }
+NoteBatch NoteRing::take() { return core_->batch(true); }
 
 bool NoteRing::takeAnew() { return core_->untake(); }
 
 std::string NoteRing::recording(const TextMask& mask, std::string_view failure) const {
-  const auto batch = core_->copy(false);
+  const auto batch = core_->batch(false);
   const bool whole = batch.gone[static_cast<std::size_t>(NoteLane::steps)] == 0;
   auto out = recordingHeader(options_.program, whole, failure);
   batch.appendLines(
@@ -357,43 +377,71 @@ std::string NoteRing::recording(const TextMask& mask, std::string_view failure) 
   return masked;
 }
 
-bool NoteRing::dump(int descriptor, const std::vector<std::string>& keys) noexcept {
-  const auto put = [descriptor](const void* bytes, std::size_t size) {
-    const auto* from = static_cast<const char*>(bytes);
-    while (size > 0) {
-      const auto written = ::write(descriptor, from, size);
-      if (written < 0 && errno == EINTR) continue;
-      if (written <= 0) return false;
-      from += written;
-      size -= static_cast<std::size_t>(written);
-    }
-    return true;
+void NoteRing::prepareDump() {
+  const std::lock_guard lock(core_->mutex);
+  core_->mayBeDumped = true;
+  core_->copy.grow(core_->largest);
+}
+
+namespace {
+
+/// Locks `mutex`, unless that takes long: whoever has it may be the thread that has died, and then
+/// no other gets it.
+std::unique_lock<std::mutex> lockForDump(std::mutex& mutex) {
+  std::unique_lock lock(mutex, std::defer_lock);
+  for (int tries = 0; !lock.try_lock() && tries < 100; ++tries) ::poll(nullptr, 0, 1);
+  return lock;
+}
+
+bool writeBytes(int descriptor, const void* bytes, std::size_t size) {
+  const auto* from = static_cast<const char*>(bytes);
+  while (size > 0) {
+    const auto written = ::write(descriptor, from, size);
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) return false;
+    from += written;
+    size -= static_cast<std::size_t>(written);
+  }
+  return true;
+}
+
+void eraseSecretsOfNotes(char* notes, std::size_t size, const std::vector<std::string>& keys) {
+  for (std::size_t at = 0; at + sizeof(NoteHead) <= size;) {
+    NoteHead head;
+    std::memcpy(&head, notes + at, sizeof head);
+    at += sizeof head;
+    eraseSecrets(notes + at, std::min<std::size_t>(head.size, size - at), keys);
+    at += head.size;
+  }
+}
+
+}  // namespace
+
+bool NoteRing::dump(int descriptor, const std::vector<std::string>& keys) const noexcept {
+  const auto put = [descriptor](const auto& value) {
+    return writeBytes(descriptor, &value, sizeof value);
   };
-  const auto putValue = [&](const auto& value) { return put(&value, sizeof value); };
-  // No lock: a thread that holds it may be the one that has died.
+  // So that no chunk is another's, or gone, while it is read; notes that come are behind its end.
+  const auto lock = lockForDump(core_->mutex);
   DumpHead head;
   options_.program.copy(head.program.data(), head.program.size() - 1);
   head.age = std::chrono::milliseconds(options_.age).count();
   for (std::size_t i = 0; i < kLanes; ++i) head.gone.at(i) = core_->lanes.at(i).gone;
   head.threads = core_->names.count();
-  if (!put(kDumpMark.data(), kDumpMark.size()) || !putValue(head)) return false;
+  if (!writeBytes(descriptor, kDumpMark.data(), kDumpMark.size()) || !put(head)) return false;
   for (std::uint16_t i = 0; i < head.threads; ++i) {
     std::array<char, ThreadNames::kBytes> name{};
     core_->names.name(i).copy(name.data(), name.size());
-    if (!putValue(name)) return false;
+    if (!put(name)) return false;
   }
+  auto* const copy = core_->copy.bytes.get();
   for (auto* chunk = core_->all.load(); chunk; chunk = chunk->next) {
     const auto used = chunk->used.load(std::memory_order_acquire);
-    if (!chunk->bytes || used == 0) continue;
-    for (std::size_t at = 0; at + sizeof(NoteHead) <= used;) {
-      NoteHead note;
-      std::memcpy(&note, chunk->bytes + at, sizeof note);
-      at += sizeof note;
-      eraseSecrets(chunk->bytes + at, std::min<std::size_t>(note.size, used - at), keys);
-      at += note.size;
-    }
+    if (!chunk->bytes || used == 0 || used > core_->copy.capacity) continue;
+    std::memcpy(copy, chunk->bytes, used);
+    eraseSecretsOfNotes(copy, used, keys);
     const DumpSlice slice{chunk->order, used, chunk->lane};
-    if (!putValue(slice) || !put(chunk->bytes, used)) return false;
+    if (!put(slice) || !writeBytes(descriptor, copy, used)) return false;
   }
   return true;
 }

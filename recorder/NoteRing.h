@@ -97,10 +97,14 @@ class NoteRing {
   /// steps from the beginning.
   bool takeAnew();
 
-  /// Writes what is there to the file `descriptor`, in the form of a dump (Recording.h), after
-  /// having overwritten the values of `keys` in memory: JSON texts, or the records' own. Calls
-  /// nothing that a handler of signals must not call. False when it can't be written.
-  bool dump(int descriptor, const std::vector<std::string>& keys) noexcept;
+  /// Has `dump` write notes from now on: it needs memory as large as the largest chunk.
+  void prepareDump();
+
+  /// Writes what is there to the file `descriptor`, in the form of a dump (Recording.h). The values
+  /// of `keys`, in JSON texts and in records, are overwritten in a copy; the ring is only read.
+  /// Calls nothing that a handler of signals must not call, and waits for a tenth of a second at
+  /// the most; others may write notes meanwhile. False when it can't be written.
+  bool dump(int descriptor, const std::vector<std::string>& keys) const noexcept;
 
   const NoteRingOptions& options() const { return options_; }
   ThreadNames& threads();
