@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <mutex>
 #include <stdexcept>
@@ -49,11 +50,13 @@ void writeCrashDumps() noexcept {
 namespace {
 
 extern "C" void onCrash(int signal) {
+  const int before = errno;  // whoever was interrupted may read it yet
   writeCrashDumps();
   for (std::size_t i = 0; i < kSignals.size(); ++i) {
     if (kSignals.at(i) == signal) ::sigaction(signal, &former().at(i), nullptr);
   }
   ::raise(signal);  // comes when this returns
+  errno = before;
 }
 
 void install() {

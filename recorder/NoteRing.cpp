@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -14,6 +15,7 @@
 #include <mutex>
 #include <optional>
 #include <tuple>
+#include <type_traits>
 #include <utility>
 
 #include "json/JsonText.h"
@@ -45,18 +47,29 @@ struct Placed {
   }
 };
 
-std::vector<Placed> notesIn(const std::vector<NoteBatch::Slice>& slices) {
+/// Whether `bytes` begin with a head that can be one, and the note is there.
+bool beginsWithNote(std::string_view bytes, NoteHead& head) {
+  if (bytes.size() < sizeof head) return false;
+  const auto flag = static_cast<unsigned char>(bytes[offsetof(NoteHead, overlaps)]);
+  if (flag > 1) return false;
+  std::memcpy(&head, bytes.data(), sizeof head);
+  return head.kind <= NoteHead::Kind::effect && head.size <= bytes.size() - sizeof head;
+}
+
+std::vector<Placed> notesIn(const std::vector<NoteBatch::Slice>& slices, bool& areAll) {
   std::vector<const NoteBatch::Slice*> inOrder;
   inOrder.reserve(slices.size());
   for (const auto& slice : slices) inOrder.push_back(&slice);
   std::ranges::sort(inOrder, {}, [](const auto* slice) { return std::pair(slice->order, slice); });
   std::vector<Placed> notes;
   for (const auto* slice : inOrder) {
-    for (std::string_view left = slice->bytes; left.size() >= sizeof(NoteHead);) {
+    for (std::string_view left = slice->bytes; !left.empty();) {
       Placed note;
-      std::memcpy(&note.head, left.data(), sizeof note.head);
+      if (!beginsWithNote(left, note.head)) {  // of a dump
+        areAll = false;
+        break;
+      }
       left.remove_prefix(sizeof note.head);
-      if (left.size() < note.head.size) break;  // of a dump that breaks off
       note.note = left.substr(0, note.head.size);
       note.lane = slice->lane;
       note.place = notes.size();
@@ -77,12 +90,17 @@ struct DumpHead {
   std::array<std::uint64_t, kLanes> gone{};
   std::int64_t age = 0;
   std::uint16_t threads = 0;
+  std::array<char, 6> unused{};
 };
-struct DumpSlice {
+struct DumpSlice {  // the last has no bytes
   std::uint64_t order = 0;
   std::uint64_t size = 0;
   NoteLane lane{};
+  std::array<char, 7> unused{};
 };
+static_assert(std::has_unique_object_representations_v<DumpHead> &&
+                  std::has_unique_object_representations_v<DumpSlice>,
+              "what happened to be in memory would be in a dump");
 
 /// No ring is as large: what has more is no dump.
 constexpr std::uint64_t kMaxDumpBytes = std::uint64_t{1} << 30U;
@@ -91,17 +109,21 @@ bool isStatistics(std::string_view json) { return json.starts_with(R"({"event":"
 
 }  // namespace
 
-void NoteBatch::appendLines(std::string& out,
+bool NoteBatch::appendLines(std::string& out,
                             const std::function<std::string_view(std::uint16_t)>& thread,
                             std::chrono::milliseconds age) const {
-  const auto notes = notesIn(slices);
+  bool areAll = true;
+  const auto notes = notesIn(slices, areAll);
   std::int64_t latest = std::numeric_limits<std::int64_t>::min();
   for (const auto& note : notes) latest = std::max(latest, note.head.at);
   // Up to this step, not all that it did is left.
   auto before = std::max(gone[static_cast<std::size_t>(NoteLane::effects)],
                          gone[static_cast<std::size_t>(NoteLane::periodic)]);
   for (const auto& note : notes) {
-    if (note.head.at < latest - age.count()) before = std::max(before, note.key());
+    // Unsigned, as the times of a damaged dump may be any.
+    const auto older =
+        static_cast<std::uint64_t>(latest) - static_cast<std::uint64_t>(note.head.at);
+    if (older > static_cast<std::uint64_t>(age.count())) before = std::max(before, note.key());
   }
   std::string json;
   std::optional<std::size_t> statistics;  // the latest of those before
@@ -116,7 +138,10 @@ void NoteBatch::appendLines(std::string& out,
     if (isBefore && head.kind == NoteHead::Kind::effect) continue;
     if (isBefore && lane == NoteLane::periodic && i != statistics) continue;
     json.clear();
-    if (!appendNoteJson(json, note)) continue;  // nothing that was written here
+    if (!appendNoteJson(json, note)) {
+      areAll = false;
+      continue;
+    }
     appendNoteLine(out,
                    {.kind = static_cast<Note::Kind>(head.kind),
                     .at = std::chrono::milliseconds(head.at),
@@ -128,6 +153,7 @@ void NoteBatch::appendLines(std::string& out,
                     .text = json},
                    isBefore);
   }
+  return areAll;
 }
 
 /// What threads that end may still touch when the ring is gone.
@@ -440,23 +466,30 @@ bool NoteRing::dump(int descriptor, const std::vector<std::string>& keys) const 
     if (!chunk->bytes || used == 0 || used > core_->copy.capacity) continue;
     std::memcpy(copy, chunk->bytes, used);
     eraseSecretsOfNotes(copy, used, keys);
-    const DumpSlice slice{chunk->order, used, chunk->lane};
+    const DumpSlice slice{.order = chunk->order, .size = used, .lane = chunk->lane};
     if (!put(slice) || !writeBytes(descriptor, copy, used)) return false;
   }
-  return true;
+  return put(DumpSlice());
 }
 
-std::optional<std::string> recordingOfDump(std::istream& in) {
-  DumpHead head;
+std::optional<DumpedRecording> recordingOfDump(std::istream& in, std::string& error) {
   const auto take = [&](void* to, std::size_t size) {
     in.read(static_cast<char*>(to), static_cast<std::streamsize>(size));
     return static_cast<std::size_t>(in.gcount()) == size;
   };
-  if (!take(&head, sizeof head) || head.threads > ThreadNames::kMost) return std::nullopt;
+  const auto refuse = [&](const std::string& why) {
+    error = "this dump is damaged: " + why;
+    return std::nullopt;
+  };
+  DumpHead head;
+  if (!take(&head, sizeof head)) return refuse("it breaks off in its head");
+  if (head.threads == 0 || head.threads > ThreadNames::kMost)
+    return refuse("it can't be of " + std::to_string(head.threads) + " threads");
+  if (head.age < 0) return refuse("it can't be of " + std::to_string(head.age) + " milliseconds");
   ThreadNames names(head.threads);
   for (std::uint16_t i = 0; i < head.threads; ++i) {
     std::array<char, ThreadNames::kBytes> name{};
-    if (!take(name.data(), name.size())) return std::nullopt;
+    if (!take(name.data(), name.size())) return refuse("it breaks off in the names of threads");
     name.back() = 0;
     names.add(name.data());
   }
@@ -464,25 +497,32 @@ std::optional<std::string> recordingOfDump(std::istream& in) {
   batch.gone = head.gone;
   head.program.back() = 0;
   std::uint64_t left = kMaxDumpBytes;
-  for (DumpSlice slice; take(&slice, sizeof slice);) {
-    if (slice.lane > NoteLane::periodic || slice.size == 0 || slice.size > left)
-      return std::nullopt;
+  DumpedRecording recording;
+  for (;;) {
+    DumpSlice slice;
+    recording.cutOff = !take(&slice, sizeof slice);
+    if (recording.cutOff || slice.size == 0) break;
+    const auto part = "part " + std::to_string(batch.slices.size() + 1);
+    if (slice.lane > NoteLane::periodic) return refuse(part + " is of no known kind");
+    if (slice.size > left)
+      return refuse(part + " can't have " + std::to_string(slice.size) + " bytes");
     left -= slice.size;
     std::string bytes;
-    for (std::array<char, 65'536> part; slice.size > bytes.size();) {
-      in.read(part.data(), static_cast<std::streamsize>(
-                               std::min<std::uint64_t>(part.size(), slice.size - bytes.size())));
+    for (std::array<char, 65'536> some; slice.size > bytes.size();) {
+      in.read(some.data(), static_cast<std::streamsize>(
+                               std::min<std::uint64_t>(some.size(), slice.size - bytes.size())));
       if (in.gcount() == 0) break;  // it breaks off here
-      bytes.append(part.data(), static_cast<std::size_t>(in.gcount()));
+      bytes.append(some.data(), static_cast<std::size_t>(in.gcount()));
     }
     batch.slices.push_back({slice.lane, slice.order, std::move(bytes)});
   }
-  auto out = recordingHeader(head.program.data(),
-                             head.gone[static_cast<std::size_t>(NoteLane::steps)] == 0);
-  batch.appendLines(
-      out, [&](std::uint16_t number) { return names.name(number); },
+  std::string lines;
+  const bool areAll = batch.appendLines(
+      lines, [&](std::uint16_t number) { return names.name(number); },
       std::chrono::milliseconds(head.age));
-  return out;
+  const bool isWhole = areAll && head.gone[static_cast<std::size_t>(NoteLane::steps)] == 0;
+  recording.text = recordingHeader(head.program.data(), isWhole) + lines;
+  return recording;
 }
 
 bool NoteRing::write(const std::string& file, const TextMask& mask, std::string& error,

@@ -58,8 +58,9 @@ struct NoteBatch {
   std::uint64_t lost = 0;               ///< notes that went before they could be taken
 
   /// Appends the lines of a recording that say what is in here, by steps. What is older than
-  /// `age` before the latest is left out, save the steps that changed the router's state.
-  void appendLines(std::string& out, const std::function<std::string_view(std::uint16_t)>& thread,
+  /// `age` before the latest is left out, save the steps that changed the router's state. Whether
+  /// all could be read, as in a ring it can.
+  bool appendLines(std::string& out, const std::function<std::string_view(std::uint16_t)>& thread,
                    std::chrono::milliseconds age) const;
 };
 

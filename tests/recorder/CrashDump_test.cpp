@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <boost/json/parse.hpp>
 #include <csignal>
@@ -98,7 +99,7 @@ void expectLesson(const DumpFile& file) {
   }
   std::istringstream damaged(bytes.substr(0, 40));
   EXPECT_FALSE(readRecording(damaged, error));
-  EXPECT_EQ(error, "this dump is damaged");
+  EXPECT_EQ(error, "this dump is damaged: it breaks off in its head");
 }
 
 TEST(CrashDump, OfASignalTheLastMinutesAreThere) {
@@ -110,6 +111,27 @@ TEST(CrashDump, OfASignalTheLastMinutesAreThere) {
 TEST(CrashDump, OfAnExceptionThatNobodyCaughtTheLastMinutesAreThere) {
   const DumpFile file;
   EXPECT_EQ(signalOf(file.name(), [] { std::terminate(); }), SIGABRT);
+  expectLesson(file);
+}
+
+TEST(CrashDump, OfASignalFromOutsideTheLastMinutesAreThere) {
+  const DumpFile file;
+  std::array<int, 2> ready{};
+  ASSERT_EQ(::pipe(ready.data()), 0);
+  std::thread killer([&] {
+    pid_t child = 0;
+    EXPECT_EQ(::read(ready[0], &child, sizeof child), ssize_t{sizeof child});
+    ::kill(child, SIGABRT);
+  });
+  const auto wait = [&] {
+    const auto here = ::getpid();
+    if (::write(ready[1], &here, sizeof here) != ssize_t{sizeof here}) ::_exit(1);
+    for (;;) ::pause();
+  };
+  EXPECT_EQ(signalOf(file.name(), wait), SIGABRT);
+  killer.join();
+  ::close(ready[0]);
+  ::close(ready[1]);
   expectLesson(file);
 }
 
@@ -151,13 +173,14 @@ TEST(CrashDump, MayBeWrittenWhileOthersWrite) {
   options.bytes = std::size_t{512} << 10U;
   NoteRing ring(options);
   ring.prepareDump();
-  std::atomic<bool> enough = false;
+  std::atomic<std::uint64_t> steps = 0;
   std::atomic<int> writing = 0;
-  std::vector<std::thread> threads;
+  std::vector<std::jthread> threads;
   for (int thread = 0; thread < 3; ++thread) {
-    threads.emplace_back([&] {
+    threads.emplace_back([&](const std::stop_token& enough) {
       ObjectNames names;
-      for (std::uint64_t step = 1; !enough; ++step) {
+      for (int count = 0; !enough.stop_requested(); ++count) {
+        const auto step = ++steps;
         auto& memory = ring.memory(NoteLane::steps);
         NoteWriter note(memory, names, sizeof(NoteHead));
         note.add("text", R"({"userSig":"very/secret+=","of":")" + std::to_string(step) + R"("})");
@@ -165,7 +188,7 @@ TEST(CrashDump, MayBeWrittenWhileOthersWrite) {
         NoteHead head;
         head.step = step;
         NoteRing::keep(memory, head, whole);
-        if (step == 1000) {
+        if (count == 1000) {
           ++writing;
           writing.notify_one();
         }
@@ -184,8 +207,6 @@ TEST(CrashDump, MayBeWrittenWhileOthersWrite) {
     for (const auto& note : recording->notes)
       EXPECT_EQ(note.what.at("text").as_string().find(R"({"userSig":"*************","of":")"), 0U);
   }
-  enough = true;
-  for (auto& thread : threads) thread.join();
 }
 
 std::string erased(const std::function<void(NoteWriter&)>& write) {
