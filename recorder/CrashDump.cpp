@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <mutex>
 #include <stdexcept>
@@ -49,11 +50,13 @@ void writeCrashDumps() noexcept {
 namespace {
 
 extern "C" void onCrash(int signal) {
+  const int before = errno;  // whoever was interrupted may read it yet
   writeCrashDumps();
   for (std::size_t i = 0; i < kSignals.size(); ++i) {
     if (kSignals.at(i) == signal) ::sigaction(signal, &former().at(i), nullptr);
   }
   ::raise(signal);  // comes when this returns
+  errno = before;
 }
 
 void install() {
@@ -75,6 +78,7 @@ void install() {
 CrashDump::CrashDump(std::shared_ptr<NoteRing> ring, const std::string& file,
                      std::vector<std::string> keys)
     : ring_(std::move(ring)), keys_(std::move(keys)) {
+  ring_->prepareDump();
   install();
   auto& all = slots();
   if (file.size() >= all[0].file.size()) throw std::length_error("the name of a dump is too long");

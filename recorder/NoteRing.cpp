@@ -1,17 +1,21 @@
 #include "recorder/NoteRing.h"
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <istream>
 #include <limits>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <tuple>
+#include <type_traits>
 #include <utility>
 
 #include "json/JsonText.h"
@@ -43,18 +47,29 @@ struct Placed {
   }
 };
 
-std::vector<Placed> notesIn(const std::vector<NoteBatch::Slice>& slices) {
+/// Whether `bytes` begin with a head that can be one, and the note is there.
+bool beginsWithNote(std::string_view bytes, NoteHead& head) {
+  if (bytes.size() < sizeof head) return false;
+  const auto flag = static_cast<unsigned char>(bytes[offsetof(NoteHead, overlaps)]);
+  if (flag > 1) return false;
+  std::memcpy(&head, bytes.data(), sizeof head);
+  return head.kind <= NoteHead::Kind::effect && head.size <= bytes.size() - sizeof head;
+}
+
+std::vector<Placed> notesIn(const std::vector<NoteBatch::Slice>& slices, bool& areAll) {
   std::vector<const NoteBatch::Slice*> inOrder;
   inOrder.reserve(slices.size());
   for (const auto& slice : slices) inOrder.push_back(&slice);
   std::ranges::sort(inOrder, {}, [](const auto* slice) { return std::pair(slice->order, slice); });
   std::vector<Placed> notes;
   for (const auto* slice : inOrder) {
-    for (std::string_view left = slice->bytes; left.size() >= sizeof(NoteHead);) {
+    for (std::string_view left = slice->bytes; !left.empty();) {
       Placed note;
-      std::memcpy(&note.head, left.data(), sizeof note.head);
+      if (!beginsWithNote(left, note.head)) {  // of a dump
+        areAll = false;
+        break;
+      }
       left.remove_prefix(sizeof note.head);
-      if (left.size() < note.head.size) break;  // of a dump that breaks off
       note.note = left.substr(0, note.head.size);
       note.lane = slice->lane;
       note.place = notes.size();
@@ -75,12 +90,17 @@ struct DumpHead {
   std::array<std::uint64_t, kLanes> gone{};
   std::int64_t age = 0;
   std::uint16_t threads = 0;
+  std::array<char, 6> unused{};
 };
-struct DumpSlice {
+struct DumpSlice {  // the last has no bytes
   std::uint64_t order = 0;
   std::uint64_t size = 0;
   NoteLane lane{};
+  std::array<char, 7> unused{};
 };
+static_assert(std::has_unique_object_representations_v<DumpHead> &&
+                  std::has_unique_object_representations_v<DumpSlice>,
+              "what happened to be in memory would be in a dump");
 
 /// No ring is as large: what has more is no dump.
 constexpr std::uint64_t kMaxDumpBytes = std::uint64_t{1} << 30U;
@@ -89,17 +109,21 @@ bool isStatistics(std::string_view json) { return json.starts_with(R"({"event":"
 
 }  // namespace
 
-void NoteBatch::appendLines(std::string& out,
+bool NoteBatch::appendLines(std::string& out,
                             const std::function<std::string_view(std::uint16_t)>& thread,
                             std::chrono::milliseconds age) const {
-  const auto notes = notesIn(slices);
+  bool areAll = true;
+  const auto notes = notesIn(slices, areAll);
   std::int64_t latest = std::numeric_limits<std::int64_t>::min();
   for (const auto& note : notes) latest = std::max(latest, note.head.at);
   // Up to this step, not all that it did is left.
   auto before = std::max(gone[static_cast<std::size_t>(NoteLane::effects)],
                          gone[static_cast<std::size_t>(NoteLane::periodic)]);
   for (const auto& note : notes) {
-    if (note.head.at < latest - age.count()) before = std::max(before, note.key());
+    // Unsigned, as the times of a damaged dump may be any.
+    const auto older =
+        static_cast<std::uint64_t>(latest) - static_cast<std::uint64_t>(note.head.at);
+    if (older > static_cast<std::uint64_t>(age.count())) before = std::max(before, note.key());
   }
   std::string json;
   std::optional<std::size_t> statistics;  // the latest of those before
@@ -114,7 +138,10 @@ void NoteBatch::appendLines(std::string& out,
     if (isBefore && head.kind == NoteHead::Kind::effect) continue;
     if (isBefore && lane == NoteLane::periodic && i != statistics) continue;
     json.clear();
-    if (!appendNoteJson(json, note)) continue;  // nothing that was written here
+    if (!appendNoteJson(json, note)) {
+      areAll = false;
+      continue;
+    }
     appendNoteLine(out,
                    {.kind = static_cast<Note::Kind>(head.kind),
                     .at = std::chrono::milliseconds(head.at),
@@ -126,6 +153,7 @@ void NoteBatch::appendLines(std::string& out,
                     .text = json},
                    isBefore);
   }
+  return areAll;
 }
 
 /// What threads that end may still touch when the ring is gone.
@@ -215,6 +243,8 @@ struct NoteRing::Core {
   }
 
   Chunk* make(Lane& lane, std::size_t capacity) {
+    largest = std::max(largest, capacity);
+    if (mayBeDumped) copy.grow(largest);
     auto* chunk = spare;
     if (chunk) {
       spare = chunk->nextSealed;
@@ -230,7 +260,7 @@ struct NoteRing::Core {
   }
 
   /// A copy of all notes, or of those that were not taken yet.
-  NoteBatch copy(bool untaken) {
+  NoteBatch batch(bool untaken) {
     NoteBatch batch;
     const std::lock_guard lock(mutex);
     for (auto* chunk = all.load(); chunk; chunk = chunk->next) {
@@ -256,11 +286,27 @@ struct NoteRing::Core {
     return lanes.at(static_cast<std::size_t>(NoteLane::steps)).gone == 0;
   }
 
+  /// Where a dump has a chunk of its own, to take the secrets out of. There when it may be needed:
+  /// a handler of signals can't make it.
+  struct Copy {
+    std::unique_ptr<char[]> bytes;
+    std::size_t capacity = 0;
+
+    void grow(std::size_t to) {
+      if (capacity >= to) return;
+      bytes = std::make_unique_for_overwrite<char[]>(to);
+      capacity = to;
+    }
+  };
+
   ThreadNames names;
   std::mutex mutex;
   std::array<Lane, kLanes> lanes;
   std::atomic<Chunk*> all = nullptr;  // none goes before this
   Chunk* spare = nullptr;             // without memory
+  std::size_t largest = 0;            // chunk that was made
+  bool mayBeDumped = false;
+  Copy copy;
   std::uint64_t order = 0;
   bool taking = false;
   std::uint64_t lost = 0;
@@ -335,12 +381,12 @@ NoteRing::~NoteRing() = default;
 
 ThreadNames& NoteRing::threads() { return core_->names; }
 
-NoteBatch NoteRing::take() { return core_->copy(true); }
+NoteBatch NoteRing::take() { return core_->batch(true); }
 
 bool NoteRing::takeAnew() { return core_->untake(); }
 
 std::string NoteRing::recording(const TextMask& mask, std::string_view failure) const {
-  const auto batch = core_->copy(false);
+  const auto batch = core_->batch(false);
   const bool whole = batch.gone[static_cast<std::size_t>(NoteLane::steps)] == 0;
   auto out = recordingHeader(options_.program, whole, failure);
   batch.appendLines(
@@ -357,58 +403,93 @@ std::string NoteRing::recording(const TextMask& mask, std::string_view failure) 
   return masked;
 }
 
-bool NoteRing::dump(int descriptor, const std::vector<std::string>& keys) noexcept {
-  const auto put = [descriptor](const void* bytes, std::size_t size) {
-    const auto* from = static_cast<const char*>(bytes);
-    while (size > 0) {
-      const auto written = ::write(descriptor, from, size);
-      if (written < 0 && errno == EINTR) continue;
-      if (written <= 0) return false;
-      from += written;
-      size -= static_cast<std::size_t>(written);
-    }
-    return true;
+void NoteRing::prepareDump() {
+  const std::lock_guard lock(core_->mutex);
+  core_->mayBeDumped = true;
+  core_->copy.grow(core_->largest);
+}
+
+namespace {
+
+/// Locks `mutex`, unless that takes long: whoever has it may be the thread that has died, and then
+/// no other gets it.
+std::unique_lock<std::mutex> lockForDump(std::mutex& mutex) {
+  std::unique_lock lock(mutex, std::defer_lock);
+  for (int tries = 0; !lock.try_lock() && tries < 100; ++tries) ::poll(nullptr, 0, 1);
+  return lock;
+}
+
+bool writeBytes(int descriptor, const void* bytes, std::size_t size) {
+  const auto* from = static_cast<const char*>(bytes);
+  while (size > 0) {
+    const auto written = ::write(descriptor, from, size);
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) return false;
+    from += written;
+    size -= static_cast<std::size_t>(written);
+  }
+  return true;
+}
+
+void eraseSecretsOfNotes(char* notes, std::size_t size, const std::vector<std::string>& keys) {
+  for (std::size_t at = 0; at + sizeof(NoteHead) <= size;) {
+    NoteHead head;
+    std::memcpy(&head, notes + at, sizeof head);
+    at += sizeof head;
+    eraseSecrets(notes + at, std::min<std::size_t>(head.size, size - at), keys);
+    at += head.size;
+  }
+}
+
+}  // namespace
+
+bool NoteRing::dump(int descriptor, const std::vector<std::string>& keys) const noexcept {
+  const auto put = [descriptor](const auto& value) {
+    return writeBytes(descriptor, &value, sizeof value);
   };
-  const auto putValue = [&](const auto& value) { return put(&value, sizeof value); };
-  // No lock: a thread that holds it may be the one that has died.
+  // So that no chunk is another's, or gone, while it is read; notes that come are behind its end.
+  const auto lock = lockForDump(core_->mutex);
   DumpHead head;
   options_.program.copy(head.program.data(), head.program.size() - 1);
   head.age = std::chrono::milliseconds(options_.age).count();
   for (std::size_t i = 0; i < kLanes; ++i) head.gone.at(i) = core_->lanes.at(i).gone;
   head.threads = core_->names.count();
-  if (!put(kDumpMark.data(), kDumpMark.size()) || !putValue(head)) return false;
+  if (!writeBytes(descriptor, kDumpMark.data(), kDumpMark.size()) || !put(head)) return false;
   for (std::uint16_t i = 0; i < head.threads; ++i) {
     std::array<char, ThreadNames::kBytes> name{};
     core_->names.name(i).copy(name.data(), name.size());
-    if (!putValue(name)) return false;
+    if (!put(name)) return false;
   }
+  auto* const copy = core_->copy.bytes.get();
   for (auto* chunk = core_->all.load(); chunk; chunk = chunk->next) {
     const auto used = chunk->used.load(std::memory_order_acquire);
-    if (!chunk->bytes || used == 0) continue;
-    for (std::size_t at = 0; at + sizeof(NoteHead) <= used;) {
-      NoteHead note;
-      std::memcpy(&note, chunk->bytes + at, sizeof note);
-      at += sizeof note;
-      eraseSecrets(chunk->bytes + at, std::min<std::size_t>(note.size, used - at), keys);
-      at += note.size;
-    }
-    const DumpSlice slice{chunk->order, used, chunk->lane};
-    if (!putValue(slice) || !put(chunk->bytes, used)) return false;
+    if (!chunk->bytes || used == 0 || used > core_->copy.capacity) continue;
+    std::memcpy(copy, chunk->bytes, used);
+    eraseSecretsOfNotes(copy, used, keys);
+    const DumpSlice slice{.order = chunk->order, .size = used, .lane = chunk->lane};
+    if (!put(slice) || !writeBytes(descriptor, copy, used)) return false;
   }
-  return true;
+  return put(DumpSlice());
 }
 
-std::optional<std::string> recordingOfDump(std::istream& in) {
-  DumpHead head;
+std::optional<DumpedRecording> recordingOfDump(std::istream& in, std::string& error) {
   const auto take = [&](void* to, std::size_t size) {
     in.read(static_cast<char*>(to), static_cast<std::streamsize>(size));
     return static_cast<std::size_t>(in.gcount()) == size;
   };
-  if (!take(&head, sizeof head) || head.threads > ThreadNames::kMost) return std::nullopt;
+  const auto refuse = [&](const std::string& why) {
+    error = "this dump is damaged: " + why;
+    return std::nullopt;
+  };
+  DumpHead head;
+  if (!take(&head, sizeof head)) return refuse("it breaks off in its head");
+  if (head.threads == 0 || head.threads > ThreadNames::kMost)
+    return refuse("it can't be of " + std::to_string(head.threads) + " threads");
+  if (head.age < 0) return refuse("it can't be of " + std::to_string(head.age) + " milliseconds");
   ThreadNames names(head.threads);
   for (std::uint16_t i = 0; i < head.threads; ++i) {
     std::array<char, ThreadNames::kBytes> name{};
-    if (!take(name.data(), name.size())) return std::nullopt;
+    if (!take(name.data(), name.size())) return refuse("it breaks off in the names of threads");
     name.back() = 0;
     names.add(name.data());
   }
@@ -416,25 +497,32 @@ std::optional<std::string> recordingOfDump(std::istream& in) {
   batch.gone = head.gone;
   head.program.back() = 0;
   std::uint64_t left = kMaxDumpBytes;
-  for (DumpSlice slice; take(&slice, sizeof slice);) {
-    if (slice.lane > NoteLane::periodic || slice.size == 0 || slice.size > left)
-      return std::nullopt;
+  DumpedRecording recording;
+  for (;;) {
+    DumpSlice slice;
+    recording.cutOff = !take(&slice, sizeof slice);
+    if (recording.cutOff || slice.size == 0) break;
+    const auto part = "part " + std::to_string(batch.slices.size() + 1);
+    if (slice.lane > NoteLane::periodic) return refuse(part + " is of no known kind");
+    if (slice.size > left)
+      return refuse(part + " can't have " + std::to_string(slice.size) + " bytes");
     left -= slice.size;
     std::string bytes;
-    for (std::array<char, 65'536> part; slice.size > bytes.size();) {
-      in.read(part.data(), static_cast<std::streamsize>(
-                               std::min<std::uint64_t>(part.size(), slice.size - bytes.size())));
+    for (std::array<char, 65'536> some; slice.size > bytes.size();) {
+      in.read(some.data(), static_cast<std::streamsize>(
+                               std::min<std::uint64_t>(some.size(), slice.size - bytes.size())));
       if (in.gcount() == 0) break;  // it breaks off here
-      bytes.append(part.data(), static_cast<std::size_t>(in.gcount()));
+      bytes.append(some.data(), static_cast<std::size_t>(in.gcount()));
     }
     batch.slices.push_back({slice.lane, slice.order, std::move(bytes)});
   }
-  auto out = recordingHeader(head.program.data(),
-                             head.gone[static_cast<std::size_t>(NoteLane::steps)] == 0);
-  batch.appendLines(
-      out, [&](std::uint16_t number) { return names.name(number); },
+  std::string lines;
+  const bool areAll = batch.appendLines(
+      lines, [&](std::uint16_t number) { return names.name(number); },
       std::chrono::milliseconds(head.age));
-  return out;
+  const bool isWhole = areAll && head.gone[static_cast<std::size_t>(NoteLane::steps)] == 0;
+  recording.text = recordingHeader(head.program.data(), isWhole) + lines;
+  return recording;
 }
 
 bool NoteRing::write(const std::string& file, const TextMask& mask, std::string& error,

@@ -58,8 +58,9 @@ struct NoteBatch {
   std::uint64_t lost = 0;               ///< notes that went before they could be taken
 
   /// Appends the lines of a recording that say what is in here, by steps. What is older than
-  /// `age` before the latest is left out, save the steps that changed the router's state.
-  void appendLines(std::string& out, const std::function<std::string_view(std::uint16_t)>& thread,
+  /// `age` before the latest is left out, save the steps that changed the router's state. Whether
+  /// all could be read, as in a ring it can.
+  bool appendLines(std::string& out, const std::function<std::string_view(std::uint16_t)>& thread,
                    std::chrono::milliseconds age) const;
 };
 
@@ -97,10 +98,14 @@ class NoteRing {
   /// steps from the beginning.
   bool takeAnew();
 
-  /// Writes what is there to the file `descriptor`, in the form of a dump (Recording.h), after
-  /// having overwritten the values of `keys` in memory: JSON texts, or the records' own. Calls
-  /// nothing that a handler of signals must not call. False when it can't be written.
-  bool dump(int descriptor, const std::vector<std::string>& keys) noexcept;
+  /// Has `dump` write notes from now on: it needs memory as large as the largest chunk.
+  void prepareDump();
+
+  /// Writes what is there to the file `descriptor`, in the form of a dump (Recording.h). The values
+  /// of `keys`, in JSON texts and in records, are overwritten in a copy; the ring is only read.
+  /// Calls nothing that a handler of signals must not call, and waits for a tenth of a second at
+  /// the most; others may write notes meanwhile. False when it can't be written.
+  bool dump(int descriptor, const std::vector<std::string>& keys) const noexcept;
 
   const NoteRingOptions& options() const { return options_; }
   ThreadNames& threads();

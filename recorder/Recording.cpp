@@ -1,9 +1,12 @@
 #include "recorder/Recording.h"
 
 #include <algorithm>
+#include <array>
 #include <istream>
 #include <numeric>
 #include <sstream>
+#include <stdexcept>
+#include <unordered_set>
 #include <utility>
 
 #include "json/JsonReader.h"
@@ -32,36 +35,57 @@ std::optional<std::int64_t> integer(const json::object& line, std::string_view k
   return number ? std::optional(*number) : std::nullopt;
 }
 
+/// Why a line can't be taken in.
+class Damage : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// The text under `key`, empty where there is none.
 std::string text(const json::object& line, std::string_view key) {
   const auto* const value = line.if_contains(key);
-  const auto* const string = value ? value->if_string() : nullptr;
-  return string ? std::string(*string) : std::string();
+  if (!value) return {};
+  if (const auto* const string = value->if_string()) return std::string(*string);
+  throw Damage(std::string(key) + " is no text");
 }
 
+/// The flag under `key`, false where there is none.
 bool flag(const json::object& line, std::string_view key) {
   const auto* const value = line.if_contains(key);
-  return value && value->is_bool() && value->get_bool();
+  if (!value) return false;
+  if (const auto* const is = value->if_bool()) return *is;
+  throw Damage(std::string(key) + " is neither true nor false");
 }
 
-std::optional<RecordedNote> noteIn(const json::object& line) {
+/// The number under `key`, which is not negative.
+std::uint64_t count(const json::object& line, std::string_view key) {
+  const auto number = integer(line, key);
+  if (!number || *number < 0) throw Damage(std::string(key) + " is no number of steps");
+  return static_cast<std::uint64_t>(*number);
+}
+
+constexpr std::array<std::pair<std::string_view, Note::Kind>, 3> kKinds{
+    {{"step", Note::Kind::step}, {"task", Note::Kind::task}, {"effect", Note::Kind::effect}}};
+
+RecordedNote noteIn(const json::object& line) {
   RecordedNote note;
-  const json::value* what = line.if_contains("step");
-  if (const auto* const effect = line.if_contains("effect")) {
-    note.kind = Note::Kind::effect;
-    what = effect;
-  } else if (const auto* const task = line.if_contains("task")) {
-    note.kind = Note::Kind::task;
-    what = task;
+  const json::value* what = nullptr;
+  for (const auto& [name, kind] : kKinds) {
+    const auto* const found = line.if_contains(name);
+    if (!found) continue;
+    if (what) throw Damage("two notes are in it");
+    what = found;
+    note.kind = kind;
   }
+  if (!what) throw Damage("no note is in it");
+  if (!what->is_object()) throw Damage("the note is no object");
   const auto at = integer(line, "at");
-  const auto number = integer(line, "n");
-  const auto* const thread = line.if_contains("thread");
-  if (!what || !what->is_object() || !at || !number || *number < 0) return std::nullopt;
-  if (!thread || !thread->is_string()) return std::nullopt;
+  if (!at) throw Damage("at is no time");
   note.at = std::chrono::milliseconds(*at);
-  note.thread = thread->get_string();
-  note.step = static_cast<std::uint64_t>(*number);
-  note.by = static_cast<std::uint64_t>(integer(line, "by").value_or(0));
+  note.thread = text(line, "thread");
+  if (note.thread.empty()) throw Damage("there is no thread");
+  note.step = count(line, "n");
+  if (line.contains("by")) note.by = count(line, "by");
   note.overlaps = flag(line, "overlaps");
   note.before = flag(line, "before");
   const auto text = jsonText(what->get_object());
@@ -69,22 +93,81 @@ std::optional<RecordedNote> noteIn(const json::object& line) {
   return note;
 }
 
-/// Takes in one line; false when it is damaged. Lines of which a writer says that they are
-/// lost leave a gap.
-bool takeLine(const json::object& line, Recording& recording) {
-  if (line.contains("lost")) {
-    recording.whole = false;
-    return true;
+/// Takes the lines of a recording in.
+class Reader {
+ public:
+  /// Lines of which a writer says that they are lost leave a gap.
+  void take(const json::object& line, std::int64_t number) {
+    if (line.contains("lost")) {
+      static_cast<void>(count(line, "lost"));
+      recording_.whole = false;
+      return;
+    }
+    auto note = noteIn(line);
+    note.line = number;
+    if (note.isStep()) {
+      if (note.step == 0) throw Damage("the step has no number");
+      if (!steps_.insert(note.step).second)
+        throw Damage("there is a step " + std::to_string(note.step) + " before");
+      latest_ = std::max(latest_, note.step);
+      hasBefore_ = hasBefore_ || note.before;
+    }
+    recording_.notes.push_back(std::move(note));
   }
-  auto note = noteIn(line);
-  if (!note) return false;
-  recording.notes.push_back(*std::move(note));
-  return true;
-}
+
+  /// The first line: what the file is, or, where the older files of a session are not there, a
+  /// note.
+  void takeFirst(const std::string& line) {
+    const auto first = lineObject(line);
+    const auto version = first ? integer(*first, "vemorec") : std::nullopt;
+    if (first && !first->contains("vemorec")) {
+      try {
+        recording_.whole = false;
+        return take(*first, 1);
+      } catch (const Damage&) {
+        throw Damage("this is no recording");
+      }
+    }
+    if (!version || *version < 1) {
+      throw Damage(line.starts_with(kByteOrderMark)
+                       ? "this is no recording: there is a byte order mark in front"
+                       : "this is no recording");
+    }
+    if (*version > kRecordingVersion) {
+      throw Damage("this recording has the form " + std::to_string(*version) +
+                   " of a later version; this one reads forms up to " +
+                   std::to_string(kRecordingVersion));
+    }
+    try {
+      recording_.program = text(*first, "program");
+      recording_.failure = text(*first, "failure");
+      recording_.whole = flag(*first, "whole");
+    } catch (const Damage& damage) {
+      throw Damage(std::string("line 1 of the recording is damaged: ") + damage.what());
+    }
+  }
+
+  void breaksOff() { recording_.cutOff = true; }
+
+  Recording whole() {
+    // Of what was left out for its age the steps that change the router's state are there.
+    if (!hasBefore_ && steps_.size() < latest_) recording_.whole = false;
+    sort(recording_.notes);
+    return std::move(recording_);
+  }
+
+ private:
+  static void sort(std::vector<RecordedNote>& notes);
+
+  Recording recording_;
+  std::unordered_set<std::uint64_t> steps_;
+  std::uint64_t latest_ = 0;
+  bool hasBefore_ = false;
+};
 
 /// Brings steps into the order in which they began, each with what came in it behind it. Lines
 /// are written as they come, of several threads.
-void sort(std::vector<RecordedNote>& notes) {
+void Reader::sort(std::vector<RecordedNote>& notes) {
   std::uint64_t latest = 0;
   std::vector<std::pair<std::uint64_t, int>> keys(notes.size());
   for (std::size_t i = 0; i < notes.size(); ++i) {
@@ -102,32 +185,6 @@ void sort(std::vector<RecordedNote>& notes) {
   sorted.reserve(notes.size());
   for (const auto i : order) sorted.push_back(std::move(notes[i]));
   notes = std::move(sorted);
-}
-
-/// The first line: what the file is, or, where the older files of a session are not there, a
-/// note.
-bool takeFirstLine(const std::string& line, Recording& recording, std::string& error) {
-  const auto first = lineObject(line);
-  const auto version = first ? integer(*first, "vemorec") : std::nullopt;
-  if (first && !version && takeLine(*first, recording)) {
-    recording.whole = false;
-    return true;
-  }
-  if (!version || *version < 1) {
-    error = line.starts_with(kByteOrderMark)
-                ? "this is no recording: there is a byte order mark in front"
-                : "this is no recording";
-    return false;
-  }
-  if (*version > kRecordingVersion) {
-    error = "this recording has the form " + std::to_string(*version) +
-            " of a later version; this one reads forms up to " + std::to_string(kRecordingVersion);
-    return false;
-  }
-  recording.program = text(*first, "program");
-  recording.failure = text(*first, "failure");
-  recording.whole = flag(*first, "whole");
-  return true;
 }
 
 }  // namespace
@@ -153,36 +210,50 @@ void appendNoteLine(std::string& out, const Note& note, bool before) {
 }
 
 std::optional<Recording> readRecording(std::istream& in, std::string& error) {
-  Recording recording;
   std::string line;
   if (readLine(in, line) == LineRead::tooLong) line.clear();
   if (line + '\n' == kDumpMark) {
-    const auto text = recordingOfDump(in);
-    if (!text) {
-      error = "this dump is damaged";
-      return std::nullopt;
+    auto dump = recordingOfDump(in, error);
+    if (!dump) return std::nullopt;
+    std::istringstream lines(std::move(dump->text));
+    auto recording = readRecording(lines, error);
+    if (!recording) {
+      error = "this dump is damaged: of what it holds, " + error;
+    } else {
+      recording->cutOff = dump->cutOff;
+      for (auto& note : recording->notes) note.line = 0;
     }
-    std::istringstream lines(*text);
-    return readRecording(lines, error);
+    return recording;
   }
-  if (!takeFirstLine(line, recording, error)) return std::nullopt;
-  for (std::int64_t number = 2;; ++number) {
-    const auto read = readLine(in, line);
-    if (read == LineRead::none) break;
-    const auto object = read == LineRead::whole ? lineObject(line) : std::nullopt;
-    if (object && takeLine(*object, recording)) continue;
-    if (read == LineRead::tooLong || !in.eof()) {
-      error = "line " + std::to_string(number) + " of the recording is damaged";
-      return std::nullopt;
+  Reader reader;
+  std::int64_t number = 1;
+  try {
+    reader.takeFirst(line);
+    for (;;) {
+      const auto read = readLine(in, line);
+      if (read == LineRead::none) break;
+      ++number;
+      const auto object = read == LineRead::whole ? lineObject(line) : std::nullopt;
+      if (object) {
+        reader.take(*object, number);
+      } else if (read == LineRead::whole && in.eof()) {
+        reader.breaksOff();
+      } else {
+        throw Damage(read == LineRead::tooLong ? std::string(kLineTooLong)
+                                               : "it is no JSON object");
+      }
     }
-    recording.cutOff = true;
+  } catch (const Damage& damage) {
+    error = number == 1 ? damage.what()
+                        : "line " + std::to_string(number) +
+                              " of the recording is damaged: " + damage.what();
+    return std::nullopt;
   }
-  sort(recording.notes);
   if (in.bad()) {
     error = "the recording can't be read to its end";
     return std::nullopt;
   }
-  return recording;
+  return reader.whole();
 }
 
 }  // namespace vemo

@@ -26,7 +26,7 @@
 // The first line has "failure", too, when a host named one as the reason to write the file.
 //
 // A dump is what NoteRing::dump writes: kDumpMark, and bytes as they were in memory, to be read on
-// a machine of the same kind.
+// a machine of the same kind. Its last part has no bytes.
 
 namespace vemo {
 
@@ -35,9 +35,15 @@ inline constexpr std::int64_t kRecordingVersion = 1;
 
 inline constexpr std::string_view kDumpMark = "vemorec dump 1\n";
 
-/// The recording that the dump in `in`, behind its mark, is of: its text; nothing when it is
-/// damaged. One that breaks off is read as far as it goes.
-std::optional<std::string> recordingOfDump(std::istream& in);
+struct DumpedRecording {
+  std::string text;
+  bool cutOff = false;  ///< the dump breaks off
+};
+
+/// The recording that the dump in `in`, behind its mark, is of; nothing, with a sentence in
+/// `error`, when it is damaged. One that breaks off is read as far as it goes. Where notes in it
+/// can't be read, the others are there, and the recording is not whole.
+std::optional<DumpedRecording> recordingOfDump(std::istream& in, std::string& error);
 
 /// The first line of a recording by `program`; `whole`: nothing of the beginning is missing;
 /// `failure`: why it was written, if a host named a failure.
@@ -56,13 +62,17 @@ struct RecordedNote {
   bool overlaps = false;
   bool before = false;
   boost::json::object what;  ///< the step or the effect, whole
+  std::int64_t line = 0;     ///< of the recording; 0 in a dump
+
+  /// Whether it went into the router: not what the device answered when it was asked.
+  bool isStep() const { return kind != Note::Kind::effect && !what.contains("device"); }
 };
 
 struct Recording {
   std::string program;
   std::string failure;  ///< what the host named; empty: nothing
   bool whole = true;    ///< nothing of the beginning is missing, nor was lost on the way
-  bool cutOff = false;  ///< the last line was not finished, and is left out
+  bool cutOff = false;  ///< it breaks off; a line that was not finished is left out
   std::vector<RecordedNote> notes;
 };
 

@@ -6,6 +6,8 @@
 #include <boost/json/value.hpp>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -14,6 +16,11 @@
 #include <vector>
 
 #include "json/JsonText.h"
+#include "platform/Version.h"
+#include "recorder/DeviceState.h"
+#include "replay/Effects.h"
+#include "replay/Scenario.h"
+#include "replay/ScenarioError.h"
 
 namespace vemo::replay {
 namespace {
@@ -34,16 +41,39 @@ bool isText(const json::object& object, std::string_view key, std::string_view t
   return value && value->is_string() && std::string_view(value->get_string()) == text;
 }
 
+/// What a system of the version `os` can capture, as the router tells it.
+std::int64_t captureMode(std::string_view os) {
+  const auto major = versionFrom(os).value_or(Version()).front();
+  return (major >= 13 ? 1 : 0) + (major >= 11 ? 2 : 0);
+}
+
+/// What the system can capture, where `effects` tell it to a page.
+std::optional<std::int64_t> toldCaptureMode(const json::array& effects) {
+  for (const auto& one : effects) {
+    const auto& effect = one.get_object();
+    const auto* const value = effect.if_contains("retval");
+    const auto* const object = value ? value->if_object() : nullptr;
+    const auto* const mode = object ? object->if_contains("mode") : nullptr;
+    if (isText(effect, "action", "isSupportScreenCapture") && mode && mode->is_int64())
+      return mode->get_int64();
+  }
+  return std::nullopt;
+}
+
+const json::object& objectAt(const json::value& value, std::string_view key) {
+  if (const auto* const object = value.if_object()) return *object;
+  throw ScenarioError(std::string(key) + " is no object");
+}
+
 /// Adds `changes` to `device`; what has keys of its own key by key.
 void merge(json::object& device, const json::object& changes) {
   for (const auto& [key, value] : changes) {
     if (key != "results" || !device.contains(key)) {
-      device[key] = value;
+      device[key] = key == "results" ? objectAt(value, key) : value;
       continue;
     }
-    for (const auto& [operation, result] : value.as_object()) {
-      device[key].as_object()[operation] = result;
-    }
+    auto& results = device[key].get_object();
+    for (const auto& [operation, result] : objectAt(value, key)) results[operation] = result;
   }
 }
 
@@ -64,11 +94,21 @@ bool expectation(const RecordedNote& note, json::object& effect) {
   return true;
 }
 
-/// The parts of a recording, in the order in which they began.
+/// The parts of a recording, in the order in which they began. A note that no scenario can have is
+/// a ScenarioError.
 class Parts {
  public:
   explicit Parts(const Recording& recording) {
-    for (const auto& note : recording.notes) take(note);
+    for (const auto& note : recording.notes) {
+      try {
+        take(note);
+      } catch (const ArgumentError& error) {
+        throw ScenarioError(
+            (note.line > 0 ? "line " + std::to_string(note.line) + " of the recording is damaged: "
+                           : std::string("this dump is damaged: ")) +
+            error.what());
+      }
+    }
   }
 
   std::vector<Part>& all() { return parts_; }
@@ -86,9 +126,10 @@ class Parts {
     if (const auto* const changes = note.what.if_contains("device")) {
       const auto place = find(note.step);
       const bool within = note.step > 0 && place < parts_.size();
-      merge(within ? parts_[place].device : pending_, changes->as_object());
+      merge(within ? parts_[place].device : pending_, objectAt(*changes, "device"));
       return;
     }
+    static_cast<void>(stepOf(note.what));
     // A task of a step that is not there any more has nothing that it could run.
     if (note.kind == Note::Kind::task && find(note.by) == parts_.size()) return;
     places_.emplace(note.step, parts_.size());
@@ -96,8 +137,10 @@ class Parts {
   }
 
   void takeEffect(const RecordedNote& note) {
+    if (!note.what.contains("effect")) throw ScenarioError("an effect without a name");
     json::object effect;
     const bool expected = expectation(note, effect);
+    checkExpected({effect});
     const auto place = find(note.step);
     if (place < parts_.size()) {
       if (expected) parts_[place].effects.push_back(std::move(effect));
@@ -142,9 +185,25 @@ class Writer {
  private:
   void line(const json::object& step) { out_ << jsonText(step) << '\n'; }
 
-  void writeDevice(const json::object& device) {
-    if (device.empty()) return;
-    json::object step{{"device", device}};
+  /// The version of the system in `part`. What it can capture a process finds out once: where that
+  /// was before the recording began, or at another router, the system is one that can do as much,
+  /// while the player finds it out.
+  std::string systemIn(const Part& part) {
+    const auto mode = knowsCapture_ ? std::nullopt : toldCaptureMode(part.effects);
+    if (!mode) return os_;
+    knowsCapture_ = true;
+    if (captureMode(os_) == *mode) return os_;
+    return *mode == captureMode("13") ? "13.0.0" : *mode == captureMode("11") ? "11.0.0" : "10.0.0";
+  }
+
+  /// Writes what the device answers in `part`, if anything is another than before.
+  void writeDevice(Part& part) {
+    const auto* const told = part.device.if_contains("os");
+    if (told && told->is_string()) os_ = told->get_string();
+    const auto os = systemIn(part);
+    if (std::exchange(writtenOs_, os) != os) part.device["os"] = os;
+    if (part.device.empty()) return;
+    json::object step{{"device", part.device}};
     if (!waiting_.empty() || !quiet_) step["hold"] = true;
     line(step);
   }
@@ -173,6 +232,7 @@ class Writer {
   /// Whether the `tasks` behind the step at `i` are all that waits then, come in order, and
   /// need no device and no expectation of their own.
   bool together(std::size_t i, std::size_t tasks) {
+    if (waiting_.size() > tasks) return false;
     auto& all = parts_.all();
     const auto before = waiting_;
     queueTasksOf(i);
@@ -196,7 +256,7 @@ class Writer {
     quiet_ = quiet_ && (i <= lastTask_ || part.note->thread == "main");
     const auto tasks = tasksFrom(i + 1);
     const bool whole = quiet_ && together(i, tasks);
-    writeDevice(part.device);
+    writeDevice(part);
     auto step = part.note->what;
     if (part.note->overlaps) step["overlaps"] = true;
     if (whole) {
@@ -215,7 +275,7 @@ class Writer {
 
   std::size_t writeDrain(std::size_t i) {
     auto& part = parts_.all()[i];
-    writeDevice(part.device);
+    writeDevice(part);
     json::object step{{"drain", 1}};
     if (const auto place = unqueue(i); place > 0) step["nth"] = place + 1;
     step["hold"] = true;
@@ -244,13 +304,17 @@ class Writer {
   std::ostream& out_;
   std::vector<std::size_t> queued_;
   std::size_t lastTask_ = 0;
-  std::vector<std::size_t> waiting_;  // of each task that waits, which part queued it
-  bool quiet_ = true;                 // no task can wait but those
+  std::deque<std::size_t> waiting_;  // of each task that waits, which part queued it
+  bool quiet_ = true;                // no task can wait but those
+  std::string os_ = std::to_string(DeviceState().os[0]);
+  std::string writtenOs_ = os_;
+  bool knowsCapture_ = false;
 };
 
 }  // namespace
 
 void writeSession(const Recording& recording, std::ostream& out) {
+  Writer writer(recording, out);
   out << "# Recorded by " << (recording.program.empty() ? "an unknown version" : recording.program)
       << ".\n";
   if (!recording.failure.empty()) {
@@ -262,7 +326,7 @@ void writeSession(const Recording& recording, std::ostream& out) {
     out << "# Part of it is missing: steps may differ that build on that.\n";
   }
   if (recording.cutOff) out << "# It breaks off: the last line was not finished.\n";
-  Writer(recording, out).write();
+  writer.write();
 }
 
 }  // namespace vemo::replay

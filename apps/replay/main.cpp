@@ -15,6 +15,7 @@
 #include "replay/Minimise.h"
 #include "replay/Nearest.h"
 #include "replay/Replay.h"
+#include "replay/ScenarioError.h"
 #include "replay/SessionWriter.h"
 #include "replay/Suite.h"
 
@@ -55,13 +56,16 @@ constexpr std::array<std::string_view, 4> kJobs{"--check", "--accept", "--from",
 
 int fromRecording(std::istream& in, std::string_view name) {
   std::string error;
-  const auto recording = vemo::readRecording(in, error);
-  if (!recording) {
-    std::cerr << name << ": " << error << '\n';
-    return vemo::replay::kUnreadable;
+  if (const auto recording = vemo::readRecording(in, error)) {
+    try {
+      vemo::replay::writeSession(*recording, std::cout);
+      return vemo::replay::kDone;
+    } catch (const vemo::replay::ScenarioError& damage) {
+      error = damage.what();
+    }
   }
-  vemo::replay::writeSession(*recording, std::cout);
-  return vemo::replay::kDone;
+  std::cerr << name << ": " << error << '\n';
+  return vemo::replay::kUnreadable;
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "fuzz/FuzzTarget.h"
 #include "recorder/Recording.h"
 #include "replay/Replay.h"
+#include "replay/ScenarioError.h"
 #include "replay/SessionWriter.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -18,7 +19,12 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (!recording) return 0;
 
   std::stringstream scenario;
-  replay::writeSession(*recording, scenario);
+  try {
+    replay::writeSession(*recording, scenario);
+  } catch (const replay::ScenarioError& damage) {
+    fuzz::must(scenario.str().empty(), "nothing is half written", damage.what());
+    return 0;
+  }
   fuzz::forEachLine(scenario.str(), [](std::string_view line) {
     fuzz::must(line.empty() || line.starts_with('#') || fuzz::isJson(line),
                "a scenario's line is JSON", line);

@@ -5,8 +5,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
+#include <atomic>
 #include <boost/json/parse.hpp>
 #include <csignal>
+#include <cstdint>
+#include <cstdio>
 #include <exception>
 #include <filesystem>
 #include <fstream>
@@ -14,6 +18,8 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "json/JsonText.h"
 #include "recorder/Recorded.h"
@@ -93,7 +99,7 @@ void expectLesson(const DumpFile& file) {
   }
   std::istringstream damaged(bytes.substr(0, 40));
   EXPECT_FALSE(readRecording(damaged, error));
-  EXPECT_EQ(error, "this dump is damaged");
+  EXPECT_EQ(error, "this dump is damaged: it breaks off in its head");
 }
 
 TEST(CrashDump, OfASignalTheLastMinutesAreThere) {
@@ -108,9 +114,99 @@ TEST(CrashDump, OfAnExceptionThatNobodyCaughtTheLastMinutesAreThere) {
   expectLesson(file);
 }
 
+TEST(CrashDump, OfASignalFromOutsideTheLastMinutesAreThere) {
+  const DumpFile file;
+  std::array<int, 2> ready{};
+  ASSERT_EQ(::pipe(ready.data()), 0);
+  std::thread killer([&] {
+    pid_t child = 0;
+    EXPECT_EQ(::read(ready[0], &child, sizeof child), ssize_t{sizeof child});
+    ::kill(child, SIGABRT);
+  });
+  const auto wait = [&] {
+    const auto here = ::getpid();
+    if (::write(ready[1], &here, sizeof here) != ssize_t{sizeof here}) ::_exit(1);
+    for (;;) ::pause();
+  };
+  EXPECT_EQ(signalOf(file.name(), wait), SIGABRT);
+  killer.join();
+  ::close(ready[0]);
+  ::close(ready[1]);
+  expectLesson(file);
+}
+
 TEST(CrashDump, WhereNothingCanBeWrittenTheProcessDiesAsItWould) {
   EXPECT_EQ(signalOf("/dev/full", [] { ::raise(SIGSEGV); }), SIGSEGV);
   EXPECT_EQ(signalOf("/no/such/folder/file", [] { ::raise(SIGSEGV); }), SIGSEGV);
+}
+
+/// What a dump of `ring` has.
+std::string dumpOf(const NoteRing& ring) {
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::tmpfile(), &std::fclose);
+  EXPECT_TRUE(ring.dump(::fileno(file.get()), {"userSig"}));
+  std::string bytes(static_cast<std::size_t>(::lseek(::fileno(file.get()), 0, SEEK_CUR)), '\0');
+  EXPECT_EQ(::pread(::fileno(file.get()), bytes.data(), bytes.size(), 0), std::ssize(bytes));
+  return bytes;
+}
+
+TEST(CrashDump, TheRingIsOnlyRead) {
+  FakePlatform platform;
+  const auto ring = std::make_shared<NoteRing>(NoteRingOptions());
+  ring->prepareDump();
+  Recorder recorder(platform.pieces(), ring, nullptr);
+  const auto router = recorded(recorder, platform);
+  send(*router, "initSDK");
+  // Larger than any chunk was when the dump was prepared.
+  send(*router, "enterRoom",
+       R"({"sdkAppId":1,"userId":"ada","userSig":"very/secret+=","roomId":7,"more":")" +
+           std::string(std::size_t{200} << 10U, 'x') + R"("})");
+  const auto before = ring->recording(nullptr);
+  EXPECT_NE(before.find("very/secret"), std::string::npos);
+  const auto dump = dumpOf(*ring);
+  EXPECT_EQ(dump.find("very/secret"), std::string::npos);
+  EXPECT_NE(sessionOf(dump).find(R"("userSig":"*************")"), std::string::npos);
+  EXPECT_EQ(ring->recording(nullptr), before);
+}
+
+TEST(CrashDump, MayBeWrittenWhileOthersWrite) {
+  NoteRingOptions options;
+  options.bytes = std::size_t{512} << 10U;
+  NoteRing ring(options);
+  ring.prepareDump();
+  std::atomic<std::uint64_t> steps = 0;
+  std::atomic<int> writing = 0;
+  std::vector<std::jthread> threads;
+  for (int thread = 0; thread < 3; ++thread) {
+    threads.emplace_back([&](const std::stop_token& enough) {
+      ObjectNames names;
+      for (int count = 0; !enough.stop_requested(); ++count) {
+        const auto step = ++steps;
+        auto& memory = ring.memory(NoteLane::steps);
+        NoteWriter note(memory, names, sizeof(NoteHead));
+        note.add("text", R"({"userSig":"very/secret+=","of":")" + std::to_string(step) + R"("})");
+        const auto whole = note.whole();
+        NoteHead head;
+        head.step = step;
+        NoteRing::keep(memory, head, whole);
+        if (count == 1000) {
+          ++writing;
+          writing.notify_one();
+        }
+      }
+    });
+  }
+  for (auto count = writing.load(); count < 3; count = writing.load()) writing.wait(count);
+  for (int i = 0; i < 10; ++i) {
+    const auto dump = dumpOf(ring);
+    EXPECT_EQ(dump.find("very/secret"), std::string::npos);
+    std::istringstream in(dump);
+    std::string error;
+    const auto recording = readRecording(in, error);
+    ASSERT_TRUE(recording) << error;
+    EXPECT_GT(recording->notes.size(), 100U);
+    for (const auto& note : recording->notes)
+      EXPECT_EQ(note.what.at("text").as_string().find(R"({"userSig":"*************","of":")"), 0U);
+  }
 }
 
 std::string erased(const std::function<void(NoteWriter&)>& write) {

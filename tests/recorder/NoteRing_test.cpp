@@ -57,9 +57,9 @@ void noteStep(NoteRing& ring, std::uint64_t number, milliseconds at, bool period
     NoteRing::keep(memory, head, whole);
   };
   keep(NoteLane::steps, NoteHead::Kind::step,
-       [&](NoteWriter& note) { note.add("event", event).add("as", std::string(900, 'x')); });
+       [&](NoteWriter& note) { note.add("event", event).addArray("args", std::string(900, 'x')); });
   keep(NoteLane::effects, NoteHead::Kind::effect, [&](NoteWriter& note) {
-    note.add("effect", std::string_view("syslog")).add("text", std::string(900, 'y'));
+    note.add("effect", std::string_view("syslog")).add("line", std::string(900, 'y'));
   });
 }
 

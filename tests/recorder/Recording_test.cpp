@@ -38,8 +38,10 @@ TEST(Recording, OneThatIsNoneIsToldInASentence) {
             "this is no recording: there is a byte order mark in front");
   EXPECT_EQ(errorOf(R"({"vemorec":2})"),
             "this recording has the form 2 of a later version; this one reads forms up to 1");
-  EXPECT_EQ(errorOf(header + "garbage\n" + kNote + "\n"), "line 2 of the recording is damaged");
-  EXPECT_EQ(errorOf(header + kNote + "\n{\"n\":1}\n"), "line 3 of the recording is damaged");
+  EXPECT_EQ(errorOf(header + "garbage\n" + kNote + "\n"),
+            "line 2 of the recording is damaged: it is no JSON object");
+  EXPECT_EQ(errorOf(header + kNote + "\n{\"n\":1}\n"),
+            "line 3 of the recording is damaged: no note is in it");
 }
 
 TEST(Recording, OneOfAnEarlierVersionReplaysAsItWasRecorded) {
@@ -52,11 +54,30 @@ TEST(Recording, OneOfAnEarlierVersionReplaysAsItWasRecorded) {
   EXPECT_EQ(told.find("line "), std::string::npos) << told;
 }
 
+TEST(Recording, WhatTheProcessKnewOfItsSystemIsFoundAgain) {
+  // Another router's device had been older when it was asked, and this one's is not asked again.
+  const auto step = [](const std::string& number, const std::string& mode) {
+    const auto rest = R"(,"n":)" + number + R"(,"at":5,"thread":"main"})" + "\n";
+    return R"({"step":{"message":"{\"head\":{\"module\":\"kobu\",\"action\":\"isSupportScreenCapture\"}}"})" +
+           rest +
+           R"({"effect":{"effect":"reply","action":"isSupportScreenCapture","retval":{"mode":)" +
+           mode + "}}" + rest;
+  };
+  const auto header = recordingHeader("1.0", true);
+  const auto old = sessionOf(header + step("1", "0") + step("2", "0"));
+  const std::string command = R"({"command":"isSupportScreenCapture")";
+  const auto first = old.find("{\"device\":{\"os\":\"10.0.0\"}}\n" + command);
+  ASSERT_NE(first, std::string::npos) << old;
+  EXPECT_NE(old.find("{\"device\":{\"os\":\"17\"}}\n" + command, first), std::string::npos) << old;
+  const auto usual = sessionOf(header + step("1", "3") + step("2", "0"));
+  EXPECT_EQ(usual.find("device"), std::string::npos) << usual;
+}
+
 TEST(Recording, ALineWithoutAnEndIsReadNoFurther) {
   const auto header = recordingHeader("1.0", true);
   const std::string endless(kMaxLineBytes + (std::size_t{1} << 20U), ' ');
   EXPECT_EQ(errorOf(endless), "this is no recording");
-  EXPECT_EQ(errorOf(header + endless), "line 2 of the recording is damaged");
+  EXPECT_EQ(errorOf(header + endless), "line 2 of the recording is damaged: longer than 64 MiB");
   std::istringstream in(std::string(40'000, 'a') + "\n\nlast");
   std::string line;
   EXPECT_EQ(readLine(in, line), LineRead::whole);
@@ -69,7 +90,9 @@ TEST(Recording, ALineWithoutAnEndIsReadNoFurther) {
 }
 
 TEST(Recording, OneThatBreaksOffIsReadAsFarAsItGoes) {
-  const auto whole = recordingHeader("1.0", true) + kNote + "\n" + kNote + "\n";
+  auto another = kNote;
+  another.replace(another.find("\"n\":1"), 5, "\"n\":2");
+  const auto whole = recordingHeader("1.0", true) + kNote + "\n" + another + "\n";
   std::string error;
   for (std::size_t size = recordingHeader("1.0", true).size(); size <= whole.size(); ++size) {
     const auto recording = read(whole.substr(0, size), error);
