@@ -192,8 +192,8 @@ void Subscriber::stepLater() {
 bool Subscriber::update() {
   array missing;
   for (const auto& [key, wish] : wishes_) {
-    const bool isThere = std::ranges::any_of(places_, [&key = key](const auto& entry) {
-      return entry.second.active && entry.second.key == key;
+    const bool isThere = std::ranges::any_of(places_, [&wanted = key](const auto& entry) {
+      return entry.second.active && entry.second.key == wanted;
     });
     if (!isThere && wish.flows && feeds_.contains(key.first)) missing.push_back(streamOf(key));
   }
