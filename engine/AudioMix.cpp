@@ -1,6 +1,5 @@
 #include "engine/AudioMix.h"
 
-#include <gst/app/gstappsink.h>
 #include <gst/app/gstappsrc.h>
 
 #include <algorithm>
@@ -47,17 +46,7 @@ void AudioMix::start(const std::string& sink) {
                                   " ! volume name=volume ! audioconvert ! audioresample ! " + to,
                               why);
     if (!pipeline_) return false;
-    if (onSample_) {
-      GstAppSinkCallbacks callbacks{};
-      callbacks.new_sample = [](GstAppSink* out, gpointer data) {
-        const SampleRef sample(gst_app_sink_pull_sample(out));
-        if (sample) (*static_cast<const std::function<void(GstSample*)>*>(data))(sample.get());
-        return GST_FLOW_OK;
-      };
-      const auto out = elementOf(pipeline_.get(), "out");
-      gst_app_sink_set_callbacks(GST_APP_SINK(out.get()), &callbacks,
-                                 const_cast<std::function<void(GstSample*)>*>(&onSample_), nullptr);
-    }
+    if (onSample_) onSamples(elementOf(pipeline_.get(), "out").get(), onSample_);
     if (gst_element_set_state(pipeline_.get(), GST_STATE_PLAYING) != GST_STATE_CHANGE_FAILURE) {
       return true;
     }

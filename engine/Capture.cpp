@@ -1,7 +1,5 @@
 #include "engine/Capture.h"
 
-#include <gst/app/gstappsink.h>
-
 #include <utility>
 
 namespace vemo::janus {
@@ -40,26 +38,18 @@ void Capture::State::startNext() {
   if (!pipeline) return failed(why);
 
   using Weak = std::weak_ptr<State>;
-  const auto forget = [](gpointer data) { delete static_cast<Weak*>(data); };
-  const auto sink = elementOf(pipeline.get(), "out");
-  GstAppSinkCallbacks callbacks{};
-  callbacks.new_sample = [](GstAppSink* out, gpointer data) {
-    const SampleRef sample(gst_app_sink_pull_sample(out));
-    const auto self = static_cast<Weak*>(data)->lock();
-    if (!sample || !self) return GST_FLOW_OK;
-    self->listener.onSample(sample.get());
-    if (!self->started.exchange(true)) {
-      self->thread.post([weak = Weak(self)] {
-        const auto held = weak.lock();
-        if (!held || !held->pipeline) return;
-        held->starting.reset();
-        held->listener.onStarted();
-      });
-    }
-    return GST_FLOW_OK;
-  };
-  gst_app_sink_set_callbacks(GST_APP_SINK(sink.get()), &callbacks, new Weak(weak_from_this()),
-                             forget);
+  onSamples(elementOf(pipeline.get(), "out").get(), [weak = weak_from_this()](GstSample* sample) {
+    const auto self = weak.lock();
+    if (!self) return;
+    self->listener.onSample(sample);
+    if (self->started.exchange(true)) return;
+    self->thread.post([weak] {
+      const auto held = weak.lock();
+      if (!held || !held->pipeline) return;
+      held->starting.reset();
+      held->listener.onStarted();
+    });
+  });
   const GstRef<GstBus> bus(gst_element_get_bus(pipeline.get()));
   gst_bus_add_watch_full(
       bus.get(), G_PRIORITY_DEFAULT,
@@ -76,7 +66,7 @@ void Capture::State::startNext() {
         }
         return G_SOURCE_CONTINUE;
       },
-      new Weak(weak_from_this()), forget);
+      new Weak(weak_from_this()), [](gpointer data) { delete static_cast<Weak*>(data); });
   // A failure to start comes as a message as well, which tells why.
   gst_element_set_state(pipeline.get(), GST_STATE_PLAYING);
 }

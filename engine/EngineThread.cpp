@@ -1,39 +1,28 @@
 #include "engine/EngineThread.h"
 
 #include <condition_variable>
+#include <map>
 #include <mutex>
 #include <utility>
 
 namespace vemo {
-namespace {
-
-struct Call {
-  EngineThread::Task task;
-  EngineThread::Busy busy;
-  bool again = false;
-};
-
-gboolean run(gpointer data) {
-  const auto& call = *static_cast<Call*>(data);
-  call.task();
-  return call.again ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
-}
-
-void attach(GSource* source, GMainContext* context, Call call) {
-  g_source_set_callback(source, run, new Call(std::move(call)),
-                        [](gpointer data) { delete static_cast<Call*>(data); });
-  g_source_attach(source, context);
-}
-
-}  // namespace
 
 struct EngineThread::State {
+  /// What a source of the loop is there for.
+  struct Call {
+    std::shared_ptr<const Task> task;
+    bool again = false;
+  };
+
   GMainContext* const context = g_main_context_new();
   GMainLoop* const loop = g_main_loop_new(context, FALSE);
 
   std::mutex mutex;
   std::condition_variable idle;
   int underWay = 0;
+  // Handed over under the lock, not by the sources, between whose threads only GLib knows the
+  // order.
+  std::map<GSource*, Call> calls;
 
   State() = default;
   State(const State&) = delete;
@@ -41,6 +30,35 @@ struct EngineThread::State {
   ~State() {
     g_main_loop_unref(loop);
     g_main_context_unref(context);
+  }
+
+  void attach(GSource* source, Call call) {
+    {
+      const std::lock_guard lock(mutex);
+      calls.emplace(source, std::move(call));
+    }
+    g_source_set_callback(
+        source,
+        [](gpointer self) { return static_cast<State*>(self)->run(g_main_current_source()); }, this,
+        nullptr);
+    g_source_attach(source, context);
+  }
+  /// The call of a source, which is forgotten if it comes but once; nothing when it was forgotten.
+  Call take(GSource* source) {
+    const std::lock_guard lock(mutex);
+    const auto found = calls.find(source);
+    if (found == calls.end()) return {};
+    return found->second.again ? found->second : std::move(calls.extract(found).mapped());
+  }
+  gboolean run(GSource* source) {
+    const auto call = take(source);
+    if (call.task) (*call.task)();
+    return call.again ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
+  }
+  void forget(GSource* source) {
+    Call dropped;  // dies with no lock held
+    const std::lock_guard lock(mutex);
+    if (const auto found = calls.extract(source)) dropped = std::move(found.mapped());
   }
 };
 
@@ -67,7 +85,8 @@ EngineThread::~EngineThread() {
 void EngineThread::post(Task task) {
   GSource* source = g_idle_source_new();
   g_source_set_priority(source, G_PRIORITY_DEFAULT);
-  attach(source, state_->context, {std::move(task), busy(), false});
+  state_->attach(
+      source, {std::make_shared<const Task>([task = std::move(task), busy = busy()] { task(); })});
   g_source_unref(source);
 }
 
@@ -81,10 +100,11 @@ EngineThread::Timer EngineThread::every(std::chrono::milliseconds period, Task t
 
 EngineThread::Timer EngineThread::timer(std::chrono::milliseconds delay, bool again, Task task) {
   GSource* source = g_timeout_source_new(static_cast<guint>(delay.count()));
-  attach(source, state_->context, {std::move(task), nullptr, again});
-  return {source, [](void* data) {
+  state_->attach(source, {std::make_shared<const Task>(std::move(task)), again});
+  return {source, [weak = std::weak_ptr(state_)](void* data) {
             auto* held = static_cast<GSource*>(data);
             g_source_destroy(held);
+            if (const auto state = weak.lock()) state->forget(held);
             g_source_unref(held);
           }};
 }

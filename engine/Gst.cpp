@@ -1,5 +1,6 @@
 #include "engine/Gst.h"
 
+#include <gst/app/gstappsink.h>
 #include <gst/app/gstappsrc.h>
 
 namespace vemo::janus {
@@ -33,9 +34,22 @@ std::string errorText(GstMessage* message) {
   return text;
 }
 
+void onSamples(GstElement* sink, std::function<void(GstSample*)> take) {
+  using Take = HandedOver<std::function<void(GstSample*)>>;
+  GstAppSinkCallbacks callbacks{};
+  callbacks.new_sample = [](GstAppSink* from, gpointer data) {
+    const SampleRef sample(gst_app_sink_pull_sample(from));
+    if (sample) Take::in(data)(sample.get());
+    return GST_FLOW_OK;
+  };
+  gst_app_sink_set_callbacks(GST_APP_SINK(sink), &callbacks, new Take(std::move(take)), Take::drop);
+}
+
 void pushUntimed(GstElement* source, GstSample* sample) {
-  GstBuffer* buffer = gst_buffer_copy(gst_sample_get_buffer(sample));
-  GST_BUFFER_PTS(buffer) = GST_BUFFER_DTS(buffer) = GST_CLOCK_TIME_NONE;
+  constexpr auto kAllButTimes = static_cast<GstBufferCopyFlags>(
+      GST_BUFFER_COPY_FLAGS | GST_BUFFER_COPY_META | GST_BUFFER_COPY_MEMORY);
+  GstBuffer* buffer = gst_buffer_copy_region(gst_sample_get_buffer(sample), kAllButTimes, 0,
+                                             static_cast<gsize>(-1));
   const SampleRef untimed(gst_sample_new(buffer, gst_sample_get_caps(sample), nullptr, nullptr));
   gst_buffer_unref(buffer);
   gst_app_src_push_sample(GST_APP_SRC(source), untimed.get());

@@ -2,8 +2,11 @@
 
 #include <gst/gst.h>
 
+#include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
+#include <utility>
 
 namespace vemo::janus {
 
@@ -26,6 +29,30 @@ using SampleRef = std::unique_ptr<GstSample, SampleUnref>;
 using CapsRef = std::unique_ptr<GstCaps, CapsUnref>;
 using GText = std::unique_ptr<gchar, TextFree>;
 
+/// What callbacks on GStreamer's threads are given. It is handed over under a lock of ours:
+/// GStreamer has its own, but what reads this program's memory accesses sees only this program's
+/// locks.
+template <class T>
+class HandedOver {
+ public:
+  explicit HandedOver(T value) : value_(std::move(value)) { const std::lock_guard made(mutex_); }
+  ~HandedOver() { const std::lock_guard ended(mutex_); }
+  HandedOver(const HandedOver&) = delete;
+  HandedOver& operator=(const HandedOver&) = delete;
+
+  /// What a callback with this as its data was given.
+  static T& in(gpointer data) {
+    auto& self = *static_cast<HandedOver*>(data);
+    const std::lock_guard taken(self.mutex_);
+    return self.value_;
+  }
+  static void drop(gpointer data) { delete static_cast<HandedOver*>(data); }
+
+ private:
+  T value_;
+  std::mutex mutex_;
+};
+
 /// Makes GStreamer ready; any thread, any number of times.
 void initialiseGStreamer();
 
@@ -36,6 +63,8 @@ GstRef<GstElement> elementOf(GstElement* pipeline, const char* name);
 CapsRef capsOf(const std::string& text);
 /// What an error message on a bus says.
 std::string errorText(GstMessage* message);
+/// Has `take` called with each sample that comes to an appsink, on a streaming thread.
+void onSamples(GstElement* sink, std::function<void(GstSample* sample)> take);
 /// Gives a sample of another pipeline to an appsrc, without its time, which means nothing here. Any
 /// thread.
 void pushUntimed(GstElement* source, GstSample* sample);

@@ -16,7 +16,7 @@ namespace {
 using boost::json::object;
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds kLongestGoodbye{2'000};
+constexpr std::chrono::milliseconds kLongestDestroy{2'000};
 constexpr guint64 kLargestMessage = guint64{1} << 22U;
 
 template <class T>
@@ -266,7 +266,7 @@ void JanusConnection::request(object request, bool untilEvent, Answer answer) {
   request["transaction"] = transaction;
   if (session_ != 0 && !request.contains("session_id")) request["session_id"] = session_;
   if (!settings_.token.empty()) request["token"] = settings_.token;
-  const auto patience = phase_ == Phase::ending ? std::min(kLongestGoodbye, settings_.answerTimeout)
+  const auto patience = phase_ == Phase::ending ? std::min(kLongestDestroy, settings_.answerTimeout)
                                                 : settings_.answerTimeout;
   auto timeout = thread_.after(patience, [weak = weak_from_this(), transaction] {
     if (const auto self = weak.lock()) {

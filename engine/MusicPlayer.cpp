@@ -1,7 +1,5 @@
 #include "engine/MusicPlayer.h"
 
-#include <gst/app/gstappsink.h>
-
 #include <algorithm>
 #include <string>
 #include <utility>
@@ -104,17 +102,11 @@ void MusicPlayer::start(const PWAudioMusicParam& music, Callbacks callbacks) {
     track->sent->setVolume(volume_);
   }
 
-  GstAppSinkCallbacks sinks{};
-  sinks.new_sample = [](GstAppSink* out, gpointer data) {
-    const SampleRef sample(gst_app_sink_pull_sample(out));
-    auto& to = *static_cast<Track*>(data);  // ends the pipeline before it dies
-    if (!sample) return GST_FLOW_OK;
-    to.playout->push(sample.get());
-    if (to.sent) to.sent->push(sample.get());
-    return GST_FLOW_OK;
-  };
-  const auto out = elementOf(track->pipeline.get(), "out");
-  gst_app_sink_set_callbacks(GST_APP_SINK(out.get()), &sinks, track.get(), nullptr);
+  onSamples(elementOf(track->pipeline.get(), "out").get(),
+            [&to = *track](GstSample* sample) {  // which ends the pipeline before it dies
+              to.playout->push(sample);
+              if (to.sent) to.sent->push(sample);
+            });
 
   struct Watch {
     MusicPlayer& self;  // outlives its tracks

@@ -96,8 +96,8 @@ void PeerConnection::start() {
   using Weak = std::weak_ptr<PeerConnection>;
   const auto connect = [this](const char* signal, GCallback callback) {
     g_signal_connect_data(
-        webrtc_, signal, callback, new Weak(weak_from_this()),
-        [](gpointer data, GClosure*) { delete static_cast<Weak*>(data); }, GConnectFlags(0));
+        webrtc_, signal, callback, new HandedOver<Weak>(weak_from_this()),
+        [](gpointer data, GClosure*) { HandedOver<Weak>::drop(data); }, GConnectFlags(0));
   };
   if (!webrtc_) {
     thread_.post([weak = weak_from_this()] {
@@ -111,7 +111,7 @@ void PeerConnection::start() {
   using Candidate = void (*)(GstElement*, guint, gchar*, gpointer);
   connect("on-ice-candidate",
           G_CALLBACK(Candidate([](GstElement*, guint line, gchar* text, gpointer data) {
-            const auto self = static_cast<Weak*>(data)->lock();
+            const auto self = HandedOver<Weak>::in(data).lock();
             if (!self) return;
             self->thread_.post([weak = Weak(self), line, candidate = std::string(text)] {
               const auto held = weak.lock();
@@ -121,7 +121,7 @@ void PeerConnection::start() {
   using PadAdded = void (*)(GstElement*, GstPad*, gpointer);
   connect("pad-added", G_CALLBACK(PadAdded([](GstElement*, GstPad* pad, gpointer data) {
             if (GST_PAD_DIRECTION(pad) != GST_PAD_SRC) return;
-            const auto self = static_cast<Weak*>(data)->lock();
+            const auto self = HandedOver<Weak>::in(data).lock();
             if (!self || !self->listener_.onPad) return;
             GObject* transceiver = nullptr;
             g_object_get(pad, "transceiver", &transceiver, nullptr);
@@ -194,7 +194,7 @@ GstPromise* PeerConnection::promise(Reply reply) {
         // The promise is ours to let go of, and what waits goes with it.
         const std::unique_ptr<GstPromise, decltype(&gst_promise_unref)> ours(promise,
                                                                              gst_promise_unref);
-        auto& waiting = *static_cast<Waiting*>(data);
+        auto& waiting = HandedOver<Waiting>::in(data);
         if (waiting.self.expired()) return;
         const bool replied = gst_promise_wait(promise) == GST_PROMISE_RESULT_REPLIED;
         const auto* given = replied ? gst_promise_get_reply(promise) : nullptr;
@@ -216,8 +216,8 @@ GstPromise* PeerConnection::promise(Reply reply) {
           reply(why, nullptr);
         });
       },
-      new Waiting{weak_from_this(), thread_, std::move(reply), thread_.busy()},
-      [](gpointer data) { delete static_cast<Waiting*>(data); });
+      new HandedOver<Waiting>({weak_from_this(), thread_, std::move(reply), thread_.busy()}),
+      HandedOver<Waiting>::drop);
 }
 
 void PeerConnection::setDescription(const char* signal, void* description, Done done) {

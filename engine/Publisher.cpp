@@ -114,7 +114,7 @@ void Publisher::build(Line line) {
       out.get(),
       static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_BUFFER_LIST),
       [](GstPad*, GstPadProbeInfo*, gpointer data) {
-        const auto& sent = *static_cast<Sent*>(data);
+        const auto& sent = HandedOver<Sent>::in(data);
         auto& self = *sent.self;
         if (self.branch(sent.line).isFirst.exchange(false)) {
           self.thread_.post([&self, line = sent.line, alive = self.alive_] {
@@ -123,7 +123,7 @@ void Publisher::build(Line line) {
         }
         return GST_PAD_PROBE_OK;
       },
-      new Sent{this, line}, [](gpointer data) { delete static_cast<Sent*>(data); });
+      new HandedOver<Sent>({this, line}), HandedOver<Sent>::drop);
   gst_pad_link(out.get(), pad.get());
   gst_element_sync_state_with_parent(bin);
 }

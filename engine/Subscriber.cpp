@@ -1,7 +1,5 @@
 #include "engine/Subscriber.h"
 
-#include <gst/app/gstappsink.h>
-
 #include <algorithm>
 #include <utility>
 #include <vector>
@@ -67,11 +65,6 @@ class Subscriber::Outlets {
                    unsigned line);
 
  private:
-  struct Outlet {
-    std::weak_ptr<Outlets> outlets;
-    unsigned line;
-  };
-
   mutable std::mutex mutex_;
   std::map<unsigned, std::shared_ptr<StreamReceiver>> receivers_;
   std::map<unsigned, std::uint32_t> ssrcs_;
@@ -100,19 +93,10 @@ void Subscriber::Outlets::link(const std::shared_ptr<Outlets>& self, GstElement*
     return;
   }
   gst_bin_add(GST_BIN(pipeline), bin);
-  const auto out = elementOf(bin, "out");
-  GstAppSinkCallbacks callbacks{};
-  callbacks.new_sample = [](GstAppSink* from, gpointer data) {
-    const SampleRef sample(gst_app_sink_pull_sample(from));
-    const auto& outlet = *static_cast<Outlet*>(data);
-    const auto outlets = outlet.outlets.lock();
-    const auto receiver = sample && outlets ? outlets->at(outlet.line) : nullptr;
-    if (!receiver) return GST_FLOW_OK;
-    receiver->take(sample.get());
-    return GST_FLOW_OK;
-  };
-  gst_app_sink_set_callbacks(GST_APP_SINK(out.get()), &callbacks, new Outlet{self, line},
-                             [](gpointer data) { delete static_cast<Outlet*>(data); });
+  onSamples(elementOf(bin, "out").get(), [weak = std::weak_ptr(self), line](GstSample* sample) {
+    const auto outlets = weak.lock();
+    if (const auto receiver = outlets ? outlets->at(line) : nullptr) receiver->take(sample);
+  });
   const GstRef<GstPad> in(gst_element_get_static_pad(bin, "sink"));
   gst_element_sync_state_with_parent(bin);
   gst_pad_link(pad, in.get());
@@ -192,8 +176,8 @@ void Subscriber::stepLater() {
 bool Subscriber::update() {
   array missing;
   for (const auto& [key, wish] : wishes_) {
-    const bool isThere = std::ranges::any_of(places_, [&key = key](const auto& entry) {
-      return entry.second.active && entry.second.key == key;
+    const bool isThere = std::ranges::any_of(places_, [&wanted = key](const auto& entry) {
+      return entry.second.active && entry.second.key == wanted;
     });
     if (!isThere && wish.flows && feeds_.contains(key.first)) missing.push_back(streamOf(key));
   }

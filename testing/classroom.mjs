@@ -2,8 +2,11 @@
 // for the windows; in the network that scripts/own-network makes.
 
 import { execFile } from 'node:child_process';
+import { once } from 'node:events';
 import { mkdtemp, rm, writeFile } from 'node:fs/promises';
+import { connect, createServer } from 'node:net';
 import { tmpdir } from 'node:os';
+import { setTimeout as pause } from 'node:timers/promises';
 import { fileURLToPath } from 'node:url';
 import { promisify } from 'node:util';
 import { Desktop, start, startDisplay, until } from './webdriver.mjs';
@@ -24,6 +27,55 @@ export const colours = [
   [0x8a, 0x6d, 0x1f],
 ];
 
+/** A way to the server at `port`, which can be held up. */
+class Way {
+  static async to(port) {
+    const way = new Way();
+    way.server = createServer((near) => way.open(near, connect(port, address)));
+    await once(way.server.listen(0, address), 'listening');
+    return way;
+  }
+
+  /** The ends of what is open. */
+  pairs = new Set();
+
+  get url() {
+    return `ws://${address}:${this.server.address().port}`;
+  }
+
+  open(near, far) {
+    const pair = [near, far];
+    this.pairs.add(pair);
+    for (const [from, to] of [pair, [far, near]]) {
+      from.pipe(to);
+      from.on('error', () => to.destroy());
+      from.on('close', () => {
+        to.destroy();
+        this.pairs.delete(pair);
+      });
+    }
+  }
+
+  /** Passes nothing on for a while of what is open now; what is opened later is not held up. */
+  async hold(milliseconds) {
+    const held = [...this.pairs];
+    for (const [near, far] of held) {
+      near.unpipe(far);
+      far.unpipe(near);
+    }
+    await pause(milliseconds);
+    for (const [near, far] of held) {
+      near.pipe(far);
+      far.pipe(near);
+    }
+  }
+
+  stop() {
+    for (const [near] of this.pairs) near.destroy();
+    this.server.close();
+  }
+}
+
 export class Classroom {
   /**
    * `allow`: the user has allowed camera and microphone before. `log`: the application's own;
@@ -35,6 +87,7 @@ export class Classroom {
     await writeFile(secret, 'a-secret-for-this-class-alone\n');
     const serverArgs = ['--secret-file', secret, '--address', address];
     const server = await start(`${root}server/vemo-server`, serverArgs, { ready: /^ready (.*)$/ });
+    const way = await Way.to(8188);
     const display = await startDisplay(width, height);
     const sign = ['--secret-file', secret, '--app', application, '--room', room];
     const { stdout } = await run(`${programs}/sign/vemo-sign`, sign);
@@ -49,13 +102,13 @@ export class Classroom {
       LIBGL_ALWAYS_SOFTWARE: '1',
       NO_AT_BRIDGE: '1',
     };
-    const args = ['--server', server.first[1], '--test-media', '--log', log ?? `${folder}/log`, ...options];
+    const args = ['--server', way.url, '--test-media', '--log', log ?? `${folder}/log`, ...options];
     const desktop = await Desktop.start(`${programs}/classroom/vemo-classroom`, args, env);
-    return new Classroom(desktop, display, server, folder, stdout.trim(), log ?? `${folder}/log`);
+    return new Classroom(desktop, display, server, way, folder, stdout.trim(), log ?? `${folder}/log`);
   }
 
-  constructor(desktop, display, server, folder, signature, log) {
-    Object.assign(this, { desktop, display, server, folder, signature, log });
+  constructor(desktop, display, server, way, folder, signature, log) {
+    Object.assign(this, { desktop, display, server, way, folder, signature, log });
     /** The ids of the people's windows. */
     this.known = new Set();
   }
@@ -97,6 +150,7 @@ export class Classroom {
   async stop() {
     await this.desktop.stop();
     await this.display.stop();
+    this.way.stop();
     await this.server.stop();
     await rm(this.folder, { recursive: true, force: true });
     return [...this.server.said, ...this.desktop.driver.said];

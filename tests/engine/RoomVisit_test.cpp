@@ -30,7 +30,7 @@ class SlowlyEndingServer {
 
  private:
   void serve(FakeJanus& server, const object& request) {
-    constexpr int kKeepalives = 12;  // longer than an offer takes
+    constexpr int kKeepalives = 4;  // longer than an offer takes
     const auto name = nameOf(request);
     if (name == "claim") ending_ = kKeepalives;
     if (name == "publish") {
@@ -57,7 +57,7 @@ TEST(RoomVisitTest, SendsAgainOnceTheServerHasEndedTheFormerConnection) {
   Arrivals<std::string> news;
   RoomVisit::Settings settings;
   settings.connection.server = server.url();
-  settings.connection.keepalive = 50ms;
+  settings.connection.keepalive = 250ms;
   settings.connection.firstPause = 10ms;
   settings.room = "1-7";
   settings.userId = "alice";
