@@ -31,7 +31,7 @@ void VEMOKOBUMsgRouter::tellPage(std::string_view event, std::optional<std::stri
   const auto functions = eventRouting_.pageFunctions.load();
   if (!functions) return;
   const auto function = functions->find(event);
-  if (function == functions->end() || function->second.empty()) return;
+  if (function == functions->end()) return;
   // The text of callBackCommonJson, around a payload that is text already.
   const auto writeEnvelope = [&](std::string& script) {
     script += R"({"head":{"module":"kobucb","action":)";
