@@ -100,12 +100,21 @@ class NotingHost {
       text.addElements("args", [&] {
         std::apply([&](const auto&... value) { (write(text, value), ...); }, held);
       });
+      const bool hasNone = std::apply(
+          [](const auto&... value) { return (false || ... || isNoCompletion(value)); }, held);
+      if (hasNone) text.add("completion", false);
     });
     return std::apply(
         [&](auto&... value) -> Result {
           return (router_.get()->*operation)(std::forward<Params>(value)...);
         },
         held);
+  }
+
+  template <class T>
+  static bool isNoCompletion(const T& value) {
+    if constexpr (IsCompletion<T>::value) return !value;
+    return false;
   }
 
   /// Puts what notes in the place of an argument.

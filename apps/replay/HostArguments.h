@@ -22,7 +22,7 @@ namespace json = boost::json;
 class HostArguments : private Arguments {
  public:
   /// `operation` names the operation in errors and effects. The references outlive
-  /// what is read; completions hold `notes`.
+  /// what is read; completions hold `notes`, without which they are null.
   HostArguments(std::string_view operation, const json::array& values, NamedObjects& objects,
                 std::shared_ptr<Notes> notes)
       : Arguments(operation, values), objects_(objects), notes_(std::move(notes)) {}
@@ -43,6 +43,7 @@ class HostArguments : private Arguments {
   template <class T>
   T next() {
     if constexpr (isCompletion<T>) {
+      if (!notes_) return nullptr;
       return notingCompletion(notes_, operation(), T([](VEMOModule, const auto&...) {}));
     } else if constexpr (std::same_as<T, std::shared_ptr<NativeView>>) {
       const auto name = Arguments::next<Text>();

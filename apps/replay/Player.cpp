@@ -321,7 +321,9 @@ void Player::notify(const Step& step) {
 
 void Player::host(const Step& step) {
   const auto args = step.optional<json::array>("args").value_or(json::array());
-  const auto call = hostOperation(step.value<std::string>(), args, objects_, recorder_.notes());
+  const bool completes = step.optional<bool>("completion").value_or(true);
+  const auto call = hostOperation(step.value<std::string>(), args, objects_,
+                                  completes ? recorder_.notes() : nullptr);
   onThread(
       step, "other",
       [&] {

@@ -37,7 +37,7 @@ constexpr auto rules = std::to_array<VerbRule>({
     {"downloaded", Verb::downloaded, {"thread", "nth"}},
     {"decoded", Verb::decoded, {"thread", "nth"}},
     {"notify", Verb::notify, {"thread"}},
-    {"host", Verb::host, {"args", "thread"}},
+    {"host", Verb::host, {"args", "completion", "thread"}},
     {"listener", Verb::listener, {"ops"}},
     {"release", Verb::release, {}},
     {"get", Verb::get, {}},

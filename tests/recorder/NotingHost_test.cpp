@@ -60,13 +60,17 @@ TEST(NotingHost, WhatAHostDoesIsPlayedAsItWasRecorded) {
     while (platform.mainQueue.drain() > 0) {
     }
     host.call("zebExitRoom", &Router::zebExitRoom, nullptr);
+    delegate->onExitRoom(0);
+    while (platform.mainQueue.drain() > 0) {
+    }
   }
   const auto session = sessionOf(ring->recording(nullptr));
   for (const std::string part :
        {R"({"listener":"listener 1")", R"({"host":"addKOBUEventListener","args":["listener 1"])",
         R"({"host":"vemoEnterRoom","args":[{"sdkAppId":0,"userId":"ada")",
         R"("effect":"completion")", R"("op":"onVEMORemoteUserEnterRoom","args":["ben"])",
-        R"({"host":"kobuStartPreview","args":["ben","view 1",true])", R"({"release":"listener 1")"})
+        R"({"host":"kobuStartPreview","args":["ben","view 1",true])", R"({"release":"listener 1")",
+        R"({"host":"zebExitRoom","args":[],"completion":false)"})
     EXPECT_NE(session.find(part), std::string::npos) << part << '\n' << session;
   EXPECT_EQ(session.find(R"("args":["cleo"],"thread":"main"})"), std::string::npos);
   const auto result = checked(session);
