@@ -22,13 +22,10 @@ const picture = (phone, name) =>
   });
 
 async function lesson(simulator, browser) {
-  const desktop = await browser.newContext({ viewport: { width: 1280, height: 820 } });
-  const small = await browser.newContext({
-    viewport: { width: 400, height: 820 },
-    colorScheme: 'dark',
-  });
+  const desktop = { viewport: { width: 1280, height: 820 } };
+  const small = { viewport: { width: 400, height: 820 }, colorScheme: 'dark' };
 
-  const teacher = await Phone.open(desktop, simulator.address);
+  const teacher = await Phone.open(await browser.newPage(desktop), simulator.address);
   tell('The teacher opens the classroom page.');
   const refusal = await teacher.tryToEnter({ name: 'Ms. Novak', signature: 'bad' });
   tell(`With a bad signature she is told: ${refusal.replace(/\s*\n\s*/g, ' ')}`);
@@ -36,7 +33,7 @@ async function lesson(simulator, browser) {
   await teacher.enter({ name: 'Ms. Novak', signature: 'demo-signature' });
   tell('With a good one she enters room 101.');
 
-  const ada = await Phone.open(desktop, simulator.address);
+  const ada = await Phone.open(await browser.newPage(desktop), simulator.address);
   await ada.enter({ name: 'Ada' });
   await teacher.tile('Ada').waitFor();
   tell('Ada enters; the teacher sees her.');
@@ -76,7 +73,7 @@ async function lesson(simulator, browser) {
   await ada.page.getByRole('button', { name: 'Close panel' }).click();
   tell('She saves the last minutes of her phone: ada.vemorec.');
 
-  const ben = await Phone.open(small, simulator.address);
+  const ben = await Phone.open(await browser.newPage(small), simulator.address);
   await ben.enter({ name: 'Ben', role: 'audience' });
   await ben.nativeView('Ms. Novak').waitFor();
   tell('Ben comes as audience, on a small phone, and sees the teacher.');

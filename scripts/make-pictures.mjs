@@ -11,6 +11,7 @@ import { Phone, startBrowser, startSimulator } from '../testing/browser.mjs';
 
 const folder = process.argv[2] ?? fileURLToPath(new URL('../docs/pictures', import.meta.url));
 const mostBytes = 70_000;
+const viewport = { width: 1280, height: 800 };
 
 async function picture(phone, name) {
   await phone.still();
@@ -28,10 +29,9 @@ async function picture(phone, name) {
 }
 
 async function classOfThree(address, browser) {
-  const context = await browser.newContext({ viewport: { width: 1280, height: 800 } });
   const phones = [];
   for (const name of ['Ms. Novak', 'Ada', 'Ben']) {
-    const phone = await Phone.open(context, address);
+    const phone = await Phone.open(await browser.newPage({ viewport }), address);
     await phone.enter({ name });
     for (const control of ['Camera', 'Microphone']) {
       await phone.control(control).click();
@@ -41,7 +41,6 @@ async function classOfThree(address, browser) {
     phones.push(phone);
   }
   const [, ada] = phones;
-  await ada.page.bringToFront();
   for (const name of ['Ms. Novak', 'Ada', 'Ben']) await ada.nativeView(name).waitFor();
   await ada.view.locator('.toast').first().waitFor({ state: 'detached' });
   await ada.tile('Ben').locator('.quality[data-quality="1"]').waitFor();
@@ -49,12 +48,11 @@ async function classOfThree(address, browser) {
   await ada.openPanel('Time line');
   await ada.row('onEnterRoom').first().waitFor();
   await picture(ada, 'panel');
-  await context.close();
+  for (const { page } of phones) await page.close();
 }
 
 async function pictures(address, browser) {
-  const context = await browser.newContext({ viewport: { width: 1280, height: 800 } });
-  const first = await Phone.open(context, address);
+  const first = await Phone.open(await browser.newPage({ viewport }), address);
   await first.page.getByRole('button', { name: 'Add a phone' }).click();
   const [ada, ben] = [1, 2].map((number) => first.numbered(number));
   await ben.inPhase('outside');

@@ -48,8 +48,7 @@ const wait = (s) => new Promise((resolve) => setTimeout(resolve, s * 1000));
 const simulator = await startSimulator(['--log', '/dev/null']);
 const others = await startBrowser();
 const inClass = async (browser, name) => {
-  const context = await browser.newContext({ viewport: { width: 1280, height: 800 } });
-  const phone = await Phone.open(context, simulator.address);
+  const phone = await Phone.open(await browser.newPage({ viewport: { width: 1280, height: 800 } }), simulator.address);
   await phone.setPermission('Camera', 'authorized');
   await phone.enter({ name });
   return phone;

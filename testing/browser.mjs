@@ -161,9 +161,9 @@ export class Phone {
     });
   }
 
-  /** Opens a phone in `context` and waits until its page can be used. */
-  static async open(context, address) {
-    const phone = new Phone(await context.newPage());
+  /** A phone in `window`, which holds no other page, once its page can be used. */
+  static async open(window, address) {
+    const phone = new Phone(window);
     await phone.visit(address);
     return phone;
   }
@@ -335,6 +335,22 @@ export class Phone {
 }
 
 /**
+ * Has a page forget its test, for the next one: a new page costs more than all that a short test does in
+ * it. Says whether that went well; a page that died, say, is of no more use.
+ */
+async function leave(page) {
+  try {
+    page.removeAllListeners();
+    await page.evaluate(() => [localStorage, sessionStorage].forEach((storage) => storage.clear()));
+    await page.goto('about:blank', { timeout: 5000 });
+    await page.emulateMedia({ colorScheme: null, reducedMotion: null });
+    return true;
+  } catch {
+    return false;
+  }
+}
+
+/**
  * Gives each test of the calling file a simulator of its own, with `options`, and ends it after the
  * test, which fails when the simulator ended badly or a page had errors. `screen` is that of phones
  * opened without one.
@@ -342,21 +358,29 @@ export class Phone {
 export function simulatorForEachTest({ options = [], screen: usual = { width: 1280, height: 860 } } = {}) {
   let browser;
   let simulator;
-  let contexts; // by screen
   let phones;
+  const idle = new Map(); // pages that wait for the next test, by screen
 
   before(async () => {
     browser = await startBrowser();
   });
   after(() => browser?.close());
   beforeEach(async () => {
-    contexts = new Map();
     phones = [];
     simulator = await startSimulator(['--log', '/dev/null', ...options]);
   });
   afterEach(async () => {
     const problems = phones.flatMap((phone) => phone.problems);
-    for (const context of contexts.values()) await context.close();
+    const kept = [...idle.values()].flat();
+    const left = phones.map(async ({ page, screen }) => {
+      if (screen && (await leave(page))) {
+        idle.get(screen).push(page);
+        kept.push(page);
+      }
+    });
+    await Promise.all(left);
+    const over = browser.contexts().filter((context) => !kept.some((page) => page.context() === context));
+    for (const context of over) await context.close();
     const { code } = await simulator.stop();
     assert.equal(code, 0, `the simulator ended badly: ${simulator.errors.join('\n')}`);
     assert.deepEqual(problems, [], 'a page had errors');
@@ -365,23 +389,27 @@ export function simulatorForEachTest({ options = [], screen: usual = { width: 12
   const given = {
     address: () => simulator.address,
     stopSimulator: () => simulator.stop(),
-    /** The browser's context for `screen`: width and height, and `colorScheme` if it matters. */
-    async context(screen = usual) {
-      const key = JSON.stringify(screen);
-      const { width, height, ...rest } = screen;
-      if (!contexts.has(key))
-        contexts.set(key, await browser.newContext({ viewport: { width, height }, ...rest }));
-      return contexts.get(key);
+    /**
+     * A page in a window of its own, as those behind others in one window draw twice a second. `screen`
+     * is its width and height, and `colorScheme` if it matters.
+     */
+    async newPage({ width, height, ...rest } = usual) {
+      const context = await browser.newContext({ viewport: { width, height }, ...rest });
+      return context.newPage();
     },
-    /** A phone that is not opened yet: see `Phone.visit`. */
+    /** A phone that is not opened yet: see `Phone.visit`. Its page is a new one. */
     async blank(screen) {
-      const phone = new Phone(await (await given.context(screen)).newPage());
+      const phone = new Phone(await given.newPage(screen));
       phones.push(phone);
       return phone;
     },
     /** A phone whose page can be used; `query` is more of its address. */
-    async open(screen, query = '') {
-      const phone = await given.blank(screen);
+    async open(screen = usual, query = '') {
+      const key = JSON.stringify(screen);
+      if (!idle.has(key)) idle.set(key, []);
+      const phone = new Phone(idle.get(key).pop() ?? (await given.newPage(screen)));
+      phone.screen = key;
+      phones.push(phone);
       await phone.visit(withQuery(simulator.address, query));
       return phone;
     },

@@ -26,6 +26,7 @@ namespace {
 constexpr std::size_t kMaxHeaderBytes = 16'384;
 constexpr std::uint64_t kMaxBodyBytes = 1024;  // nothing here reads a body
 constexpr auto kAnswerTimeout = std::chrono::seconds(30);
+constexpr auto kConnectTimeout = std::chrono::seconds(2);
 constexpr std::string_view kPhonePath = "/phone";
 constexpr std::string_view kTokenMissing =
     "The address has not the token that the simulator printed.";
@@ -163,6 +164,7 @@ void HttpConnection::answer(const Request& request) {
     if (auto told = pageJson(state_.options); !told.empty())
       return give(request, found<http::string_body>("application/json", std::move(told)));
   }
+  if (path == "/page-server.json" && state_.options.page) return tellOfPageServer(request);
   giveFile(request, path);
 }
 
@@ -194,6 +196,31 @@ void HttpConnection::giveFile(const Request& request, std::string_view path) {
     response.set("Cross-Origin-Resource-Policy", "cross-origin");
   }
   give(request, std::move(response));
+}
+
+/// Whether the server of the page takes connections. The shell can't tell by itself: what that
+/// server keeps from other origins looks to it as if nothing had answered.
+void HttpConnection::tellOfPageServer(const Request& request) {
+  struct Look {
+    explicit Look(const boost::asio::any_io_executor& executor)
+        : resolver(executor), stream(executor) {}
+    tcp::resolver resolver;
+    beast::tcp_stream stream;
+  };
+  const auto look = std::make_shared<Look>(stream_.get_executor());
+  auto tell = [self = shared_from_this(), look, request](beast::error_code problem) {
+    auto listens = serialize(boost::json::object{{"listens", !problem}});
+    self->give(request, found<http::string_body>("application/json", std::move(listens)));
+  };
+  const auto& page = *state_.options.page;
+  look->resolver.async_resolve(
+      page.host, page.port,
+      [look, tell](beast::error_code problem, const tcp::resolver::results_type& addresses) {
+        if (problem) return tell(problem);
+        look->stream.expires_after(kConnectTimeout);
+        look->stream.async_connect(
+            addresses, [tell](beast::error_code refused, const tcp::endpoint&) { tell(refused); });
+      });
 }
 
 void HttpConnection::refuse(http::status status, std::string_view sentence) {

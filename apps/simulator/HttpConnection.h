@@ -34,6 +34,7 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
   bool hasToken(std::string_view target) const;
   void answer(const Request& request);
   void giveFile(const Request& request, std::string_view path);
+  void tellOfPageServer(const Request& request);
   void refuse(boost::beast::http::status status, std::string_view sentence);
   template <class Body>
   void give(const Request& request, boost::beast::http::response<Body> response);

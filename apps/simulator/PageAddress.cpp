@@ -37,6 +37,8 @@ std::optional<PageAddress> pageAddressFrom(const std::string& text) {
   if (const auto port = part(url, CURLUPART_PORT, CURLU_NO_DEFAULT_PORT); !port.empty())
     address.origin += ":" + port;
   address.url = part(url, CURLUPART_URL);
+  address.host = host;
+  address.port = part(url, CURLUPART_PORT, CURLU_DEFAULT_PORT);
   return address;
 }
 

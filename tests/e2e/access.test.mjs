@@ -213,6 +213,8 @@ test('the browser’s size of text enlarges all text', async () => {
   const same = stayed.filter((text) => !(after[text] >= 1.75 * before[text]));
   assert.deepEqual(same, []);
   assert.ok(stayed.length > 30);
+  await session.send('Page.setFontSizes', { fontSizes: { standard: 16, fixed: 13 } }); // the page is used again
+  await session.detach();
 });
 
 test('names of controls say one thing each', async () => {
@@ -315,6 +317,7 @@ for (const screen of screens)
 for (const screen of screens)
   test(`a notice leaves the room’s title in sight at ${screen.width}x${screen.height}`, async () => {
     const ada = await entered({ name: 'Ada' }, screen);
+    await ada.still(); // a notice drops into its place
     const box = async (selector) => ada.view.locator(selector).boundingBox();
     await ada.control('Camera').click();
     await ada.answerPrompt('camera', false);

@@ -6,7 +6,7 @@ import { once } from 'node:events';
 import { test } from 'node:test';
 import { Phone, simulatorForEachTest, startSimulator, withQuery } from '../../testing/browser.mjs';
 
-const { address, blank, context, open, entered } = simulatorForEachTest();
+const { address, blank, newPage, open, entered } = simulatorForEachTest();
 /** The address without its token, as another user of the machine finds it by trying. */
 const guessed = () => new URL('/', address()).href;
 const lacking = 'This address lacks the simulator’s token. Open the address that it printed when it started.';
@@ -45,8 +45,8 @@ test('a page that was not told the token gets no phone, and is told why', async 
 });
 
 test('a window that is opened by the simulator’s name alone has the token of an earlier one', async () => {
-  await open();
-  const second = await blank();
+  const first = await open();
+  const second = new Phone(await first.page.context().newPage());
   await second.visit(guessed());
   await second.enter({ name: 'Ben' });
   await second.visit(`${guessed()}?user=Cleo`);
@@ -74,7 +74,7 @@ test('a page of another origin in a phone does not find the token', async () => 
   const simulator = await startSimulator(['--log', '/dev/null', '--page-url', `http://127.0.0.1:${server.address().port}`]);
   const token = new URL(simulator.address).searchParams.get('token');
   assert.match(token, /^[0-9a-f]{32}$/);
-  const page = await (await context()).newPage();
+  const page = await newPage();
   await page.goto(simulator.address);
   const found = await page.frameLocator('iframe').locator('output', { hasText: 'kept out' }).innerText();
   assert.ok(found.includes(new URL(simulator.address).origin), found); // the page knows where it is

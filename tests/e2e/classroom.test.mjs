@@ -4,7 +4,7 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { Phone, sendRaw, simulatorForEachTest, startSimulator } from '../../testing/browser.mjs';
 
-const { context, open, entered } = simulatorForEachTest({ options: ['--room-capacity', '3'] });
+const { newPage, open, entered } = simulatorForEachTest({ options: ['--room-capacity', '3'] });
 
 test('two pages in one room see each other, and one leave', async () => {
   const ada = await entered({ name: 'Ada' });
@@ -131,6 +131,7 @@ async function changesAtRest(ada, element) {
   });
   await session.send('Network.enable');
   await measuredAgain;
+  await session.detach();
   return () => element.evaluate(({ changes }) => changes);
 }
 
@@ -245,7 +246,7 @@ for (const signal of ['SIGTERM', 'SIGKILL']) {
   test(`a simulator that ends by ${signal} under the page is told of`, async () => {
     const ada = await entered({ name: 'Ada' });
     const own = await startSimulator(['--log', '/dev/null']);
-    const ben = await Phone.open(await context(), own.address);
+    const ben = await Phone.open(await newPage(), own.address);
     await ben.enter({ name: 'Ben' });
     await own.stop(signal);
     await ben.inPhase('stopped');
@@ -260,7 +261,7 @@ for (const signal of ['SIGTERM', 'SIGKILL']) {
 test('a page finds a simulator that was started again', async () => {
   const first = await startSimulator(['--log', '/dev/null']);
   const port = new URL(first.address).port;
-  const ada = await Phone.open(await context(), first.address);
+  const ada = await Phone.open(await newPage(), first.address);
   await first.stop();
   await ada.inPhase('stopped');
   const second = await startSimulator(['--port', port, '--log', '/dev/null']);

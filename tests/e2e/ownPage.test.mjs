@@ -250,6 +250,17 @@ test('a page that is there and asks for no phone is told of, until it asks', asy
   await ben.page.getByRole('status').filter({ hasText: 'its server forbids to frame it' }).waitFor();
 });
 
+test('a page whose server keeps its files from other origins, as webpack’s does, opens in its phone', async () => {
+  const page = await serve(
+    `<script src="/vemo-client.js"></script><output></output><script>
+      new VemoClient.Bridge().getSDKVersion().then(({ version }) => document.querySelector('output').append(version));
+    </script>`,
+    { 'Cross-Origin-Resource-Policy': 'same-origin' },
+  );
+  const ada = await open(await simulate('--page-url', page));
+  await ada.view.locator('output', { hasText: '1.0.0' }).waitFor();
+});
+
 test('a page of localhost has its cookies', async () => {
   const port = new URL(await serve(`<script src="/vemo-client.js"></script><output></output><script>
       document.querySelector('output').append(document.cookie);

@@ -1,3 +1,4 @@
+#include <boost/asio/io_context.hpp>
 #include <boost/asio/read_until.hpp>
 #include <filesystem>
 #include <fstream>
@@ -98,6 +99,22 @@ TEST_F(WebServerTest, LetsOnlyTheNamedOriginIntoItsFrames) {
   EXPECT_NE(policy.find("frame-src 'self' http://localhost:5173;"), std::string::npos) << policy;
   EXPECT_NE(policy.find("connect-src 'self' http://localhost:5173;"), std::string::npos) << policy;
   EXPECT_EQ(get("/page/").result(), http::status::not_found);
+}
+
+TEST_F(WebServerTest, TellsWhetherThePagesServerTakesConnections) {
+  EXPECT_EQ(get("/page-server.json").result(), http::status::not_found) << "no other has the page";
+  asio::io_context context;
+  tcp::acceptor pages(context, {asio::ip::address_v4::loopback(), 0});
+  WebServerOptions options;
+  options.shellFolder = folder_.file("shell");
+  options.page =
+      pageAddressFrom("http://localhost:" + std::to_string(pages.local_endpoint().port()));
+  server_->stop();
+  thread_.join();
+  start(options);
+  EXPECT_EQ(get("/page-server.json").body(), R"({"listens":true})");
+  pages.close();
+  EXPECT_EQ(get("/page-server.json").body(), R"({"listens":false})");
 }
 
 /// What the process has in memory, in KiB.

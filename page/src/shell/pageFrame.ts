@@ -93,7 +93,7 @@ export class PageFrame {
     const { href, origin } = (this.address ??= await pageAddress(this.query));
     if (origin !== location.origin && !(await answers(href))) {
       const untrusted = href.startsWith('https:')
-        ? ' If it runs, this browser does not trust its certificate: open the address in a tab of its own, and accept it there.'
+        ? ' If it runs, this browser does not trust its certificate: open the address in a tab of its own, and accept it there. If that is done, the server forbids other origins to read from it (Cross-Origin-Resource-Policy).'
         : '';
       this.watcher.onNotice({
         text: `Nothing answers at ${href} yet. Start its server: the page opens here as soon as it is there.${untrusted}`,
@@ -183,6 +183,10 @@ async function answers(address: string): Promise<boolean> {
     await fetch(address, { mode: 'no-cors', cache: 'no-store' });
     return true;
   } catch {
-    return false;
+    // A server may keep its files from other origins (Cross-Origin-Resource-Policy), and lets itself be
+    // framed all the same. What the browser thinks of a certificate, the simulator does not know.
+    if (address.startsWith('https:')) return false;
+    const answer = await fetch('page-server.json').catch(() => undefined);
+    return answer !== undefined && ((await answer.json()) as { listens: boolean }).listens;
   }
 }
