@@ -182,6 +182,7 @@ class Desktop {
     options.version = VEMO_VERSION;
     options.servers = options_.servers;
     options.serversFile = options_.serversFile;
+    options.authorities = options_.authorities;
     options.pixelsOf = [](const VEMOImage& image) -> std::shared_ptr<const RgbaPicture> {
       const auto* decoded = dynamic_cast<const DecodedImage*>(&image);
       if (!decoded) return nullptr;
