@@ -163,6 +163,7 @@ class Conference : public std::enable_shared_from_this<Conference> {
   /// Keeps in the log what is wrong with devices, and tells it after `sentence` once none is left.
   std::function<void(const std::string& device, const std::string& why, bool isLast)> onTrouble(
       const char* sentence);
+  void setScreenReady(bool ready);
   void startCameraCapture();
   void showMuteImage();
   void applyEncodings();

@@ -47,6 +47,9 @@ struct EngineOptions {
   /// If set, what would be played comes here instead, 48 kHz stereo, on a streaming thread.
   std::function<void(const std::int16_t* values, std::size_t count)> onPlayed;
 
+  /// If set, told when the screen begins and ends to be captured, on the engine's thread.
+  std::function<void(bool shared)> onScreenShared;
+
   std::chrono::milliseconds answerTimeout{10'000};  ///< of a server
   std::chrono::milliseconds keepalive{5'000};       ///< how often a server shows that it is there
 };

@@ -312,7 +312,7 @@ void Conference::startScreen(const KOBUVideoEncParam& param,
       *thread_, Capture::Sources{options_->screen, ""}, kPictures,
       Capture::Listener{[outgoing = outgoing_](GstSample* sample) { outgoing->screen(sample); },
                         bind([](Conference& self) {
-                          self.screenReady_ = true;
+                          self.setScreenReady(true);
                           int starting = screenStarting;
                           self.screenState_->compare_exchange_strong(starting, screenCapturing);
                           self.emit([](auto& to) { to.onScreenCaptureStarted(); });
@@ -322,6 +322,11 @@ void Conference::startScreen(const KOBUVideoEncParam& param,
                           *self.screenState_ = screenIdle;
                           self.stopScreen();
                         })});
+}
+
+void Conference::setScreenReady(bool ready) {
+  if (std::exchange(screenReady_, ready) == ready) return;
+  if (options_->onScreenShared) options_->onScreenShared(ready);
 }
 
 void Conference::pauseScreen(bool pause) {
@@ -338,7 +343,7 @@ void Conference::pauseScreen(bool pause) {
 void Conference::stopScreen() {
   if (!screen_) return;
   screen_.reset();
-  screenReady_ = false;
+  setScreenReady(false);
   emit([](auto& to) { to.onScreenCaptureStoped(0); });
   publish();
 }

@@ -32,7 +32,7 @@ class MusicTest : public ::testing::Test {
     manager().startPlayMusic(
         music_, [this](std::int64_t code) { started_.add(code); },
         [this](std::int64_t position, std::int64_t duration) {
-          EXPECT_EQ(duration, 2 * kHalf);
+          EXPECT_EQ(duration, duration_);
           const std::lock_guard lock(mutex_);
           positions_.push_back(position);
         },
@@ -45,6 +45,7 @@ class MusicTest : public ::testing::Test {
 
   const Folder folder_;
   PWAudioMusicParam music_;
+  std::int64_t duration_ = 2 * kHalf;
   std::mutex mutex_;
   std::vector<std::int64_t> positions_;
   Arrivals<std::int64_t> started_, ended_;
@@ -81,13 +82,17 @@ TEST_F(MusicTest, ItIsRepeatedAsOftenAsAsked) {
 }
 
 TEST_F(MusicTest, AnotherPlaceInItIsGoneTo) {
+  constexpr int kLong = 60'000;  // it is not waited for so long
+  music_.path = folder_.file("long.wav");
+  writeTones(*music_.path, {kLow, kHigh}, kLong / 1000);
+  duration_ = 2 * kLong;
   play();
   EXPECT_TRUE(alice_.heard().waitForPitch(kLow));
-  manager().seekMusicToPosInMS(1, kHalf + 200);
+  manager().seekMusicToPosInMS(1, kLong + 200);
   EXPECT_TRUE(alice_.heard().waitForPitch(kHigh));
   manager().seekMusicToPosInMS(1, 0);
   EXPECT_TRUE(alice_.heard().waitForPitch(kLow));
-  manager().seekMusicToPosInMS(1, 100 * kHalf);  // its end
+  manager().seekMusicToPosInMS(1, 3 * kLong);  // its end
   EXPECT_EQ(ended_.next(), 0);
 }
 
