@@ -35,32 +35,63 @@ AudioMix::AudioMix(EngineThread& thread, const std::string& sink,
                    std::function<void(const std::string& why)> onTrouble)
     : thread_(thread), onSample_(std::move(onSample)), onTrouble_(std::move(onTrouble)) {
   initialiseGStreamer();
-  start(onSample_ ? "appsink name=out sync=false max-buffers=20 drop=true" : sink);
-}
-
-void AudioMix::start(const std::string& sink) {
-  const auto build = [this](const std::string& to, std::string& why) {
-    const std::string sound = kSound;
-    pipeline_ = parsePipeline("audiotestsrc wave=silence is-live=true samplesperbuffer=480 ! " +
-                                  sound + " ! audiomixer name=mix latency=40000000 ! " + sound +
-                                  " ! volume name=volume ! audioconvert ! audioresample ! " + to,
-                              why);
-    if (!pipeline_) return false;
-    if (onSample_) onSamples(elementOf(pipeline_.get(), "out").get(), onSample_);
-    if (gst_element_set_state(pipeline_.get(), GST_STATE_PLAYING) != GST_STATE_CHANGE_FAILURE) {
-      return true;
-    }
-    why = "it can't be opened";
-    gst_element_set_state(pipeline_.get(), GST_STATE_NULL);
-    return false;
-  };
+  const std::string sound = kSound;
   std::string why;
-  if (!build(sink, why)) {
-    onTrouble_(why);
-    build("fakesink sync=true", why);
-  }
+  pipeline_ = parsePipeline("audiotestsrc wave=silence is-live=true samplesperbuffer=480 ! " +
+                                sound + " ! audiomixer name=mix latency=40000000 ! " + sound +
+                                " ! volume name=volume ! audioconvert ! audioresample name=last",
+                            why);
   mixer_ = elementOf(pipeline_.get(), "mix");
   volume_ = elementOf(pipeline_.get(), "volume");
+  last_ = elementOf(pipeline_.get(), "last");
+  const GstRef<GstBus> bus(gst_element_get_bus(pipeline_.get()));
+  gst_bus_add_watch(
+      bus.get(),
+      [](GstBus*, GstMessage* message, gpointer self) -> gboolean {
+        if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_ERROR) {
+          static_cast<AudioMix*>(self)->failed(errorText(message));
+        }
+        return G_SOURCE_CONTINUE;
+      },
+      this);
+  if (!playTo(onSample_ ? "appsink name=out sync=false max-buffers=20 drop=true" : sink, why)) {
+    failed(why);
+  }
+}
+
+bool AudioMix::playTo(const std::string& sink, std::string& why) {
+  const GstRef<GstBus> bus(gst_element_get_bus(pipeline_.get()));
+  gst_element_set_state(pipeline_.get(), GST_STATE_NULL);
+  // What else the former sink had to complain about.
+  gst_bus_set_flushing(bus.get(), TRUE);
+  gst_bus_set_flushing(bus.get(), FALSE);
+  if (sink_) gst_bin_remove(GST_BIN(pipeline_.get()), sink_.get());
+  sink_.reset();
+  GError* error = nullptr;
+  auto* made = gst_parse_bin_from_description_full(sink.c_str(), TRUE, nullptr,
+                                                   GST_PARSE_FLAG_FATAL_ERRORS, &error);
+  if (error) {
+    why = error->message;
+    g_error_free(error);
+    return false;
+  }
+  sink_.reset(GST_ELEMENT(gst_object_ref(made)));
+  gst_bin_add(GST_BIN(pipeline_.get()), made);
+  gst_element_link(last_.get(), sink_.get());
+  if (onSample_) onSamples(elementOf(sink_.get(), "out").get(), onSample_);
+  if (gst_element_set_state(pipeline_.get(), GST_STATE_PLAYING) != GST_STATE_CHANGE_FAILURE) {
+    return true;
+  }
+  const std::unique_ptr<GstMessage, decltype(&gst_message_unref)> message(
+      gst_bus_pop_filtered(bus.get(), GST_MESSAGE_ERROR), gst_message_unref);
+  why = message ? errorText(message.get()) : "it can't be opened";
+  return false;
+}
+
+void AudioMix::failed(const std::string& why) {
+  onTrouble_(why);
+  std::string ignored;
+  playTo("fakesink sync=true", ignored);
 }
 
 AudioMix::~AudioMix() {

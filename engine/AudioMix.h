@@ -41,8 +41,9 @@ class AudioMix {
     GstRef<GstPad> pad_;
   };
 
-  /// The mix goes to `sink`, a GStreamer description, or where that can't be used, nowhere, at
-  /// the same pace; or to `onSample`, if that is given, on a streaming thread.
+  /// The mix goes to `sink`, a GStreamer description, or where that can't be used, from the start
+  /// or later, nowhere, at the same pace; or to `onSample`, if that is given, on a streaming
+  /// thread.
   AudioMix(EngineThread& thread, const std::string& sink, std::function<void(GstSample*)> onSample,
            std::function<void(const std::string& why)> onTrouble);
   ~AudioMix();
@@ -53,7 +54,9 @@ class AudioMix {
   void setVolume(int volume);
 
  private:
-  void start(const std::string& sink);
+  /// Whether the mix can go there; otherwise `why` it can't.
+  bool playTo(const std::string& sink, std::string& why);
+  void failed(const std::string& why);
 
   EngineThread& thread_;
   const std::function<void(GstSample*)> onSample_;
@@ -61,6 +64,8 @@ class AudioMix {
   GstRef<GstElement> pipeline_;
   GstRef<GstElement> mixer_;
   GstRef<GstElement> volume_;
+  GstRef<GstElement> last_;  // before the sink
+  GstRef<GstElement> sink_;
 };
 
 }  // namespace vemo::janus

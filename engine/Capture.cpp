@@ -5,9 +5,14 @@
 namespace vemo::janus {
 
 struct Capture::State : std::enable_shared_from_this<State> {
-  State(EngineThread& on, std::vector<std::string> from, std::string to, Listener tell)
+  State(EngineThread& on, Sources from, std::string to, Listener tell)
       : thread(on), sources(std::move(from)), format(std::move(to)), listener(std::move(tell)) {}
 
+  /// Of what is used or tried; empty when there is nothing more.
+  std::string description() const {
+    if (next < sources.devices.size()) return sources.devices[next];
+    return next == sources.devices.size() ? sources.substitute : "";
+  }
   void startNext();
   void failed(const std::string& why);
   void end() {
@@ -16,25 +21,25 @@ struct Capture::State : std::enable_shared_from_this<State> {
   }
 
   EngineThread& thread;
-  const std::vector<std::string> sources;
+  const Sources sources;
   const std::string format;
   const Listener listener;
-  std::size_t next = 0;
+  std::size_t next = 0;  // of the devices; behind them the substitute
   GstRef<GstElement> pipeline;
   EngineThread::Busy starting;  // until the first sample
   std::atomic<bool> started = false;
 };
 
 void Capture::State::startNext() {
-  if (next == sources.size()) {
+  const auto source = description();
+  if (source.empty()) {
     starting.reset();
     listener.onEnded();
     return;
   }
   std::string why;
   pipeline = parsePipeline(
-      sources[next] + " ! " + format + " ! appsink name=out sync=false max-buffers=4 drop=true",
-      why);
+      source + " ! " + format + " ! appsink name=out sync=false max-buffers=4 drop=true", why);
   if (!pipeline) return failed(why);
 
   using Weak = std::weak_ptr<State>;
@@ -75,13 +80,12 @@ void Capture::State::failed(const std::string& why) {
   const auto self = shared_from_this();
   if (const auto ending = std::move(pipeline)) gst_element_set_state(ending.get(), GST_STATE_NULL);
   started = false;
-  listener.onTrouble(sources[next], why);
+  listener.onTrouble(description(), why, next + 1 >= sources.devices.size());
   ++next;
   startNext();
 }
 
-Capture::Capture(EngineThread& thread, std::vector<std::string> sources, std::string format,
-                 Listener listener)
+Capture::Capture(EngineThread& thread, Sources sources, std::string format, Listener listener)
     : state_(std::make_shared<State>(thread, std::move(sources), std::move(format),
                                      std::move(listener))) {
   initialiseGStreamer();
@@ -95,8 +99,6 @@ Capture::~Capture() { state_->end(); }
 
 bool Capture::isRunning() const { return state_->started; }
 
-std::string Capture::source() const {
-  return state_->next < state_->sources.size() ? state_->sources[state_->next] : "";
-}
+std::string Capture::source() const { return state_->description(); }
 
 }  // namespace vemo::janus

@@ -21,16 +21,21 @@ class Capture {
     std::function<void(GstSample* sample)> onSample;
     /// The first sample has come.
     std::function<void()> onStarted;
-    /// A source could not be started, or went away, and the next one, if any, is tried.
-    std::function<void(const std::string& source, const std::string& why)> onTrouble;
-    /// There is no other source.
+    /// A device could not be started, or went away; `isLast`: there is no other to try.
+    std::function<void(const std::string& device, const std::string& why, bool isLast)> onTrouble;
+    /// There is nothing that stands for the last device either.
     std::function<void()> onEnded;
   };
+  /// GStreamer descriptions: of devices, and of what stands for them when none can be used, which
+  /// may be empty.
+  struct Sources {
+    std::vector<std::string> devices;
+    std::string substitute;
+  };
 
-  /// `sources` are GStreamer descriptions, `format` what their samples are turned into. It begins
-  /// when this is made; the listener hears of it later.
-  Capture(EngineThread& thread, std::vector<std::string> sources, std::string format,
-          Listener listener);
+  /// `format` is what samples are turned into. It begins when this is made; the listener hears of
+  /// it later.
+  Capture(EngineThread& thread, Sources sources, std::string format, Listener listener);
   ~Capture();
   Capture(const Capture&) = delete;
   Capture& operator=(const Capture&) = delete;

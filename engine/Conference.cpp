@@ -24,8 +24,7 @@ using std::chrono::milliseconds;
 constexpr milliseconds kMeasuringPeriod{2'000};
 constexpr std::int32_t kShortestVolumeIntervalMs = 100;
 constexpr std::int32_t kLongestVolumeIntervalMs = 10'000;
-constexpr std::size_t kLongestUserId = 256;  // bytes
-constexpr std::size_t kLongestCall = 4096;   // bytes
+constexpr std::size_t kLongestCall = 4096;  // bytes
 constexpr unsigned kJitterBufferMs = 100;
 
 /// Processor time used since the start: of this process, of nobody, and of all, in ticks.
@@ -93,6 +92,7 @@ void Conference::close() {
   music_.stopAll();
   camera_.reset();
   screen_.reset();
+  setScreenReady(false);
   muteImageTimer_.reset();
   outgoing_->preview.setView(nullptr);
   stopMicrophone();
@@ -123,6 +123,7 @@ JanusConnection::Settings Conference::connectionTo(const std::string& server,
                                                    const std::string& token) const {
   JanusConnection::Settings settings;
   settings.server = server;
+  settings.authorities = options_->authorities;
   settings.token = token;
   settings.answerTimeout = options_->answerTimeout;
   settings.keepalive = options_->keepalive;
@@ -176,42 +177,48 @@ void Conference::enter(const KOBUParams& params) {
 }
 
 RoomVisit::Listener Conference::visitListener() {
-  return {bind([](Conference& self, const std::string& user, const Presence& presence) {
-            self.learn(user, presence);
-          }),
-          bind([](Conference& self, const std::string& user, std::int64_t reason) {
-            self.gone(user, reason);
-          }),
-          bind([](Conference& self) { self.emit([](auto& to) { to.onConnectionLost(); }); }),
-          bind([](Conference& self) { self.emit([](auto& to) { to.onTryToReconnect(); }); }),
-          bind([](Conference& self) {
-            self.emit([](auto& to) { to.onConnectionRecovery(); });
-            self.receiveAll();
-          }),
-          bind([](Conference& self, std::int64_t reason) {
-            if (self.state_ == State::entering) {
-              return self.failEntering(kEnterRefused, "the room was closed");
-            }
-            self.endVisit();
-            self.emit([reason](auto& to) { to.onExitRoom(reason); });
-          }),
-          bind([](Conference& self, Publisher* publisher) {
-            self.outgoing_->setPublisher(publisher);
-            if (publisher) self.applyEncodings();
-          }),
-          bind([](Conference& self, Line line) {
-            const auto shown = self.presence();
-            self.emit([&](auto& to) {
-              if (line == Line::audio && shown.audio) to.onSendFirstLocalAudioFrame();
-              if (line == Line::camera && shown.video) {
-                to.onSendFirstLocalVideoFrame(kKOBUStreamTypeMain);
-              }
-              if (line == Line::screen && shown.screen) {
-                to.onSendFirstLocalVideoFrame(kKOBUStreamTypeSub);
-              }
-            });
-          }),
-          [log = log_](const std::string& text) { log->write(EngineLog::info, text); }};
+  return {
+      bind([](Conference& self, const std::string& user, const Presence& presence) {
+        self.learn(user, presence);
+      }),
+      bind([](Conference& self, const std::string& user, std::int64_t reason) {
+        self.gone(user, reason);
+      }),
+      bind([](Conference& self) { self.emit([](auto& to) { to.onConnectionLost(); }); }),
+      bind([](Conference& self) { self.emit([](auto& to) { to.onTryToReconnect(); }); }),
+      bind([](Conference& self) {
+        self.emit([](auto& to) { to.onConnectionRecovery(); });
+        self.receiveAll();
+      }),
+      bind([](Conference& self, std::int64_t reason, const std::optional<RoomVisit::Failure>& why) {
+        if (self.state_ == State::entering) {
+          return why ? self.failEntering(why->code, why->text)
+                     : self.failEntering(kEnterRefused, "the room was closed");
+        }
+        self.endVisit();
+        if (why) {
+          self.log_->write(EngineLog::error, why->text);
+          self.emit([&why](auto& to) { to.onError(why->code, why->text, std::nullopt); });
+        }
+        self.emit([reason](auto& to) { to.onExitRoom(reason); });
+      }),
+      bind([](Conference& self, Publisher* publisher) {
+        self.outgoing_->setPublisher(publisher);
+        if (publisher) self.applyEncodings();
+      }),
+      bind([](Conference& self, Line line) {
+        const auto shown = self.presence();
+        self.emit([&](auto& to) {
+          if (line == Line::audio && shown.audio) to.onSendFirstLocalAudioFrame();
+          if (line == Line::camera && shown.video) {
+            to.onSendFirstLocalVideoFrame(kKOBUStreamTypeMain);
+          }
+          if (line == Line::screen && shown.screen) {
+            to.onSendFirstLocalVideoFrame(kKOBUStreamTypeSub);
+          }
+        });
+      }),
+      [log = log_](const std::string& text) { log->write(EngineLog::info, text); }};
 }
 
 void Conference::entered(Clock::time_point since, const RoomVisit::Failure* failure) {

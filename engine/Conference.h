@@ -3,7 +3,9 @@
 #include <atomic>
 #include <boost/json/object.hpp>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -23,6 +25,8 @@
 #include "engine/VideoStage.h"
 
 namespace vemo::janus {
+
+inline constexpr std::size_t kLongestUserId = 256;  ///< bytes
 
 /// All that one engine instance is doing: its own camera, microphone, screen and music, the room
 /// that it is in, and what it receives of the others. Engine thread, where not said otherwise;
@@ -156,6 +160,10 @@ class Conference : public std::enable_shared_from_this<Conference> {
   Presence presence() const;
   /// Tells the others if what is sent has changed.
   void publish();
+  /// Keeps in the log what is wrong with devices, and tells it after `sentence` once none is left.
+  std::function<void(const std::string& device, const std::string& why, bool isLast)> onTrouble(
+      const char* sentence);
+  void setScreenReady(bool ready);
   void startCameraCapture();
   void showMuteImage();
   void applyEncodings();

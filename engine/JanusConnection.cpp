@@ -32,6 +32,21 @@ std::uint64_t numberAt(const object& from, std::string_view key) {
              : 0;
 }
 
+/// What is wrong with a certificate.
+std::string sentenceOf(GTlsCertificateFlags errors) {
+  const auto has = [errors](GTlsCertificateFlags one) { return (errors & one) != 0; };
+  if (has(G_TLS_CERTIFICATE_BAD_IDENTITY)) return "it is another server's";
+  if (has(G_TLS_CERTIFICATE_EXPIRED)) return "it has expired";
+  if (has(G_TLS_CERTIFICATE_NOT_ACTIVATED)) return "it is not valid yet";
+  if (has(G_TLS_CERTIFICATE_REVOKED)) return "it was revoked";
+  return "nobody who is trusted vouches for it";
+}
+
+bool isUnauthorised(const JanusError& error) {
+  return error.kind == JanusError::Kind::refused &&
+         (error.code == kJanusUnauthorized || error.code == kJanusNoPermission);
+}
+
 JanusError refusal(const object& from, const char* codeKey, const char* textKey) {
   return {JanusError::Kind::refused, static_cast<int>(numberAt(from, codeKey)),
           textAt(from, textKey)};
@@ -60,14 +75,35 @@ class JanusConnection::Socket : public std::enable_shared_from_this<Socket> {
   std::function<void(const std::string& text)> onText;
   std::function<void(const std::string& why)> onClosed;
 
-  void open(const std::string& server, Opened opened) {
+  /// `authorities`: see EngineOptions.
+  void open(const std::string& server, const std::string& authorities, Opened opened) {
+    if (!authorities.empty()) {
+      GError* error = nullptr;
+      auto* database = g_tls_file_database_new(authorities.c_str(), &error);
+      if (!database) {
+        const JanusError why{JanusError::Kind::unreachable, 0, error->message};
+        g_error_free(error);
+        opened(why);
+        return;
+      }
+      soup_session_set_tls_database(session_.get(), G_TLS_DATABASE(database));
+      g_object_unref(database);
+    }
     SoupMessage* raw = soup_message_new("GET", server.c_str());
     if (!raw) {
       opened(JanusError{JanusError::Kind::unreachable, 0, "\"" + server + "\" is no address"});
       return;
     }
     const auto message = owned(raw);
-    std::array<char*, 2> protocols{const_cast<char*>("janus-protocol"), nullptr};
+    using Judge = gboolean (*)(SoupMessage*, GTlsCertificate*, GTlsCertificateFlags, gpointer);
+    const Judge judge = [](SoupMessage*, GTlsCertificate*, GTlsCertificateFlags errors,
+                           gpointer self) -> gboolean {
+      static_cast<Socket*>(self)->badCertificate_ = errors;
+      return FALSE;
+    };
+    g_signal_connect(raw, "accept-certificate", G_CALLBACK(judge), this);
+    std::string protocol = "janus-protocol";
+    std::array<char*, 2> protocols{protocol.data(), nullptr};
     struct Opening {
       std::weak_ptr<Socket> socket;
       Opened opened;
@@ -85,11 +121,13 @@ class JanusConnection::Socket : public std::enable_shared_from_this<Socket> {
           } else if (made) {
             g_object_unref(made);
           } else {
-            const std::string why = error->message;
+            std::string why = error->message;
             g_error_free(error);
-            if (self) {
-              opening->opened(JanusError{JanusError::Kind::unreachable, 0, why});
+            if (!self) return;
+            if (self->badCertificate_ != 0) {
+              why = "its certificate is refused, as " + sentenceOf(self->badCertificate_);
             }
+            opening->opened(JanusError{JanusError::Kind::unreachable, 0, why});
           }
         },
         new Opening{weak_from_this(), std::move(opened)});
@@ -124,6 +162,7 @@ class JanusConnection::Socket : public std::enable_shared_from_this<Socket> {
   const std::unique_ptr<SoupSession, decltype(&g_object_unref)> session_;
   const std::unique_ptr<GCancellable, decltype(&g_object_unref)> cancel_;
   SoupWebsocketConnection* socket_ = nullptr;
+  GTlsCertificateFlags badCertificate_{};
 };
 
 JanusConnection::JanusConnection(EngineThread& thread, Settings settings, Listener listener)
@@ -193,10 +232,11 @@ void JanusConnection::connect(std::function<void(std::optional<JanusError>)> don
       finish(JanusError{JanusError::Kind::timedOut, 0, "the server does not answer"});
     }
   });
-  socket_->open(settings_.server, [finish, timeout = std::move(timeout),
-                                   weak = weak_from_this()](std::optional<JanusError> error) {
-    if (const auto self = weak.lock()) finish(std::move(error));
-  });
+  socket_->open(settings_.server, settings_.authorities,
+                [finish, timeout = std::move(timeout),
+                 weak = weak_from_this()](std::optional<JanusError> error) {
+                  if (const auto self = weak.lock()) finish(std::move(error));
+                });
 }
 
 void JanusConnection::close() {
@@ -331,6 +371,7 @@ void JanusConnection::keepAlive() {
     }
     keepaliveUnanswered_ = true;
     ping([this, sent = Clock::now()](const Result& result) {
+      if (result.error && isUnauthorised(*result.error)) return ended(*result.error);
       if (result.error) return;
       keepaliveUnanswered_ = false;
       roundTrip_ = std::chrono::duration_cast<Milliseconds>(Clock::now() - sent);
@@ -388,9 +429,7 @@ void JanusConnection::retry() {
           if (!made.error) {
             recovered(false);
           } else if (made.error->kind == JanusError::Kind::refused) {
-            phase_ = Phase::closed;
-            socket_.reset();
-            listener_.onEnded(*made.error);
+            ended(*made.error);
           } else {
             phase_ = Phase::lost;
             socket_.reset();
@@ -400,6 +439,14 @@ void JanusConnection::retry() {
       }
     });
   });
+}
+
+void JanusConnection::ended(const JanusError& why) {
+  phase_ = Phase::closed;
+  keepalive_.reset();
+  socket_.reset();
+  failPending(why);
+  listener_.onEnded(why);
 }
 
 void JanusConnection::recovered(bool sameSession) {

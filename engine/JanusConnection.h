@@ -49,6 +49,7 @@ class JanusConnection : public std::enable_shared_from_this<JanusConnection> {
 
   struct Settings {
     std::string server;                  ///< ws://... or wss://...
+    std::string authorities;             ///< see EngineOptions
     std::string token;                   ///< goes with each request; empty for none
     Milliseconds answerTimeout{10'000};  ///< of a request, and of opening the socket
     Milliseconds keepalive{5'000};       ///< unanswered until the next one, the socket is lost
@@ -63,7 +64,7 @@ class JanusConnection : public std::enable_shared_from_this<JanusConnection> {
     std::function<void()> onRetry;
     /// `sameSession`: the handles are there as before; otherwise they are gone.
     std::function<void(bool sameSession)> onRecovered;
-    /// The server will not have us back.
+    /// The server will not have us any longer.
     std::function<void(const JanusError& why)> onEnded;
   };
 
@@ -125,6 +126,7 @@ class JanusConnection : public std::enable_shared_from_this<JanusConnection> {
   void retry();
   void recovered(bool sameSession);
   void retryLater();
+  void ended(const JanusError& why);
 
   EngineThread& thread_;
   const Settings settings_;

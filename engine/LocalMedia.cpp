@@ -34,11 +34,6 @@ unsigned audioBitrateOf(std::int32_t quality) {
   }
 }
 
-std::vector<std::string> with(std::vector<std::string> sources, const char* last) {
-  sources.emplace_back(last);
-  return sources;
-}
-
 SampleRef sampleOf(const RgbaPicture& picture) {
   const auto caps =
       capsOf("video/x-raw,format=RGBA,framerate=0/1,width=" + std::to_string(picture.width) +
@@ -94,6 +89,15 @@ bool Conference::accepts(const KOBUVideoEncParam& param) {
   return false;
 }
 
+std::function<void(const std::string&, const std::string&, bool)> Conference::onTrouble(
+    const char* sentence) {
+  return bind(
+      [sentence](Conference& self, const std::string& device, const std::string& why, bool isLast) {
+        self.log_->write(EngineLog::info, device + ": " + why);
+        if (isLast) self.warn(kWarnDevice, sentence + why);
+      });
+}
+
 // Camera
 
 void Conference::startCamera(bool front, std::shared_ptr<NativeView> view) {
@@ -108,20 +112,18 @@ void Conference::startCamera(bool front, std::shared_ptr<NativeView> view) {
 void Conference::startCameraCapture() {
   camera_.reset();
   camera_ = std::make_unique<Capture>(
-      *thread_, with(front_ ? options_->frontCamera : options_->backCamera, kTestPicture),
+      *thread_,
+      Capture::Sources{front_ ? options_->frontCamera : options_->backCamera, kTestPicture},
       kPictures,
-      Capture::Listener{
-          [outgoing = outgoing_](GstSample* sample) { outgoing->camera(sample); },
-          bind([](Conference& self) {
-            if (!std::exchange(self.cameraReady_, true)) {
-              self.emit([](auto& to) { to.onCameraDidReady(); });
-            }
-            self.publish();
-          }),
-          bind([](Conference& self, const std::string& source, const std::string& why) {
-            self.warn(kWarnDevice, "the camera (" + source + ") can't be used: " + why);
-          }),
-          bind([](Conference& self) { self.stopCamera(); })});
+      Capture::Listener{[outgoing = outgoing_](GstSample* sample) { outgoing->camera(sample); },
+                        bind([](Conference& self) {
+                          if (!std::exchange(self.cameraReady_, true)) {
+                            self.emit([](auto& to) { to.onCameraDidReady(); });
+                          }
+                          self.publish();
+                        }),
+                        onTrouble("The camera can't be used, a test picture stands for it: "),
+                        bind([](Conference& self) { self.stopCamera(); })});
 }
 
 void Conference::stopCamera() {
@@ -238,8 +240,7 @@ AudioMix& Conference::playoutMix() {
     playout_ = std::make_unique<AudioMix>(
         *thread_, options_->speaker, std::move(tap),
         bind([](Conference& self, const std::string& why) {
-          self.warn(kWarnDevice, "nothing can be heard: the speaker (" + self.options_->speaker +
-                                     ") can't be used: " + why);
+          self.warn(kWarnDevice, "The speaker can't be used, so you hear nothing: " + why);
         }));
     playout_->setVolume(playoutVolume_);
   }
@@ -254,20 +255,17 @@ void Conference::startMicrophone(std::int32_t quality) {
   microphoneInput_->setVolume(captureVolume_);
   outgoing_->setMicrophone(microphoneInput_.get());
   microphone_ = std::make_unique<Capture>(
-      *thread_, with(options_->microphone, kSilence),
+      *thread_, Capture::Sources{options_->microphone, kSilence},
       std::string("audioconvert ! audioresample ! ") + kSound,
-      Capture::Listener{
-          [outgoing = outgoing_](GstSample* sample) { outgoing->microphone(sample); },
-          bind([](Conference& self) {
-            if (!std::exchange(self.microphoneReady_, true)) {
-              self.emit([](auto& to) { to.onMicDidReady(); });
-            }
-            self.publish();
-          }),
-          bind([](Conference& self, const std::string& source, const std::string& why) {
-            self.warn(kWarnDevice, "the microphone (" + source + ") can't be used: " + why);
-          }),
-          bind([](Conference& self) { self.stopMicrophone(); })});
+      Capture::Listener{[outgoing = outgoing_](GstSample* sample) { outgoing->microphone(sample); },
+                        bind([](Conference& self) {
+                          if (!std::exchange(self.microphoneReady_, true)) {
+                            self.emit([](auto& to) { to.onMicDidReady(); });
+                          }
+                          self.publish();
+                        }),
+                        onTrouble("The microphone can't be used, so nobody can hear you: "),
+                        bind([](Conference& self) { self.stopMicrophone(); })});
 }
 
 void Conference::stopMicrophone() {
@@ -311,23 +309,24 @@ void Conference::startScreen(const KOBUVideoEncParam& param,
   outgoing_->screenPaused = false;
   applyEncodings();
   screen_ = std::make_unique<Capture>(
-      *thread_, options_->screen, kPictures,
-      Capture::Listener{
-          [outgoing = outgoing_](GstSample* sample) { outgoing->screen(sample); },
-          bind([](Conference& self) {
-            self.screenReady_ = true;
-            int starting = screenStarting;
-            self.screenState_->compare_exchange_strong(starting, screenCapturing);
-            self.emit([](auto& to) { to.onScreenCaptureStarted(); });
-            self.publish();
-          }),
-          bind([](Conference& self, const std::string& source, const std::string& why) {
-            self.warn(kWarnDevice, "the screen (" + source + ") can't be captured: " + why);
-          }),
-          bind([](Conference& self) {
-            *self.screenState_ = screenIdle;
-            self.stopScreen();
-          })});
+      *thread_, Capture::Sources{options_->screen, ""}, kPictures,
+      Capture::Listener{[outgoing = outgoing_](GstSample* sample) { outgoing->screen(sample); },
+                        bind([](Conference& self) {
+                          self.setScreenReady(true);
+                          int starting = screenStarting;
+                          self.screenState_->compare_exchange_strong(starting, screenCapturing);
+                          self.emit([](auto& to) { to.onScreenCaptureStarted(); });
+                          self.publish();
+                        }),
+                        onTrouble("The screen can't be captured: "), bind([](Conference& self) {
+                          *self.screenState_ = screenIdle;
+                          self.stopScreen();
+                        })});
+}
+
+void Conference::setScreenReady(bool ready) {
+  if (std::exchange(screenReady_, ready) == ready) return;
+  if (options_->onScreenShared) options_->onScreenShared(ready);
 }
 
 void Conference::pauseScreen(bool pause) {
@@ -344,7 +343,7 @@ void Conference::pauseScreen(bool pause) {
 void Conference::stopScreen() {
   if (!screen_) return;
   screen_.reset();
-  screenReady_ = false;
+  setScreenReady(false);
   emit([](auto& to) { to.onScreenCaptureStoped(0); });
   publish();
 }

@@ -7,7 +7,7 @@
 namespace vemo::janus {
 namespace {
 
-constexpr Line kLines[] = {Line::audio, Line::camera, Line::cameraSmall, Line::screen};
+constexpr std::array kLines{Line::audio, Line::camera, Line::cameraSmall, Line::screen};
 
 std::string rtpCaps(Line line, std::uint32_t ssrc) {
   const auto payload = std::to_string(96 + static_cast<unsigned>(line));

@@ -9,7 +9,6 @@ namespace vemo::janus {
 namespace {
 
 constexpr std::size_t kMostUsersKept = 1024;
-constexpr std::size_t kLongestUserId = 256;  // bytes
 
 /// Which of a user's pictures a stream type is of; nothing when it is none.
 std::optional<Line> pictureLine(std::int32_t streamType) {

@@ -1,6 +1,9 @@
 #include "engine/RoomVisit.h"
 
+#include <glib.h>
+
 #include <algorithm>
+#include <memory>
 #include <set>
 #include <utility>
 #include <vector>
@@ -18,6 +21,11 @@ constexpr const char* kPlugin = "janus.plugin.videoroom";
 constexpr std::chrono::milliseconds kRepublishAfter{500};
 constexpr std::chrono::milliseconds kLongestHangUp{2'000};
 
+std::string randomText() {
+  const std::unique_ptr<char, decltype(&g_free)> text(g_uuid_string_random(), g_free);
+  return text.get();
+}
+
 RoomVisit::Failure failureOf(const JanusError& error) {
   switch (error.kind) {
     case JanusError::Kind::unreachable:
@@ -30,7 +38,7 @@ RoomVisit::Failure failureOf(const JanusError& error) {
     case kJanusUnauthorized:
     case kJanusNoPermission:
     case kVideoRoomUnauthorized:
-      return {kEnterBadSignature, "the signature is not good for this room"};
+      return {kEnterBadSignature, "the signature is not good for this room, or has expired"};
     case kVideoRoomFull: return {kEnterRoomFull, "the room is full"};
     case kVideoRoomIdTaken: return {kEnterRefused, "this user is in the room already"};
     default: return {kEnterRefused, error.text};
@@ -66,8 +74,7 @@ void RoomVisit::enter(const Presence& presence, Done done) {
           alive([](RoomVisit& self) { self.listener_.onRetry(); }),
           alive([](RoomVisit& self, bool sameSession) { self.recovered(sameSession); }),
           alive([](RoomVisit& self, const JanusError& why) {
-            self.listener_.log("the server ended the connection: " + why.text);
-            self.putOut(kExitRemoved);
+            self.putOut(kExitRemoved, failureOf(why));
           })});
   makeSubscriber();
   server_->open(
@@ -135,6 +142,8 @@ void RoomVisit::create(Done done) {
               {"audiocodec", "opus"},
               {"fir_freq", 0}};
   if (!settings_.adminKey.empty()) body["admin_key"] = settings_.adminKey;
+  // Without one, everybody in the room could remove the others and the room itself.
+  body["secret"] = settings_.adminKey.empty() ? randomText() : settings_.adminKey;
   server_->message(
       handle_, std::move(body), std::nullopt,
       [weak = weak_from_this(), done = std::move(done)](const JanusConnection::Result& result) {
@@ -404,8 +413,7 @@ void RoomVisit::recovered(bool sameSession) {
     const auto self = weak.lock();
     if (!self || self->over_) return;
     if (failure) {
-      self->listener_.log("coming back: " + failure->text);
-      return self->putOut(kExitRemoved);
+      return self->putOut(kExitRemoved, failure);
     }
     self->listener_.onRecovered();
     if (self->over_) return;
@@ -435,13 +443,13 @@ void RoomVisit::recovered(bool sameSession) {
                    });
 }
 
-void RoomVisit::putOut(std::int64_t reason) {
+void RoomVisit::putOut(std::int64_t reason, const std::optional<Failure>& why) {
   if (std::exchange(over_, true)) return;
   const auto self = shared_from_this();
   unpublish();
   if (subscriber_) std::exchange(subscriber_, nullptr)->close();
   server_->close();
-  listener_.onPutOut(reason);
+  listener_.onPutOut(reason, why);
 }
 
 }  // namespace vemo::janus

@@ -45,8 +45,8 @@ class RoomVisit : public std::enable_shared_from_this<RoomVisit> {
     std::function<void()> onLost;
     std::function<void()> onRetry;
     std::function<void()> onRecovered;
-    /// The visit is over; `reason` is that of onExitRoom.
-    std::function<void(std::int64_t reason)> onPutOut;
+    /// The visit is over; `reason` is that of onExitRoom, `why` what went wrong, if anything did.
+    std::function<void(std::int64_t reason, const std::optional<Failure>& why)> onPutOut;
     /// There is a connection to send over now, or there is none (null).
     std::function<void(Publisher* publisher)> onPublisher;
     std::function<void(Line line)> onFirstSent;
@@ -93,7 +93,7 @@ class RoomVisit : public std::enable_shared_from_this<RoomVisit> {
   void learnMember(const std::string& user, const std::string& display);
   void learnGone(const std::string& user, std::int64_t reason);
   void recovered(bool sameSession);
-  void putOut(std::int64_t reason);
+  void putOut(std::int64_t reason, const std::optional<Failure>& why = std::nullopt);
 
   EngineThread& thread_;
   const Settings settings_;

@@ -48,9 +48,9 @@ std::string UserSignature::text() const { return server + kBetween + room; }
 
 UserSignature signRoom(std::string_view secret, std::int64_t expiry, std::uint32_t sdkAppId,
                        std::uint32_t roomId) {
-  constexpr std::string_view kPlugin = "janus.plugin.videoroom";
-  return {signedToken(secret, expiry, "janus", {std::string(kPlugin)}),
-          signedToken(secret, expiry, kPlugin, {"room=" + roomName(sdkAppId, roomId)})};
+  constexpr std::string_view kRealm = "janus.plugin.videoroom";
+  return {signedToken(secret, expiry, "janus", {std::string(kRealm)}),
+          signedToken(secret, expiry, kRealm, {"room=" + roomName(sdkAppId, roomId)})};
 }
 
 }  // namespace vemo

@@ -19,6 +19,7 @@
 #include "classroom/PageDownloads.h"
 #include "classroom/PageGate.h"
 #include "classroom/Permissions.h"
+#include "classroom/ShareNotice.h"
 #include "classroom/TestMedia.h"
 #include "platform/CurlDownloadService.h"
 #include "platform/DBusNotificationCenter.h"
@@ -71,6 +72,11 @@ void serve(WebKitURISchemeRequest* request, gpointer data) {
   webkit_uri_scheme_request_finish(request, G_INPUT_STREAM(stream), -1,
                                    std::string(type.substr(0, type.find(';'))).c_str());
   g_object_unref(stream);
+}
+
+/// Null where there is none.
+std::unique_ptr<GDBusConnection, void (*)(gpointer)> sessionBus() {
+  return {g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr), g_object_unref};
 }
 
 /// The windows, and what they share.
@@ -182,11 +188,16 @@ class Desktop {
     options.version = VEMO_VERSION;
     options.servers = options_.servers;
     options.serversFile = options_.serversFile;
+    options.authorities = options_.authorities;
     options.pixelsOf = [](const VEMOImage& image) -> std::shared_ptr<const RgbaPicture> {
       const auto* decoded = dynamic_cast<const DecodedImage*>(&image);
       if (!decoded) return nullptr;
       return std::make_shared<RgbaPicture>(
           RgbaPicture{decoded->width(), decoded->height(), decoded->rgba()});
+    };
+    options.onScreenShared = [this,
+                              notice = std::make_shared<ShareNotice>(bus_.get())](bool shared) {
+      queue_.dispatchAsync([notice, shared] { notice->setShared(shared); });
     };
     if (options_.testMedia) useTestMedia(options, opened_);
     ++opened_;
@@ -254,6 +265,7 @@ class Desktop {
   PixbufImageDecoder images_;
   const std::unique_ptr<CrossProcessNotificationCenter> extensionNotifications_ =
       makeCrossProcessCenter();
+  const std::unique_ptr<GDBusConnection, void (*)(gpointer)> bus_ = sessionBus();
   ProcessExtensionLauncher launcher_{systemLog_, {"vemo-broadcast", "started"}};
   MainThreadQueue queue_{[this] {
     g_idle_add_full(

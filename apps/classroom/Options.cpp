@@ -23,6 +23,7 @@ std::optional<ClassroomOptions> classroomOptionsFrom(const std::vector<std::stri
                                                      std::string& error) {
   ClassroomOptions options;
   const std::map<std::string_view, std::string*> texts{{"--servers-file", &options.serversFile},
+                                                       {"--authorities", &options.authorities},
                                                        {"--page", &options.pageFolder},
                                                        {"--page-url", &options.pageUrl},
                                                        {"--query", &options.query},
@@ -82,6 +83,8 @@ Options:
   --server URL         a media server, such as wss://media.example.org:8188; may be given
                        several times, and all participants need the same list
   --servers-file FILE  a file with the addresses, one a line, read again before each enter
+  --authorities FILE   judge the servers' certificates by those in FILE (PEM), not by the
+                       system's
   --page DIR           show the page in DIR, not the one that belongs to this build
   --page-url URL       show the page at URL (https, or http on this machine); pages of its
                        origin alone are shown and reach the classroom

@@ -2,6 +2,7 @@
 
 #include <libsoup/soup.h>
 
+#include <array>
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
 #include <functional>
@@ -23,14 +24,15 @@ class FakeJanus {
     Arrivals<bool> started;
     thread_.post([&] {
       server_ = soup_server_new("server-header", "fake", nullptr);
-      char protocol[] = "janus-protocol";
-      char* protocols[] = {protocol, nullptr};
+      std::string protocol = "janus-protocol";
+      std::array<char*, 2> protocols{protocol.data(), nullptr};
       using Opened = void (*)(SoupServer*, SoupServerMessage*, const char*,
                               SoupWebsocketConnection*, gpointer);
       const Opened opened = [](SoupServer*, SoupServerMessage*, const char*,
                                SoupWebsocketConnection* socket,
                                gpointer self) { static_cast<FakeJanus*>(self)->adopt(socket); };
-      soup_server_add_websocket_handler(server_, "/", nullptr, protocols, opened, this, nullptr);
+      soup_server_add_websocket_handler(server_, "/", nullptr, protocols.data(), opened, this,
+                                        nullptr);
       listen(0);
       started.add(true);
     });

@@ -28,7 +28,7 @@ std::string kindOf(const object& request) { return std::string(request.at("janus
 
 class JanusConnectionTest : public ::testing::Test {
  protected:
-  ~JanusConnectionTest() override {
+  void TearDown() override {
     EngineThread::Task drop = [held = std::move(connection_)] {
       if (held) held->close();
     };

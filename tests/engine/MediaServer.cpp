@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
@@ -94,10 +95,14 @@ void MediaServer::stop() {
   process_ = 0;
 }
 
-std::string MediaServer::signature(std::uint32_t room) {
-  constexpr std::int64_t kHour = 3600;
-  return signRoom(kSecret, static_cast<std::int64_t>(std::time(nullptr)) + kHour, kApp, room)
-      .text();
+std::string MediaServer::url() const {
+  const bool isSecure = std::ranges::find(options_, "--certificate") != options_.end();
+  return std::string(isSecure ? "wss://" : "ws://") + kAddress + ":8188";
+}
+
+std::string MediaServer::signature(std::uint32_t room, std::chrono::seconds lasts) {
+  const auto now = static_cast<std::int64_t>(std::time(nullptr));
+  return signRoom(kSecret, now + lasts.count(), kApp, room).text();
 }
 
 KOBUParams MediaServer::params(const std::string& user, std::uint32_t room) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -19,7 +20,7 @@ inline constexpr const char* kAddress = "10.99.0.1";
 /// A real media server in that network.
 class MediaServer {
  public:
-  /// Waits until it is ready.
+  /// Waits until it is ready. `options`: more of vemo-server.
   explicit MediaServer(std::vector<std::string> options = {});
   ~MediaServer();
   MediaServer(const MediaServer&) = delete;
@@ -28,8 +29,9 @@ class MediaServer {
   void stop();   ///< cleanly, waiting for its end
   void start();  ///< again, on the same port
 
-  std::string url() const { return std::string("ws://") + kAddress + ":8188"; }
-  static std::string signature(std::uint32_t room);
+  std::string url() const;
+  static std::string signature(std::uint32_t room,
+                               std::chrono::seconds lasts = std::chrono::hours(1));
   static KOBUParams params(const std::string& user, std::uint32_t room = 7);
 
  private:

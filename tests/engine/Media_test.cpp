@@ -167,7 +167,10 @@ TEST_F(MediaTest, ThePictureIsSentAsTheEncoderIsTold) {
 }
 
 TEST_F(MediaTest, TheScreenIsAPictureOfItsOwn) {
-  Person alice("alice", options());
+  auto sharing = options();
+  Arrivals<bool> shared;
+  sharing.onScreenShared = [&shared](bool now) { shared.add(now); };
+  Person alice("alice", sharing);
   Person bob("bob", options());
   const auto camera = std::make_shared<SeenView>();
   const auto screen = std::make_shared<SeenView>();
@@ -183,6 +186,7 @@ TEST_F(MediaTest, TheScreenIsAPictureOfItsOwn) {
   EXPECT_TRUE(camera->waitForColour("red"));
   EXPECT_EQ(alice->stopScreenCapture(), 0);
   bob.told->waitFor("onUserSubStreamAvailable alice 0");
+  EXPECT_EQ(shared.next(2), (std::vector{true, false}));
 }
 
 TEST_F(MediaTest, MusicIsHeardByTheOthers) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 #include "FakeJanus.h"
 #include "testing/Arrivals.h"
@@ -32,12 +33,16 @@ class SlowlyEndingServer {
   void serve(FakeJanus& server, const object& request) {
     constexpr int kKeepalives = 4;  // longer than an offer takes
     const auto name = nameOf(request);
-    if (name == "claim") ending_ = kKeepalives;
+    if (name == "claim") {
+      isEnding_ = true;
+      ending_ = kKeepalives;
+    }
     if (name == "publish") {
       told_.add(name);
       return;  // never answered: what comes of it is of no interest here
     }
-    if (name == "keepalive" && ending_ > 0 && --ending_ == 0) {
+    if (name == "keepalive" && ending_ > 0) --ending_;
+    if (name == "keepalive" && ending_ == 0 && std::exchange(isEnding_, false)) {
       told_.add("hangup");
       server.say(R"({"janus":"hangup","sender":8,"reason":"Close PC"})");
     }
@@ -47,6 +52,7 @@ class SlowlyEndingServer {
         {{"janus", "event"}, {"sender", 8}, {"plugindata", {{"data", {{"videoroom", "event"}}}}}});
   }
 
+  bool isEnding_ = false;
   int ending_ = 0;
   FakeJanus server_{[this](auto& self, const auto& request) { serve(self, request); }};
 };
@@ -67,7 +73,7 @@ TEST(RoomVisitTest, SendsAgainOnceTheServerHasEndedTheFormerConnection) {
   listener.onLost = [] {};
   listener.onRetry = [] {};
   listener.onRecovered = [&] { news.add("recovered"); };
-  listener.onPutOut = [](std::int64_t) {};
+  listener.onPutOut = [](std::int64_t, const auto&) {};
   listener.onPublisher = [](Publisher*) {};
   listener.onFirstSent = [](Line) {};
   listener.log = [](const std::string&) {};

@@ -210,7 +210,7 @@ TEST_F(RoomTest, TheListOfServersIsReadAgain) {
 TEST_F(RoomTest, ASpeedTestMeasuresEachServer) {
   MediaServer server;
   auto options = testOptions(server.url());
-  options.servers.push_back("ws://10.99.0.1:1");
+  options.servers.emplace_back("ws://10.99.0.1:1");
   Person alice("alice", options);
   std::vector<KOBUSpeedTestResult> results;
   Arrivals<std::int64_t> arrived;

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <mutex>
+#include <set>
 #include <string>
 
 #include "engine/VideoView.h"
@@ -134,6 +135,7 @@ class HeardSound {
       peak_ = std::max(peak_, std::abs(value));
       if (++samples_ < kWindow) continue;
       pitch_ = crossings_ * (48'000 / kWindow);
+      pitches_.insert(pitch_);
       loudest_ = peak_;
       samples_ = crossings_ = peak_ = 0;
       ++windows_;
@@ -151,6 +153,11 @@ class HeardSound {
     return changed_.wait_for(lock, std::chrono::seconds(30),
                              [&] { return windows_ > 0 && loudest_ > 0 && loudest_ < peak; });
   }
+  /// Whether there ever was such a fifth of a second.
+  bool hasHeard(int pitch) const {
+    const std::lock_guard lock(mutex_);
+    return std::ranges::any_of(pitches_, [&](int heard) { return std::abs(heard - pitch) <= 15; });
+  }
   int loudest() const {
     const std::lock_guard lock(mutex_);
     return loudest_;
@@ -163,6 +170,7 @@ class HeardSound {
   std::condition_variable changed_;
   int last_ = 0, samples_ = 0, crossings_ = 0, pitch_ = -1000, windows_ = 0;
   int peak_ = 0, loudest_ = 0;
+  std::set<int> pitches_;
 };
 
 }  // namespace vemo

@@ -6,13 +6,16 @@
 #include <fstream>
 #include <numbers>
 #include <string>
+#include <vector>
 
 namespace vemo {
 
-/// Writes a WAV file with a tone of `pitch` Hz.
-inline void writeTone(const std::filesystem::path& path, int pitch, int seconds) {
+/// Writes a WAV file with tones of these pitches, in Hz, one after the other.
+inline void writeTones(const std::filesystem::path& path, const std::vector<int>& pitches,
+                       int secondsEach) {
   constexpr std::uint32_t kRate = 48'000;
-  const auto samples = kRate * static_cast<std::uint32_t>(seconds);
+  const auto each = kRate * static_cast<std::uint32_t>(secondsEach);
+  const auto samples = each * static_cast<std::uint32_t>(pitches.size());
   const std::uint32_t bytes = samples * 2;
   std::string wav;
   const auto add = [&wav](std::uint32_t value, int size) {
@@ -31,10 +34,15 @@ inline void writeTone(const std::filesystem::path& path, int pitch, int seconds)
   wav += "data";
   add(bytes, 4);
   for (std::uint32_t i = 0; i < samples; ++i) {
-    const double angle = 2 * std::numbers::pi * pitch * i / kRate;
+    const double angle = 2 * std::numbers::pi * pitches[i / each] * (i % each) / kRate;
     add(static_cast<std::uint16_t>(static_cast<std::int16_t>(16'000 * std::sin(angle))), 2);
   }
   std::ofstream(path, std::ios::binary) << wav;
+}
+
+/// Writes a WAV file with a tone of `pitch` Hz.
+inline void writeTone(const std::filesystem::path& path, int pitch, int seconds) {
+  writeTones(path, {pitch}, seconds);
 }
 
 }  // namespace vemo

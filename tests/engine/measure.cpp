@@ -1,0 +1,160 @@
+// Measures the engine in a network and with a media server of its own, and prints a table.
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <ctime>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Classroom.h"
+#include "EveryCall.h"
+#include "MediaServer.h"
+#include "Memory.h"
+#include "Senses.h"
+
+namespace vemo {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Milliseconds = std::chrono::duration<double, std::milli>;
+
+void print(const std::string& what, const std::string& value) {
+  std::printf("| %-62s | %s\n", what.c_str(), value.c_str());
+}
+std::string text(double value, const char* unit) {
+  std::ostringstream out;
+  out.precision(3);
+  out << value << ' ' << unit;
+  return out.str();
+}
+
+TEST(Measure, FromStartingTheCameraToTheOthersFirstPicture) {
+  const MediaServer server;
+  Person alice("alice", testOptions(server.url()));
+  Person bob("bob", testOptions(server.url()));
+  alice.enter().entered();
+  bob.enter().entered();
+  bob->startRemoteView("alice", kKOBUStreamTypeMain, std::make_shared<SeenView>());
+  std::vector<double> taken;
+  for (int i = 0; i < 21; ++i) {
+    const auto begun = Clock::now();
+    alice->startLocalPreview(true, nullptr);
+    bob.told->waitFor("onFirstVideoFrame alice");
+    taken.push_back(Milliseconds(Clock::now() - begun).count());
+    alice->stopLocalPreview();
+    bob.told->waitFor("onUserVideoAvailable alice 0");
+    bob.told->clear();
+  }
+  std::ranges::sort(taken);
+  print("camera started to the other's first picture, median of 21", text(taken[10], "ms"));
+  print("the same, longest", text(taken.back(), "ms"));
+}
+
+TEST(Measure, HowLongCallsKeepTheirCaller) {
+  const MediaServer server;
+  Person bob("bob", testOptions(server.url()));
+  bob.enter();
+  bob->startLocalPreview(true, nullptr);
+  bob->startLocalAudio(2);
+  bob.entered();
+  double longest = 0;
+  std::string which;
+  std::vector<double> all;
+  for (int i = 0; i < 20; ++i) {
+    Person alice("alice", testOptions(server.url()));
+    alice.enter();
+    alice.told->waitFor("onFirstVideoFrame bob");
+    makeEveryCall(*alice.operator->(), std::make_shared<SeenView>(),
+                  [&](const char* name, const auto& call) {
+                    const auto begun = Clock::now();
+                    call();
+                    const auto took = Milliseconds(Clock::now() - begun).count();
+                    all.push_back(took);
+                    if (took > longest) which = name;
+                    longest = std::max(longest, took);
+                  });
+    alice.told->waitFor("onExitRoom");
+  }
+  std::ranges::sort(all);
+  print("a call of the engine, median of " + std::to_string(all.size()),
+        text(all[all.size() / 2] * 1000, "us"));
+  print("the longest, " + which, text(longest, "ms"));
+}
+
+double secondsUsed() {
+  rusage used{};
+  getrusage(RUSAGE_SELF, &used);
+  const auto seconds = [](const timeval& time) {
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+  };
+  return seconds(used.ru_utime) + seconds(used.ru_stime);
+}
+
+TEST(Measure, AClassOfFour) {
+  const MediaServer server;
+  std::vector<std::unique_ptr<Person>> people;
+  for (const char* name : {"alice", "bob", "carol", "dave"}) {
+    people.push_back(std::make_unique<Person>(name, testOptions(server.url())));
+    auto& person = *people.back();
+    person.enter();
+    person->startLocalPreview(true, std::make_shared<SeenView>());
+    person->startLocalAudio(2);
+  }
+  for (auto& one : people) {
+    for (auto& other : people) {
+      if (one == other) continue;
+      (*one)->startRemoteView(other->name(), kKOBUStreamTypeMain, std::make_shared<SeenView>());
+      one->told->waitFor("onFirstVideoFrame " + other->name());
+      one->told->waitFor("onFirstAudioFrame " + other->name());
+    }
+  }
+  constexpr std::chrono::seconds kLong{10};
+  const auto before = secondsUsed();
+  std::this_thread::sleep_for(kLong);
+  const auto used = (secondsUsed() - before) / static_cast<double>(kLong.count());
+  print("a class of four, each 640x360 at 15/s and sound: of a core, each",
+        text(used * 100 / static_cast<double>(people.size()), "%"));
+}
+
+TEST(Measure, MemoryOfVisits) {
+  const MediaServer server;
+  const auto options = testOptions(server.url());
+  Person bob("bob", options);
+  bob.enter();
+  bob->startLocalPreview(true, nullptr);
+  bob->startLocalAudio(2);
+  bob.entered();
+  Person alice("alice", options);
+  const auto resident = [] {
+    std::ifstream file("/proc/self/statm");
+    long pages = 0;
+    file >> pages >> pages;
+    return pages * 4;
+  };
+  for (int i = 1; i <= 220; ++i) {
+    alice.enter();
+    alice->startLocalPreview(true, nullptr);
+    alice->startLocalAudio(2);
+    alice.told->waitFor("onFirstVideoFrame bob");
+    alice->exitRoom();
+    alice.told->waitFor("onExitRoom");
+    alice.told->clear();
+    bob.told->clear();
+    if (i == 20 || i == 120 || i == 220) {
+      print("heap after " + std::to_string(i) + " enters and leaves (resident)",
+            std::to_string(usedKiB()) + " KiB (" + std::to_string(resident()) + " KiB)");
+    }
+  }
+}
+
+}  // namespace
+}  // namespace vemo
