@@ -11,7 +11,6 @@
 #include <fstream>
 #include <istream>
 #include <limits>
-#include <memory>
 #include <mutex>
 #include <optional>
 #include <tuple>
@@ -244,7 +243,7 @@ struct NoteRing::Core {
 
   Chunk* make(Lane& lane, std::size_t capacity) {
     largest = std::max(largest, capacity);
-    if (mayBeDumped) copy.grow(largest);
+    if (mayBeDumped) prepareCopy();
     auto* chunk = spare;
     if (chunk) {
       spare = chunk->nextSealed;
@@ -286,18 +285,9 @@ struct NoteRing::Core {
     return lanes.at(static_cast<std::size_t>(NoteLane::steps)).gone == 0;
   }
 
-  /// Where a dump has a chunk of its own, to take the secrets out of. There when it may be needed:
-  /// a handler of signals can't make it.
-  struct Copy {
-    std::unique_ptr<char[]> bytes;
-    std::size_t capacity = 0;
-
-    void grow(std::size_t to) {
-      if (capacity >= to) return;
-      bytes = std::make_unique_for_overwrite<char[]>(to);
-      capacity = to;
-    }
-  };
+  void prepareCopy() {
+    if (copy.size() < largest) copy = std::vector<char>(largest);
+  }
 
   ThreadNames names;
   std::mutex mutex;
@@ -306,7 +296,7 @@ struct NoteRing::Core {
   Chunk* spare = nullptr;             // without memory
   std::size_t largest = 0;            // chunk that was made
   bool mayBeDumped = false;
-  Copy copy;
+  std::vector<char> copy;  // of a chunk, for a dump: a handler of signals can't make it
   std::uint64_t order = 0;
   bool taking = false;
   std::uint64_t lost = 0;
@@ -406,7 +396,7 @@ std::string NoteRing::recording(const TextMask& mask, std::string_view failure) 
 void NoteRing::prepareDump() {
   const std::lock_guard lock(core_->mutex);
   core_->mayBeDumped = true;
-  core_->copy.grow(core_->largest);
+  core_->prepareCopy();
 }
 
 namespace {
@@ -460,10 +450,10 @@ bool NoteRing::dump(int descriptor, const std::vector<std::string>& keys) const 
     core_->names.name(i).copy(name.data(), name.size());
     if (!put(name)) return false;
   }
-  auto* const copy = core_->copy.bytes.get();
+  auto* const copy = core_->copy.data();
   for (auto* chunk = core_->all.load(); chunk; chunk = chunk->next) {
     const auto used = chunk->used.load(std::memory_order_acquire);
-    if (!chunk->bytes || used == 0 || used > core_->copy.capacity) continue;
+    if (!chunk->bytes || used == 0 || used > core_->copy.size()) continue;
     std::memcpy(copy, chunk->bytes, used);
     eraseSecretsOfNotes(copy, used, keys);
     const DumpSlice slice{.order = chunk->order, .size = used, .lane = chunk->lane};
