@@ -14,9 +14,9 @@ struct WebServerState;
 
 /// An HTTP server on the loopback interface: files of the shell and of a page, and a WebSocket at
 /// "/phone" for pages of its own. Requests that name another host, and WebSockets of
-/// pages that came from elsewhere or were not told the token, are refused, so no foreign page and no
-/// other user of the machine can reach it. Its
-/// connections are limited in number and time, so that no client can shut others out.
+/// pages that came from elsewhere or were not told the token, are refused, so no foreign page and
+/// no other user of the machine can reach it. Its connections are limited in number and time, so
+/// that no client can shut others out.
 ///
 /// Threads: run makes its caller the server's thread; post and stop from any.
 class WebServer {
