@@ -165,7 +165,9 @@ void Conference::enter(const KOBUParams& params) {
   settings.userId = userId_;
   settings.adminKey = options_->adminKey;
   settings.mostAnchors = options_->mostAnchors;
-  settings.media = {options_->stunServer, options_->turnServer, kJitterBufferMs};
+  settings.media = {.stunServer = options_->stunServer,
+                    .turnServer = options_->turnServer,
+                    .latencyMs = kJitterBufferMs};
   visit_ = std::make_shared<RoomVisit>(*thread_, std::move(settings), visitListener());
   const auto since = Clock::now();
   visit_->enter(presence(), [weak = weak_from_this(), visit = std::weak_ptr(visit_),

@@ -201,6 +201,12 @@ void RoomVisit::publish(Done done) {
           }
           const auto* jsep = result.answer.if_contains("jsep");
           const auto answer = jsep && jsep->is_object() ? textAt(jsep->get_object(), "sdp") : "";
+          held->wayUp_ = held->thread_.after(held->settings_.media.longestWayUp, [current] {
+            const auto waiting = current();
+            if (!waiting) return;
+            waiting->server_->tell(waiting->handle_, "hangup");
+            waiting->publishAgain("the connection does not come up");
+          });
           held->publisher_->accept(answer, [current, done](const std::optional<std::string>& bad) {
             const auto same = current();
             if (!same) return;
@@ -218,6 +224,7 @@ void RoomVisit::publish(Done done) {
 void RoomVisit::unpublish() {
   ++publishing_;
   republish_.reset();
+  wayUp_.reset();
   afterHangUp_ = nullptr;
   if (!publisher_) return;
   listener_.onPublisher(nullptr);
@@ -333,6 +340,8 @@ void RoomVisit::event(std::uint64_t handle, const object& event) {
   if (kind == "trickle") {
     const auto candidate = candidateOf(event);
     if (publisher_ && candidate) publisher_->addCandidate(candidate->line, candidate->text);
+  } else if (kind == "webrtcup") {
+    wayUp_.reset();
   } else if (kind == "hangup" && hangUp_) {
     hungUp();
   } else if (kind == "hangup" && publisher_ && presence_.anchor) {

@@ -107,6 +107,7 @@ class RoomVisit : public std::enable_shared_from_this<RoomVisit> {
   std::uint64_t publishing_ = 0;  // counts; an answer to a former try is void
   std::shared_ptr<Subscriber> subscriber_;
   EngineThread::Timer republish_;
+  EngineThread::Timer wayUp_;   // until what is sent over is up
   EngineThread::Timer hangUp_;  // while the server ends a former connection
   Done afterHangUp_;            // of what is to be published then
 };

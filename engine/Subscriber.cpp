@@ -115,6 +115,7 @@ Subscriber::~Subscriber() { close(); }
 void Subscriber::close() {
   if (std::exchange(closed_, true)) return;
   retry_.reset();
+  wayUp_.reset();
   outlets_->clear();
   if (connection_) std::exchange(connection_, nullptr)->close();
   if (handle_ != 0 && server_->isOpen()) server_->tell(handle_, "detach");
@@ -318,6 +319,11 @@ void Subscriber::takeOffer(const object& jsep) {
               Outlets::link(outlets, pipeline, pad, line);
             }});
     connection_->start();
+    for (const auto& [line, text] : std::exchange(early_, {}))
+      connection_->addCandidate(line, text);
+    wayUp_ = thread_.after(settings_.media.longestWayUp, [weak = weak_from_this()] {
+      if (const auto self = weak.lock()) self->restart("the connection does not come up");
+    });
   }
   connection_->answer(
       textAt(jsep, "sdp"),
@@ -347,9 +353,11 @@ void Subscriber::event(const object& event) {
   const auto kind = textAt(event, "janus");
   if (kind == "trickle") {
     const auto candidate = candidateOf(event);
-    if (connection_ && candidate) connection_->addCandidate(candidate->line, candidate->text);
+    if (candidate && connection_) connection_->addCandidate(candidate->line, candidate->text);
+    if (candidate && !connection_) early_.push_back(*candidate);
     return;
   }
+  if (kind == "webrtcup") wayUp_.reset();
   if (kind == "hangup") return restart("the server hung up: " + textAt(event, "reason"));
   if (kind != "event") return;
   if (const auto* data = pluginDataOf(event)) learnPlaces(*data);
@@ -362,9 +370,11 @@ void Subscriber::event(const object& event) {
 void Subscriber::restart(const std::string& why) {
   if (closed_) return;
   log_("receiving begins anew: " + why);
+  wayUp_.reset();
   outlets_->clear();
   places_.clear();
   offers_.clear();
+  early_.clear();
   if (connection_) std::exchange(connection_, nullptr)->close();
   if (handle_ != 0 && server_->isOpen()) server_->tell(handle_, "detach");
   handle_ = 0;

@@ -12,8 +12,10 @@
 #include <set>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "engine/JanusConnection.h"
+#include "engine/JanusEvent.h"
 #include "engine/Lines.h"
 #include "engine/PeerConnection.h"
 
@@ -102,6 +104,8 @@ class Subscriber : public std::enable_shared_from_this<Subscriber> {
   std::map<unsigned, Place> places_;  // by m-line
   std::deque<boost::json::object> offers_;
   EngineThread::Timer retry_;
+  EngineThread::Timer wayUp_;          // until the connection is up
+  std::vector<JanusCandidate> early_;  // which came before the offer that they belong to
 };
 
 }  // namespace vemo::janus

@@ -79,6 +79,18 @@ std::unique_ptr<GDBusConnection, void (*)(gpointer)> sessionBus() {
   return {g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr), g_object_unref};
 }
 
+/// Whether web processes can be put into a sandbox, which not every system or container allows;
+/// asked for where it can't be had, it would leave windows without a page.
+bool canSandbox() {
+  const std::unique_ptr<char, decltype(&g_free)> proxy(g_find_program_in_path("xdg-dbus-proxy"),
+                                                       g_free);
+  int status = 0;
+  return proxy &&
+         g_spawn_command_line_sync("bwrap --ro-bind / / --unshare-all --proc /proc --dev /dev true",
+                                   nullptr, nullptr, &status, nullptr) &&
+         g_spawn_check_wait_status(status, nullptr);
+}
+
 /// The windows, and what they share.
 class Desktop {
  public:
@@ -121,6 +133,7 @@ class Desktop {
     gtk_window_set_default_icon_name("vemo-classroom");
     addActions();
     context_ = webkit_web_context_new_ephemeral();
+    webkit_web_context_set_sandbox_enabled(context_, canSandbox());
     webkit_web_context_register_uri_scheme(context_, std::string(PageGate::kScheme).c_str(), serve,
                                            &gate_, nullptr);
     auto* security = webkit_web_context_get_security_manager(context_);

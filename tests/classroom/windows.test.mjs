@@ -3,7 +3,7 @@
 import assert from 'node:assert/strict';
 import { execFile, spawn } from 'node:child_process';
 import { once } from 'node:events';
-import { readFile } from 'node:fs/promises';
+import { readFile, readlink } from 'node:fs/promises';
 import { createServer } from 'node:http';
 import { after, before, describe, it } from 'node:test';
 import { promisify } from 'node:util';
@@ -121,6 +121,20 @@ describe('a class in windows', () => {
     await again.close();
     await teacher.hasNot('.tile[data-user=Ben]');
     await ada.seesColour('Ms. Novak', colours[0]);
+  });
+
+  it('web processes are in a sandbox, where one can be had', async (t) => {
+    const trial = ['--ro-bind', '/', '/', '--unshare-all', '--proc', '/proc', '--dev', '/dev', 'true'];
+    const can = await run('bwrap', trial).then(() => true, () => false);
+    if (!can) return t.skip('bwrap can make no sandbox here');
+    const { stdout } = await run('ps', ['-e', '-o', 'pid=,ppid=,comm=']);
+    const all = stdout.trim().split('\n').map((line) => line.trim().split(/\s+/));
+    const below = (parent) =>
+      all.filter(([, of]) => of === parent).flatMap((each) => [each, ...below(each[0])]);
+    const pages = below(String(process.pid)).filter(([, , name]) => name.startsWith('WebKitWebPro'));
+    assert.ok(pages.length > 0, 'there is no web process');
+    const own = await readlink('/proc/self/ns/mnt');
+    for (const [pid] of pages) assert.notEqual(await readlink(`/proc/${pid}/ns/mnt`), own);
   });
 
   it('a page gets neither elsewhere nor at files', async () => {

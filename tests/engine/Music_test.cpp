@@ -101,14 +101,14 @@ TEST_F(MusicTest, APauseIsSilentAndLosesNothing) {
   EXPECT_TRUE(alice_.heard().waitForPitch(kLow));
   manager().pausePlayMusic(1);
   EXPECT_TRUE(alice_.heard().waitForPitch(0));
-  const auto before = positions().back();
+  const auto before = positions();
   manager().resumePlayMusic(1);
   EXPECT_TRUE(alice_.heard().waitForPitch(kLow));
   EXPECT_TRUE(alice_.heard().waitForPitch(kHigh));
   EXPECT_EQ(ended_.next(), 0);
   const auto told = positions();
   for (std::size_t i = 1; i < told.size(); ++i) EXPECT_GE(told[i], told[i - 1]);
-  EXPECT_GE(told.back(), before);
+  EXPECT_GT(told.size(), before.size());
 }
 
 TEST_F(MusicTest, NothingBetweenStartAndEndIsARangeOfNothing) {

@@ -70,7 +70,7 @@ TEST_F(DeviceTest, ADeviceThatAnotherUsesIsSaidToBe) {
 
 TEST_F(DeviceTest, ACameraThatIsUnpluggedLeavesTheClassGoingOn) {
   options_.frontCamera[0].replace(options_.frontCamera[0].find("is-live=true"), 0,
-                                  "num-buffers=60 ");
+                                  "num-buffers=150 ");
   Person alice("alice", options_);
   Person bob("bob", testOptions(server_.url()));
   const auto view = std::make_shared<SeenView>();
