@@ -10,6 +10,7 @@
 #include "MediaServer.h"
 #include "Senses.h"
 #include "bridge/EngineCodes.h"
+#include "engine/Gst.h"
 #include "engine/JanusConnection.h"
 #include "testing/Arrivals.h"
 
@@ -57,6 +58,7 @@ TEST_F(DeviceTest, ADeviceThatAnotherUsesIsSaidToBe) {
   // A port is had by one alone, as a camera is.
   const std::string port =
       "udpsrc port=20999 reuse=false ! rawvideoparse width=16 height=16 format=i420";
+  janus::initialiseGStreamer();
   GstElement* other = gst_parse_launch("udpsrc port=20999 reuse=false ! fakesink", nullptr);
   ASSERT_NE(gst_element_set_state(other, GST_STATE_PLAYING), GST_STATE_CHANGE_FAILURE);
   options_.frontCamera = {port};
