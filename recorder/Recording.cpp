@@ -94,7 +94,7 @@ RecordedNote noteIn(const json::object& line) {
 }
 
 /// Takes the lines of a recording in.
-class Reader {
+class RecordingReader {
  public:
   /// Lines of which a writer says that they are lost leave a gap.
   void take(const json::object& line, std::int64_t number) {
@@ -167,7 +167,7 @@ class Reader {
 
 /// Brings steps into the order in which they began, each with what came in it behind it. Lines
 /// are written as they come, of several threads.
-void Reader::sort(std::vector<RecordedNote>& notes) {
+void RecordingReader::sort(std::vector<RecordedNote>& notes) {
   std::uint64_t latest = 0;
   std::vector<std::pair<std::uint64_t, int>> keys(notes.size());
   for (std::size_t i = 0; i < notes.size(); ++i) {
@@ -225,7 +225,7 @@ std::optional<Recording> readRecording(std::istream& in, std::string& error) {
     }
     return recording;
   }
-  Reader reader;
+  RecordingReader reader;
   std::int64_t number = 1;
   try {
     reader.takeFirst(line);
