@@ -159,8 +159,10 @@ test('a lesson by keyboard alone', async () => {
 for (const screen of [...screens, { width: 640, height: 400 }, { width: 320, height: 256 }])
   test(`all of the drawer can be reached at ${screen.width}x${screen.height}`, async () => {
     const ada = await entered({ name: 'Ada' }, screen);
+    await ada.still();
     for (const page of ['devices', 'network']) {
       await ada.openPage(page);
+      if (page === 'network') await ada.view.locator('.figure').first().waitFor(); // they move what is below
       const last = ada.view.locator('.drawer').locator('select, summary').last();
       await last.scrollIntoViewIfNeeded();
       for (const control of [last, ada.view.getByRole('button', { name: 'Close', exact: true })]) {
