@@ -12,7 +12,7 @@ namespace {
 
 /// A desktop's notifications on a bus of the test's own, in this thread's main context.
 class ShareNoticeTest : public ::testing::Test {
- protected:
+ public:
   ShareNoticeTest() {
     g_test_dbus_up(bus_);
     desktop_ = connect();
@@ -27,6 +27,7 @@ class ShareNoticeTest : public ::testing::Test {
     g_object_unref(bus_);
   }
 
+ protected:
   static GDBusConnection* connect(GTestDBus* bus) {
     return g_dbus_connection_new_for_address_sync(
         g_test_dbus_get_bus_address(bus),

@@ -85,7 +85,7 @@ TEST_F(MusicTest, AnotherPlaceInItIsGoneTo) {
   constexpr int kLong = 60'000;  // it is not waited for so long
   music_.path = folder_.file("long.wav");
   writeTones(*music_.path, {kLow, kHigh}, kLong / 1000);
-  duration_ = 2 * kLong;
+  duration_ = std::int64_t{2} * kLong;
   play();
   EXPECT_TRUE(alice_.heard().waitForPitch(kLow));
   manager().seekMusicToPosInMS(1, kLong + 200);
