@@ -43,18 +43,14 @@ TEST(CallsTest, EnteringAndLeavingAgainAndAgainTakesNoMoreMemory) {
   const MediaServer server;
   const auto options = testOptions(server.url());
   Person bob("bob", options);
-  bob.enter();
-  bob->startLocalPreview(true, nullptr);
-  bob->startLocalAudio(2);
+  bob.enterSending();
   bob.entered();
   Person alice("alice", options);
   // The least that was in use after one of these visits: what is on its way comes and goes.
   const auto leastAfter = [&alice, &bob](int visits) {
     long least = std::numeric_limits<long>::max();
     for (int i = 0; i < visits; ++i) {
-      alice.enter();
-      alice->startLocalPreview(true, nullptr);
-      alice->startLocalAudio(2);
+      alice.enterSending();
       alice.told->waitFor("onFirstVideoFrame bob");
       alice.told->waitFor("onFirstAudioFrame bob");
       alice->exitRoom();

@@ -36,6 +36,13 @@ class Person {
     engine_->enterRoom(params, 0);
     return *this;
   }
+  /// Enters with camera and microphone.
+  Person& enterSending() {
+    enter();
+    engine_->startLocalPreview(true, nullptr);
+    engine_->startLocalAudio(2);
+    return *this;
+  }
   void entered() { told->waitFor("onEnterRoom"); }
 
   const std::shared_ptr<RecordingDelegate> told = std::make_shared<RecordingDelegate>();

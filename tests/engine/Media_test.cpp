@@ -34,9 +34,7 @@ TEST_F(MediaTest, OnesPictureAndSoundReachTheOther) {
   Person alice("alice", options());
   Person bob("bob", options());
   const auto view = std::make_shared<SeenView>();
-  alice.enter();
-  alice->startLocalPreview(true, nullptr);
-  alice->startLocalAudio(2);
+  alice.enterSending();
   alice.entered();
   bob.enter().entered();
   bob.told->waitFor("onUserVideoAvailable alice 1");
@@ -76,9 +74,7 @@ TEST_F(MediaTest, MutingIsHeardAndSeen) {
   Person alice("alice", options());
   Person bob("bob", options());
   const auto view = std::make_shared<SeenView>();
-  alice.enter();
-  alice->startLocalPreview(true, nullptr);
-  alice->startLocalAudio(2);
+  alice.enterSending();
   bob.enter().entered();
   bob->startRemoteView("alice", kKOBUStreamTypeMain, view);
   ASSERT_TRUE(view->waitForColour("red"));
@@ -102,9 +98,7 @@ TEST_F(MediaTest, AReceiverMutesForItself) {
   Person alice("alice", options());
   Person bob("bob", options());
   const auto view = std::make_shared<SeenView>();
-  alice.enter();
-  alice->startLocalPreview(true, nullptr);
-  alice->startLocalAudio(2);
+  alice.enterSending();
   bob.enter().entered();
   bob->startRemoteView("alice", kKOBUStreamTypeMain, view);
   ASSERT_TRUE(view->waitForColour("red"));
@@ -214,9 +208,7 @@ TEST_F(MediaTest, MusicIsHeardByTheOthers) {
 TEST_F(MediaTest, ItIsMeasured) {
   Person alice("alice", options());
   Person bob("bob", options());
-  alice.enter();
-  alice->startLocalPreview(true, nullptr);
-  alice->startLocalAudio(2);
+  alice.enterSending();
   alice->enableAudioVolumeEvaluation(100);
   bob.enter();
   bob->enableAudioVolumeEvaluation(100);

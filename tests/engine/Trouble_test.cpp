@@ -76,9 +76,7 @@ TEST_F(DeviceTest, ACameraThatIsUnpluggedLeavesTheClassGoingOn) {
   Person alice("alice", options_);
   Person bob("bob", testOptions(server_.url()));
   const auto view = std::make_shared<SeenView>();
-  alice.enter();
-  alice->startLocalPreview(true, nullptr);
-  alice->startLocalAudio(2);
+  alice.enterSending();
   bob.enter().entered();
   bob->startRemoteView("alice", kKOBUStreamTypeMain, view);
   ASSERT_TRUE(view->waitForColour("red"));

@@ -62,9 +62,7 @@ TEST(Measure, FromStartingTheCameraToTheOthersFirstPicture) {
 TEST(Measure, HowLongCallsKeepTheirCaller) {
   const MediaServer server;
   Person bob("bob", testOptions(server.url()));
-  bob.enter();
-  bob->startLocalPreview(true, nullptr);
-  bob->startLocalAudio(2);
+  bob.enterSending();
   bob.entered();
   double longest = 0;
   std::string which;
@@ -129,9 +127,7 @@ TEST(Measure, MemoryOfVisits) {
   const MediaServer server;
   const auto options = testOptions(server.url());
   Person bob("bob", options);
-  bob.enter();
-  bob->startLocalPreview(true, nullptr);
-  bob->startLocalAudio(2);
+  bob.enterSending();
   bob.entered();
   Person alice("alice", options);
   const auto resident = [] {
@@ -141,9 +137,7 @@ TEST(Measure, MemoryOfVisits) {
     return pages * 4;
   };
   for (int i = 1; i <= 220; ++i) {
-    alice.enter();
-    alice->startLocalPreview(true, nullptr);
-    alice->startLocalAudio(2);
+    alice.enterSending();
     alice.told->waitFor("onFirstVideoFrame bob");
     alice->exitRoom();
     alice.told->waitFor("onExitRoom");
