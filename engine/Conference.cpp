@@ -274,6 +274,8 @@ void Conference::endVisit() {
   listening_.reset();
   outgoing_->setPublisher(nullptr);
   visit_.reset();
+  givingWay_ = {};
+  setPanels({});
   remotes_.clear();
   wishes_.clear();
   allAudioMuted_.reset();
@@ -387,19 +389,24 @@ void Conference::report(const std::vector<RtpCounts>& sent,
   const auto shown = presence();
   if (auto* publisher = visit_->publisher()) {
     double loss = 0;
+    bool hasSent = false;
     const auto countsOf = [&](Line line) {
       for (const auto& counts : sent) {
         if (counts.isSent && counts.ssrc == publisher->ssrcOf(line)) {
-          loss = std::max(loss, counts.fractionLost);
           const auto recent = since(counts);
           sentBefore_ += recent.bytes;
+          if (recent.packets > 0) {  // else what is told of it is old
+            hasSent = true;
+            loss = std::max(loss, counts.fractionLost);
+          }
           return recent;
         }
       }
       return RtpCounts{};
     };
     const auto audio = countsOf(Line::audio);
-    const auto add = [&](Line line, std::int32_t type, const VideoEncoding& encoding, bool isSent) {
+    const auto add = [&](Line line, std::int32_t type, const VideoEncoding& asked, bool isSent) {
+      const auto encoding = possible(asked);
       const auto counts = countsOf(line);
       const auto rate = frames(static_cast<std::uint64_t>(line), publisher->framesOf(line));
       if (!isSent) return;
@@ -421,6 +428,7 @@ void Conference::report(const std::vector<RtpCounts>& sent,
     add(Line::cameraSmall, kKOBUStreamTypeMainSmall, smallEncoding_, shown.video && shown.small);
     add(Line::screen, kKOBUStreamTypeSub, screenEncoding_, shown.screen);
     statistics->upLoss = static_cast<std::uint32_t>(loss * 100);
+    if (hasSent && givingWay_.look(loss)) applyEncodings();
   }
 
   std::uint64_t packets = 0;
@@ -475,6 +483,7 @@ void Conference::report(const std::vector<RtpCounts>& sent,
   own->quality = linkQuality(std::max(statistics->upLoss, statistics->downLoss), statistics->rtt);
   emit([&](auto& to) { to.onNetworkQuality(own, qualities); });
   emit([&](auto& to) { to.onStatistics(statistics); });
+  tellPanels(*statistics);
 }
 
 void Conference::setVolumeInterval(std::int32_t intervalMs) {
@@ -514,6 +523,14 @@ void Conference::experimental(const std::string& jsonText) {
   }
   if (*api == "dropConnection") {
     if (visit_) visit_->dropConnection();
+  } else if (*api == "losePackets") {
+    const auto percent = vemo_safeNSNumberForKey(value.if_object(), "percent");
+    const auto part = percent ? percent->as<std::int64_t>() : -1;
+    if (part < 0 || part > 100) {
+      return warn(kWarnBadApiText, "losePackets needs a \"percent\" from 0 to 100");
+    }
+    auto* publisher = visit_ ? visit_->publisher() : nullptr;
+    if (publisher) publisher->losePackets(static_cast<unsigned>(part));
   } else {
     warn(kWarnUnknownApi, "unknown experimental call " + std::string(*api));
   }

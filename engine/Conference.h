@@ -11,6 +11,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "bridge/KOBUCloud.h"
@@ -19,6 +20,7 @@
 #include "engine/EngineLog.h"
 #include "engine/EngineOptions.h"
 #include "engine/EngineThread.h"
+#include "engine/GivingWay.h"
 #include "engine/MusicPlayer.h"
 #include "engine/RoomVisit.h"
 #include "engine/SpeedTest.h"
@@ -65,6 +67,7 @@ class Conference : public std::enable_shared_from_this<Conference> {
   void setMuteImage(std::shared_ptr<VEMOImage> image, std::int32_t fps);
   void setLocalDrawing(const KOBURenderParams& params);
   void setCameraEncoding(const KOBUVideoEncParam& param);
+  void setGivingWay(const KOBUNetworkQosParam& param);
   void setCameraRotation(std::int32_t rotation);
   void setCameraMirror(bool mirror);
   void setSmallStream(bool enable, const std::optional<KOBUVideoEncParam>& quality);
@@ -93,6 +96,10 @@ class Conference : public std::enable_shared_from_this<Conference> {
   void muteAllAudio(bool mute);
   void setVolume(const std::string& user, std::int32_t volume);
 
+  // Panels over the videos (DebugPanels.cpp)
+  void showPanels(bool on);
+  void setPanelMargin(const std::string& user, const EdgeInsets& margin);
+
   void warn(std::int32_t code, const std::string& text);
   /// A record of what a desktop can't do, and does not.
   void cannot(const std::string& what);
@@ -114,6 +121,7 @@ class Conference : public std::enable_shared_from_this<Conference> {
     bool small = false;
     std::map<Line, std::shared_ptr<NativeView>> views;
     std::map<Line, Drawing> drawings;
+    EdgeInsets panelMargin;
   };
 
   template <class Event>
@@ -166,6 +174,8 @@ class Conference : public std::enable_shared_from_this<Conference> {
   void setScreenReady(bool ready);
   void startCameraCapture();
   void showMuteImage();
+  /// What is sent of `asked` on the network as it is.
+  VideoEncoding possible(const VideoEncoding& asked) const;
   void applyEncodings();
   AudioMix& sentMix();
   AudioMix& playoutMix();
@@ -174,6 +184,12 @@ class Conference : public std::enable_shared_from_this<Conference> {
   // The others' media
   void receive(const std::string& user);
   void receiveAll();
+
+  // Panels over the videos (DebugPanels.cpp)
+  void tellPanels(const KOBUStatistics& statistics);
+  using Panels = std::map<std::pair<std::string, Line>, std::shared_ptr<const DebugPanel>>;
+  /// On all streams: those without one lose theirs.
+  void setPanels(const Panels& panels);
   void firstFrame(const std::string& user, Line line, int width, int height);
 
   const std::shared_ptr<EngineThread> thread_;
@@ -214,6 +230,8 @@ class Conference : public std::enable_shared_from_this<Conference> {
   std::int32_t captureVolume_ = 100, playoutVolume_ = 100;
   bool screenReady_ = false;
   VideoEncoding screenEncoding_;
+  GivingWay givingWay_;
+  bool keepsSharp_ = false;
   std::shared_ptr<std::atomic<int>> screenState_;
   std::unique_ptr<AudioMix> sent_, playout_;
   std::unique_ptr<AudioMix::Input> microphoneInput_;
@@ -222,6 +240,7 @@ class Conference : public std::enable_shared_from_this<Conference> {
   std::map<std::string, Remote> remotes_;
   std::map<std::string, RemoteWish> wishes_;
   std::optional<bool> allAudioMuted_, allVideoMuted_;
+  bool panels_ = false;
 };
 
 /// The states of a screen capture, as its starter sees them.

@@ -47,10 +47,8 @@ void JanusEngine::switchRole(std::int32_t role) {
 void JanusEngine::setDefaultStreamRecvMode(bool audio, bool video) {
   post([audio, video](Conference& conference) { conference.setReceiveMode(audio, video); });
 }
-void JanusEngine::setNetworkQosParam(const KOBUNetworkQosParam& /*param*/) {
-  post([](Conference& conference) {
-    conference.cannot("giving way on a poor network is not there yet");
-  });
+void JanusEngine::setNetworkQosParam(const KOBUNetworkQosParam& param) {
+  post([param](Conference& conference) { conference.setGivingWay(param); });
 }
 
 // Local video
@@ -176,15 +174,11 @@ void JanusEngine::stopSpeedTest() {
 void JanusEngine::callExperimentalAPI(const std::string& jsonText) {
   post([jsonText](Conference& conference) { conference.experimental(jsonText); });
 }
-void JanusEngine::showDebugView(std::int32_t /*showType*/) {
-  post([](Conference& conference) {
-    conference.cannot("a panel over the videos is not there yet");
-  });
+void JanusEngine::showDebugView(std::int32_t showType) {
+  post([showType](Conference& conference) { conference.showPanels(showType != 0); });
 }
-void JanusEngine::setDebugViewMargin(const std::string& /*userId*/, EdgeInsets /*margin*/) {
-  post([](Conference& conference) {
-    conference.cannot("a panel over the videos is not there yet");
-  });
+void JanusEngine::setDebugViewMargin(const std::string& userId, EdgeInsets margin) {
+  post([userId, margin](Conference& conference) { conference.setPanelMargin(userId, margin); });
 }
 
 // Screen sharing

@@ -22,15 +22,24 @@ namespace vemo {
 /// the log's files (setLogCompressEnabled). Sharing the whole device and sharing the
 /// application's own screen are the same here: the screen.
 ///
-/// Not there yet, with a record that says so: giving way on a poor network
-/// (setNetworkQosParam), so that minBitrate and adjustResolution mean nothing either; a panel over
-/// the videos (showDebugView, setDebugViewMargin); the screencast portal, so that without X11 a
-/// capture of the screen ends at once, with a warning and onScreenCaptureStoped.
+/// Where more than a tenth of the packets is lost, less is sent of pictures, down to minBitrate (a
+/// tenth of bitrate where that is 0). setNetworkQosParam: with the preference 2 there are fewer
+/// pictures then, with any other each is worse; with adjustResolution they are smaller, too, at
+/// less than half of the bit rate. It is always the engine that decides: another controlMode than 0
+/// leaves a record.
+///
+/// A panel over the videos (showDebugView with anything but 0) says in what size, how often and
+/// with how many bits a stream comes or goes, what is lost of it, and how long a round trip takes.
+/// It is new every two seconds, in a room.
+///
+/// Not there yet, with a record that says so: the screencast portal, so that without X11 a capture
+/// of the screen ends at once, with a warning and onScreenCaptureStoped.
 ///
 /// A speed test measures round trips by requests, and knows no loss but that of answers.
 ///
 /// Experimental calls: {"api":"dropConnection"} drops the connection to the server, as a network
-/// might; all else is warned of.
+/// might; {"api":"losePackets","percent":20} loses so many of what is sent, until the room is left
+/// or it is 0; all else is warned of.
 class JanusEngine final : public KOBUCloud, PWAudioEffectManager, KOBUDeviceManager {
  public:
   JanusEngine(std::shared_ptr<EngineThread> thread, std::shared_ptr<const EngineOptions> options,

@@ -11,6 +11,7 @@ namespace {
 constexpr std::int32_t kLargestSide = 4096;
 constexpr std::int32_t kHighestFps = 60;
 constexpr std::int32_t kHighestBitrate = 20'000;
+constexpr std::int32_t kPrefersSharpness = 2;
 constexpr const char* kPictures = "decodebin ! videoconvert ! video/x-raw,format=I420";
 constexpr const char* kTestPicture = "videotestsrc is-live=true pattern=ball";
 constexpr const char* kSilence = "audiotestsrc is-live=true wave=silence samplesperbuffer=480";
@@ -23,6 +24,8 @@ VideoEncoding encodingOf(const KOBUVideoEncParam& param, VideoEncoding usual) {
   }
   if (param.fps > 0) usual.fps = static_cast<unsigned>(param.fps);
   if (param.bitrate > 0) usual.bitrate = static_cast<unsigned>(param.bitrate);
+  usual.minBitrate = static_cast<unsigned>(param.minBitrate);
+  usual.mayShrink = param.adjustResolution;
   return usual;
 }
 
@@ -173,12 +176,22 @@ void Conference::setLocalDrawing(const KOBURenderParams& params) {
   outgoing_->preview.setDrawing(drawingOf(params, front_));
 }
 
+void Conference::setGivingWay(const KOBUNetworkQosParam& param) {
+  if (param.controlMode != 0) cannot("no server decides how a poor network is met");
+  keepsSharp_ = param.preference == kPrefersSharpness;
+  applyEncodings();
+}
+
+VideoEncoding Conference::possible(const VideoEncoding& asked) const {
+  return givenWay(asked, givingWay_.share(), keepsSharp_);
+}
+
 void Conference::applyEncodings() {
   auto* publisher = visit_ ? visit_->publisher() : nullptr;
   if (!publisher) return;
-  publisher->setVideo(Line::camera, cameraEncoding_);
-  publisher->setVideo(Line::cameraSmall, smallEncoding_);
-  publisher->setVideo(Line::screen, screenEncoding_);
+  publisher->setVideo(Line::camera, possible(cameraEncoding_));
+  publisher->setVideo(Line::cameraSmall, possible(smallEncoding_));
+  publisher->setVideo(Line::screen, possible(screenEncoding_));
   publisher->setAudioBitrate(audioBitrateOf(quality_));
 }
 

@@ -45,6 +45,23 @@ std::string branchText(Line line, std::uint32_t ssrc) {
          pay + end;
 }
 
+bool loses(unsigned percent) { return g_random_int_range(0, 100) < static_cast<gint32>(percent); }
+
+/// Takes away so many of a hundred of the packets that `info` is about; false when none is left.
+bool isLeft(GstPadProbeInfo* info, unsigned percent) {
+  if (GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_BUFFER) return !loses(percent);
+  auto* packets = gst_buffer_list_make_writable(GST_PAD_PROBE_INFO_BUFFER_LIST(info));
+  info->data = packets;
+  gst_buffer_list_foreach(
+      packets,
+      [](GstBuffer** packet, guint, gpointer of) -> gboolean {
+        if (loses(*static_cast<unsigned*>(of))) gst_clear_buffer(packet);
+        return TRUE;
+      },
+      &percent);
+  return gst_buffer_list_length(packets) > 0;
+}
+
 }  // namespace
 
 int orientationOf(int quarterTurns, bool mirror) {
@@ -113,9 +130,12 @@ void Publisher::build(Line line) {
   gst_pad_add_probe(
       out.get(),
       static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_BUFFER_LIST),
-      [](GstPad*, GstPadProbeInfo*, gpointer data) {
+      [](GstPad*, GstPadProbeInfo* info, gpointer data) {
         const auto& sent = HandedOver<Sent>::in(data);
         auto& self = *sent.self;
+        if (const unsigned percent = self.losesPercent_; percent > 0 && !isLeft(info, percent)) {
+          return GST_PAD_PROBE_DROP;
+        }
         if (self.branch(sent.line).isFirst.exchange(false)) {
           self.thread_.post([&self, line = sent.line, alive = self.alive_] {
             if (*alive) self.listener_.onFirstSent(line);

@@ -11,21 +11,9 @@
 
 #include "engine/Lines.h"
 #include "engine/PeerConnection.h"
+#include "engine/VideoEncoding.h"
 
 namespace vemo::janus {
-
-/// How pictures are sent: their size, rate and bit rate (kbit/s), turned by quarter turns clockwise
-/// and then mirrored.
-struct VideoEncoding {
-  unsigned width = 640;
-  unsigned height = 360;
-  unsigned fps = 15;
-  unsigned bitrate = 500;
-  int rotation = 0;
-  bool mirror = false;
-
-  bool operator==(const VideoEncoding&) const = default;
-};
 
 /// GStreamer's number for a picture turned and then mirrored so.
 int orientationOf(int quarterTurns, bool mirror);
@@ -57,6 +45,8 @@ class Publisher {
   void stopped(Line line);
   void setVideo(Line line, const VideoEncoding& encoding);
   void setAudioBitrate(unsigned kbits);
+  /// Loses so many of a hundred packets from now on, as a poor network would.
+  void losePackets(unsigned percent) { losesPercent_ = percent; }
 
   std::uint32_t ssrcOf(Line line) const;
   std::uint64_t framesOf(Line line) const;
@@ -84,6 +74,7 @@ class Publisher {
   std::shared_ptr<PeerConnection> connection_;
   std::array<Branch, kLineCount> branches_;
   std::atomic<bool> isLive_ = false;
+  std::atomic<unsigned> losesPercent_ = 0;
 };
 
 }  // namespace vemo::janus

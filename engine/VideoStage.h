@@ -25,6 +25,11 @@ class VideoStage {
     const std::lock_guard lock(mutex_);
     drawing_ = drawing;
   }
+  /// Seen from the next picture on; null for none.
+  void setPanel(std::shared_ptr<const DebugPanel> panel) {
+    const std::lock_guard lock(mutex_);
+    panel_ = std::move(panel);
+  }
   void show(GstSample* picture) {
     std::shared_ptr<VideoView> view;
     Drawing drawing;
@@ -32,6 +37,7 @@ class VideoStage {
       const std::lock_guard lock(mutex_);
       view = std::dynamic_pointer_cast<VideoView>(view_);
       drawing = drawing_;
+      drawing.panel = panel_;
     }
     if (view) view->show(picture, drawing);
   }
@@ -40,6 +46,7 @@ class VideoStage {
   std::mutex mutex_;
   std::shared_ptr<NativeView> view_;
   Drawing drawing_;
+  std::shared_ptr<const DebugPanel> panel_;
 };
 
 }  // namespace vemo::janus

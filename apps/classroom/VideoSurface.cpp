@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <sstream>
+#include <string>
 #include <utility>
 
 namespace vemo {
@@ -43,6 +45,31 @@ double scaleOf(Size picture, const Drawing& drawing, Size box) {
   const double byWidth = box.width / picture.width;
   const double byHeight = box.height / picture.height;
   return drawing.fit ? std::min(byWidth, byHeight) : std::max(byWidth, byHeight);
+}
+
+/// Lines on a dark ground, as wide as the margins leave of a box.
+void paintPanel(cairo_t* to, const DebugPanel& panel, Size box) {
+  constexpr double kLineHeight = 14;
+  constexpr double kRoom = 4;
+  const auto& margin = panel.margin;
+  const double width = box.width - margin.left - margin.right;
+  const double height = box.height - margin.top - margin.bottom;
+  const auto lines = std::ranges::count(panel.text, '\n') + 1;
+  cairo_rectangle(to, margin.left, margin.top, width, height);
+  cairo_clip(to);
+  cairo_rectangle(to, margin.left, margin.top, width,
+                  static_cast<double>(lines) * kLineHeight + kRoom);
+  cairo_set_source_rgba(to, 0, 0, 0, 0.6);
+  cairo_fill(to);
+  cairo_set_source_rgb(to, 1, 1, 1);
+  cairo_select_font_face(to, "monospace", CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_NORMAL);
+  cairo_set_font_size(to, 11);
+  std::istringstream text(panel.text);
+  double bottom = margin.top + kLineHeight;
+  for (std::string line; std::getline(text, line); bottom += kLineHeight) {
+    cairo_move_to(to, margin.left + kRoom, bottom);
+    cairo_show_text(to, line.c_str());
+  }
 }
 
 }  // namespace
@@ -143,6 +170,7 @@ void VideoSurface::paint(cairo_t* to, double width, double height) const {
   const double scale = scaleOf({across, down}, drawing_, {width, height});
   cairo_set_source_rgb(to, 0.04, 0.05, 0.08);
   cairo_paint(to);
+  cairo_save(to);
   cairo_translate(to, width / 2, height / 2);
   cairo_scale(to, scale, scale);
   const auto matrix = matrixOf(drawing_.orientation);
@@ -151,6 +179,8 @@ void VideoSurface::paint(cairo_t* to, double width, double height) const {
   cairo_pattern_set_filter(cairo_get_source(to), CAIRO_FILTER_BILINEAR);
   cairo_rectangle(to, -across / 2, -down / 2, across, down);
   cairo_fill(to);
+  cairo_restore(to);
+  if (drawing_.panel) paintPanel(to, *drawing_.panel, {width, height});
 }
 
 }  // namespace vemo

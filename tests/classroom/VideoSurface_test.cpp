@@ -85,6 +85,20 @@ class VideoSurfaceTest : public ::testing::Test {
       std::make_shared<VideoSurface>(queue_, [this] { ++redrawn_; });
 };
 
+TEST_F(VideoSurfaceTest, APanelLiesOverThePictureAsFarFromTheEdgesAsItShould) {
+  const auto drawn = [&](const EdgeInsets& margin) {
+    Drawing drawing;
+    drawing.panel = std::make_shared<const DebugPanel>(DebugPanel{" ", margin});
+    show(drawing);
+    return quarters();
+  };
+  EXPECT_EQ(drawn({}), "..bw");
+  EXPECT_EQ(drawn({.top = 20, .left = 0, .bottom = 0, .right = 0}), "rg..");
+  EXPECT_EQ(drawn({.top = 0, .left = 40, .bottom = 0, .right = 0}), "r.bw");
+  EXPECT_EQ(drawn({.top = 0, .left = 0, .bottom = 0, .right = 40}), ".gbw");
+  EXPECT_EQ(drawn({.top = 0, .left = 0, .bottom = 35, .right = 0}), "rgbw");
+}
+
 TEST_F(VideoSurfaceTest, IsDrawnAsItIsToBeTurnedAndMirrored) {
   EXPECT_EQ(quarters(), "    ");
   const auto drawn = [&](int orientation) {

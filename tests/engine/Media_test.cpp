@@ -205,6 +205,61 @@ TEST_F(MediaTest, MusicIsHeardByTheOthers) {
   EXPECT_TRUE(alice.heard().waitForPitch(0));
 }
 
+/// The width in which `sender` sends its camera, at the next measuring.
+unsigned sentWidth(Person& sender) {
+  sender.told->clear();
+  sender.told->waitFor("onStatistics");
+  const auto sent = sender.told->statistics();
+  return sent->localStatistics.empty() ? 0 : sent->localStatistics[0].width;
+}
+
+TEST_F(MediaTest, ItGivesWayOnAPoorNetworkAndComesBack) {
+  Person alice("alice", options());
+  Person bob("bob", options());
+  KOBUVideoEncParam encoding;
+  encoding.width = 640;
+  encoding.height = 360;
+  encoding.bitrate = 500;
+  encoding.adjustResolution = true;
+  alice->setVideoEncoderParam(encoding);
+  alice.enterSending();
+  bob.enter();
+  const auto view = std::make_shared<SeenView>();
+  bob->startRemoteView("alice", kKOBUStreamTypeMain, view);
+  EXPECT_TRUE(view->waitForSize(640, 360));
+
+  alice->callExperimentalAPI(R"({"api":"losePackets","percent":60})");
+  while (sentWidth(alice) != 320U) {
+  }
+  EXPECT_GT(alice.told->statistics()->upLoss, 10U);
+  // With so little loss it stays as it is.
+  alice->callExperimentalAPI(R"({"api":"losePackets","percent":5})");
+  EXPECT_TRUE(view->waitForSize(320, 180));
+
+  alice->callExperimentalAPI(R"({"api":"losePackets","percent":0})");
+  EXPECT_TRUE(view->waitForSize(640, 360));
+}
+
+TEST_F(MediaTest, PanelsTellWhatIsKnownOfAStream) {
+  Person alice("alice", options());
+  Person bob("bob", options());
+  const auto own = std::make_shared<SeenView>();
+  const auto hers = std::make_shared<SeenView>();
+  alice.enter();
+  alice->startLocalPreview(true, own);
+  bob.enter();
+  bob->startRemoteView("alice", kKOBUStreamTypeMain, hers);
+  bob->setDebugViewMargin("alice", {.top = 7, .left = 8, .bottom = 9, .right = 10});
+  alice->showDebugView(2);
+  bob->showDebugView(2);
+  EXPECT_TRUE(own->waitForPanel("640x360, 1"));
+  EXPECT_TRUE(hers->waitForPanel("640x360, 1"));
+  EXPECT_EQ(own->panelMargin().left, 0);
+  EXPECT_EQ(hers->panelMargin().left, 8);
+  bob->showDebugView(0);
+  EXPECT_TRUE(hers->waitForPanel(""));
+}
+
 TEST_F(MediaTest, ItIsMeasured) {
   Person alice("alice", options());
   Person bob("bob", options());

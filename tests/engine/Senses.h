@@ -61,6 +61,16 @@ class SeenView final : public VideoView {
   bool waitForDrawing(const Drawing& drawing) {
     return waitFor([&] { return drawing_ == drawing; });
   }
+  /// Waits until a panel lies over it whose text begins so; until there is none for "".
+  bool waitForPanel(const std::string& begin) {
+    return waitFor([&] {
+      return drawing_.panel ? begin != "" && drawing_.panel->text.starts_with(begin) : begin == "";
+    });
+  }
+  EdgeInsets panelMargin() const {
+    const std::lock_guard lock(mutex_);
+    return drawing_.panel ? drawing_.panel->margin : EdgeInsets{};
+  }
   /// Waits until as many pictures as these have come from now on.
   bool waitForPictures(std::size_t count) {
     std::unique_lock lock(mutex_);
