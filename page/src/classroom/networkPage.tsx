@@ -153,7 +153,7 @@ function Developer() {
   const lowerDebugView = () =>
     classroom.attempt(bridge.setDebugViewMargin({
       userId: classroom.userId,
-      top: 0.1,
+      top: 40,
       left: 0,
       bottom: 0,
       right: 0,

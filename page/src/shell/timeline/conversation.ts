@@ -2,7 +2,7 @@
 // command that asked for it, what the router does to what made it do so.
 
 import type { FromPhone } from '../frames';
-import { keepsFromAnswer, missingFlags } from '../tools/protocol';
+import { keepsFromAnswer, keepsSomeFromAnswer, missingFlags } from '../tools/protocol';
 import { isPeriodic } from './known';
 import { member, parsed } from './texts';
 import type { NewRow, Remark, Row, Timeline } from './timeline';
@@ -196,6 +196,7 @@ export class Conversation {
   }
 
   private giveUpReplaced({ title, id }: Row): void {
+    if (!keepsSomeFromAnswer(title)) return;
     for (const rows of this.commands.values())
       for (const row of rows)
         if (row.id < id && keepsFromAnswer(title, row.title))

@@ -8,6 +8,7 @@ import {
   events,
   isTrue,
   keepsFromAnswer,
+  keepsSomeFromAnswer,
   missingFlags,
   type CommandData,
   type Param,
@@ -139,6 +140,7 @@ export class Linter {
 
   /** What waits for an answer that can't come any more once the command `name` has run. */
   private endedBy(name: string): [cbid: string, sent: Sent][] {
+    if (!keepsSomeFromAnswer(name)) return [];
     return [...this.sent].filter(([, { action, waiting }]) => waiting && keepsFromAnswer(name, action));
   }
 

@@ -98,6 +98,14 @@ const commandsByName = new Map(commands.map((command) => [command.name, command]
 const eventsByName = new Map(events.map((event) => [event.name, event]));
 
 export const commandNamed = (name: string) => commandsByName.get(name);
+
+const endOthers = new Set(
+  commands.flatMap(({ name, unanswered }) =>
+    (unanswered ?? []).map(({ by }) => (by === 'itself' ? name : by)),
+  ),
+);
+/** Whether there is a command that is never answered any more once `sent` has succeeded: few are such. */
+export const keepsSomeFromAnswer = (sent: string) => endOthers.has(sent);
 /** Whether a command `waiting` is never answered any more once a command `sent` has succeeded. */
 export function keepsFromAnswer(sent: string, waiting: string): boolean {
   const by = sent === waiting ? 'itself' : sent;
