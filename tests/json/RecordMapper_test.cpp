@@ -337,7 +337,11 @@ TEST(RecordMapper, NumberTooLargeForJsonIsNoText) {
 }
 
 TEST(RecordMapper, ReadsBackWhatItWrote) {
-  const Sample sample{.text = "\u2028\"", .inner = {.number = -1, .text = "x"}, .list = {{}, {}}};
+  Sample sample;
+  sample.text = "\u2028\"";
+  sample.inner.number = -1;
+  sample.inner.text = "x";
+  sample.list.resize(2);
   const auto written = dictionaryFrom(sample);
   const auto text = jsonText(written);
   const auto parsed = boost::json::parse(text);
