@@ -97,7 +97,7 @@ class ShortSession::Music final : public NullPWAudioEffectManager {
 };
 
 /// Notes the calls that go with others, or with something that the router keeps.
-class ShortSession::Engine final : public FakeEngine {
+class ShortSession::Engine final : public FakeEngine, public std::enable_shared_from_this<Engine> {
  public:
   explicit Engine(ShortSession& session) : session_(session), music_(session) {}
 
@@ -166,8 +166,9 @@ class ShortSession::Engine final : public FakeEngine {
   }
   template <class Event>
   void tell(const char* name, Event event) {
-    session_.later(name, [this, event] {
-      if (const auto delegate = this->delegate()) event(*delegate);
+    session_.later(name, [weak = weak_from_this(), event] {
+      const auto engine = weak.lock();
+      if (const auto delegate = engine ? engine->delegate() : nullptr) event(*delegate);
     });
   }
 
