@@ -16,7 +16,8 @@ class MainQueue {
   /// Queues `task` and returns; the main thread runs tasks one at a time in the
   /// order in which they were queued, never inside this call. A task is destroyed on
   /// the main thread once it has run; tasks still queued when the queue is destroyed
-  /// are destroyed unrun. An empty task is ignored. Any thread.
+  /// are destroyed unrun. An empty task is ignored. A task for which there is no memory is
+  /// destroyed, and std::bad_alloc thrown. Any thread.
   virtual void dispatchAsync(std::function<void()> task) = 0;
 };
 

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "bridge/Text.h"
 
@@ -15,5 +16,10 @@ struct VEMOJSError {
 
   friend bool operator==(const VEMOJSError&, const VEMOJSError&) = default;
 };
+
+/// What a page is told, with the code -1 of the module "JS", when memory does not suffice: for the
+/// command, which then is not done, or only for its answer.
+inline constexpr std::string_view kOutOfMemory = "out of memory";
+inline constexpr std::string_view kOutOfMemoryForAnswer = "out of memory for the answer";
 
 }  // namespace vemo

@@ -17,7 +17,7 @@ namespace vemo {
 class VEMOJSMsgRouter {
  public:
   /// Called with the item and the web view that the command came from (null when
-  /// there is none), on the thread that delivers the command.
+  /// there is none), on the thread that delivers the command. Throws nothing.
   using Wrapper = std::function<void(const std::shared_ptr<VEMOJSMsgItem>& item,
                                      const std::shared_ptr<VEMOWebView>& webView)>;
 
@@ -29,7 +29,9 @@ class VEMOJSMsgRouter {
 
   /// Decodes one page message, runs its command on this thread and delivers the reply,
   /// unless the command answers later. A message that can't be used is answered with an
-  /// error as far as it says who waits. Any thread, by several at once.
+  /// error as far as it says who waits. Where memory is short for the command, or for its answer,
+  /// the page is told that (VEMOJSError.h); where it is short for reading the message, or for
+  /// any answer, std::bad_alloc comes out. Any thread, by several at once.
   virtual void receive(std::string_view message) = 0;
 
   /// The page's web view; null when there is none. Any thread.

@@ -13,6 +13,7 @@
 #include <deque>
 #include <iterator>
 #include <mutex>
+#include <new>
 #include <regex>
 #include <thread>
 #include <utility>
@@ -138,8 +139,11 @@ class DBusNotificationCenter::Connection {
 
  private:
   static int received(sd_bus_message* message, void* self, sd_bus_error*) {
-    static_cast<Connection*>(self)->take(message);
-    return 0;
+    try {
+      return static_cast<Connection*>(self)->take(message);
+    } catch (const std::bad_alloc&) {
+      return -ENOMEM;  // which C, from which this is called, does not pass on
+    }
   }
 
   static int matched(sd_bus_message* answer, void* self, sd_bus_error*) {
@@ -148,13 +152,16 @@ class DBusNotificationCenter::Connection {
     return 0;
   }
 
-  void take(sd_bus_message* message) {
+  /// 0, or a negative errno, by which the connection is lost.
+  int take(sd_bus_message* message) {
     const char* name = nullptr;
-    // A signal of another form is somebody else's.
-    if (sd_bus_message_read(message, "s", &name) < 0) return;
+    const int result = sd_bus_message_read(message, "s", &name);
+    if (result == -ENOMEM) return result;
+    if (result < 0) return 0;  // a signal of another form is somebody else's
     const char* sender = sd_bus_message_get_sender(message);
     if (sender && sender == ownName_ && !sent_.empty()) sent_.pop_front();
     subscriptions.call(name);
+    return 0;
   }
 
   void wake() const {

@@ -1,6 +1,7 @@
 #include "platform/JSMsgRouter.h"
 
 #include <cstddef>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -26,7 +27,14 @@ class Item final : public VEMOJSMsgItem {
   void setCbid(Text cbid) { cbid_ = std::move(cbid); }
 
   void executeJSCallbackIn(const std::shared_ptr<VEMOWebView>& webView) override {
-    delivery_->deliver(*this, cbid_, webView);
+    try {
+      delivery_->deliver(*this, cbid_, webView);
+    } catch (const std::bad_alloc&) {
+      // Somebody waits, and there may be room for less.
+      VEMOJSMsgItem shortAnswer(head());
+      shortAnswer.setMsgError(jsError(kOutOfMemoryForAnswer));
+      delivery_->deliver(shortAnswer, cbid_, webView);
+    }
   }
 
  private:

@@ -10,6 +10,7 @@
 #include <iterator>
 #include <limits>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <string_view>
 #include <system_error>
@@ -122,19 +123,21 @@ class JsonLineLogger::Session final : public VEMOLogger {
   Session& operator=(const Session&) = delete;
 
   void log(const DUNLogParam& record) override {
-    const auto line = lineOf(record);
-    std::size_t heldBack = 0;
-    {
-      const std::lock_guard lock(mutex_);
-      if (!budget_.take(line.size() + 1, std::chrono::steady_clock::now())) {
-        ++heldBack_;
-        return;
+    asMemoryAllows([&] {
+      const auto line = lineOf(record);
+      std::size_t heldBack = 0;
+      {
+        const std::lock_guard lock(mutex_);
+        if (!budget_.take(line.size() + 1, std::chrono::steady_clock::now())) {
+          ++heldBack_;
+          return;
+        }
+        heldBack = std::exchange(heldBack_, 0);
       }
-      heldBack = std::exchange(heldBack_, 0);
-    }
-    tellOf(heldBack);
-    if (!name_.empty()) lines_->count(line.size() + 1);
-    lines_->queue.add(line);
+      tellOf(heldBack);
+      if (!name_.empty()) lines_->count(line.size() + 1);
+      lines_->queue.add(line);
+    });
   }
 
   void updateLogConfig(const std::function<void(DUNLoggerConfig&)>& update) override {
@@ -158,7 +161,18 @@ class JsonLineLogger::Session final : public VEMOLogger {
   }
 
   void tellOf(std::size_t heldBack) {
-    if (heldBack != 0) lines_->queue.add(lossLine("heldBack", heldBack, {}, name_));
+    if (heldBack == 0) return;
+    asMemoryAllows([&] { lines_->queue.add(lossLine("heldBack", heldBack, {}, name_)); });
+  }
+
+  /// Adds a line by `work`. One that memory does not suffice for is lost, which is counted.
+  template <class Work>
+  void asMemoryAllows(Work work) {
+    try {
+      work();
+    } catch (const std::bad_alloc&) {
+      lines_->queue.drop();
+    }
   }
 
   const std::shared_ptr<Lines> lines_;

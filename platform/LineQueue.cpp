@@ -9,6 +9,7 @@
 #include <exception>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <utility>
 
@@ -35,6 +36,7 @@ class LineQueue::Writer {
   Writer(spdlog::sink_ptr target, std::size_t capacity, LossLine lossLine)
       : target_(std::move(target)), capacity_(capacity), lossLine_(std::move(lossLine)) {
     target_->set_pattern("%v");
+    why_.reserve(256);  // so that it can be kept when memory is short
     thread_ = std::thread([this] { run(); });
   }
   ~Writer() {
@@ -51,15 +53,21 @@ class LineQueue::Writer {
 
   void add(std::string line) {
     {
+      const auto size = line.size();
       const std::lock_guard lock(mutex_);
-      bytes_ += line.size();
       lines_.push_back(std::move(line));
+      bytes_ += size;
       while (lines_.size() > capacity_ || (bytes_ > kMaxBytes && lines_.size() > 1)) {
         take();
         ++dropped_;
       }
     }
     changed_.notify_one();
+  }
+
+  void drop() {
+    const std::lock_guard lock(mutex_);
+    ++dropped_;
   }
 
  private:
@@ -79,7 +87,7 @@ class LineQueue::Writer {
       if (lines_.empty()) break;
       const auto line = take();
       lock.unlock();
-      if (!reportLosses() || !write(line)) ++notWritten_;
+      if (!reportLosses() || !write([&]() -> const std::string& { return line; })) ++notWritten_;
       lock.lock();
     }
     lock.unlock();
@@ -90,11 +98,13 @@ class LineQueue::Writer {
   bool reportLosses() {
     const auto dropped = droppedLines();
     if (dropped != reportedDropped_) {
-      if (!write(visibleText(lossLine_("dropped", dropped - reportedDropped_, {})))) return false;
+      if (!write([&] { return visibleText(lossLine_("dropped", dropped - reportedDropped_, {})); }))
+        return false;
       reportedDropped_ = dropped;
     }
     if (notWritten_ != 0) {
-      if (!write(visibleText(lossLine_("notWritten", notWritten_, why_)))) return false;
+      if (!write([&] { return visibleText(lossLine_("notWritten", notWritten_, why_)); }))
+        return false;
       notWritten_ = 0;
     }
     return true;
@@ -105,18 +115,23 @@ class LineQueue::Writer {
     return dropped_;
   }
 
-  bool write(const std::string& line) {
+  /// Writes what `line()` gives; false when that, or the making of it, fails.
+  template <class Line>
+  bool write(Line line) {
     try {
-      target_->log({{}, spdlog::level::info, line});
+      const std::string& text = line();
+      target_->log({{}, spdlog::level::info, text});
       target_->flush();  // with each line: a reader, or a crash, finds them all
       return true;
     } catch (const std::exception& problem) {
-      why_ = problem.what();
+      keepWhy(problem.what());
     } catch (...) {
-      why_ = "unknown";
+      keepWhy("unknown");
     }
     return false;
   }
+
+  void keepWhy(std::string_view why) { why_.assign(why.substr(0, why_.capacity())); }
 
   const spdlog::sink_ptr target_;
   const std::size_t capacity_;
@@ -144,5 +159,7 @@ LineQueue::LineQueue(std::shared_ptr<spdlog::sinks::sink> target, std::size_t ca
 LineQueue::~LineQueue() = default;
 
 void LineQueue::add(std::string_view line) { writer_->add(visibleText(line)); }
+
+void LineQueue::drop() { writer_->drop(); }
 
 }  // namespace vemo

@@ -40,6 +40,8 @@ class LineQueue {
   LineQueue& operator=(const LineQueue&) = delete;
 
   void add(std::string_view line);
+  /// Counts a line as dropped for which there is no memory.
+  void drop();
 
  private:
   class Writer;

@@ -54,10 +54,13 @@ MainThreadQueue::MainThreadQueue(std::function<void()> wake)
     : state_(std::make_shared<State>(std::move(wake))), mainThread_(std::this_thread::get_id()) {}
 
 MainThreadQueue::~MainThreadQueue() {
-  std::deque<std::function<void()>> unrun;  // destroyed without the lock
-  const std::lock_guard lock(state_->mutex);
-  state_->closed = true;
-  unrun.swap(state_->tasks);
+  {
+    const std::lock_guard lock(state_->mutex);
+    state_->closed = true;
+  }
+  // One by one, without the lock; a deque of its own to put them in would take memory.
+  while (state_->next()) {
+  }
 }
 
 bool MainThreadQueue::isMainThread() const {

@@ -1,6 +1,7 @@
 #include "platform/Subscriptions.h"
 
 #include <algorithm>
+#include <vector>
 
 namespace vemo {
 namespace {
@@ -34,37 +35,43 @@ class Subscriptions::Call {
 
 void Subscriptions::add(const void* observer, const std::string& name, Callback callback) {
   if (!callback) return;
-  auto subscription = std::make_shared<Subscription>(observer, name, std::move(callback));
+  std::list added{std::make_shared<Subscription>(observer, name, std::move(callback))};
+  added.front()->leaving.emplace_back(added.front());
   const std::lock_guard lock(mutex_);
-  subscriptions_.push_back(std::move(subscription));
+  subscriptions_.splice(subscriptions_.end(), added);
 }
 
+// Who dies ends what it subscribed to: nothing here takes memory.
 template <class Matches>
 void Subscriptions::end(Matches matches) {
-  std::vector<std::shared_ptr<Subscription>> ended;  // destroyed without the lock
+  std::list<std::shared_ptr<Subscription>> ended;  // destroyed without the lock
   {
     const std::lock_guard lock(mutex_);
-    // Whoever ended these before did so in a callback, or waits still.
-    std::erase_if(leaving_, [&](const auto& left) {
-      auto entry = left.lock();
-      if (!entry) return true;
-      if (matches(*entry)) ended.push_back(std::move(entry));
-      return false;
-    });
-    std::erase_if(subscriptions_, [&](const auto& entry) {
-      const bool matching = matches(*entry);
-      if (matching) {
-        ended.push_back(entry);
-        leaving_.push_back(entry);
-      }
-      return matching;
-    });
+    leaving_.remove_if([](const auto& left) { return left.expired(); });
+    for (auto next = subscriptions_.begin(); next != subscriptions_.end();) {
+      const auto entry = next++;
+      if (!matches(**entry)) continue;
+      (*entry)->ended = true;
+      leaving_.splice(leaving_.end(), (*entry)->leaving);
+      ended.splice(ended.end(), subscriptions_, entry);
+    }
   }
-  for (const auto& entry : ended) entry->ended = true;
   if (callbacksHere() > 0) return;
-  for (const auto& entry : ended) {
+  // Others ended some of them before, in a callback, or wait still.
+  while (const auto entry = underWay(matches)) {
     for (int calls = entry->calls; calls > 0; calls = entry->calls) entry->calls.wait(calls);
   }
+}
+
+/// One that has ended, and of which a call is under way; null when there is none.
+template <class Matches>
+std::shared_ptr<Subscriptions::Subscription> Subscriptions::underWay(Matches matches) const {
+  const std::lock_guard lock(mutex_);
+  for (const auto& left : leaving_) {
+    auto entry = left.lock();
+    if (entry && entry->calls > 0 && matches(*entry)) return entry;
+  }
+  return nullptr;
 }
 
 void Subscriptions::remove(const void* observer, const std::string& name) {

@@ -2,11 +2,11 @@
 
 #include <atomic>
 #include <functional>
+#include <list>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <utility>
-#include <vector>
 
 namespace vemo {
 
@@ -17,6 +17,7 @@ namespace vemo {
 /// that none is left when it returns: the caller must not hold what a callback waits for.
 /// From within a callback, of whichever centre, it does not wait, as two that end each
 /// other would wait for ever; a call under way on another thread then still finishes.
+/// It takes no memory.
 class Subscriptions {
  public:
   using Callback = std::function<void(const std::string& name)>;
@@ -41,17 +42,20 @@ class Subscriptions {
     std::string name;
     Callback callback;
     std::atomic<bool> ended = false;
-    std::atomic<int> calls = 0;  // under way
+    std::atomic<int> calls = 0;                      // under way
+    std::list<std::weak_ptr<Subscription>> leaving;  // this one, until it has ended
   };
 
   class Call;
 
   template <class Matches>
   void end(Matches matches);
+  template <class Matches>
+  std::shared_ptr<Subscription> underWay(Matches matches) const;
 
   mutable std::mutex mutex_;
-  std::vector<std::shared_ptr<Subscription>> subscriptions_;
-  std::vector<std::weak_ptr<Subscription>> leaving_;  // ended; calls of them may be under way
+  std::list<std::shared_ptr<Subscription>> subscriptions_;
+  std::list<std::weak_ptr<Subscription>> leaving_;  // ended; calls of them may be under way
 };
 
 }  // namespace vemo

@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "bridge/Text.h"
+#include "bridge/VEMOJSError.h"
 #include "bridge/VEMOJSMsgItem.h"
 #include "bridge/VEMOModule.h"
 #include "bridge/VEMOWebView.h"
@@ -267,6 +268,10 @@ class Answer {
             boost::json::object value) const {
     item_->setMsgRetval(std::move(value));
     send(module, code, message);
+  }
+  /// Says instead that memory does not suffice for the answer.
+  void sendShortage() const {
+    send(VEMOModule::JS, -1, std::string(kOutOfMemoryForAnswer), boost::json::object());
   }
 
  private:

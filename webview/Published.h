@@ -41,14 +41,28 @@ class Published {
     return none;
   }
 
+  using Copy = std::shared_ptr<std::remove_const_t<T>>;
+
+  /// A copy of the present version; null when there is none.
+  Copy copy() const {
+    const auto version = load();
+    return version ? std::make_shared<std::remove_const_t<T>>(*version) : nullptr;
+  }
+
   /// Replaces the present version, if there is one, by a changed copy of it. `change`
-  /// gets the copy and must not call out.
+  /// gets the copy and must not call out. The copy is made in `memory`, an earlier one, where that
+  /// is given: of the same version it takes no more.
   template <class Change>
-  void modify(Change change) {
+  void modify(Change change, Copy memory = nullptr) {
     Version old;
     const std::lock_guard lock(mutex_);
     if (!version_) return;
-    auto changed = std::make_shared<std::remove_const_t<T>>(*version_);
+    Copy changed = std::move(memory);
+    if (changed) {
+      *changed = *version_;
+    } else {
+      changed = std::make_shared<std::remove_const_t<T>>(*version_);
+    }
     change(*changed);
     old = std::exchange(version_, std::move(changed));
   }

@@ -54,17 +54,18 @@ void VEMOKOBUMsgRouter::receive(std::string_view message) {
 // ---- Answers of commands
 
 VEMOCallback VEMOKOBUMsgRouter::plainAnswer(const Call& call) {
-  return weakly([answer = call.answer()](VEMOKOBUMsgRouter&, VEMOModule module, std::int64_t code,
-                                         const Text& desc) { answer.send(module, code, desc); });
+  return answering(
+      call, [](VEMOKOBUMsgRouter&, const Answer& answer, VEMOModule module, std::int64_t code,
+               const Text& desc) { answer.send(module, code, desc); });
 }
 
 VEMOCallback VEMOKOBUMsgRouter::loggedAnswer(const Call& call, const char* actionName, Site site) {
-  return weakly(
-      [answer = call.answer(), actionName, site, params = std::string(call.paramsText)](
-          VEMOKOBUMsgRouter& router, VEMOModule module, std::int64_t code, const Text& desc) {
-        router.logEnd(actionName, params, code, desc, site);
-        answer.send(module, code, desc);
-      });
+  return answering(call, [actionName, site, params = std::string(call.paramsText)](
+                             VEMOKOBUMsgRouter& router, const Answer& answer, VEMOModule module,
+                             std::int64_t code, const Text& desc) {
+    router.logEnd(actionName, params, code, desc, site);
+    answer.send(module, code, desc);
+  });
 }
 
 // ---- Log records
@@ -96,10 +97,19 @@ void VEMOKOBUMsgRouter::logRouter(int level, std::string_view actionName,
 
 void VEMOKOBUMsgRouter::logEnd(std::string_view actionName, std::string_view actionParam,
                                std::int64_t code, const Text& desc, const Site& site) {
-  const bool failed = code != 0;
-  logRouter(failed ? DUNLogParam::kFailure : DUNLogParam::kInformation,
-            failed ? std::string(actionName) + "Failed" : std::string(actionName), actionParam,
-            Result{code, desc}, site);
+  if (code == 0) {
+    logRouter(DUNLogParam::kInformation, actionName, actionParam, Result{code, desc}, site);
+    return;
+  }
+  asMemoryAllows([&] {
+    logRouter(DUNLogParam::kFailure, std::string(actionName) + "Failed", actionParam,
+              Result{code, desc}, site);
+  });
+}
+
+void VEMOKOBUMsgRouter::logShortage() {
+  logRouter(DUNLogParam::kFailure, "outOfMemory", {}, Result{kBadParameter, kOutOfMemory},
+            "-[VEMOKOBUMsgRouter logShortage]");
 }
 
 }  // namespace vemo

@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -50,7 +51,16 @@ using VEMOCallback = std::function<void(VEMOModule module, std::int64_t code, co
 /// host may be called from any thread; events come from the engine's threads. Scripts
 /// for events run on the main thread.
 ///
-/// Nothing is thrown. A completion or listener that is null counts as none.
+/// Memory: where it is short, std::bad_alloc leaves `create` and the operations of the host, and
+/// what they were called for is not done. A command is not done either, and is answered with the
+/// error -1 of the module "JS", "out of memory"; where only its answer could not be made, with
+/// "out of memory for the answer". Where a message can't even be read, std::bad_alloc leaves
+/// `receive`. Events, what runs on the main thread and the callbacks that the router gives away
+/// throw nothing: what memory does not suffice for is left out, the rest is told, and a record
+/// with the action name "outOfMemory" says so. The pieces of the platform and the engine either do
+/// what they are called for or throw std::bad_alloc and do nothing.
+///
+/// Nothing else is thrown. A completion or listener that is null counts as none.
 class VEMOKOBUMsgRouter final : public VEMOJSMsgRouter,
                                 public KOBUCloudDelegate,
                                 public std::enable_shared_from_this<VEMOKOBUMsgRouter> {
@@ -178,7 +188,8 @@ class VEMOKOBUMsgRouter final : public VEMOJSMsgRouter,
   /// (from 11.0), 3 both. Found out once for the process, by the first router that asks.
   std::int32_t kobuScreenCaptureSupportMode() const;
 
-  /// Subscribes to one cross-process notification; twice leaves one subscription.
+  /// Subscribes to one cross-process notification; twice leaves one subscription, and none where
+  /// there is no memory for the second.
   void registerForScreenKitNotificationsWithName(const std::string& name);
   void unregisterForScreenKitNotificationsWithName(const std::string& name);
   void unregisterScreenKitNotifications();
@@ -347,8 +358,8 @@ class VEMOKOBUMsgRouter final : public VEMOJSMsgRouter,
   void tellListeners(const Args&... args);
   template <class Event>
   void tellPage(const JsonObjectText& payload);
-  /// Runs `work(router)` on the main thread. The work holds the router until it has run, so
-  /// an event that has arrived is told even when the host lets go of the router first.
+  /// Runs `work(router)` on the main thread, as memory allows. The work holds the router until it
+  /// has run, so an event that has arrived is told even when the host lets go of the router first.
   template <class Work>
   void onMain(Work work);
   bool isRegistered(std::string_view event) const;
@@ -362,11 +373,17 @@ class VEMOKOBUMsgRouter final : public VEMOJSMsgRouter,
 
   // ---- room_control.cpp
   VEMORoomCallback roomAnswer(const Call& call, std::string_view numberKey);
+  /// What the operations do once what they need is there.
+  void startEnter(std::shared_ptr<const KOBUParams> params, std::int64_t appScene,
+                  std::shared_ptr<const VEMORoomCallback> completion);
+  void startExit(std::shared_ptr<const VEMORoomCallback> completion);
   bool isOwnUser(const Text& userId) const;
+  void completeInRoom(const Published<const VEMORoomCallback>& slot, std::int64_t code,
+                      const Text& desc, std::int64_t number);
   void failEnter(std::int32_t errCode, const Text& errMsg);
   void startSwitch(std::int32_t role, Published<const VEMOCallback>& slot, VEMOCallback completion);
   void finishSwitch(std::int32_t role, Published<const VEMOCallback>& slot, std::int32_t errCode,
-                    const Text& errMsg);
+                    const Text& errMsg, std::shared_ptr<KOBUParams>& spare);
 
   // ---- permission_gate.cpp. Completions get the engine's module.
   void innerStartLocalPreview(bool frontCamera, std::shared_ptr<NativeView> view,
@@ -384,6 +401,11 @@ class VEMOKOBUMsgRouter final : public VEMOJSMsgRouter,
   void passGate(const GatedDevice& device, GateRequest request);
   void startDevice(const GatedDevice& device, const GateRequest& request);
   void gotoSystemSetting(const GatedDevice& device, VEMOCallback completion);
+  void refuse(const GatedDevice& device, const VEMOCallback& completion, std::string_view why);
+
+  // ---- diagnostics.cpp
+  /// Reports what the router did by itself, as memory allows.
+  void report(const char* event);
 
   // ---- local_video.cpp, local_audio.cpp
   void stopPreviewAndReport(KOBUCloud& engine);
@@ -394,13 +416,42 @@ class VEMOKOBUMsgRouter final : public VEMOJSMsgRouter,
   Outcome controlScreenCapture(KOBUCloud& engine, const Call& call,
                                std::int64_t (KOBUCloud::*operation)(), const ErrorWords& failed);
 
-  /// `fn`, called with the router before its own arguments, or not at all once the
-  /// router is gone.
+  /// Does `work`. What memory does not suffice for is left out, and a record says so: for what
+  /// nobody waits for who could be told.
+  template <class Work>
+  void asMemoryAllows(Work work) {
+    try {
+      work();
+    } catch (const std::bad_alloc&) {
+      logShortage();
+    }
+  }
+  void logShortage();
+
+  /// `fn`, called with the router before its own arguments, as memory allows, or not at all once
+  /// the router is gone.
   template <class Fn>
   auto weakly(Fn fn) {
     return [weak = weak_from_this(), fn = std::move(fn)](auto&&... args) {
-      if (const auto self = weak.lock()) fn(*self, std::forward<decltype(args)>(args)...);
+      const auto self = weak.lock();
+      if (!self) return;
+      self->asMemoryAllows([&] { fn(*self, std::forward<decltype(args)>(args)...); });
     };
+  }
+
+  /// Likewise, and called with what answers `call` behind the router. Whoever waits is answered in
+  /// any case: where memory does not suffice for `fn`, with that.
+  template <class Fn>
+  auto answering(const Call& call, Fn fn) {
+    return weakly([answer = call.answer(), fn = std::move(fn)](VEMOKOBUMsgRouter& router,
+                                                               const auto&... args) {
+      try {
+        fn(router, answer, args...);
+      } catch (const std::bad_alloc&) {
+        answer.sendShortage();
+        throw;
+      }
+    });
   }
 
   const Platform platform_;  // first: its owner may own what the base router uses

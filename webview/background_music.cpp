@@ -9,8 +9,7 @@ namespace {
 
 /// An open "playMusic": answered at the start, at each progress report and at
 /// the end, as the page asked, each time with a fresh error record and value.
-struct PlayMusicAnswer {
-  Answer answer;
+struct PlayingMusic {
   std::string paramsText;
   std::int32_t musicId;
 };
@@ -26,34 +25,35 @@ Outcome VEMOKOBUMsgRouter::playMusic(
   music->ID = command.get<param::AudioId>();
 
   command.answerLater();
-  const auto open = std::make_shared<const PlayMusicAnswer>(
-      PlayMusicAnswer{command.answer(), std::string(command.paramsText), music->ID});
+  const auto open = std::make_shared<const PlayingMusic>(
+      PlayingMusic{std::string(command.paramsText), music->ID});
   static constexpr std::string_view routine = "-[VEMOKOBUMsgRouter playMusic:webView:]";
 
   const auto end = [&](bool wanted, const char* state, const ErrorWords& error,
                        Place place = Place::here()) {
-    return weakly([open, wanted, state, &error, site = Site(routine, place)](
-                      VEMOKOBUMsgRouter& router, std::int64_t code) {
-      if (!wanted) return;
-      const Text desc = code != 0 ? Text(error.text) : std::nullopt;
-      router.logEnd("playMusic", open->paramsText, code, desc, site);
-      open->answer.send(error.module, code, desc,
-                        {{"audioId", open->musicId}, {"state", state}, {"errCode", code}});
-    });
+    return answering(
+        command, [open, wanted, state, &error, site = Site(routine, place)](
+                     VEMOKOBUMsgRouter& router, const Answer& answer, std::int64_t code) {
+          if (!wanted) return;
+          const Text desc = code != 0 ? Text(error.text) : std::nullopt;
+          router.logEnd("playMusic", open->paramsText, code, desc, site);
+          answer.send(error.module, code, desc,
+                      {{"audioId", open->musicId}, {"state", state}, {"errCode", code}});
+        });
   };
   auto onStart = end(command.get<param::OnStart>(), "onStart", error::musicNotStarted);
   auto onComplete = end(command.get<param::OnComplete>(), "onComplete", error::musicBroken);
-  auto onProgress =
-      weakly([open, wanted = command.get<param::OnProgress>()](
-                 VEMOKOBUMsgRouter& router, std::int64_t progressMs, std::int64_t durationMs) {
-        if (!wanted) return;
-        router.logEnd("playMusic", open->paramsText, 0, std::nullopt, Site(routine, Place::here()));
-        open->answer.send(VEMOModule::KOBU, 0, std::nullopt,
-                          {{"audioId", open->musicId},
-                           {"state", "onProgress"},
-                           {"progressMs", progressMs},
-                           {"durationMs", durationMs}});
-      });
+  auto onProgress = answering(command, [open, wanted = command.get<param::OnProgress>()](
+                                           VEMOKOBUMsgRouter& router, const Answer& answer,
+                                           std::int64_t progressMs, std::int64_t durationMs) {
+    if (!wanted) return;
+    router.logEnd("playMusic", open->paramsText, 0, std::nullopt, Site(routine, Place::here()));
+    answer.send(VEMOModule::KOBU, 0, std::nullopt,
+                {{"audioId", open->musicId},
+                 {"state", "onProgress"},
+                 {"progressMs", progressMs},
+                 {"durationMs", durationMs}});
+  });
   engine.getAudioEffectManager().startPlayMusic(*music, std::move(onStart), std::move(onProgress),
                                                 std::move(onComplete));
   return success;

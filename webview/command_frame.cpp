@@ -1,4 +1,5 @@
 #include <initializer_list>
+#include <new>
 
 #include "json/JsonText.h"
 #include "webview/TextForms.h"
@@ -12,7 +13,15 @@ void VEMOKOBUMsgRouter::registRouter() {
   for (const auto& row : CommandTable::rows()) {
     setMethod(std::string(row.name), weakly([&row](VEMOKOBUMsgRouter& router, const ItemPtr& item,
                                                    const WebViewPtr& webView) {
-                CommandTable::run(router, row, item, webView);
+                try {
+                  CommandTable::run(router, row, item, webView);
+                } catch (const std::bad_alloc&) {
+                  // What handlers do they do at their end, with memory that they have got before.
+                  item->setIsAsyncTask(false);
+                  item->setMsgError(
+                      {std::string(moduleText(VEMOModule::JS)), -1, std::string(kOutOfMemory)});
+                  throw;  // to the record
+                }
               }));
   }
 }

@@ -38,9 +38,10 @@ Outcome VEMOKOBUMsgRouter::startSpeedTest(
   engine.startSpeedTest(
       command.get<param::SdkAppId>(), std::string(command.get<param::UserId>()),
       std::string(command.get<param::UserSig>()),
-      weakly([answer = command.answer(), paramsText = std::string(command.paramsText)](
-                 VEMOKOBUMsgRouter& router, const Shared<KOBUSpeedTestResult>& result,
-                 std::int64_t completed, std::int64_t total) {
+      answering(command, [paramsText = std::string(command.paramsText)](
+                             VEMOKOBUMsgRouter& router, const Answer& answer,
+                             const Shared<KOBUSpeedTestResult>& result, std::int64_t completed,
+                             std::int64_t total) {
         // The message alone tells the end from what comes before it; the code stays 0.
         const std::string state = completed == total ? "done" : "ing";
         router.logRouter(DUNLogParam::kInformation, "startSpeedTest", paramsText, Result{0, state},
@@ -100,6 +101,10 @@ void VEMOKOBUMsgRouter::reportEvent(const Text& event) {
     page->loadJs(
         callScript(*function, [&](std::string& script) { appendJsonText(script, message); }), true);
   }
+}
+
+void VEMOKOBUMsgRouter::report(const char* event) {
+  asMemoryAllows([&] { reportEvent(event); });
 }
 
 // ---- Events

@@ -21,12 +21,12 @@ Outcome VEMOKOBUMsgRouter::setLogParams(
     const Command<Maybe<param::LogLevel>, Maybe<param::ConsoleEnable>, Maybe<param::CompressEnable>,
                   Maybe<param::LogDirPath>>& command) {
   auto& engineClass = platform_.engineClass;
+  const auto path = command.get<param::LogDirPath>();
+  const std::string folder(path.value_or(""));
   if (const auto level = command.get<param::LogLevel>()) engineClass.setLogLevel(*level);
   if (const auto on = command.get<param::ConsoleEnable>()) engineClass.setConsoleEnabled(*on);
   if (const auto on = command.get<param::CompressEnable>()) engineClass.setLogCompressEnabled(*on);
-  if (const auto path = command.get<param::LogDirPath>()) {
-    engineClass.setLogDirPath(std::string(*path));
-  }
+  if (path) engineClass.setLogDirPath(folder);
   return success;
 }
 

@@ -14,26 +14,32 @@ namespace vemo {
 
 template <class Work>
 void VEMOKOBUMsgRouter::onMain(Work work) {
-  runOnMain(platform_.mainQueue,
-            [self = shared_from_this(), work = std::move(work)]() mutable { work(*self); });
+  asMemoryAllows([&] {
+    runOnMain(platform_.mainQueue, [self = shared_from_this(), work = std::move(work)]() mutable {
+      self->asMemoryAllows([&] { work(*self); });
+    });
+  });
 }
 
 /// Calls the event's operation, if it has one, of every live listener, in order, with `args`.
 /// The walk goes over the list as it was at its beginning, whatever a listener does to it
-/// meanwhile, and keeps nobody alive but the one that is being called.
+/// meanwhile, and keeps nobody alive but the one that is being called. As memory allows: the page
+/// hears all the same.
 template <class Event, class... Args>
 void VEMOKOBUMsgRouter::tellListeners(const Args&... args) {
   if constexpr (requires { Event::listener; }) {
     if (eventRouting_.listeners.empty()) return;
-    for (const auto slots = eventRouting_.listeners; const auto& slot : slots) {
-      if (const auto listener = slot.lock()) (listener.get()->*Event::listener)(args...);
-    }
+    asMemoryAllows([&] {
+      for (const auto slots = eventRouting_.listeners; const auto& slot : slots) {
+        if (const auto listener = slot.lock()) (listener.get()->*Event::listener)(args...);
+      }
+    });
   }
 }
 
 template <class Event>
 void VEMOKOBUMsgRouter::tellPage(const JsonObjectText& payload) {
-  tellPage(Event::words.name, payload.text(), !isPeriodic<Event>);
+  asMemoryAllows([&] { tellPage(Event::words.name, payload.text(), !isPeriodic<Event>); });
 }
 
 template <class Event>
@@ -50,11 +56,13 @@ void VEMOKOBUMsgRouter::tell(const Site& site, const Given&... given) {
 template <class Event, class... Given>
 void VEMOKOBUMsgRouter::tellResult(std::optional<Result> result, const Site& site,
                                    const Given&... given) {
-  auto payload = Event::payload(curEnteredRoomUserId(), given...);
-  logEvent<Event>(payload.text(), std::move(result), site);
-  onMain([payload = std::move(payload), given...](VEMOKOBUMsgRouter& router) {
-    router.tellListeners<Event>(given...);
-    router.tellPage<Event>(payload);
+  asMemoryAllows([&] {
+    auto payload = Event::payload(curEnteredRoomUserId(), given...);
+    logEvent<Event>(payload.text(), result, site);
+    onMain([payload = std::move(payload), given...](VEMOKOBUMsgRouter& router) {
+      router.tellListeners<Event>(given...);
+      router.tellPage<Event>(payload);
+    });
   });
 }
 

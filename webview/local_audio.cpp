@@ -102,7 +102,7 @@ void VEMOKOBUMsgRouter::kobuStopAudio(const Text& userId, const std::shared_ptr<
 
 void VEMOKOBUMsgRouter::stopAudioAndReport(KOBUCloud& engine) {
   engine.stopLocalAudio();
-  reportEvent("disable_mic");
+  report("disable_mic");
 }
 
 // ---- Events

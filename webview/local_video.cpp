@@ -68,11 +68,11 @@ Outcome VEMOKOBUMsgRouter::setVideoMuteImage(
   if (!platform_.downloads.isUrl(url)) return paramError(param::ImgUrl::missing);
   const auto fps = command.get<param::MuteImageFps>();
   command.answerLater();
-  platform_.downloads.download(
-      url, weakly([answer = plainAnswer(command), fps](VEMOKOBUMsgRouter& router,
-                                                       const DownloadResult& result) {
-        router.useMuteImage(result, fps, answer);
-      }));
+  platform_.downloads.download(url, answering(command, [complete = plainAnswer(command), fps](
+                                                           VEMOKOBUMsgRouter& router, const Answer&,
+                                                           const DownloadResult& result) {
+                                 router.useMuteImage(result, fps, complete);
+                               }));
   return success;
 }
 
@@ -121,7 +121,7 @@ void VEMOKOBUMsgRouter::stopLocalPreview() {
 
 void VEMOKOBUMsgRouter::stopPreviewAndReport(KOBUCloud& engine) {
   engine.stopLocalPreview();
-  reportEvent("disable_camera");
+  report("disable_camera");
 }
 
 void VEMOKOBUMsgRouter::kobuStartPreview(const Text& userId, std::shared_ptr<NativeView> view,

@@ -77,7 +77,7 @@ void VEMOKOBUMsgRouter::passGate(const GatedDevice& device, GateRequest request)
             if (granted) {
               router.startDevice(device, request);
             } else {
-              request.completion(VEMOModule::KOBU, device.code, device.refusal);
+              router.refuse(device, request.completion, device.refusal);
             }
           }));
       return;
@@ -90,8 +90,16 @@ void VEMOKOBUMsgRouter::startDevice(const GatedDevice& device, const GateRequest
   const auto engine = sharedKOBU_.load();
   if (!engine) return;  // released while the user was asked
   device.start(*engine, request);
-  reportEvent(device.startEvent);
+  report(device.startEvent);
   request.completion(VEMOModule::KOBU, 0, "");
+}
+
+/// Says that the device does not start; without the reason where there is no memory for it.
+void VEMOKOBUMsgRouter::refuse(const GatedDevice& device, const VEMOCallback& completion,
+                               std::string_view why) {
+  Text desc;
+  asMemoryAllows([&] { desc.emplace(why); });
+  completion(VEMOModule::KOBU, device.code, desc);
 }
 
 void VEMOKOBUMsgRouter::gotoSystemSetting(const GatedDevice& device, VEMOCallback completion) {
@@ -105,8 +113,8 @@ void VEMOKOBUMsgRouter::gotoSystemSetting(const GatedDevice& device, VEMOCallbac
     replaceAll(alert.message, "%@", device.name);
   }
   alert.actions.push_back(
-      {"不允许", AlertActionStyle::normal, weakly([&device, completion](VEMOKOBUMsgRouter&) {
-         completion(VEMOModule::KOBU, device.code, device.dismissal);
+      {"不允许", AlertActionStyle::normal, weakly([&device, completion](VEMOKOBUMsgRouter& router) {
+         router.refuse(device, completion, device.dismissal);
        })});
   // The microphone's answers speak of the camera too: deliberate, part of the interface.
   alert.actions.push_back(
@@ -114,10 +122,10 @@ void VEMOKOBUMsgRouter::gotoSystemSetting(const GatedDevice& device, VEMOCallbac
        weakly([&device, completion = std::move(completion)](VEMOKOBUMsgRouter& router) {
          auto& settings = router.platform_.application;
          if (!settings.canOpenSettings()) {
-           completion(VEMOModule::KOBU, device.code, "app can't goto setting set camera auth");
+           router.refuse(device, completion, "app can't goto setting set camera auth");
            return;
          }
-         completion(VEMOModule::KOBU, device.code, "goto setting set camera auth");
+         router.refuse(device, completion, "goto setting set camera auth");
          settings.openSettings();
        })});
   platform_.alerts.present(std::move(alert));

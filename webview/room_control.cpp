@@ -11,6 +11,12 @@
 namespace vemo {
 namespace {
 
+/// The id in a record that may be absent, without a copy.
+const Text& userIdOf(const std::shared_ptr<const KOBUParams>& room) {
+  static const Text none;
+  return room ? room->userId : none;
+}
+
 bool endsEnter(std::int32_t code) {
   return std::find(kEndOfEnter.begin(), kEndOfEnter.end(), code) != kEndOfEnter.end();
 }
@@ -31,11 +37,11 @@ bool VEMOKOBUMsgRouter::isOwnUser(const Text& userId) const {
 /// The completion that answers a room command: {"userId", `numberKey`: number} beside an
 /// error record that is set whatever the code.
 VEMORoomCallback VEMOKOBUMsgRouter::roomAnswer(const Call& call, std::string_view numberKey) {
-  return weakly([answer = call.answer(), numberKey](VEMOKOBUMsgRouter&, VEMOModule module,
-                                                    std::int64_t code, const Text& desc,
-                                                    const Text& uid, std::int64_t number) {
-    answer.send(module, code, desc, {{"userId", idOrNull(uid)}, {numberKey, number}});
-  });
+  return answering(
+      call, [numberKey](VEMOKOBUMsgRouter&, const Answer& answer, VEMOModule module,
+                        std::int64_t code, const Text& desc, const Text& uid, std::int64_t number) {
+        answer.send(module, code, desc, {{"userId", idOrNull(uid)}, {numberKey, number}});
+      });
 }
 
 Outcome VEMOKOBUMsgRouter::enterRoom(
@@ -44,74 +50,95 @@ Outcome VEMOKOBUMsgRouter::enterRoom(
                   Checked<param::EnterParams>>& command) {
   auto record = command.get<param::EnterParams>();
   if (!record) return paramError(param::EnterParams::missing);
+  setAppScene(*record, command.get<param::AppScene>());
+  const auto params = std::make_shared<const KOBUParams>(std::move(*record));
+  auto completion = stored(roomAnswer(command, "elapsed"));
 
   engine.setDefaultStreamRecvMode(command.get<param::AutoRecvAudio>(),
                                   command.get<param::AutoRecvVideo>());
   platform_.logger.updateLogConfig(
-      [&](DUNLoggerConfig& config) { config.sdkAppId = record->sdkAppId; });
+      [&](DUNLoggerConfig& config) { config.sdkAppId = params->sdkAppId; });
   room_.entered = false;
   command.answerLater();
-  setAppScene(*record, command.get<param::AppScene>());
-  const auto params = std::make_shared<const KOBUParams>(std::move(*record));
-  vemoEnterRoom(params, appScene(*params), roomAnswer(command, "elapsed"));
+  startEnter(params, appScene(*params), std::move(completion));
   return success;
 }
 
 Outcome VEMOKOBUMsgRouter::exitRoom(const Command<>& command) {
+  const std::string leaving = VEMOStartExitClassRoomNotify;
+  auto completion = stored(roomAnswer(command, "reason"));
   room_.entered = false;  // also without an engine
   if (!sharedKOBU_.load()) return fail(error::noEngine);
-  platform_.notifications.post(VEMOStartExitClassRoomNotify);
+  platform_.notifications.post(leaving);
   command.answerLater();
-  zebExitRoom(roomAnswer(command, "reason"));
+  startExit(std::move(completion));
   return success;
 }
 
 void VEMOKOBUMsgRouter::vemoEnterRoom(std::shared_ptr<const KOBUParams> params,
                                       std::int64_t appScene, VEMORoomCallback completion) {
-  if (!params) return;
+  if (params) startEnter(std::move(params), appScene, stored(std::move(completion)));
+}
+
+void VEMOKOBUMsgRouter::startEnter(std::shared_ptr<const KOBUParams> params, std::int64_t appScene,
+                                   std::shared_ptr<const VEMORoomCallback> completion) {
   room_.params.publish(params);
-  room_.enterCallback.publish(stored(std::move(completion)));
+  room_.enterCallback.publish(std::move(completion));
   if (const auto engine = sharedKOBU_.load()) engine->enterRoom(*params, appScene);
 }
 
 void VEMOKOBUMsgRouter::zebExitRoom(VEMORoomCallback completion) {
-  room_.exitCallback.publish(stored(std::move(completion)));
+  startExit(stored(std::move(completion)));
+}
+
+void VEMOKOBUMsgRouter::startExit(std::shared_ptr<const VEMORoomCallback> completion) {
+  room_.exitCallback.publish(std::move(completion));
   if (const auto engine = sharedKOBU_.load()) engine->exitRoom();
 }
 
 void VEMOKOBUMsgRouter::onEnterRoom(std::int64_t result) {
-  auto payload = event::OnEnterRoom::payload(curEnteredRoomUserId(), result);
-  logEvent<event::OnEnterRoom>(payload.text(), std::nullopt, "-[VEMOKOBUMsgRouter onEnterRoom:]");
-  onMain([result, payload = std::move(payload)](VEMOKOBUMsgRouter& router) {
-    constexpr std::int32_t volumeIntervalMs = 500;
-    if (const auto engine = router.sharedKOBU_.load()) {
-      engine->enableAudioVolumeEvaluation(volumeIntervalMs);
-    }
-    router.room_.entered = true;  // whatever the result
-    if (const auto completion = router.room_.enterCallback.load()) {
-      (*completion)(VEMOModule::KOBU, 0, std::nullopt, router.curEnteredRoomUserId(), result);
-    }
-    // After the call, whatever it did: a completion that enters again by itself loses the
-    // new completion here.
-    router.room_.enterCallback.clear();
-    router.tellListeners<event::OnEnterRoom>(result, router.curEnteredRoomUserId());
-    router.tellPage<event::OnEnterRoom>(payload);
+  asMemoryAllows([this, result] {
+    const std::string complete = VEMOEnterClassRoomCompleteNotify;
+    auto payload = event::OnEnterRoom::payload(curEnteredRoomUserId(), result);
+    logEvent<event::OnEnterRoom>(payload.text(), std::nullopt, "-[VEMOKOBUMsgRouter onEnterRoom:]");
+    onMain([result, payload = std::move(payload)](VEMOKOBUMsgRouter& router) {
+      constexpr std::int32_t volumeIntervalMs = 500;
+      if (const auto engine = router.sharedKOBU_.load()) {
+        engine->enableAudioVolumeEvaluation(volumeIntervalMs);
+      }
+      router.room_.entered = true;  // whatever the result
+      router.completeInRoom(router.room_.enterCallback, 0, std::nullopt, result);
+      // After the call, whatever it did: a completion that enters again by itself loses the
+      // new completion here.
+      router.room_.enterCallback.clear();
+      router.tellListeners<event::OnEnterRoom>(result, userIdOf(router.room_.params.load()));
+      router.tellPage<event::OnEnterRoom>(payload);
+    });
+    platform_.notifications.post(complete);
   });
-  platform_.notifications.post(VEMOEnterClassRoomCompleteNotify);
 }
 
 void VEMOKOBUMsgRouter::onExitRoom(std::int64_t reason) {
-  auto payload = event::OnExitRoom::payload(curEnteredRoomUserId(), reason);
-  logEvent<event::OnExitRoom>(payload.text(), std::nullopt, "-[VEMOKOBUMsgRouter onExitRoom:]");
-  onMain([reason, payload = std::move(payload)](VEMOKOBUMsgRouter& router) {
-    if (const auto completion = router.room_.exitCallback.load()) {
-      (*completion)(VEMOModule::KOBU, 0, std::nullopt, router.curEnteredRoomUserId(), reason);
-    }
-    router.room_.exitCallback.clear();
-    router.tellListeners<event::OnExitRoom>(reason, router.curEnteredRoomUserId());
-    router.tellPage<event::OnExitRoom>(payload);
-    router.room_.params.clear();
+  asMemoryAllows([this, reason] {
+    auto payload = event::OnExitRoom::payload(curEnteredRoomUserId(), reason);
+    logEvent<event::OnExitRoom>(payload.text(), std::nullopt, "-[VEMOKOBUMsgRouter onExitRoom:]");
+    onMain([reason, payload = std::move(payload)](VEMOKOBUMsgRouter& router) {
+      router.completeInRoom(router.room_.exitCallback, 0, std::nullopt, reason);
+      router.room_.exitCallback.clear();
+      router.tellListeners<event::OnExitRoom>(reason, userIdOf(router.room_.params.load()));
+      router.tellPage<event::OnExitRoom>(payload);
+      router.room_.params.clear();
+    });
   });
+}
+
+/// Calls the completion of a room operation, if there is one, with the own user's id.
+void VEMOKOBUMsgRouter::completeInRoom(const Published<const VEMORoomCallback>& slot,
+                                       std::int64_t code, const Text& desc, std::int64_t number) {
+  const auto completion = slot.load();
+  const auto room = room_.params.load();
+  if (!completion) return;
+  asMemoryAllows([&] { (*completion)(VEMOModule::KOBU, code, desc, userIdOf(room), number); });
 }
 
 /// The engine's errors, some of which end an enter.
@@ -128,10 +155,10 @@ void VEMOKOBUMsgRouter::onError(std::int32_t errCode, const Text& errMsg,
 void VEMOKOBUMsgRouter::failEnter(std::int32_t errCode, const Text& errMsg) {
   if (const auto engine = sharedKOBU_.load()) engine->exitRoom();
   if (!room_.enterCallback.load()) return;
-  safeRunInMain([errCode, errMsg](VEMOKOBUMsgRouter& router) {
-    if (const auto completion = router.room_.enterCallback.load()) {
-      (*completion)(VEMOModule::KOBU, errCode, errMsg, router.curEnteredRoomUserId(), errCode);
-    }
+  asMemoryAllows([&] {
+    safeRunInMain([errCode, errMsg](VEMOKOBUMsgRouter& router) {
+      router.completeInRoom(router.room_.enterCallback, errCode, errMsg, errCode);
+    });
   });
 }
 
@@ -166,37 +193,47 @@ void VEMOKOBUMsgRouter::startSwitch(std::int32_t role, Published<const VEMOCallb
                                     VEMOCallback completion) {
   const auto engine = sharedKOBU_.load();
   if (!engine) return;
+  auto waiting = stored(std::move(completion));
   room_.params.modify([role](KOBUParams& params) { setSwitchToRole(params, role); });
-  slot.publish(stored(std::move(completion)));
+  slot.publish(std::move(waiting));
   engine->switchRole(role);
 }
 
 void VEMOKOBUMsgRouter::onSwitchRole(std::int32_t errCode, const Text& errMsg) {
-  const auto room = room_.params.load();
-  auto payload = event::OnSwitchRole::payload(
-      curEnteredRoomUserId(), room ? appScene(*room) : 0, room ? room->role : 0,
-      room ? switchToRole(*room) : std::int64_t{0}, errCode, errMsg);
-  logEvent<event::OnSwitchRole>(payload.text(), Result{errCode, errMsg},
-                                "-[VEMOKOBUMsgRouter onSwitchRole:errMsg:]");
-  onMain([errCode, errMsg, payload = std::move(payload)](VEMOKOBUMsgRouter& router) {
-    auto& state = router.room_;
-    router.finishSwitch(kKOBURoleAudience, state.switchAudienceCallback, errCode, errMsg);
-    router.finishSwitch(kKOBURoleAnchor, state.switchAnchorCallback, errCode, errMsg);
-    router.tellPage<event::OnSwitchRole>(payload);
-    state.params.modify([](KOBUParams& params) { setSwitchToRole(params, params.role); });
+  asMemoryAllows([&] {
+    const auto room = room_.params.load();
+    auto payload = event::OnSwitchRole::payload(
+        curEnteredRoomUserId(), room ? appScene(*room) : 0, room ? room->role : 0,
+        room ? switchToRole(*room) : std::int64_t{0}, errCode, errMsg);
+    logEvent<event::OnSwitchRole>(payload.text(), Result{errCode, errMsg},
+                                  "-[VEMOKOBUMsgRouter onSwitchRole:errMsg:]");
+    // Once somebody has been told, there must be records of the new role: what they take is got
+    // here, and the number that they change is put into the present one, where it may be missing.
+    room_.params.modify([](KOBUParams& params) { setSwitchToRole(params, switchToRole(params)); });
+    onMain([errCode, errMsg, payload = std::move(payload), spare = room_.params.copy(),
+            last = room_.params.copy()](VEMOKOBUMsgRouter& router) mutable {
+      auto& state = router.room_;
+      router.finishSwitch(kKOBURoleAudience, state.switchAudienceCallback, errCode, errMsg, spare);
+      router.finishSwitch(kKOBURoleAnchor, state.switchAnchorCallback, errCode, errMsg, spare);
+      router.tellPage<event::OnSwitchRole>(payload);
+      state.params.modify([](KOBUParams& params) { setSwitchToRole(params, params.role); },
+                          std::move(last));
+    });
   });
 }
 
-/// Answers a switch to `role`, if that is where the user was heading and somebody waits.
+/// Answers a switch to `role`, if that is where the user was heading and somebody waits. The first
+/// that succeeds takes `spare` for the room's new record.
 void VEMOKOBUMsgRouter::finishSwitch(std::int32_t role, Published<const VEMOCallback>& slot,
-                                     std::int32_t errCode, const Text& errMsg) {
+                                     std::int32_t errCode, const Text& errMsg,
+                                     std::shared_ptr<KOBUParams>& spare) {
   const auto room = room_.params.load();
   const auto completion = slot.load();
   if (!room || switchToRole(*room) != role || !completion) return;
-  (*completion)(VEMOModule::KOBU, errCode, errMsg);
+  asMemoryAllows([&] { (*completion)(VEMOModule::KOBU, errCode, errMsg); });
   slot.clear();
   if (errCode == 0) {
-    room_.params.modify([role](KOBUParams& params) { params.role = role; });
+    room_.params.modify([role](KOBUParams& params) { params.role = role; }, std::move(spare));
   }
 }
 

@@ -40,9 +40,10 @@ Outcome VEMOKOBUMsgRouter::launchScreenKit(const Command<>& command) {
   if (!platform_.system.isAtLeast(11, 0, 0)) return fail(error::noLaunch);
   // On 11.x the command deliberately leaves no trace: no launch, no error, no value.
   if (!platform_.system.isAtLeast(12, 0, 0)) return success;
+  auto answer = stored(plainAnswer(command));
   platform_.extensionLauncher.launch();
   command.answerLater();
-  screenSharing_.launchCallback.publish(stored(plainAnswer(command)));
+  screenSharing_.launchCallback.publish(std::move(answer));
   return success;
 }
 
@@ -65,18 +66,19 @@ Outcome VEMOKOBUMsgRouter::startScreenCapture(
   logRouter(DUNLogParam::kInformation, "kobuStartScreenCapture",
             std::string(prefix) + "mode = " + std::to_string(mode) + ", appGroup = " + appGroup,
             std::nullopt, "-[VEMOKOBUMsgRouter startScreenCapture:webView:]");
+  auto started = stored(
+      VEMOCallback(answering(command, [](VEMOKOBUMsgRouter& router, const Answer& answer,
+                                         VEMOModule module, std::int64_t code, const Text& desc) {
+        answer.send(module, code, desc,
+                    {{"userId", cleaned(router.curEnteredRoomUserId())}, {"reason", 0}});
+      })));
   if (inApp) {
     engine.startScreenCaptureInApp(*encoder);
   } else {
     engine.startScreenCaptureByReplaykit(*encoder, appGroup);
   }
   command.answerLater();
-  screenSharing_.startCallback.publish(stored(
-      VEMOCallback(weakly([answer = command.answer()](VEMOKOBUMsgRouter& router, VEMOModule module,
-                                                      std::int64_t code, const Text& desc) {
-        answer.send(module, code, desc,
-                    {{"userId", cleaned(router.curEnteredRoomUserId())}, {"reason", 0}});
-      }))));
+  screenSharing_.startCallback.publish(std::move(started));
   return success;
 }
 
@@ -90,8 +92,9 @@ Outcome VEMOKOBUMsgRouter::controlScreenCapture(KOBUCloud& engine, const Call& c
     call.setError(words.module, words.code, Text(words.text));
     return success;
   }
+  Text failure(failed.text);
   const auto result = (engine.*operation)();
-  call.setError(failed.module, result, result != 0 ? Text(failed.text) : Text{});
+  call.setError(failed.module, result, result != 0 ? std::move(failure) : Text{});
   return success;
 }
 
@@ -142,22 +145,24 @@ void VEMOKOBUMsgRouter::onRecvScreenKitNotify(const std::string& name) {
 // ---- Events of the engine
 
 void VEMOKOBUMsgRouter::onScreenCaptureStarted() {
-  auto payload = event::OnScreenCaptureStarted::payload(curEnteredRoomUserId(), std::int32_t{0});
-  if (screenSharing_.startCallback.load()) {
-    safeRunInMain([](VEMOKOBUMsgRouter& router) {
-      if (const auto answer = router.screenSharing_.startCallback.load()) {
-        (*answer)(VEMOModule::KOBU, 0, std::nullopt);
-      }
+  asMemoryAllows([this] {
+    auto payload = event::OnScreenCaptureStarted::payload(curEnteredRoomUserId(), std::int32_t{0});
+    if (screenSharing_.startCallback.load()) {
+      safeRunInMain([](VEMOKOBUMsgRouter& router) {
+        if (const auto answer = router.screenSharing_.startCallback.load()) {
+          (*answer)(VEMOModule::KOBU, 0, std::nullopt);
+        }
+      });
+    }
+    // Cleared here, on the event's thread: an answer that had to hop finds nothing to call,
+    // unless a newer start has taken the slot. That is part of the interface as it stands; the
+    // page is told by the event in any case.
+    screenSharing_.startCallback.clear();
+    logEvent<event::OnScreenCaptureStarted>(payload.text(), std::nullopt,
+                                            "-[VEMOKOBUMsgRouter onScreenCaptureStarted]");
+    onMain([payload = std::move(payload)](VEMOKOBUMsgRouter& router) {
+      router.tellPage<event::OnScreenCaptureStarted>(payload);
     });
-  }
-  // Cleared here, on the event's thread: an answer that had to hop finds nothing to call,
-  // unless a newer start has taken the slot. That is part of the interface as it stands; the
-  // page is told by the event in any case.
-  screenSharing_.startCallback.clear();
-  logEvent<event::OnScreenCaptureStarted>(payload.text(), std::nullopt,
-                                          "-[VEMOKOBUMsgRouter onScreenCaptureStarted]");
-  onMain([payload = std::move(payload)](VEMOKOBUMsgRouter& router) {
-    router.tellPage<event::OnScreenCaptureStarted>(payload);
   });
 }
 

@@ -84,6 +84,8 @@ A command is one JSON text:
 A text that is too large or too deep, names no action, or whose \`params\` are no object is answered
 with code -1 and the text \`bad message\`, where its \`cbid\` can be found; a text that is no JSON
 object never is, as it has none. A name that is no command is answered with \`unknown action\`.
+Where memory is short, \`out of memory\` says that a command was not done, \`out of memory for the answer\`
+that only its answer could not be made.
 
 ## Answers
 

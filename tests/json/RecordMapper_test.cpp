@@ -280,16 +280,18 @@ TEST(RecordMapper, AnErrorIsOptionalAndUntouchedBySuccess) {
 // Record to dictionary
 
 TEST(RecordMapper, WritesEveryPropertyInTheTablesOrder) {
-  const Sample sample{.i32 = -1,
-                      .u32 = 4294967295U,
-                      .i64 = std::numeric_limits<std::int64_t>::min(),
-                      .u64 = std::numeric_limits<std::uint64_t>::max(),
-                      .single = 0.25F,
-                      .floating = 2.5,
-                      .flag = true,
-                      .text = "t",
-                      .inner = {.number = 9, .text = "in"},
-                      .list = {{.number = 1, .text = {}}, {.number = 2, .text = ""}}};
+  Sample sample;
+  sample.i32 = -1;
+  sample.u32 = 4294967295U;
+  sample.i64 = std::numeric_limits<std::int64_t>::min();
+  sample.u64 = std::numeric_limits<std::uint64_t>::max();
+  sample.single = 0.25F;
+  sample.floating = 2.5;
+  sample.flag = true;
+  sample.text = "t";
+  sample.inner.number = 9;
+  sample.inner.text = "in";
+  sample.list = {{.number = 1, .text = {}}, {.number = 2, .text = ""}};
   EXPECT_EQ(textOf(sample),
             R"({"i32":-1,"u32":4294967295,"i64":-9223372036854775808,"u64":18446744073709551615,)"
             R"("single":0.25,"floating":2.5,"flag":true,"text":"t",)"
@@ -335,7 +337,11 @@ TEST(RecordMapper, NumberTooLargeForJsonIsNoText) {
 }
 
 TEST(RecordMapper, ReadsBackWhatItWrote) {
-  const Sample sample{.text = "\u2028\"", .inner = {.number = -1, .text = "x"}, .list = {{}, {}}};
+  Sample sample;
+  sample.text = "\u2028\"";
+  sample.inner.number = -1;
+  sample.inner.text = "x";
+  sample.list.resize(2);
   const auto written = dictionaryFrom(sample);
   const auto text = jsonText(written);
   const auto parsed = boost::json::parse(text);

@@ -44,6 +44,12 @@ std::optional<std::string> answer(const std::string& target) {
   if (kind == "/cut") {
     return HttpServer::answer("200 OK", "Content-Length: 1000\r\n", "only this");
   }
+  if (kind == "/more")
+    return HttpServer::answer("200 OK", "Content-Length: 4\r\n", "four and more");
+  if (kind == "/absurd") {
+    return HttpServer::answer("200 OK", "Content-Length: 99999999999999999999\r\n", "x");
+  }
+  if (kind == "/loop") return HttpServer::redirect("/loop/");
   if (kind == "/redirects" && number > 0) {
     return HttpServer::redirect("/redirects/" + std::to_string(number - 1));
   }
@@ -184,6 +190,7 @@ TEST_F(CurlDownloadServiceTest, FollowsSomeRedirects) {
   ASSERT_NE(result.file, nullptr);
   EXPECT_EQ(result.file->readAll(), "arrived");
   expectError(server.url("/redirects/6"), CURLE_TOO_MANY_REDIRECTS);
+  expectError(server.url("/loop/"), CURLE_TOO_MANY_REDIRECTS);
 }
 
 TEST_F(CurlDownloadServiceTest, FollowsNoRedirectToAnotherScheme) {
@@ -199,6 +206,25 @@ TEST_F(CurlDownloadServiceTest, GivesUpAfterTheTimeLimit) {
 
 TEST_F(CurlDownloadServiceTest, TellsAFileThatWasCutShort) {
   expectError(server.url("/cut/"), CURLE_PARTIAL_FILE);
+}
+
+TEST_F(CurlDownloadServiceTest, AFileEndsWhereItsLengthSays) {
+  const auto result = fetched(server.url("/more/"));
+  ASSERT_NE(result.file, nullptr);
+  EXPECT_EQ(result.file->readAll(), "four");
+}
+
+TEST_F(CurlDownloadServiceTest, RefusesALengthThatNothingHas) {
+  expectError(server.url("/absurd/"), CURLE_FILESIZE_EXCEEDED);
+}
+
+TEST_F(CurlDownloadServiceTest, GivesUpOnAServerThatDripsForEver) {
+  const HttpServer dripping(answer, std::chrono::milliseconds(5));  // for minutes
+  auto hasty = reaching(dripping);
+  hasty.silenceLimit = std::chrono::seconds(1);  // which it never is
+  hasty.timeLimit = std::chrono::milliseconds(200);
+  CurlDownloadService impatient(hasty);
+  expectError(dripping.url("/file/50000"), CURLE_OPERATION_TIMEDOUT, impatient);
 }
 
 TEST_F(CurlDownloadServiceTest, TellsWhenNobodyListens) {

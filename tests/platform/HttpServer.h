@@ -11,6 +11,7 @@
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/asio/write.hpp>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -28,7 +29,9 @@ class HttpServer {
   /// server's thread.
   using Answer = std::function<std::optional<std::string>(const std::string& target)>;
 
-  explicit HttpServer(Answer answer) : answer_(std::move(answer)) {
+  /// With a `pause`, answers are given byte by byte, and so long after each.
+  explicit HttpServer(Answer answer, std::chrono::milliseconds pause = {})
+      : answer_(std::move(answer)), pause_(pause) {
     boost::asio::co_spawn(work_, listen(), boost::asio::detached);
     thread_ = std::thread([this] { work_.run(); });  // once there is something to run
   }
@@ -76,13 +79,22 @@ class HttpServer {
     if (!answer) {
       boost::asio::steady_timer never(work_, boost::asio::steady_timer::time_point::max());
       co_await never.async_wait(boost::asio::use_awaitable);
-    } else {
+    } else if (pause_.count() == 0) {
       co_await boost::asio::async_write(socket, boost::asio::buffer(*answer),
                                         boost::asio::use_awaitable);
+    } else {
+      boost::asio::steady_timer pause(work_);
+      for (const auto& byte : *answer) {
+        co_await boost::asio::async_write(socket, boost::asio::buffer(&byte, 1),
+                                          boost::asio::use_awaitable);
+        pause.expires_after(pause_);
+        co_await pause.async_wait(boost::asio::use_awaitable);
+      }
     }
   }
 
   const Answer answer_;
+  const std::chrono::milliseconds pause_;
   boost::asio::io_context work_;
   boost::asio::ip::tcp::acceptor acceptor_{work_, {boost::asio::ip::address_v4::loopback(), 0}};
   std::thread thread_;

@@ -10,6 +10,7 @@
 
 #include <array>
 #include <filesystem>
+#include <fstream>
 #include <string>
 
 namespace vemo {
@@ -22,6 +23,8 @@ class PrivateBus {
     EXPECT_NE(::mkdtemp(folder_.data()), nullptr);
     start();
   }
+  /// Whether it refuses those who ask for signals; from the next start on.
+  void refuseSubscriptions(bool refuse) { refuses_ = refuse; }
   ~PrivateBus() {
     stop();
     std::filesystem::remove_all(folder_);
@@ -39,7 +42,7 @@ class PrivateBus {
                                      "--pdeathsig",
                                      "KILL",
                                      "dbus-daemon",
-                                     "--session",
+                                     refuses_ ? "--config-file=" + grudging() : "--session",
                                      "--nofork",
                                      "--address=unix:path=" + socket(),
                                      "--print-address"};
@@ -84,8 +87,19 @@ class PrivateBus {
  private:
   std::string socket() const { return folder_ + "/bus"; }
 
+  /// The configuration of a bus that does what any does, but takes no subscription.
+  std::string grudging() const {
+    const auto file = folder_ + "/grudging.conf";
+    std::ofstream(file) << "<busconfig><type>session</type><listen>unix:path=" << socket()
+                        << "</listen><policy context='default'><allow send_destination='*'/>"
+                           "<allow receive_sender='*'/><allow own='*'/></policy>"
+                           "<limit name='max_match_rules_per_connection'>0</limit></busconfig>";
+    return file;
+  }
+
   std::string folder_ = "/tmp/vemo-bus-XXXXXX";
   std::string address_;
+  bool refuses_ = false;
   pid_t process_ = -1;
 };
 

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "platform/ForwardingPlatform.h"
+#include "webview/protocol.h"
 
 namespace vemo::test {
 namespace {
@@ -75,6 +76,37 @@ TEST_F(PhoneTest, APageThatGoesWhileEnteringLeavesNothingBehind) {
   EXPECT_FALSE(ada.page->reply("enter"));
   EXPECT_EQ(ada.page.use_count(), 1);
   EXPECT_TRUE(cloud_.rooms().empty());
+}
+
+TEST_F(PhoneTest, APageThatGoesInTheMiddleOfACommandLeavesNothingBehind) {
+  const auto document = protocol();
+  int tried = 0;
+  for (const auto& value : document.at("commands").as_array()) {
+    const auto& row = value.as_object();
+    // Others are answered before anything else happens, save this one with a native callback.
+    if (row.at("answered").as_string() == "once" && row.at("name").as_string() != "switchRole")
+      continue;
+    const auto* const example = row.if_contains("example");
+    const object message{{"head", {{"module", "kobu"}, {"action", row.at("name")}}},
+                         {"params", example ? *example : object()},
+                         {"nativecb", "done"},
+                         {"cbid", "open"}};
+    const auto text = jsonText(object{{"kind", "message"}, {"text", jsonText(message)}});
+    for (const int milliseconds : {-1, 0, 30}) {
+      SCOPED_TRACE(jsonText(row.at("name")) + " after " + std::to_string(milliseconds));
+      auto ada = entered("ada");
+      ada.phone->onText(text);
+      if (milliseconds >= 0) pass(std::chrono::milliseconds(milliseconds));
+      const auto heard = ada.page->count();
+      ada.phone.reset();
+      pass(seconds(5));
+      EXPECT_EQ(ada.page->count(), heard) << "something was sent to a page that has gone";
+      EXPECT_EQ(ada.page.use_count(), 1) << "something of the phone still lives";
+      EXPECT_TRUE(cloud_.rooms().empty());
+    }
+    ++tried;
+  }
+  EXPECT_GE(tried, 10);
 }
 
 TEST(PhoneScreen, KeepsNoView) {

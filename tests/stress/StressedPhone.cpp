@@ -1,7 +1,6 @@
 #include "StressedPhone.h"
 
 #include <algorithm>
-#include <boost/json/parse.hpp>
 #include <charconv>
 #include <functional>
 #include <optional>
@@ -12,54 +11,11 @@
 #include "json/EngineEvents.h"
 #include "json/JsonText.h"
 #include "platform/JSMsgRouter.h"
-#include "webview/ProtocolStage.h"
-#include "webview/protocol.h"
 
 namespace vemo::test {
 namespace {
 
 using Answered = SampleCommand::Answered;
-
-/// How often a command may be answered that a page sends while all kinds of things happen to it.
-Answered answeredBy(const boost::json::object& command) {
-  const std::string_view answered = command.at("answered").as_string();
-  if (answered == "once") return Answered::once;
-  if (answered == "many" || command.contains("answeredAgainWhen")) return Answered::often;
-  return command.contains("unansweredWhen") ? Answered::onceAtMost : Answered::onceLater;
-}
-
-std::vector<SampleCommand> makeSampleCommands() {
-  std::vector<SampleCommand> commands;
-  const auto document = protocol();
-  for (const auto& value : document.at("commands").as_array()) {
-    const auto& command = value.as_object();
-    const auto* example = command.if_contains("example");
-    const std::string name(command.at("name").as_string());
-    commands.push_back({name, answeredBy(command),
-                        R"({"head":{"module":"kobu","action":")" + name + R"("},"params":)" +
-                            (example && example->is_object() ? jsonText(*example) : "{}") +
-                            R"(,"cbid":")",
-                        R"("})"});
-  }
-  return commands;
-}
-
-/// Every event, with everything given and with whatever may be absent so.
-const std::vector<BoundCall<KOBUCloudDelegate>>& sampleEvents() {
-  static const auto events = [] {
-    std::vector<BoundCall<KOBUCloudDelegate>> made;
-    for (const auto& [name, sample] : eventSamples()) {
-      for (const auto& text : {sample.full, sample.empty}) {
-        const auto step = boost::json::parse(text).as_object();
-        if (!step.contains("event")) continue;  // the broadcast extension causes it
-        const auto* args = step.if_contains("args");
-        made.push_back(engineEvent(name, args ? args->as_array() : boost::json::array()));
-      }
-    }
-    return made;
-  }();
-  return events;
-}
 
 /// A file that can be read.
 class File final : public DownloadedFile {
@@ -71,11 +27,6 @@ class View final : public NativeView {};
 class Listener final : public VEMOKOBUEventListener {};
 
 }  // namespace
-
-const std::vector<SampleCommand>& sampleCommands() {
-  static const auto commands = makeSampleCommands();
-  return commands;
-}
 
 /// Counts the answers to each message of its page.
 class StressedPhone::WebView final : public VEMOWebView {
@@ -215,7 +166,7 @@ bool StressedPhone::engineTells(Dice& dice) {
   const auto instance = engineClass_.instance();
   const auto delegate = instance ? instance->delegate() : nullptr;
   if (!delegate) return false;
-  sampleEvents()[dice() % sampleEvents().size()](*delegate);
+  sampleEvents()[dice() % sampleEvents().size()].tell(*delegate);
   return true;
 }
 

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Chores.h"
+#include "Samples.h"
 #include "bridge/Platform.h"
 #include "platform/InProcessNotificationCenter.h"
 #include "platform/LoopbackNotificationCenter.h"
@@ -22,16 +23,6 @@
 namespace vemo::test {
 
 using Dice = std::mt19937_64;
-
-/// A command as the protocol tells it, and the message that a page sends with its example.
-struct SampleCommand {
-  enum class Answered : std::uint8_t { once, onceLater, onceAtMost, often };
-
-  std::string name;
-  Answered answered = Answered::once;
-  std::string beforeCbid, afterCbid;
-};
-const std::vector<SampleCommand>& sampleCommands();
 
 /// A router with all that it needs, each piece of which does later, on whatever thread does its
 /// chores, what it is asked for. It counts the answers that its page gets.
