@@ -100,7 +100,7 @@ export function JoinScreen({ form, notices }: { form: JoinForm; notices: Notices
           <Icon name="alert" />
           <div>
             <strong>{problem?.words}</strong>
-            <span>{problem?.detail && `The router says: ${problem.detail}`}</span>
+            <span>{problem?.detail}</span>
           </div>
         </div>
         <fieldset disabled={phase !== 'outside'}>

@@ -62,19 +62,20 @@ export function brief(row: Row, shown: (text: string) => string): string {
   if (text === '' || row.kind === 'problem' || row.kind === 'network') return '';
   const value = parsed(text);
   if (value === undefined) return text.slice(0, briefLength);
-  const told = {
-    command: ['params'],
-    answer: ['retval'],
-    event: ['retval'],
-    report: ['params'],
-  }[row.kind as string];
   if (row.kind === 'prompt') return String(member(value, 'message') ?? '');
   if (row.kind === 'record') {
     const error = row.failed ? member(value, 'errorDesc') : undefined;
     return String(error ?? member(value, 'actionParam') ?? '').slice(0, briefLength);
   }
   if (row.kind === 'settings' && !row.title.startsWith('Settings')) return '';
-  return inOneLine(told ? member(value, ...told) : value);
+  const told = {
+    command: member(value, 'params'),
+    answer: member(value, 'retval'),
+    event: member(value, 'retval') ?? member(value, 'args'), // the engine's, until the page is told
+    report: member(value, 'params'),
+  };
+  if (row.kind in told) return inOneLine(told[row.kind as keyof typeof told]);
+  return inOneLine(member(value, row.title) ?? value); // a step has its title's name as key
 }
 
 // As a literal of a program: without quotes around keys and outermost braces.
