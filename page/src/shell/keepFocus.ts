@@ -11,7 +11,7 @@ export function keepFocus(): void {
     requestAnimationFrame(() =>
       requestAnimationFrame(() => {
         if (document.activeElement !== document.body) return;
-        const around = places.find((place) => place.tabIndex === -1 && place.isConnected);
+        const around = places.find((place) => place.getAttribute('tabindex') === '-1' && place.isConnected);
         (around ?? document.querySelector<HTMLElement>('main'))?.focus();
       }),
     );
