@@ -13,7 +13,7 @@ const { address, open, entered } = simulatorForEachTest({ screen: { width: 1280,
 
 const markup = '<img src=x onerror="window.taken=1"><b>Eve</b>';
 const turned = '\u202egnp.\u2066eve\u200b\ufeff';
-const controls = 'a\u0000b\u001b[31mc\u0085d\n{"forged":true}';
+const controls = 'a\u0000b\u001b[31mc\u0085d{"forged":true}';
 const family = '👩‍👩‍👧‍👦 Émile عمر';
 const long = 'W'.repeat(250);
 const names = [markup, turned, controls, family, long, '__proto__', '"]\\}'];
