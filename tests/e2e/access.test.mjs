@@ -248,6 +248,7 @@ for (const [percent, screen] of [[100, { width: 844, height: 390 }], [200, { wid
           .map(([name, { left, right }]) => `${name}: ${left} to ${right}`),
       );
     assert.deepEqual(await outside('.toolbar button'), []);
+    assert.deepEqual(await outside('.phone[data-current="true"]'), []);
     const panel = await first.openPanel('Bots');
     await panel.getByRole('button', { name: 'Add', exact: true }).click();
     await panel.locator('[data-bot][data-at="inside"]').nth(2).waitFor();
@@ -405,6 +406,7 @@ for (const screen of screens)
       title.y + title.height <= toast.y ||
       toast.y + toast.height <= title.y;
     assert.ok(apart, `${JSON.stringify(title)} ${JSON.stringify(toast)}`);
+    assert.ok(toast.height > title.height / 2, `the notice is ${toast.height} px high`);
   });
 
 test('a notice moves nothing, and native views leave it in sight', async () => {
