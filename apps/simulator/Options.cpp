@@ -4,7 +4,9 @@
 
 #include <array>
 #include <charconv>
+#include <cstdint>
 #include <filesystem>
+#include <string>
 #include <string_view>
 #include <system_error>
 
@@ -25,6 +27,21 @@ std::string problemWithFolder(const std::string& folder) {
   if (!std::filesystem::is_regular_file(std::filesystem::path(folder) / "index.html", missing))
     return "--page: there is no index.html in \"" + folder + "\".";
   return {};
+}
+
+/// Why nothing can be opened at `address`.
+std::string problemWithAddress(const std::string& address) {
+  const auto named = "--page-url: \"" + address + "\" ";
+  // Such a host can't stand in the policy that lets the page's origin alone into the phones.
+  if (address.find("://[") != std::string::npos)
+    return named + "names its host by an IPv6 address, which is not possible; say localhost.";
+  return named + "is no address of a page, such as http://localhost:5173/.";
+}
+
+/// A shell in a phone would have phones with shells in them, and so on.
+bool isOwnAddress(const PageAddress& page, std::uint16_t port) {
+  return (page.host == "localhost" || page.host == "127.0.0.1") &&
+         page.port == std::to_string(port);
 }
 
 }  // namespace
@@ -57,8 +74,7 @@ std::optional<SimulatorOptions> optionsFrom(int argc, char** argv, std::string& 
       case 'u':
         options.pageUrl = pageAddressFrom(optarg);
         if (options.pageUrl) break;
-        error = "--page-url: \"" + std::string(optarg) +
-                "\" is no address of a page, such as http://localhost:5173/.";
+        error = problemWithAddress(optarg);
         return std::nullopt;
       case 'f': options.shellFolder = optarg; break;
       case 's': good = read(optarg, options.seed); break;
@@ -88,6 +104,11 @@ std::optional<SimulatorOptions> optionsFrom(int argc, char** argv, std::string& 
   }
   if (!options.pageFolder.empty() && options.pageUrl) {
     error = "--page and --page-url name two pages; give one of them.";
+    return std::nullopt;
+  }
+  if (options.pageUrl && isOwnAddress(*options.pageUrl, options.port)) {
+    error = "--page-url: \"" + options.pageUrl->url +
+            "\" is the simulator itself; one of the two needs another port.";
     return std::nullopt;
   }
   return options;

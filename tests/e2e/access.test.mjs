@@ -219,6 +219,81 @@ test('the browser’s size of text enlarges all text', async () => {
   await session.detach();
 });
 
+/** Sets the browser's size of text in percent; gives what sets it back, as the page is used again. */
+async function enlarge(page, percent) {
+  const session = await page.context().newCDPSession(page);
+  const set = (standard) => session.send('Page.setFontSizes', { fontSizes: { standard, fixed: standard } });
+  await set(0.16 * percent);
+  await page.waitForFunction(
+    (size) => parseFloat(getComputedStyle(document.documentElement).fontSize) === size,
+    0.16 * percent,
+  );
+  return async () => {
+    await set(16);
+    await session.detach();
+  };
+}
+
+for (const [percent, screen] of [[100, { width: 844, height: 390 }], [200, { width: 390, height: 844 }], [200, { width: 844, height: 390 }]])
+  test(`the bar and all pages of the panel fit at ${screen.width}x${screen.height} with text of ${percent} %`, async () => {
+    const first = await open(screen);
+    await first.page.getByRole('button', { name: 'Add a phone' }).click();
+    await first.numbered(2).inPhase('outside');
+    const back = await enlarge(first.page, percent);
+    const outside = (selector) =>
+      first.page.locator(selector).evaluateAll((all) =>
+        all
+          .map((one) => [one.ariaLabel ?? one.textContent, one.getBoundingClientRect()])
+          .filter(([, { left, right }]) => left < 0 || right > innerWidth)
+          .map(([name, { left, right }]) => `${name}: ${left} to ${right}`),
+      );
+    assert.deepEqual(await outside('.toolbar button'), []);
+    assert.deepEqual(await outside('.phone[data-current="true"]'), []);
+    const panel = await first.openPanel('Bots');
+    await panel.getByRole('button', { name: 'Add', exact: true }).click();
+    await panel.locator('[data-bot][data-at="inside"]').nth(2).waitFor();
+    for (const name of await panel.getByRole('tab').allInnerTexts()) {
+      await panel.getByRole('tab', { name }).click();
+      const page = panel.locator('.panel-page');
+      assert.deepEqual(await outside('.panel-page :is(button, input, select, textarea, th, td)'), [], name);
+      const across = await page.evaluate((element) =>
+        [element, ...element.querySelectorAll('*')]
+          .filter((one) => one.scrollWidth > one.clientWidth + 1 && /auto|scroll/.test(getComputedStyle(one).overflowX))
+          .map((one) => one.className),
+      );
+      assert.deepEqual(across, [], name);
+    }
+    await panel.getByRole('tab', { name: 'Time line' }).click();
+    await panel.locator('.row').first().waitFor();
+    const rows = await panel.locator('.rows').boundingBox();
+    const row = await panel.locator('.row').first().boundingBox();
+    assert.ok(rows.height > 2 * row.height, `${rows.height} px for rows of ${row.height}`);
+    await back();
+  });
+
+test('the focus is not lost with what a press takes away', async () => {
+  const first = await open(undefined, 'room=many');
+  const { page } = first;
+  const press = async (button, around) => {
+    await button.focus();
+    await page.keyboard.press('Enter');
+    await page.waitForFunction((around) => document.activeElement.matches(around), around);
+  };
+  await press(page.getByRole('button', { name: 'Close notice' }), 'main');
+  const panel = await first.openPanel('Bots');
+  await panel.getByRole('button', { name: 'Add', exact: true }).click();
+  await panel.locator('[data-bot][data-at="inside"]').nth(2).waitFor();
+  await press(panel.getByRole('button', { name: 'Remove Ben' }), '[role=tabpanel]');
+  await press(panel.getByRole('button', { name: 'Remove all' }), '[role=tabpanel]');
+  await first.openPanel('Faults');
+  await panel.getByRole('switch', { name: 'Answers are lost' }).check();
+  await press(panel.getByRole('button', { name: 'All off' }), '[role=tabpanel]');
+  await page.getByRole('button', { name: 'Add a phone' }).click();
+  await press(page.getByRole('button', { name: 'Remove phone 2' }), 'main');
+  // What stays keeps it.
+  await press(page.getByRole('button', { name: 'Reload the page' }), '[aria-label="Reload the page"]');
+});
+
 test('names of controls say one thing each', async () => {
   const ada = await entered({ name: 'Ada' });
   const names = await ada.view
@@ -331,6 +406,7 @@ for (const screen of screens)
       title.y + title.height <= toast.y ||
       toast.y + toast.height <= title.y;
     assert.ok(apart, `${JSON.stringify(title)} ${JSON.stringify(toast)}`);
+    assert.ok(toast.height > title.height / 2, `the notice is ${toast.height} px high`);
   });
 
 test('a notice moves nothing, and native views leave it in sight', async () => {

@@ -4,7 +4,7 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { sendRaw, simulatorForEachTest } from '../../testing/browser.mjs';
 
-const { open, entered } = simulatorForEachTest();
+const { address, blank, open, entered } = simulatorForEachTest();
 
 /** Reloads the window; gives the frames that its phone was sent, as far as `last`. */
 async function framesAfterReload(phone, last) {
@@ -102,6 +102,32 @@ test('the form is filled in as before after a reload, without the signature', as
   assert.equal(await ada.view.getByRole('radio', { name: 'Audience' }).isChecked(), true);
   const kept = await ada.page.evaluate(() => JSON.stringify({ ...sessionStorage, ...localStorage }));
   assert.equal(kept.includes('a-secret'), false);
+});
+
+test('a browser that keeps nothing, is full, or has kept something else has phones all the same', async () => {
+  const denied = () => {
+    for (const place of ['sessionStorage', 'localStorage'])
+      Object.defineProperty(window, place, { get: () => { throw new DOMException('denied', 'SecurityError'); } });
+  };
+  const full = () => {
+    Storage.prototype.setItem = () => { throw new DOMException('full', 'QuotaExceededError'); };
+  };
+  const strange = () => {
+    if (window !== top) return;
+    for (const [name, text] of [['vemo.phones', '{"a":1}'], ['vemo.phone', 'not JSON'], ['vemo.join.phone-1', '7']])
+      sessionStorage.setItem(name, text);
+  };
+  for (const state of [denied, full, strange]) {
+    const ada = await blank();
+    await ada.page.addInitScript(state);
+    await ada.visit(address());
+    await ada.enter({ name: state.name });
+    await ada.page.getByRole('button', { name: 'Add a phone' }).click();
+    await ada.numbered(2).inPhase('outside');
+    const panel = await ada.openPanel('Phone');
+    await panel.getByRole('button', { name: 'Bad' }).click();
+    await panel.getByText('Bad: 600 ms').waitFor();
+  }
 });
 
 test('the time line tells a cause before its effect', async () => {

@@ -91,6 +91,15 @@ TEST(Options, MistakesAreNamed) {
        "--page-url: \"localhost:5173\" is no address of a page, such as http://localhost:5173/."},
       {{"--page-url", ""},
        "--page-url: \"\" is no address of a page, such as http://localhost:5173/."},
+      {{"--page-url", "http://[::1]:5173/"},
+       "--page-url: \"http://[::1]:5173/\" names its host by an IPv6 address, which is not "
+       "possible; say localhost."},
+      {{"--page-url", "http://localhost:8377/x"},
+       "--page-url: \"http://localhost:8377/x\" is the simulator itself; one of the two needs "
+       "another port."},
+      {{"--page-url", "http://127.0.0.1:7000", "--port", "7000"},
+       "--page-url: \"http://127.0.0.1:7000/\" is the simulator itself; one of the two needs "
+       "another port."},
       {{"--nose"}, "Unknown option --nose."},
       {{"-xy"}, "Unknown option -xy."},
       {{"--port", "0", "-xy"}, "Unknown option -xy."},

@@ -176,7 +176,7 @@ export class Classroom implements RoomAccess {
       this.phase = 'outside';
     } catch (error) {
       if (error instanceof BridgeError && error.reason === 'stopped') return;
-      this.problem = inWords(error);
+      this.problem = quoted(inWords(error));
       this.phase = 'outside';
     }
     this.watcher.changed();
@@ -186,7 +186,7 @@ export class Classroom implements RoomAccess {
     this.reset();
     if (this.phase === 'stopped') return;
     this.phase = 'outside';
-    this.problem = inWords(error);
+    this.problem = quoted(inWords(error));
   }
 
   private reset(): void {
@@ -293,6 +293,11 @@ export class Classroom implements RoomAccess {
     connection('onTryToReconnect', 'reconnecting', 'Trying to reconnect …', 'info');
     connection('onConnectionRecovery', 'good', 'The connection is back.', 'good');
   }
+}
+
+/** A failure whose detail says whose words it is in. */
+function quoted({ words, detail }: Problem): Problem {
+  return { words, detail: detail && `The router says: ${detail}` };
 }
 
 /** A failure in words. */

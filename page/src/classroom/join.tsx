@@ -4,6 +4,7 @@ import { useLayoutEffect, useRef } from 'preact/hooks';
 import { signal, type Signal } from '@preact/signals';
 import { Icon } from '../icons';
 import { roles } from '../roles';
+import { keep, recallJson } from '../storage';
 import type { Classroom, EnterForm } from './classroom';
 import './controls.css';
 import './join.css';
@@ -34,11 +35,8 @@ export class JoinForm {
   readonly application: Signal<string>;
   readonly signature: Signal<string>;
 
-  constructor(
-    private readonly query: string,
-    private readonly storage: Storage,
-  ) {
-    const stored = JSON.parse(storage.getItem(keptName) ?? '{}') as Partial<Kept>;
+  constructor(private readonly query: string) {
+    const stored = (recallJson('sessionStorage', keptName) ?? {}) as Partial<Kept>;
     const kept = stored.query === query ? stored : {};
     const given = new URLSearchParams(query);
     this.application = signal(given.get('application') ?? String(defaultApplication));
@@ -51,7 +49,7 @@ export class JoinForm {
   keep(): void {
     const [name, room, role] = [this.name.value, this.room.value, this.role.value];
     const kept: Kept = { query: this.query, name, room, role };
-    this.storage.setItem(keptName, JSON.stringify(kept));
+    keep('sessionStorage', keptName, JSON.stringify(kept));
   }
 
   get filledIn(): EnterForm {
@@ -100,7 +98,7 @@ export function JoinScreen({ form, notices }: { form: JoinForm; notices: Notices
           <Icon name="alert" />
           <div>
             <strong>{problem?.words}</strong>
-            <span>{problem?.detail && `The router says: ${problem.detail}`}</span>
+            <span>{problem?.detail}</span>
           </div>
         </div>
         <fieldset disabled={phase !== 'outside'}>

@@ -20,7 +20,7 @@ function screenIn(phase: Phase): ScreenName {
 }
 
 const notices = { join: new Notices(), room: new Notices() };
-const form = new JoinForm(location.search, sessionStorage);
+const form = new JoinForm(location.search);
 
 function Page() {
   const phase = useClass((classroom) => classroom.phase);

@@ -2,11 +2,12 @@
 // in its address has that of an earlier window of this browser.
 
 import { signal } from '@preact/signals';
+import { keep, recall } from '../storage';
 
 /** The key of the token in the window's address. */
 export const tokenKey = 'token';
 const keptName = 'vemo.token';
-const token = new URLSearchParams(location.search).get(tokenKey) ?? localStorage.getItem(keptName) ?? '';
+const token = new URLSearchParams(location.search).get(tokenKey) ?? recall('localStorage', keptName) ?? '';
 const path = `/phone?token=${encodeURIComponent(token)}`;
 
 /** Why this window gets no phones; nothing while it does. */
@@ -19,7 +20,7 @@ export function openPhone(): WebSocket {
 
 /** A phone was had: the token is the simulator's. */
 export function wasLetIn(): void {
-  localStorage.setItem(keptName, token);
+  keep('localStorage', keptName, token);
   refusal.value = undefined;
 }
 

@@ -4,6 +4,7 @@ import { render } from 'preact';
 import { useRef } from 'preact/hooks';
 import '../base.css';
 import { Icon } from '../icons';
+import { keepFocus } from './keepFocus';
 import { Panel } from './panel';
 import { PhoneBadges, PhoneTools, PhoneView } from './phoneView';
 import './shell.css';
@@ -20,7 +21,7 @@ function Shell({ workbench }: { workbench: Workbench }) {
   };
   return (
     <>
-      <header class="toolbar">
+      <header class="toolbar" tabIndex={-1}>
         <img src="icon.svg" alt="" width={24} height={24} />
         <h1>vemo simulator</h1>
         <PhoneBadges phone={current.value} workbench={workbench} />
@@ -54,7 +55,7 @@ function Shell({ workbench }: { workbench: Workbench }) {
           ))}
         </nav>
       )}
-      <main class="desk" aria-label="The phones">
+      <main class="desk" aria-label="The phones" tabIndex={-1}>
         {phones.value.map((phone) => (
           <PhoneView key={phone.number} phone={phone} workbench={workbench} />
         ))}
@@ -67,4 +68,5 @@ function Shell({ workbench }: { workbench: Workbench }) {
 
 const workbench = new Workbench();
 addRowActions(workbench);
+keepFocus();
 render(<Shell workbench={workbench} />, document.body);

@@ -1,6 +1,6 @@
 // The panel beside the phones: what goes to and fro, and how a phone is set.
 
-import { useRef } from 'preact/hooks';
+import { useLayoutEffect, useRef } from 'preact/hooks';
 import { IconButton } from '../icons';
 import './panel.css';
 import { PhonePage } from './phonePage';
@@ -11,7 +11,7 @@ import { CoveragePage } from './tools/coveragePage';
 import { FaultsPage } from './tools/faultsPage';
 import { FirePage } from './tools/firePage';
 import { SendPage } from './tools/sendPage';
-import { panelTitles, type Workbench } from './workbench';
+import { panelTitles, type PanelTitle, type Workbench } from './workbench';
 
 const pageOf = {
   'Time line': TimelinePage,
@@ -24,12 +24,17 @@ const pageOf = {
   Sessions: SessionPage,
 };
 
+/** The pages that send something to the phone. */
+const sending = new Set<PanelTitle>(['Phone', 'Send', 'Fire', 'Faults']);
+
 export function Panel({ workbench, close }: { workbench: Workbench; close: () => void }) {
   const chosen = workbench.panelPage;
   const tabs = useRef<HTMLDivElement>(null);
   const { phones } = workbench;
+  useLayoutEffect(() => tabs.current?.children[chosen.value]?.scrollIntoView({ block: 'nearest' }), [chosen.value]);
   const phone = workbench.current.value;
-  const Page = pageOf[panelTitles[chosen.value]!];
+  const title = panelTitles[chosen.value]!;
+  const Page = pageOf[title];
   const onTabKey = (event: KeyboardEvent) => {
     const step = { ArrowLeft: -1, ArrowRight: 1 }[event.key];
     if (step === undefined) return;
@@ -78,7 +83,18 @@ export function Panel({ workbench, close }: { workbench: Workbench; close: () =>
         )}
         <IconButton name="close" title="Close panel" press={close} />
       </header>
-      <div id="tab-page" class="panel-page" role="tabpanel" aria-labelledby={`tab-${chosen.value}`}>
+      <div
+        id="tab-page"
+        class="panel-page"
+        role="tabpanel"
+        aria-labelledby={`tab-${chosen.value}`}
+        tabIndex={-1}
+      >
+        {sending.has(title) && phone.state.value !== 'ready' && (
+          <p class="panel-notice" role="status">
+            Nothing reaches {phone.name}: its page has no connection to the simulator.
+          </p>
+        )}
         <Page key={phone.number} phone={phone} workbench={workbench} />
       </div>
     </aside>

@@ -2,6 +2,7 @@
 // as the simulator makes it; what is kept here is set on it before the page's first command.
 
 import { signal } from '@preact/signals';
+import { forget, keep, recallJson } from '../storage';
 import type { Network, PhoneSettings, ToPhone } from './frames';
 import { goodNetwork, type Profile } from './tools/profile';
 
@@ -30,7 +31,7 @@ export class PhoneMemory {
 
   /** `name` tells this phone from the others of the window. */
   constructor(private readonly name: string) {
-    this.kept.value = (JSON.parse(sessionStorage.getItem(name) ?? 'null') ?? {}) as Kept;
+    this.kept.value = (recallJson('sessionStorage', name) ?? {}) as Kept;
   }
 
   get network(): Network {
@@ -84,7 +85,7 @@ export class PhoneMemory {
 
   /** The phone is gone for good, and what was kept of it goes too. */
   forget(): void {
-    sessionStorage.removeItem(this.name);
+    forget('sessionStorage', this.name);
   }
 
   /** What the phone is sent is kept where it sets its network. */
@@ -104,7 +105,7 @@ export class PhoneMemory {
 
   private keep(change: Kept): void {
     this.kept.value = { ...this.kept.peek(), ...change };
-    sessionStorage.setItem(this.name, JSON.stringify(this.kept.peek()));
+    keep('sessionStorage', this.name, JSON.stringify(this.kept.peek()));
   }
 }
 

@@ -1,6 +1,7 @@
 // The phones of this window.
 
 import { computed, signal } from '@preact/signals';
+import { keep, recall, recallJson } from '../storage';
 import { tokenKey } from './access';
 import { PhoneModel } from './phoneModel';
 import type { Playback } from './session/playback';
@@ -41,7 +42,7 @@ export class Workbench {
   readonly addressProblems = signal<readonly string[]>([]);
 
   constructor() {
-    const numbers = JSON.parse(sessionStorage.getItem(keptName) ?? '[1]') as number[];
+    const numbers = keptNumbers();
     const device = numbers.length === 1 && innerWidth >= tabletAt ? 'tablet' : 'phone';
     this.phones.value = numbers.map((number) => equipped(number, device));
     this.readAddress(this.phones.value[0]!);
@@ -90,15 +91,24 @@ export class Workbench {
     const { profile, problems } = profileOf(location.search, [tokenKey]);
     this.addressProblems.value = problems;
     if (profile.device) phone.device.value = profile.device;
-    if (sessionStorage.getItem(profileName) === location.search) return;
-    sessionStorage.setItem(profileName, location.search);
+    if (recall('sessionStorage', profileName) === location.search) return;
+    keep('sessionStorage', profileName, location.search);
     phone.memory.take(profile);
   }
 
   private keep(): void {
     const numbers = this.phones.peek().map(({ number }) => number);
-    sessionStorage.setItem(keptName, JSON.stringify(numbers));
+    keep('sessionStorage', keptName, JSON.stringify(numbers));
   }
+}
+
+/** The numbers of the phones that the window had before it was reloaded; that of its first one. */
+function keptNumbers(): number[] {
+  const kept = recallJson('sessionStorage', keptName);
+  const isOne = (number: unknown): number is number =>
+    Number.isInteger(number) && Number(number) >= 1 && Number(number) <= mostPhones;
+  const numbers = Array.isArray(kept) ? [...new Set(kept.filter(isOne))] : [];
+  return numbers.length > 0 ? numbers : [1];
 }
 
 /** A phone whose tools listen from the first message on. */

@@ -39,7 +39,7 @@ export interface Filter {
   search: string;
 }
 
-/** What came of a command or an event is shown beneath it when it is unfolded. */
+/** What came of a command or an event is shown beneath it when it is unfolded, whatever it is. */
 export const firstFilter: Filter = {
   groups: new Set<Group>(['commands', 'events', 'phone', 'notes']),
   periodic: false,
@@ -100,8 +100,9 @@ export class Lines {
   }
 
   private show(row: Row, filter: Filter, isOpen: (row: Row) => boolean): void {
-    const open = isOpen(row);
-    if (open || this.isWanted(row, filter)) this.rows.push(row);
+    const isWanted = this.isWanted(row, filter);
+    if (isWanted) this.rows.push(row);
+    const open = isWanted && isOpen(row);
     for (const child of row.beneath ?? [])
       if (open || this.isWanted(child, filter)) this.rows.push(child);
   }

@@ -4,7 +4,7 @@ import { useEffect, useState } from 'preact/hooks';
 import type { PhoneModel } from '../phoneModel';
 import { withoutSecrets } from '../secrets';
 import { unansweredWhen } from './known';
-import { brief, duration, errorOf, indented, member, parsed, timeOfDay } from './texts';
+import { brief, duration, errorOf, indented, member, parsed, timeOfDay, visible } from './texts';
 import type { Kind, Row } from './timeline';
 
 const signs: Record<Kind, string> = {
@@ -72,7 +72,7 @@ export function RowHead(props: { row: Row; showsSecrets: boolean; threads: reado
         {signs[row.kind]}
       </span>
       <span class="what">
-        <span class="name">{shown(row.title)}</span>
+        <span class="name">{visible(shown(row.title))}</span>
         <span class="brief">{brief(row, shown) || null}</span>
       </span>
       <Outcome row={row} shown={shown} />
@@ -132,12 +132,12 @@ export function RowDetails(props: {
     <div class="details">
       {row.remarks?.map(({ tone, text }) => (
         <p key={text} class="remark" data-tone={tone}>
-          {shown(text)}
+          {visible(shown(text))}
         </p>
       ))}
       <dl>
-        {row.cbid !== undefined && <Fact name="cbid">{row.cbid}</Fact>}
-        {nativecb !== undefined && <Fact name="nativecb">{String(nativecb)}</Fact>}
+        {row.cbid !== undefined && <Fact name="cbid">{visible(row.cbid)}</Fact>}
+        {nativecb !== undefined && <Fact name="nativecb">{visible(String(nativecb))}</Fact>}
         <Fact name="Thread">{row.thread}</Fact>
       </dl>
       {message !== undefined ? (
@@ -187,9 +187,9 @@ function Answer(props: { asked: Row; answer: Row; shown: (text: string) => strin
     <>
       <p class="details-title">
         Answer after {duration(answer.at - asked.at)}
-        {error && <span class="error-text">{` · error ${error.code}: ${shown(error.text) || 'no text'}`}</span>}
+        {error && <span class="error-text">{` · error ${error.code}: ${visible(shown(error.text)) || 'no text'}`}</span>}
       </p>
-      <pre>{told === undefined ? text : JSON.stringify(told, null, 2)}</pre>
+      <pre>{indented(told === undefined ? text : JSON.stringify(told))}</pre>
     </>
   );
 }

@@ -11,10 +11,20 @@ export function parsed(text: string): unknown {
   }
 }
 
+// Control characters, and those that have no width or turn the direction of writing; not the joiners,
+// which belong to scripts and emoji.
+const unseen =
+  /[\u0000-\u0008\u000b-\u001f\u007f-\u009f\u00ad\u061c\u200b\u200e\u200f\u2028-\u202e\u2060-\u206f\ufeff]/g;
+
+/** A text whose characters can all be seen, and which turns nothing around it: "\u202e" for what can't. */
+export function visible(text: string): string {
+  return text.replace(unseen, (one) => `\\u${one.charCodeAt(0).toString(16).padStart(4, '0')}`);
+}
+
 /** JSON in lines; any other text as it is. */
 export function indented(text: string): string {
   const value = parsed(text);
-  return value === undefined ? text : JSON.stringify(value, null, 2);
+  return visible(value === undefined ? text : JSON.stringify(value, null, 2));
 }
 
 /** A member of a JSON object, or undefined. */
@@ -53,6 +63,10 @@ const briefLength = 200;
  * says it all.
  */
 export function brief(row: Row, shown: (text: string) => string): string {
+  return visible(briefly(row, shown));
+}
+
+function briefly(row: Row, shown: (text: string) => string): string {
   if (row.kind === 'command') {
     const failed = row.answers?.find((answer) => answer.failed);
     const error = failed && errorOf(failed);
@@ -62,19 +76,20 @@ export function brief(row: Row, shown: (text: string) => string): string {
   if (text === '' || row.kind === 'problem' || row.kind === 'network') return '';
   const value = parsed(text);
   if (value === undefined) return text.slice(0, briefLength);
-  const told = {
-    command: ['params'],
-    answer: ['retval'],
-    event: ['retval'],
-    report: ['params'],
-  }[row.kind as string];
   if (row.kind === 'prompt') return String(member(value, 'message') ?? '');
   if (row.kind === 'record') {
     const error = row.failed ? member(value, 'errorDesc') : undefined;
     return String(error ?? member(value, 'actionParam') ?? '').slice(0, briefLength);
   }
   if (row.kind === 'settings' && !row.title.startsWith('Settings')) return '';
-  return inOneLine(told ? member(value, ...told) : value);
+  const told = {
+    command: member(value, 'params'),
+    answer: member(value, 'retval'),
+    event: member(value, 'retval') ?? member(value, 'args'), // the engine's, until the page is told
+    report: member(value, 'params'),
+  };
+  if (row.kind in told) return inOneLine(told[row.kind as keyof typeof told]);
+  return inOneLine(member(value, row.title) ?? value); // a step has its title's name as key
 }
 
 // As a literal of a program: without quotes around keys and outermost braces.

@@ -1,11 +1,19 @@
 // How the phone's network is: by name, or by hand.
 
+import { useSignal } from '@preact/signals';
 import type { Network } from '../frames';
 import type { PhoneModel } from '../phoneModel';
 import { networkNamed, networks } from './profile';
 import './tools.css';
 
-const sliders: { key: keyof Network; label: string; unit: string; most: number; step: number }[] = [
+interface SliderOptions {
+  key: keyof Network;
+  label: string;
+  unit: string;
+  most: number;
+  step: number;
+}
+const sliders: SliderOptions[] = [
   { key: 'delay', label: 'Delay', unit: 'ms', most: 2000, step: 5 },
   { key: 'upLoss', label: 'Lost on the way up', unit: '%', most: 100, step: 1 },
   { key: 'downLoss', label: 'Lost on the way down', unit: '%', most: 100, step: 1 },
@@ -45,22 +53,42 @@ export function NetworkSettings({ phone }: { phone: PhoneModel }) {
             </button>
           ))}
       </div>
-      {sliders.map(({ key, label, unit, most, step }) => (
-        <label key={key} class="field network-slider">
-          <span>
-            {label}: {network[key]} {unit}
-          </span>
-          <input
-            type="range"
-            min={0}
-            max={most}
-            step={step}
-            value={network[key]}
-            aria-valuetext={`${network[key]} ${unit}`}
-            onChange={({ currentTarget }) => set({ ...network, [key]: Number(currentTarget.value) })}
-          />
-        </label>
+      {sliders.map((options) => (
+        <Slider
+          key={options.key}
+          options={options}
+          value={network[options.key]}
+          set={(value) => set({ ...network, [options.key]: value })}
+        />
       ))}
     </>
+  );
+}
+
+function Slider(props: { options: SliderOptions; value: number; set: (value: number) => void }) {
+  const { options, value, set } = props;
+  const { label, unit, most, step } = options;
+  // The phone is told where it is let go.
+  const drawn = useSignal<number | undefined>(undefined);
+  const shown = drawn.value ?? value;
+  return (
+    <label class="field network-slider">
+      <span>
+        {label}: {shown} {unit}
+      </span>
+      <input
+        type="range"
+        min={0}
+        max={most}
+        step={step}
+        value={shown}
+        aria-valuetext={`${shown} ${unit}`}
+        onInput={({ currentTarget }) => (drawn.value = currentTarget.valueAsNumber)}
+        onChange={({ currentTarget }) => {
+          drawn.value = undefined;
+          set(currentTarget.valueAsNumber);
+        }}
+      />
+    </label>
   );
 }

@@ -168,7 +168,7 @@ export function profileOf(
     if (!key) {
       const meant = similar(name, Object.keys(keys));
       problems.push(
-        `“${name}” says nothing here.${meant === undefined ? '' : ` Did you mean “${meant}”?`}`,
+        `“${name.slice(0, 40)}” says nothing here.${meant === undefined ? '' : ` Did you mean “${meant}”?`}`,
       );
     } else if (!key.read(value, profile)) {
       problems.push(`“${name}=${value.slice(0, 40)}” can’t be used: it may be ${key.values}.`);
