@@ -114,7 +114,8 @@ TEST(NoteStream, WhatAFullDiskBreaksOffReplaysAsFarAsItGoes) {
     session.end();
   }
   const auto scenario = sessionOf(textOf(file));
-  EXPECT_EQ(scenario.find("\n# Its end is missing"), std::string::npos);
+  EXPECT_NE(scenario.find("\n# Its end is missing"), std::string::npos)
+      << "there was no room for it";
   EXPECT_NE(scenario.find(R"({"command":"getSDKVersion")"), std::string::npos) << scenario;
   const auto told = checked(scenario);
   EXPECT_EQ(told.find("line "), std::string::npos) << told;
