@@ -126,8 +126,7 @@ void DeviceAnswers::isAtLeast(std::array<int, 3> version, bool is) {
        quoted(std::to_string(os[0]) + "." + std::to_string(os[1]) + "." + std::to_string(os[2])));
 }
 
-void DeviceAnswers::appGroup(const std::string& group) {
-  if (!notes_.isOn() || group == *appGroup_.load(std::memory_order_acquire)) return;
+void DeviceAnswers::tellAppGroup(const std::string& group) {
   const std::lock_guard lock(mutex_);
   appGroup_.store(&appGroups_.emplace_front(group), std::memory_order_release);
   told("appGroup", quoted(group));

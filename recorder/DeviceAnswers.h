@@ -33,7 +33,10 @@ class DeviceAnswers {
   void canOpenSettings(bool can);
   /// Noted is one of the versions for which all is true that was answered.
   void isAtLeast(std::array<int, 3> version, bool is);
-  void appGroup(const std::string& group);
+  /// At each message; notes are on.
+  void appGroup(const std::string& group) {
+    if (group != *appGroup_.load(std::memory_order_acquire)) tellAppGroup(group);
+  }
   void sdkVersion(const std::string& version);
   /// Whether the host has a render source.
   void renderSource(bool there);
@@ -52,6 +55,7 @@ class DeviceAnswers {
 
   /// Notes that `key` has the value whose JSON is `json`, unless that was so before.
   void told(std::string_view key, std::string json);
+  void tellAppGroup(const std::string& group);
   void tellViews();
   static bool isSame(std::atomic<std::int64_t>& latest, std::int64_t value);
 

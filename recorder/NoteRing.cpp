@@ -381,6 +381,7 @@ std::string NoteRing::recording(const TextMask& mask, std::string_view failure) 
   auto out = recordingHeader(options_.program, whole, failure);
   batch.appendLines(
       out, [this](std::uint16_t number) { return core_->names.name(number); }, options_.age);
+  out.append(kRecordingEnd) += '\n';
   if (!mask) return out;
   std::string masked;
   std::string buffer;
@@ -512,6 +513,7 @@ std::optional<DumpedRecording> recordingOfDump(std::istream& in, std::string& er
       std::chrono::milliseconds(head.age));
   const bool isWhole = areAll && head.gone[static_cast<std::size_t>(NoteLane::steps)] == 0;
   recording.text = recordingHeader(head.program.data(), isWhole) + lines;
+  if (!recording.cutOff) recording.text.append(kRecordingEnd) += '\n';
   return recording;
 }
 

@@ -24,6 +24,7 @@ NoteStream::~NoteStream() {
   ended_.notify_all();
   thread_.join();
   flush();
+  write(kRecordingEnd);
 }
 
 void NoteStream::run(std::chrono::milliseconds interval) {

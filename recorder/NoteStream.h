@@ -28,7 +28,7 @@ class NoteStream {
   /// them out of each line before it is written. `ring` is not null.
   NoteStream(std::shared_ptr<NoteRing> ring, TextMask mask, WriteLine write,
              std::chrono::milliseconds interval = std::chrono::milliseconds(100));
-  /// Writes what is there.
+  /// Writes what is there, and that this is the end.
   ~NoteStream();
   NoteStream(const NoteStream&) = delete;
   NoteStream& operator=(const NoteStream&) = delete;

@@ -268,7 +268,10 @@ class NoteWriter {
   [[gnu::always_inline]] static std::size_t mostOf(std::nullptr_t) { return 1; }
   template <class T>
   [[gnu::always_inline]] static std::size_t mostOf(const notes::Member<T>& member) {
-    if constexpr (notes::isOptional<std::remove_cvref_t<T>>) {
+    using Value = std::remove_cvref_t<T>;
+    if constexpr (notes::isOptional<Value>) {
+      // Of a number that is not there, too: a bound that needs no look is the cheaper one.
+      if constexpr (std::is_arithmetic_v<typename Value::value_type>) return kKeyBytes + kHeadBytes;
       return member.value ? kKeyBytes + mostOf(*member.value) : 0;
     } else {
       return kKeyBytes + mostOf(member.value);

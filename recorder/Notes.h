@@ -91,7 +91,9 @@ class Notes {
   }
 
   bool isTold() const { return journal_ && journal_->isOpen(); }
-  NoteMemory& memoryOf(NoteLane lane) { return ring_ ? ring_->memory(lane) : scratch(); }
+  [[gnu::always_inline]] NoteMemory& memoryOf(NoteLane lane) {
+    return ring_ ? ring_->memory(lane) : scratch();
+  }
   static NoteMemory& scratch();
   static NoteHead headOf(NoteHead::Kind kind, const Frame& step) {
     NoteHead head;
@@ -202,8 +204,8 @@ class Notes::Step {
     if (main == place.usuallyMain || place.role.empty()) return std::nullopt;
     return main ? "main" : "other";
   }
-  void keep(NoteMemory& memory, NoteLane lane, NoteHead::Kind kind, std::string_view note,
-            std::uint64_t by = 0) {
+  [[gnu::always_inline]] void keep(NoteMemory& memory, NoteLane lane, NoteHead::Kind kind,
+                                   std::string_view note, std::uint64_t by = 0) {
     auto head = headOf(kind, frame_);
     head.by = by;
     head.overlaps = overlaps_;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <concepts>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -12,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "bridge/Text.h"
 #include "bridge/VEMOKOBUEventListener.h"
 #include "bridge/VEMOModule.h"
 #include "recorder/Notes.h"
@@ -40,7 +42,8 @@ std::function<void(VEMOModule, Args...)> notingCompletion(
 ///     NotingHost host(recorder.notes(), router);
 ///     host.call("kobuStartAudio", &VEMOKOBUMsgRouter::kobuStartAudio, "ann", view);
 ///
-/// Of a record, what is in its table is noted. Threads: as the operations.
+/// Of a record, what is in its table is noted; of what an operation returns, numbers, flags and
+/// texts, as an effect. Threads: as the operations.
 template <class Router>
 class NotingHost {
  public:
@@ -104,11 +107,20 @@ class NotingHost {
           [](const auto&... value) { return (false || ... || isNoCompletion(value)); }, held);
       if (hasNone) text.add("completion", false);
     });
-    return std::apply(
-        [&](auto&... value) -> Result {
-          return (router_.get()->*operation)(std::forward<Params>(value)...);
-        },
-        held);
+    const auto call = [&]() -> Result {
+      return std::apply(
+          [&](auto&... value) -> Result {
+            return (router_.get()->*operation)(std::forward<Params>(value)...);
+          },
+          held);
+    };
+    if constexpr (std::is_arithmetic_v<Result> || std::same_as<Result, Text>) {
+      const auto result = call();
+      notes_->effect("value", [&](NoteWriter& text) { text.add("of", name).add("value", result); });
+      return result;
+    } else {
+      return call();
+    }
   }
 
   template <class T>

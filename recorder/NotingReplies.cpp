@@ -84,9 +84,11 @@ NotingReplies::Entry NotingReplies::entryOf(const VEMOJSMsgItem& item) {
       return {{}, notes::Label{number}};
     }
   }
-  const std::lock_guard lock(mutex_);
-  const auto entry = entries_.find(&item);
-  if (entry != entries_.end() && !entry->second.item.expired()) return entry->second;
+  {
+    const std::lock_guard lock(mutex_);
+    const auto entry = entries_.find(&item);
+    if (entry != entries_.end() && !entry->second.item.expired()) return entry->second;
+  }
   // No wrapper was called: the message was refused.
   if (const auto* const here = receivingHere(); here && !here->item_) {
     return {{},
@@ -101,10 +103,16 @@ void NotingReplies::note(const VEMOJSMsgItem& item, const Name& label, bool hasA
   const auto& error = item.msgError();
   const auto& value = item.msgRetval();
   const auto& action = item.head().action;
-  if (hasAction && !error && !value) {
-    return notes_->effectOf("reply", notes::Member{"item", label}, notes::Member{"action", action},
-                            notes::Member{"error", nullptr}, notes::Member{"retval", nullptr},
-                            notes::Member{"printLog", item.printLog()});
+  const auto reply = [&](const auto& failure) {
+    notes_->effectOf("reply", notes::Member{"item", label}, notes::Member{"action", action},
+                     notes::Member{"error", failure}, notes::Member{"retval", nullptr},
+                     notes::Member{"printLog", item.printLog()});
+  };
+  if (hasAction && !value) {
+    if (!error) return reply(nullptr);
+    return reply(notes::Map(notes::Member{"module", error->module},
+                            notes::Member{"errcode", error->errcode},
+                            notes::Member{"errmsg", error->errmsg}));
   }
   notes_->effect("reply", [&](NoteWriter& text) {
     text.add("item", label).add("action", hasAction ? &action : nullptr);

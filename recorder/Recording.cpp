@@ -103,6 +103,10 @@ class RecordingReader {
       recording_.whole = false;
       return;
     }
+    if (line.contains("end")) {
+      if (std::exchange(hasEnd_, true)) throw Damage("there is an end before");
+      return;
+    }
     auto note = noteIn(line);
     note.line = number;
     if (note.isStep()) {
@@ -142,6 +146,7 @@ class RecordingReader {
       recording_.program = text(*first, "program");
       recording_.failure = text(*first, "failure");
       recording_.whole = flag(*first, "whole");
+      form_ = *version;
     } catch (const Damage& damage) {
       throw Damage(std::string("line 1 of the recording is damaged: ") + damage.what());
     }
@@ -152,6 +157,7 @@ class RecordingReader {
   Recording whole() {
     // Of what was left out for its age the steps that change the router's state are there.
     if (!hasBefore_ && steps_.size() < latest_) recording_.whole = false;
+    recording_.cutOff = recording_.cutOff || (form_ > 1 && !hasEnd_);
     sort(recording_.notes);
     return std::move(recording_);
   }
@@ -162,7 +168,9 @@ class RecordingReader {
   Recording recording_;
   std::unordered_set<std::uint64_t> steps_;
   std::uint64_t latest_ = 0;
+  std::int64_t form_ = kRecordingVersion;
   bool hasBefore_ = false;
+  bool hasEnd_ = false;
 };
 
 /// Brings steps into the order in which they began, each with what came in it behind it. Lines

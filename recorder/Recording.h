@@ -13,15 +13,18 @@
 
 // The form of .vemorec files: a line of JSON that says what the file is, and one for each note.
 //
-//     {"vemorec":1,"program":"0.1.0","whole":true}
+//     {"vemorec":2,"program":"0.1.0","whole":true}
 //     {"step":{"message":"..."},"n":7,"at":1760000000000,"thread":"main"}
 //     {"effect":{"effect":"reply",...},"n":7,"at":...,"thread":"main"}
 //     {"task":{"drain":1},"n":9,"by":8,"at":...,"thread":"main"}
+//     {"end":true}
 //
 // "n" is the step's number, "by" that of the step that queued the task, or after which came what
 // came in none. Lines of several threads may come in another order. "before" is true for steps
 // whose effects are not there any more, "overlaps" as in Note. A line with "lost" stands for lines
-// that could not be written. Where a session has several files, only the oldest has the first line.
+// that could not be written. The line with "end" says that nothing more was noted: a recording
+// without it broke off, or goes on; form 1 had none. Where a session has several files, only the
+// oldest has the first line, and only the latest the one with "end".
 //
 // The first line has "failure", too, when a host named one as the reason to write the file.
 //
@@ -31,7 +34,10 @@
 namespace vemo {
 
 /// The version of the form that is written; older ones can be read.
-inline constexpr std::int64_t kRecordingVersion = 1;
+inline constexpr std::int64_t kRecordingVersion = 2;
+
+/// The last line of a recording, without its line break.
+inline constexpr std::string_view kRecordingEnd = R"({"end":true})";
 
 inline constexpr std::string_view kDumpMark = "vemorec dump 1\n";
 
@@ -72,7 +78,7 @@ struct Recording {
   std::string program;
   std::string failure;  ///< what the host named; empty: nothing
   bool whole = true;    ///< nothing of the beginning is missing, nor was lost on the way
-  bool cutOff = false;  ///< it breaks off; a line that was not finished is left out
+  bool cutOff = false;  ///< its end is missing; a line that was not finished is left out
   std::vector<RecordedNote> notes;
 };
 

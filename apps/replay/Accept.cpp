@@ -173,13 +173,13 @@ bool isTable(std::string_view line) {
   return first != std::string_view::npos && line[first] == '[';
 }
 
-Accepted acceptedInOwnProcess(const std::string& scenario, const fs::path& folder) {
+Accepted acceptedInOwnProcess(const std::string& scenario, const fs::path& file) {
   // Told as two lines and the text, which may be any bytes.
   const auto process = inOwnProcess([&] {
-    const auto result = acceptScenario(scenario, folder);
+    const auto result = acceptScenario(scenario, file);
     return std::to_string(int{result.status}) + '\n' + result.sentence + '\n' + result.text;
   });
-  if (!process.good) return {kSomethingLeft, {}, process.text};
+  if (!process.good) return {kSomethingLeft, {}, file.string() + ": " + process.text};
   const auto first = process.text.find('\n');
   const auto second = process.text.find('\n', first + 1);
   return {static_cast<ExitStatus>(std::stoi(process.text)), process.text.substr(second + 1),
@@ -188,12 +188,12 @@ Accepted acceptedInOwnProcess(const std::string& scenario, const fs::path& folde
 
 /// Why a check of `scenario` fails, in a process that has played nothing before; empty when it
 /// does not.
-std::string failureOfCheck(const std::string& scenario, const fs::path& folder) {
+std::string failureOfCheck(const std::string& scenario, const fs::path& file) {
   const auto process = inOwnProcess([&] {
     std::istringstream in(scenario);
     std::ostringstream out;
     std::ostringstream err;
-    const auto status = replay(in, Mode::check, out, err, folder);
+    const auto status = replay(in, Mode::check, out, err, file);
     return status == kDone ? "" : err.str() + out.str();
   });
   return process.text.substr(0, process.text.find('\n'));
@@ -225,7 +225,7 @@ std::string replaceFile(const fs::path& path, std::string_view text) {
 
 }  // namespace
 
-Accepted acceptScenario(const std::string& scenario, const fs::path& folder) {
+Accepted acceptScenario(const std::string& scenario, const fs::path& file) {
   auto lines = linesOf(scenario);
   std::int64_t steps = 0;
   std::int64_t expectations = 0;
@@ -234,7 +234,7 @@ Accepted acceptScenario(const std::string& scenario, const fs::path& folder) {
   const auto after = [&](const PlayedStep& played) {
     if (!played.step) return;
     steps = played.number;
-    const auto failure = failureOf(played);
+    const auto failure = failureOf(played, file);
     if (played.step->expect ? !failure : staysSilent(played)) {
       if (played.step->expect) ++expectations;
       return;
@@ -255,7 +255,7 @@ Accepted acceptScenario(const std::string& scenario, const fs::path& folder) {
   };
   std::istringstream in(scenario);
   std::ostringstream err;
-  const auto status = playBack(in, folder, after, err);
+  const auto status = playBack(in, file, after, err);
   if (status != kDone) return {status, {}, err.str().substr(0, err.str().find('\n'))};
   if (!refused.empty()) return {kExpectationFailed, {}, refused};
   Accepted result;
@@ -286,16 +286,15 @@ ExitStatus acceptFile(const fs::path& path, std::ostream& out, std::ostream& err
   }
   in.clear();
   const std::string scenario{std::istreambuf_iterator<char>(in), {}};
-  const auto folder = path.parent_path();
   // Twice, and each time as the first that its process plays: some of what the router counts
   // and remembers is the process's own.
-  const auto result = acceptedInOwnProcess(scenario, folder);
+  const auto result = acceptedInOwnProcess(scenario, path);
   if (result.status != kDone) {
-    err << name << ": " << result.sentence << "; nothing was written\n";
+    err << result.sentence << "; nothing was written\n";
     return result.status;
   }
   if (result.text != scenario) {
-    if (const auto failure = failureOfCheck(result.text, folder); !failure.empty()) {
+    if (const auto failure = failureOfCheck(result.text, path); !failure.empty()) {
       err << name << ": does not happen again in the same way: " << failure
           << "; nothing was written\n";
       return kExpectationFailed;

@@ -2,6 +2,7 @@
 
 #include <istream>
 #include <ostream>
+#include <string>
 
 #include "recorder/ReadLine.h"
 #include "replay/Matcher.h"
@@ -22,9 +23,19 @@ std::string oneLine(std::string text) {
 
 }  // namespace
 
-ExitStatus playBack(std::istream& scenario, const std::filesystem::path& folder,
+std::string sentenceOf(const std::filesystem::path& file, std::int64_t line,
+                       const std::exception& error) {
+  const auto number = std::to_string(line);
+  if (file.empty()) return "line " + number + ": " + error.what();
+  const auto place = file.string() + ":" + number + ":";
+  if (const auto* const noJson = dynamic_cast<const NoJsonError*>(&error))
+    return place + std::to_string(noJson->column()) + ": no JSON: " + noJson->why();
+  return place + " " + error.what();
+}
+
+ExitStatus playBack(std::istream& scenario, const std::filesystem::path& file,
                     const std::function<void(const PlayedStep&)>& after, std::ostream& err) {
-  ScenarioReader reader(folder);
+  ScenarioReader reader(file.parent_path());
   Player player;
   auto effects = player.takeEffects();
   after({nullptr, 0, 0, effects});
@@ -44,28 +55,30 @@ ExitStatus playBack(std::istream& scenario, const std::filesystem::path& folder,
         after({&next, number, step, effects});
       }
     } catch (const ArgumentError& error) {
-      err << "line " << number << ": " << oneLine(error.what()) << '\n';
+      err << oneLine(sentenceOf(file, number, error)) << '\n';
       return kUnreadable;
     }
   }
   if (scenario.bad()) {
-    err << "line " << number + 1 << ": can't be read\n";
+    err << sentenceOf(file, number + 1, ScenarioError("can't be read")) << '\n';
     return kUnreadable;
   }
   auto status = kDone;
   for (const auto& [kind, count] : player.finish()) {
-    err << "left alive at the end: " << count << ' ' << kind << '\n';
+    err << (file.empty() ? "" : file.string() + ": ") << "left alive at the end: " << count << ' '
+        << kind << '\n';
     status = kSomethingLeft;
   }
   return status;
 }
 
-std::optional<std::string> failureOf(const PlayedStep& played) {
+std::optional<std::string> failureOf(const PlayedStep& played, const std::filesystem::path& file) {
   if (!played.step || !played.step->expect) return std::nullopt;
   auto difference = mismatch(*played.step->expect, played.step->partial, played.effects);
   if (!difference) return std::nullopt;
-  return "line " + std::to_string(played.line) + ", step " + std::to_string(played.number) +
-         played.step->note + ": " + *std::move(difference);
+  const auto line = std::to_string(played.line);
+  return (file.empty() ? "line " + line + ", " : file.string() + ":" + line + ": ") + "step " +
+         std::to_string(played.number) + played.step->note + ": " + *std::move(difference);
 }
 
 std::string counted(std::int64_t count, std::string_view noun) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <filesystem>
 #include <functional>
 #include <iosfwd>
@@ -25,12 +26,18 @@ struct PlayedStep {
 
 /// Plays `scenario` as replay() does, and calls `after` behind each step. What is wrong with
 /// it is one line on `err`. Gives kDone, kUnreadable or kSomethingLeft.
-ExitStatus playBack(std::istream& scenario, const std::filesystem::path& folder,
+ExitStatus playBack(std::istream& scenario, const std::filesystem::path& file,
                     const std::function<void(const PlayedStep&)>& after, std::ostream& err);
 
-/// How a step differs from what it expects: `line 5, step 4: ...`, perhaps of several lines.
-/// Nothing when it does not, or expects nothing.
-std::optional<std::string> failureOf(const PlayedStep& played);
+/// How a step differs from what it expects: `FILE:5: step 4: ...`, or `line 5, step 4: ...` where
+/// `file` is empty, perhaps of several lines. Nothing when it does not, or expects nothing.
+std::optional<std::string> failureOf(const PlayedStep& played,
+                                     const std::filesystem::path& file = {});
+
+/// What is wrong with a line: `FILE:5:7: ...`, with the column where it is known, or `line 5: ...`
+/// where `file` is empty.
+std::string sentenceOf(const std::filesystem::path& file, std::int64_t line,
+                       const std::exception& error);
 
 /// "1 step", "2 steps".
 std::string counted(std::int64_t count, std::string_view noun);

@@ -10,7 +10,7 @@
 namespace vemo::replay {
 
 ExitStatus replay(std::istream& scenario, Mode mode, std::ostream& out, std::ostream& err,
-                  const std::filesystem::path& folder) {
+                  const std::filesystem::path& file) {
   std::int64_t steps = 0;
   std::int64_t expectations = 0;
   auto status = kDone;
@@ -22,12 +22,12 @@ ExitStatus replay(std::istream& scenario, Mode mode, std::ostream& out, std::ost
     }
     steps = played.number;
     if (played.step && played.step->expect) ++expectations;
-    if (const auto failure = failureOf(played)) {
+    if (const auto failure = failureOf(played, file)) {
       out << *failure << '\n';
       status = kExpectationFailed;
     }
   };
-  status = std::max(playBack(scenario, folder, after, err), status);
+  status = std::max(playBack(scenario, file, after, err), status);
   if (mode == Mode::check && status != kUnreadable)
     out << counted(steps, "step") << ", " << counted(expectations, "expectation") << '\n';
   return status;

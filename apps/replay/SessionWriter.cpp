@@ -1,6 +1,7 @@
 #include "replay/SessionWriter.h"
 
 #include <algorithm>
+#include <array>
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
 #include <boost/json/value.hpp>
@@ -47,10 +48,13 @@ std::int64_t captureMode(std::string_view os) {
   return (major >= 13 ? 1 : 0) + (major >= 11 ? 2 : 0);
 }
 
-/// What the system can capture, where `effects` tell it to a page.
+/// What the system can capture, where `effects` tell it to a page or a host.
 std::optional<std::int64_t> toldCaptureMode(const json::array& effects) {
   for (const auto& one : effects) {
     const auto& effect = one.get_object();
+    const auto* const told = effect.if_contains("value");
+    if (isText(effect, "of", "kobuScreenCaptureSupportMode") && told && told->is_int64())
+      return told->get_int64();
     const auto* const value = effect.if_contains("retval");
     const auto* const object = value ? value->if_object() : nullptr;
     const auto* const mode = object ? object->if_contains("mode") : nullptr;
@@ -92,6 +96,27 @@ bool expectation(const RecordedNote& note, json::object& effect) {
   fields.erase("fileName");
   fields.erase("line");
   return true;
+}
+
+/// What a host asked its router, by the names of the operation and of what a step asks for.
+constexpr auto questions = std::to_array<std::pair<std::string_view, std::string_view>>(
+    {{"kobuScreenCaptureSupportMode", "supportMode"},
+     {"hasEnterRoom", "hasEnterRoom"},
+     {"curEnteredRoomUserId", "curEnteredRoomUserId"}});
+
+/// Has `step` ask the router, where in it the host was told a value, which is among `effects`.
+void askForValue(json::object& step, json::array& effects) {
+  const auto told = std::ranges::find_if(
+      effects, [](const auto& one) { return isText(one.get_object(), "effect", "value"); });
+  if (told == effects.end() || !step.contains("host")) return;
+  const auto question = std::ranges::find_if(
+      questions, [&](const auto& one) { return isText(step, "host", one.first); });
+  if (question == questions.end() || step.contains("thread")) {
+    effects.erase(told);  // an operation's value is no effect of a scenario
+    return;
+  }
+  told->get_object()["of"] = question->second;
+  step = {{"get", question->second}};
 }
 
 /// The parts of a recording, in the order in which they began. A note that no scenario can have is
@@ -258,6 +283,7 @@ class Writer {
     const bool whole = quiet_ && together(i, tasks);
     writeDevice(part);
     auto step = part.note->what;
+    askForValue(step, part.effects);
     if (part.note->overlaps) step["overlaps"] = true;
     if (whole) {
       for (auto task = i + 1; task <= i + tasks; ++task) {
@@ -325,7 +351,7 @@ void writeSession(const Recording& recording, std::ostream& out) {
   if (!recording.whole) {
     out << "# Part of it is missing: steps may differ that build on that.\n";
   }
-  if (recording.cutOff) out << "# It breaks off: the last line was not finished.\n";
+  if (recording.cutOff) out << "# Its end is missing: it broke off, or was going on.\n";
   writer.write();
 }
 

@@ -56,7 +56,7 @@ json::object played(const fs::path& file) {
   scenario.peek();  // a file may be opened, but not read
   if (!scenario.is_open() || scenario.bad()) {
     return {{"status", int{kUnreadable}},
-            {"error", std::string("can't be read: ") + std::strerror(errno)}};
+            {"error", file.string() + ": can't be read: " + std::strerror(errno)}};
   }
   scenario.clear();
   json::array failures;
@@ -66,9 +66,9 @@ json::object played(const fs::path& file) {
   const auto after = [&](const PlayedStep& step) {
     steps = step.number;
     if (step.step && step.step->expect) ++expectations;
-    if (const auto failure = failureOf(step)) failures.emplace_back(validUtf8(*failure));
+    if (const auto failure = failureOf(step, file)) failures.emplace_back(validUtf8(*failure));
   };
-  auto status = playBack(scenario, file.parent_path(), after, err);
+  auto status = playBack(scenario, file, after, err);
   if (!failures.empty()) status = std::max(status, kExpectationFailed);
   return {{"status", int{status}},
           {"steps", steps},
@@ -85,7 +85,7 @@ ScenarioResult check(const fs::path& file) {
   result.time = std::chrono::steady_clock::now() - start;
   if (!process.good) {
     result.status = kSomethingLeft;
-    result.error = process.text;
+    result.error = file.string() + ": " + process.text;
     return result;
   }
   const auto told = json::parse(process.text).as_object();
@@ -127,9 +127,8 @@ ExitStatus checkSuite(const std::vector<std::string>& paths, const fs::path& jun
   std::int64_t failed = 0;
   for (const auto& file : files) {
     const auto& result = results.emplace_back(check(file));
-    for (const auto& failure : result.failures)
-      out << file.string() << ": " << inOneLine(failure) << '\n';
-    if (!result.error.empty()) out << file.string() << ": " << result.error << '\n';
+    for (const auto& failure : result.failures) out << inOneLine(failure) << '\n';
+    if (!result.error.empty()) out << result.error << '\n';
     out.flush();
     status = std::max(status, result.status);
     steps += result.steps;

@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <charconv>
+#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -27,7 +29,7 @@ constexpr std::string_view kUsage =
   or:  vemo-replay --check [--junit REPORT.xml] FILE.jsonl|FOLDER...
   or:  vemo-replay --accept FILE.jsonl
   or:  vemo-replay --from FILE.vemorec
-  or:  vemo-replay --minimise [--difference TEXT] FILE.jsonl
+  or:  vemo-replay --minimise [--difference TEXT] [--within SECONDS] FILE.jsonl
 Plays a scenario of the router (- for standard input) and writes the transcript.
 
 Options:
@@ -40,6 +42,8 @@ Options:
   --from             write a recording, or the dump of a crash, as a scenario
   --minimise         write the scenario without the steps that its first difference does not need
   --difference TEXT  not the first, but the first of which the line written by --check holds TEXT
+  --within SECONDS   stop looking for steps that can go after this time, 60 unless it is given, and
+                     write what is left then; a sentence says so
   --help             show this text
   --version          show the version
 
@@ -50,6 +54,14 @@ Exit status, the worst of all: 0 done, 1 an expectation failed, 2 a scenario can
 int usageError(std::string_view sentence) {
   std::cerr << sentence << '\n' << kUsage;
   return vemo::replay::kUnreadable;
+}
+
+/// A number of seconds in `text`; 0 when there is none.
+int secondsFrom(std::string_view text) {
+  int seconds = 0;
+  const auto [end, problem] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+  const bool isNumber = problem == std::errc() && end == text.data() + text.size();
+  return isNumber && seconds > 0 && seconds <= 1'000'000 ? seconds : 0;
 }
 
 constexpr std::array<std::string_view, 4> kJobs{"--check", "--accept", "--from", "--minimise"};
@@ -75,7 +87,8 @@ int main(int argc, char** argv) {
   namespace fs = std::filesystem;
   std::string_view job;  // which of the options that do something other than play
   std::string junit;
-  std::string difference;
+  MinimiseOptions minimising;
+  int within = 0;  // seconds, where they are given
   std::vector<std::string> files;
   const std::vector<std::string_view> arguments(argv + 1, argv + argc);
   for (auto argument = arguments.begin(); argument != arguments.end(); ++argument) {
@@ -92,14 +105,18 @@ int main(int argc, char** argv) {
         return usageError(std::string(job) + " does not go with " + std::string(*argument));
       job = *argument;
     } else if (*argument == "--difference") {
-      if (argument + 1 != arguments.end()) difference = *++argument;
-      if (difference.empty()) return usageError("--difference needs a text");
+      if (argument + 1 != arguments.end()) minimising.difference = *++argument;
+      if (minimising.difference.empty()) return usageError("--difference needs a text");
+    } else if (*argument == "--within") {
+      within = argument + 1 == arguments.end() ? 0 : secondsFrom(*++argument);
+      if (within == 0) return usageError("--within needs a number of seconds, from 1 to 1000000");
+      minimising.within = std::chrono::seconds(within);
     } else if (*argument == "--junit") {
       if (argument + 1 != arguments.end()) junit = *++argument;
       if (junit.empty()) return usageError("--junit needs the name of a file");
     } else if (argument->starts_with('-') && *argument != "-") {
       std::vector<std::string_view> options(kJobs.begin(), kJobs.end());
-      options.insert(options.end(), {"--junit", "--difference", "--help", "--version"});
+      options.insert(options.end(), {"--junit", "--difference", "--within", "--help", "--version"});
       return usageError("unknown option " + std::string(*argument) +
                         didYouMean(*argument, options));
     } else {
@@ -108,8 +125,9 @@ int main(int argc, char** argv) {
   }
   if (files.empty()) return usageError("no scenario is named; - is standard input");
   if (std::ranges::count(files, "") > 0) return usageError("the name of a file is empty");
-  if (!difference.empty() && job != "--minimise")
+  if (!minimising.difference.empty() && job != "--minimise")
     return usageError("--difference goes with --minimise");
+  if (within > 0 && job != "--minimise") return usageError("--within goes with --minimise");
   if (!junit.empty() && job != "--check") return usageError("--junit goes with --check");
   std::error_code noFolder;
   const bool isSuite = files.size() > 1 || !junit.empty() || fs::is_directory(files[0], noFolder);
@@ -123,14 +141,14 @@ int main(int argc, char** argv) {
   if (job == "--accept") return acceptFile(name, std::cout, std::cerr);
 
   std::ios::sync_with_stdio(false);
-  const auto work = [&](std::istream& in, const fs::path& folder) -> int {
+  const auto work = [&](std::istream& in, const fs::path& scenario) -> int {
     if (job == "--from") return fromRecording(in, name);
-    if (job == "--minimise") return minimise(in, difference, std::cout, std::cerr, folder);
+    if (job == "--minimise") return minimise(in, minimising, std::cout, std::cerr, scenario);
     const auto mode = job == "--check" ? Mode::check : Mode::transcript;
-    return replay(in, mode, std::cout, std::cerr, folder);
+    return replay(in, mode, std::cout, std::cerr, scenario);
   };
-  const auto run = [&](std::istream& in, const fs::path& folder) {
-    const int status = work(in, folder);
+  const auto run = [&](std::istream& in, const fs::path& scenario) {
+    const int status = work(in, scenario);
     if (std::cout.flush()) return status;
     std::cerr << "what was made can't be written: " << std::strerror(errno) << '\n';
     return static_cast<int>(kUnreadable);
@@ -143,5 +161,5 @@ int main(int argc, char** argv) {
     return kUnreadable;
   }
   file.clear();  // an empty file is a scenario without steps
-  return run(file, fs::path(name).parent_path());
+  return run(file, name);
 }

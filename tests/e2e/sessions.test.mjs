@@ -98,7 +98,7 @@ test('a session is recorded from the screen, from its beginning, and each page t
   assert.match(first.text, /user not allowed access camera/);
   assert.doesNotMatch(second.text, /user not allowed access camera/);
   for (const { text } of [first, second]) {
-    assert.match(text, /^\{"vemorec":1,[^\n]*"whole":true/);
+    assert.match(text, /^\{"vemorec":2,[^\n]*"whole":true/);
     assert.match(text, /"event":"onEnterRoom"/);
     assert.doesNotMatch(text, /the-secret-one/);
     const scenario = spawnSync(process.env.VEMO_REPLAY, ['--from', '-'], { input: text, encoding: 'utf8' });
@@ -195,7 +195,7 @@ test('a file that is none, is damaged or of a later form is refused with a sente
     ['GIF89a', 'it.jsonl is neither a recording nor a scenario.'],
     ['', 'it.jsonl is empty.'],
     ['[1]\n', 'it.jsonl is neither a recording nor a scenario.'],
-    ['{"vemorec":2}\n', 'it.jsonl has form 2; this simulator reads up to form 1.'],
+    ['{"vemorec":3}\n', 'it.jsonl has form 3; this simulator reads up to form 2.'],
     [`${header}${step}?\n${step}`, 'it.jsonl is damaged: line 3 can’t be read.'],
     ['{"command":"initSDK"}\n{"comand":"x"}\n', 'it.jsonl is damaged: line 2 is no step of a scenario.'],
     [step, 'it.jsonl is a later part of a session: put its parts together, the oldest first, and open that.'],
@@ -208,6 +208,12 @@ test('a file that is none, is damaged or of a later form is refused with a sente
   await panel.getByText('It breaks off in the middle of a line.').waitFor();
   assert.equal(await panel.getByRole('alert').count(), 0);
   await panel.getByText('1 step. They are played').waitFor();
+  const newer = header.replace('1', '2') + step;
+  await choose(panel, 'ended.vemorec', `${newer}{"end":true}\n`);
+  await panel.getByRole('heading', { name: 'ended.vemorec' }).waitFor();
+  assert.equal(await panel.getByText('Its end is missing').count(), 0);
+  await choose(panel, 'cut.vemorec', newer);
+  await panel.getByText('Its end is missing: it broke off, or was going on.').waitFor();
 });
 
 test('without a simulator nothing is saved and nothing plays, and that is said', async () => {

@@ -31,7 +31,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   });
   std::ostringstream out;
   std::ostringstream err;
-  const auto status = replay::replay(scenario, replay::Mode::check, out, err, "/nonexistent");
+  const auto status =
+      replay::replay(scenario, replay::Mode::check, out, err, "/nonexistent/it.jsonl");
   fuzz::must(status != replay::kSomethingLeft, "nothing is left over", err.str());
   return 0;
 }

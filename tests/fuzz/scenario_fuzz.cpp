@@ -11,7 +11,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   std::istringstream scenario{std::string(fuzz::textOf(data, size))};
   std::ostringstream out;
   std::ostringstream err;
-  const auto status = replay::replay(scenario, replay::Mode::transcript, out, err, "/nonexistent");
+  const auto status =
+      replay::replay(scenario, replay::Mode::transcript, out, err, "/nonexistent/it.jsonl");
   fuzz::must(status == replay::kDone || status == replay::kUnreadable, "nothing is left over",
              err.str());
   fuzz::must((status == replay::kUnreadable) == !err.str().empty(), "a refusal says why",

@@ -116,10 +116,10 @@ void expectReadOrRefused(const std::string& bytes) {
   std::istringstream in(*scenario);
   std::ostringstream out;
   std::ostringstream err;
-  const auto status = replay::replay(in, replay::Mode::check, out, err, "/nonexistent");
+  const auto status = replay::replay(in, replay::Mode::check, out, err, "/nonexistent/it.jsonl");
   EXPECT_NE(status, replay::kSomethingLeft) << err.str();
   if (status == replay::kUnreadable) {
-    EXPECT_TRUE(err.str().starts_with("line ")) << err.str();
+    EXPECT_TRUE(err.str().starts_with("/nonexistent/it.jsonl:")) << err.str();
   }
 }
 
@@ -225,7 +225,7 @@ TEST(Damage, OfADumpEveryLossIsTold) {
   for (std::size_t size = kDumpMark.size(); size < dump.size(); size += 7) {
     const auto scenario = scenarioOf(dump.substr(0, size), error);
     if (scenario) {
-      EXPECT_NE(scenario->find("\n# It breaks off"), std::string::npos) << size;
+      EXPECT_NE(scenario->find("\n# Its end is missing"), std::string::npos) << size;
     } else {
       EXPECT_TRUE(error.starts_with("this dump is damaged: it breaks off in ")) << error;
     }
@@ -246,7 +246,8 @@ TEST(Damage, OfARecordingEveryLineThatIsMissingOrDoubledIsTold) {
   const auto whole = scenarioOf(session().recording, error);
   ASSERT_TRUE(whole) << error;
   EXPECT_EQ(checked(*whole).find("line "), std::string::npos) << checked(*whole);
-  const auto last = lines.back().substr(lines.back().find("\"n\":"));
+  const auto& latest = lines[lines.size() - 2];  // before the one that says that it is the end
+  const auto last = latest.substr(latest.find("\"n\":"));
   for (std::size_t i = 1; i < lines.size(); ++i) {
     auto fewer = lines;
     fewer.erase(fewer.begin() + static_cast<std::ptrdiff_t>(i));
@@ -254,6 +255,9 @@ TEST(Damage, OfARecordingEveryLineThatIsMissingOrDoubledIsTold) {
     ASSERT_TRUE(less) << error;
     const bool isStep =
         !lines[i].starts_with("{\"effect\"") && lines[i].find("\"device\":") == std::string::npos;
+    EXPECT_EQ(less->find("\n# Its end is missing") != std::string::npos, i + 1 == lines.size())
+        << lines[i];
+    if (i + 1 == lines.size()) continue;
     // What came in no step is not expected; the last step may have gone on.
     if (lines[i].find("\"n\":0,") != std::string::npos || lines[i].ends_with(last)) continue;
     if (isStep) {
@@ -294,6 +298,8 @@ TEST(Damage, WhatCanBeNoNoteIsNamed) {
     EXPECT_FALSE(scenarioOf(recordingHeader("1.0", true) + line + "\n", error)) << line;
     return error;
   };
+  EXPECT_EQ(errorOf("{\"end\":true}\n{\"end\":true}"),
+            "line 3 of the recording is damaged: there is an end before");
   const std::string damaged = "line 2 of the recording is damaged: ";
   const auto note = [](const std::string& what) {
     return what + R"(,"n":1,"at":5,"thread":"main"})";

@@ -47,7 +47,7 @@ TEST(FaultyRouter, ItsFaultNeedsFewSteps) {
   std::istringstream session(recordedSession());
   std::ostringstream out;
   std::ostringstream err;
-  EXPECT_EQ(replay::minimise(session, "", out, err, {}), replay::kDone) << err.str();
+  EXPECT_EQ(replay::minimise(session, {}, out, err, {}), replay::kDone) << err.str();
   const auto least = out.str();
   EXPECT_TRUE(least.starts_with(R"({"command":"initSDK")")) << least;
   EXPECT_NE(least.find("\n{\"command\":\"stopLocalAudio\""), std::string::npos) << least;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <sstream>
 #include <string>
 
@@ -9,11 +10,11 @@ namespace vemo::test {
 namespace {
 
 replay::ExitStatus least(const std::string& scenario, std::string& out, std::string& err,
-                         const std::string& name = "") {
+                         const replay::MinimiseOptions& options = {}) {
   std::istringstream in(scenario);
   std::ostringstream written;
   std::ostringstream said;
-  const auto status = replay::minimise(in, name, written, said, {});
+  const auto status = replay::minimise(in, options, written, said, {});
   out = written.str();
   err = said.str();
   return status;
@@ -70,12 +71,72 @@ TEST(Minimise, TenStepsOfThousandsKeepTheDifferenceThatIsNamed) {
   scenario += wanted + "\n";
   std::string out;
   std::string err;
-  EXPECT_EQ(least(scenario, out, err, "value of curEnteredRoomUserId"), replay::kDone) << err;
+  EXPECT_EQ(
+      least(scenario, out, err,
+            {.difference = "value of curEnteredRoomUserId", .within = std::chrono::minutes(1)}),
+      replay::kDone)
+      << err;
   EXPECT_EQ(out, init + "\n" + enter + "\n" + wanted + "\n");
-  EXPECT_EQ(least(scenario, out, err, "reply"), replay::kUnreadable);
+  EXPECT_EQ(least(scenario, out, err, {.difference = "reply", .within = std::chrono::minutes(1)}),
+            replay::kUnreadable);
   EXPECT_EQ(err,
             "no difference is called \"reply\"; the first is line 2003, step 2003: value of "
             "role has value 20, was 99 (effect 1, /value)\n");
+}
+
+/// Listeners that stay, `needed` of them among `steps`, and a question for their names that is
+/// answered otherwise.
+std::string listeners(int needed, int steps) {
+  std::string scenario;
+  for (int i = 0; i < steps; ++i) {
+    const auto number = std::to_string(i);
+    if (i % (steps / needed) == 0) {
+      scenario += R"({"listener":"l)" + number + "\",\"ops\":[]}\n" +
+                  R"({"host":"addKOBUEventListener","args":["l)" + number + "\"]}\n";
+    } else {
+      scenario += R"({"command":"getSDKVersion","as":"c)" + number + "\"}\n";
+    }
+  }
+  return scenario + R"({"get":"listeners","expect":[{"effect":"value","value":["nobody"]}]})" +
+         "\n";
+}
+
+TEST(Minimise, ManyStepsAreKeptThatAreNeeded) {
+  const auto scenario = listeners(10, 300);
+  std::string needed;
+  std::istringstream lines(scenario);
+  for (std::string line; std::getline(lines, line);) {
+    if (line.find("getSDKVersion") == std::string::npos) needed += line + '\n';
+  }
+  std::string out;
+  std::string err;
+  EXPECT_EQ(least(scenario, out, err), replay::kDone) << err;
+  EXPECT_EQ(out, needed);
+  EXPECT_EQ(err, "");
+}
+
+TEST(Minimise, WhatIsFoundWhenTheTimeIsUpIsSmallerAndSaysSo) {
+  const auto scenario = listeners(5, 50);
+  std::string out;
+  std::string err;
+  EXPECT_EQ(least(scenario, out, err, {.difference = "", .within = std::chrono::seconds(0)}),
+            replay::kDone);
+  EXPECT_EQ(out, scenario) << "there was no time at all";
+  EXPECT_EQ(err,
+            "stopped early, the time is up: of 56 lines 56 are left, of which more may not be "
+            "needed\n");
+}
+
+TEST(Minimise, RowsStayWithTheirTable) {
+  std::string out;
+  std::string err;
+  const std::string table = R"({"rows":"setLogParams"})";
+  const std::string row = R"([[["noSuchCall"]],{}])";
+  EXPECT_EQ(least("{\"command\":\"getSDKVersion\"}\n" + table + "\n" + row + "\n" + row + "\n", out,
+                  err, {.difference = "line 4", .within = std::chrono::minutes(1)}),
+            replay::kDone)
+      << err;
+  EXPECT_EQ(out, table + "\n" + row + "\n");
 }
 
 TEST(Minimise, NothingToKeepIsToldInASentence) {

@@ -95,6 +95,7 @@ TEST(NoteStream, WhereTheDiskWasFullTheRecordingSaysWhatIsMissing) {
   EXPECT_NE(text.find("No space left on device", lost), std::string::npos);
   const auto scenario = sessionOf(text);
   EXPECT_NE(scenario.find("\n# Part of it is missing"), std::string::npos) << scenario;
+  EXPECT_EQ(scenario.find("\n# Its end is missing"), std::string::npos) << scenario;
   EXPECT_NE(scenario.find(R"({"command":"stopLocalAudio")"), std::string::npos)
       << "what came when there was room again";
 }
@@ -108,9 +109,13 @@ TEST(NoteStream, WhatAFullDiskBreaksOffReplaysAsFarAsItGoes) {
     session.send("initSDK");
     for (int i = 0; i < 1000; ++i) session.send("getSDKVersion");
     session.flush();
+    EXPECT_NE(sessionOf(textOf(file)).find("\n# Its end is missing"), std::string::npos)
+        << "it goes on";
     session.end();
   }
   const auto scenario = sessionOf(textOf(file));
+  EXPECT_NE(scenario.find("\n# Its end is missing"), std::string::npos)
+      << "there was no room for it";
   EXPECT_NE(scenario.find(R"({"command":"getSDKVersion")"), std::string::npos) << scenario;
   const auto told = checked(scenario);
   EXPECT_EQ(told.find("line "), std::string::npos) << told;

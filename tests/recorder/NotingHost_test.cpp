@@ -49,6 +49,8 @@ TEST(NotingHost, WhatAHostDoesIsPlayedAsItWasRecorded) {
     host.call("kobuStartPreview", &Router::kobuStartPreview, "ben", view, true);
     host.call("kobuMuteAllRemoteAudio", &Router::kobuMuteAllRemoteAudio, true);
     EXPECT_NE(host.call("kobuScreenCaptureSupportMode", &Router::kobuScreenCaptureSupportMode), 0);
+    EXPECT_TRUE(host.call("hasEnterRoom", &Router::hasEnterRoom));
+    EXPECT_EQ(host.call("curEnteredRoomUserId", &Router::curEnteredRoomUserId), "ada");
     delegate->onRemoteUserEnterRoom("ben");
     while (platform.mainQueue.drain() > 0) {
     }
@@ -65,16 +67,27 @@ TEST(NotingHost, WhatAHostDoesIsPlayedAsItWasRecorded) {
     }
   }
   const auto session = sessionOf(ring->recording(nullptr));
-  for (const std::string part :
-       {R"({"listener":"listener 1")", R"({"host":"addKOBUEventListener","args":["listener 1"])",
-        R"({"host":"vemoEnterRoom","args":[{"sdkAppId":0,"userId":"ada")",
-        R"("effect":"completion")", R"("op":"onVEMORemoteUserEnterRoom","args":["ben"])",
-        R"({"host":"kobuStartPreview","args":["ben","view 1",true])", R"({"release":"listener 1")",
-        R"({"host":"zebExitRoom","args":[],"completion":false)"})
+  for (
+      const std::string part :
+      {R"({"listener":"listener 1")", R"({"host":"addKOBUEventListener","args":["listener 1"])",
+       R"({"host":"vemoEnterRoom","args":[{"sdkAppId":0,"userId":"ada")",
+       R"("effect":"completion")", R"("op":"onVEMORemoteUserEnterRoom","args":["ben"])",
+       R"({"host":"kobuStartPreview","args":["ben","view 1",true])", R"({"release":"listener 1")",
+       R"({"host":"zebExitRoom","args":[],"completion":false)",
+       R"({"get":"supportMode","expect":[)",
+       R"({"get":"hasEnterRoom","expect":[{"effect":"value","thread":"main","of":"hasEnterRoom","value":true)",
+       R"("of":"curEnteredRoomUserId","value":"ada")"})
     EXPECT_NE(session.find(part), std::string::npos) << part << '\n' << session;
   EXPECT_EQ(session.find(R"("args":["cleo"],"thread":"main"})"), std::string::npos);
   const auto result = checked(session);
   EXPECT_EQ(result.find("line "), std::string::npos) << result << session;
+
+  auto another = session;  // the host was told of another user
+  const std::string value = R"("value":"ada")";
+  another.replace(another.find(value), value.size(), R"("value":"eve")");
+  EXPECT_NE(checked(another).find("value of curEnteredRoomUserId has value \"ada\", was \"eve\""),
+            std::string::npos)
+      << checked(another);
 
   auto other = session;
   const std::string heard = R"("op":"onVEMORemoteUserEnterRoom","args":["ben"])";

@@ -36,8 +36,8 @@ TEST(Recording, OneThatIsNoneIsToldInASentence) {
   EXPECT_EQ(errorOf(R"({"vemorec":0})"), "this is no recording");
   EXPECT_EQ(errorOf("\xEF\xBB\xBF" + header + kNote),
             "this is no recording: there is a byte order mark in front");
-  EXPECT_EQ(errorOf(R"({"vemorec":2})"),
-            "this recording has the form 2 of a later version; this one reads forms up to 1");
+  EXPECT_EQ(errorOf(R"({"vemorec":3})"),
+            "this recording has the form 3 of a later version; this one reads forms up to 2");
   EXPECT_EQ(errorOf(header + "garbage\n" + kNote + "\n"),
             "line 2 of the recording is damaged: it is no JSON object");
   EXPECT_EQ(errorOf(header + kNote + "\n{\"n\":1}\n"),
@@ -87,6 +87,22 @@ TEST(Recording, ALineWithoutAnEndIsReadNoFurther) {
   EXPECT_EQ(readLine(in, line), LineRead::whole);
   EXPECT_EQ(line, "last");
   EXPECT_EQ(readLine(in, line), LineRead::none);
+}
+
+TEST(Recording, OneThatBreaksOffBetweenLinesIsToldFromOneThatEnded) {
+  const auto header = recordingHeader("1.0", true);
+  const auto text = header + kNote + "\n";
+  const std::string missing = "\n# Its end is missing: it broke off, or was going on.\n";
+  EXPECT_NE(sessionOf(text).find(missing), std::string::npos) << sessionOf(text);
+  const auto ended = text + std::string(kRecordingEnd);
+  EXPECT_EQ(sessionOf(ended).find(missing), std::string::npos) << sessionOf(ended);
+  EXPECT_EQ(sessionOf(ended + '\n'), sessionOf(ended));
+  auto old = text;  // of the first form, which had no last line
+  old.replace(old.find(R"("vemorec":2)"), 11, R"("vemorec":1)");
+  EXPECT_EQ(sessionOf(old).find(missing), std::string::npos) << sessionOf(old);
+  // The latest file of a session whose older ones are gone.
+  EXPECT_NE(sessionOf(kNote).find(missing), std::string::npos);
+  EXPECT_EQ(sessionOf(kNote + '\n' + std::string(kRecordingEnd)).find(missing), std::string::npos);
 }
 
 TEST(Recording, OneThatBreaksOffIsReadAsFarAsItGoes) {

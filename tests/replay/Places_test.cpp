@@ -45,7 +45,7 @@ void addPlaces(const std::filesystem::path& file, Places& places) {
   std::ifstream in(file);
   std::ostringstream out;
   std::ostringstream err;
-  ASSERT_EQ(replay(in, Mode::transcript, out, err, file.parent_path()), kDone) << err.str();
+  ASSERT_EQ(replay(in, Mode::transcript, out, err, file), kDone) << err.str();
   std::istringstream lines(out.str());
   for (std::string line; std::getline(lines, line);) {
     const auto effect = boost::json::parse(line);

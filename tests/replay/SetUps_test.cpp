@@ -26,7 +26,7 @@ class SetUps : public testing::Test {
     std::istringstream in(scenario);
     std::ostringstream out;
     std::ostringstream err;
-    const auto status = replay(in, mode, out, err, folder_.file(at));
+    const auto status = replay(in, mode, out, err, folder_.file(at) + "/it.jsonl");
     return {status, out.str(), err.str()};
   }
 
@@ -35,9 +35,10 @@ class SetUps : public testing::Test {
     const auto played = run("# one\n" + line + "\n{\"get\":\"role\"}\n");
     EXPECT_EQ(played.status, kUnreadable);
     EXPECT_EQ(played.out, run("").out);  // it ends there
-    EXPECT_TRUE(played.err.starts_with("line 2: ")) << played.err;
+    const auto place = folder_.file(".") + "/it.jsonl:2: ";
+    EXPECT_TRUE(played.err.starts_with(place)) << played.err;
     EXPECT_TRUE(played.err.ends_with("\n")) << played.err;
-    return played.err.substr(8, played.err.size() - 9);
+    return played.err.substr(place.size(), played.err.size() - place.size() - 1);
   }
 
   Folder folder_;
@@ -118,8 +119,8 @@ TEST_F(SetUps, MayFollowEachRow) {
           "[[],{},{}]\n",
           Mode::check);
   EXPECT_EQ(played.status, kExpectationFailed) << played.err;
-  EXPECT_NE(played.out.find("line 2, step 2: "), std::string::npos);
-  EXPECT_EQ(played.out.find("line 2, step 4: "), std::string::npos) << played.out;
+  EXPECT_NE(played.out.find(":2: step 2: "), std::string::npos);
+  EXPECT_EQ(played.out.find(":2: step 4: "), std::string::npos) << played.out;
 }
 
 TEST_F(SetUps, ThatAreMissingAreNamed) {

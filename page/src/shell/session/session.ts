@@ -22,7 +22,7 @@ export interface SessionStep {
 /** Why a file can't be opened: a sentence. */
 export class SessionError extends Error {}
 
-const newestForm = 1;
+const newestForm = 2;
 const verbs = new Set(
   ('command message event music speedTest access press downloaded decoded notify device host listener ' +
     'release get drain free new use').split(' '),
@@ -76,6 +76,7 @@ export class Session {
     if (typeof form !== 'number' || form > newestForm)
       throw new SessionError(`${name} has form ${String(form)}; this simulator reads up to form ${newestForm}.`);
     let missing = member(header, 'whole') === true ? undefined : 'Its beginning is missing.';
+    let hasEnd = form < 2; // the first form had no last line
     const steps: NewStep[] = [];
     const byNumber = new Map<number, NewStep>();
     for (const [index, line] of lines.entries()) {
@@ -101,12 +102,15 @@ export class Session {
       } else if (typeof queuedBy === 'number') {
         const cause = byNumber.get(queuedBy);
         if (cause) byNumber.set(number, cause);
+      } else if (member(note, 'end') !== undefined) {
+        hasEnd = true;
       } else if (member(note, 'lost') !== undefined) {
         missing = 'Parts of it could not be written.';
       } else {
         throw new SessionError(`${name} is damaged: line ${index + 2} can’t be read.`);
       }
     }
+    if (!hasEnd) missing ??= 'Its end is missing: it broke off, or was going on.';
     return new Session(name, true, missing, steps);
   }
 
