@@ -110,9 +110,12 @@ void NotingReplies::note(const VEMOJSMsgItem& item, const Name& label, bool hasA
   };
   if (hasAction && !value) {
     if (!error) return reply(nullptr);
-    return reply(notes::Map(notes::Member{"module", error->module},
-                            notes::Member{"errcode", error->errcode},
-                            notes::Member{"errmsg", error->errmsg}));
+    // A member whose text is not there would be left out, and a transcript says null.
+    if (error->errmsg) {
+      return reply(notes::Map(notes::Member{"module", error->module},
+                              notes::Member{"errcode", error->errcode},
+                              notes::Member{"errmsg", *error->errmsg}));
+    }
   }
   notes_->effect("reply", [&](NoteWriter& text) {
     text.add("item", label).add("action", hasAction ? &action : nullptr);
