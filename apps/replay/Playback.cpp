@@ -21,16 +21,16 @@ std::string oneLine(std::string text) {
   return text;
 }
 
+/// How a sentence about a line begins.
+std::string placeOf(const std::filesystem::path& file, std::int64_t line) {
+  return (file.empty() ? "" : file.string() + ": ") + "line " + std::to_string(line);
+}
+
 }  // namespace
 
 std::string sentenceOf(const std::filesystem::path& file, std::int64_t line,
                        const std::exception& error) {
-  const auto number = std::to_string(line);
-  if (file.empty()) return "line " + number + ": " + error.what();
-  const auto place = file.string() + ":" + number + ":";
-  if (const auto* const noJson = dynamic_cast<const NoJsonError*>(&error))
-    return place + std::to_string(noJson->column()) + ": no JSON: " + noJson->why();
-  return place + " " + error.what();
+  return placeOf(file, line) + ": " + error.what();
 }
 
 ExitStatus playBack(std::istream& scenario, const std::filesystem::path& file,
@@ -76,9 +76,8 @@ std::optional<std::string> failureOf(const PlayedStep& played, const std::filesy
   if (!played.step || !played.step->expect) return std::nullopt;
   auto difference = mismatch(*played.step->expect, played.step->partial, played.effects);
   if (!difference) return std::nullopt;
-  const auto line = std::to_string(played.line);
-  return (file.empty() ? "line " + line + ", " : file.string() + ":" + line + ": ") + "step " +
-         std::to_string(played.number) + played.step->note + ": " + *std::move(difference);
+  return placeOf(file, played.line) + ", step " + std::to_string(played.number) +
+         played.step->note + ": " + *std::move(difference);
 }
 
 std::string counted(std::int64_t count, std::string_view noun) {

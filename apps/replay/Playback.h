@@ -29,13 +29,12 @@ struct PlayedStep {
 ExitStatus playBack(std::istream& scenario, const std::filesystem::path& file,
                     const std::function<void(const PlayedStep&)>& after, std::ostream& err);
 
-/// How a step differs from what it expects: `FILE:5: step 4: ...`, or `line 5, step 4: ...` where
-/// `file` is empty, perhaps of several lines. Nothing when it does not, or expects nothing.
+/// How a step differs from what it expects: `FILE: line 5, step 4: ...`, or `line 5, step 4: ...`
+/// where `file` is empty, perhaps of several lines. Nothing when it does not, or expects nothing.
 std::optional<std::string> failureOf(const PlayedStep& played,
                                      const std::filesystem::path& file = {});
 
-/// What is wrong with a line: `FILE:5:7: ...`, with the column where it is known, or `line 5: ...`
-/// where `file` is empty.
+/// What is wrong with a line: `FILE: line 5: ...`, or `line 5: ...` where `file` is empty.
 std::string sentenceOf(const std::filesystem::path& file, std::int64_t line,
                        const std::exception& error);
 

@@ -148,7 +148,8 @@ std::optional<json::value> valueFrom(std::string_view line) {
   JsonProblem problem;
   auto value = readJson(line, kMaxDepth, problem);
   if (problem.code) {
-    throw NoJsonError(problem.at + 1, problem.code.message());
+    throw ScenarioError("no JSON: column " + std::to_string(problem.at + 1) + ": " +
+                        problem.code.message());
   }
   checkForDoubleKeys(line);
   if (value.is_structured()) return value;

@@ -51,7 +51,7 @@ test('the refusal of the camera is kept as a scenario, which fails by one letter
   await writeFile(`${scenarios}/refused.jsonl`, least);
   const [failure, sum] = replay(1, ['--check', `${folder}/scenarios`]).split('\n');
   assert.ok(
-    failure.startsWith(`${scenarios}/refused.jsonl:${steps.length}: step ${steps.length}: ${sentence}`),
+    failure.startsWith(`${scenarios}/refused.jsonl: line ${steps.length}, step ${steps.length}: ${sentence}`),
     failure,
   );
   assert.match(sum, /, 1 failed$/);

@@ -87,18 +87,17 @@ TEST(Minimise, TenStepsOfThousandsKeepTheDifferenceThatIsNamed) {
 /// Listeners that stay, `needed` of them among `steps`, and a question for their names that is
 /// answered otherwise.
 std::string listeners(int needed, int steps) {
-  std::string scenario;
+  std::ostringstream scenario;
   for (int i = 0; i < steps; ++i) {
-    const auto number = std::to_string(i);
     if (i % (steps / needed) == 0) {
-      scenario += R"({"listener":"l)" + number + "\",\"ops\":[]}\n" +
-                  R"({"host":"addKOBUEventListener","args":["l)" + number + "\"]}\n";
+      scenario << R"({"listener":"l)" << i << "\",\"ops\":[]}\n"
+               << R"({"host":"addKOBUEventListener","args":["l)" << i << "\"]}\n";
     } else {
-      scenario += R"({"command":"getSDKVersion","as":"c)" + number + "\"}\n";
+      scenario << R"({"command":"getSDKVersion","as":"c)" << i << "\"}\n";
     }
   }
-  return scenario + R"({"get":"listeners","expect":[{"effect":"value","value":["nobody"]}]})" +
-         "\n";
+  return scenario.str() +
+         R"({"get":"listeners","expect":[{"effect":"value","value":["nobody"]}]})" + "\n";
 }
 
 TEST(Minimise, ManyStepsAreKeptThatAreNeeded) {

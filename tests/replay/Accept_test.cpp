@@ -188,7 +188,7 @@ TEST_F(AcceptFile, LeavesItWhereSomethingIsWrong) {
   const auto path = folder_.write("a.jsonl", bad);
   EXPECT_EQ(accept(path), kUnreadable);
   EXPECT_EQ(err_.str(), path +
-                            ":2: unknown value \"rolle\"; did you mean \"role\"?; "
+                            ": line 2: unknown value \"rolle\"; did you mean \"role\"?; "
                             "nothing was written\n");
   EXPECT_EQ(textOf(path), bad);
 

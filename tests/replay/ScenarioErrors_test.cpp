@@ -236,7 +236,7 @@ TEST(Buttons, OneThatIsNearlyRightIsNamed) {
             "line 4: the alert has no button \"前往设定\"; did you mean \"前往设置\"?\n");
 }
 
-TEST(NamedScenario, ErrorsNameTheFileAndThePlaceAsCompilersDo) {
+TEST(NamedScenario, ErrorsNameTheFileAndThePlace) {
   const auto told = [](const std::string& scenario) {
     std::istringstream in(scenario);
     std::ostringstream out;
@@ -244,10 +244,12 @@ TEST(NamedScenario, ErrorsNameTheFileAndThePlaceAsCompilersDo) {
     replay(in, Mode::check, out, err, "a/b.jsonl");
     return err.str() + out.str();
   };
-  EXPECT_EQ(told("# one\n{\"get\":\"role\"} {}\n"), "a/b.jsonl:2:16: no JSON: extra data\n");
+  EXPECT_EQ(told("# one\n{\"get\":\"role\"} {}\n"),
+            "a/b.jsonl: line 2: no JSON: column 16: extra data\n");
   EXPECT_EQ(told("{\"get\":\"rolle\"}\n"),
-            "a/b.jsonl:1: unknown value \"rolle\"; did you mean \"role\"?\n");
-  EXPECT_TRUE(told("\n{\"get\":\"role\",\"expect\":[]}\n").starts_with("a/b.jsonl:2: step 1: "))
+            "a/b.jsonl: line 1: unknown value \"rolle\"; did you mean \"role\"?\n");
+  EXPECT_TRUE(
+      told("\n{\"get\":\"role\",\"expect\":[]}\n").starts_with("a/b.jsonl: line 2, step 1: "))
       << told("\n{\"get\":\"role\",\"expect\":[]}\n");
 }
 

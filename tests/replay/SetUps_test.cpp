@@ -35,7 +35,7 @@ class SetUps : public testing::Test {
     const auto played = run("# one\n" + line + "\n{\"get\":\"role\"}\n");
     EXPECT_EQ(played.status, kUnreadable);
     EXPECT_EQ(played.out, run("").out);  // it ends there
-    const auto place = folder_.file(".") + "/it.jsonl:2: ";
+    const auto place = folder_.file(".") + "/it.jsonl: line 2: ";
     EXPECT_TRUE(played.err.starts_with(place)) << played.err;
     EXPECT_TRUE(played.err.ends_with("\n")) << played.err;
     return played.err.substr(place.size(), played.err.size() - place.size() - 1);
@@ -119,8 +119,8 @@ TEST_F(SetUps, MayFollowEachRow) {
           "[[],{},{}]\n",
           Mode::check);
   EXPECT_EQ(played.status, kExpectationFailed) << played.err;
-  EXPECT_NE(played.out.find(":2: step 2: "), std::string::npos);
-  EXPECT_EQ(played.out.find(":2: step 4: "), std::string::npos) << played.out;
+  EXPECT_NE(played.out.find(": line 2, step 2: "), std::string::npos);
+  EXPECT_EQ(played.out.find(": line 2, step 4: "), std::string::npos) << played.out;
 }
 
 TEST_F(SetUps, ThatAreMissingAreNamed) {

@@ -47,13 +47,15 @@ TEST_F(Suite, HasALineForEachFailureByName) {
   const auto a = folder_.write("suite/a/x.jsonl", kFails);
   const auto why = ": value of role has value null, was 20 (effect 1, /value)\n";
   EXPECT_EQ(check({folder_.file("suite")}), kExpectationFailed);
-  EXPECT_EQ(out_.str(), a + ":1: step 1" + why + c + ":2: step 2" + why + c + ":3: step 3" + why +
+  EXPECT_EQ(out_.str(), a + ": line 1, step 1" + why + c + ": line 2, step 2" + why + c +
+                            ": line 3, step 3" + why +
                             "2 scenarios, 4 steps, 4 expectations, 2 failed\n");
 
   const auto b = folder_.write("suite/b.jsonl", kGood + kWrong);
   EXPECT_EQ(check({b, a}), kUnreadable) << "the worst of all";
-  EXPECT_EQ(out_.str(), b + ":2: unknown verb \"gte\"; did you mean \"get\"?\n" + a + ":1: step 1" +
-                            why + "2 scenarios, 2 steps, 2 expectations, 2 failed\n");
+  EXPECT_EQ(out_.str(), b + ": line 2: unknown verb \"gte\"; did you mean \"get\"?\n" + a +
+                            ": line 1, step 1" + why +
+                            "2 scenarios, 2 steps, 2 expectations, 2 failed\n");
 }
 
 TEST_F(Suite, OfAPartThatDidNotComeItTellsTheNearest) {
@@ -61,7 +63,7 @@ TEST_F(Suite, OfAPartThatDidNotComeItTellsTheNearest) {
       "a.jsonl", "{\"get\":\"role\",\"partial\":true,\"expect\":[{\"of\":\"roll\"}]}\n");
   EXPECT_EQ(check({a, a}), kExpectationFailed);
   const auto line = a +
-                    ":1: step 1: an effect did not come in its place; nearest: value of role "
+                    ": line 1, step 1: an effect did not come in its place; nearest: value of role "
                     "came, was an effect (effect 1, /of)\n";
   EXPECT_EQ(out_.str(), line + line + "2 scenarios, 2 steps, 2 expectations, 2 failed\n");
 }
@@ -91,10 +93,11 @@ TEST_F(Suite, WritesAReport) {
        {"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
         "<testsuites name=\"vemo-replay\" tests=\"3\" failures=\"1\" errors=\"1\" skipped=\"0\" ",
         "/suite/b\" tests=\"2\" failures=\"1\" errors=\"1\" ", "name=\"good\"",
-        "/suite/b/fails.jsonl:1: step 1: value of role has value null, was 20 (effect 1, "
+        "/suite/b/fails.jsonl: line 1, step 1: value of role has value null, was 20 (effect 1, "
         "/value)\" "
         "type=\"expectation\">",
-        "/suite/b/wrong.jsonl:1: unknown verb &quot;gte&quot;; did you mean &quot;get&quot;?\" "
+        "/suite/b/wrong.jsonl: line 1: unknown verb &quot;gte&quot;; did you mean "
+        "&quot;get&quot;?\" "
         "type=\"scenario\">"})
     EXPECT_NE(report.find(part), std::string::npos) << part << "\n" << report;
 }
