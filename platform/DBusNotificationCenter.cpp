@@ -139,11 +139,13 @@ class DBusNotificationCenter::Connection {
 
  private:
   static int received(sd_bus_message* message, void* self, sd_bus_error*) {
+    auto& connection = *static_cast<Connection*>(self);
     try {
-      return static_cast<Connection*>(self)->take(message);
+      connection.take(message);
     } catch (const std::bad_alloc&) {
-      return -ENOMEM;  // which C, from which this is called, does not pass on
+      connection.takeResult_ = -ENOMEM;  // C, from which this is called, passes nothing on
     }
+    return 0;  // of a signal, sd-bus forgets any other
   }
 
   static int matched(sd_bus_message* answer, void* self, sd_bus_error*) {
@@ -152,16 +154,14 @@ class DBusNotificationCenter::Connection {
     return 0;
   }
 
-  /// 0, or a negative errno, by which the connection is lost.
-  int take(sd_bus_message* message) {
+  void take(sd_bus_message* message) {
     const char* name = nullptr;
     const int result = sd_bus_message_read(message, "s", &name);
-    if (result == -ENOMEM) return result;
-    if (result < 0) return 0;  // a signal of another form is somebody else's
+    if (result == -ENOMEM) takeResult_ = result;
+    if (result < 0) return;  // a signal of another form is somebody else's
     const char* sender = sd_bus_message_get_sender(message);
     if (sender && sender == ownName_ && !sent_.empty()) sent_.pop_front();
     subscriptions.call(name);
-    return 0;
   }
 
   void wake() const {
@@ -225,7 +225,8 @@ class DBusNotificationCenter::Connection {
   int processOrWait(Clock::time_point deadline) {
     const int processed = sd_bus_process(bus_.get(), nullptr);
     if (processed == 0) wait(deadline);
-    return processed;
+    const int taken = std::exchange(takeResult_, 0);
+    return taken < 0 ? taken : processed;
   }
 
   void advance(Clock::time_point deadline) {
@@ -358,6 +359,9 @@ class DBusNotificationCenter::Connection {
   Bus bus_;  // null while there is no connection
   std::string ownName_;
   int matchResult_ = 0;  // 0 until the bus has answered
+  // A negative errno when a notification could not be taken, by which the connection is lost: so
+  // the host hears of it, and what it posted itself comes again.
+  int takeResult_ = 0;
   milliseconds pause_ = kFirstPause;
   Clock::time_point nextAttempt_;
   std::deque<std::string> sent_;  // and not yet given back by the bus

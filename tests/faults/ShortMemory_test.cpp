@@ -135,8 +135,9 @@ TEST_F(ShortMemoryTest, ASessionGoesOnWhicheverAllocationFails) {
     const auto kept = ShortMemory::blocks();
     const auto failed = acts.failed();
     if (!failed) break;
-    const auto copy = acts;
+    auto copy = std::optional(acts);
     EXPECT_EQ(ShortMemory::blocks() - kept, kept - before) << "not all is given back";
+    copy.reset();
     const auto what = verdict(acts, *failed);
     EXPECT_EQ(what, "") << "allocation " << allocation << " in act " << *failed << ", "
                         << acts[*failed].name;
@@ -189,7 +190,8 @@ TEST(ShortMemory, ALoggerThrowsNothingAndSaysHowManyLinesItLost) {
   }
   ShortMemory::failAt(0);
   logger.reset();
-  std::size_t written = 0, lost = 0;
+  std::size_t written = 0;
+  std::size_t lost = 0;
   std::ifstream lines(options.file);
   for (std::string line; std::getline(lines, line);) {
     const auto members = boost::json::parse(line).as_object();

@@ -266,8 +266,10 @@ void ShortSession::playHost() {
       note("completion ", name);
     };
   };
-  const VEMORoomCallback entered = room("enter"), exited = room("exit");
-  const VEMOCallback anchor = plain("anchor"), audience = plain("audience");
+  const VEMORoomCallback entered = room("enter");
+  const VEMORoomCallback exited = room("exit");
+  const VEMOCallback anchor = plain("anchor");
+  const VEMOCallback audience = plain("audience");
   KOBUParams params;
   params.userId = "ann";
   params.roomId = 9;
