@@ -64,7 +64,8 @@ class SeenView final : public VideoView {
   /// Waits until a panel lies over it whose text begins so; until there is none for "".
   bool waitForPanel(const std::string& begin) {
     return waitFor([&] {
-      return drawing_.panel ? begin != "" && drawing_.panel->text.starts_with(begin) : begin == "";
+      return drawing_.panel ? !begin.empty() && drawing_.panel->text.starts_with(begin)
+                            : begin.empty();
     });
   }
   EdgeInsets panelMargin() const {
