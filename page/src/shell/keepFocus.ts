@@ -10,7 +10,9 @@ export function keepFocus(): void {
     // What came of the press is drawn then, and a browser has let go of what can't be focused.
     requestAnimationFrame(() =>
       requestAnimationFrame(() => {
-        if (document.activeElement !== document.body) return;
+        const active = document.activeElement;
+        // What was disabled may still have it, and loses it later.
+        if (active !== document.body && !active?.matches(':disabled')) return;
         const around = places.find((place) => place.getAttribute('tabindex') === '-1' && place.isConnected);
         (around ?? document.querySelector<HTMLElement>('main'))?.focus();
       }),
