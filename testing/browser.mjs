@@ -6,6 +6,7 @@ import { existsSync, mkdtempSync, readFileSync, rmSync } from 'node:fs';
 import { readFile } from 'node:fs/promises';
 import { createRequire } from 'node:module';
 import { tmpdir } from 'node:os';
+import { dirname } from 'node:path';
 import { createInterface } from 'node:readline';
 import { after, afterEach, before, beforeEach } from 'node:test';
 import { fileURLToPath } from 'node:url';
@@ -13,6 +14,9 @@ import { fileURLToPath } from 'node:url';
 // The browser's driver is installed with the page's other packages.
 const require = createRequire(new URL('../page/package.json', import.meta.url));
 const { chromium } = require('playwright-core');
+const { chromiumSwitches } = require(
+  `${dirname(require.resolve('playwright-core'))}/lib/server/chromium/chromiumSwitches.js`,
+);
 /** The accessibility checker, as a script. */
 const checker = readFileSync(require.resolve('axe-core/axe.min.js'), 'utf8');
 
@@ -95,9 +99,13 @@ export async function startBrowser() {
   const candidates = [process.env.CHROMIUM, '/usr/bin/chromium', '/usr/bin/chromium-browser'];
   const executablePath = candidates.find((path) => path && existsSync(path));
   if (!executablePath) throw new Error('Chromium is not installed (or set CHROMIUM to its path).');
+  // Each window would have two more pages, for what drops down from the address bar: more than a third of
+  // what a window costs. The last list counts, so it holds the driver's own.
+  const off = chromiumSwitches().find((argument) => argument.startsWith('--disable-features='));
   return chromium.launch({
     executablePath,
     args: [
+      `${off},WebUIOmniboxPopup,WebUIOmniboxAimPopup`,
       ...(process.getuid?.() === 0 ? ['--no-sandbox'] : []),
       '--disable-gpu',
       '--disable-quic',
