@@ -59,6 +59,17 @@ test('the page behind a prompt can’t be used', async () => {
   assert.equal((await commandsSent(ada)).includes('switchRole'), false);
 });
 
+test('a page that takes the focus behind a prompt gets no key', async () => {
+  const ada = await entered({ name: 'Ada' });
+  await ada.control('Camera').click();
+  await ada.dialog('prompt-camera').waitFor();
+  await ada.control('Role').evaluate((control) => control.focus());
+  await ada.page.waitForFunction(() => !document.querySelector('iframe').contentDocument.hasFocus());
+  assert.deepEqual(await focusOf(ada, '.dialog'), { text: 'Don’t Allow', within: true });
+  await ada.page.keyboard.press('Escape');
+  await ada.view.locator('.toast', { hasText: 'user not allowed access camera' }).waitFor();
+});
+
 test('Escape cancels an alert and the picker, and leaves the settings', async () => {
   const ada = await entered({ name: 'Ada' });
   await ada.setPermission('Camera', 'denied');

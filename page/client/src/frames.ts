@@ -19,8 +19,6 @@ export type FromPage =
 export type ToPage =
   | { kind: 'state'; state: 'ready' | 'stopped' }
   | { kind: 'script'; text: string }
-  /** What lay above the page is gone: the focus goes back where it was. */
-  | { kind: 'focus' }
   | { kind: 'reload' }
   /** How the phone is set: the size of text in percent, the language; absent: as the browser is. */
   | { kind: 'look'; textSize?: number | undefined; language?: string | undefined }

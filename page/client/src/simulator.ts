@@ -21,11 +21,10 @@ export function simulator({ origin }: { origin?: string } = {}): Transport {
       event.stopImmediatePropagation(); // the next port is that of another Bridge, which has asked since
       removeEventListener('message', takePort);
       port = ports[0]!;
-      const giveFocusBack = keepFocus();
+      keepFocus();
       port.onmessage = ({ data: frame }: MessageEvent<ToPage>) => {
         if (frame.kind === 'state') onState(frame.state);
         if (frame.kind === 'script') run(frame.text, post);
-        if (frame.kind === 'focus') giveFocusBack();
         if (frame.kind === 'reload') location.reload();
         if (frame.kind === 'look') wear(frame);
         if (frame.kind === 'has') post({ ...frame, has: typeof found(frame.path).value === 'function' });
@@ -88,14 +87,13 @@ function isJson(text: string): boolean {
   }
 }
 
-// While something lies above the page the browser takes the focus out of it; afterwards it goes
-// back to the element that had it, unless the user has pressed elsewhere.
-function keepFocus(): () => void {
+// While something lies above the page the browser takes the focus out of it; when the page has it again,
+// so has the element that had it, unless the user has pressed elsewhere.
+function keepFocus(): void {
   let last: HTMLElement | undefined;
   addEventListener('pointerdown', () => (last = undefined), true);
   addEventListener('focusin', ({ target }) => (last = target as HTMLElement));
-  return () => {
-    self.focus();
-    if (last?.isConnected) last.focus();
-  };
+  addEventListener('focus', () => {
+    if (document.activeElement === document.body && last?.isConnected) last.focus();
+  });
 }

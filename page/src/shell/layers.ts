@@ -14,11 +14,14 @@ export class Layers {
   private readonly open: Layer[] = [];
 
   constructor(private readonly page: PageFrame) {
-    // A script of the page may still take the focus, which an inert frame does not prevent.
-    addEventListener('blur', () => {
-      const top = this.open[this.open.length - 1];
-      if (top && document.activeElement === page.frame) firstOf(top.element).focus();
-    });
+    // A script of the page may still take the focus, which an inert frame does not prevent. While it
+    // goes there, a browser lets nobody else have it.
+    addEventListener('blur', () =>
+      setTimeout(() => {
+        const top = this.open[this.open.length - 1];
+        if (top && document.activeElement === page.frame) firstOf(top.element).focus();
+      }),
+    );
   }
 
   /** `element` lies above all others from now on; `escape` is what the Escape key does. */

@@ -74,7 +74,6 @@ export class PageFrame {
   /** Gives the page the focus, where it had it last. */
   focus(): void {
     this.frame.focus();
-    this.send({ kind: 'focus' });
   }
 
   /** Has the page look as the phone is set. */
