@@ -39,6 +39,16 @@ function(vemo_install name)
     cmake_path(GET header PARENT_PATH folder)
     install(FILES "${header}" DESTINATION "${VEMO_INCLUDE_DIR}/${room}/${folder}" COMPONENT dev)
   endforeach()
+  # The target all_verify_interface_header_sets compiles each on its own, as hosts may include it
+  # before all others.
+  set(include "${PROJECT_BINARY_DIR}/include/${name}")
+  list(TRANSFORM headers PREPEND "${include}/${room}/")
+  add_library(${target}_headers INTERFACE)
+  target_link_libraries(${target}_headers INTERFACE ${target})
+  target_compile_options(${target}_headers INTERFACE -g0) # nobody runs what is made of it
+  target_sources(${target}_headers INTERFACE
+    FILE_SET HEADERS BASE_DIRS "${include}" FILES ${headers})
+  set_target_properties(${target}_headers PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
 
   get_target_property(links ${target} INTERFACE_LINK_LIBRARIES)
   list(TRANSFORM links REPLACE "^vemo_" "vemo::")

@@ -50,8 +50,7 @@ endif()
 # vemo_library(NAME ROOM SOURCES ... LINKS ...): a room as the library vemo_NAME, which others
 # know as vemo::NAME. Whoever links it compiles as C++20, which its headers need.
 # The room's headers are reached through a folder that holds a link to this room
-# alone, so that a target can include only what it links. That each of them compiles on
-# its own is checked by the target all_verify_interface_header_sets.
+# alone, so that a target can include only what it links.
 # HEADERS ...: the library is a part of the room, and these headers are all of it.
 function(vemo_library name)
   cmake_parse_arguments(ARG "" "ROOM" "SOURCES;HEADERS;LINKS;PRIVATE_LINKS" ${ARGN})
@@ -86,14 +85,6 @@ function(vemo_library name)
   add_library(vemo::${name} ALIAS vemo_${name})
   set_target_properties(vemo_${name} PROPERTIES VEMO_ROOM ${ARG_ROOM} VEMO_HEADERS "${headers}")
   set_property(GLOBAL APPEND PROPERTY VEMO_LIBRARIES vemo_${name})
-  # Beside the library, which is installed with its public headers alone.
-  list(TRANSFORM headers PREPEND "${include}/${ARG_ROOM}/")
-  add_library(vemo_${name}_headers INTERFACE)
-  target_link_libraries(vemo_${name}_headers INTERFACE vemo_${name})
-  target_sources(vemo_${name}_headers INTERFACE
-    FILE_SET HEADERS BASE_DIRS "${include}" FILES ${headers})
-  target_compile_options(vemo_${name}_headers INTERFACE -g0) # nobody runs what is made of it
-  set_target_properties(vemo_${name}_headers PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
 endfunction()
 
 # vemo_test(NAME SOURCES ... LINKS ... [LABELS ...]): a GoogleTest program; each of its cases is a
