@@ -30,6 +30,7 @@ constexpr auto kConnectTimeout = std::chrono::seconds(2);
 constexpr std::string_view kPhonePath = "/phone";
 constexpr std::string_view kTokenMissing =
     "The address has not the token that the simulator printed.";
+constexpr std::string_view kFull = "There are as many pages as this server takes; close one first.";
 constexpr std::string_view kPolicyField = "Content-Security-Policy";
 
 std::string_view view(beast::string_view text) { return {text.data(), text.size()}; }
@@ -112,9 +113,7 @@ void HttpConnection::onRead(beast::error_code problem) {
   if (websocket::is_upgrade(request) && target.substr(0, target.find('?')) == kPhonePath) {
     const auto why = refusal(request);
     if (!why.empty()) return refuse(http::status::forbidden, why);
-    if (state_.pageCount >= state_.options.maxPages)
-      return refuse(http::status::service_unavailable,
-                    "There are as many pages as this server takes; close one first.");
+    if (isFull()) return refuse(http::status::service_unavailable, kFull);
     stream_.expires_never();
     auto page =
         std::make_shared<PageConnection>(state_, stream_.release_socket(), std::move(buffer_));
@@ -157,6 +156,7 @@ void HttpConnection::answer(const Request& request) {
   const auto path = target.substr(0, target.find('?'));
   if (path == kPhonePath) {  // the shell asks so why its WebSocket did not open
     if (!hasToken(target)) return respond(text(http::status::forbidden, kTokenMissing), keepAlive);
+    if (isFull()) return respond(text(http::status::service_unavailable, kFull), keepAlive);
     return respond(text(http::status::upgrade_required, "This is the address of a WebSocket."),
                    keepAlive);
   }

@@ -32,6 +32,7 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
   void onRead(boost::beast::error_code problem);
   std::string_view refusal(const Request& request) const;
   bool hasToken(std::string_view target) const;
+  bool isFull() const { return state_.pageCount >= state_.options.maxPages; }
   void answer(const Request& request);
   void giveFile(const Request& request, std::string_view path);
   void tellOfPageServer(const Request& request);

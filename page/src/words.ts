@@ -50,7 +50,7 @@ export function leaveInWords(reason: number): string {
 export function exitInWords(reason: number): string {
   switch (reason) {
     case 1:
-      return 'You were removed from the room.';
+      return 'You were removed from the room. Who enters with your name takes your place.';
     case 2:
       return 'The room was closed.';
     default:

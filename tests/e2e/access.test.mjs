@@ -245,6 +245,28 @@ async function enlarge(page, percent) {
   };
 }
 
+/** Where the panel's tabs don't fit, it is seen that there are more, and the arrow keys bring each into sight. */
+async function tabsLeadOn(page) {
+  const tabs = page.locator('.tabs');
+  const { x, y, width, height } = await tabs.boundingBox();
+  const endAt = async (place) => {
+    await tabs.evaluate((element, part) => (element.scrollLeft = part * element.scrollWidth), place);
+    return page.screenshot({ clip: { x: x + width - 4, y: y + height - 3, width: 4, height: 2 } });
+  };
+  assert.ok(await tabs.evaluate((element) => element.scrollWidth > element.clientWidth));
+  const [more, last] = [await endAt(0), await endAt(1)];
+  assert.notDeepEqual(more, last, 'nothing tells that there is more');
+  await tabs.getByRole('tab', { selected: true }).focus();
+  const presses = await tabs.getByRole('tab').count();
+  for (const key of ['End', 'Home', ...Array(presses).fill('ArrowRight')]) {
+    await page.keyboard.press(key);
+    await page.waitForFunction(() => {
+      const [tabs, tab] = [document.querySelector('.tabs'), document.activeElement].map((one) => one.getBoundingClientRect());
+      return tab.left >= tabs.left - 1 && tab.right <= tabs.right + 1;
+    });
+  }
+}
+
 for (const [percent, screen] of [[100, { width: 844, height: 390 }], [200, { width: 390, height: 844 }], [200, { width: 844, height: 390 }]])
   test(`the bar and all pages of the panel fit at ${screen.width}x${screen.height} with text of ${percent} %`, async () => {
     const first = await open(screen);
@@ -273,8 +295,10 @@ for (const [percent, screen] of [[100, { width: 844, height: 390 }], [200, { wid
           .map((one) => one.className),
       );
       assert.deepEqual(across, [], name);
+      assert.deepEqual(await first.findings(), [], name);
     }
     await panel.getByRole('tab', { name: 'Time line' }).click();
+    if (percent > 100) await tabsLeadOn(first.page);
     await panel.locator('.row').first().waitFor();
     const rows = await panel.locator('.rows').boundingBox();
     const row = await panel.locator('.row').first().boundingBox();

@@ -250,7 +250,7 @@ for (const signal of ['SIGTERM', 'SIGKILL']) {
     await ben.enter({ name: 'Ben' });
     await own.stop(signal);
     await ben.inPhase('stopped');
-    await ben.view.getByText('The simulator has stopped').waitFor();
+    await ben.view.getByText('The connection has ended').waitFor();
     assert.equal(await ben.view.locator('.control').count(), 0);
     await ben.view.getByRole('button', { name: 'Try again' }).click();
     await ben.inPhase('stopped');

@@ -226,7 +226,7 @@ test('without a simulator nothing is saved and nothing plays, and that is said',
   await button(panel, 'Play').click();
   await panel.getByText(/^2 of \d+ steps played: all as before, 1 could not be played\.$/).waitFor();
   await ada.row('initSDK').locator('.row-head').click();
-  await panel.getByText('Not played. The simulator has stopped.').last().waitFor();
+  await panel.getByText('Not played. The simulator takes no further phone, or has stopped.').last().waitFor();
   await button(panel, 'Save the last minutes').click();
   await panel.getByText('Nothing was saved: there is no phone.').waitFor();
 });

@@ -2,7 +2,7 @@
 
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import { sendRaw, simulatorForEachTest } from '../../testing/browser.mjs';
+import { Phone, sendRaw, simulatorForEachTest } from '../../testing/browser.mjs';
 
 const { address, blank, open, entered } = simulatorForEachTest();
 
@@ -77,6 +77,39 @@ test('each window’s phone has settings of its own, and a reset makes it like n
   });
   const frames = await framesAfterReload(ada, 'registCallBacks');
   assert.deepEqual(beforeCommands(frames), []);
+});
+
+test('a window that is duplicated has phones of its own, set as those were, and whose name is taken is told so', async () => {
+  const ada = await open();
+  await ada.setPermission('Microphone', 'denied');
+  await ada.enter({ name: 'Ada' });
+  // What the window has kept is copied, as by the browser's "duplicate".
+  const opened = ada.page.waitForEvent('popup');
+  await ada.page.evaluate(() => void window.open(location.href));
+  const twin = new Phone(await opened);
+  await twin.inPhase('outside');
+  assert.equal(await twin.view.getByLabel('Your name').inputValue(), 'Ada');
+  const microphone = (phone) => phone.page.locator('.panel').getByLabel('Microphone', { exact: true });
+  await twin.openPanel('Phone');
+  await twin.page.waitForFunction(() => document.querySelector('select[aria-label="Microphone"]').value === 'denied');
+  await microphone(twin).selectOption('authorized');
+  await twin.page.getByRole('button', { name: 'Add a phone' }).click();
+  await twin.numbered(1).enter({ name: 'Ada' });
+  await ada.view.getByText('Who enters with your name takes your place.').waitFor();
+
+  await Promise.all([ada.page.reload(), twin.page.reload()]);
+  await ada.inPhase('outside');
+  await twin.numbered(2).inPhase('outside');
+  assert.equal(await ada.page.locator('.phone').count(), 1);
+  for (const [phone, status] of [[ada, 'denied'], [twin, 'authorized']]) {
+    await phone.openPanel('Phone');
+    if (phone === twin) await phone.page.getByLabel('Phone that the panel shows').selectOption('Phone 1');
+    await phone.page.waitForFunction(
+      (status) => document.querySelector('select[aria-label="Microphone"]').value === status,
+      status,
+    );
+  }
+  assert.deepEqual(twin.problems, []);
 });
 
 test('a permission that was given at a prompt survives a reload', async () => {

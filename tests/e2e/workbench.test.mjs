@@ -359,3 +359,31 @@ test('a command that waits counts the seconds', async () => {
   await first.row('registCallBacks').first().locator('.row-head').click();
   await first.page.getByText('The page is gone.').waitFor();
 });
+
+test('a clock that is set changes no duration', async () => {
+  const first = await blank();
+  const { page } = first;
+  await page.addInitScript(() => {
+    const { now } = Date;
+    let ahead = 0;
+    Date.now = () => now() + ahead;
+    window.setClock = (ms) => (ahead = ms);
+  });
+  await first.visit(address());
+  await first.openPanel('Time line');
+  await first.enter({ name: 'Ada' });
+  await first.control('Camera').click();
+  await first.dialog('prompt-camera').waitFor();
+  const preview = first.row('startLocalPreview').first();
+  const waits = preview.locator('.waits');
+  for (const hours of [2, -2]) {
+    await page.evaluate((ms) => window.setClock(ms), hours * 3_600_000);
+    const before = await waits.innerText();
+    await page.waitForFunction((text) => document.querySelector('.waits').innerText !== text, before);
+    assert.match(await waits.innerText(), /^waiting \d+(\.\d)? s$/);
+  }
+  await first.answerPrompt('camera', false);
+  const took = preview.locator('.took');
+  await took.waitFor();
+  assert.match(await took.innerText(), /^\d+(\.\d)? s$/);
+});

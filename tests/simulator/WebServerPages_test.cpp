@@ -264,6 +264,7 @@ TEST_F(WebServerTest, TakesOnlySoManyPages) {
   EXPECT_EQ(response.result(), http::status::service_unavailable);
   EXPECT_EQ(response.body(), "There are as many pages as this server takes; close one first.\n");
   EXPECT_EQ(get("/").result(), http::status::ok);
+  EXPECT_EQ(get(phoneTarget()).body(), response.body());  // for whom the WebSocket tells nothing
 
   pages.back()->close(websocket::close_code::normal);
   EXPECT_EQ(events_.wait(4).back(), "left");

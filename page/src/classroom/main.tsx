@@ -46,8 +46,11 @@ function StoppedScreen() {
     <main class="join">
       <div class="card stopped" role="alert">
         <Icon name="plug" />
-        <h1 tabIndex={-1}>The simulator has stopped</h1>
-        <p class="lead">Start it again, then try to connect. You will have to enter the room anew.</p>
+        <h1 tabIndex={-1}>The connection has ended</h1>
+        <p class="lead">
+          If the simulator has stopped, start it again; then try to connect. You will have to enter the room
+          anew.
+        </p>
         <button class="primary" onClick={() => classroom.connect()}>
           <Icon name="refresh" />
           Try again

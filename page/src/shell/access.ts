@@ -24,9 +24,20 @@ export function wasLetIn(): void {
   refusal.value = undefined;
 }
 
-/** A phone could not be had; the simulator is asked why, as the browser does not tell. */
-export async function askForRefusal(): Promise<void> {
-  const { status } = await fetch(path).catch(() => ({ status: 0 }));
-  if (status === 403)
-    refusal.value = 'This address lacks the simulator’s token. Open the address that it printed when it started.';
+const patienceMs = 3000;
+const upgradeRequired = 426;
+
+/**
+ * A phone could not be had, or is gone; the simulator is asked why, as the browser does not tell. Gives
+ * its words, empty where it would give a phone now; nothing where it does not answer.
+ */
+export async function askForRefusal(): Promise<string | undefined> {
+  try {
+    const answer = await fetch(path, { signal: AbortSignal.timeout(patienceMs) });
+    if (answer.status === 403)
+      refusal.value = 'This address lacks the simulator’s token. Open the address that it printed when it started.';
+    return answer.status === upgradeRequired ? '' : (await answer.text()).trimEnd();
+  } catch {
+    return undefined;
+  }
 }

@@ -9,7 +9,10 @@ import type { PhoneMemory } from './phoneMemory';
 export type LinkState = 'connecting' | 'ready' | 'stopped';
 
 export interface LinkWatcher {
-  /** A page has connected, or its phone has come or gone; `cutOff` says why it was taken from the page. */
+  /**
+   * A page has connected, or its phone has come or gone; `cutOff` says why the page has none while the
+   * simulator may go on.
+   */
   onState(state: LinkState, cutOff?: string): void;
   /** Everything of the phone; a script is run after this. */
   onFrame(frame: FromPhone): void;
@@ -65,7 +68,6 @@ export class PhoneLink {
     this.socket = socket;
     this.port = port;
     const early: string[] = [];
-    let wasOpen = false;
     const current = () => this.socket === socket;
     const tellPage = (frame: ToPage) => port.postMessage(frame);
     const tell = (state: 'ready' | 'stopped', cutOff?: string) => {
@@ -74,7 +76,6 @@ export class PhoneLink {
     };
 
     socket.addEventListener('open', () => {
-      wasOpen = true;
       wasLetIn();
       if (!current()) return;
       this.send({ kind: 'note', on: true });
@@ -92,12 +93,16 @@ export class PhoneLink {
         if (current()) tellPage({ kind: 'script', text });
       });
     });
-    socket.addEventListener('close', ({ reason }) => {
+    socket.addEventListener('close', async ({ reason, wasClean }) => {
       if (!current()) return;
-      if (!wasOpen) void askForRefusal();
+      const words = wasClean ? undefined : await askForRefusal();
+      if (!current()) return;
       this.socket = undefined;
       this.watcher.onPlaces(noPlaces);
-      tell('stopped', reason === '' ? undefined : `The simulator cut the page off: ${reason}.`);
+      if (reason !== '') tell('stopped', `The simulator cut the page off: ${reason}.`);
+      else if (words) tell('stopped', `The simulator gives the page no phone: ${words}`);
+      else if (words === '') tell('stopped', 'The connection with the simulator is lost.');
+      else tell('stopped');
     });
 
     const sent = (text: string) => {
@@ -131,11 +136,10 @@ export class PhoneLink {
     this.watcher.onState('connecting');
   }
 
-  /** Sends one frame; lost when there is no phone. */
+  /** Sends one frame; lost when there is no phone, save how the network is to be: the next has it. */
   send(frame: ToPhone): void {
-    if (this.socket?.readyState !== WebSocket.OPEN) return;
-    this.socket.send(JSON.stringify(frame));
     this.memory.sent(frame);
+    if (this.socket?.readyState === WebSocket.OPEN) this.socket.send(JSON.stringify(frame));
   }
 
   /** Asks the page whether it has a function; a page that says nothing of it is not waited for. */

@@ -36,10 +36,14 @@ export function Panel({ workbench, close }: { workbench: Workbench; close: () =>
   const title = panelTitles[chosen.value]!;
   const Page = pageOf[title];
   const onTabKey = (event: KeyboardEvent) => {
-    const step = { ArrowLeft: -1, ArrowRight: 1 }[event.key];
-    if (step === undefined) return;
-    chosen.value = (chosen.value + step + panelTitles.length) % panelTitles.length;
-    (tabs.current?.children[chosen.value] as HTMLElement).focus();
+    const { length } = panelTitles;
+    const at = { ArrowLeft: chosen.value - 1, ArrowRight: chosen.value + 1, Home: 0, End: length - 1 }[event.key];
+    if (at === undefined) return;
+    event.preventDefault(); // which would scroll the tabs
+    chosen.value = (at + length) % length;
+    const tab = tabs.current?.children[chosen.value] as HTMLElement;
+    tab.focus();
+    tab.scrollIntoView({ block: 'nearest' }); // it may have had the focus
   };
   return (
     <aside

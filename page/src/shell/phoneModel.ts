@@ -3,6 +3,7 @@
 
 import { batch, signal } from '@preact/signals';
 import type { Places } from '../../client/src/frames.js';
+import { refusal } from './access';
 import { broadcastNotifications } from './frames';
 import type { FromPhone, Picture, PhoneSettings, ToPhone } from './frames';
 import { PhoneLink, type LinkState, type LinkWatcher } from './link';
@@ -103,7 +104,7 @@ export class PhoneModel {
     return this.name.toLowerCase().replace(' ', '-');
   }
 
-  /** Sends one frame; lost when there is no phone. */
+  /** Sends one frame; see PhoneLink. */
   send(frame: ToPhone): void {
     this.tellOf(frame);
     this.link.send(frame);
@@ -188,7 +189,7 @@ export class PhoneModel {
       const why = cutOff ?? 'The simulator has stopped.';
       this.conversation.end(why);
       this.problem(why);
-      if (cutOff) this.notice.value = { text: `${cutOff} It goes on when it is reloaded.`, hasPage: true };
+      if (cutOff && !refusal.peek()) this.notice.value = { text: `${cutOff} It goes on when it is reloaded.`, hasPage: true };
     } else {
       this.conversation.end('The page is gone.');
       this.timeline.add({ kind: 'connection', title: 'A page connects.' });

@@ -11,7 +11,7 @@ interface Heard {
   effects: Effect[];
 }
 
-/** How long something that the phone does by itself may take. */
+/** How long something that the phone does by itself may take, beside the way to it and back. */
 const patienceMs = 1500;
 const statuses = ['notDetermined', 'restricted', 'denied', 'authorized'];
 const settingNames = new Set(['os', 'bundle', 'canOpenSettings', 'appGroup']);
@@ -24,6 +24,7 @@ export class PlayingPhone {
   private readonly asked: ('camera' | 'microphone')[] = [];
   private readonly alerts: Extract<FromPhone, { kind: 'alert' }>[] = [];
   private readonly watchers = new Set<() => void>();
+  private lastEcho = 0;
   private echoes = 0;
   private problem: string | undefined;
   /** The simulator has ended. */
@@ -69,13 +70,13 @@ export class PlayingPhone {
    * they keep away; `byItself` where the phone did it without being told. A text says why it can't.
    */
   async play(step: JsonObject, count: number): Promise<{ effects: Effect[]; byItself: boolean } | string> {
-    if (this.isGone) return 'The simulator has stopped.';
+    if (this.isGone) return 'The simulator takes no further phone, or has stopped.';
     this.problem = undefined;
     const put = await this.put(step);
     if (typeof put === 'string') return put;
     const heard = await this.claim(put.what);
     if (!heard) return this.problem ? `The phone says: ${this.problem}.` : 'Nothing came of it.';
-    await this.until(() => heard.effects.length >= count, patienceMs);
+    await this.patiently(() => heard.effects.length >= count);
     await this.settled();
     return { effects: heard.effects, byItself: put.byItself };
   }
@@ -90,13 +91,13 @@ export class PlayingPhone {
       return this.sent('message', { kind: 'message', text });
     }
     if (typeof access === 'boolean') {
-      await this.until(() => this.asked.length > 0, patienceMs);
+      await this.patiently(() => this.asked.length > 0);
       const media = this.asked.shift();
       if (media === undefined) return 'The phone asks for nothing.';
       return this.sent('access', { kind: 'answer', media, granted: access });
     }
     if (typeof press === 'string') {
-      await this.until(() => this.alerts.length > 0, patienceMs);
+      await this.patiently(() => this.alerts.length > 0);
       const alert = this.alerts.shift();
       const button = alert?.buttons.findIndex(({ title }) => title === press) ?? -1;
       if (!alert || button < 0) return `No alert has a button “${press}”.`;
@@ -110,14 +111,14 @@ export class PlayingPhone {
     if (typeof event === 'string') {
       const what = `event ${event}`;
       const came = () => this.unclaimed.some((heard) => heard.what === what);
-      await this.until(came, patienceMs);
+      await this.patiently(came);
       if (came()) return { what, byItself: true };
       const args = Array.isArray(step['args']) ? step['args'] : [];
       return this.sent(what, { kind: 'fire', event, args, times: 1 });
     }
     const what = whatOf(step);
     if (what === undefined) return `Only vemo-replay plays ${JSON.stringify(step).slice(0, 60)}.`;
-    await this.until(() => this.unclaimed.some((heard) => heard.what === what), patienceMs);
+    await this.patiently(() => this.unclaimed.some((heard) => heard.what === what));
     return { what, byItself: true };
   }
 
@@ -128,7 +129,7 @@ export class PlayingPhone {
 
   private async claim(what: string): Promise<Heard | undefined> {
     const find = () => this.unclaimed.find((heard) => heard.what === what);
-    await this.until(() => find() !== undefined || this.problem !== undefined, patienceMs);
+    await this.patiently(() => find() !== undefined || this.problem !== undefined);
     const heard = find();
     this.unclaimed = this.unclaimed.filter((one) => one !== heard);
     return heard;
@@ -136,11 +137,21 @@ export class PlayingPhone {
 
   // Frames are worked off in turn, and so is the main queue: what was queued before is done.
   private async settled(): Promise<void> {
-    for (let turn = 0; turn < 2; ++turn) {
-      const echoes = this.echoes;
-      this.send({ kind: 'pictures' });
-      await this.until(() => this.echoes > echoes, patienceMs);
-    }
+    for (let turn = 0; turn < 2; ++turn) await this.until(this.echo());
+  }
+
+  /** Has the phone answer once it has worked off what it was sent; gives what says whether it has. */
+  private echo(): () => boolean {
+    const due = ++this.lastEcho;
+    this.send({ kind: 'pictures' });
+    return () => this.echoes >= due;
+  }
+
+  private async patiently(isSo: () => boolean): Promise<void> {
+    if (isSo()) return;
+    const isWorkedOff = this.echo();
+    await this.until(() => isSo() || isWorkedOff());
+    await this.until(isSo, patienceMs);
   }
 
   private send(frame: ToPhone): void {

@@ -92,19 +92,19 @@ function Outcome({ row, shown }: { row: Row; shown: (text: string) => string }) 
           <span class="unseen">{shown(remark.text)}</span>
         </span>
       )}
-      {row.waiting === 'waiting' && <Waiting since={row.at} />}
+      {row.waiting === 'waiting' && <Waiting since={row.ticks} />}
       {row.waiting === 'over' && <span class="over">never answered</span>}
       {failed && <span class="code">{errorOf(failed)?.code}</span>}
-      {last && <span class="took">{duration(row.answers![0]!.at - row.at)}</span>}
+      {last && <span class="took">{duration(row.answers![0]!.ticks - row.ticks)}</span>}
       {row.answers && row.answers.length > 1 && <span class="took">×{row.answers.length}</span>}
     </span>
   );
 }
 
 function Waiting({ since }: { since: number }) {
-  const [now, setNow] = useState(Date.now());
+  const [now, setNow] = useState(performance.now());
   useEffect(() => {
-    const timer = setInterval(() => setNow(Date.now()), 1000);
+    const timer = setInterval(() => setNow(performance.now()), 1000);
     return () => clearInterval(timer);
   }, []);
   const seconds = Math.floor((now - since) / 1000);
@@ -186,7 +186,7 @@ function Answer(props: { asked: Row; answer: Row; shown: (text: string) => strin
   return (
     <>
       <p class="details-title">
-        Answer after {duration(answer.at - asked.at)}
+        Answer after {duration(answer.ticks - asked.ticks)}
         {error && <span class="error-text">{` · error ${error.code}: ${visible(shown(error.text)) || 'no text'}`}</span>}
       </p>
       <pre>{indented(told === undefined ? text : JSON.stringify(told))}</pre>

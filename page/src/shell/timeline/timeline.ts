@@ -55,6 +55,11 @@ export interface NewRow {
 
 export class Row {
   readonly at: number;
+  /**
+   * When it was, by a clock that nobody sets, unless it came with a time of its own: what lies
+   * between two rows is told from these (ms).
+   */
+  readonly ticks: number;
   readonly kind: Kind;
   readonly thread: string;
   readonly cause: Row | undefined;
@@ -85,6 +90,7 @@ export class Row {
     row: NewRow,
   ) {
     this.at = row.at ?? Date.now();
+    this.ticks = row.at ?? performance.now();
     this.kind = row.kind;
     this.thread = row.thread ?? 'page';
     this.cause = row.cause;
