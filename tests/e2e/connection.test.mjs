@@ -125,7 +125,15 @@ test('a page for which there is no phone any more is told so, and gets one when 
   const notice = ben.page.getByRole('status').filter({ hasText: full });
   await notice.waitFor();
   assert.deepEqual(await ben.findings(), []);
-  await ada.page.evaluate(() => window.others.forEach((socket) => socket.close()));
+  await ada.page.evaluate(() =>
+    Promise.all(
+      window.others.map((socket) => {
+        const gone = new Promise((resolve) => (socket.onclose = resolve));
+        socket.close();
+        return gone;
+      }),
+    ),
+  );
   await ben.view.getByRole('button', { name: 'Try again' }).click();
   await ben.inPhase('outside');
   await notice.waitFor({ state: 'detached' });
