@@ -67,6 +67,38 @@ test('the last minutes are saved, and what is opened plays as it was recorded', 
   await panel.getByText(/^(\d+) of \1 steps played: all as before\.$/).waitFor();
 });
 
+test('an opened session has the times that its file knows, a scenario none', async () => {
+  const ada = await open();
+  const panel = await ada.openPanel('Sessions');
+  const at = new Date(2026, 1, 3, 9, 8, 7, 60).getTime();
+  const recording = [
+    '{"vemorec":2,"program":"0.1.0","whole":true}',
+    `{"step":{"command":"startSpeedTest","as":"m1"},"n":1,"at":${at},"thread":"main"}`,
+    `{"step":{"event":"onWarning","args":[7,"slow",null]},"n":2,"at":${at + 2400},"thread":"engine"}`,
+    `{"task":{"drain":1},"n":3,"by":2,"at":${at + 2500},"thread":"main"}`,
+    `{"effect":{"effect":"reply","item":"m1","action":"startSpeedTest"},"n":3,"at":${at + 2500},"thread":"main"}`,
+    '{"end":true}\n',
+  ];
+  await choose(panel, 'timed.vemorec', recording.join('\n'));
+  await panel.getByRole('heading', { name: 'timed.vemorec' }).waitFor();
+  const times = () => ada.page.locator('.row time').allInnerTexts();
+  const row = ada.row('startSpeedTest').first();
+  await row.locator('.took').waitFor();
+  assert.deepEqual(await times(), ['09:08:07.060', '09:08:09.460']);
+  assert.equal(await row.locator('.took').innerText(), '2.5 s');
+  await row.locator('.row-head').click();
+  await row.getByText('Answer after 2.5 s').waitFor();
+
+  await choose(panel, 'untimed.jsonl', '{"command":"initSDK","expect":[{"effect":"reply","action":"initSDK"}]}\n');
+  await panel.getByRole('heading', { name: 'untimed.jsonl' }).waitFor();
+  const untimed = ada.row('initSDK').first();
+  await untimed.locator('.row-head').click();
+  await untimed.getByText('Answer', { exact: true }).waitFor();
+  assert.deepEqual(await times(), ['']);
+  assert.equal(await untimed.locator('.took').count(), 0);
+  assert.deepEqual(await ada.findings(), []);
+});
+
 /** What a click on a button has the browser save. */
 async function saved(ada, panel, name) {
   const [download] = await Promise.all([ada.page.waitForEvent('download'), button(panel, name).click()]);

@@ -10,6 +10,12 @@ export type JsonObject = Record<string, unknown>;
 /** Something that the router did: `effect` names it. */
 export type Effect = JsonObject & { effect: string };
 
+/** An effect with its time (ms since 1970), null where a file tells none. */
+interface TimedEffect {
+  effect: Effect;
+  at: number | null;
+}
+
 /** One thing that went into the router, and what came of it. */
 export interface SessionStep {
   step: JsonObject;
@@ -28,8 +34,9 @@ const verbs = new Set(
     'release get drain free new use').split(' '),
 );
 
-interface NewStep extends Omit<SessionStep, 'row'> {
-  at: number;
+interface NewStep extends Omit<SessionStep, 'effects' | 'row'> {
+  effects: TimedEffect[];
+  at: number | null;
   thread: string;
 }
 
@@ -49,13 +56,13 @@ export class Session {
     steps: NewStep[],
   ) {
     const asked = new Map<unknown, Row>();
-    this.steps = steps.map(({ at, thread, ...step }) => {
+    this.steps = steps.map(({ at, thread, effects, ...step }) => {
       const row = this.timeline.add({ ...rowOfStep(step.step), at, thread });
       if (row.kind === 'command') asked.set(step.step['as'], row);
       const { periodic } = row;
-      for (const effect of step.effects)
+      for (const { effect, at } of effects)
         this.timeline.add({ ...rowOfEffect(effect), at, periodic, cause: causeOf(effect, asked, row) });
-      return { ...step, row };
+      return { ...step, effects: effects.map(({ effect }) => effect), row };
     });
   }
 
@@ -86,19 +93,20 @@ export class Session {
       const step = member(note, 'step') as JsonObject | undefined;
       const effect = member(note, 'effect') as Effect | undefined;
       const queuedBy = member(note, 'by');
+      const time = member(note, 'at');
+      const at = typeof time === 'number' ? time : null;
       if (note === undefined && index === lines.length - 1) {
         missing = 'It breaks off in the middle of a line.';
       } else if (step && 'device' in step && byNumber.has(number)) {
         Object.assign(byNumber.get(number)!.device, step['device']);
       } else if (step) {
-        const at = Number(member(note, 'at'));
         const made = { step, effects: [], device: {}, at, thread: String(member(note, 'thread')) };
         steps.push(made);
         byNumber.set(number, made);
       } else if (effect) {
         // What comes in no step is the making and ending of the router.
         const thread = String(member(note, 'thread'));
-        byNumber.get(number)?.effects.push({ ...withArgument(effect), thread });
+        byNumber.get(number)?.effects.push({ effect: { ...withArgument(effect), thread }, at });
       } else if (typeof queuedBy === 'number') {
         const cause = byNumber.get(queuedBy);
         if (cause) byNumber.set(number, cause);
@@ -116,7 +124,6 @@ export class Session {
 
   private static scenario(name: string, lines: string[]): Session {
     const steps: NewStep[] = [];
-    const at = Date.now();
     for (const [index, line] of lines.entries()) {
       if (line.trim() === '' || line.startsWith('#')) continue;
       const step = parsed(line) as JsonObject | undefined;
@@ -128,11 +135,12 @@ export class Session {
             : `${name} is damaged: line ${index + 1} is no step of a scenario.`,
         );
       const { expect = [], partial: _partial, ...rest } = step;
-      const effects = Array.isArray(expect) ? (expect as Effect[]) : [];
+      const at = null; // the order is all that it tells
+      const effects = Array.isArray(expect) ? (expect as Effect[]).map((effect) => ({ effect, at })) : [];
       const last = steps[steps.length - 1];
       // The tasks of the main queue are worked off by themselves.
       if (verb === 'drain' && last) last.effects.push(...effects);
-      else steps.push({ step: rest, effects: [...effects], device: {}, at, thread: threadOf(rest) });
+      else steps.push({ step: rest, effects, device: {}, at, thread: threadOf(rest) });
     }
     if (steps.length === 0) throw new SessionError(`${name} is empty.`);
     return new Session(name, false, undefined, steps);

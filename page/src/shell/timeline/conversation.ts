@@ -18,7 +18,7 @@ export interface Message {
 export type Lint = (message: Message, say: (remark: Remark) => void) => Remark[];
 
 type Noted = Extract<FromPhone, { kind: 'noted' }>;
-type When = Required<Pick<NewRow, 'at' | 'thread' | 'periodic'>>;
+type When = Required<Pick<NewRow, 'thread' | 'periodic'>> & { at: number };
 
 const notAMessage = 'not a message';
 // So many are remembered of what may still be told more of.

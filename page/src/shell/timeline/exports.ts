@@ -10,7 +10,7 @@ export function rowAsJson(row: Row, withSecrets: boolean): string {
   const value = parsed(text);
   const line = JSON.stringify({
     id,
-    at: new Date(at).toISOString(),
+    ...(at !== null && { at: new Date(at).toISOString() }),
     kind,
     thread,
     title,

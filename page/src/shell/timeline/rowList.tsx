@@ -62,11 +62,12 @@ export function RowList(props: { shown: Told; phone?: PhoneModel; copy?: (row: R
   };
   const drawn = list.getVirtualItems().filter(({ index }) => index < rows.length);
   const activeRow = drawn.map(({ index }) => rows[index]!).find(({ id }) => id === active);
+  const hasTimes = timeline.rows[0]?.at !== null;
   const threads = timeline.threads.length > 1 ? timeline.threads.slice(0, mostLanes) : [];
   return (
     <>
       {threads.length > 0 && (
-        <div class="lane-names" style={{ '--lanes': threads.length }}>
+        <div class="lane-names" data-times={hasTimes} style={{ '--lanes': threads.length }}>
           <span>Threads</span>
           {threads.map((thread) => (
             <span key={thread} class="lane-name" title={thread}>
@@ -79,6 +80,7 @@ export function RowList(props: { shown: Told; phone?: PhoneModel; copy?: (row: R
       <div
         ref={scroller}
         class="rows"
+        data-times={hasTimes}
         role={rows.length > 0 ? 'tree' : 'group'}
         aria-label={`What has happened to ${shown.name}`}
         tabIndex={0}

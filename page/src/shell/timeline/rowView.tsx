@@ -4,7 +4,7 @@ import { useEffect, useState } from 'preact/hooks';
 import type { PhoneModel } from '../phoneModel';
 import { withoutSecrets } from '../secrets';
 import { unansweredWhen } from './known';
-import { brief, duration, errorOf, indented, member, parsed, timeOfDay, visible } from './texts';
+import { brief, duration, errorOf, indented, member, parsed, timeOfDay, tookInWords, visible } from './texts';
 import type { Kind, Row } from './timeline';
 
 const signs: Record<Kind, string> = {
@@ -58,7 +58,7 @@ export function RowHead(props: { row: Row; showsSecrets: boolean; threads: reado
   const lane = threads.indexOf(row.thread);
   return (
     <>
-      <time>{timeOfDay(row.at)}</time>
+      <time>{row.at !== null && timeOfDay(row.at)}</time>
       {threads.length > 0 && (
         <span class="lanes" title={`Thread: ${row.thread}`}>
           {threads.map((thread, at) => (
@@ -82,7 +82,8 @@ export function RowHead(props: { row: Row; showsSecrets: boolean; threads: reado
 
 function Outcome({ row, shown }: { row: Row; shown: (text: string) => string }) {
   const remark = row.remarks?.[0];
-  const last = row.answers?.[row.answers.length - 1];
+  const first = row.answers?.[0];
+  const took = first && tookInWords(row, first);
   const failed = row.answers?.find((answer) => answer.failed);
   return (
     <span class="outcome">
@@ -92,10 +93,10 @@ function Outcome({ row, shown }: { row: Row; shown: (text: string) => string }) 
           <span class="unseen">{shown(remark.text)}</span>
         </span>
       )}
-      {row.waiting === 'waiting' && <Waiting since={row.ticks} />}
+      {row.waiting === 'waiting' && row.ticks !== null && <Waiting since={row.ticks} />}
       {row.waiting === 'over' && <span class="over">never answered</span>}
       {failed && <span class="code">{errorOf(failed)?.code}</span>}
-      {last && <span class="took">{duration(row.answers![0]!.ticks - row.ticks)}</span>}
+      {took !== undefined && <span class="took">{took}</span>}
       {row.answers && row.answers.length > 1 && <span class="took">×{row.answers.length}</span>}
     </span>
   );
@@ -182,11 +183,12 @@ function Answer(props: { asked: Row; answer: Row; shown: (text: string) => strin
   const { asked, answer, shown } = props;
   const error = errorOf(answer);
   const text = shown(answer.text);
+  const took = tookInWords(asked, answer);
   const told = member(parsed(text), 'retval') ?? member(parsed(text), 'error');
   return (
     <>
       <p class="details-title">
-        Answer after {duration(answer.ticks - asked.ticks)}
+        {took === undefined ? 'Answer' : `Answer after ${took}`}
         {error && <span class="error-text">{` · error ${error.code}: ${visible(shown(error.text)) || 'no text'}`}</span>}
       </p>
       <pre>{indented(told === undefined ? text : JSON.stringify(told))}</pre>

@@ -43,6 +43,11 @@ export function duration(ms: number): string {
   return `${Math.round(ms / 60_000)} min`;
 }
 
+/** How long after `asked` an answer to it came, in words; nothing where that is not known. */
+export function tookInWords(asked: Row, answer: Row): string | undefined {
+  return asked.ticks === null || answer.ticks === null ? undefined : duration(answer.ticks - asked.ticks);
+}
+
 /** 22:31:07.042, in the time of this place. */
 export function timeOfDay(at: number): string {
   const time = new Date(at);

@@ -49,17 +49,17 @@ export interface NewRow {
   periodic?: boolean;
   /** What it is as a step of a scenario, where its text doesn't tell. */
   step?: object | undefined;
-  /** Milliseconds since 1970; now, where it is left out. */
-  at?: number;
+  /** Milliseconds since 1970; null where nobody knows; now, where it is left out. */
+  at?: number | null;
 }
 
 export class Row {
-  readonly at: number;
+  readonly at: number | null;
   /**
    * When it was, by a clock that nobody sets, unless it came with a time of its own: what lies
-   * between two rows is told from these (ms).
+   * between two rows is told from these (ms). Null where nobody knows.
    */
-  readonly ticks: number;
+  readonly ticks: number | null;
   readonly kind: Kind;
   readonly thread: string;
   readonly cause: Row | undefined;
@@ -89,8 +89,8 @@ export class Row {
     readonly id: number,
     row: NewRow,
   ) {
-    this.at = row.at ?? Date.now();
-    this.ticks = row.at ?? performance.now();
+    this.at = row.at === undefined ? Date.now() : row.at;
+    this.ticks = row.at === undefined ? performance.now() : row.at;
     this.kind = row.kind;
     this.thread = row.thread ?? 'page';
     this.cause = row.cause;

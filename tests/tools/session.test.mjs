@@ -1,0 +1,40 @@
+// What is told of a saved session: the times that its file knows, and none that it does not.
+import assert from 'node:assert/strict';
+import { test } from 'node:test';
+
+import { source } from './source.mjs';
+
+const { Session } = await source('shell/session/session.ts');
+const { rowAsJson } = await source('shell/timeline/exports.ts');
+
+test('each row of a recording has the time that was noted, of a command until its answer, too', () => {
+  const { timeline } = Session.read(
+    'it.vemorec',
+    [
+      '{"vemorec":2,"program":"0.1.0","whole":true}',
+      '{"step":{"command":"enterRoom","as":"m1"},"n":1,"at":1700000000000,"thread":"main"}',
+      '{"effect":{"effect":"engine","call":"enterRoom","args":[]},"n":1,"at":1700000000000,"thread":"main"}',
+      '{"step":{"event":"onEnterRoom","args":[120]},"n":2,"at":1700000000100,"thread":"engine"}',
+      '{"task":{"drain":1},"n":3,"by":2,"at":1700000000250,"thread":"main"}',
+      '{"effect":{"effect":"reply","item":"m1","action":"enterRoom"},"n":3,"at":1700000000250,"thread":"main"}',
+      '{"end":true}\n',
+    ].join('\n'),
+  );
+  const [command, event] = timeline.rows;
+  assert.deepEqual([command.at, event.at], [1700000000000, 1700000000100]);
+  assert.equal(command.beneath[0].at, 1700000000000);
+  assert.equal(command.answers[0].at, 1700000000250);
+  assert.equal(command.answers[0].ticks - command.ticks, 250);
+});
+
+test('a scenario knows no times, nor does a recording whose line has none', () => {
+  const scenario = '{"command":"initSDK","expect":[{"effect":"reply","action":"initSDK"}]}\n';
+  const recording = '{"vemorec":1,"whole":true}\n{"step":{"message":"x"},"n":1,"thread":"main"}\n';
+  for (const text of [scenario, recording]) {
+    const [row] = Session.read('it', text).timeline.rows;
+    for (const one of [row, ...(row.beneath ?? [])]) {
+      assert.deepEqual([one.at, one.ticks], [null, null]);
+      assert.equal('at' in JSON.parse(rowAsJson(one, true)), false);
+    }
+  }
+});
