@@ -211,6 +211,15 @@ test('a page that goes away says so', () => {
   assert.equal(port.frames.at(-1).kind, 'bye');
 });
 
+test('a page that is to reload says so before it does', () => {
+  const { answer, window } = framed();
+  const port = newPort();
+  window.location = { reload: () => port.postMessage('reload') };
+  answer(port);
+  port.onmessage({ data: { kind: 'reload' } });
+  assert.deepEqual(structuredClone(port.frames), [{ kind: 'reloads' }, 'reload']);
+});
+
 test('a second Bridge takes the place of the first, whose calls fail and say so', async () => {
   const sent = [];
   const webkit = { messageHandlers: { vemo: { postMessage: (text) => sent.push(JSON.parse(text)) } } };

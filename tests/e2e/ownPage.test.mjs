@@ -261,6 +261,49 @@ test('a page whose server keeps its files from other origins, as webpack’s doe
   await ada.view.locator('output', { hasText: '1.0.0' }).waitFor();
 });
 
+test('a page is reloaded from where it has gone, however long its server takes', async () => {
+  const asked = [];
+  let holds = false;
+  let held;
+  const page = await serve(
+    `<script src="/vemo-client.js"></script><a href="/second">On</a><output></output><script>
+      const { pathname } = location;
+      const times = (sessionStorage[pathname] = 1 + Number(sessionStorage[pathname] ?? 0));
+      const tell = () => document.querySelector('output').append(pathname + ' for time ' + times);
+      new VemoClient.Bridge().getSDKVersion().then(tell);
+    </script>`,
+    {},
+    (answer) =>
+      createServer((request, response) => {
+        asked.push(request.url);
+        if (holds && request.url === '/second') held = () => answer(request, response);
+        else answer(request, response);
+      }),
+  );
+  const simulator = await simulate('--page-url', page);
+  const ada = new Phone(await context.newPage());
+  await ada.page.clock.install();
+  await ada.page.goto(simulator.address);
+  await ada.view.getByRole('link').click();
+  await ada.view.locator('output', { hasText: '/second for time 1' }).waitFor();
+  const first = () => asked.filter((url) => url === '/').length;
+  const before = first();
+  holds = true;
+  await ada.page.getByRole('button', { name: 'Reload the page' }).click();
+  while (!held) await new Promise(setImmediate);
+  await ada.page.clock.runFor(60_000);
+  held();
+  await ada.view.locator('output', { hasText: '/second for time 2' }).waitFor();
+  assert.equal(first(), before);
+
+  // A page that does not hear it is loaded from its address.
+  await ada.page.frames()[1].evaluate(() => (location = '/vemo-client.js'));
+  await ada.view.getByText('use strict').waitFor();
+  await ada.page.getByRole('button', { name: 'Reload the page' }).click();
+  await ada.page.clock.runFor(60_000);
+  await ada.view.locator('output', { hasText: '/ for time 2' }).waitFor();
+});
+
 test('a page of localhost has its cookies', async () => {
   const port = new URL(await serve(`<script src="/vemo-client.js"></script><output></output><script>
       document.querySelector('output').append(document.cookie);

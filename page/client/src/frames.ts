@@ -13,6 +13,8 @@ export type FromPage =
   | ({ kind: 'places' } & Places)
   /** Whether the page has the function that was asked for. */
   | { kind: 'has'; path: string; has: boolean }
+  /** The page loads itself anew, as it was told to; its server may take its time. */
+  | { kind: 'reloads' }
   /** The page goes away. */
   | { kind: 'bye' };
 

@@ -25,7 +25,10 @@ export function simulator({ origin }: { origin?: string } = {}): Transport {
       port.onmessage = ({ data: frame }: MessageEvent<ToPage>) => {
         if (frame.kind === 'state') onState(frame.state);
         if (frame.kind === 'script') run(frame.text, post);
-        if (frame.kind === 'reload') location.reload();
+        if (frame.kind === 'reload') {
+          post({ kind: 'reloads' });
+          location.reload();
+        }
         if (frame.kind === 'look') wear(frame);
         if (frame.kind === 'has') post({ ...frame, has: typeof found(frame.path).value === 'function' });
       };

@@ -1,7 +1,7 @@
 // The frame of a phone with the page in it, which may be of another origin: page and shell talk
 // by messages alone.
 
-import { connect, connected, type ToPage } from '../../client/src/frames.js';
+import { connect, connected, type FromPage, type ToPage } from '../../client/src/frames.js';
 
 export interface PageNotice {
   text: string;
@@ -26,6 +26,7 @@ addEventListener('securitypolicyviolation', ({ effectiveDirective, blockedURI })
 
 const lookEveryMs = 1000;
 const silentMs = 5000;
+/** So soon a page that can says that it loads itself anew. */
 const reloadWithinMs = 1500;
 // A page that reloads in a loop gets its phones one after another, so that it keeps nobody waiting.
 const soonMs = 5000;
@@ -63,7 +64,7 @@ export class PageFrame {
     this.port?.close();
   }
 
-  /** Has the page load itself anew; where it does not, it is loaded from its address. */
+  /** Has the page load itself anew, from wherever it has gone; where it can't, it is loaded from its address. */
   reload(): void {
     clearTimeout(this.reloading);
     if (!this.port) return void this.open();
@@ -155,6 +156,9 @@ export class PageFrame {
     const { port1, port2 } = new MessageChannel();
     this.port?.close();
     this.port = port1;
+    port1.addEventListener('message', ({ data: frame }: MessageEvent<FromPage>) => {
+      if (frame?.kind === 'reloads') clearTimeout(this.reloading);
+    });
     (source as Window).postMessage(connected, origin, [port2]);
     const now = performance.now();
     this.came = [...this.came.filter((time) => now - time < soonMs), now];
