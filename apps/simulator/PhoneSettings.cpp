@@ -32,17 +32,22 @@ std::optional<AuthorizationStatus> statusOf(std::string_view name) {
   return static_cast<AuthorizationStatus>(found - kStatusNames.begin());
 }
 
-bool applyBundle(const boost::json::value& value, PhoneSettings& settings) {
+/// Puts the texts of `value` into `bundle`, which the phone then has; null takes a text away.
+bool applyTexts(const boost::json::value& value, decltype(PhoneSettings::bundle) bundle,
+                PhoneSettings& settings) {
   const auto* object = value.if_object();
   if (!object) return false;
-  decltype(settings.bundle) bundle;
-  std::size_t bytes = 0;
   for (const auto& [key, text] : *object) {
-    if (!text.is_string()) return false;
-    bytes += key.size() + text.get_string().size();
-    if (bytes > kLongestBundle) return false;
-    bundle.emplace(key, text.get_string());
+    if (text.is_string())
+      bundle.insert_or_assign(key, text.get_string());
+    else if (text.is_null())
+      bundle.erase(key);
+    else
+      return false;
   }
+  std::size_t bytes = 0;
+  for (const auto& [key, text] : bundle) bytes += key.size() + text.size();
+  if (bytes > kLongestBundle) return false;
   settings.bundle = std::move(bundle);
   return true;
 }
@@ -58,7 +63,9 @@ bool applyOne(const boost::json::object& changes, std::string_view key, PhoneSet
     if (!status) return false;
     (key == "camera" ? settings.camera : settings.microphone) = *status;
   } else if (key == "bundle") {
-    return applyBundle(changes.at(key), settings);
+    return applyTexts(changes.at(key), {}, settings);
+  } else if (key == "texts") {
+    return applyTexts(changes.at(key), settings.bundle, settings);
   } else if (key == "canOpenSettings") {
     const auto* can = changes.at(key).if_bool();
     if (!can) return false;

@@ -22,8 +22,9 @@ struct PhoneSettings {
 /// "restricted", "denied" and "authorized".
 boost::json::object jsonOf(const PhoneSettings& settings);
 
-/// Takes over the keys of `changes`. A key that is unknown or a value that can't be
-/// used changes nothing at all; the result then says which, else it is empty.
+/// Takes over the keys of `changes`: those that jsonOf gives, and "texts", with which single texts
+/// of the bundle change (null: one goes). A key that is unknown or a value that can't be used
+/// changes nothing at all; the result then says which, else it is empty.
 std::string apply(const boost::json::object& changes, PhoneSettings& settings);
 
 /// Whether version `have` is at least major.minor.patch.

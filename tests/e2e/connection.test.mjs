@@ -33,6 +33,26 @@ test('over a connection that holds its frames up nothing untrue is said of a ses
   await panel.getByText(/^3 of 3 steps played: all as before\.$/).waitFor();
 });
 
+test('settings that are changed while the phone has not told of the first stand all', async () => {
+  const ada = await blank();
+  await holdFrames(ada.page, 1000);
+  await ada.visit(address());
+  const panel = await ada.openPanel('Phone');
+  const texts = { 'Application name': 'Lesson', 'Why the camera': 'To be seen', 'Why the microphone': 'To be heard' };
+  for (const [label, text] of Object.entries(texts)) {
+    await panel.getByLabel(label, { exact: true }).fill(text);
+    await panel.getByLabel(label, { exact: true }).blur();
+  }
+  await panel.getByLabel('Camera', { exact: true }).selectOption('denied');
+  await panel.getByLabel('Microphone', { exact: true }).selectOption('restricted');
+  await ada.openPanel('Time line');
+  await ada.row('microphone: restricted').waitFor(); // the last is told
+  await ada.openPanel('Phone');
+  const values = await Promise.all(Object.keys(texts).map((label) => panel.getByLabel(label, { exact: true }).inputValue()));
+  assert.deepEqual(values, Object.values(texts));
+  assert.equal(await panel.getByLabel('Camera', { exact: true }).inputValue(), 'denied');
+});
+
 /**
  * A way to the simulator by another address. `cut` ends what goes over it; what asks for a phone waits
  * for `beforePhone`.

@@ -34,6 +34,17 @@ TEST(PhoneSettings, OneBadKeyChangesNothing) {
   }
 }
 
+TEST(PhoneSettings, TextsOfTheBundleChangeOneByOne) {
+  PhoneSettings settings;
+  EXPECT_EQ(applied(R"({"bundle":{"a":"1","b":"2","c":""}})", settings), "");
+  EXPECT_EQ(applied(R"({"texts":{"b":"3","d":"4"}})", settings), "");
+  EXPECT_EQ(applied(R"({"texts":{"a":null,"none":null}})", settings), "");
+  EXPECT_EQ(jsonOf(settings).at("bundle"), boost::json::parse(R"({"b":"3","c":"","d":"4"})"));
+  EXPECT_EQ(applied(R"({"texts":{"b":5}})", settings), "the phone has no such setting: texts");
+  EXPECT_EQ(applied(R"({"texts":"b"})", settings), "the phone has no such setting: texts");
+  EXPECT_EQ(settings.bundle.at("b"), "3");
+}
+
 TEST(PhoneSettings, TextsAreOnlySoLong) {
   const std::string text(1024, 'x');
   PhoneSettings settings;
@@ -49,6 +60,8 @@ TEST(PhoneSettings, TextsAreOnlySoLong) {
   for (int i = 63; i < 100; ++i) bundle[std::to_string(i)] = text;
   EXPECT_EQ(apply({{"bundle", bundle}}, settings), "the phone has no such setting: bundle");
   EXPECT_EQ(settings.bundle.size(), 63U);
+  for (int i = 63; i < 100; ++i) apply({{"texts", {{std::to_string(i), text}}}}, settings);
+  EXPECT_EQ(settings.bundle.size(), 63U) << "nor is it longer one by one";
   EXPECT_LT(apply({{std::string(100'000, 'x'), 1}}, settings).size(), 200U);
 }
 

@@ -28,6 +28,9 @@ export interface PhoneSettings {
   appGroup: string;
 }
 
+/** `texts` are those of the bundle that change, with null for one that goes; `bundle` replaces all. */
+export type SettingsChange = Partial<PhoneSettings> & { texts?: Record<string, string | null> };
+
 /** How good the way to the cloud is: milliseconds one way, and percent lost. */
 export interface Network {
   delay: number;
@@ -86,7 +89,7 @@ export type ToPhone =
   | { kind: 'message'; text: string }
   | { kind: 'network'; drop: boolean }
   | ({ kind: 'network' } & Network)
-  | { kind: 'settings'; settings: Partial<PhoneSettings> }
+  | { kind: 'settings'; settings: SettingsChange }
   | { kind: 'answer'; media: 'camera' | 'microphone'; granted: boolean }
   | { kind: 'press'; alert: number; button: number }
   | { kind: 'broadcast'; event: BroadcastEvent }

@@ -2,7 +2,7 @@
 
 import { useSignal } from '@preact/signals';
 import type { ComponentChildren } from 'preact';
-import type { PhoneSettings, ToPhone } from './frames';
+import type { SettingsChange, ToPhone } from './frames';
 import './phonePage.css';
 import type { PhoneModel } from './phoneModel';
 import { Choice } from './tools/fields';
@@ -24,7 +24,7 @@ const texts: [string, string][] = [
 
 export function PhonePage({ phone }: { phone: PhoneModel }) {
   const settings = phone.settings.value;
-  const change = (changes: Partial<PhoneSettings>) => phone.send({ kind: 'settings', settings: changes });
+  const change = (changes: SettingsChange) => phone.send({ kind: 'settings', settings: changes });
   const button = (title: string, frame: ToPhone) => (
     <button class="small" onClick={() => phone.send(frame)}>
       {title}
@@ -79,10 +79,7 @@ export function PhonePage({ phone }: { phone: PhoneModel }) {
           key={key}
           label={label}
           value={settings?.bundle[key] ?? ''}
-          change={(text) => {
-            const { [key]: _replaced, ...others } = settings?.bundle ?? {};
-            change({ bundle: text ? { ...others, [key]: text } : others });
-          }}
+          change={(text) => change({ texts: { [key]: text || null } })}
         />
       ))}
 
