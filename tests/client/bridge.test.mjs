@@ -356,6 +356,24 @@ test('an error ends the answers; breaking out of the loop ends the waiting', asy
   assert.deepEqual(await broken.next(), { done: true, value: undefined });
 });
 
+test('parameters that can’t be written as JSON fail as all else does, and nothing is sent', async () => {
+  const application = new Application();
+  const bridge = await application.connected();
+  const circular = { audioId: 1, path: 'a.mp3' };
+  circular.itself = circular;
+  await assert.rejects(bridge.setAudioRoute(circular), TypeError);
+  await assert.rejects(bridge.send('its own', circular), TypeError);
+  const music = bridge.playMusic(circular);
+  await turn(); // nobody looks at it yet, and it is no unhandled rejection
+  await assert.rejects(async () => {
+    for await (const _ of music) assert.fail('an answer came');
+  }, TypeError);
+  assert.deepEqual(await music.next(), { done: true, value: undefined });
+  assert.deepEqual(bridge.unanswered, []);
+  void bridge.exitRoom();
+  assert.deepEqual(application.actions, ['exitRoom']);
+});
+
 test('a signal and a time-out end answers too', async () => {
   const application = new Application();
   const bridge = await application.connected();

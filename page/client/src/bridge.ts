@@ -238,21 +238,22 @@ export class Bridge {
       over = true;
       for (const resolve of asked.splice(0)) resolve(end);
     };
-    const forget = this.call(
-      command,
-      params,
-      options,
-      (value, text) => {
-        give(Promise.resolve({ done: false, value }));
-        const isLast = lasts[command]!(value ?? {}, text, params);
-        if (isLast) finish();
-        return !isLast;
-      },
-      (error) => {
-        give(Promise.reject(error));
-        finish();
-      },
-    );
+    const answer = (value: unknown, text: string) => {
+      give(Promise.resolve({ done: false, value }));
+      const isLast = lasts[command]!(value ?? {}, text, params);
+      if (isLast) finish();
+      return !isLast;
+    };
+    const fail = (error: unknown) => {
+      give(Promise.reject(error));
+      finish();
+    };
+    let forget = () => {};
+    try {
+      forget = this.call(command, params, options, answer, fail);
+    } catch (error) {
+      fail(error); // parameters that can't be written as JSON
+    }
     return {
       next: () =>
         come.shift() ?? (over ? Promise.resolve(end) : new Promise((resolve) => asked.push(resolve))),
