@@ -14,18 +14,27 @@ const script = readFileSync(new URL('../../page/client/dist/vemo-client.js', imp
 function windowWith(own = {}) {
   const listeners = new Map();
   const timers = [];
+  const intervals = [];
+  const observers = new Set();
   const warnings = [];
   const window = {
     setTimeout: (task, ms) => timers.push({ task, ms }),
     clearTimeout: () => {},
-    setInterval: () => {},
+    setInterval: (task) => intervals.push(task),
+    clearInterval: (number) => delete intervals[number - 1],
     requestAnimationFrame: () => {},
+    // As a window does, which has the same listener once.
     addEventListener: (type, listener) =>
-      listeners.set(type, [...(listeners.get(type) ?? []), listener]),
+      listeners.set(type, [...(listeners.get(type) ?? []).filter((other) => other !== listener), listener]),
     removeEventListener: (type, listener) =>
       listeners.set(type, (listeners.get(type) ?? []).filter((other) => other !== listener)),
     MutationObserver: class {
-      observe() {}
+      observe() {
+        observers.add(this);
+      }
+      disconnect() {
+        observers.delete(this);
+      }
     },
     document: {},
     console: { warn: (text) => warnings.push(text) },
@@ -46,6 +55,12 @@ function windowWith(own = {}) {
         else timers.push(timer);
       }
     },
+    /** How many of each listen, look again and again, or watch the document. */
+    counts: () => ({
+      ...Object.fromEntries([...listeners].map(([type, those]) => [type, those.length])),
+      intervals: intervals.filter(Boolean).length,
+      observers: observers.size,
+    }),
     fire: (type, data) => {
       let isOver = false;
       const event = { ...data, stopImmediatePropagation: () => (isOver = true) };
@@ -209,6 +224,21 @@ test('a page that goes away says so', () => {
   answer(port);
   fire('pagehide', {});
   assert.equal(port.frames.at(-1).kind, 'bye');
+});
+
+test('a page that connects again and again listens no more than once', () => {
+  const { bridge, answer, counts, fire } = framed();
+  const ports = [newPort(), newPort(), newPort()];
+  answer(ports[0]);
+  const once = counts();
+  assert.ok(once.focusin === 1 && once.pagehide === 1 && once.intervals === 1, JSON.stringify(once));
+  for (const port of ports.slice(1)) {
+    bridge.connect();
+    answer(port);
+    assert.deepEqual(counts(), once);
+  }
+  fire('pagehide', {});
+  assert.deepEqual(ports.map(({ frames }) => frames.length), [0, 0, 1]);
 });
 
 test('a page that is to reload says so before it does', () => {

@@ -5,11 +5,13 @@ import type { Box, Places } from './frames.js';
 const moves = ['scroll', 'resize', 'transitionrun', 'animationstart', 'load', 'input'];
 const seldomMs = 1000;
 
-/** Calls `tell` with the places, now and whenever they have changed. */
-export function watchPlaces(tell: (places: Places) => void): void {
+/** Calls `tell` with the places, now and whenever they have changed. Returns what ends that. */
+export function watchPlaces(tell: (places: Places) => void): () => void {
+  let isOver = false;
   let told = '{"views":[],"above":[]}';
   let looking = false;
   const look = () => {
+    if (isOver) return;
     const places = currentPlaces((root) => observer.observe(root, changes));
     const text = JSON.stringify(places);
     looking = text !== told || isMoving();
@@ -26,10 +28,16 @@ export function watchPlaces(tell: (places: Places) => void): void {
   observer.observe(document, changes);
   for (const move of moves) addEventListener(move, start, true);
   // What gives no sign of itself; a frame of the browser's costs more than the look.
-  setInterval(() => {
+  const timer = setInterval(() => {
     if (!looking && !document.hidden) look();
   }, seldomMs);
   start();
+  return () => {
+    isOver = true;
+    observer.disconnect();
+    for (const move of moves) removeEventListener(move, start, true);
+    clearInterval(timer);
+  };
 }
 
 function isMoving(): boolean {

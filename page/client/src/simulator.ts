@@ -4,6 +4,9 @@ import { connect, connected, type FromPage, type ToPage } from './frames.js';
 import { watchPlaces } from './places.js';
 import type { Transport } from './transport.js';
 
+/** Ends what a connection has set up, when another follows. */
+let endFormer = () => {};
+
 const loopback = /^https?:\/\/(localhost|127\.0\.0\.1|\[::1\])(:\d+)?$/;
 
 /**
@@ -21,7 +24,7 @@ export function simulator({ origin }: { origin?: string } = {}): Transport {
       event.stopImmediatePropagation(); // the next port is that of another Bridge, which has asked since
       removeEventListener('message', takePort);
       port = ports[0]!;
-      keepFocus();
+      endFormer();
       port.onmessage = ({ data: frame }: MessageEvent<ToPage>) => {
         if (frame.kind === 'state') onState(frame.state);
         if (frame.kind === 'script') run(frame.text, post);
@@ -32,8 +35,14 @@ export function simulator({ origin }: { origin?: string } = {}): Transport {
         if (frame.kind === 'look') wear(frame);
         if (frame.kind === 'has') post({ ...frame, has: typeof found(frame.path).value === 'function' });
       };
-      addEventListener('pagehide', () => post({ kind: 'bye' }));
-      watchPlaces((places) => post({ kind: 'places', ...places }));
+      const sayBye = () => post({ kind: 'bye' });
+      addEventListener('pagehide', sayBye);
+      const endWatching = watchPlaces((places) => post({ kind: 'places', ...places }));
+      endFormer = () => {
+        removeEventListener('pagehide', sayBye);
+        endWatching();
+      };
+      keepFocus();
     };
     addEventListener('message', takePort);
     parent.postMessage(connect, origin ?? '*');
@@ -93,10 +102,14 @@ function isJson(text: string): boolean {
 // While something lies above the page the browser takes the focus out of it; when the page has it again,
 // so has the element that had it, unless the user has pressed elsewhere.
 function keepFocus(): void {
-  let last: HTMLElement | undefined;
-  addEventListener('pointerdown', () => (last = undefined), true);
-  addEventListener('focusin', ({ target }) => (last = target as HTMLElement));
-  addEventListener('focus', () => {
-    if (document.activeElement === document.body && last?.isConnected) last.focus();
-  });
+  // Each of them listens once, however often it is added.
+  addEventListener('pointerdown', forgetFocus, true);
+  addEventListener('focusin', noteFocus);
+  addEventListener('focus', giveFocusBack);
+}
+let focused: HTMLElement | undefined;
+const forgetFocus = () => (focused = undefined);
+const noteFocus = ({ target }: FocusEvent) => (focused = target as HTMLElement);
+function giveFocusBack(): void {
+  if (document.activeElement === document.body && focused?.isConnected) focused.focus();
 }
