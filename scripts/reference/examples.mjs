@@ -108,8 +108,8 @@ const commands = {
  * event are the fields of its payload, save "userId", which is the own user.
  */
 const events = {
-  onError: { errCode: -3301, errMsg: 'the network does not answer', extInfo: {} },
-  onWarning: { warningCode: 1103, warningMsg: 'the camera is slow', extInfo: {} },
+  onError: { errCode: -3308, errMsg: 'no answer: no connection', extInfo: {} },
+  onWarning: { warningCode: 1104, warningMsg: 'screen capture started twice', extInfo: {} },
   onEnterRoom: { result: 120 },
   onExitRoom: { reason: 0 },
   onSwitchRole: { errCode: 0, errMsg: 'switched' },

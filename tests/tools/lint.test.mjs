@@ -5,7 +5,7 @@ import { beforeEach, test } from 'node:test';
 import { source } from './source.mjs';
 
 const { Linter } = await source('shell/tools/lint.ts');
-const { commands, engineCodes } = await source('shell/tools/protocol.ts');
+const { commands, engineCodes, eventNamed } = await source('shell/tools/protocol.ts');
 const { errorInWords } = await source('words.ts');
 
 let linter;
@@ -209,6 +209,13 @@ test('another music takes no place', () => {
 test('each code of the engine has words', () => {
   for (const { code } of engineCodes.filter((one) => one.code < 0))
     assert.doesNotMatch(errorInWords(code), /^Something went wrong/, code);
+});
+
+test('the example of an error or a warning has its code’s text', () => {
+  for (const name of ['onError', 'onWarning']) {
+    const [code, words] = Object.values(eventNamed(name).arguments);
+    assert.equal(words, engineCodes.find((one) => one.code === code)?.about, name);
+  }
 });
 
 test('the prompt for the camera that the microphone raises', () => {
