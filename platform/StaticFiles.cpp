@@ -88,6 +88,10 @@ std::string_view contentType(const std::filesystem::path& file) {
       {".mp3", "audio/mpeg"},
       {".mp4", "video/mp4"},
       {".webm", "video/webm"},
+      {".ogg", "audio/ogg"},
+      {".wav", "audio/wav"},
+      {".m4a", "audio/mp4"},
+      {".vtt", "text/vtt; charset=utf-8"},
   });
   const auto extension = file.extension().string();
   const auto found = std::ranges::find(kTypes, std::string_view(extension),

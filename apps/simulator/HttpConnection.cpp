@@ -6,11 +6,14 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <utility>
 
 #include "platform/StaticFiles.h"
 #include "simulator/AccessToken.h"
+#include "simulator/ByteRange.h"
+#include "simulator/FilePart.h"
 #include "simulator/PageConnection.h"
 
 namespace vemo {
@@ -65,6 +68,14 @@ Response text(http::status status, std::string_view sentence) {
   response.body() = std::string(sentence) + "\n";
   response.prepare_payload();
   return response;
+}
+
+/// The part that is asked for of a file of `size` bytes, if one is.
+std::optional<ByteRange> rangeOf(const http::fields& request, std::uint64_t size) {
+  // A file has no validator here that If-Range could hold.
+  if (request.count(http::field::range) != 1 || request.count(http::field::if_range) > 0)
+    return std::nullopt;
+  return byteRange(view(request[http::field::range]), size);
 }
 
 }  // namespace
@@ -182,14 +193,32 @@ void HttpConnection::giveFile(const Request& request, std::string_view path) {
   }
   if (!file)
     return respond(text(http::status::not_found, "There is no such file."), request.keep_alive());
-  http::file_body::value_type content;
+  FilePart::value_type content;
   beast::error_code problem;
-  content.open(file->c_str(), beast::file_mode::scan, problem);
+  content.file.open(file->c_str(), beast::file_mode::scan, problem);
+  const auto size = problem ? 0 : content.file.size(problem);
+  const auto range =
+      request.method() == http::verb::get ? rangeOf(request.base(), size) : std::nullopt;
+  if (range && !problem) content.file.seek(range->first, problem);
   if (problem)
     return respond(text(http::status::internal_server_error, "The file can't be read."),
                    request.keep_alive());
+  const auto ofSize = "/" + std::to_string(size);
+  if (range && range->length == 0) {
+    auto refused = text(http::status::range_not_satisfiable, "The file has no such bytes.");
+    refused.set(http::field::content_range, "bytes *" + ofSize);
+    return respond(std::move(refused), request.keep_alive());
+  }
 
-  auto response = found<http::file_body>(contentType(*file), std::move(content));
+  content.length = range ? range->length : size;
+  auto response = found<FilePart>(contentType(*file), std::move(content));
+  response.set(http::field::accept_ranges, "bytes");
+  if (range) {
+    response.result(http::status::partial_content);
+    const auto last = std::to_string(range->first + range->length - 1);
+    response.set(http::field::content_range,
+                 "bytes " + std::to_string(range->first) + "-" + last + ofSize);
+  }
   if (isOfPage) response.set(kPolicyField, "frame-ancestors 'self'");
   if (path == "/vemo-client.js") {  // for pages of other origins too
     response.set(http::field::access_control_allow_origin, "*");

@@ -304,6 +304,38 @@ test('a page is reloaded from where it has gone, however long its server takes',
   await ada.view.locator('output', { hasText: '/ for time 2' }).waitFor();
 });
 
+/** A minute of silence: a sound of one byte each 8,000th of a second. */
+function silence() {
+  const bytes = 60 * 8000;
+  const file = Buffer.alloc(44 + bytes, 128);
+  file.write('RIFF', 0);
+  file.writeUInt32LE(36 + bytes, 4);
+  file.write('WAVEfmt ', 8);
+  file.writeUInt32LE(16, 16);
+  file.writeUInt16LE(1, 20); // PCM
+  file.writeUInt16LE(1, 22);
+  file.writeUInt32LE(8000, 24);
+  file.writeUInt32LE(8000, 28);
+  file.writeUInt16LE(1, 32);
+  file.writeUInt16LE(8, 34);
+  file.write('data', 36);
+  file.writeUInt32LE(bytes, 40);
+  return file;
+}
+
+test('a page’s own media can be sought in', async () => {
+  newPage();
+  writeFileSync(join(folder, 'silence.wav'), silence());
+  const ada = await open(await simulate('--page', folder));
+  await ada.view.getByText('sdk version').waitFor();
+  const frame = ada.page.frames()[1];
+  await frame.evaluate(() => {
+    window.sound = new Audio('silence.wav');
+    sound.addEventListener('loadedmetadata', () => (sound.currentTime = 50));
+  });
+  await frame.waitForFunction(() => !sound.seeking && sound.currentTime === 50);
+});
+
 test('a page of localhost has its cookies', async () => {
   const port = new URL(await serve(`<script src="/vemo-client.js"></script><output></output><script>
       document.querySelector('output').append(document.cookie);

@@ -26,6 +26,60 @@ TEST_F(WebServerTest, ServesTheFilesOfItsFolder) {
   EXPECT_EQ(head.body(), "");
 }
 
+TEST_F(WebServerTest, ServesAPartOfAFile) {
+  folder_.write("page/film.mp4", "0123456789");
+  folder_.write("page/empty.mp4", "");
+  const auto part = [this](const std::string& range, http::verb verb = http::verb::get,
+                           const std::string& file = "film") {
+    return get("/page/" + file + ".mp4", verb, "", range);
+  };
+  struct Asked {
+    std::string range, told, bytes;
+  };
+  for (const auto& [range, told, bytes] :
+       {Asked{"bytes=2-4", "2-4", "234"}, Asked{"bytes=0-0", "0-0", "0"},
+        Asked{"bytes=7-", "7-9", "789"}, Asked{"bytes=-3", "7-9", "789"},
+        Asked{"bytes=-30", "0-9", "0123456789"}, Asked{"Bytes=8-99", "8-9", "89"},
+        Asked{"bytes=9-99999999999999999999999", "9-9", "9"}}) {
+    const auto response = part(range);
+    EXPECT_EQ(response.result(), http::status::partial_content) << range;
+    EXPECT_EQ(response[http::field::content_range], "bytes " + told + "/10") << range;
+    EXPECT_EQ(response[http::field::content_length], std::to_string(bytes.size())) << range;
+    EXPECT_EQ(response[http::field::content_type], "video/mp4") << range;
+    EXPECT_EQ(response[kPolicy], "frame-ancestors 'self'") << range;
+    EXPECT_EQ(response.body(), bytes) << range;
+  }
+  for (const auto* range :
+       {"bytes=10-", "bytes=10-11", "bytes=99999999999999999999999-", "bytes=-0"}) {
+    const auto response = part(range);
+    EXPECT_EQ(response.result(), http::status::range_not_satisfiable) << range;
+    EXPECT_EQ(response[http::field::content_range], "bytes */10") << range;
+  }
+  EXPECT_EQ(part("bytes=0-", http::verb::get, "empty").result(),
+            http::status::range_not_satisfiable);
+
+  // All of it, where the field is malformed, of another unit or asks for more than one part.
+  for (const auto* range :
+       {"bytes", "bytes=", "bytes=-", "bytes=4-2", "bytes=a-4", "bytes=2-b", "bytes=2-4 ,",
+        "bytes=+2-4", "bytes=0x2-4", "bytes=2-4,6-7", "bytes=--4", "lines=2-4"}) {
+    const auto response = part(range);
+    EXPECT_EQ(response.result(), http::status::ok) << range;
+    EXPECT_EQ(response.body(), "0123456789") << range;
+    EXPECT_EQ(response[http::field::accept_ranges], "bytes") << range;
+    EXPECT_EQ(response.count(http::field::content_range), 0U) << range;
+  }
+  for (const auto* more : {"If-Range: \"a\"\r\n", "Range: bytes=5-6\r\n"}) {
+    const auto response = answerTo("GET /page/film.mp4 HTTP/1.1\r\nHost: " + host_ +
+                                   "\r\nRange: bytes=2-4\r\n" + more + "\r\n");
+    EXPECT_EQ(response.body(), "0123456789") << more;
+  }
+  EXPECT_EQ(part("bytes=-5", http::verb::get, "empty").result(), http::status::ok);
+  const auto head = part("bytes=2-4", http::verb::head);
+  EXPECT_EQ(head.result(), http::status::ok);
+  EXPECT_EQ(head[http::field::content_length], "10");
+  EXPECT_EQ(head[http::field::accept_ranges], "bytes");
+}
+
 TEST_F(WebServerTest, ServesAPageOfItsOwnFolder) {
   EXPECT_EQ(get("/page/").body(), "<p>own</p>");
   EXPECT_EQ(get("/page/more%20of%20it/?a=b").body(), "<p>more</p>");

@@ -149,9 +149,11 @@ class WebServerTest : public testing::Test {
 
   http::response<http::string_body> get(const std::string& target,
                                         http::verb verb = http::verb::get,
-                                        const std::string& host = "") {
+                                        const std::string& host = "",
+                                        const std::string& range = "") {
     http::request<http::string_body> request(verb, target, 11);
     request.set(http::field::host, host.empty() ? host_ : host);
+    if (!range.empty()) request.set(http::field::range, range);
     auto socket = connected();
     http::write(socket, request);
     beast::flat_buffer buffer;
