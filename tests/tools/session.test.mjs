@@ -38,3 +38,13 @@ test('a scenario knows no times, nor does a recording whose line has none', () =
     }
   }
 });
+
+test('an answer that names no command stands beneath the step that it comes of', () => {
+  const steps = [
+    '{"command":"initSDK","expect":[{"effect":"reply","action":"initSDK"}]}',
+    '{"command":"startLocalAudio"}',
+    '{"access":false,"expect":[{"effect":"reply","error":{"errcode":-1317}}]}\n',
+  ];
+  const [init, , access] = Session.read('it.jsonl', steps.join('\n')).timeline.rows;
+  assert.deepEqual([init.answers.length, access.answers?.length], [1, 1]);
+});

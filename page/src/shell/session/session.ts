@@ -58,7 +58,7 @@ export class Session {
     const asked = new Map<unknown, Row>();
     this.steps = steps.map(({ at, thread, effects, ...step }) => {
       const row = this.timeline.add({ ...rowOfStep(step.step), at, thread });
-      if (row.kind === 'command') asked.set(step.step['as'], row);
+      if (row.kind === 'command' && 'as' in step.step) asked.set(step.step['as'], row);
       const { periodic } = row;
       for (const { effect, at } of effects)
         this.timeline.add({ ...rowOfEffect(effect), at, periodic, cause: causeOf(effect, asked, row) });
