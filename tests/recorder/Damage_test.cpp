@@ -19,6 +19,7 @@
 #include <string_view>
 #include <vector>
 
+#include "Setting.h"
 #include "recorder/Recorded.h"
 #include "replay/Scenario.h"
 
@@ -192,16 +193,11 @@ class Vandal {
   std::mt19937_64 dice_;
 };
 
-std::uint64_t setting(const char* name, std::uint64_t usual) {
-  const char* const text = std::getenv(name);
-  return text ? std::strtoull(text, nullptr, 10) : usual;
-}
-
 /// VEMO_DAMAGE_RUNS and VEMO_DAMAGE_SEED make it longer and another, VEMO_DAMAGE_FILE has it
 /// begin with another recording.
 TEST(Damage, AnyOfItIsReadOrRefused) {
-  const auto runs = setting("VEMO_DAMAGE_RUNS", 500);
-  Vandal vandal(setting("VEMO_DAMAGE_SEED", 1));
+  const auto runs = settingOr("VEMO_DAMAGE_RUNS", 500);
+  Vandal vandal(settingOr("VEMO_DAMAGE_SEED", 1));
   auto recording = session().recording;
   if (const char* const name = std::getenv("VEMO_DAMAGE_FILE")) {
     std::ostringstream text;

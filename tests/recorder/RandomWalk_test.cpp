@@ -19,6 +19,7 @@
 #include <utility>
 #include <vector>
 
+#include "Setting.h"
 #include "json/JsonText.h"
 #include "platform/MainThreadQueue.h"
 #include "platform/SecretMask.h"
@@ -296,12 +297,6 @@ class Walk {
   std::vector<std::unique_ptr<Phone>> phones_;
 };
 
-/// VEMO_WALK_STEPS and VEMO_WALK_SEED make it longer and another.
-std::uint64_t setting(const char* name, std::uint64_t usual) {
-  const char* const text = std::getenv(name);
-  return text ? std::strtoull(text, nullptr, 10) : usual;
-}
-
 /// Plays `recording` and compares.
 void expectReplaysAsRecorded(const std::string& recording, std::ptrdiff_t leastLines = 100) {
   EXPECT_EQ(recording.find("verysecret"), std::string::npos);
@@ -328,21 +323,22 @@ void expectReplaysAsRecorded(const std::string& recording, std::ptrdiff_t leastL
   std::cout << last << ", " << overlapped << " of them other where steps overlapped\n";
 }
 
+/// VEMO_WALK_STEPS and VEMO_WALK_SEED make it longer and another.
 TEST(RandomWalk, ReplaysAsItWasRecorded) {
-  Walk walk(setting("VEMO_WALK_SEED", 1));
-  for (auto left = setting("VEMO_WALK_STEPS", 1000); left > 0; --left) walk.step();
+  Walk walk(settingOr("VEMO_WALK_SEED", 1));
+  for (auto left = settingOr("VEMO_WALK_STEPS", 1000); left > 0; --left) walk.step();
   for (std::size_t which = 0; which < 2; ++which) expectReplaysAsRecorded(walk.session(which));
   if (!std::getenv("VEMO_WALK_STEPS")) expectReplaysAsRecorded(walk.saved(0));
 }
 
 TEST(RandomWalk, OfTenPhonesEachReplaysAsItWasRecorded) {
-  Walk walk(setting("VEMO_WALK_SEED", 2), 10);
+  Walk walk(settingOr("VEMO_WALK_SEED", 2), 10);
   for (int left = 2000; left > 0; --left) walk.step();
   for (std::size_t which = 0; which < 10; ++which) expectReplaysAsRecorded(walk.session(which), 50);
 }
 
 TEST(RandomWalk, WhatBreaksOffReplaysAsFarAsItGoes) {
-  Walk walk(setting("VEMO_WALK_SEED", 3));
+  Walk walk(settingOr("VEMO_WALK_SEED", 3));
   for (int left = 600; left > 0; --left) walk.step();
   const auto whole = walk.session(0);
   for (int part = 3; part < 10; part += 2)

@@ -3,7 +3,6 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
-#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -12,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "Setting.h"
 #include "StressedPhone.h"
 
 // Pages, an engine, the user, downloads, music, the host and the broadcast extension, each on
@@ -20,11 +20,6 @@
 
 namespace vemo::test {
 namespace {
-
-std::uint64_t fromEnvironment(const char* name, std::uint64_t otherwise) {
-  const char* text = std::getenv(name);
-  return text ? std::stoull(text) : otherwise;
-}
 
 class Stress {
  public:
@@ -152,8 +147,8 @@ class Stress {
 };
 
 TEST(Stress, AnswersAreAsOftenAsPromisedAndNothingComesAfterTheEnd) {
-  const auto operations = fromEnvironment("VEMO_STRESS_OPERATIONS", 20'000);
-  Stress stress(operations, fromEnvironment("VEMO_STRESS_SEED", 1));
+  const auto operations = settingOr("VEMO_STRESS_OPERATIONS", 20'000);
+  Stress stress(operations, settingOr("VEMO_STRESS_SEED", 1));
   stress.run();
   RecordProperty("routers", std::to_string(stress.routers()));
   EXPECT_GT(stress.routers(), 4U);
