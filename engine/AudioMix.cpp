@@ -12,6 +12,11 @@ namespace {
 
 constexpr double kFullVolume = 100.0;
 constexpr double kQuietest = -60.0;  // dB of full scale; below it nothing is heard
+constexpr std::chrono::milliseconds kFirstPause{1'000};
+constexpr std::chrono::milliseconds kLongestPause{8'000};
+constexpr std::chrono::milliseconds kBetweenLooks{500};
+/// What a sink has played once it counts as back: one that breaks again before is not told of.
+constexpr std::uint64_t kSteady = 200;
 
 }  // namespace
 
@@ -31,9 +36,12 @@ int loudnessOf(GstSample* sample) {
 }
 
 AudioMix::AudioMix(EngineThread& thread, const std::string& sink,
-                   std::function<void(GstSample*)> onSample,
-                   std::function<void(const std::string& why)> onTrouble)
-    : thread_(thread), onSample_(std::move(onSample)), onTrouble_(std::move(onTrouble)) {
+                   std::function<void(GstSample*)> onSample, Listener listener)
+    : thread_(thread),
+      wanted_(onSample ? "appsink name=out sync=false max-buffers=20 drop=true" : sink),
+      onSample_(std::move(onSample)),
+      listener_(std::move(listener)),
+      pause_(kFirstPause) {
   initialiseGStreamer();
   const std::string sound = kSound;
   std::string why;
@@ -54,9 +62,16 @@ AudioMix::AudioMix(EngineThread& thread, const std::string& sink,
         return G_SOURCE_CONTINUE;
       },
       this);
-  if (!playTo(onSample_ ? "appsink name=out sync=false max-buffers=20 drop=true" : sink, why)) {
-    failed(why);
-  }
+  const GstRef<GstPad> out(gst_element_get_static_pad(last_.get(), "src"));
+  using Count = HandedOver<std::atomic<std::uint64_t>*>;
+  gst_pad_add_probe(
+      out.get(), GST_PAD_PROBE_TYPE_BUFFER,
+      [](GstPad*, GstPadProbeInfo*, gpointer played) {
+        ++*Count::in(played);
+        return GST_PAD_PROBE_OK;
+      },
+      new Count(&played_), Count::drop);
+  if (!playTo(wanted_, why)) failed(why);
 }
 
 bool AudioMix::playTo(const std::string& sink, std::string& why) {
@@ -67,6 +82,7 @@ bool AudioMix::playTo(const std::string& sink, std::string& why) {
   gst_bus_set_flushing(bus.get(), FALSE);
   if (sink_) gst_bin_remove(GST_BIN(pipeline_.get()), sink_.get());
   sink_.reset();
+  played_ = 0;
   GError* error = nullptr;
   auto* made = gst_parse_bin_from_description_full(sink.c_str(), TRUE, nullptr,
                                                    GST_PARSE_FLAG_FATAL_ERRORS, &error);
@@ -89,9 +105,24 @@ bool AudioMix::playTo(const std::string& sink, std::string& why) {
 }
 
 void AudioMix::failed(const std::string& why) {
-  onTrouble_(why);
+  steady_.reset();
+  if (!std::exchange(isOut_, true)) listener_.onTrouble(why);
   std::string ignored;
   playTo("fakesink sync=true", ignored);
+  retry_ = thread_.after(pause_, [this] { tryAgain(); });
+  pause_ = std::min(2 * pause_, kLongestPause);
+}
+
+void AudioMix::tryAgain() {
+  std::string why;
+  if (!playTo(wanted_, why)) return failed(why);
+  steady_ = thread_.every(kBetweenLooks, [this] {
+    if (played_ < kSteady) return;
+    isOut_ = false;
+    pause_ = kFirstPause;
+    listener_.onBack();
+    steady_.reset();
+  });
 }
 
 AudioMix::~AudioMix() {

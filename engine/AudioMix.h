@@ -1,6 +1,8 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -41,11 +43,18 @@ class AudioMix {
     GstRef<GstPad> pad_;
   };
 
-  /// The mix goes to `sink`, a GStreamer description, or where that can't be used, from the start
-  /// or later, nowhere, at the same pace; or to `onSample`, if that is given, on a streaming
-  /// thread.
+  struct Listener {
+    /// The sink can't be used, from the start or later; not told again until it is back.
+    std::function<void(const std::string& why)> onTrouble;
+    /// It is used again, and has been for some time.
+    std::function<void()> onBack;
+  };
+
+  /// The mix goes to `sink`, a GStreamer description; while that can't be used, nowhere, at the
+  /// same pace, and it is tried again after ever longer pauses up to eight seconds. Or it goes to
+  /// `onSample`, if that is given, on a streaming thread.
   AudioMix(EngineThread& thread, const std::string& sink, std::function<void(GstSample*)> onSample,
-           std::function<void(const std::string& why)> onTrouble);
+           Listener listener);
   ~AudioMix();
   AudioMix(const AudioMix&) = delete;
   AudioMix& operator=(const AudioMix&) = delete;
@@ -57,15 +66,22 @@ class AudioMix {
   /// Whether the mix can go there; otherwise `why` it can't.
   bool playTo(const std::string& sink, std::string& why);
   void failed(const std::string& why);
+  void tryAgain();
 
   EngineThread& thread_;
+  const std::string wanted_;
   const std::function<void(GstSample*)> onSample_;
-  const std::function<void(const std::string& why)> onTrouble_;
+  const Listener listener_;
   GstRef<GstElement> pipeline_;
   GstRef<GstElement> mixer_;
   GstRef<GstElement> volume_;
   GstRef<GstElement> last_;  // before the sink
   GstRef<GstElement> sink_;
+  std::atomic<std::uint64_t> played_ = 0;  // blocks, to this sink
+  bool isOut_ = false;                     // the sink can't be used, which was told
+  std::chrono::milliseconds pause_;
+  EngineThread::Timer retry_;
+  EngineThread::Timer steady_;  // until the sink is known to be back
 };
 
 }  // namespace vemo::janus

@@ -1,22 +1,51 @@
 #include "engine/Capture.h"
 
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
 #include <utility>
 
 namespace vemo::janus {
+namespace {
+
+constexpr std::chrono::milliseconds kFirstPause{1'000};
+constexpr std::chrono::milliseconds kLongestPause{8'000};
+/// What a device has given once it counts as back: one that breaks again before is not told of.
+constexpr std::uint64_t kSteady = 200;
+
+}  // namespace
+
+/// One source, from its start to its end.
+struct Capture::Run {
+  std::size_t number = 0;  // of the devices; behind them the substitute
+  GstRef<GstElement> pipeline;
+  std::atomic<bool> isUsed = false;  // what it gives is for the listener
+  std::atomic<std::uint64_t> samples = 0;
+};
 
 struct Capture::State : std::enable_shared_from_this<State> {
   State(EngineThread& on, Sources from, std::string to, Listener tell)
       : thread(on), sources(std::move(from)), format(std::move(to)), listener(std::move(tell)) {}
 
-  /// Of what is used or tried; empty when there is nothing more.
-  std::string description() const {
-    if (next < sources.devices.size()) return sources.devices[next];
-    return next == sources.devices.size() ? sources.substitute : "";
+  /// Empty where there is nothing more.
+  std::string description(std::size_t number) const {
+    if (number < sources.devices.size()) return sources.devices[number];
+    return number == sources.devices.size() ? sources.substitute : "";
   }
-  void startNext();
-  void failed(const std::string& why);
+  void use(std::size_t number);
+  void tryAgain(std::size_t number);
+  void tryLater();
+  void begin(const std::shared_ptr<Run>& run);
+  void gave(const std::shared_ptr<Run>& run, std::uint64_t samples);
+  void failed(const std::shared_ptr<Run>& run, const std::string& why);
+  static void end(const std::shared_ptr<Run>& run) {
+    if (!run) return;
+    if (const auto ending = std::move(run->pipeline)) endPipeline(ending.get());
+  }
   void end() {
-    if (const auto ending = std::move(pipeline)) endPipeline(ending.get());
+    retry.reset();
+    end(std::exchange(trial, nullptr));
+    end(std::exchange(used, nullptr));
     starting.reset();
   }
 
@@ -24,65 +53,119 @@ struct Capture::State : std::enable_shared_from_this<State> {
   const Sources sources;
   const std::string format;
   const Listener listener;
-  std::size_t next = 0;  // of the devices; behind them the substitute
-  GstRef<GstElement> pipeline;
+  std::shared_ptr<Run> used;
+  std::shared_ptr<Run> trial;   // of a device, while the substitute is used
   EngineThread::Busy starting;  // until the first sample
-  std::atomic<bool> started = false;
+  bool isOut = false;           // no device could be used lately, which was told
+  EngineThread::Timer retry;
+  std::chrono::milliseconds pause = kFirstPause;
 };
 
-void Capture::State::startNext() {
-  const auto source = description();
-  if (source.empty()) {
-    starting.reset();
+void Capture::State::use(std::size_t number) {
+  if (description(number).empty()) {
+    end();
     listener.onEnded();
     return;
   }
-  std::string why;
-  pipeline = parsePipeline(
-      source + " ! " + format + " ! appsink name=out sync=false max-buffers=4 drop=true", why);
-  if (!pipeline) return failed(why);
+  const auto run = std::make_shared<Run>();
+  run->number = number;
+  run->isUsed = true;
+  used = run;
+  begin(run);
+}
 
-  using Weak = std::weak_ptr<State>;
-  onSamples(elementOf(pipeline.get(), "out").get(), [weak = weak_from_this()](GstSample* sample) {
-    const auto self = weak.lock();
-    if (!self) return;
-    self->listener.onSample(sample);
-    if (self->started.exchange(true)) return;
-    self->thread.post([weak] {
-      const auto held = weak.lock();
-      if (!held || !held->pipeline) return;
-      held->starting.reset();
-      held->listener.onStarted();
+void Capture::State::tryAgain(std::size_t number) {
+  const auto run = std::make_shared<Run>();
+  run->number = number;
+  trial = run;
+  begin(run);
+}
+
+void Capture::State::tryLater() {
+  retry = thread.after(pause, [weak = weak_from_this()] {
+    if (const auto self = weak.lock()) self->tryAgain(0);
+  });
+  pause = std::min(2 * pause, kLongestPause);
+}
+
+void Capture::State::begin(const std::shared_ptr<Run>& run) {
+  std::string why;
+  run->pipeline = parsePipeline(description(run->number) + " ! " + format +
+                                    " ! appsink name=out sync=false max-buffers=4 drop=true",
+                                why);
+  if (!run->pipeline) return failed(run, why);
+
+  struct Both {
+    std::weak_ptr<State> state;
+    std::weak_ptr<Run> run;
+  };
+  const Both both{weak_from_this(), run};
+  onSamples(elementOf(run->pipeline.get(), "out").get(), [both](GstSample* sample) {
+    const auto self = both.state.lock();
+    const auto from = both.run.lock();
+    if (!self || !from) return;
+    if (from->isUsed) self->listener.onSample(sample);
+    const auto samples = ++from->samples;
+    if (samples != 1 && samples != kSteady) return;
+    self->thread.post([both, samples] {
+      const auto held = both.state.lock();
+      const auto giver = both.run.lock();
+      if (held && giver) held->gave(giver, samples);
     });
   });
-  const GstRef<GstBus> bus(gst_element_get_bus(pipeline.get()));
+  const GstRef<GstBus> bus(gst_element_get_bus(run->pipeline.get()));
   gst_bus_add_watch_full(
       bus.get(), G_PRIORITY_DEFAULT,
       [](GstBus*, GstMessage* message, gpointer data) -> gboolean {
-        const auto self = static_cast<Weak*>(data)->lock();
-        if (!self) return G_SOURCE_REMOVE;
+        const auto& told = *static_cast<Both*>(data);
+        const auto self = told.state.lock();
+        const auto from = told.run.lock();
+        if (!self || !from) return G_SOURCE_REMOVE;
         if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_ERROR) {
-          self->failed(errorText(message));
+          self->failed(from, errorText(message));
           return G_SOURCE_REMOVE;
         }
         if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS) {
-          self->failed("the source ended");
+          self->failed(from, "the source ended");
           return G_SOURCE_REMOVE;
         }
         return G_SOURCE_CONTINUE;
       },
-      new Weak(weak_from_this()), [](gpointer data) { delete static_cast<Weak*>(data); });
+      new Both(both), [](gpointer data) { delete static_cast<Both*>(data); });
   // A failure to start comes as a message as well, which tells why.
-  gst_element_set_state(pipeline.get(), GST_STATE_PLAYING);
+  gst_element_set_state(run->pipeline.get(), GST_STATE_PLAYING);
 }
 
-void Capture::State::failed(const std::string& why) {
+void Capture::State::gave(const std::shared_ptr<Run>& run, std::uint64_t samples) {
+  if (run == trial) {
+    end(std::exchange(used, std::exchange(trial, nullptr)));
+    run->isUsed = true;
+  }
+  if (run != used) return;
+  if (std::exchange(starting, nullptr)) listener.onStarted();
+  if (run != used || samples != kSteady || !isOut || run->number >= sources.devices.size()) return;
+  isOut = false;
+  pause = kFirstPause;
+  if (listener.onBack) listener.onBack(description(run->number));
+}
+
+void Capture::State::failed(const std::shared_ptr<Run>& run, const std::string& why) {
   const auto self = shared_from_this();
-  if (const auto ending = std::move(pipeline)) gst_element_set_state(ending.get(), GST_STATE_NULL);
-  started = false;
-  listener.onTrouble(description(), why, next + 1 >= sources.devices.size());
-  ++next;
-  startNext();
+  end(run);
+  const auto next = run->number + 1;
+  const bool isLast = next >= sources.devices.size();
+  if (run == trial) {
+    trial.reset();
+    return isLast ? tryLater() : tryAgain(next);
+  }
+  if (run != used) return;
+  if (!isOut) listener.onTrouble(description(run->number), why, isLast);
+  if (run != used) return;  // ended by the listener
+  if (isLast && sources.triesAgain && run->number < sources.devices.size()) {
+    isOut = true;
+    tryLater();
+  }
+  use(next);
 }
 
 Capture::Capture(EngineThread& thread, Sources sources, std::string format, Listener listener)
@@ -91,14 +174,10 @@ Capture::Capture(EngineThread& thread, Sources sources, std::string format, List
   initialiseGStreamer();
   state_->starting = thread.busy();
   thread.post([weak = std::weak_ptr(state_)] {
-    if (const auto state = weak.lock()) state->startNext();
+    if (const auto state = weak.lock()) state->use(0);
   });
 }
 
 Capture::~Capture() { state_->end(); }
-
-bool Capture::isRunning() const { return state_->started; }
-
-std::string Capture::source() const { return state_->description(); }
 
 }  // namespace vemo::janus

@@ -1,9 +1,7 @@
 #pragma once
 
-#include <atomic>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -13,7 +11,9 @@
 namespace vemo::janus {
 
 /// A device, or what stands for one, that gives pictures or sound: the first of some sources that
-/// can be started. Engine thread, where not said otherwise.
+/// can be started. Where it is asked for, devices are tried again while another thing stands for
+/// them, and the first that gives something takes its place. Engine thread, where not said
+/// otherwise.
 class Capture {
  public:
   struct Listener {
@@ -21,16 +21,20 @@ class Capture {
     std::function<void(GstSample* sample)> onSample;
     /// The first sample has come.
     std::function<void()> onStarted;
-    /// A device could not be started, or went away; `isLast`: there is no other to try.
+    /// A device could not be started, or went away; `isLast`: there is no other to try. Of those
+    /// that are tried again it is not told.
     std::function<void(const std::string& device, const std::string& why, bool isLast)> onTrouble;
     /// There is nothing that stands for the last device either.
     std::function<void()> onEnded;
+    /// A device that was tried again is used, and has been for some time.
+    std::function<void(const std::string& device)> onBack{};
   };
   /// GStreamer descriptions: of devices, and of what stands for them when none can be used, which
   /// may be empty.
   struct Sources {
     std::vector<std::string> devices;
     std::string substitute;
+    bool triesAgain = false;  ///< devices, while the substitute is used
   };
 
   /// `format` is what samples are turned into. It begins when this is made; the listener hears of
@@ -40,11 +44,8 @@ class Capture {
   Capture(const Capture&) = delete;
   Capture& operator=(const Capture&) = delete;
 
-  bool isRunning() const;
-  /// The description of the source that is used.
-  std::string source() const;
-
  private:
+  struct Run;
   struct State;
   const std::shared_ptr<State> state_;
 };

@@ -21,7 +21,7 @@ struct RgbaPicture {
 
 /// What an engine needs to know of the place where it runs. Sources and sinks are GStreamer
 /// descriptions; the first that can be used is, and where none can, a test picture, silence, or
-/// nowhere stands for them.
+/// nowhere stands for them; for silence and nowhere, until one can.
 struct EngineOptions {
   std::string version = "1.0.0";
 

@@ -37,6 +37,9 @@ namespace vemo {
 ///
 /// A speed test measures round trips by requests, and knows no loss but that of answers.
 ///
+/// A speaker or microphone that can't be used, or went away, is tried again after ever longer
+/// pauses up to eight seconds, which leaves a record once it is back.
+///
 /// Experimental calls: {"api":"dropConnection"} drops the connection to the server, as a network
 /// might; {"api":"losePackets","percent":20} loses so many of what is sent, until the room is left
 /// or it is 0; all else is warned of.

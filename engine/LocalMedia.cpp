@@ -231,9 +231,10 @@ AudioMix& Conference::sentMix() {
   if (!sent_) {
     sent_ = std::make_unique<AudioMix>(
         *thread_, "", [outgoing = outgoing_](GstSample* mixed) { outgoing->sound(mixed); },
-        [log = log_](const std::string& why) {
-          log->write(EngineLog::error, "what is sent can't be mixed: " + why);
-        });
+        AudioMix::Listener{[log = log_](const std::string& why) {
+                             log->write(EngineLog::error, "what is sent can't be mixed: " + why);
+                           },
+                           [log = log_] { log->write(EngineLog::info, "what is sent is mixed"); }});
   }
   return *sent_;
 }
@@ -252,9 +253,11 @@ AudioMix& Conference::playoutMix() {
     }
     playout_ = std::make_unique<AudioMix>(
         *thread_, options_->speaker, std::move(tap),
-        bind([](Conference& self, const std::string& why) {
-          self.warn(kWarnDevice, "The speaker can't be used, so you hear nothing: " + why);
-        }));
+        AudioMix::Listener{
+            bind([](Conference& self, const std::string& why) {
+              self.warn(kWarnDevice, "The speaker can't be used, so you hear nothing: " + why);
+            }),
+            [log = log_] { log->write(EngineLog::info, "The speaker is used again"); }});
     playout_->setVolume(playoutVolume_);
   }
   return *playout_;
@@ -268,7 +271,7 @@ void Conference::startMicrophone(std::int32_t quality) {
   microphoneInput_->setVolume(captureVolume_);
   outgoing_->setMicrophone(microphoneInput_.get());
   microphone_ = std::make_unique<Capture>(
-      *thread_, Capture::Sources{options_->microphone, kSilence},
+      *thread_, Capture::Sources{options_->microphone, kSilence, true},
       std::string("audioconvert ! audioresample ! ") + kSound,
       Capture::Listener{[outgoing = outgoing_](GstSample* sample) { outgoing->microphone(sample); },
                         bind([](Conference& self) {
@@ -278,7 +281,10 @@ void Conference::startMicrophone(std::int32_t quality) {
                           self.publish();
                         }),
                         onTrouble("The microphone can't be used, so nobody can hear you: "),
-                        bind([](Conference& self) { self.stopMicrophone(); })});
+                        bind([](Conference& self) { self.stopMicrophone(); }),
+                        [log = log_](const std::string& device) {
+                          log->write(EngineLog::info, "The microphone is used again: " + device);
+                        }});
 }
 
 void Conference::stopMicrophone() {
