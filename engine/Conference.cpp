@@ -130,6 +130,12 @@ JanusConnection::Settings Conference::connectionTo(const std::string& server,
   return settings;
 }
 
+PeerConnection::Settings Conference::connectionForMedia() const {
+  return {.stunServer = options_->stunServer,
+          .turnServer = options_->turnServer,
+          .latencyMs = kJitterBufferMs};
+}
+
 void Conference::enter(const KOBUParams& params) {
   if (state_ != State::outside) {
     emit([](auto& to) { to.onError(kAlreadyInRoom, "already in a room", std::nullopt); });
@@ -165,9 +171,7 @@ void Conference::enter(const KOBUParams& params) {
   settings.userId = userId_;
   settings.adminKey = options_->adminKey;
   settings.mostAnchors = options_->mostAnchors;
-  settings.media = {.stunServer = options_->stunServer,
-                    .turnServer = options_->turnServer,
-                    .latencyMs = kJitterBufferMs};
+  settings.media = connectionForMedia();
   visit_ = std::make_shared<RoomVisit>(*thread_, std::move(settings), visitListener());
   const auto since = Clock::now();
   visit_->enter(presence(), [weak = weak_from_this(), visit = std::weak_ptr(visit_),
@@ -541,7 +545,10 @@ void Conference::startSpeedTest(const std::string& userSig,
   std::vector<JanusConnection::Settings> all;
   const auto token = UserSignature::of(userSig).server;
   for (const auto& server : servers()) all.push_back(connectionTo(server, token));
-  speedTest_ = std::make_unique<SpeedTest>(*thread_, std::move(all), std::move(completion));
+  speedTest_ = std::make_unique<SpeedTest>(
+      *thread_, std::move(all), LossTest::Settings{options_->adminKey, connectionForMedia()},
+      std::move(completion),
+      [log = log_](const std::string& text) { log->write(EngineLog::warning, text); });
 }
 
 }  // namespace vemo::janus

@@ -151,6 +151,7 @@ class Conference : public std::enable_shared_from_this<Conference> {
   // Room
   std::vector<std::string> servers();
   JanusConnection::Settings connectionTo(const std::string& server, const std::string& token) const;
+  PeerConnection::Settings connectionForMedia() const;
   RoomVisit::Listener visitListener();
   void entered(std::chrono::steady_clock::time_point since, const RoomVisit::Failure* failure);
   void failEntering(std::int32_t code, const std::string& text);

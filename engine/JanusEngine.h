@@ -35,7 +35,9 @@ namespace vemo {
 /// Not there yet, with a record that says so: the screencast portal, so that without X11 a capture
 /// of the screen ends at once, with a warning and onScreenCaptureStoped.
 ///
-/// A speed test measures round trips by requests, and knows no loss but that of answers.
+/// A speed test measures the round trip by requests, and the loss each way by sound that it sends
+/// into a room of its own and receives again; docs/engine.md says what a result tells where that
+/// can't be. It makes its room with the signature, whatever room that is for.
 ///
 /// A speaker or microphone that can't be used, or went away, is tried again after ever longer
 /// pauses up to eight seconds, which leaves a record once it is back.

@@ -47,6 +47,7 @@ gboolean addCounts(GQuark, const GValue* value, gpointer data) {
     counts.packets = fieldOf<std::uint64_t>(stats, "packets-sent");
   } else if (type == GST_WEBRTC_STATS_REMOTE_INBOUND_RTP) {
     auto& counts = entry(true);
+    counts.lost = fieldOf<std::int64_t>(stats, "packets-lost");
     counts.roundTrip = fieldOf<double>(stats, "round-trip-time");
     counts.fractionLost = fieldOf<double>(stats, "fraction-lost");
   } else if (type == GST_WEBRTC_STATS_INBOUND_RTP) {

@@ -20,7 +20,7 @@ struct RtpCounts {
   bool isSent = false;
   std::uint64_t bytes = 0;
   std::uint64_t packets = 0;
-  std::int64_t lost = 0;
+  std::int64_t lost = 0;    ///< of what is sent, as the other end tells
   double roundTrip = 0;     ///< seconds; of what is sent, 0 where nobody has told
   double fractionLost = 0;  ///< of what is sent, 0 to 1, as the other end tells
 };

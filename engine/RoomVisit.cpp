@@ -1,15 +1,13 @@
 #include "engine/RoomVisit.h"
 
-#include <glib.h>
-
 #include <algorithm>
-#include <memory>
 #include <set>
 #include <utility>
 #include <vector>
 
 #include "bridge/EngineCodes.h"
 #include "engine/JanusEvent.h"
+#include "engine/VideoRoom.h"
 #include "json/Lookup.h"
 
 namespace vemo::janus {
@@ -17,14 +15,8 @@ namespace {
 
 using boost::json::object;
 
-constexpr const char* kPlugin = "janus.plugin.videoroom";
 constexpr std::chrono::milliseconds kRepublishAfter{500};
 constexpr std::chrono::milliseconds kLongestHangUp{2'000};
-
-std::string randomText() {
-  const std::unique_ptr<char, decltype(&g_free)> text(g_uuid_string_random(), g_free);
-  return text.get();
-}
 
 RoomVisit::Failure failureOf(const JanusError& error) {
   switch (error.kind) {
@@ -120,8 +112,8 @@ void RoomVisit::join(bool mayCreate, Done done) {
         });
   };
   if (handle_ != 0) return enterIt();
-  server_->attach(kPlugin, [weak = weak_from_this(), enterIt, done](
-                               const JanusConnection::Result& result, std::uint64_t handle) {
+  server_->attach(kVideoRoom, [weak = weak_from_this(), enterIt, done](
+                                  const JanusConnection::Result& result, std::uint64_t handle) {
     const auto self = weak.lock();
     if (!self || self->over_) return;
     if (result.error) return done(failureOf(*result.error));
@@ -131,19 +123,8 @@ void RoomVisit::join(bool mayCreate, Done done) {
 }
 
 void RoomVisit::create(Done done) {
-  object body{{"request", "create"},
-              {"room", settings_.room},
-              {"permanent", false},
-              {"is_private", true},
-              {"publishers", settings_.mostAnchors},
-              {"signed_tokens", !settings_.connection.token.empty()},
-              {"notify_joining", true},
-              {"videocodec", "vp8"},
-              {"audiocodec", "opus"},
-              {"fir_freq", 0}};
-  if (!settings_.adminKey.empty()) body["admin_key"] = settings_.adminKey;
-  // Without one, everybody in the room could remove the others and the room itself.
-  body["secret"] = settings_.adminKey.empty() ? randomText() : settings_.adminKey;
+  auto body = roomRequest(settings_.room, settings_.mostAnchors,
+                          !settings_.connection.token.empty(), settings_.adminKey);
   server_->message(
       handle_, std::move(body), std::nullopt,
       [weak = weak_from_this(), done = std::move(done)](const JanusConnection::Result& result) {

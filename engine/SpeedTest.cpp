@@ -10,6 +10,7 @@ namespace vemo::janus {
 namespace {
 
 constexpr std::size_t kRequests = 10;
+constexpr std::size_t kTries = 2;
 constexpr std::int32_t kUnusable = 6;
 
 using Clock = std::chrono::steady_clock;
@@ -23,60 +24,106 @@ std::string hostOf(const std::string& address) {
 }  // namespace
 
 struct SpeedTest::State : std::enable_shared_from_this<State> {
-  State(EngineThread& on, std::vector<JanusConnection::Settings> all,
-        std::shared_ptr<const KOBUCloud::SpeedTestCompletion> tell)
-      : thread(on), servers(std::move(all)), completion(std::move(tell)), busy(on.busy()) {}
+  State(EngineThread& on, std::vector<JanusConnection::Settings> all, LossTest::Settings how,
+        std::shared_ptr<const KOBUCloud::SpeedTestCompletion> tell,
+        std::function<void(const std::string&)> note)
+      : thread(on),
+        servers(std::move(all)),
+        media(std::move(how)),
+        completion(std::move(tell)),
+        log(std::move(note)),
+        busy(on.busy()) {}
+
+  /// A callback of the server that is measured now.
+  template <class Call>
+  auto bind(Call call) {
+    return [weak = weak_from_this(), number = index, call](auto&&... arguments) {
+      const auto self = weak.lock();
+      if (self && self->connection && self->index == number) call(*self, arguments...);
+    };
+  }
 
   void next() {
     if (index == servers.size()) {
       if (servers.empty() && *completion) (*completion)(nullptr, 0, 0);
       return end();
     }
-    const auto weak = weak_from_this();
     connection = std::make_shared<JanusConnection>(
         thread, servers[index],
-        JanusConnection::Listener{[](auto, const auto&) {},
-                                  [weak] {
-                                    const auto self = weak.lock();
-                                    if (self && self->connection) self->finish();
-                                  },
-                                  [] {}, [](bool) {}, [](const auto&) {}});
-    answered.clear();
-    asked = 0;
-    connection->open([weak](const JanusConnection::Result& result) {
-      const auto self = weak.lock();
-      if (!self || !self->connection) return;
-      if (result.error) return self->finish();
-      self->ask();
-    });
+        JanusConnection::Listener{
+            bind([](State& self, std::uint64_t handle, const boost::json::object& event) {
+              if (const auto test = self.lossTest) test->event(handle, event);
+            }),
+            bind([](State& self) { self.lose("the connection was lost"); }), [] {}, [](bool) {},
+            bind([](State& self, const JanusError& why) { self.lose(why.text); })});
+    roundTrips.clear();
+    asked = answered = tries = 0;
+    connection->open(bind([](State& self, const JanusConnection::Result& result) {
+      if (result.error) return self.lose(result.error->text);
+      self.ask();
+    }));
   }
 
   void ask() {
-    if (asked == kRequests) return finish();
+    if (asked == kRequests) return measureLoss();
     ++asked;
     connection->ping(
-        [weak = weak_from_this(), sent = Clock::now()](const JanusConnection::Result& result) {
-          const auto self = weak.lock();
-          if (!self || !self->connection) return;
-          if (!result.error) self->answered.push_back(Clock::now() - sent);
-          self->ask();
-        });
+        bind([sent = Clock::now()](State& self, const JanusConnection::Result& result) {
+          if (!result.error) {
+            ++self.answered;
+            self.roundTrips.emplace_back(Clock::now() - sent);
+          }
+          self.ask();
+        }));
   }
 
-  void finish() {
-    std::exchange(connection, nullptr)->close();
+  void measureLoss() {
+    if (answered == 0) return lose("the server does not answer");
+    ++tries;
+    const auto test = std::make_shared<LossTest>(
+        thread, connection, media,
+        bind([](State& self, std::optional<LossTest::Loss> loss, const std::string& why) {
+          self.lossTest.reset();
+          if (!why.empty()) self.note(why);
+          if (!loss) {
+            // Nobody can tell on which way a request or its answer was lost.
+            const auto lost =
+                1.0 - static_cast<double>(self.answered) / static_cast<double>(kRequests);
+            return self.finish(lost, lost);
+          }
+          // Now and then a connection does not come up, and the next one does.
+          if (!why.empty() && self.tries < kTries && self.connection->isOpen()) {
+            return self.measureLoss();
+          }
+          self.roundTrips.insert(self.roundTrips.end(), loss->roundTrips.begin(),
+                                 loss->roundTrips.end());
+          self.finish(loss->up, loss->down);
+        }));
+    lossTest = test;
+    test->start();
+  }
+
+  void note(const std::string& why) const {
+    log("speed test of " + hostOf(servers[index].server) + ": " + why);
+  }
+
+  void lose(const std::string& why) {
+    note(why);
+    finish(1, 1);
+  }
+
+  void finish(double up, double down) {
+    closeConnection();
     auto found = std::make_shared<KOBUSpeedTestResult>();
     found->ip = hostOf(servers[index].server);
-    const auto lost =
-        asked == 0 ? 1.0
-                   : 1.0 - static_cast<double>(answered.size()) / static_cast<double>(kRequests);
-    found->upLostRate = found->downLostRate = lost;
+    found->upLostRate = up;
+    found->downLostRate = down;
     found->quality = kUnusable;
-    if (!answered.empty()) {
-      std::sort(answered.begin(), answered.end());
+    if (!roundTrips.empty()) {
+      std::sort(roundTrips.begin(), roundTrips.end());
       using Milliseconds = std::chrono::duration<std::int32_t, std::milli>;
-      found->rtt = std::chrono::ceil<Milliseconds>(answered[answered.size() / 2]).count();
-      found->quality = linkQuality(static_cast<std::uint32_t>(lost * 100),
+      found->rtt = std::chrono::ceil<Milliseconds>(roundTrips[roundTrips.size() / 2]).count();
+      found->quality = linkQuality(static_cast<std::uint32_t>(std::max(up, down) * 100),
                                    static_cast<std::uint32_t>(found->rtt));
     }
     ++index;
@@ -90,25 +137,36 @@ struct SpeedTest::State : std::enable_shared_from_this<State> {
     next();
   }
 
+  void closeConnection() {
+    if (const auto ending = std::exchange(lossTest, nullptr)) ending->close();
+    if (const auto ending = std::exchange(connection, nullptr)) ending->close();
+  }
+
   void end() {
-    if (connection) std::exchange(connection, nullptr)->close();
+    closeConnection();
     completion.reset();
     busy.reset();
   }
 
   EngineThread& thread;
   const std::vector<JanusConnection::Settings> servers;
+  const LossTest::Settings media;
   std::shared_ptr<const KOBUCloud::SpeedTestCompletion> completion;
+  const std::function<void(const std::string& text)> log;
   EngineThread::Busy busy;
   std::size_t index = 0;
   std::shared_ptr<JanusConnection> connection;
-  std::size_t asked = 0;
-  std::vector<Clock::duration> answered;
+  std::shared_ptr<LossTest> lossTest;
+  std::size_t asked = 0, answered = 0, tries = 0;
+  std::vector<std::chrono::duration<double>> roundTrips;
 };
 
 SpeedTest::SpeedTest(EngineThread& thread, std::vector<JanusConnection::Settings> servers,
-                     std::shared_ptr<const KOBUCloud::SpeedTestCompletion> completion)
-    : state_(std::make_shared<State>(thread, std::move(servers), std::move(completion))) {
+                     LossTest::Settings media,
+                     std::shared_ptr<const KOBUCloud::SpeedTestCompletion> completion,
+                     std::function<void(const std::string&)> log)
+    : state_(std::make_shared<State>(thread, std::move(servers), std::move(media),
+                                     std::move(completion), std::move(log))) {
   thread.post([weak = std::weak_ptr(state_)] {
     const auto state = weak.lock();
     if (state && state->busy) state->next();

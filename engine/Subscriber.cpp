@@ -6,6 +6,7 @@
 
 #include "engine/AudioMix.h"
 #include "engine/JanusEvent.h"
+#include "engine/VideoRoom.h"
 #include "json/Lookup.h"
 
 namespace vemo::janus {
@@ -223,24 +224,23 @@ bool Subscriber::adjust() {
 
 void Subscriber::join(const array& streams) {
   busy_ = true;
-  server_->attach("janus.plugin.videoroom",
-                  [weak = weak_from_this(), streams](const JanusConnection::Result& result,
-                                                     std::uint64_t handle) {
-                    const auto self = weak.lock();
-                    if (!self || self->closed_) return;
-                    self->busy_ = false;
-                    if (result.error) {
-                      self->log_("subscribing: " + result.error->text);
-                      return self->stepLater();
-                    }
-                    self->handle_ = handle;
-                    object body{{"request", "join"},
-                                {"ptype", "subscriber"},
-                                {"room", self->settings_.room},
-                                {"streams", streams}};
-                    if (!self->settings_.token.empty()) body["token"] = self->settings_.token;
-                    self->request(std::move(body), std::nullopt);
-                  });
+  server_->attach(kVideoRoom, [weak = weak_from_this(), streams](
+                                  const JanusConnection::Result& result, std::uint64_t handle) {
+    const auto self = weak.lock();
+    if (!self || self->closed_) return;
+    self->busy_ = false;
+    if (result.error) {
+      self->log_("subscribing: " + result.error->text);
+      return self->stepLater();
+    }
+    self->handle_ = handle;
+    object body{{"request", "join"},
+                {"ptype", "subscriber"},
+                {"room", self->settings_.room},
+                {"streams", streams}};
+    if (!self->settings_.token.empty()) body["token"] = self->settings_.token;
+    self->request(std::move(body), std::nullopt);
+  });
 }
 
 void Subscriber::request(object body, std::optional<object> jsep) {
