@@ -3,6 +3,7 @@
 #include <gst/app/gstappsrc.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <utility>
@@ -12,11 +13,7 @@ namespace {
 
 constexpr double kFullVolume = 100.0;
 constexpr double kQuietest = -60.0;  // dB of full scale; below it nothing is heard
-constexpr std::chrono::milliseconds kFirstPause{1'000};
-constexpr std::chrono::milliseconds kLongestPause{8'000};
 constexpr std::chrono::milliseconds kBetweenLooks{500};
-/// What a sink has played once it counts as back: one that breaks again before is not told of.
-constexpr std::uint64_t kSteady = 200;
 
 }  // namespace
 
@@ -40,8 +37,7 @@ AudioMix::AudioMix(EngineThread& thread, const std::string& sink,
     : thread_(thread),
       wanted_(onSample ? "appsink name=out sync=false max-buffers=20 drop=true" : sink),
       onSample_(std::move(onSample)),
-      listener_(std::move(listener)),
-      pause_(kFirstPause) {
+      listener_(std::move(listener)) {
   initialiseGStreamer();
   const std::string sound = kSound;
   std::string why;
@@ -109,17 +105,16 @@ void AudioMix::failed(const std::string& why) {
   if (!std::exchange(isOut_, true)) listener_.onTrouble(why);
   std::string ignored;
   playTo("fakesink sync=true", ignored);
-  retry_ = thread_.after(pause_, [this] { tryAgain(); });
-  pause_ = std::min(2 * pause_, kLongestPause);
+  retry_ = thread_.after(pauses_.nextPause(), [this] { tryAgain(); });
 }
 
 void AudioMix::tryAgain() {
   std::string why;
   if (!playTo(wanted_, why)) return failed(why);
   steady_ = thread_.every(kBetweenLooks, [this] {
-    if (played_ < kSteady) return;
+    if (played_ < DeviceRetry::steady) return;
     isOut_ = false;
-    pause_ = kFirstPause;
+    pauses_.restart();
     listener_.onBack();
     steady_.reset();
   });

@@ -1,12 +1,12 @@
 #pragma once
 
 #include <atomic>
-#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
 
+#include "engine/DeviceRetry.h"
 #include "engine/EngineThread.h"
 #include "engine/Gst.h"
 
@@ -79,7 +79,7 @@ class AudioMix {
   GstRef<GstElement> sink_;
   std::atomic<std::uint64_t> played_ = 0;  // blocks, to this sink
   bool isOut_ = false;                     // the sink can't be used, which was told
-  std::chrono::milliseconds pause_;
+  DeviceRetry pauses_;
   EngineThread::Timer retry_;
   EngineThread::Timer steady_;  // until the sink is known to be back
 };

@@ -1,19 +1,11 @@
 #include "engine/Capture.h"
 
-#include <algorithm>
-#include <chrono>
 #include <cstdint>
 #include <utility>
 
+#include "engine/DeviceRetry.h"
+
 namespace vemo::janus {
-namespace {
-
-constexpr std::chrono::milliseconds kFirstPause{1'000};
-constexpr std::chrono::milliseconds kLongestPause{8'000};
-/// What a device has given once it counts as back: one that breaks again before is not told of.
-constexpr std::uint64_t kSteady = 200;
-
-}  // namespace
 
 /// One source, from its start to its end.
 struct Capture::Run {
@@ -58,7 +50,7 @@ struct Capture::State : std::enable_shared_from_this<State> {
   EngineThread::Busy starting;  // until the first sample
   bool isOut = false;           // no device could be used lately, which was told
   EngineThread::Timer retry;
-  std::chrono::milliseconds pause = kFirstPause;
+  DeviceRetry pauses;
 };
 
 void Capture::State::use(std::size_t number) {
@@ -82,10 +74,9 @@ void Capture::State::tryAgain(std::size_t number) {
 }
 
 void Capture::State::tryLater() {
-  retry = thread.after(pause, [weak = weak_from_this()] {
+  retry = thread.after(pauses.nextPause(), [weak = weak_from_this()] {
     if (const auto self = weak.lock()) self->tryAgain(0);
   });
-  pause = std::min(2 * pause, kLongestPause);
 }
 
 void Capture::State::begin(const std::shared_ptr<Run>& run) {
@@ -106,7 +97,7 @@ void Capture::State::begin(const std::shared_ptr<Run>& run) {
     if (!self || !from) return;
     if (from->isUsed) self->listener.onSample(sample);
     const auto samples = ++from->samples;
-    if (samples != 1 && samples != kSteady) return;
+    if (samples != 1 && samples != DeviceRetry::steady) return;
     self->thread.post([both, samples] {
       const auto held = both.state.lock();
       const auto giver = both.run.lock();
@@ -143,9 +134,11 @@ void Capture::State::gave(const std::shared_ptr<Run>& run, std::uint64_t samples
   }
   if (run != used) return;
   if (std::exchange(starting, nullptr)) listener.onStarted();
-  if (run != used || samples != kSteady || !isOut || run->number >= sources.devices.size()) return;
+  if (run != used || samples != DeviceRetry::steady || !isOut ||
+      run->number >= sources.devices.size())
+    return;
   isOut = false;
-  pause = kFirstPause;
+  pauses.restart();
   if (listener.onBack) listener.onBack(description(run->number));
 }
 
