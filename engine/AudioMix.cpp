@@ -13,7 +13,7 @@ namespace {
 
 constexpr double kFullVolume = 100.0;
 constexpr double kQuietest = -60.0;  // dB of full scale; below it nothing is heard
-constexpr std::chrono::milliseconds kBetweenLooks{500};
+constexpr std::chrono::milliseconds kBetweenCounts{500};
 
 }  // namespace
 
@@ -111,7 +111,7 @@ void AudioMix::failed(const std::string& why) {
 void AudioMix::tryAgain() {
   std::string why;
   if (!playTo(wanted_, why)) return failed(why);
-  steady_ = thread_.every(kBetweenLooks, [this] {
+  steady_ = thread_.every(kBetweenCounts, [this] {
     if (played_ < DeviceRetry::steady) return;
     isOut_ = false;
     pauses_.restart();

@@ -2,7 +2,7 @@
 // Makes docs/sbom.spdx.json (SPDX 2.3) and docs/dependencies.md from what a build has really
 // included and what npm has really installed.
 //   make-sbom.mjs [--check] BUILD
-// BUILD is a built folder (build/dev), whose ninja knows every header that was read. --check only
+// BUILD is a built folder with all that there is (build/engine), whose ninja knows every header that was read. --check only
 // tells, by a line and exit status 1, whether both are as they would be made. Which licence a
 // library has, and what that asks, stands below; one that does not stand there is told.
 import { execFileSync } from 'node:child_process';
@@ -28,6 +28,14 @@ const libraries = [
   ['GdkPixbuf', /^libgdk-pixbuf/, 'LGPL-2.1-or-later', lgpl],
   ['GLib', /^libglib2/, 'LGPL-2.1-or-later', lgpl],
   ['libsystemd', /^libsystemd-dev$/, 'LGPL-2.1-or-later', lgpl],
+  ['GStreamer', /^libgstreamer/, 'LGPL-2.0-or-later', lgpl],
+  ['libsoup', /^libsoup-3/, 'LGPL-2.0-or-later', lgpl],
+  ['GTK', /^libgtk-3-dev$/, 'LGPL-2.0-or-later', lgpl],
+  ['Pango', /^libpango/, 'LGPL-2.0-or-later', lgpl],
+  ['HarfBuzz', /^libharfbuzz-dev$/, 'MIT-Modern-Variant', notice],
+  ['cairo', /^libcairo2-dev$/, 'LGPL-2.1-only OR MPL-1.1', lgpl],
+  ['ATK', /^libatk1/, 'LGPL-2.0-or-later', lgpl],
+  ['WebKitGTK', /^lib(webkit2|javascriptcore)gtk-4/, 'LGPL-2.1-or-later AND BSD-2-Clause', lgpl],
   ['OpenSSL', /^libssl-dev$/, 'Apache-2.0', notice],
   ['GoogleTest', /^libgtest-dev$/, 'BSD-3-Clause', notice],
   ['Google Benchmark', /^libbenchmark-dev$/, 'Apache-2.0', notice],
@@ -38,8 +46,8 @@ const compilers = /^(libc6-dev|libc6|linux-libc-dev|libstdc\+\+-\d+-dev|libgcc-\
 // Folders of sources, and whether what they use comes to a host.
 const rooms = {
   bridge: 'host', json: 'host', webview: 'host', 'platform (basics)': 'host', platform: 'host',
-  recorder: 'host', simulation: 'host', 'apps/simulator': 'program', 'apps/replay': 'program',
-  'apps/broadcast': 'program', 'apps/protocol': 'program', tests: 'tests', bench: 'tests',
+  recorder: 'host', simulation: 'host', engine: 'host', 'apps/simulator': 'program', 'apps/replay': 'program',
+  'apps/broadcast': 'program', 'apps/protocol': 'program', 'apps/classroom': 'program', 'apps/sign': 'program', tests: 'tests', bench: 'tests',
 };
 
 /** The libraries that the sources of each room include, however far below. */
@@ -185,7 +193,7 @@ function dependencies(used, npm) {
   const all = (list) => list.map(({ name, version, license }) => `${name} ${version} (${license})`).join(', ');
   return `# What comes from others
 
-Made by \`scripts/make-sbom.mjs build/dev\` from the headers that the build has read and from npm's lock
+Made by \`scripts/make-sbom.mjs build/engine\` from the headers that the build has read and from npm's lock
 file; [sbom.spdx.json](sbom.spdx.json) says the same for programs. The C++ libraries are the system's own
 and linked as shared libraries; their versions are the system's. Beside them there are the compiler's
 library and the C library.
@@ -210,7 +218,8 @@ ${table(['folder', 'libraries'], tests.map(row))}
 ${table(['library', 'licence', 'what it asks'], inUse.map(([name, , licence, asks]) => [name, licence, asks]))}
 
 Libraries that these use in their turn, such as the one that curl reaches servers with, are the system's
-choice.
+choice. So are the plugins of GStreamer that \`engine\` uses, and Janus (GPL-3.0), the media server, a program of
+its own that it reaches over the network.
 
 ## The pages
 
@@ -236,7 +245,7 @@ const read = (file) => (existsSync(file) ? readFileSync(file, 'utf8') : '');
 const before = /"created": "([^"]+)"/.exec(read(jsonFile))?.[1];
 const now = `${new Date().toISOString().slice(0, 19)}Z`;
 const isFresh = read(jsonFile) === spdx(used, npm, before) && read(textFile) === dependencies(used, npm);
-if (check && !isFresh) fail('docs/sbom.spdx.json or docs/dependencies.md is not what is used now; scripts/make-sbom.mjs build/dev');
+if (check && !isFresh) fail('docs/sbom.spdx.json or docs/dependencies.md is not what is used now; scripts/make-sbom.mjs build/engine');
 if (!check && !isFresh) {
   writeFileSync(jsonFile, spdx(used, npm, now));
   writeFileSync(textFile, dependencies(used, npm));

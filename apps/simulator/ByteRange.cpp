@@ -14,8 +14,9 @@ constexpr std::string_view kUnit = "bytes=";
 /// A number of digits alone; one that is too large is as large as can be.
 std::optional<std::uint64_t> positionFrom(std::string_view digits) {
   std::uint64_t position = 0;
-  const auto* const end = digits.data() + digits.size();
-  const auto [stop, problem] = std::from_chars(digits.data(), end, position);
+  const auto* const begin = digits.data();
+  const auto* const end = begin + digits.size();
+  const auto [stop, problem] = std::from_chars(begin, end, position);
   if (stop != end || problem == std::errc::invalid_argument) return std::nullopt;
   return problem == std::errc{} ? position : std::numeric_limits<std::uint64_t>::max();
 }

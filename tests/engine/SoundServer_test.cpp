@@ -14,6 +14,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 
 #include "Folder.h"
 #include "Tone.h"
@@ -60,6 +61,8 @@ class SoundServer {
     ::kill(process, SIGKILL);
     poll(&ended, 1, -1);
     close(ended.fd);
+    // Until somebody has waited for it, the next one would take it for running.
+    std::filesystem::remove(folder_.file("pulse/pid"));
   }
   void plugIn() { run("pactl -s " + address() + " load-module module-null-sink sink_name=device"); }
   void unplug() { run("pactl -s " + address() + " unload-module module-null-sink"); }
@@ -129,25 +132,34 @@ class Listening {
   std::unique_ptr<Capture> capture_;
 };
 
-/// The engine's log, as a pipe, so that one can wait for what is written.
-class LogPipe {
+/// The lines of the engine's log as they are written, by a pipe in its place.
+class LogLines {
  public:
-  explicit LogPipe(const std::string& folder) {
+  explicit LogLines(const std::string& folder) {
     const auto path = folder + "/engine.log";
     std::filesystem::create_directory(folder);
     EXPECT_EQ(mkfifo(path.c_str(), 0600), 0);
     both_.open(path);  // so that neither end waits for the other
-    lines_.open(path);
+    reader_ = std::jthread([this, path] {
+      std::ifstream lines(path);
+      for (std::string line; std::getline(lines, line) && line != kEnd;) lines_.add(line);
+    });
   }
+  ~LogLines() { both_ << kEnd << '\n' << std::flush; }
+  LogLines(const LogLines&) = delete;
+  LogLines& operator=(const LogLines&) = delete;
+
   void waitFor(const std::string& text) {
-    std::string line;
-    while (std::getline(lines_, line) && line.find(text) == std::string::npos) {
-    }
+    auto line = lines_.next();
+    while (line && line->find(text) == std::string::npos) line = lines_.next();
   }
 
  private:
+  static constexpr const char* kEnd = "end";
+
+  Arrivals<std::string> lines_;
   std::fstream both_;
-  std::ifstream lines_;
+  std::jthread reader_;
 };
 
 /// Plays a tone all the time.
@@ -174,7 +186,7 @@ class Playing {
   const Folder folder_;
 
  public:
-  LogPipe log{folder_.file("log")};
+  LogLines log{folder_.file("log")};
 
  private:
   std::unique_ptr<JanusEngineClass> class_;
