@@ -45,8 +45,6 @@ LossTest::LossTest(EngineThread& thread, std::shared_ptr<JanusConnection> server
       room_("speed-" + randomText()),
       ear_(std::make_shared<Ear>()) {}
 
-LossTest::~LossTest() { close(); }
-
 void LossTest::start() {
   server_->attach(kVideoRoom, bind([](LossTest& self, const JanusConnection::Result& result,
                                       std::uint64_t handle) {
@@ -56,19 +54,27 @@ void LossTest::start() {
                   }));
 }
 
-void LossTest::close() {
-  if (std::exchange(closed_, true)) return;
+void LossTest::close(std::function<void()> then) {
+  then_ = std::move(then);
+  if (std::exchange(closed_, true)) {
+    if (isHeard_) heard();
+    return;
+  }
   wayUp_.reset();
   look_.reset();
   noise_.reset();
   if (subscriber_) std::exchange(subscriber_, nullptr)->close();
   publisher_.reset();
-  if (handle_ == 0 || !server_->isOpen()) return;
-  if (!secret_.empty()) {
-    server_->message(handle_, {{"request", "destroy"}, {"room", room_}, {"secret", secret_}},
-                     std::nullopt, [](const auto&) {});
-  }
-  server_->tell(handle_, "detach");
+  if (secret_.empty() || !server_->isOpen()) return heard();
+  // The end of a session overtakes what was asked in it before, and the room would stay.
+  server_->message(handle_, {{"request", "destroy"}, {"room", room_}, {"secret", secret_}},
+                   std::nullopt, [self = shared_from_this()](const auto&) { self->heard(); });
+}
+
+void LossTest::heard() {
+  isHeard_ = true;
+  if (handle_ != 0 && server_->isOpen()) server_->tell(std::exchange(handle_, 0), "detach");
+  if (const auto then = std::exchange(then_, nullptr)) then();
 }
 
 void LossTest::makeRoom() {
@@ -222,9 +228,7 @@ void LossTest::learn(const Counts& now) {
 }
 
 void LossTest::finish(std::optional<Loss> loss, const std::string& why) {
-  const auto done = std::move(done_);
-  close();
-  done(std::move(loss), why);
+  close([done = std::move(done_), loss = std::move(loss), why] { done(loss, why); });
 }
 
 void LossTest::failed(const JanusError& error) {

@@ -37,16 +37,17 @@ class LossTest : public std::enable_shared_from_this<LossTest> {
   /// `loss`: nothing where it can't be known. `why`: that, or why everything is lost; else empty.
   using Done = std::function<void(std::optional<Loss> loss, const std::string& why)>;
 
-  /// `server` is open. `done` comes once, unless this is closed before.
+  /// `server` is open. `done` comes once, when the room is closed, unless `close` is called before.
   LossTest(EngineThread& thread, std::shared_ptr<JanusConnection> server, Settings settings,
            Done done);
-  ~LossTest();
+  ~LossTest() = default;
   LossTest(const LossTest&) = delete;
   LossTest& operator=(const LossTest&) = delete;
 
   void start();
-  /// Closes the room and the connections for media.
-  void close();
+  /// Closes the room and the connections for media. `then` comes once the server has heard of it or
+  /// can't be reached, perhaps at once; the server's connection has to last until then.
+  void close(std::function<void()> then);
   /// What the server says to `handle`.
   void event(std::uint64_t handle, const boost::json::object& event);
 
@@ -78,12 +79,15 @@ class LossTest : public std::enable_shared_from_this<LossTest> {
   void enterPhase(Phase phase);
   void finish(std::optional<Loss> loss, const std::string& why);
   void failed(const JanusError& error);
+  void heard();
 
   EngineThread& thread_;
   const std::shared_ptr<JanusConnection> server_;
   const Settings settings_;
   Done done_;
   bool closed_ = false;
+  bool isHeard_ = false;  // by the server, that it is closed
+  std::function<void()> then_;
   std::uint64_t handle_ = 0;
   const std::string room_;
   std::string secret_;  // of the room, once that was asked for

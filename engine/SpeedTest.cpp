@@ -138,8 +138,11 @@ struct SpeedTest::State : std::enable_shared_from_this<State> {
   }
 
   void closeConnection() {
-    if (const auto ending = std::exchange(lossTest, nullptr)) ending->close();
-    if (const auto ending = std::exchange(connection, nullptr)) ending->close();
+    const auto ending = std::exchange(connection, nullptr);
+    if (!ending) return;
+    const auto test = std::exchange(lossTest, nullptr);
+    if (!test) return ending->close();
+    test->close([ending] { ending->close(); });
   }
 
   void end() {

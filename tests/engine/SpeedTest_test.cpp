@@ -11,6 +11,7 @@
 
 #include "Folder.h"
 #include "MediaServer.h"
+#include "engine/VideoRoom.h"
 #include "testing/Arrivals.h"
 
 namespace vemo {
@@ -103,8 +104,9 @@ JanusConnection::Settings connectionTo(const std::string& server) {
 }
 
 /// On a busy machine, too, media has come through by then.
-LossTest::Settings patient() {
+LossTest::Settings patient(const std::string& adminKey = "") {
   LossTest::Settings settings;
+  settings.adminKey = adminKey;
   settings.media.longestWayUp = 60s;
   return settings;
 }
@@ -125,11 +127,15 @@ class Measuring {
     });
   }
   ~Measuring() {
-    thread_.post([this] { test_.reset(); });
+    stop();
     EXPECT_TRUE(thread_.waitUntilIdle(30s));
   }
   Measuring(const Measuring&) = delete;
   Measuring& operator=(const Measuring&) = delete;
+
+  void stop() {
+    thread_.post([this] { test_.reset(); });
+  }
 
   /// Once the test has ended.
   KOBUSpeedTestResult result() {
@@ -143,6 +149,63 @@ class Measuring {
  private:
   EngineThread thread_;
   std::unique_ptr<janus::SpeedTest> test_;
+};
+
+/// Looks at the rooms of a server.
+class Rooms {
+ public:
+  explicit Rooms(const MediaServer& server) {
+    connection_ = std::make_shared<JanusConnection>(
+        thread_, connectionTo(server.url()),
+        JanusConnection::Listener{[](auto, const auto&) {}, [] {}, [] {}, [](bool) {},
+                                  [](const auto&) {}});
+    thread_.post([this] {
+      connection_->open([this](const auto&) {
+        connection_->attach(janus::kVideoRoom, [this](const auto&, std::uint64_t handle) {
+          handle_ = handle;
+          opened_.add(true);
+        });
+      });
+    });
+    opened_.next();
+  }
+  ~Rooms() {
+    thread_.post([this] { connection_->close(); });
+    EXPECT_TRUE(thread_.waitUntilIdle(30s));
+  }
+  Rooms(const Rooms&) = delete;
+  Rooms& operator=(const Rooms&) = delete;
+
+  /// Waits until there are so many.
+  void waitFor(std::size_t count) {
+    const auto late = std::chrono::steady_clock::now() + 120s;
+    while (look() != count) {
+      if (std::chrono::steady_clock::now() > late) return ADD_FAILURE() << "never " << count;
+    }
+  }
+
+ private:
+  std::size_t look() {
+    Arrivals<std::size_t> counted;
+    thread_.post([&] {
+      // With a pause, so that the server has time for others.
+      pause_ = thread_.after(50ms, [&] {
+        connection_->message(handle_, {{"request", "list"}, {"admin_key", kKey}}, std::nullopt,
+                             [&](const JanusConnection::Result& result) {
+                               const auto* list = result.answer.if_contains("list");
+                               ASSERT_TRUE(list && list->is_array());
+                               counted.add(list->get_array().size());
+                             });
+      });
+    });
+    return counted.next().value_or(0);
+  }
+
+  Arrivals<bool> opened_;
+  EngineThread thread_;
+  std::shared_ptr<JanusConnection> connection_;
+  std::uint64_t handle_ = 0;
+  EngineThread::Timer pause_;
 };
 
 TEST(SpeedTestTest, LossIsThatOfMediaEachWay) {
@@ -175,16 +238,55 @@ TEST(SpeedTestTest, WhereNoMediaComesThroughAllIsLost) {
   EXPECT_EQ(measuring.said.next(2), (std::vector{why, why}));
 }
 
-TEST(SpeedTestTest, WhereItMayMakeNoRoomTheRoundTripIsToldAllTheSame) {
-  const Folder folder;
-  const MediaServer server(serverOptions({"--admin-key-file", folder.write("key", kKey)}));
-  Measuring measuring({server.url()});
+class SpeedTestRoomTest : public ::testing::Test {
+ protected:
+  const Folder folder_;
+  MediaServer server_{serverOptions({"--admin-key-file", folder_.write("key", kKey)})};
+};
+
+TEST_F(SpeedTestRoomTest, WhereItMayMakeNoRoomTheRoundTripIsToldAllTheSame) {
+  Measuring measuring({server_.url()});
   const auto result = measuring.result();
   EXPECT_GT(result.rtt, 0);
   EXPECT_EQ(result.upLostRate, 0);
   EXPECT_NE(result.quality, 6);
   const auto said = measuring.said.next().value_or("");
   EXPECT_TRUE(said.starts_with("speed test of 10.99.0.1:8188: ")) << said;
+}
+
+TEST_F(SpeedTestRoomTest, TheRoomIsThereForTheTestAlone) {
+  Rooms rooms(server_);
+  rooms.waitFor(0);
+  Measuring measuring({server_.url()}, patient(kKey));
+  rooms.waitFor(1);
+  EXPECT_EQ(measuring.result().downLostRate, 0);
+  rooms.waitFor(0);
+  EXPECT_EQ(measuring.said.count(), 0U);
+}
+
+TEST_F(SpeedTestRoomTest, StoppedInTheMiddleItLeavesNoRoomAndTellsNothing) {
+  Rooms rooms(server_);
+  Measuring measuring({server_.url()}, patient(kKey));
+  rooms.waitFor(1);
+  measuring.stop();
+  rooms.waitFor(0);
+  EXPECT_EQ(measuring.found.count(), 0U);
+}
+
+TEST_F(SpeedTestRoomTest, AServerThatGoesAwayHasLostAllAndTheNextIsMeasured) {
+  Measuring measuring({server_.url(), "ws://10.99.0.1:1"}, patient(kKey));
+  {
+    Rooms rooms(server_);
+    rooms.waitFor(1);
+  }
+  server_.stop();
+  const auto result = measuring.result();
+  EXPECT_EQ(result.ip, "10.99.0.1:8188");
+  EXPECT_EQ(result.upLostRate, 1);
+  EXPECT_EQ(result.downLostRate, 1);
+  EXPECT_EQ(result.quality, 6);
+  EXPECT_EQ(measuring.said.next(), "speed test of 10.99.0.1:8188: the connection was lost");
+  EXPECT_EQ(measuring.result().ip, "10.99.0.1:1");
 }
 
 }  // namespace
