@@ -31,6 +31,8 @@ const units = new Map(); // by name: the sources, and the options with which any
 const unitOf = new Map(); // by source: a source that is in several targets is read once
 for (const { file, command } of JSON.parse(readFileSync(`${build}/compile_commands.json`, 'utf8'))) {
   if (!file.startsWith(root + sep) || file.startsWith(build + sep)) continue;
+  // Libraries that programs load before the system's, in place of its functions, are no one source.
+  if (/ -D\w+_EXPORTS /.test(command)) continue;
   if (!unitOf.has(file)) {
     const folder = dirname(file);
     const begins = entry.test(readFileSync(file, 'utf8'));

@@ -43,30 +43,30 @@ int call(const char* name, int error, Arguments... arguments) {
 
 extern "C" {
 
-int sd_bus_new(sd_bus** bus) { return call<&::sd_bus_new>("sd_bus_new", -ENOMEM, bus); }
+int sd_bus_new(sd_bus** ret) { return call<&::sd_bus_new>("sd_bus_new", -ENOMEM, ret); }
 int sd_bus_set_address(sd_bus* bus, const char* address) {
   return call<&::sd_bus_set_address>("sd_bus_set_address", -ENOMEM, bus, address);
 }
-int sd_bus_set_bus_client(sd_bus* bus, int isClient) {
-  return call<&::sd_bus_set_bus_client>("sd_bus_set_bus_client", -EPERM, bus, isClient);
+int sd_bus_set_bus_client(sd_bus* bus, int b) {
+  return call<&::sd_bus_set_bus_client>("sd_bus_set_bus_client", -EPERM, bus, b);
 }
 int sd_bus_start(sd_bus* bus) { return call<&::sd_bus_start>("sd_bus_start", -ECONNREFUSED, bus); }
 int sd_bus_get_address(sd_bus* bus, const char** address) {
   return call<&::sd_bus_get_address>("sd_bus_get_address", -ENODATA, bus, address);
 }
-int sd_bus_get_unique_name(sd_bus* bus, const char** name) {
-  return call<&::sd_bus_get_unique_name>("sd_bus_get_unique_name", -ENOTCONN, bus, name);
+int sd_bus_get_unique_name(sd_bus* bus, const char** unique) {
+  return call<&::sd_bus_get_unique_name>("sd_bus_get_unique_name", -ENOTCONN, bus, unique);
 }
 int sd_bus_add_match_async(sd_bus* bus, sd_bus_slot** slot, const char* match,
-                           sd_bus_message_handler_t callback, sd_bus_message_handler_t installed,
-                           void* self) {
+                           sd_bus_message_handler_t callback,
+                           sd_bus_message_handler_t install_callback, void* userdata) {
   ++subscriptionsAsked;
   subscriptionsAsked.notify_all();
   return call<&::sd_bus_add_match_async>("sd_bus_add_match_async", -ENOMEM, bus, slot, match,
-                                         callback, installed, self);
+                                         callback, install_callback, userdata);
 }
-int sd_bus_process(sd_bus* bus, sd_bus_message** message) {
-  return call<&::sd_bus_process>("sd_bus_process", -ECONNRESET, bus, message);
+int sd_bus_process(sd_bus* bus, sd_bus_message** r) {
+  return call<&::sd_bus_process>("sd_bus_process", -ECONNRESET, bus, r);
 }
 int sd_bus_emit_signal(sd_bus* bus, const char* path, const char* interface, const char* member,
                        const char* types, ...) {
