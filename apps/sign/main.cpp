@@ -37,9 +37,8 @@ Options:
 template <class Number>
 std::optional<Number> numberIn(std::string_view text) {
   Number number = 0;
-  const auto* end = text.data() + text.size();
-  const auto [stopped, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc() || stopped != end) return std::nullopt;
+  const auto [stopped, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc() || stopped != text.data() + text.size()) return std::nullopt;
   return number;
 }
 
