@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <boost/system/system_error.hpp>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -45,7 +46,7 @@ bool serves(const Simulator& simulator) {
       Page page(simulator);
       page.send(command("getSDKVersion", {}));
       if (page.hear("script")) return true;
-    } catch (const beast::system_error& problem) {
+    } catch (const boost::system::system_error& problem) {
       if (isLast) ADD_FAILURE() << "it can't connect: " << problem.what();
     }
   }
@@ -73,7 +74,7 @@ class Faults : public testing::Test {
     try {
       Page page(simulator, std::chrono::milliseconds(500));
       lesson(simulator, page);
-    } catch (const beast::system_error& problem) {
+    } catch (const boost::system::system_error& problem) {
       lost = problem.what();
     }
     EXPECT_TRUE(serves(simulator)) << "the next page is not answered; the first: " << lost;
