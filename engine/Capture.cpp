@@ -1,17 +1,73 @@
 #include "engine/Capture.h"
 
 #include <cstdint>
+#include <mutex>
 #include <utility>
 
 #include "engine/DeviceRetry.h"
 
 namespace vemo::janus {
 
+/// What another thread does with a pipeline: it is started there, and ended behind that, so that
+/// nobody waits for either.
+struct Capture::Elsewhere {
+  explicit Elsewhere(std::function<void()> wakes) : wake(std::move(wakes)) {}
+
+  static void start(const std::shared_ptr<Elsewhere>& self, GstElement* pipeline);
+  /// `ending` is held until it has ended; if it is still being started, nobody shall wait for that.
+  static void end(const std::shared_ptr<Elsewhere>& self, GstElement* pipeline,
+                  EngineThread::Busy ending);
+
+  const std::function<void()> wake;
+  std::mutex mutex;  // held by none who waits
+  bool isStarting = false;
+  bool isOver = false;
+};
+
+void Capture::Elsewhere::start(const std::shared_ptr<Elsewhere>& self, GstElement* pipeline) {
+  using Held = HandedOver<std::shared_ptr<Elsewhere>>;
+  gst_element_call_async(
+      pipeline,
+      [](GstElement* element, gpointer data) {
+        const auto held = Held::in(data);
+        {
+          const std::lock_guard lock(held->mutex);
+          if (held->isOver) return;
+          held->isStarting = true;
+        }
+        gst_element_set_state(element, GST_STATE_PLAYING);
+        {
+          const std::lock_guard lock(held->mutex);
+          held->isStarting = false;
+          if (!held->isOver) return;
+        }
+        gst_element_set_state(element, GST_STATE_NULL);
+      },
+      new Held(self), Held::drop);
+}
+
+void Capture::Elsewhere::end(const std::shared_ptr<Elsewhere>& self, GstElement* pipeline,
+                             EngineThread::Busy ending) {
+  using Ending = std::pair<std::shared_ptr<Elsewhere>, EngineThread::Busy>;
+  using Held = HandedOver<Ending>;
+  self->wake();
+  {
+    const std::lock_guard lock(self->mutex);
+    self->isOver = true;
+    if (self->isStarting) return;  // who starts it ends it, too
+  }
+  gst_element_call_async(
+      pipeline,
+      [](GstElement* element, gpointer) { gst_element_set_state(element, GST_STATE_NULL); },
+      new Held({self, std::move(ending)}), Held::drop);
+}
+
 /// One source, from its start to its end.
 struct Capture::Run {
   std::size_t number = 0;  // of the devices; behind them the substitute
   GstRef<GstElement> pipeline;
-  std::atomic<bool> isUsed = false;  // what it gives is for the listener
+  std::shared_ptr<Elsewhere> elsewhere;  // null: it is started and ended at once
+  std::atomic<bool> isUsed = false;      // what it gives is for the listener
   std::atomic<std::uint64_t> samples = 0;
 };
 
@@ -30,10 +86,7 @@ struct Capture::State : std::enable_shared_from_this<State> {
   void begin(const std::shared_ptr<Run>& run);
   void gave(const std::shared_ptr<Run>& run, std::uint64_t samples);
   void failed(const std::shared_ptr<Run>& run, const std::string& why);
-  static void end(const std::shared_ptr<Run>& run) {
-    if (!run) return;
-    if (const auto ending = std::move(run->pipeline)) endPipeline(ending.get());
-  }
+  void end(const std::shared_ptr<Run>& run) const;
   void end() {
     retry.reset();
     end(std::exchange(trial, nullptr));
@@ -124,7 +177,24 @@ void Capture::State::begin(const std::shared_ptr<Run>& run) {
       },
       new Both(both), [](gpointer data) { delete static_cast<Both*>(data); });
   // A failure to start comes as a message as well, which tells why.
-  gst_element_set_state(run->pipeline.get(), GST_STATE_PLAYING);
+  if (sources.wake) {
+    run->elsewhere = std::make_shared<Elsewhere>(sources.wake);
+    Elsewhere::start(run->elsewhere, run->pipeline.get());
+  } else {
+    gst_element_set_state(run->pipeline.get(), GST_STATE_PLAYING);
+  }
+}
+
+void Capture::State::end(const std::shared_ptr<Run>& run) const {
+  if (!run) return;
+  const auto ending = std::move(run->pipeline);
+  if (!ending) return;
+  if (run->elsewhere) {
+    endWatch(ending.get());
+    Elsewhere::end(run->elsewhere, ending.get(), thread.busy());
+  } else {
+    endPipeline(ending.get());
+  }
 }
 
 void Capture::State::gave(const std::shared_ptr<Run>& run, std::uint64_t samples) {

@@ -35,6 +35,9 @@ class Capture {
     std::vector<std::string> devices;
     std::string substitute;
     bool triesAgain = false;  ///< devices, while the substitute is used
+    /// If set, to start and to end a device may wait for others, so both are done on another
+    /// thread; this ends such a wait. It is held until the device has been ended.
+    std::function<void()> wake{};
   };
 
   /// `format` is what samples are turned into. It begins when this is made; the listener hears of
@@ -45,6 +48,7 @@ class Capture {
   Capture& operator=(const Capture&) = delete;
 
  private:
+  struct Elsewhere;
   struct Run;
   struct State;
   const std::shared_ptr<State> state_;

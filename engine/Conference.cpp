@@ -92,6 +92,7 @@ void Conference::close() {
   music_.stopAll();
   camera_.reset();
   screen_.reset();
+  screenCast_.reset();
   setScreenReady(false);
   muteImageTimer_.reset();
   outgoing_->preview.setView(nullptr);

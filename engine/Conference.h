@@ -23,6 +23,7 @@
 #include "engine/GivingWay.h"
 #include "engine/MusicPlayer.h"
 #include "engine/RoomVisit.h"
+#include "engine/ScreenCast.h"
 #include "engine/SpeedTest.h"
 #include "engine/VideoStage.h"
 
@@ -172,6 +173,8 @@ class Conference : public std::enable_shared_from_this<Conference> {
   /// Keeps in the log what is wrong with devices, and tells it after `sentence` once none is left.
   std::function<void(const std::string& device, const std::string& why, bool isLast)> onTrouble(
       const char* sentence);
+  void askForScreen();
+  void captureScreen(Capture::Sources sources);
   void setScreenReady(bool ready);
   void startCameraCapture();
   void showMuteImage();
@@ -216,7 +219,8 @@ class Conference : public std::enable_shared_from_this<Conference> {
   std::uint64_t lastProcessTicks_ = 0, lastIdleTicks_ = 0, lastAllTicks_ = 0;
 
   const std::shared_ptr<Outgoing> outgoing_;
-  std::unique_ptr<Capture> camera_, microphone_, screen_;
+  std::unique_ptr<ScreenCast> screenCast_;
+  std::unique_ptr<Capture> camera_, microphone_, screen_;  // that of the screen goes first
   bool front_ = true;
   bool cameraReady_ = false, cameraMuted_ = false;
   std::shared_ptr<VEMOImage> muteImage_;

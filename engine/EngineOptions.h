@@ -19,6 +19,15 @@ struct RgbaPicture {
   std::vector<std::uint8_t> rgba;  ///< red, green, blue, alpha of each pixel, rows from the top
 };
 
+/// In EngineOptions::screen, where it stands alone: what the user picks in the desktop's screencast
+/// portal (org.freedesktop.portal.ScreenCast), by pipewiresrc.
+inline constexpr const char* kScreenPortal = "portal";
+
+/// What the screen of this session is captured by: ximagesrc under X11, the portal under Wayland,
+/// where X programs see none of the others' windows, and where there is no display. Any thread,
+/// while none changes the environment.
+std::string screenOfSession();
+
 /// What an engine needs to know of the place where it runs. Sources and sinks are GStreamer
 /// descriptions; the first that can be used is, and where none can, a test picture, silence, or
 /// nowhere stands for them; for silence and nowhere, until one can.
@@ -40,7 +49,8 @@ struct EngineOptions {
   std::vector<std::string> backCamera{"v4l2src device=/dev/video1"};
   std::vector<std::string> microphone{"pulsesrc", "alsasrc"};
   std::string speaker = "pulsesink";
-  std::vector<std::string> screen{"ximagesrc use-damage=false"};
+  std::vector<std::string> screen{screenOfSession()};
+  std::string sessionBus;  ///< the address of the bus that has the portal; empty: the session's
 
   /// The pixels of an image that the host's decoder made; null when it is none of these.
   std::function<std::shared_ptr<const RgbaPicture>(const VEMOImage&)> pixelsOf;
@@ -50,8 +60,10 @@ struct EngineOptions {
   /// If set, told when the screen begins and ends to be captured, on the engine's thread.
   std::function<void(bool shared)> onScreenShared;
 
-  std::chrono::milliseconds answerTimeout{10'000};  ///< of a server
-  std::chrono::milliseconds keepalive{5'000};       ///< how often a server shows that it is there
+  std::chrono::milliseconds answerTimeout{10'000};  ///< of a server, and of the portal
+  /// Of a user whom the portal asks what of the screen is to be shared.
+  std::chrono::milliseconds choiceTimeout{300'000};
+  std::chrono::milliseconds keepalive{5'000};  ///< how often a server shows that it is there
 };
 
 }  // namespace vemo

@@ -55,9 +55,13 @@ void pushUntimed(GstElement* source, GstSample* sample) {
   gst_app_src_push_sample(GST_APP_SRC(source), untimed.get());
 }
 
-void endPipeline(GstElement* pipeline) {
+void endWatch(GstElement* pipeline) {
   const GstRef<GstBus> bus(gst_element_get_bus(pipeline));
   gst_bus_remove_watch(bus.get());
+}
+
+void endPipeline(GstElement* pipeline) {
+  endWatch(pipeline);
   gst_element_set_state(pipeline, GST_STATE_NULL);
 }
 

@@ -68,6 +68,8 @@ void onSamples(GstElement* sink, std::function<void(GstSample* sample)> take);
 /// Gives a sample of another pipeline to an appsrc, without its time, which means nothing here. Any
 /// thread.
 void pushUntimed(GstElement* source, GstSample* sample);
+/// Ends a pipeline's bus watch.
+void endWatch(GstElement* pipeline);
 /// Ends a pipeline and its bus watch. Not on a thread of the pipeline's own.
 void endPipeline(GstElement* pipeline);
 

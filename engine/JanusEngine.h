@@ -32,8 +32,11 @@ namespace vemo {
 /// with how many bits a stream comes or goes, what is lost of it, and how long a round trip takes.
 /// It is new every two seconds, in a room.
 ///
-/// Not there yet, with a record that says so: the screencast portal, so that without X11 a capture
-/// of the screen ends at once, with a warning and onScreenCaptureStoped.
+/// The screen is captured by ximagesrc under X11, and by the desktop's screencast portal under
+/// Wayland or without a display (EngineOptions::screen). The portal asks the user. What is refused,
+/// can't be had or breaks off ends the capture with a warning and onScreenCaptureStoped; what the
+/// portal says that the user ended at the desktop, with a record and onScreenCaptureStoped alone.
+/// What was picked holds until the share is stopped, pauses included; then the user is asked again.
 ///
 /// A speed test measures the round trip by requests, and the loss each way by sound that it sends
 /// into a room of its own and receives again; docs/engine.md says what a result tells where that

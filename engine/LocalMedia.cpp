@@ -14,6 +14,7 @@ constexpr std::int32_t kHighestBitrate = 20'000;
 constexpr std::int32_t kPrefersSharpness = 2;
 constexpr const char* kPictures = "decodebin ! videoconvert ! video/x-raw,format=I420";
 constexpr const char* kTestPicture = "videotestsrc is-live=true pattern=ball";
+constexpr const char* kNoScreen = "The screen can't be captured: ";
 constexpr const char* kSilence = "audiotestsrc is-live=true wave=silence samplesperbuffer=480";
 
 VideoEncoding encodingOf(const KOBUVideoEncParam& param, VideoEncoding usual) {
@@ -327,8 +328,35 @@ void Conference::startScreen(const KOBUVideoEncParam& param,
   screenEncoding_ = encodingOf(accepts(param) ? param : KOBUVideoEncParam{}, {1280, 720, 10, 1000});
   outgoing_->screenPaused = false;
   applyEncodings();
+  if (options_->screen == std::vector<std::string>{kScreenPortal}) return askForScreen();
+  captureScreen({options_->screen, ""});
+}
+
+void Conference::askForScreen() {
+  const auto over = [](Conference& self) {
+    *self.screenState_ = screenIdle;
+    self.stopScreen();
+  };
+  screenCast_ = std::make_unique<ScreenCast>(
+      *thread_,
+      ScreenCast::Settings{options_->sessionBus, options_->answerTimeout, options_->choiceTimeout},
+      ScreenCast::Listener{bind([](Conference& self, Capture::Sources sources) {
+                             self.captureScreen(std::move(sources));
+                           }),
+                           bind([over](Conference& self, const std::string& why) {
+                             self.warn(kWarnDevice, std::string(kNoScreen) + why);
+                             over(self);
+                           }),
+                           bind([over](Conference& self) {
+                             self.log_->write(EngineLog::info,
+                                              "the sharing of the screen was ended at the desktop");
+                             over(self);
+                           })});
+}
+
+void Conference::captureScreen(Capture::Sources sources) {
   screen_ = std::make_unique<Capture>(
-      *thread_, Capture::Sources{options_->screen, ""}, kPictures,
+      *thread_, std::move(sources), kPictures,
       Capture::Listener{[outgoing = outgoing_](GstSample* sample) { outgoing->screen(sample); },
                         bind([](Conference& self) {
                           self.setScreenReady(true);
@@ -337,7 +365,7 @@ void Conference::startScreen(const KOBUVideoEncParam& param,
                           self.emit([](auto& to) { to.onScreenCaptureStarted(); });
                           self.publish();
                         }),
-                        onTrouble("The screen can't be captured: "), bind([](Conference& self) {
+                        onTrouble(kNoScreen), bind([](Conference& self) {
                           *self.screenState_ = screenIdle;
                           self.stopScreen();
                         })});
@@ -360,8 +388,9 @@ void Conference::pauseScreen(bool pause) {
 }
 
 void Conference::stopScreen() {
-  if (!screen_) return;
+  if (!screen_ && !screenCast_) return;
   screen_.reset();
+  screenCast_.reset();
   setScreenReady(false);
   emit([](auto& to) { to.onScreenCaptureStoped(0); });
   publish();

@@ -1,0 +1,142 @@
+#pragma once
+
+#include <gst/gst.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Folder.h"
+#include "engine/Gst.h"
+
+namespace vemo {
+
+/// A PipeWire of the test's own with a screen of one colour in it. A shell stands for a session
+/// manager: it links whatever wants to see a screen to this one.
+class PipeWire {
+ public:
+  PipeWire() {
+    folder_.write("pipewire.conf",
+                  "context.properties = { core.daemon = true core.name = pipewire-0\n"
+                  "  support.dbus = false mem.allow-mlock = false }\n"
+                  "context.spa-libs = { support.* = support/libspa-support }\n"
+                  "context.modules = [\n"
+                  "  { name = libpipewire-module-protocol-native }\n"
+                  "  { name = libpipewire-module-client-node }\n"
+                  "  { name = libpipewire-module-adapter }\n"
+                  "  { name = libpipewire-module-link-factory }\n"
+                  "  { name = libpipewire-module-access } ]\n");
+    spawn("exec pipewire -c '" + folder_.file("pipewire.conf") + "'");
+    spawn(std::string("while :; do pw-cli info all | "
+                      "grep -q \"node.target = \\\"$(") +
+          kScreenNumber +
+          ")\\\"\" && pw-link screen:out_0 \"$(pw-link -i | grep -m1 :in_0)\"; "
+          "sleep 0.1; done");
+    janus::initialiseGStreamer();
+    sink_ = connect();
+    std::string why;
+    screen_ = janus::parsePipeline(
+        "videotestsrc name=screen is-live=true pattern=green ! "
+        "video/x-raw,format=BGRx,width=320,height=180,framerate=10/1 ! pipewiresink mode=provide "
+        "stream-properties=\"p,media.class=Video/Source,node.name=screen\" fd=" +
+            std::to_string(sink_),
+        why);
+    EXPECT_EQ(why, "");
+    gst_element_set_state(screen_.get(), GST_STATE_PLAYING);
+  }
+  ~PipeWire() {
+    if (screen_) gst_element_set_state(screen_.get(), GST_STATE_NULL);
+    ::close(sink_);
+    stop();
+  }
+  PipeWire(const PipeWire&) = delete;
+  PipeWire& operator=(const PipeWire&) = delete;
+
+  /// What the screen shows: "green" as long as nothing else is said.
+  void show(const char* colour) {
+    gst_util_set_object_arg(G_OBJECT(janus::elementOf(screen_.get(), "screen").get()), "pattern",
+                            colour);
+  }
+  /// A connection to it, once it is there. The caller's.
+  int connect() const {
+    const int made = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
+    folder_.file("pipewire-0").copy(static_cast<char*>(address.sun_path), sizeof address.sun_path);
+    const auto until = std::chrono::steady_clock::now() + kPatience;
+    while (::connect(made, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+      if (std::chrono::steady_clock::now() > until) {
+        ADD_FAILURE() << "there is no PipeWire";
+        break;
+      }
+      ::poll(nullptr, 0, 20);
+    }
+    return made;
+  }
+  /// The number of the screen in it, once it is there.
+  unsigned screen() const {
+    const auto command = "PIPEWIRE_RUNTIME_DIR='" + folder_.file("") + "' timeout 30 sh -c '" +
+                         "exec 2>/dev/null; until " + kScreenNumber +
+                         " | grep .; do sleep 0.1; done'";
+    const std::unique_ptr<FILE, int (*)(FILE*)> out(::popen(command.c_str(), "r"), ::pclose);
+    unsigned number = 0;
+    EXPECT_EQ(std::fscanf(out.get(), "%u", &number), 1) << "there is no screen";
+    return number;
+  }
+  /// Has it stand still, and go on; connections stay.
+  void hang() const {
+    ::kill(processes_.front(), SIGSTOP);
+    EXPECT_EQ(::waitpid(processes_.front(), nullptr, WUNTRACED), processes_.front());
+  }
+  void goOn() const { ::kill(processes_.front(), SIGCONT); }
+  /// Ends it under whoever is connected.
+  void stop() {
+    for (const int process : processes_) {
+      ::kill(process, SIGKILL);
+      EXPECT_EQ(::waitpid(process, nullptr, 0), process);
+    }
+    processes_.clear();
+  }
+
+ private:
+  static constexpr std::chrono::seconds kPatience{30};
+  /// Says the screen's number, for a shell.
+  static constexpr const char* kScreenNumber =
+      "pw-cli ls Node | grep -B6 \\\"screen\\\" | "
+      "sed -n \"s/.*id \\([0-9]*\\),.*/\\1/p\"";
+
+  void spawn(const std::string& script) {
+    // They go with the test, however that ends.
+    std::vector<std::string> words{"setpriv",
+                                   "--pdeathsig",
+                                   "KILL",
+                                   "env",
+                                   "PIPEWIRE_RUNTIME_DIR=" + folder_.file(""),
+                                   "sh",
+                                   "-c",
+                                   "exec 2>/dev/null; " + script};
+    std::vector<char*> arguments;
+    for (auto& word : words) arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    int process = 0;
+    EXPECT_EQ(::posix_spawnp(&process, "setpriv", nullptr, nullptr, arguments.data(), environ), 0);
+    processes_.push_back(process);
+  }
+
+  const Folder folder_;
+  std::vector<int> processes_;
+  int sink_ = -1;
+  janus::GstRef<GstElement> screen_;
+};
+
+}  // namespace vemo
