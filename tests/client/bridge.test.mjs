@@ -374,6 +374,22 @@ test('parameters that can’t be written as JSON fail as all else does, and noth
   assert.deepEqual(application.actions, ['exitRoom']);
 });
 
+test('callbacks that can’t be written as JSON leave those that were registered before', async () => {
+  const application = new Application();
+  const bridge = await application.connected();
+  void bridge.registCallBacks({ callbacks: [{ sdkcbName: 'onError', jsRecvcbName: 'failed' }] });
+  const circular = { sdkcbName: 'onWarning' };
+  circular.itself = circular;
+  await assert.rejects(bridge.registCallBacks({ callbacks: [circular] }), TypeError);
+
+  bridge.on('onEnterRoom', () => {});
+  await turn();
+  assert.deepEqual(application.sent.at(-1).params.callbacks, [
+    { sdkcbName: 'onError', jsRecvcbName: 'failed' },
+    { sdkcbName: 'onEnterRoom', jsRecvcbName: 'vemoBridge.onEvent' },
+  ]);
+});
+
 test('a signal and a time-out end answers too', async () => {
   const application = new Application();
   const bridge = await application.connected();

@@ -344,8 +344,9 @@ export class Bridge {
       this.registrationChanged(''); // the router forgets the former table even so
       return params;
     }
+    const kept = JSON.parse(JSON.stringify(given)) as Callback[]; // throws before anything has changed
     this.unregistered.delete('registCallBacks');
-    this.pageCallbacks = given;
+    this.pageCallbacks = kept;
     const events = Array.from(this.listeners.keys()).filter((event) => event !== report);
     const own = events.map((sdkcbName) => ({ sdkcbName, jsRecvcbName: 'vemoBridge.onEvent' }));
     return { ...params, callbacks: [...given, ...own] };
