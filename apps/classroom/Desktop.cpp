@@ -14,6 +14,7 @@
 #include <system_error>
 #include <utility>
 
+#include "classroom/CameraPortal.h"
 #include "classroom/ClassroomWindow.h"
 #include "classroom/Farewells.h"
 #include "classroom/PageDownloads.h"
@@ -176,6 +177,7 @@ class Desktop {
         .phones = {.mainQueue = queue_,
                    .systemLog = systemLog_,
                    .permissions = permissions_,
+                   .cameras = cameras_,
                    .extensionNotifications = *extensionNotifications_,
                    .extensionLauncher = launcher_,
                    .makeLogger =
@@ -289,6 +291,7 @@ class Desktop {
         },
         &queue_, nullptr);
   }};
+  CameraPortal cameras_{{}};  // goes before the queue that it tells
   Farewells farewells_;
   GtkApplication* application_ = nullptr;
   WebKitWebContext* context_ = nullptr;

@@ -31,7 +31,7 @@ struct DesktopPhone::Parts {
         logger(given.makeLogger()),
         downloads(given.makeDownloads()),
         images(given.makeImages()),
-        services(given.mainQueue, given.permissions, place.origin, place.window),
+        services(given.mainQueue, given.permissions, given.cameras, place.origin, place.window),
         webView(std::make_shared<DesktopWebView>(given.mainQueue, place.view)),
         canvas(std::make_shared<VideoCanvas>(given.mainQueue)),
         lastMinutes(std::make_shared<NoteRing>(ringOptions())),

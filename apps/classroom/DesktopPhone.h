@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "bridge/Platform.h"
+#include "classroom/CameraPortal.h"
 #include "classroom/Permissions.h"
 #include "classroom/VideoCanvas.h"
 #include "engine/JanusEngine.h"
@@ -22,6 +23,7 @@ struct DesktopEnvironment {
   MainQueue& mainQueue;
   SystemLog& systemLog;
   Permissions& permissions;
+  const CameraPortal& cameras;
   CrossProcessNotificationCenter& extensionNotifications;
   VEMOExtensionLauncher& extensionLauncher;
   std::function<std::unique_ptr<VEMOLogger>()> makeLogger;

@@ -18,6 +18,11 @@ struct DesktopServices::Shown {
   GtkWindow* window = nullptr;
   std::set<GtkWidget*> dialogs;
   std::map<MediaType, std::vector<std::function<void(bool)>>> waiting;
+  CameraPortal::Question camera;
+
+  void answer(MediaType media, bool allowed) {
+    for (const auto& tell : std::exchange(waiting[media], {})) tell(allowed);
+  }
 
   /// A dialog with a title and a text; `answered` is told the number of the button that was
   /// pressed, which is negative for none.
@@ -49,10 +54,11 @@ struct DesktopServices::Shown {
   }
 };
 
-DesktopServices::DesktopServices(MainQueue& mainQueue, Permissions& permissions, std::string origin,
-                                 GtkWindow* window)
+DesktopServices::DesktopServices(MainQueue& mainQueue, Permissions& permissions,
+                                 const CameraPortal& cameras, std::string origin, GtkWindow* window)
     : mainQueue_(mainQueue),
       permissions_(permissions),
+      cameras_(cameras),
       origin_(std::move(origin)),
       shown_(std::make_shared<Shown>()) {
   shown_->window = window;
@@ -73,8 +79,28 @@ void DesktopServices::requestAccess(MediaType media, std::function<void(bool)> a
     auto& waiting = shown->waiting[media];
     if (waiting.size() >= kMostWaiting) return answer(false);
     waiting.push_back(answer);
-    if (waiting.size() == 1) prompt(media);
+    if (waiting.size() > 1) return;
+    if (media == MediaType::video) {
+      askPortal();
+    } else {
+      prompt(media);
+    }
   });
+}
+
+void DesktopServices::askPortal() {
+  shown_->camera = cameras_.ask(
+      [this, &queue = mainQueue_, weak = std::weak_ptr(shown_)](CameraPortal::Answer answer) {
+        queue.dispatchAsync([this, weak, answer] {
+          const auto shown = weak.lock();
+          if (!shown || !shown->window) return;
+          shown->camera.reset();
+          if (answer == CameraPortal::Answer::none) return prompt(MediaType::video);
+          const bool allowed = answer == CameraPortal::Answer::allowed;
+          permissions_.decideForNow(origin_, MediaType::video, allowed);
+          shown->answer(MediaType::video, allowed);
+        });
+      });
 }
 
 void DesktopServices::prompt(MediaType media) {
@@ -88,7 +114,7 @@ void DesktopServices::prompt(MediaType media) {
                    if (!shown) return;
                    const bool allowed = pressed == GTK_RESPONSE_YES;
                    permissions_.decide(origin_, media, allowed);
-                   for (const auto& tell : std::exchange(shown->waiting[media], {})) tell(allowed);
+                   shown->answer(media, allowed);
                  });
   gtk_dialog_add_buttons(GTK_DIALOG(dialog), "Don't allow", GTK_RESPONSE_NO, "Allow",
                          GTK_RESPONSE_YES, nullptr);
@@ -145,6 +171,7 @@ void DesktopServices::openSettings() {
 void DesktopServices::end() {
   shown_->window = nullptr;
   shown_->waiting.clear();
+  shown_->camera.reset();
   for (auto* dialog : std::exchange(shown_->dialogs, {})) gtk_widget_destroy(dialog);
 }
 

@@ -14,6 +14,7 @@
 #include "bridge/CaptureAuthorization.h"
 #include "bridge/MainQueue.h"
 #include "bridge/SystemVersion.h"
+#include "classroom/CameraPortal.h"
 #include "classroom/Permissions.h"
 
 namespace vemo {
@@ -25,12 +26,13 @@ class DesktopServices final : public CaptureAuthorization,
                               public Application,
                               public SystemVersion {
  public:
-  /// Both outlive this. `window` lives until end().
-  DesktopServices(MainQueue& mainQueue, Permissions& permissions, std::string origin,
-                  GtkWindow* window);
+  /// The first three outlive this. `window` lives until end().
+  DesktopServices(MainQueue& mainQueue, Permissions& permissions, const CameraPortal& cameras,
+                  std::string origin, GtkWindow* window);
 
   AuthorizationStatus authorizationStatus(MediaType media) const override;
-  /// The user is asked once for all who wait for the same answer, and never again.
+  /// The user is asked once for all who wait for the same answer, and never again: for a camera by
+  /// the desktop's portal, and by a prompt only where that comes to no answer.
   void requestAccess(MediaType media, std::function<void(bool granted)> answer) override;
   void present(Alert alert) override;
   Text information(std::string_view key) const override;
@@ -45,11 +47,13 @@ class DesktopServices final : public CaptureAuthorization,
  private:
   /// What is shown on the main thread, unless the page is gone by then.
   struct Shown;
+  void askPortal();
   void prompt(MediaType media);
   static void showAlert(const std::shared_ptr<Shown>& shown, Alert alert);
 
   MainQueue& mainQueue_;
   Permissions& permissions_;
+  const CameraPortal& cameras_;
   const std::string origin_;
   const std::shared_ptr<Shown> shown_;
 };

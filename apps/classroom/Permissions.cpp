@@ -34,7 +34,7 @@ Permissions::Permissions(std::string file) : file_(std::move(file)) {
       if (none) {
         g_error_free(none);
       } else {
-        decided_[*group][media] = allowed;
+        decided_[*group][media] = {.allowed = allowed};
       }
     }
   }
@@ -46,20 +46,26 @@ AuthorizationStatus Permissions::of(const std::string& origin, MediaType media) 
   if (known == decided_.end()) return AuthorizationStatus::notDetermined;
   const auto decided = known->second.find(media);
   if (decided == known->second.end()) return AuthorizationStatus::notDetermined;
-  return decided->second ? AuthorizationStatus::authorized : AuthorizationStatus::denied;
+  return decided->second.allowed ? AuthorizationStatus::authorized : AuthorizationStatus::denied;
 }
 
 std::string Permissions::decide(const std::string& origin, MediaType media, bool allowed) {
   const std::lock_guard lock(mutex_);
-  decided_[origin][media] = allowed;
+  decided_[origin][media] = {.allowed = allowed};
   return file_.empty() ? "" : save();
+}
+
+void Permissions::decideForNow(const std::string& origin, MediaType media, bool allowed) {
+  const std::lock_guard lock(mutex_);
+  decided_[origin][media] = {.allowed = allowed, .isKept = false};
 }
 
 std::string Permissions::save() const {
   const KeyFile kept(g_key_file_new());
   for (const auto& [origin, decisions] : decided_) {
-    for (const auto& [media, allowed] : decisions) {
-      g_key_file_set_boolean(kept.get(), origin.c_str(), keyOf(media), allowed);
+    for (const auto& [media, decision] : decisions) {
+      if (!decision.isKept) continue;
+      g_key_file_set_boolean(kept.get(), origin.c_str(), keyOf(media), decision.allowed);
     }
   }
   std::error_code problem;

@@ -27,6 +27,26 @@ TEST(PermissionsTest, AreKeptForEachOriginAndDevice) {
             AuthorizationStatus::notDetermined);
 }
 
+TEST(PermissionsTest, AreNotKeptWhereTheDesktopKeepsThem) {
+  const Folder folder;
+  const auto file = folder.file("classroom.ini");
+  {
+    Permissions permissions(file);
+    permissions.decideForNow("vemo://classroom", MediaType::video, true);
+    EXPECT_EQ(permissions.of("vemo://classroom", MediaType::video),
+              AuthorizationStatus::authorized);
+    EXPECT_EQ(permissions.decide("vemo://classroom", MediaType::audio, true), "");
+  }
+  Permissions again(file);
+  EXPECT_EQ(again.of("vemo://classroom", MediaType::video), AuthorizationStatus::notDetermined);
+  EXPECT_EQ(again.of("vemo://classroom", MediaType::audio), AuthorizationStatus::authorized);
+  again.decideForNow("vemo://classroom", MediaType::video, false);
+  EXPECT_EQ(again.of("vemo://classroom", MediaType::video), AuthorizationStatus::denied);
+  EXPECT_EQ(again.decide("vemo://classroom", MediaType::video, true), "");
+  EXPECT_EQ(Permissions(file).of("vemo://classroom", MediaType::video),
+            AuthorizationStatus::authorized);
+}
+
 TEST(PermissionsTest, SayWhyTheyCantBeKeptAndHoldForThisRun) {
   const Folder folder;
   std::ofstream(folder.file("file")) << "no folder";

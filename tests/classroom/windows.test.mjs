@@ -8,7 +8,7 @@ import { createServer } from 'node:http';
 import { after, before, describe, it } from 'node:test';
 import { promisify } from 'node:util';
 import { Classroom, colours } from '../../testing/classroom.mjs';
-import { startDisplay, until } from '../../testing/webdriver.mjs';
+import { start, startDisplay, until } from '../../testing/webdriver.mjs';
 
 const run = promisify(execFile);
 const programs = process.env.VEMO_PROGRAMS;
@@ -174,6 +174,55 @@ describe('a class in windows', () => {
     // Still in the class, and in touch with it.
     await ada.press('[data-control=Camera]');
     await teacher.seesColour('Ada', colours[1]);
+  });
+});
+
+describe('a desktop with a camera portal', () => {
+  /** A class of one, who presses the camera while the portal answers so; how often it was asked. */
+  async function press(answer, then) {
+    const portal = await start(process.env.VEMO_FAKE_PORTAL, [answer], { ready: /^ready$/ });
+    const classroom = await Classroom.start(programs, { width: 800, height: 700 });
+    try {
+      const ada = await classroom.open('Ada', places.left);
+      await ada.enter();
+      await ada.press('[data-control=Camera]');
+      await then(ada, classroom);
+    } finally {
+      await classroom.stop();
+      await portal.stop();
+    }
+    return portal.said.at(-1);
+  }
+
+  it('asks the user in place of the window, once', async () => {
+    const asked = await press('allow', async (ada, classroom) => {
+      await ada.seesColour('Ada', colours[0]);
+      await ada.enter();
+      await ada.press('[data-control=Camera]');
+      await ada.seesColour('Ada', colours[0]);
+      assert.equal((await classroom.windowIds()).length, 1, 'there is a prompt');
+      await assert.rejects(readFile(`${classroom.folder}/vemo/classroom.ini`), 'it was kept');
+    });
+    assert.equal(asked, 'asked 1');
+  });
+
+  it('refuses for the user, who is not asked again', async () => {
+    const asked = await press('refuse', async (ada, classroom) => {
+      await ada.has('.toasts .toast.bad');
+      await ada.press('[data-control=Camera]');
+      await ada.promptFor(); // the page's alert, which leads to the settings
+      assert.equal((await classroom.windowIds()).length, 2);
+    });
+    assert.equal(asked, 'asked 1');
+  });
+
+  it('leaves it to the window where the portal comes to no answer', async () => {
+    const asked = await press('fail', async (ada) => {
+      await ada.promptFor();
+      await ada.answerPrompt(true);
+      await ada.seesColour('Ada', colours[0]);
+    });
+    assert.equal(asked, 'asked 1');
   });
 });
 

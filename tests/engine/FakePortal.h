@@ -14,8 +14,8 @@
 
 namespace vemo {
 
-/// A desktop's screencast portal on a bus, on a thread of its own, whose user allows everything
-/// unless something goes wrong.
+/// A desktop's portals of screens and cameras on a bus, on a thread of their own, whose user allows
+/// everything unless something goes wrong.
 class FakePortal {
  public:
   enum class Trouble { none, silent, error, cancelled, ended, empty };
@@ -33,7 +33,8 @@ class FakePortal {
           static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                             G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
           nullptr, nullptr, nullptr);
-      serve(kDesktop, 0);
+      serve(kDesktop, kScreenCast);
+      serve(kDesktop, kCamera);
       GVariant* owned = g_dbus_connection_call_sync(
           bus_, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
           "RequestName", g_variant_new("(su)", "org.freedesktop.portal.Desktop", 0U), nullptr,
@@ -55,6 +56,7 @@ class FakePortal {
   void die() {
     onItsThread([this] {
       if (!bus_) return;
+      g_dbus_connection_flush_sync(bus_, nullptr, nullptr);  // what it answered is heard
       g_dbus_connection_close_sync(bus_, nullptr, nullptr);
       g_object_unref(std::exchange(bus_, nullptr));
     });
@@ -66,6 +68,7 @@ class FakePortal {
 
  private:
   static constexpr const char* kDesktop = "/org/freedesktop/portal/desktop";
+  enum Interface { kScreenCast, kRequest, kSession, kCamera };  // as they stand in interfaces_
 
   void onItsThread(const std::function<void()>& task) {
     Arrivals<bool> done;
@@ -75,7 +78,7 @@ class FakePortal {
     });
     done.next();
   }
-  void serve(const std::string& object, int interface) {
+  void serve(const std::string& object, Interface interface) {
     static constexpr GDBusInterfaceVTable kCalls{
         [](GDBusConnection*, const gchar* sender, const gchar*, const gchar* kind,
            const gchar* method, GVariant* parameters, GDBusMethodInvocation* call, gpointer self) {
@@ -83,10 +86,9 @@ class FakePortal {
         },
         [](GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar* name, GError**,
            gpointer) {
-          constexpr guint32 kAllSources = 7;
-          constexpr guint32 kAllPointers = 7;
-          return g_variant_new_uint32(std::string(name) == "AvailableSourceTypes" ? kAllSources
-                                                                                  : kAllPointers);
+          constexpr guint32 kAll = 7;
+          return std::string(name) == "IsCameraPresent" ? g_variant_new_boolean(TRUE)
+                                                        : g_variant_new_uint32(kAll);
         },
         nullptr,
         {}};
@@ -148,14 +150,14 @@ class FakePortal {
   }
   void request(GDBusMethodInvocation* call, const std::string& method, const std::string& object,
                const std::string& session, Trouble trouble) {
-    serve(object, 1);
+    serve(object, kRequest);
     g_dbus_method_invocation_return_value(call, g_variant_new("(o)", object.c_str()));
     if (trouble == Trouble::silent) return;
     GVariantBuilder results;
     g_variant_builder_init(&results, G_VARIANT_TYPE_VARDICT);
     if (method == "CreateSession" && trouble != Trouble::empty) {
       session_ = session;
-      serve(session, 2);
+      serve(session, kSession);
       g_variant_builder_add(&results, "{sv}", "session_handle",
                             g_variant_new_string(session.c_str()));
     } else if (method == "Start") {
@@ -182,7 +184,12 @@ class FakePortal {
       "<property name='AvailableSourceTypes' type='u' access='read'/>"
       "<property name='AvailableCursorModes' type='u' access='read'/></interface>"
       "<interface name='org.freedesktop.portal.Request'><method name='Close'/></interface>"
-      "<interface name='org.freedesktop.portal.Session'><method name='Close'/></interface></node>",
+      "<interface name='org.freedesktop.portal.Session'><method name='Close'/></interface>"
+      "<interface name='org.freedesktop.portal.Camera'>"
+      "<method name='AccessCamera'><arg direction='in' type='a{sv}'/>"
+      "<arg direction='out' type='o'/></method>"
+      "<property name='IsCameraPresent' type='b' access='read'/>"
+      "<property name='version' type='u' access='read'/></interface></node>",
       nullptr);
   GDBusConnection* bus_ = nullptr;
   std::string client_, session_;
