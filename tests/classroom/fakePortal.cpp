@@ -1,4 +1,5 @@
-// A desktop's portals on the session bus, until SIGTERM, when it says how often something was asked.
+// A desktop's portals on the session bus, until SIGTERM, when it says how often something was
+// asked.
 //   vemo-fake-portal allow|refuse|fail
 #include <signal.h>
 
