@@ -97,6 +97,7 @@ function(vemo_test name)
   if(VEMO_PRECOMPILE)
     target_precompile_headers(${name} REUSE_FROM vemo_precompiled_tests)
   endif()
+  # Many times what the longest takes on a busy machine, so that one that hangs is told of soon.
   gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST
-    PROPERTIES LABELS "${ARG_LABELS}")
+    PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 600)
 endfunction()

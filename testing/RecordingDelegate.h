@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <concepts>
 #include <condition_variable>
 #include <cstddef>
@@ -66,13 +67,21 @@ class RecordingDelegate : public KOBUCloudDelegateOf<RecordingDelegate> {
     return static_cast<std::size_t>(std::ranges::count_if(
         events_, [&](const Event& event) { return event.line.starts_with(prefix); }));
   }
-  /// Waits until a line begins with `prefix`.
+  /// Waits until a line begins with `prefix`; a failure, with what came instead, when none does.
   void waitFor(std::string_view prefix) {
+    constexpr std::chrono::seconds kPatience{60};
     std::unique_lock lock(mutex_);
-    changed_.wait(lock, [&] {
+    const bool came = changed_.wait_for(lock, kPatience, [&] {
       return std::ranges::any_of(
           events_, [&](const Event& event) { return event.line.starts_with(prefix); });
     });
+    if (came) return;
+    std::ostringstream there;
+    for (const auto& event : events_) {
+      if (!isPeriodicEvent(event.name)) there << "\n  " << event.line;
+    }
+    ADD_FAILURE() << "no \"" << prefix << "\" came in " << kPatience.count() << " s, but"
+                  << there.str();
   }
 
   /// What came last.
