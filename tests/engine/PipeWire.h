@@ -38,10 +38,9 @@ class PipeWire {
                   "  { name = libpipewire-module-link-factory }\n"
                   "  { name = libpipewire-module-access } ]\n");
     spawn("exec pipewire -c '" + folder_.file("pipewire.conf") + "'");
-    spawn(std::string("while :; do pw-cli info all | "
-                      "grep -q \"node.target = \\\"$(") +
+    spawn(std::string("while :; do timeout 5 pw-dump | grep -q \"\\\"node.target\\\": $(") +
           kScreenNumber +
-          ")\\\"\" && pw-link screen:out_0 \"$(pw-link -i | grep -m1 :in_0)\"; "
+          "),\" && timeout 5 pw-link screen:out_0 \"$(timeout 5 pw-link -i | grep -m1 :in_0)\"; "
           "sleep 0.1; done");
     janus::initialiseGStreamer();
     sink_ = connect();
@@ -85,9 +84,9 @@ class PipeWire {
   }
   /// The number of the screen in it, once it is there.
   unsigned screen() const {
-    const auto command = "PIPEWIRE_RUNTIME_DIR='" + folder_.file("") + "' timeout 30 sh -c '" +
-                         "exec 2>/dev/null; until " + kScreenNumber +
-                         " | grep .; do sleep 0.1; done'";
+    const auto command = "exec 2>/dev/null; export PIPEWIRE_RUNTIME_DIR='" + folder_.file("") +
+                         "'; for i in $(seq 300); do " + kScreenNumber +
+                         " | grep . && break; sleep 0.1; done";
     const std::unique_ptr<FILE, int (*)(FILE*)> out(::popen(command.c_str(), "r"), ::pclose);
     unsigned number = 0;
     EXPECT_EQ(std::fscanf(out.get(), "%u", &number), 1) << "there is no screen";
@@ -112,8 +111,8 @@ class PipeWire {
   static constexpr std::chrono::seconds kPatience{30};
   /// Says the screen's number, for a shell.
   static constexpr const char* kScreenNumber =
-      "pw-cli ls Node | grep -B6 \\\"screen\\\" | "
-      "sed -n \"s/.*id \\([0-9]*\\),.*/\\1/p\"";
+      "timeout 5 pw-dump | "
+      "awk '/^    \"id\":/ {id = $2 + 0} /\"node.name\": \"screen\"/ {print id}'";
 
   void spawn(const std::string& script) {
     // They go with the test, however that ends.
