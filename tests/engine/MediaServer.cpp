@@ -95,6 +95,21 @@ void MediaServer::stop() {
   process_ = 0;
 }
 
+double MediaServer::secondsUsed() const {
+  // The server is a child of the script that started it.
+  const auto own = "/proc/" + std::to_string(process_);
+  std::ifstream children(own + "/task/" + std::to_string(process_) + "/children");
+  double ticks = 0;
+  for (int child = 0; children >> child;) {
+    std::ifstream stat("/proc/" + std::to_string(child) + "/stat");
+    std::string field;
+    for (int number = 1; number <= 15 && stat >> field; ++number) {
+      if (number >= 14) ticks += std::stod(field);  // in user mode, in the kernel
+    }
+  }
+  return ticks / static_cast<double>(::sysconf(_SC_CLK_TCK));
+}
+
 std::string MediaServer::url() const {
   const bool isSecure = std::ranges::find(options_, "--certificate") != options_.end();
   return std::string(isSecure ? "wss://" : "ws://") + kAddress + ":8188";

@@ -30,6 +30,7 @@ class MediaServer {
   void start();  ///< again, on the same port
 
   std::string url() const;
+  double secondsUsed() const;  ///< of processor time, by the media server itself
   static std::string signature(std::uint32_t room,
                                std::chrono::seconds lasts = std::chrono::hours(1));
   static KOBUParams params(const std::string& user, std::uint32_t room = 7);

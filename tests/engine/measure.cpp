@@ -123,6 +123,64 @@ TEST(Measure, AClassOfFour) {
         text(used * 100 / static_cast<double>(people.size()), "%"));
 }
 
+/// Of all that goes to and from the server; in the network of this process's own that is all.
+double megabitsSent() {
+  std::ifstream devices("/proc/net/dev");
+  for (std::string line; std::getline(devices, line);) {
+    const auto name = line.find("lo:");
+    if (name != std::string::npos) return std::stod(line.substr(name + 3)) * 8 / 1e6;
+  }
+  return 0;
+}
+
+/// `senders` and `watchers` are in a room, and each sees and hears all who send.
+void measureServer(int senders, int watchers) {
+  const MediaServer server;
+  auto options = testOptions(server.url());
+  // Pictures that fill the bit rate, as those of a camera do.
+  options.frontCamera = {
+      "videotestsrc is-live=true pattern=snow ! "
+      "video/x-raw,width=320,height=180,framerate=15/1"};
+  std::vector<std::unique_ptr<Person>> people;
+  for (int i = 0; i < senders + watchers; ++i) {
+    people.push_back(std::make_unique<Person>("person " + std::to_string(i), options));
+    auto& person = *people.back();
+    KOBUVideoEncParam encoding;
+    encoding.width = 320;
+    encoding.height = 180;
+    encoding.bitrate = 600;
+    person->setVideoEncoderParam(encoding);
+    if (i < senders) {
+      person.enterSending();
+    } else {
+      person.enter(kKOBURoleAudience);
+    }
+    person.entered();
+  }
+  for (auto& one : people) {
+    for (int i = 0; i < senders; ++i) {
+      const auto& other = *people[static_cast<std::size_t>(i)];
+      if (one->name() == other.name()) continue;
+      (*one)->startRemoteView(other.name(), kKOBUStreamTypeMain, std::make_shared<SeenView>());
+      one->told->waitFor("onFirstVideoFrame " + other.name());
+    }
+  }
+  constexpr std::chrono::seconds kLong{10};
+  const auto usedBefore = server.secondsUsed();
+  const auto sentBefore = megabitsSent();
+  std::this_thread::sleep_for(kLong);
+  const auto seconds = static_cast<double>(kLong.count());
+  print("the server, of a core: " + std::to_string(senders) + " send, " + std::to_string(watchers) +
+            " only watch",
+        text((server.secondsUsed() - usedBefore) / seconds * 100, "%") + " for " +
+            text((megabitsSent() - sentBefore) / seconds, "Mbit/s"));
+}
+
+TEST(Measure, WhatAServerCarries) {
+  for (const int watchers : {1, 8, 16}) measureServer(1, watchers);
+  for (const int senders : {2, 4, 6}) measureServer(senders, 0);
+}
+
 TEST(Measure, MemoryOfVisits) {
   const MediaServer server;
   const auto options = testOptions(server.url());
