@@ -78,7 +78,7 @@ Conference::Conference(std::shared_ptr<EngineThread> thread,
       options_(std::move(options)),
       log_(std::move(log)),
       outgoing_(std::make_shared<Outgoing>()),
-      music_(*thread_,
+      music_(*thread_, options_->musicFolder,
              {[this]() -> AudioMix& { return playoutMix(); },
               [this]() -> AudioMix& { return sentMix(); }},
              [this] { publish(); }) {}

@@ -50,6 +50,8 @@ struct EngineOptions {
   std::vector<std::string> microphone{"pulsesrc", "alsasrc"};
   std::string speaker = "pulsesink";
   std::vector<std::string> screen{screenOfSession()};
+  std::string musicFolder;  ///< where paths of music begin that are not absolute; empty: where the
+                            ///< program was started
   std::string sessionBus;  ///< the address of the bus that has the portal; empty: the session's
 
   /// The pixels of an image that the host's decoder made; null when it is none of these.

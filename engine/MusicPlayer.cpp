@@ -1,6 +1,7 @@
 #include "engine/MusicPlayer.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <string>
 #include <utility>
 
@@ -14,10 +15,10 @@ constexpr std::size_t kMostTracks = 16;
 constexpr std::chrono::milliseconds kProgressPeriod{200};
 constexpr std::int64_t kNanoPerMs = 1'000'000;
 
-std::string addressOf(const std::string& path) {
+std::string addressOf(const std::string& path, const std::filesystem::path& folder) {
   if (gst_uri_is_valid(path.c_str())) return path;
   GError* error = nullptr;
-  const GText uri(gst_filename_to_uri(path.c_str(), &error));
+  const GText uri(gst_filename_to_uri((folder / path).c_str(), &error));
   if (error) g_error_free(error);
   return uri ? uri.get() : "";
 }
@@ -62,8 +63,12 @@ struct MusicPlayer::Track {
   }
 };
 
-MusicPlayer::MusicPlayer(EngineThread& thread, Mixes mixes, std::function<void()> onChange)
-    : thread_(thread), mixes_(std::move(mixes)), onChange_(std::move(onChange)) {}
+MusicPlayer::MusicPlayer(EngineThread& thread, std::string folder, Mixes mixes,
+                         std::function<void()> onChange)
+    : thread_(thread),
+      folder_(std::move(folder)),
+      mixes_(std::move(mixes)),
+      onChange_(std::move(onChange)) {}
 
 MusicPlayer::~MusicPlayer() { stopAll(); }
 
@@ -92,7 +97,7 @@ void MusicPlayer::start(const PWAudioMusicParam& music, Callbacks callbacks) {
       "audioresample ! " +
           std::string(kSound) + " ! appsink name=out sync=true max-buffers=50",
       why);
-  const auto address = addressOf(music.path.value_or(""));
+  const auto address = addressOf(music.path.value_or(""), folder_);
   if (!track->pipeline || address.empty()) return failed(track, kMusicNotFound);
   g_object_set(elementOf(track->pipeline.get(), "from").get(), "uri", address.c_str(), nullptr);
   track->playout = std::make_unique<AudioMix::Input>(mixes_.playout());

@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <string>
 
 #include "bridge/PWAudioEffectManager.h"
 #include "engine/AudioMix.h"
@@ -24,8 +25,10 @@ class MusicPlayer {
     std::function<AudioMix&()> sent;
   };
 
-  /// `onChange`: whether something is published may be another answer now.
-  MusicPlayer(EngineThread& thread, Mixes mixes, std::function<void()> onChange);
+  /// `folder`: where paths begin that are not absolute. `onChange`: whether something is published
+  /// may be another answer now.
+  MusicPlayer(EngineThread& thread, std::string folder, Mixes mixes,
+              std::function<void()> onChange);
   ~MusicPlayer();
   MusicPlayer(const MusicPlayer&) = delete;
   MusicPlayer& operator=(const MusicPlayer&) = delete;
@@ -51,6 +54,7 @@ class MusicPlayer {
   void erase(const std::shared_ptr<Track>& track);
 
   EngineThread& thread_;
+  const std::string folder_;
   const Mixes mixes_;
   const std::function<void()> onChange_;
   std::map<std::int32_t, std::shared_ptr<Track>> tracks_;

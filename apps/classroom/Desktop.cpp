@@ -204,6 +204,7 @@ class Desktop {
     options.servers = options_.servers;
     options.serversFile = options_.serversFile;
     options.authorities = options_.authorities;
+    options.musicFolder = ownPageFolder().parent_path();
     options.pixelsOf = [](const VEMOImage& image) -> std::shared_ptr<const RgbaPicture> {
       const auto* decoded = dynamic_cast<const DecodedImage*>(&image);
       if (!decoded) return nullptr;

@@ -27,6 +27,11 @@ class MusicTest : public ::testing::Test {
     writeTones(*music_.path, {kLow, kHigh}, 2);
   }
 
+  EngineOptions options() const {
+    auto options = testOptions("");
+    options.musicFolder = folder_.file("");
+    return options;
+  }
   PWAudioEffectManager& manager() { return alice_->getAudioEffectManager(); }
   void play() {
     manager().startPlayMusic(
@@ -49,7 +54,7 @@ class MusicTest : public ::testing::Test {
   std::mutex mutex_;
   std::vector<std::int64_t> positions_;
   Arrivals<std::int64_t> started_, ended_;
-  Person alice_{"alice", testOptions("")};
+  Person alice_{"alice", options()};
 };
 
 TEST_F(MusicTest, ARangeIsPlayedAlone) {
@@ -109,6 +114,18 @@ TEST_F(MusicTest, APauseIsSilentAndLosesNothing) {
   const auto told = positions();
   for (std::size_t i = 1; i < told.size(); ++i) EXPECT_GE(told[i], told[i - 1]);
   EXPECT_GT(told.size(), before.size());
+}
+
+TEST_F(MusicTest, APathBeginsInTheFolderForMusic) {
+  music_.path = "piece.wav";
+  play();
+  EXPECT_EQ(started_.next(), 0);
+  music_.path = "../piece.wav";
+  play();
+  EXPECT_EQ(started_.next(), kMusicNotFound);
+  music_.path = folder_.file("piece.wav");
+  play();
+  EXPECT_EQ(started_.next(), 0);
 }
 
 TEST_F(MusicTest, NothingBetweenStartAndEndIsARangeOfNothing) {
