@@ -341,13 +341,15 @@ class Writer {
 
 void writeSession(const Recording& recording, std::ostream& out) {
   Writer writer(recording, out);
-  out << "# Recorded by " << (recording.program.empty() ? "an unknown version" : recording.program)
-      << ".\n";
-  if (!recording.failure.empty()) {
-    std::string failure;
-    appendJsonString(failure, recording.failure);
-    out << "# Failure: " << failure << '\n';
-  }
+  // Texts of the recording, which a line break would make lines of the scenario.
+  const auto quoted = [](std::string_view text) {
+    std::string json;
+    appendJsonString(json, text);
+    return json;
+  };
+  const auto program = quoted(recording.program.empty() ? "an unknown version" : recording.program);
+  out << "# Recorded by " << std::string_view(program).substr(1, program.size() - 2) << ".\n";
+  if (!recording.failure.empty()) out << "# Failure: " << quoted(recording.failure) << '\n';
   if (!recording.whole) {
     out << "# Part of it is missing: steps may differ that build on that.\n";
   }
