@@ -511,7 +511,7 @@ void Conference::listen() {
   for (const auto& [user, remote] : remotes_) {
     const auto stream = remote.streams.find(Line::audio);
     if (!remote.presence.audio || stream == remote.streams.end() || !stream->second) continue;
-    add(user, stream->second->loudness);
+    add(user, stream->second->loudness());
   }
   emit([&](auto& to) { to.onUserVoiceVolume(volumes, total); });
 }

@@ -52,7 +52,7 @@ struct EngineOptions {
   std::vector<std::string> screen{screenOfSession()};
   std::string musicFolder;  ///< where paths of music begin that are not absolute; empty: where the
                             ///< program was started
-  std::string sessionBus;  ///< the address of the bus that has the portal; empty: the session's
+  std::string sessionBus;   ///< the address of the bus that has the portal; empty: the session's
 
   /// The pixels of an image that the host's decoder made; null when it is none of these.
   std::function<std::shared_ptr<const RgbaPicture>(const VEMOImage&)> pixelsOf;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -36,7 +37,7 @@ struct MusicPlayer::Track {
   bool started = false;
   bool paused = false;
   std::int32_t loopsLeft = 0;
-  std::int64_t durationMs = 0;
+  std::int64_t durationMs = 0;  // 0 while it is not known
 
   ~Track() { end(); }
   void end() {
@@ -50,16 +51,29 @@ struct MusicPlayer::Track {
   std::int64_t positionMs() const {
     gint64 position = 0;
     gst_element_query_position(pipeline.get(), GST_FORMAT_TIME, &position);
-    return std::clamp<std::int64_t>(position / kNanoPerMs, 0, durationMs);
+    const auto ms = std::max<std::int64_t>(position / kNanoPerMs, 0);
+    return durationMs > 0 ? std::min(ms, durationMs) : ms;
   }
-  std::int64_t endMs() const {
+  /// Nothing while it is not known.
+  std::optional<std::int64_t> endMs() const {
+    if (durationMs == 0) return music.endTimeMs < 0 ? std::nullopt : std::optional(music.endTimeMs);
     return music.endTimeMs < 0 ? durationMs : std::min(music.endTimeMs, durationMs);
+  }
+  /// Of a file that does not say it, as many of MP3, it is guessed better and better while it
+  /// plays.
+  void askDuration() {
+    gint64 duration = 0;
+    if (gst_element_query_duration(pipeline.get(), GST_FORMAT_TIME, &duration)) {
+      durationMs = std::max<std::int64_t>(duration / kNanoPerMs, 0);
+    }
   }
   /// A stop is given each time: an old one might lie before the new position.
   void seekTo(std::int64_t ms) {
+    const auto stop = music.endTimeMs < 0 ? static_cast<gint64>(GST_CLOCK_TIME_NONE)
+                                          : music.endTimeMs * kNanoPerMs;
     gst_element_seek(pipeline.get(), 1.0, GST_FORMAT_TIME,
                      static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | GST_SEEK_FLAG_ACCURATE),
-                     GST_SEEK_TYPE_SET, ms * kNanoPerMs, GST_SEEK_TYPE_SET, endMs() * kNanoPerMs);
+                     GST_SEEK_TYPE_SET, ms * kNanoPerMs, GST_SEEK_TYPE_SET, stop);
   }
 };
 
@@ -141,11 +155,10 @@ void MusicPlayer::start(const PWAudioMusicParam& music, Callbacks callbacks) {
 
 void MusicPlayer::loaded(const std::shared_ptr<Track>& track) {
   track->started = true;
-  gint64 duration = 0;
-  gst_element_query_duration(track->pipeline.get(), GST_FORMAT_TIME, &duration);
-  track->durationMs = duration / kNanoPerMs;
+  track->askDuration();
   const auto& music = track->music;
-  if (music.startTimeMs < 0 || music.startTimeMs >= track->endMs()) {
+  const auto end = track->endMs();
+  if (music.startTimeMs < 0 || (end && music.startTimeMs >= *end)) {
     return failed(track, kMusicBadRange);
   }
   if (music.startTimeMs > 0 || music.endTimeMs >= 0) track->seekTo(music.startTimeMs);
@@ -153,7 +166,9 @@ void MusicPlayer::loaded(const std::shared_ptr<Track>& track) {
   std::weak_ptr<Track> weak(track);
   track->progress = thread_.every(kProgressPeriod, [weak] {
     const auto held = weak.lock();
-    if (!held || held->paused || !held->callbacks.onProgress) return;
+    if (!held || held->paused) return;
+    held->askDuration();
+    if (!held->callbacks.onProgress) return;
     const auto tell = held->callbacks.onProgress;
     tell(held->positionMs(), held->durationMs);
   });
@@ -170,8 +185,8 @@ void MusicPlayer::atEnd(const std::shared_ptr<Track>& track) {
   const auto busy = track->busy;  // until it was told
   const auto progress = track->callbacks.onProgress;
   const auto complete = track->callbacks.onComplete;
-  const auto duration = track->durationMs;
-  const auto at = track->endMs();
+  const auto at = track->endMs().value_or(track->positionMs());
+  const auto duration = track->durationMs > 0 ? track->durationMs : at;
   erase(track);
   if (progress) progress(at, duration);
   if (complete) complete(0);
@@ -226,7 +241,8 @@ void MusicPlayer::resume(std::int32_t id) {
 void MusicPlayer::seek(std::int32_t id, std::int64_t positionMs) {
   const auto track = playing(id);
   if (!track || !track->started) return;
-  track->seekTo(std::clamp<std::int64_t>(positionMs, 0, track->endMs()));
+  track->seekTo(
+      std::max<std::int64_t>(std::min(positionMs, track->endMs().value_or(positionMs)), 0));
 }
 
 void MusicPlayer::setAllVolume(std::int32_t volume) {

@@ -69,7 +69,7 @@ void Conference::receive(const std::string& user) {
       const auto drawing = wanted->drawings.find(line);
       stream->stage.setDrawing(drawing == wanted->drawings.end() ? Drawing{} : drawing->second);
     }
-    if (!flows) stream->fallSilent();
+    stream->setReceived(flows);
     visit_->subscriber().want(
         {user, line},
         {stream, flows, line == Line::camera && remote.presence.small && wanted && wanted->small});

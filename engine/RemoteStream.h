@@ -26,7 +26,7 @@ class Conference::RemoteStream final : public StreamReceiver {
   void take(GstSample* sample) override {
     ++frames;
     if (sound_) {
-      loudness = loudnessOf(sample) * volume_ / 100;
+      loudness_ = loudnessOf(sample) * volume_ / 100;
       sound_->push(sample);
     } else {
       GstVideoInfo info;
@@ -42,8 +42,10 @@ class Conference::RemoteStream final : public StreamReceiver {
 
   /// The next sample counts as the first.
   void begin() { began_ = false; }
-  /// What was heard last is over.
-  void fallSilent() { loudness = 0; }
+  /// Whether it is received: what still comes when it is not is the rest of what was sent before.
+  void setReceived(bool received) { received_ = received; }
+  /// How loud what came last is, from 0 to 100.
+  int loudness() const { return received_ ? loudness_.load() : 0; }
   void setVolume(int volume) {
     volume_ = volume;
     sound_->setVolume(volume);
@@ -51,13 +53,13 @@ class Conference::RemoteStream final : public StreamReceiver {
 
   VideoStage stage;
   std::atomic<std::uint64_t> frames = 0;
-  std::atomic<int> width = 0, height = 0, loudness = 0;
+  std::atomic<int> width = 0, height = 0;
 
  private:
   const std::unique_ptr<AudioMix::Input> sound_;
   const First first_;
-  std::atomic<bool> began_ = false;
-  std::atomic<int> volume_ = 100;
+  std::atomic<bool> began_ = false, received_ = false;
+  std::atomic<int> volume_ = 100, loudness_ = 0;
 };
 
 }  // namespace vemo::janus

@@ -66,6 +66,30 @@ async function lesson(classroom) {
   tell('Each sees the moving pictures of all three.');
   await picture('class-of-three');
 
+  await teacher.press('[data-control=Microphone]');
+  await ada.has('.tile[data-user="Ms. Novak"][data-speaking=no]');
+  await teacher.press('[data-page=music]');
+  await teacher.press('button[title=Play]');
+  await ada.has('.tile[data-user="Ms. Novak"][data-speaking=yes]');
+  await ben.has('.tile[data-user="Ms. Novak"][data-speaking=yes]');
+  tell('The teacher mutes herself and plays the morning bell, which the others hear.');
+  await picture('music');
+  await teacher.press('button[title=Stop]');
+  await ada.has('.tile[data-user="Ms. Novak"][data-speaking=no]');
+  tell('She stops it.');
+
+  await ada.press('[data-control=Microphone]');
+  await teacher.has('.tile[data-user=Ada][data-speaking=yes]');
+  await teacher.press('[data-page=people]');
+  await teacher.pressText('Silence all', 'label');
+  await teacher.has('.tile[data-user=Ada][data-speaking=no]');
+  await ben.has('.tile[data-user=Ada][data-speaking=yes]');
+  tell('Ada speaks; the teacher silences everybody and hears her no more, Ben does.');
+  await teacher.pressText('Silence all', 'label');
+  await teacher.has('.tile[data-user=Ada][data-speaking=yes]');
+  await teacher.press('[data-page=people]');
+  tell('She lets them speak again.');
+
   await ada.press('[data-page=devices]');
   await ada.pressText('Picture while paused');
   await ada.has('.toast');
@@ -88,6 +112,12 @@ async function lesson(classroom) {
   await ada.pressText('Stop sharing');
   await teacher.hasNot('[data-screen-of=Ada]');
   tell('She stops sharing.');
+
+  await teacher.press('[data-page=network]');
+  await teacher.pressText('Measure');
+  await teacher.has('.results li');
+  tell('The teacher measures the network.');
+  await picture('network');
 
   await ada.reload();
   await teacher.hasNot('.tile[data-user=Ada]');

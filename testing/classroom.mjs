@@ -79,14 +79,15 @@ class Way {
 export class Classroom {
   /**
    * `allow`: the user has allowed camera and microphone before. `log`: the application's own;
-   * `options`: more of it.
+   * `options`: more of it; `sound`: the server of the devices for sound, in place of test media.
    */
-  static async start(programs, { width, height, log, allow = false, options = [] }) {
+  static async start(programs, { width, height, log, allow = false, options = [], sound }) {
     const folder = await mkdtemp(`${tmpdir()}/vemo-classroom-`);
     const secret = `${folder}/secret`;
     await writeFile(secret, 'a-secret-for-this-class-alone\n');
     const serverArgs = ['--secret-file', secret, '--address', address];
-    const server = await start(`${root}server/vemo-server`, serverArgs, { ready: /^ready (.*)$/ });
+    const startServer = () => start(`${root}server/vemo-server`, serverArgs, { ready: /^ready (.*)$/ });
+    const server = await startServer();
     const way = await Way.to(8188);
     const display = await startDisplay(width, height);
     const sign = ['--secret-file', secret, '--app', application, '--room', room];
@@ -101,14 +102,18 @@ export class Classroom {
       XDG_CONFIG_HOME: folder,
       LIBGL_ALWAYS_SOFTWARE: '1',
       NO_AT_BRIDGE: '1',
+      ...sound?.env,
     };
-    const args = ['--server', way.url, '--test-media', '--log', log ?? `${folder}/log`, ...options];
+    const media = sound ? [] : ['--test-media'];
+    const args = ['--server', way.url, ...media, '--log', log ?? `${folder}/log`, ...options];
     const desktop = await Desktop.start(`${programs}/classroom/vemo-classroom`, args, env);
-    return new Classroom(desktop, display, server, way, folder, stdout.trim(), log ?? `${folder}/log`);
+    const signature = stdout.trim();
+    const parts = { desktop, display, server, startServer, way, folder, signature, log: log ?? `${folder}/log` };
+    return new Classroom(parts);
   }
 
-  constructor(desktop, display, server, way, folder, signature, log) {
-    Object.assign(this, { desktop, display, server, way, folder, signature, log });
+  constructor(parts) {
+    Object.assign(this, parts);
     /** The ids of the people's windows. */
     this.known = new Set();
   }
@@ -138,12 +143,25 @@ export class Classroom {
     return this.desktop.picture(file);
   }
 
+  async serverProcess() {
+    const { stdout } = await run('ps', ['--ppid', String(this.server.pid), '-o', 'pid=,comm=']);
+    return Number(/(\d+) janus/.exec(stdout)[1]);
+  }
+
   /** Stops the media server for a while: it neither answers nor is gone. Gives what lets it go on. */
   async holdServer() {
-    const { stdout } = await run('ps', ['--ppid', String(this.server.pid), '-o', 'pid=,comm=']);
-    const pid = Number(/(\d+) janus/.exec(stdout)[1]);
+    const pid = await this.serverProcess();
     process.kill(pid, 'SIGSTOP');
     return () => process.kill(pid, 'SIGCONT');
+  }
+
+  /** Kills the media server. Gives what starts it again. */
+  async killServer() {
+    process.kill(await this.serverProcess(), 'SIGKILL');
+    await until('the server to be gone', () => this.server.isOver());
+    return async () => {
+      this.server = await this.startServer();
+    };
   }
 
   /** Ends all; gives what the programs have said. */
@@ -209,10 +227,10 @@ class Person {
   hasNot(css) {
     return this.window.has(css, false);
   }
-  pressText(text) {
-    return until(`a button "${text}"`, () =>
+  pressText(text, what = 'button') {
+    return until(`a ${what} "${text}"`, () =>
       this.window.run(
-        `const found = [...document.querySelectorAll('button')].find((each) => each.textContent.includes(arguments[0]));
+        `const found = [...document.querySelectorAll('${what}')].find((each) => each.textContent.includes(arguments[0]));
          found?.click();
          return Boolean(found);`,
         text,

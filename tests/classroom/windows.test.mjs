@@ -8,6 +8,7 @@ import { createServer } from 'node:http';
 import { after, before, describe, it } from 'node:test';
 import { promisify } from 'node:util';
 import { Classroom, colours } from '../../testing/classroom.mjs';
+import { SoundServer } from '../../testing/sound.mjs';
 import { start, startDisplay, until } from '../../testing/webdriver.mjs';
 
 const run = promisify(execFile);
@@ -40,6 +41,15 @@ describe('a class in windows', () => {
     await ada.has('.tile[data-user="Ms. Novak"][data-speaking=yes]');
     await teacher.press('[data-control=Microphone]');
     await ada.has('.tile[data-user="Ms. Novak"][data-speaking=no]');
+  });
+
+  it('music is heard by the others', async () => {
+    await teacher.press('[data-page=music]');
+    await teacher.press('button[title=Play]');
+    await ada.has('.tile[data-user="Ms. Novak"][data-speaking=yes]');
+    await teacher.press('button[title=Stop]');
+    await ada.has('.tile[data-user="Ms. Novak"][data-speaking=no]');
+    await teacher.press('[data-page=music]');
   });
 
   it('what is pressed on a picture is pressed on the page beneath it', async () => {
@@ -109,6 +119,19 @@ describe('a class in windows', () => {
     await ada.enter();
   });
 
+  it('goes on after its server was killed and has been started again', async () => {
+    const startAgain = await classroom.killServer();
+    for (const who of [teacher, ada]) await who.hasNot('[data-connection=good]');
+    await startAgain();
+    for (const who of [teacher, ada]) await who.has('[data-connection=good]');
+    await ada.has('.tile[data-user="Ms. Novak"]');
+    // The picture that stood still moves again.
+    await ada.seesMoving('Ms. Novak');
+    await ada.press('[data-control=Camera]');
+    await teacher.seesColour('Ada', colours[1]);
+    await ada.press('[data-control=Camera]');
+  });
+
   it('a window that is closed while it enters leaves nobody in the room', async () => {
     const ben = await classroom.open('Ben', { x: 0, y: 700, width: 500, height: 300 });
     await ben.visit();
@@ -174,6 +197,29 @@ describe('a class in windows', () => {
     // Still in the class, and in touch with it.
     await ada.press('[data-control=Camera]');
     await teacher.seesColour('Ada', colours[1]);
+  });
+});
+
+describe('a desktop with a sound server', () => {
+  it('what is said into the microphone is heard from the speaker of the others', async () => {
+    const pitch = 620;
+    const sound = await SoundServer.start({ pitch });
+    const classroom = await Classroom.start(programs, { width: 1600, height: 700, allow: true, sound });
+    try {
+      const teacher = await classroom.open('Ms. Novak', places.left);
+      const ada = await classroom.open('Ada', places.right);
+      await teacher.enter();
+      await ada.enter();
+      await teacher.press('[data-control=Microphone]');
+      await sound.plays(pitch);
+      await teacher.press('[data-control=Microphone]'); // muted
+      await sound.plays(0);
+      await teacher.press('[data-control=Microphone]');
+      await sound.plays(pitch);
+    } finally {
+      await classroom.stop();
+      await sound.stop();
+    }
   });
 });
 

@@ -105,6 +105,11 @@ TEST_F(MediaTest, AReceiverMutesForItself) {
   ASSERT_TRUE(bob.heard().waitForPitch(440));
   bob->muteRemoteAudio("alice", true);
   EXPECT_TRUE(bob.heard().waitForPitch(0));
+  // What was still on its way has come by now, and is no more than the rest of what was said.
+  bob->enableAudioVolumeEvaluation(100);
+  bob.told->waitFor("onUserVoiceVolume alice 0 ");
+  bob.told->clear();
+  bob.told->waitFor("onUserVoiceVolume alice 0 ");
   bob->muteAllRemoteAudio(false);
   EXPECT_TRUE(bob.heard().waitForPitch(440));
   bob->setRemoteAudioVolume("alice", 10);

@@ -9,6 +9,7 @@
 #include "Folder.h"
 #include "Tone.h"
 #include "bridge/EngineCodes.h"
+#include "engine/Gst.h"
 #include "testing/Arrivals.h"
 
 namespace vemo {
@@ -53,7 +54,7 @@ class MusicTest : public ::testing::Test {
   std::int64_t duration_ = 2 * kHalf;
   std::mutex mutex_;
   std::vector<std::int64_t> positions_;
-  Arrivals<std::int64_t> started_, ended_;
+  Arrivals<std::int64_t> started_, ended_, durations_;
   Person alice_{"alice", options()};
 };
 
@@ -126,6 +127,40 @@ TEST_F(MusicTest, APathBeginsInTheFolderForMusic) {
   music_.path = folder_.file("piece.wav");
   play();
   EXPECT_EQ(started_.next(), 0);
+}
+
+/// Makes an MP3 of a tone that does not say how long it is.
+void writeMp3(const std::string& path, int pitch, int seconds) {
+  std::string why;
+  const auto pipeline = janus::parsePipeline(
+      "audiotestsrc samplesperbuffer=48000 num-buffers=" + std::to_string(seconds) +
+          " freq=" + std::to_string(pitch) +
+          " ! audio/x-raw,rate=48000,channels=1 ! lamemp3enc ! filesink location=" + path,
+      why);
+  ASSERT_TRUE(pipeline) << why;
+  gst_element_set_state(pipeline.get(), GST_STATE_PLAYING);
+  const janus::GstRef<GstBus> bus(gst_element_get_bus(pipeline.get()));
+  auto* const message = gst_bus_timed_pop_filtered(
+      bus.get(), 60 * GST_SECOND, static_cast<GstMessageType>(GST_MESSAGE_EOS | GST_MESSAGE_ERROR));
+  ASSERT_TRUE(message);
+  EXPECT_EQ(GST_MESSAGE_TYPE(message), GST_MESSAGE_EOS);
+  gst_message_unref(message);
+  gst_element_set_state(pipeline.get(), GST_STATE_NULL);
+}
+
+TEST_F(MusicTest, AFileThatDoesNotSayHowLongItIsIsPlayed) {
+  music_.path = folder_.file("piece.mp3");
+  writeMp3(*music_.path, kLow, 3);
+  manager().startPlayMusic(
+      music_, [this](std::int64_t code) { started_.add(code); },
+      [this](std::int64_t, std::int64_t duration) {
+        if (duration > 0) durations_.add(duration);
+      },
+      [this](std::int64_t code) { ended_.add(code); });
+  EXPECT_EQ(started_.next(), 0);
+  EXPECT_TRUE(alice_.heard().waitForPitch(kLow));
+  EXPECT_NEAR(static_cast<double>(durations_.next().value_or(0)), 3000, 300);
+  EXPECT_EQ(ended_.next(), 0);
 }
 
 TEST_F(MusicTest, NothingBetweenStartAndEndIsARangeOfNothing) {
