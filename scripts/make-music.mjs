@@ -2,8 +2,8 @@
 //
 //   make-music.mjs FOLDER
 //
-// They are as long as the simulated ones of the same names. One that the page offers, lost.mp3, is
-// missing in both, for whoever wants to see what happens then.
+// They are as long as the simulated ones of the same names, and say so. One that the page offers,
+// lost.mp3, is missing in both, for whoever wants to see what happens then.
 
 import { execFile } from 'node:child_process';
 import { mkdir } from 'node:fs/promises';
@@ -96,7 +96,7 @@ await mkdir(folder, { recursive: true });
 for (const [name, make] of Object.entries(pieces)) {
   const description =
     `fdsrc ! rawaudioparse format=pcm pcm-format=s16le sample-rate=${rate} num-channels=1 ! ` +
-    'lamemp3enc target=bitrate bitrate=64 cbr=true mono=true ! filesink name=to';
+    'lamemp3enc target=bitrate bitrate=64 cbr=true mono=true ! xingmux ! filesink name=to';
   const encoder = promisify(execFile)('gst-launch-1.0', ['--quiet', ...description.split(' '), `location=${folder}/${name}.mp3`]);
   encoder.child.stdin.end(samples(make()));
   await encoder;
