@@ -68,7 +68,7 @@ int signalOf(const std::string& file, const std::function<void()>& die) {
          R"({"sdkAppId":1,"userId":"ada","userSig":"very/secret+=","roomId":7,"appScene":0})");
     send(*router, "startSpeedTest", R"({"sdkAppId":1,"userId":"ada","userSig":"very/secret+="})");
     send(*router, "callExperimentalAPI",
-         R"({"jsonStr":"{\"params\":{\"userSig\":\"very/secret+=\"}}"})");
+         R"({"APIParams":"{\"params\":{\"userSig\":\"very/secret+=\"}}"})");
     const Notes::Step last(*recorder.notes(), Notes::Step::onMain, [](NoteWriter& text) {
       text.add("event", std::string_view("onError"));
     });
@@ -234,7 +234,14 @@ TEST(SecretEraser, ErasesInRecordsAndInJsonOfAnyDepth) {
             R"({"text":"{\"userSig\" : \"**\",\"x\":\"c\"}","name":"n"})");
   EXPECT_EQ(inText(R"({"a":"{\"userSig\":\"ab\",\"x\":1}"})"),
             R"({"text":"{\"a\":\"{\\\"userSig\\\":\\\"**\\\",\\\"x\\\":1}\"}","name":"n"})");
-  EXPECT_EQ(inText(R"({"userSig":12,"x":1})"), R"({"text":"{\"userSig\":**,\"x\":1}","name":"n"})");
+  EXPECT_EQ(inText(R"({"userSig":-2.5e3,"x":2})"),
+            R"({"text":"{\"userSig\":-1.1e1,\"x\":2}","name":"n"})");
+  EXPECT_EQ(inText(R"({"userSig":"42","x":2})"),
+            R"({"text":"{\"userSig\":\"11\",\"x\":2}","name":"n"})");
+  for (const std::string value : {"null", "true", "false", "{ }", "[]"}) {
+    EXPECT_EQ(inText(R"({"userSig":)" + value + R"(,"x":2})"),
+              R"({"text":"{\"userSig\":)" + value + R"(,\"x\":2}","name":"n"})");
+  }
   EXPECT_EQ(inText(R"({"userSig":"ab)"), R"({"text":"{\"userSig\":\"**","name":"n"})");
   EXPECT_EQ(inText(R"({"myuserSig":"ab"} userSig)"),
             R"({"text":"{\"myuserSig\":\"ab\"} userSig","name":"n"})");
@@ -259,6 +266,7 @@ TEST(SecretEraser, FindsSecretsThatAreHidden) {
         R"({"userSi\u0067":"geheim"})", R"({"a":"{\"user\\u0053ig\":\"geheim\"}"})",
         R"({"a":"{\u0022userSig\u0022:\u0022geheim\u0022}"})",
         R"({"a":"{\"userSig\"\u003a\"geheim\"}"})",
+        R"({"a":"{\"\\u\u0030075serSig\":\"geheim\"}"})",
         R"({"a":"{\"userSig\"\n\t:\r\n \"x y, geheim\"}"})"})
     holdsNone([&](NoteWriter& note) { note.add("text", std::string(text)); });
   EXPECT_EQ(erased([](NoteWriter& note) { note.add("text", R"(\u000a \u003c \u00 \u00zz)"); }),
