@@ -1,7 +1,9 @@
 #include "recorder/CrashDump.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -49,8 +51,9 @@ class DumpFile {
       std::filesystem::temp_directory_path() / ("dump" + std::to_string(::getpid()));
 };
 
-/// Records a lesson in a process of its own, which `die` ends; by which signal.
-int signalOf(const std::string& file, const std::function<void()>& die) {
+/// Records a lesson in a process of its own, which `die` ends; by which signal. `more` commands
+/// come behind it.
+int signalOf(const std::string& file, const std::function<void()>& die, int more = 0) {
   const auto child = ::fork();
   if (child == 0) {
     const rlimit none{0, 0};
@@ -69,6 +72,7 @@ int signalOf(const std::string& file, const std::function<void()>& die) {
     send(*router, "startSpeedTest", R"({"sdkAppId":1,"userId":"ada","userSig":"very/secret+="})");
     send(*router, "callExperimentalAPI",
          R"({"APIParams":"{\"params\":{\"userSig\":\"very/secret+=\"}}"})");
+    for (; more > 0; --more) send(*router, "setLogParams", R"({"level":2})");
     const Notes::Step last(*recorder.notes(), Notes::Step::onMain, [](NoteWriter& text) {
       text.add("event", std::string_view("onError"));
     });
@@ -133,6 +137,41 @@ TEST(CrashDump, OfASignalFromOutsideTheLastMinutesAreThere) {
   ::close(ready[0]);
   ::close(ready[1]);
   expectLesson(file);
+}
+
+TEST(CrashDump, OfTwoThreadsThatDieAtOnceTheDumpIsWhole) {
+  const DumpFile file;
+  ASSERT_EQ(::mkfifo(file.name().c_str(), 0600), 0);  // who writes into it waits for who reads
+  std::array<int, 2> dumping{};
+  ASSERT_EQ(::pipe(dumping.data()), 0);
+  std::string bytes;
+  std::thread reader([&] {
+    const int from = ::open(file.name().c_str(), O_RDONLY);
+    std::array<char, 4096> part{};
+    for (ssize_t count = 0; (count = ::read(from, part.data(), part.size())) > 0;) {
+      if (bytes.empty()) {
+        EXPECT_EQ(::write(dumping[1], "x", 1), 1);
+      }
+      bytes.append(part.data(), static_cast<std::size_t>(count));
+    }
+    ::close(from);
+  });
+  const auto die = [&] {
+    std::thread second([&] {
+      char byte = 0;
+      if (::read(dumping[0], &byte, 1) == 1) ::raise(SIGABRT);
+    });
+    ::raise(SIGSEGV);
+  };
+  EXPECT_NE(signalOf(file.name(), die, 2000), 0);
+  reader.join();
+  ::close(dumping[0]);
+  ::close(dumping[1]);
+  std::istringstream in(bytes);
+  std::string error;
+  const auto recording = readRecording(in, error);
+  ASSERT_TRUE(recording) << error;
+  EXPECT_FALSE(recording->cutOff) << bytes.size();
 }
 
 TEST(CrashDump, WhereNothingCanBeWrittenTheProcessDiesAsItWould) {
