@@ -479,6 +479,23 @@ bool NoteRing::dump(int descriptor, const std::vector<std::string>& keys) const 
   return put(DumpSlice());
 }
 
+namespace {
+
+/// Puts a stand-in where a secret was overwritten, one for all.
+void showErased(std::string& text) {
+  if (text.find(kErased) == std::string::npos) return;
+  std::string shown;
+  for (std::size_t at = 0; at < text.size();) {
+    const auto end = std::min(text.find(kErased, at), text.size());
+    shown.append(text, at, end - at);
+    at = std::min(text.find_first_not_of(kErased, end), text.size());
+    if (at > end) shown += "***";
+  }
+  text = std::move(shown);
+}
+
+}  // namespace
+
 std::optional<DumpedRecording> recordingOfDump(std::istream& in, std::string& error) {
   const auto take = [&](void* to, std::size_t size) {
     in.read(static_cast<char*>(to), static_cast<std::streamsize>(size));
@@ -527,6 +544,7 @@ std::optional<DumpedRecording> recordingOfDump(std::istream& in, std::string& er
   const bool areAll = batch.appendLines(
       lines, [&](std::uint16_t number) { return names.name(number); },
       std::chrono::milliseconds(head.age));
+  showErased(lines);
   const bool isWhole = areAll && head.gone[static_cast<std::size_t>(NoteLane::steps)] == 0;
   recording.text = recordingHeader(head.program.data(), isWhole) + lines;
   if (!recording.cutOff) recording.text.append(kRecordingEnd) += '\n';

@@ -18,7 +18,7 @@ void overwrite(char* begin, char* end) {
         return std::string_view("+-.0123456789Ee").find(c) != std::string_view::npos;
       });
   std::replace_if(
-      begin, end, [=](char c) { return !isNumber || isDigit(c); }, isNumber ? '1' : '*');
+      begin, end, [=](char c) { return !isNumber || isDigit(c); }, isNumber ? '1' : kErased);
 }
 
 /// Overwrites the number behind a head of CBOR, `isNegative` where that is of -1 less the number.
@@ -59,7 +59,7 @@ char* eraseValue(char* at, char* const end) {
   if (at < end && (*at == '{' || *at == '[')) {
     auto* const next = std::find_if_not(at + 1, end, isBlank);
     if (next < end && *next == (*at == '{' ? '}' : ']')) return next + 1;
-    std::fill(at, end, '*');
+    std::fill(at, end, kErased);
     return end;
   }
   if (at == end || *at != '"') {  // a number or so
@@ -96,7 +96,7 @@ void eraseHidden(char* at, char* const end, std::string_view key) {
     if (key.find(letter) == std::string_view::npos &&
         kAround.find(letter) == std::string_view::npos)
       continue;
-    std::fill(escape, end, '*');
+    std::fill(escape, end, kErased);
     return;
   }
 }

@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <boost/json/parse.hpp>
@@ -89,7 +90,7 @@ void expectLesson(const DumpFile& file) {
   EXPECT_EQ(bytes.find("very/secret"), std::string::npos);
   const auto session = sessionOf(bytes);
   EXPECT_TRUE(session.starts_with("# Recorded by 1.2.3.\n")) << session.substr(0, 100);
-  EXPECT_NE(session.find(R"("userSig":"*************")"), std::string::npos) << session;
+  EXPECT_NE(session.find(R"("userSig":"***")"), std::string::npos) << session;
   EXPECT_NE(session.find(R"({"event":"onError")"), std::string::npos) << "the step that died of it";
   auto whole = session.substr(0, session.find(R"({"event":"onError")"));
   const auto result = checked(whole);
@@ -203,7 +204,7 @@ TEST(CrashDump, TheRingIsOnlyRead) {
   EXPECT_NE(before.find("very/secret"), std::string::npos);
   const auto dump = dumpOf(*ring);
   EXPECT_EQ(dump.find("very/secret"), std::string::npos);
-  EXPECT_NE(sessionOf(dump).find(R"("userSig":"*************")"), std::string::npos);
+  EXPECT_NE(sessionOf(dump).find(R"("userSig":"***")"), std::string::npos);
   EXPECT_EQ(ring->recording(nullptr), before);
 }
 
@@ -244,7 +245,7 @@ TEST(CrashDump, MayBeWrittenWhileOthersWrite) {
     ASSERT_TRUE(recording) << error;
     EXPECT_GT(recording->notes.size(), 100U);
     for (const auto& note : recording->notes)
-      EXPECT_EQ(note.what.at("text").as_string().find(R"({"userSig":"*************","of":")"), 0U);
+      EXPECT_EQ(note.what.at("text").as_string().find(R"({"userSig":"***","of":")"), 0U);
   }
 }
 
@@ -257,6 +258,7 @@ std::string erased(const std::function<void(NoteWriter&)>& write) {
   eraseSecrets(memory.begin(), size, {"userSig"});
   std::string json;
   EXPECT_TRUE(appendNoteJson(json, {memory.begin(), size}));
+  std::ranges::replace(json, kErased, '*');  // to be read here
   return json;
 }
 

@@ -196,8 +196,7 @@ TEST(Secrets, NoRoadOutOfMemoryHasThemAndAReplayStillDoesAsRecorded) {
     EXPECT_EQ(standIns.size(), 1U) << "one signature has several stand-ins";
     expectPlaysAsRecorded(left.saved);
     expectPlaysAsRecorded(left.streamed);
-    // In a dump a secret has as many stars as bytes, so with escapes the same one has several.
-    if (formsOf(secret).back() == secret) expectPlaysAsRecorded(left.dump);
+    expectPlaysAsRecorded(left.dump);
   }
 }
 
