@@ -4,9 +4,12 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdint>
+#include <cstdio>
 #include <functional>
 #include <map>
+#include <optional>
 #include <random>
 #include <utility>
 
@@ -19,23 +22,24 @@ namespace {
 // What is JSON text in a string of one layer is plain JSON in the next.
 
 constexpr unsigned kDeepest = 8;
-constexpr std::size_t kShownDigits = 8;
+/// Values that hide nothing: no text, and nothing in it.
+constexpr std::array<std::string_view, 5> kNoSecrets{"null", "true", "false", "{}", "[]"};
 /// In one text. A hash takes as long as a hundred bytes of text, so many would take too long.
 constexpr std::size_t kMostHashes = 1000;
 
 /// One character of a layer.
 struct Character {
-  // Bytes are themselves. What an escape means is a code unit: ASCII as the byte, any other
+  // Bytes are themselves. What an escape means is a code point: ASCII as the byte, any other
   // above this.
-  static constexpr std::int32_t kUnit = 0x10000;
-  static constexpr std::int32_t kEnd = 0x20000;  ///< of the string, or of the text
+  static constexpr std::int32_t kCodePoint = 0x100;
+  static constexpr std::int32_t kEnd = 0x1FFFFF;  ///< of the string, or of the text
 
   Character(std::int32_t meant, std::size_t begin)
-      : value(static_cast<std::uint32_t>(meant) & 0xFFFFFU), at(begin & 0xFFF'FFFF'FFFFU) {}
+      : value(static_cast<std::uint32_t>(meant) & 0x1F'FFFFU), at(begin & 0x7FF'FFFF'FFFFU) {}
 
   // In 8 bytes, as there is one of these for each byte of a long text.
-  std::uint64_t value : 20;
-  std::uint64_t at : 44;  ///< where it begins in the text
+  std::uint64_t value : 21;
+  std::uint64_t at : 43;  ///< where it begins in the text
 
   bool isEnd() const { return value == kEnd; }
   bool is(char c) const { return value == static_cast<unsigned char>(c); }
@@ -87,6 +91,28 @@ struct Meaning {
   bool isEnd() const { return value == Character::kEnd; }
 };
 
+/// Moves `at` behind four hexadecimal digits, or as many as there are: the number that they are.
+std::int32_t hexNumber(const auto& layer, std::size_t& at) {
+  std::int32_t number = 0;
+  for (int i = 0; i < 4 && hexDigit(layer[at].value) >= 0; ++i, ++at)
+    number = number * 16 + hexDigit(layer[at].value);
+  return number;
+}
+
+/// The code point of the escape \u whose digits begin at `at`, which is moved behind it. Two may
+/// stand for one; one of the two alone stands for none, as readers of JSON have it.
+std::int32_t codePoint(const auto& layer, std::size_t& at) {
+  const auto unit = hexNumber(layer, at);
+  if (unit < 0xD800 || unit > 0xDFFF) return unit;
+  constexpr std::int32_t kNone = 0xFFFD;
+  if (unit > 0xDBFF || !layer[at].is('\\') || !layer[at + 1].is('u')) return kNone;
+  auto next = at + 2;
+  const auto low = hexNumber(layer, next);
+  if (low < 0xDC00 || low > 0xDFFF) return kNone;
+  at = next;
+  return 0x10000 + (unit - 0xD800) * 0x400 + (low - 0xDC00);
+}
+
 Meaning meaningAt(const auto& layer, std::size_t at) {
   const auto& plain = layer[at];
   if (plain.isEnd() || plain.is('"')) return {Character::kEnd, at};
@@ -101,10 +127,8 @@ Meaning meaningAt(const auto& layer, std::size_t at) {
     case 'r': return {'\r', at};
     case 't': return {'\t', at};
     case 'u': {
-      std::int32_t unit = 0;
-      for (int i = 0; i < 4 && hexDigit(layer[at].value) >= 0; ++i, ++at)
-        unit = unit * 16 + hexDigit(layer[at].value);
-      return {unit < 0x80 ? unit : Character::kUnit + unit, at};
+      const auto point = codePoint(layer, at);
+      return {point < 0x80 ? point : Character::kCodePoint + point, at};
     }
     default: return {static_cast<std::int32_t>(escape.value), at};
   }
@@ -128,16 +152,19 @@ std::size_t afterBlanks(const auto& layer, std::size_t at) {
 }
 
 void appendAsUtf8(std::string& out, std::int32_t value) {
-  const auto unit = static_cast<std::uint32_t>(value - Character::kUnit);
-  if (value < Character::kUnit) {
+  const auto point = static_cast<std::uint32_t>(value - Character::kCodePoint);
+  const auto append = [&](std::uint32_t first, unsigned more) {
+    out += static_cast<char>(first | (point >> (6 * more)));
+    while (more-- > 0) out += static_cast<char>(0x80U | ((point >> (6 * more)) & 0x3FU));
+  };
+  if (value < Character::kCodePoint) {
     out += static_cast<char>(value);
-  } else if (unit < 0x800) {
-    out += static_cast<char>(0xC0U | (unit >> 6U));
-    out += static_cast<char>(0x80U | (unit & 0x3FU));
+  } else if (point < 0x800) {
+    append(0xC0, 1);
+  } else if (point < 0x10000) {
+    append(0xE0, 2);
   } else {
-    out += static_cast<char>(0xE0U | (unit >> 12U));
-    out += static_cast<char>(0x80U | ((unit >> 6U) & 0x3FU));
-    out += static_cast<char>(0x80U | (unit & 0x3FU));
+    append(0xF0, 3);
   }
 }
 
@@ -151,14 +178,15 @@ const std::array<std::uint32_t, 8>& processKey() {
   return key;
 }
 
-std::string shortHash(const std::string& value) {
+std::uint32_t hashOf(const std::string& value) {
   const auto& key = processKey();
   gchar* const digits =
       g_compute_hmac_for_string(G_CHECKSUM_SHA256, reinterpret_cast<const guchar*>(key.data()),
                                 sizeof key, value.data(), static_cast<gssize>(value.size()));
-  const std::string shown(digits, kShownDigits);
+  std::uint32_t hash = 0;
+  std::from_chars(digits, digits + 8, hash, 16);
   g_free(digits);
-  return shown;
+  return hash;
 }
 
 /// Whether the string that begins at `at`, just after its quote, is `key`; then `at` is moved
@@ -225,7 +253,8 @@ Value plainValue(const auto& layer, std::size_t begin) {
       value.whole = true;
       return value;
     }
-    appendAsUtf8(value.content, static_cast<std::int32_t>(character.value));
+    if (quoted || !character.isBlank())
+      appendAsUtf8(value.content, static_cast<std::int32_t>(character.value));
   }
 }
 
@@ -235,6 +264,17 @@ struct Replacement {
   std::size_t end;
   std::string text;
 };
+
+/// The number that can stand for `text`, and `text` for it; each has one form.
+std::optional<std::string> numberIn(const std::string& text) {
+  if (text.find_first_not_of("+-.0123456789Ee") != std::string::npos) return std::nullopt;
+  double number = 0;
+  const auto* const end = text.data() + text.size();
+  if (std::from_chars(text.data(), end, number).ptr != end) return std::nullopt;
+  if (text.find_first_of(".Ee") == std::string::npos) return text;
+  std::array<char, 32> digits;
+  return std::string(digits.data(), std::to_chars(digits.begin(), digits.end(), number).ptr);
+}
 
 /// Finds secrets, layer by layer.
 class Search {
@@ -281,15 +321,28 @@ class Search {
     at = afterBlanks(layer, at + 1);
     const bool isText = layer[at].is('"');
     const auto value = isText ? textValue(layer, at + 1) : plainValue(layer, at);
-    if (value.content.empty()) return start;
-    const auto mark = isText ? "" : std::string((std::size_t{1} << depth) - 1, '\\') + '"';
-    add({layer[value.begin].at, layer[value.end].at, mark + standIn(value) + mark});
+    const auto& content = value.content;
+    if (content.empty() || (!isText && std::ranges::find(kNoSecrets, content) != kNoSecrets.end()))
+      return start;
+    const bool isGroup = !isText && value.whole && (content[0] == '{' || content[0] == '[');
+    auto text = isGroup ? "***" : standIn(value);
+    if (!isText && text[0] == '*') {
+      const auto quote = std::string((std::size_t{1} << depth) - 1, '\\') + '"';
+      text.insert(0, quote).append(quote);
+      if (isGroup) text = content[0] == '[' ? "[" + text + "]" : "{" + text + ":" + text + "}";
+    }
+    add({layer[value.begin].at, layer[value.end].at, std::move(text)});
     return value.end;
   }
 
   std::string standIn(const Value& value) {
-    const bool hashed = value.whole && found_.size() < kMostHashes;
-    return hashed ? "***" + shortHash(value.content) : "***";
+    if (!value.whole || found_.size() >= kMostHashes) return "***";
+    constexpr std::uint32_t kNumbers = 1'000'000;
+    if (const auto number = numberIn(value.content))
+      return std::to_string(1000 * kNumbers + hashOf(*number) % kNumbers);
+    std::array<char, 9> digits;
+    std::snprintf(digits.data(), digits.size(), "%08x", hashOf(value.content));
+    return std::string("***") + digits.data();
   }
 
   void add(Replacement replacement) {

@@ -16,11 +16,14 @@ namespace vemo {
 /// thousand of one text. An empty text stays: it shows
 /// that there was none.
 ///
+/// Who reads the text does as before: the stand-in of a number, and of a text that is one, is
+/// 1000 and six digits; that of an object or an array is one that holds `***` alone. What hides
+/// nothing stays: an empty one, null, true and false.
+///
 /// Found are keys at any depth of objects and arrays, in JSON amid other text, in JSON
 /// text inside the strings of JSON text, in whichever way quotes and backslashes are
-/// escaped there, with blanks around the colon and escapes in the key. A value that is no
-/// text is replaced as a whole by a stand-in text. Not found is what is no JSON:
-/// `userSig=abc`, or a key without quotes.
+/// escaped there, with blanks around the colon and escapes in the key. Not found is what is no
+/// JSON: `userSig=abc`, or a key without quotes.
 ///
 /// What is more than eight strings deep is not looked through: of such a string, all from
 /// the first escape on is replaced by `***`, if there may be a key in the text at all.

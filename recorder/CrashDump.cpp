@@ -1,6 +1,7 @@
 #include "recorder/CrashDump.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -49,9 +50,24 @@ void writeCrashDumps() noexcept {
 
 namespace {
 
+/// Of several threads that die at once one writes, and the others wait for it, some seconds: the
+/// first to go on ends the process.
+void writeOrWait() {
+  static constinit std::atomic<bool> isBeingWritten = false;
+  static constinit thread_local bool isWriter = false;  // which may die of another signal here
+  if (isWriter) return;
+  if (!isBeingWritten.exchange(true)) {
+    isWriter = true;
+    writeCrashDumps();
+    isWriter = false;
+    isBeingWritten = false;
+  }
+  for (int tries = 0; isBeingWritten && tries < 500; ++tries) ::poll(nullptr, 0, 10);
+}
+
 extern "C" void onCrash(int signal) {
   const int before = errno;  // whoever was interrupted may read it yet
-  writeCrashDumps();
+  writeOrWait();
   for (std::size_t i = 0; i < kSignals.size(); ++i) {
     if (kSignals.at(i) == signal) ::sigaction(signal, &former().at(i), nullptr);
   }

@@ -12,8 +12,9 @@ namespace vemo {
 /// SIGABRT, as after an exception that nobody caught; then the process goes on dying as it would
 /// have. The file is a dump (Recording.h), which is read as a recording is.
 ///
-/// Secrets are not in it, each byte of them is a *: the values of `keys` in the records of the
-/// engine and in JSON text, also where that is in a string of JSON text (see eraseSecrets).
+/// Secrets are not in it, each byte of them is overwritten, of numbers by a 1: the values of `keys`
+/// in the records of the engine and in JSON text, also where that is in a string of JSON text (see
+/// eraseSecrets).
 /// What memory is left in such a moment is not known: it may be that nothing can be written.
 ///
 /// Threads: made and destroyed on any. At most 64 at once.

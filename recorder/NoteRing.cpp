@@ -10,7 +10,6 @@
 #include <cstring>
 #include <fstream>
 #include <istream>
-#include <limits>
 #include <mutex>
 #include <optional>
 #include <tuple>
@@ -29,6 +28,20 @@ constexpr std::size_t kLanes = 3;
 std::uint64_t newRingId() {
   static std::atomic<std::uint64_t> last = 0;
   return ++last;
+}
+
+/// With an age that is one, in milliseconds too.
+NoteRingOptions inRange(NoteRingOptions options) {
+  using std::chrono::minutes;
+  constexpr auto most = std::chrono::duration_cast<minutes>(std::chrono::milliseconds::max());
+  options.age = std::clamp(options.age, minutes(0), most);
+  return options;
+}
+
+/// A name beside `file` that no other writer has.
+std::string partOf(const std::string& file) {
+  static std::atomic<std::uint64_t> last = 0;
+  return file + "." + std::to_string(::getpid()) + "-" + std::to_string(++last) + ".part";
 }
 
 /// A note in a slice.
@@ -113,16 +126,17 @@ bool NoteBatch::appendLines(std::string& out,
                             std::chrono::milliseconds age) const {
   bool areAll = true;
   const auto notes = notesIn(slices, areAll);
-  std::int64_t latest = std::numeric_limits<std::int64_t>::min();
-  for (const auto& note : notes) latest = std::max(latest, note.head.at);
   // Up to this step, not all that it did is left.
   auto before = std::max(gone[static_cast<std::size_t>(NoteLane::effects)],
                          gone[static_cast<std::size_t>(NoteLane::periodic)]);
   for (const auto& note : notes) {
-    // Unsigned, as the times of a damaged dump may be any.
+    // Than the last one, whose time is not the latest where the clock was set back. Unsigned, as
+    // the times of a damaged dump may be any.
+    const auto latest = notes.back().head.at;
     const auto older =
         static_cast<std::uint64_t>(latest) - static_cast<std::uint64_t>(note.head.at);
-    if (older > static_cast<std::uint64_t>(age.count())) before = std::max(before, note.key());
+    if (latest > note.head.at && older > static_cast<std::uint64_t>(age.count()))
+      before = std::max(before, note.key());
   }
   std::string json;
   std::optional<std::size_t> statistics;  // the latest of those before
@@ -365,7 +379,9 @@ void NoteRing::LaneMemory::grow(std::size_t bytes) {
 }
 
 NoteRing::NoteRing(NoteRingOptions options)
-    : options_(std::move(options)), id_(newRingId()), core_(std::make_shared<Core>(options_)) {}
+    : options_(inRange(std::move(options))),
+      id_(newRingId()),
+      core_(std::make_shared<Core>(options_)) {}
 
 NoteRing::~NoteRing() = default;
 
@@ -463,6 +479,23 @@ bool NoteRing::dump(int descriptor, const std::vector<std::string>& keys) const 
   return put(DumpSlice());
 }
 
+namespace {
+
+/// Puts a stand-in where a secret was overwritten, one for all.
+void showErased(std::string& text) {
+  if (text.find(kErased) == std::string::npos) return;
+  std::string shown;
+  for (std::size_t at = 0; at < text.size();) {
+    const auto end = std::min(text.find(kErased, at), text.size());
+    shown.append(text, at, end - at);
+    at = std::min(text.find_first_not_of(kErased, end), text.size());
+    if (at > end) shown += "***";
+  }
+  text = std::move(shown);
+}
+
+}  // namespace
+
 std::optional<DumpedRecording> recordingOfDump(std::istream& in, std::string& error) {
   const auto take = [&](void* to, std::size_t size) {
     in.read(static_cast<char*>(to), static_cast<std::streamsize>(size));
@@ -511,6 +544,7 @@ std::optional<DumpedRecording> recordingOfDump(std::istream& in, std::string& er
   const bool areAll = batch.appendLines(
       lines, [&](std::uint16_t number) { return names.name(number); },
       std::chrono::milliseconds(head.age));
+  showErased(lines);
   const bool isWhole = areAll && head.gone[static_cast<std::size_t>(NoteLane::steps)] == 0;
   recording.text = recordingHeader(head.program.data(), isWhole) + lines;
   if (!recording.cutOff) recording.text.append(kRecordingEnd) += '\n';
@@ -520,7 +554,7 @@ std::optional<DumpedRecording> recordingOfDump(std::istream& in, std::string& er
 bool NoteRing::write(const std::string& file, const TextMask& mask, std::string& error,
                      std::string_view failure) const {
   const auto text = recording(mask, failure);
-  const auto part = file + ".part";
+  const auto part = partOf(file);
   errno = 0;
   std::ofstream out(part, std::ios::binary | std::ios::trunc);
   out << text;

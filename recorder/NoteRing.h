@@ -58,8 +58,8 @@ struct NoteBatch {
   std::uint64_t lost = 0;               ///< notes that went before they could be taken
 
   /// Appends the lines of a recording that say what is in here, by steps. What is older than
-  /// `age` before the latest is left out, save the steps that changed the router's state. Whether
-  /// all could be read, as in a ring it can.
+  /// `age` before the last note is left out, save the steps that changed the router's state.
+  /// Whether all could be read, as in a ring it can.
   bool appendLines(std::string& out, const std::function<std::string_view(std::uint16_t)>& thread,
                    std::chrono::milliseconds age) const;
 };
@@ -85,8 +85,9 @@ class NoteRing {
   /// words, for who reads it. Takes the time of some milliseconds.
   std::string recording(const TextMask& mask, std::string_view failure = {}) const;
 
-  /// Writes it to `file`: whole, or not at all, with a sentence in `error`. What a host calls
-  /// when it is asked to, or when something fails, which it names.
+  /// Writes it to `file`: whole, or not at all, with a sentence in `error`; of several at once the
+  /// last one's stays. What a host calls when it is asked to, or when something fails, which it
+  /// names.
   bool write(const std::string& file, const TextMask& mask, std::string& error,
              std::string_view failure = {}) const;
 

@@ -9,10 +9,32 @@ namespace vemo {
 namespace {
 
 bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+/// Overwrites each byte, of a number or a text that may be one each digit, so that it is one yet.
+void overwrite(char* begin, char* end) {
+  const bool isNumber =
+      std::any_of(begin, end, isDigit) && std::all_of(begin, end, [](char c) {
+        return std::string_view("+-.0123456789Ee").find(c) != std::string_view::npos;
+      });
+  std::replace_if(
+      begin, end, [=](char c) { return !isNumber || isDigit(c); }, isNumber ? '1' : kErased);
+}
+
+/// Overwrites the number behind a head of CBOR, `isNegative` where that is of -1 less the number.
+void overwriteNumber(char* bytes, bool isNegative) {
+  std::uint64_t number = 0;
+  for (int i = 0; i < 8; ++i) number = (number << 8U) | static_cast<unsigned char>(bytes[i]);
+  std::uint64_t ones = 1;
+  for (auto left = (isNegative ? number + 1 : number) / 10; left > 0; left /= 10)
+    ones = ones * 10 + 1;
+  if (isNegative) --ones;
+  for (int i = 8; i-- > 0; ones >>= 8U) bytes[i] = static_cast<char>(ones & 0xFFU);
+}
 
 /// Overwrites the value behind a key that ends at `at` in the JSON text that ends at `end`: a
 /// quote, a colon and the value, the quotes behind as many backslashes as the text is deep in
-/// strings. Of an object or array all that follows.
+/// strings. Of an object or array that is not empty all that follows.
 char* eraseValue(char* at, char* const end) {
   const auto isBackslash = [](char c) { return c == '\\'; };
   const auto skipBlanks = [&] {  // also those that are escaped in a string
@@ -35,12 +57,16 @@ char* eraseValue(char* at, char* const end) {
   at = std::find_if_not(at, end, isBackslash);
   const auto depth = at - value;
   if (at < end && (*at == '{' || *at == '[')) {
-    std::fill(at, end, '*');
+    auto* const next = std::find_if_not(at + 1, end, isBlank);
+    if (next < end && *next == (*at == '{' ? '}' : ']')) return next + 1;
+    std::fill(at, end, kErased);
     return end;
   }
   if (at == end || *at != '"') {  // a number or so
-    for (at = value; at < end && !isBlank(*at) && *at != ',' && *at != '}' && *at != ']'; ++at)
-      *at = '*';
+    at = std::find_if(value, end,
+                      [](char c) { return isBlank(c) || c == ',' || c == '}' || c == ']'; });
+    const std::string_view word(value, static_cast<std::size_t>(at - value));
+    if (word != "null" && word != "true" && word != "false") overwrite(value, at);
     return at;
   }
   value = ++at;
@@ -51,12 +77,12 @@ char* eraseValue(char* at, char* const end) {
     }
     backslashes = isBackslash(*at) ? backslashes + 1 : 0;
   }
-  std::fill(value, at, '*');
+  overwrite(value, at);
   return at;
 }
 
-/// Overwrites all that follows an escape such as \\u0053 for a letter of `key`, or for what stands
-/// around a key: nobody writes one but to hide it.
+/// Overwrites all that follows an escape such as \\u0053 for a letter of `key`, for what stands
+/// around a key, or for what such an escape is made of: nobody writes one but to hide it.
 void eraseHidden(char* at, char* const end, std::string_view key) {
   constexpr std::string_view kEscape = "\\u00";
   constexpr std::string_view kDigits = "0123456789abcdef";
@@ -66,10 +92,11 @@ void eraseHidden(char* at, char* const end, std::string_view key) {
     at += kEscape.size();
     if (end - at < 2 || digit(at[0]) >= 16 || digit(at[1]) >= 16) continue;
     const auto letter = static_cast<char>(digit(at[0]) * 16 + digit(at[1]));
-    if (key.find(letter) == std::string_view::npos && letter != '"' && letter != '\\' &&
-        letter != ':')
+    constexpr std::string_view kAround = "\"\\:u0123456789abcdefABCDEF";
+    if (key.find(letter) == std::string_view::npos &&
+        kAround.find(letter) == std::string_view::npos)
       continue;
-    std::fill(escape, end, '*');
+    std::fill(escape, end, kErased);
     return;
   }
 }
@@ -101,7 +128,8 @@ void eraseSecrets(char* note, std::size_t size, const std::vector<std::string>& 
       isSecret = false;
       at += 2;
     } else if (head == 0x1B || head == 0x3B || head == 0xFB) {
-      if (isSecret && at + 9 <= size) std::memset(note + at + 1, 0, 8);
+      if (isSecret && at + 9 <= size && head == 0xFB) std::memset(note + at + 1, 0, 8);
+      if (isSecret && at + 9 <= size && head != 0xFB) overwriteNumber(note + at + 1, head == 0x3B);
       isSecret = false;
       at += 9;
     } else if (head == 0x7A && at + 5 <= size) {
@@ -110,7 +138,7 @@ void eraseSecrets(char* note, std::size_t size, const std::vector<std::string>& 
         length = (length << 8U) | static_cast<unsigned char>(note[at + i]);
       length = std::min(length, size - at - 5);
       char* const text = note + at + 5;
-      if (isSecret) std::memset(text, '*', length);
+      if (isSecret) overwrite(text, text + length);
       isSecret = !isSecret && std::any_of(keys.begin(), keys.end(), [&](const auto& key) {
         return std::string_view(text, length) == key;
       });

@@ -30,6 +30,7 @@
 #include "platform/ProcessExtensionLauncher.h"
 #include "platform/StaticFiles.h"
 #include "platform/StreamSystemLog.h"
+#include "simulator/SessionFiles.h"
 
 namespace vemo {
 namespace {
@@ -95,8 +96,12 @@ bool canSandbox() {
 /// The windows, and what they share.
 class Desktop {
  public:
-  Desktop(const ClassroomOptions& options, PageGate gate, std::unique_ptr<JsonLineLogger> logger)
-      : options_(options), gate_(std::move(gate)), logger_(std::move(logger)) {}
+  Desktop(const ClassroomOptions& options, PageGate gate, std::unique_ptr<JsonLineLogger> logger,
+          const SessionFiles& sessions)
+      : options_(options),
+        gate_(std::move(gate)),
+        logger_(std::move(logger)),
+        streamSession_(sessions.streamSession([this](std::string_view line) { note(line); })) {}
   ~Desktop() {
     windows_.clear();
     while (queue_.drain() > 0) {  // what the last pages left behind
@@ -173,29 +178,33 @@ class Desktop {
   }
 
   WindowEnvironment environment() {
-    return {
-        .phones = {.mainQueue = queue_,
-                   .systemLog = systemLog_,
-                   .permissions = permissions_,
-                   .cameras = cameras_,
-                   .extensionNotifications = *extensionNotifications_,
-                   .extensionLauncher = launcher_,
-                   .makeLogger =
-                       [this] { return logger_->forSession("page " + std::to_string(++pages_)); },
-                   .makeDownloads =
-                       [this] {
-                         return std::make_unique<PageDownloads>(gate_, files_,
-                                                                downloads_.forRequester());
-                       },
-                   .makeImages = [this] { return images_.forRequester(); }},
-        .gate = gate_,
-        .start = gate_.start() + (options_.query.empty() ? "" : "?" + options_.query),
-        .context = context_,
-        .farewells = farewells_,
-        .placesScript = textOf(ownPageFolder() / "places.js"),
-        .inspect = options_.inspect,
-        .automation = options_.automation,
-        .makeEngineClass = [this] { return new JanusEngineClass(engineOptions()); }};
+    return {.phones = {
+                .mainQueue = queue_,
+                .systemLog = systemLog_,
+                .permissions = permissions_,
+                .cameras = cameras_,
+                .extensionNotifications = *extensionNotifications_,
+                .extensionLauncher = launcher_,
+                .makeLogger =
+                    [this] { return logger_->forSession("page " + std::to_string(++pages_)); },
+                .makeDownloads =
+                    [this] {
+                      return std::make_unique<PageDownloads>(gate_, files_,
+                                                             downloads_.forRequester());
+                    },
+                .makeImages = [this] { return images_.forRequester(); },
+                // One for all pages, each of which has a copy of this: it counts their files.
+                .streamSession = [this](std::shared_ptr<NoteRing> ring) -> std::shared_ptr<void> {
+                  return streamSession_ ? streamSession_(std::move(ring)) : nullptr;
+                }},
+            .gate = gate_,
+            .start = gate_.start() + (options_.query.empty() ? "" : "?" + options_.query),
+            .context = context_,
+            .farewells = farewells_,
+            .placesScript = textOf(ownPageFolder() / "places.js"),
+            .inspect = options_.inspect,
+            .automation = options_.automation,
+            .makeEngineClass = [this] { return new JanusEngineClass(engineOptions()); }};
   }
 
   EngineOptions engineOptions() {
@@ -218,6 +227,16 @@ class Desktop {
     if (options_.testMedia) useTestMedia(options, opened_);
     ++opened_;
     return options;
+  }
+
+  /// Tells whoever reads the log.
+  void note(std::string_view line) {
+    DUNLogParam record;
+    record.level = DUNLogParam::kFailure;
+    record.module = "vemo-classroom";
+    record.actionName = "note";
+    record.actionParam = line;
+    logger_->log(record);
   }
 
   ClassroomWindow* active() {
@@ -273,6 +292,7 @@ class Desktop {
   const ClassroomOptions& options_;
   PageGate gate_;
   const std::unique_ptr<JsonLineLogger> logger_;
+  const StreamSession streamSession_;
   StreamSystemLog systemLog_;
   Permissions permissions_{
       (std::filesystem::path(g_get_user_config_dir()) / "vemo" / "classroom.ini").string()};
@@ -318,11 +338,18 @@ int runClassroom(const ClassroomOptions& options, std::string& error) {
     error = "Can't write the log: " + error;
     return kFailure;
   }
+  std::optional<SessionFiles> sessions;
+  try {
+    sessions.emplace(options.recordFolder);
+  } catch (const std::system_error& problem) {
+    error = "Can't record in " + options.recordFolder + ": " + problem.code().message();
+    return kFailure;
+  }
   if (!gtk_init_check(nullptr, nullptr)) {
     error = "There is no display to open windows on.";
     return kFailure;
   }
-  Desktop desktop(options, std::move(*gate), std::move(logger));
+  Desktop desktop(options, std::move(*gate), std::move(logger), *sessions);
   return desktop.run();
 }
 

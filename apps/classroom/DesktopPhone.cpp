@@ -35,6 +35,7 @@ struct DesktopPhone::Parts {
         webView(std::make_shared<DesktopWebView>(given.mainQueue, place.view)),
         canvas(std::make_shared<VideoCanvas>(given.mainQueue)),
         lastMinutes(std::make_shared<NoteRing>(ringOptions())),
+        session(given.streamSession ? given.streamSession(lastMinutes) : nullptr),
         recorder(pieces(), lastMinutes, nullptr),
         renderSource(recorder.renderSource(canvas)) {
     canvas->showIn(place.overlay);
@@ -83,6 +84,7 @@ struct DesktopPhone::Parts {
   const std::shared_ptr<DesktopWebView> webView;
   const std::shared_ptr<VideoCanvas> canvas;
   const std::shared_ptr<NoteRing> lastMinutes;
+  const std::shared_ptr<void> session;
   Recorder recorder;
   const std::shared_ptr<VEMOUIRenderSource> renderSource;
 };

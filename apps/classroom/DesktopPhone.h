@@ -13,6 +13,7 @@
 #include "classroom/Permissions.h"
 #include "classroom/VideoCanvas.h"
 #include "engine/JanusEngine.h"
+#include "simulator/SessionFiles.h"
 
 namespace vemo {
 
@@ -29,6 +30,7 @@ struct DesktopEnvironment {
   std::function<std::unique_ptr<VEMOLogger>()> makeLogger;
   std::function<std::unique_ptr<DownloadService>()> makeDownloads;
   std::function<std::unique_ptr<ImageDecoder>()> makeImages;
+  StreamSession streamSession;  ///< null when no sessions are written
 };
 
 /// One page of one window, as a phone of its own: its router and what it is given. Main thread.

@@ -27,7 +27,8 @@ std::optional<ClassroomOptions> classroomOptionsFrom(const std::vector<std::stri
                                                        {"--page", &options.pageFolder},
                                                        {"--page-url", &options.pageUrl},
                                                        {"--query", &options.query},
-                                                       {"--log", &options.logFile}};
+                                                       {"--log", &options.logFile},
+                                                       {"--record", &options.recordFolder}};
   const std::map<std::string_view, bool*> flags{{"--test-media", &options.testMedia},
                                                 {"--automation", &options.automation},
                                                 {"--inspect", &options.inspect},
@@ -92,6 +93,8 @@ Options:
   --windows N          open N windows (1)
   --test-media         test pictures and tones instead of cameras and microphones
   --log FILE           write the log to FILE, not to standard error
+  --record DIR         write the whole session of each page to a file in DIR, and at a crash its
+                       last minutes to another; the latest 100 are kept, 2 GiB at most
   --inspect            pages can be inspected by a right click
   --automation         open windows only when a WebDriver (WebKitWebDriver) asks for them
   --help               show this text

@@ -14,6 +14,7 @@ struct ClassroomOptions {
   std::string pageUrl;               ///< of another page, on an origin that is named so
   std::string query;                 ///< that the page's address ends with
   std::string logFile;               ///< empty: standard error
+  std::string recordFolder;          ///< of files with whole sessions; empty: none
   int windows = 1;
   bool testMedia = false;   ///< test pictures and tones instead of devices
   bool automation = false;  ///< windows are opened by a WebDriver

@@ -10,6 +10,7 @@
 
 #include "json/JsonReader.h"
 #include "recorder/ReadLine.h"
+#include "recorder/Recording.h"
 #include "replay/Effects.h"
 #include "replay/Nearest.h"
 
@@ -49,6 +50,9 @@ constexpr auto rules = std::to_array<VerbRule>({
 
 constexpr std::array<std::string_view, 4> commonKeys{"hold", "expect", "partial", "overlaps"};
 
+constexpr std::string_view kIsRecording =
+    "this is a recording; vemo-replay --from makes a scenario of it";
+
 const VerbRule* ruleOf(std::string_view key) {
   const auto rule = std::ranges::find(rules, key, &VerbRule::name);
   return rule == rules.end() ? nullptr : &*rule;
@@ -68,6 +72,7 @@ const VerbRule& verbOf(const json::object& keys) {
   if (verb) return *verb;
   if (keys.empty()) throw ScenarioError("a step without a verb");
   const std::string_view first = keys.begin()->key();
+  if (first == "vemorec") throw ScenarioError(std::string(kIsRecording));
   throw ScenarioError("unknown verb \"" + std::string(first) + '"' +
                       didYouMean(first, rules | std::views::transform(&VerbRule::name)));
 }
@@ -145,6 +150,8 @@ std::optional<json::value> valueFrom(std::string_view line) {
   if (line.starts_with('#') || line.find_first_not_of(" \t\r\v\f") == std::string_view::npos) {
     return std::nullopt;
   }
+  if (line == kDumpMark.substr(0, kDumpMark.size() - 1))
+    throw ScenarioError(std::string(kIsRecording));
   JsonProblem problem;
   auto value = readJson(line, kMaxDepth, problem);
   if (problem.code) {

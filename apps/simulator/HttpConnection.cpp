@@ -199,25 +199,26 @@ void HttpConnection::giveFile(const Request& request, std::string_view path) {
   const auto size = problem ? 0 : content.file.size(problem);
   const auto range =
       request.method() == http::verb::get ? rangeOf(request.base(), size) : std::nullopt;
-  if (range && !problem) content.file.seek(range->first, problem);
+  const auto part = range.value_or(ByteRange{0, size});
+  if (!problem) content.file.seek(part.first, problem);
   if (problem)
     return respond(text(http::status::internal_server_error, "The file can't be read."),
                    request.keep_alive());
   const auto ofSize = "/" + std::to_string(size);
-  if (range && range->length == 0) {
+  if (range && part.length == 0) {
     auto refused = text(http::status::range_not_satisfiable, "The file has no such bytes.");
     refused.set(http::field::content_range, "bytes *" + ofSize);
     return respond(std::move(refused), request.keep_alive());
   }
 
-  content.length = range ? range->length : size;
+  content.length = part.length;
   auto response = found<FilePart>(contentType(*file), std::move(content));
   response.set(http::field::accept_ranges, "bytes");
   if (range) {
     response.result(http::status::partial_content);
-    const auto last = std::to_string(range->first + range->length - 1);
+    const auto last = std::to_string(part.first + part.length - 1);
     response.set(http::field::content_range,
-                 "bytes " + std::to_string(range->first) + "-" + last + ofSize);
+                 "bytes " + std::to_string(part.first) + "-" + last + ofSize);
   }
   if (isOfPage) response.set(kPolicyField, "frame-ancestors 'self'");
   if (path == "/vemo-client.js") {  // for pages of other origins too

@@ -1,8 +1,12 @@
 #include "simulator/SessionFiles.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <boost/json/object.hpp>
+#include <cerrno>
 #include <cstddef>
 #include <ctime>
 #include <map>
@@ -41,6 +45,19 @@ std::string timeName() {
   return {text.data(), std::strftime(text.data(), text.size(), "%Y%m%d-%H%M%S", &parts)};
 }
 
+/// Makes the file of the session of `page`, whose name no other program has that began one in this
+/// second; its name without the extension. One that can't be made is told when it is opened.
+std::string newSession(const std::filesystem::path& folder, int page) {
+  const auto begun = timeName() + "-page-" + std::to_string(page);
+  auto name = begun;
+  for (int others = 1;; name = begun + "-" + std::to_string(++others)) {
+    const int made = ::open((folder / (name + ".vemorec")).c_str(),
+                            O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (made >= 0) ::close(made);
+    if (made >= 0 || errno != EEXIST) return name;
+  }
+}
+
 /// The file of one session, and what is left of it at a crash.
 class Session {
  public:
@@ -70,7 +87,7 @@ struct Stored {
 
 /// The sessions in `folder`, by the names without what tells their files apart.
 std::map<std::string, Stored> sessionsIn(const std::filesystem::path& folder) {
-  static const std::regex written(R"((\d{8}-\d{6}-page-\d+)(\.\d+|\.crash)?\.vemorec)");
+  static const std::regex written(R"((\d{8}-\d{6}-page-\d+(?:-\d+)?)(\.\d+|\.crash)?\.vemorec)");
   std::map<std::string, Stored> sessions;
   std::error_code problem;  // what can't be looked at stays
   for (std::filesystem::directory_iterator at(folder, problem), end; !problem && at != end;
@@ -149,7 +166,7 @@ StreamSession SessionFiles::streamSession(std::function<void(std::string_view li
   return [folder = folder_, limits = limits_, note = std::move(note), open = OpenSessions(),
           pages = 0](std::shared_ptr<NoteRing> ring) mutable -> std::shared_ptr<void> {
     removeOldest(folder, limits, open, note);
-    const auto name = timeName() + "-page-" + std::to_string(++pages);
+    const auto name = newSession(folder, ++pages);
     const auto file = folder / (name + ".vemorec");
     try {
       auto session = std::make_shared<Session>(file, ring);

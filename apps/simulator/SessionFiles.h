@@ -15,9 +15,10 @@ namespace vemo {
 /// Writes what is noted in a ring, until what it gives ends.
 using StreamSession = std::function<std::shared_ptr<void>(std::shared_ptr<NoteRing>)>;
 
-/// Files for the sessions of phones: each is written to a .vemorec file of its own, which is
-/// named for the time at which it began and the page's number, and rotated at 64 MiB; when the
-/// program dies of a signal, its last minutes are in another, NAME.crash.vemorec.
+/// Files for the sessions of phones, also of hosts other than the simulator: each is written to a
+/// .vemorec file of its own, which is named for the time at which it began and the page's number,
+/// and for one more where another program took the name, and rotated at 64 MiB; when the program
+/// dies of a signal, its last minutes are in another, NAME.crash.vemorec.
 ///
 /// A page that is loaded again begins another session: of those that have ended, the oldest go
 /// when one begins and they are too many or too large together, whichever program wrote them.

@@ -1,10 +1,11 @@
 // Windows of vemo-classroom on a display without a screen, with real media over a media server.
 
 import assert from 'node:assert/strict';
-import { execFile, spawn } from 'node:child_process';
+import { execFile, spawn, spawnSync } from 'node:child_process';
 import { once } from 'node:events';
-import { readFile, readlink } from 'node:fs/promises';
+import { mkdtemp, readdir, readFile, readlink, rm } from 'node:fs/promises';
 import { createServer } from 'node:http';
+import { tmpdir } from 'node:os';
 import { after, before, describe, it } from 'node:test';
 import { promisify } from 'node:util';
 import { Classroom, colours } from '../../testing/classroom.mjs';
@@ -21,12 +22,19 @@ describe('a class in windows', () => {
   let classroom;
   let teacher;
   let ada;
+  let sessions;
   before(async () => {
-    classroom = await Classroom.start(programs, { width: 1600, height: 1000, allow: true });
+    sessions = await mkdtemp(`${tmpdir()}/vemo-sessions-`);
+    classroom = await Classroom.start(programs, {
+      width: 1600, height: 1000, allow: true, options: ['--record', sessions],
+    });
     teacher = await classroom.open('Ms. Novak', places.left);
     ada = await classroom.open('Ada', places.right);
   });
-  after(() => classroom?.stop());
+  after(async () => {
+    await classroom?.stop();
+    await rm(sessions, { recursive: true, force: true });
+  });
 
   it('each sees and hears the other', async () => {
     await teacher.enter();
@@ -144,6 +152,25 @@ describe('a class in windows', () => {
     await again.close();
     await teacher.hasNot('.tile[data-user=Ben]');
     await ada.seesColour('Ms. Novak', colours[0]);
+  });
+
+  it('whole sessions are recorded, and play as they were', async () => {
+    await ada.enter();
+    const ended = await until('recordings that ended', async () => {
+      const texts = (await readdir(sessions)).map((name) => readFile(`${sessions}/${name}`, 'utf8'));
+      const whole = (await Promise.all(texts)).filter((text) => text.endsWith('{"end":true}\n'));
+      return whole.some((text) => text.includes('"event":"onEnterRoom"')) && whole;
+    });
+    for (const text of ended) {
+      assert.equal(text.includes(classroom.signature), false, 'a signature');
+      const options = { input: text, encoding: 'utf8', maxBuffer: 1 << 28 };
+      const scenario = spawnSync(`${programs}/replay/vemo-replay`, ['--from', '-'], options);
+      assert.equal(scenario.status, 0, scenario.stderr);
+      const checked = spawnSync(`${programs}/replay/vemo-replay`, ['--check', '-'], {
+        ...options, input: scenario.stdout,
+      });
+      assert.equal(checked.status, 0, checked.stdout + checked.stderr);
+    }
   });
 
   it('web processes are in a sandbox, where one can be had', async (t) => {

@@ -8,6 +8,7 @@
 #include <array>
 #include <boost/json/parse.hpp>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -19,6 +20,7 @@
 #include <thread>
 #include <vector>
 
+#include "Folder.h"
 #include "recorder/NoteStream.h"
 #include "recorder/Recorded.h"
 #include "recorder/Recorder.h"
@@ -140,6 +142,60 @@ void noteLarge(NoteRing& ring, std::uint64_t number, const std::string& event) {
   NoteHead head;
   head.step = number;
   NoteRing::keep(memory, head, whole);
+}
+
+TEST(NoteRing, OfAClockThatWasSetBackAllStays) {
+  NoteRing ring(withRoomFor(8U << 20U));
+  const auto ahead = milliseconds(std::chrono::hours(1));
+  for (std::uint64_t step = 1; step < 100; ++step) noteStep(ring, step, ahead);
+  for (std::uint64_t step = 100; step < 200; ++step) noteStep(ring, step, milliseconds(step));
+  const auto recording = readBack(ring);
+  ASSERT_EQ(recording.notes.size(), 2U * 199U);
+  EXPECT_FALSE(std::ranges::any_of(recording.notes, &RecordedNote::before));
+}
+
+TEST(NoteRing, AnyAgeAndSizeWill) {
+  using std::chrono::minutes;
+  for (const auto age : {minutes::min(), minutes(0), minutes(1), minutes::max()}) {
+    for (const std::size_t bytes : {std::size_t{0}, std::size_t{1}, std::size_t{1} << 62U}) {
+      NoteRingOptions options;
+      options.age = age;
+      options.bytes = bytes;
+      NoteRing ring(options);
+      ring.prepareDump();
+      for (std::uint64_t step = 1; step <= 20; ++step) noteStep(ring, step, minutes(2 * step));
+      const auto recording = readBack(ring);
+      EXPECT_EQ(recording.notes.back().step, 20U);
+      EXPECT_FALSE(recording.notes.back().before);
+      const auto effects =
+          std::ranges::count(recording.notes, Note::Kind::effect, &RecordedNote::kind);
+      EXPECT_EQ(effects > 1, age == minutes::max()) << effects;
+      const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::tmpfile(), &std::fclose);
+      EXPECT_TRUE(ring.dump(::fileno(file.get()), {}));
+      std::ifstream in("/proc/self/fd/" + std::to_string(::fileno(file.get())));
+      std::string error;
+      const auto dumped = readRecording(in, error);
+      ASSERT_TRUE(dumped) << error;
+      EXPECT_EQ(dumped->notes.size(), recording.notes.size());
+    }
+  }
+}
+
+TEST(NoteRing, SeveralMayWriteOneFileAtOnce) {
+  const Folder folder;
+  NoteRing ring(withRoomFor(1U << 20U));
+  for (std::uint64_t step = 1; step <= 100; ++step) noteStep(ring, step, milliseconds(step));
+  std::vector<std::jthread> hosts;
+  for (int host = 0; host < 4; ++host) {
+    hosts.emplace_back([&] {
+      for (int i = 0; i < 50; ++i) {
+        std::string error;
+        EXPECT_TRUE(ring.write(folder.file("last.vemorec"), nullptr, error)) << error;
+      }
+    });
+  }
+  hosts.clear();
+  EXPECT_EQ(textOf(folder.file("last.vemorec")), ring.recording(nullptr));
 }
 
 TEST(NoteRing, ANoteThatIsLargerThanAChunkIsKeptWhole) {

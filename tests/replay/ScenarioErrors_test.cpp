@@ -33,20 +33,23 @@ TEST_P(ScenarioErrors, AreOneLineWithItsNumberAndTheReason) {
 
 INSTANTIATE_TEST_SUITE_P(
     Lines, ScenarioErrors,
-    testing::Values(Case{"{", "no JSON: column 2: incomplete JSON"},
-                    Case{" # late", "no JSON: column 2: syntax error"},
-                    Case{"\n{\"get\":\"role\"} {}", "no JSON: column 16: extra data"},
-                    Case{"\n#\n\"get\"", "a step must be an object"},
-                    Case{"3", "a step must be an object"}, Case{"{}", "a step without a verb"},
-                    Case{R"({"comand":"initSDK"})",
-                         "unknown verb \"comand\"; did you mean \"command\"?"},
-                    Case{R"({"hold":true})", "unknown verb \"hold\""},
-                    Case{R"({"free":true,"new":true})", "two verbs, \"free\" and \"new\""},
-                    Case{R"({"drain":true,"thread":"main"})", "unknown key \"thread\" of drain"},
-                    Case{R"({"command":"x","":1})", "unknown key \"\" of command"},
-                    Case{R"({"get":"role","hold":1})", "hold must be true or false"},
-                    Case{R"({"get":"role","partial":"yes"})", "partial must be true or false"},
-                    Case{R"({"get":"role","expect":{}})", "expect must be an array"}));
+    testing::Values(
+        Case{"{", "no JSON: column 2: incomplete JSON"},
+        Case{" # late", "no JSON: column 2: syntax error"},
+        Case{"\n{\"get\":\"role\"} {}", "no JSON: column 16: extra data"},
+        Case{"\n#\n\"get\"", "a step must be an object"}, Case{"3", "a step must be an object"},
+        Case{"{}", "a step without a verb"},
+        Case{R"({"comand":"initSDK"})", "unknown verb \"comand\"; did you mean \"command\"?"},
+        Case{R"({"hold":true})", "unknown verb \"hold\""},
+        Case{R"({"vemorec":2,"program":"0.1.0","whole":true})",
+             "this is a recording; vemo-replay --from makes a scenario of it"},
+        Case{"vemorec dump 1", "this is a recording; vemo-replay --from makes a scenario of it"},
+        Case{R"({"free":true,"new":true})", "two verbs, \"free\" and \"new\""},
+        Case{R"({"drain":true,"thread":"main"})", "unknown key \"thread\" of drain"},
+        Case{R"({"command":"x","":1})", "unknown key \"\" of command"},
+        Case{R"({"get":"role","hold":1})", "hold must be true or false"},
+        Case{R"({"get":"role","partial":"yes"})", "partial must be true or false"},
+        Case{R"({"get":"role","expect":{}})", "expect must be an array"}));
 
 INSTANTIATE_TEST_SUITE_P(
     Values, ScenarioErrors,

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "Folder.h"
+#include "recorder/Recording.h"
 
 namespace vemo::test {
 namespace {
@@ -88,6 +89,24 @@ TEST_F(SessionFilesTest, APageThatIsLoadedAgainAndAgainLeavesOnlySoMany) {
   }
   EXPECT_EQ(files, 1U + 3U + 1U) << "the one that goes on, those that are kept, the last";
   EXPECT_TRUE(first) << "it is still written";
+}
+
+TEST_F(SessionFilesTest, ProgramsThatBeginInTheSameSecondWriteNotIntoOneFile) {
+  std::vector<std::shared_ptr<void>> open;
+  for (int program = 0; program < 20; ++program)
+    open.push_back(sessions(SessionFiles::Limits())(std::make_shared<NoteRing>(NoteRingOptions())));
+  open.clear();
+  std::size_t files = 0;
+  for (const auto& file : fs::directory_iterator(folder_.file(""))) {
+    std::ifstream in(file.path());
+    std::string error;
+    EXPECT_TRUE(readRecording(in, error)) << file.path() << ": " << error;
+    ++files;
+  }
+  EXPECT_EQ(files, 20U);
+  write("20260101-080000-page-1-2.vemorec", 10, minutes(1));
+  sessions({.sessions = 0, .bytes = 0})(ring_);
+  EXPECT_FALSE(has("20260101-080000-page-1-2.vemorec")) << "it is one of them";
 }
 
 }  // namespace

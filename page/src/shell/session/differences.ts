@@ -90,7 +90,8 @@ function firstDifference(was: unknown, is: unknown, path: string): string | unde
 
 const firstOf = (found: (string | undefined)[]) => found.find((one) => one !== undefined);
 // A stand-in for a secret is masked once more when it is told.
-const unmasked = (value: unknown) => (typeof value === 'string' ? value.replace(/^\*\*\*[0-9a-f]*$/, '***') : value);
+const unmasked = (value: unknown) =>
+  /^(\*\*\*[0-9a-f]*|1000\d{6})$/.test(typeof value === 'object' ? '' : String(value)) ? '***' : value;
 const isObject = (value: unknown): value is Record<string, unknown> =>
   typeof value === 'object' && value !== null && !Array.isArray(value);
 const shortly = (value: unknown) => (JSON.stringify(value) ?? 'absent').slice(0, 120);
