@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <boost/json/parse.hpp>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
