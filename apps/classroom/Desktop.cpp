@@ -22,6 +22,7 @@
 #include "classroom/Permissions.h"
 #include "classroom/ShareNotice.h"
 #include "classroom/TestMedia.h"
+#include "engine/Relays.h"
 #include "platform/CurlDownloadService.h"
 #include "platform/DBusNotificationCenter.h"
 #include "platform/JsonLineLogger.h"
@@ -203,6 +204,7 @@ class Desktop {
     options.version = VEMO_VERSION;
     options.servers = options_.servers;
     options.serversFile = options_.serversFile;
+    options.relaysFile = options_.relaysFile;
     options.authorities = options_.authorities;
     options.pixelsOf = [](const VEMOImage& image) -> std::shared_ptr<const RgbaPicture> {
       const auto* decoded = dynamic_cast<const DecodedImage*>(&image);
@@ -303,6 +305,12 @@ class Desktop {
 }  // namespace
 
 int runClassroom(const ClassroomOptions& options, std::string& error) {
+  EngineOptions named;
+  named.relaysFile = options.relaysFile;
+  if (const auto relays = relaysOf(named); !relays.problems.empty()) {
+    error = relays.problems.front();
+    return kFailure;
+  }
   auto gate = options.pageUrl.empty()
                   ? PageGate::forFolder(options.pageFolder.empty()
                                             ? ownPageFolder()
