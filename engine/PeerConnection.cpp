@@ -4,7 +4,9 @@
 // Declared unstable, though what is used here has long been the same.
 #define GST_USE_UNSTABLE_API
 #include <gst/webrtc/webrtc.h>
+#include <nice/agent.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "engine/HostLookup.h"
@@ -21,6 +23,35 @@ GstWebRTCSessionDescription* parse(GstWebRTCSDPType type, const std::string& tex
   GstSDPMessage* message = nullptr;
   if (gst_sdp_message_new_from_text(text.c_str(), &message) != GST_SDP_OK) return nullptr;
   return gst_webrtc_session_description_new(type, message);
+}
+
+/// A property that is an object; null when there is none.
+GstRef<GObject> objectIn(GObject* of, const char* property) {
+  GObject* held = nullptr;
+  g_object_get(of, property, &held, nullptr);
+  return GstRef<GObject>(held);
+}
+
+/// What finds the ways of a webrtcbin.
+GstRef<GObject> agentOf(GstElement* webrtc) {
+  const auto ice = objectIn(G_OBJECT(webrtc), "ice-agent");
+  return ice ? objectIn(ice.get(), "agent") : nullptr;
+}
+
+/// Tells TURN servers that `webrtc`, whose pipeline has ended, needs them no longer; they would
+/// keep its ways for ten minutes. Until they have heard it, it lives on, and something is under
+/// way.
+void leaveRelays(GstElement* webrtc, EngineThread::Busy busy) {
+  struct Leaving {
+    GstRef<GstElement> webrtc;
+    EngineThread::Busy busy;
+  };
+  const auto agent = agentOf(webrtc);
+  if (!agent) return;
+  nice_agent_close_async(
+      NICE_AGENT(agent.get()),
+      [](GObject*, GAsyncResult*, gpointer data) { delete static_cast<Leaving*>(data); },
+      new Leaving{GstRef<GstElement>(GST_ELEMENT(gst_object_ref(webrtc))), std::move(busy)});
 }
 
 template <class Number>
@@ -81,20 +112,10 @@ PeerConnection::PeerConnection(EngineThread& thread, const Settings& settings, L
   g_object_set(webrtc_, "bundle-policy", GST_WEBRTC_BUNDLE_POLICY_MAX_BUNDLE, "latency",
                settings.latencyMs, nullptr);
   gst_bin_add(GST_BIN(pipeline_.get()), webrtc_);
-  GObject* ice = nullptr;
-  g_object_get(webrtc_, "ice-agent", &ice, nullptr);
-  if (ice) {
-    // Nothing is asked of routers, and media goes over UDP alone, but to a TURN server over TCP,
-    // too.
-    GObject* agent = nullptr;
-    g_object_set(ice, "ice-tcp", FALSE, nullptr);
-    g_object_get(ice, "agent", &agent, nullptr);
-    if (agent) {
-      g_object_set(agent, "upnp", FALSE, nullptr);
-      g_object_unref(agent);
-    }
-    g_object_unref(ice);
-  }
+  // Nothing is asked of routers, and media goes over UDP alone, but to a TURN server over TCP, too.
+  const auto ice = objectIn(G_OBJECT(webrtc_), "ice-agent");
+  if (ice) g_object_set(ice.get(), "ice-tcp", FALSE, nullptr);
+  if (const auto agent = agentOf(webrtc_)) g_object_set(agent.get(), "upnp", FALSE, nullptr);
 }
 
 PeerConnection::~PeerConnection() { close(); }
@@ -235,6 +256,7 @@ void PeerConnection::close() {
   // A copy, as its end may wait for streaming threads that look at this.
   const auto ending = std::move(pipeline_);
   endPipeline(ending.get());
+  if (std::ranges::any_of(relays_, &Relay::passesOn)) leaveRelays(webrtc_, thread_.busy());
   sendLines_.clear();
 }
 
