@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <memory>
 #include <regex>
 #include <string>
@@ -174,6 +175,19 @@ TEST_F(RelayTest, TheFileIsReadAtEachEnterAndWrongLinesAreToldOf) {
   two.begin();
   two.seeAndHear();
   EXPECT_EQ(two.logLines.passed().find("Curious"), std::string::npos);
+}
+
+TEST_F(RelayTest, ItReachesTheMediaServerAlone) {
+  ASSERT_EQ(std::system("ip addr add 10.99.0.2/24 dev v0"), 0);
+  const auto ask = [](const std::string& address) {
+    const auto command = std::string("timeout 5 turnutils_uclient -n 1 -m 1 -u class -w '") +
+                         kPassword + "' -e " + address + ' ' + kAddress + " >/dev/null 2>&1";
+    EXPECT_NE(std::system(command.c_str()), -1);
+  };
+  ask("10.99.0.2");
+  relay_->log().waitFor("CHANNEL_BIND processed, error 403: Forbidden IP");
+  ask(kAddress);
+  relay_->log().waitFor("CHANNEL_BIND processed, success");
 }
 
 TEST_F(RelayTest, AStunServerTellsTheAddressOutside) {
