@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -31,7 +32,11 @@ class LogLines {
 
   /// The line with `text` in it, once it comes; "" and a failure when none does.
   std::string waitFor(const std::string& text) {
-    for (auto line = lines_.next(); line; line = lines_.next()) {
+    // Others may come again and again.
+    const auto until = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (std::chrono::steady_clock::now() < until) {
+      const auto line = lines_.next();
+      if (!line) break;
       passed_ += *line + '\n';
       if (line->find(text) != std::string::npos) return *line;
     }
