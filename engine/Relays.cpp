@@ -26,8 +26,13 @@ struct AddressParts {
 
 /// Nothing when it is no address.
 std::optional<AddressParts> addressPartsOf(const std::string& text) {
-  gchar *scheme = nullptr, *user = nullptr, *password = nullptr, *host = nullptr, *path = nullptr;
-  gchar *query = nullptr, *fragment = nullptr;
+  gchar* scheme = nullptr;
+  gchar* user = nullptr;
+  gchar* password = nullptr;
+  gchar* host = nullptr;
+  gchar* path = nullptr;
+  gchar* query = nullptr;
+  gchar* fragment = nullptr;
   gint port = -1;
   if (!g_uri_split_with_user(text.c_str(), G_URI_FLAGS_HAS_PASSWORD, &scheme, &user, &password,
                              nullptr, &host, &port, &path, &query, &fragment, nullptr)) {
