@@ -34,16 +34,17 @@ std::optional<AddressParts> addressPartsOf(const std::string& text) {
   gchar* query = nullptr;
   gchar* fragment = nullptr;
   gint port = -1;
-  if (!g_uri_split_with_user(text.c_str(), G_URI_FLAGS_HAS_PASSWORD, &scheme, &user, &password,
-                             nullptr, &host, &port, &path, &query, &fragment, nullptr)) {
-    return std::nullopt;
-  }
+  const bool isAddress =
+      g_uri_split_with_user(text.c_str(), G_URI_FLAGS_HAS_PASSWORD, &scheme, &user, &password,
+                            nullptr, &host, &port, &path, &query, &fragment, nullptr) != FALSE;
   const auto taken = [](gchar* part) {
     const GText held(part);
     return std::string(held ? held.get() : "");
   };
-  return AddressParts{taken(scheme), taken(user),  taken(password), taken(host),
-                      taken(path),   taken(query), taken(fragment), port};
+  // Of what is no address some parts may be there all the same.
+  AddressParts parts{taken(scheme), taken(user),  taken(password), taken(host),
+                     taken(path),   taken(query), taken(fragment), port};
+  return isAddress ? std::optional(std::move(parts)) : std::nullopt;
 }
 
 std::string withPort(const std::string& host, std::uint16_t port) {
