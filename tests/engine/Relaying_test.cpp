@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <regex>
@@ -145,6 +146,17 @@ TEST_F(RelayTest, OneThatCantBeReachedLeavesTheDirectWay) {
   ClassOfTwo two(options(turn(kWrittenPassword, "10.99.0.1")));
   two.seeAndHear();
   two.logLines.waitFor(kNoRelay);
+}
+
+TEST_F(RelayTest, OneThatGoesAwayHoldsUpNobodyWhoLeaves) {
+  network_.closeDirectWay();
+  ClassOfTwo two(options(turn(kWrittenPassword, "10.99.0.1")));
+  two.seeAndHear();
+  relay_->stop();
+  two.alice->exitRoom();
+  two.alice.told->waitFor("onExitRoom");
+  // libnice gives up telling it.
+  EXPECT_TRUE(two.alice.engineClass().settle(std::chrono::minutes(1)));
 }
 
 TEST_F(RelayTest, OneWhoseNameIsUnknownLeavesTheOthers) {
