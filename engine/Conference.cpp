@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <boost/json/parse.hpp>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <utility>
 
 #include "bridge/EngineCodes.h"
+#include "engine/LineList.h"
 #include "engine/LinkQuality.h"
 #include "engine/Outgoing.h"
 #include "engine/RemoteStream.h"
@@ -112,12 +112,9 @@ void Conference::cannot(const std::string& what) { log_->write(EngineLog::warnin
 
 std::vector<std::string> Conference::servers() {
   if (options_->serversFile.empty()) return options_->servers;
-  std::ifstream file(options_->serversFile);
-  if (!file) {
-    log_->write(EngineLog::error, options_->serversFile + " can't be read");
-    return options_->servers;
-  }
-  return serversIn(std::string(std::istreambuf_iterator<char>(file), {}));
+  if (const auto content = contentOf(options_->serversFile)) return serversIn(*content);
+  log_->write(EngineLog::error, options_->serversFile + " can't be read");
+  return options_->servers;
 }
 
 JanusConnection::Settings Conference::connectionTo(const std::string& server,
@@ -132,8 +129,10 @@ JanusConnection::Settings Conference::connectionTo(const std::string& server,
 }
 
 PeerConnection::Settings Conference::connectionForMedia() const {
-  return {.stunServer = options_->stunServer,
-          .turnServer = options_->turnServer,
+  auto relays = relaysOf(*options_);
+  for (const auto& problem : relays.problems) log_->write(EngineLog::error, problem);
+  return {.relays = std::move(relays.usable),
+          .note = [log = log_](const std::string& text) { log->write(EngineLog::warning, text); },
           .latencyMs = kJitterBufferMs};
 }
 

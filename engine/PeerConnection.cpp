@@ -4,15 +4,54 @@
 // Declared unstable, though what is used here has long been the same.
 #define GST_USE_UNSTABLE_API
 #include <gst/webrtc/webrtc.h>
+#include <nice/agent.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "engine/HostLookup.h"
 
 namespace vemo::janus {
 namespace {
+
+/// Of a relay's address. That of the server was found a moment ago, so the system knows whom to
+/// ask.
+constexpr std::chrono::milliseconds kLongestLookup{3'000};
 
 /// A description of `type`; null when the text is none.
 GstWebRTCSessionDescription* parse(GstWebRTCSDPType type, const std::string& text) {
   GstSDPMessage* message = nullptr;
   if (gst_sdp_message_new_from_text(text.c_str(), &message) != GST_SDP_OK) return nullptr;
   return gst_webrtc_session_description_new(type, message);
+}
+
+/// A property that is an object; null when there is none.
+GstRef<GObject> objectIn(GObject* of, const char* property) {
+  GObject* held = nullptr;
+  g_object_get(of, property, &held, nullptr);
+  return GstRef<GObject>(held);
+}
+
+/// What finds the ways of a webrtcbin.
+GstRef<GObject> agentOf(GstElement* webrtc) {
+  const auto ice = objectIn(G_OBJECT(webrtc), "ice-agent");
+  return ice ? objectIn(ice.get(), "agent") : nullptr;
+}
+
+/// Tells TURN servers that `webrtc`, whose pipeline has ended, needs them no longer; they would
+/// keep its ways for ten minutes. Until they have heard it, it lives on, and something is under
+/// way.
+void leaveRelays(GstElement* webrtc, EngineThread::Busy busy) {
+  struct Leaving {
+    GstRef<GstElement> webrtc;
+    EngineThread::Busy busy;
+  };
+  const auto agent = agentOf(webrtc);
+  if (!agent) return;
+  nice_agent_close_async(
+      NICE_AGENT(agent.get()),
+      [](GObject*, GAsyncResult*, gpointer data) { delete static_cast<Leaving*>(data); },
+      new Leaving{GstRef<GstElement>(GST_ELEMENT(gst_object_ref(webrtc))), std::move(busy)});
 }
 
 template <class Number>
@@ -62,33 +101,21 @@ gboolean addCounts(GQuark, const GValue* value, gpointer data) {
 }  // namespace
 
 PeerConnection::PeerConnection(EngineThread& thread, const Settings& settings, Listener listener)
-    : thread_(thread), listener_(std::move(listener)) {
+    : thread_(thread),
+      relays_(settings.relays),
+      note_(settings.note),
+      listener_(std::move(listener)) {
   initialiseGStreamer();
   pipeline_.reset(GST_ELEMENT(gst_object_ref_sink(gst_pipeline_new(nullptr))));
   webrtc_ = gst_element_factory_make("webrtcbin", nullptr);
   if (!webrtc_) return;
   g_object_set(webrtc_, "bundle-policy", GST_WEBRTC_BUNDLE_POLICY_MAX_BUNDLE, "latency",
                settings.latencyMs, nullptr);
-  if (!settings.stunServer.empty()) {
-    g_object_set(webrtc_, "stun-server", settings.stunServer.c_str(), nullptr);
-  }
-  if (!settings.turnServer.empty()) {
-    g_object_set(webrtc_, "turn-server", settings.turnServer.c_str(), nullptr);
-  }
   gst_bin_add(GST_BIN(pipeline_.get()), webrtc_);
-  GObject* ice = nullptr;
-  g_object_get(webrtc_, "ice-agent", &ice, nullptr);
-  if (ice) {
-    // Nothing is asked of routers, and media goes over UDP alone.
-    GObject* agent = nullptr;
-    g_object_set(ice, "ice-tcp", FALSE, nullptr);
-    g_object_get(ice, "agent", &agent, nullptr);
-    if (agent) {
-      g_object_set(agent, "upnp", FALSE, nullptr);
-      g_object_unref(agent);
-    }
-    g_object_unref(ice);
-  }
+  // Nothing is asked of routers, and media goes over UDP alone, but to a TURN server over TCP, too.
+  const auto ice = objectIn(G_OBJECT(webrtc_), "ice-agent");
+  if (ice) g_object_set(ice.get(), "ice-tcp", FALSE, nullptr);
+  if (const auto agent = agentOf(webrtc_)) g_object_set(agent.get(), "upnp", FALSE, nullptr);
 }
 
 PeerConnection::~PeerConnection() { close(); }
@@ -116,7 +143,21 @@ void PeerConnection::start() {
             if (!self) return;
             self->thread_.post([weak = Weak(self), line, candidate = std::string(text)] {
               const auto held = weak.lock();
-              if (held && held->pipeline_) held->listener_.onCandidate(line, candidate);
+              if (!held || !held->pipeline_) return;
+              if (candidate.find(" typ relay") != std::string::npos) held->isPassedOn_ = true;
+              held->listener_.onCandidate(line, candidate);
+            });
+          })));
+  using Changed = void (*)(GstElement*, GParamSpec*, gpointer);
+  connect("notify::ice-gathering-state",
+          G_CALLBACK(Changed([](GstElement* webrtc, GParamSpec*, gpointer data) {
+            GstWebRTCICEGatheringState state{};
+            g_object_get(webrtc, "ice-gathering-state", &state, nullptr);
+            const auto self = HandedOver<Weak>::in(data).lock();
+            if (!self || state != GST_WEBRTC_ICE_GATHERING_STATE_COMPLETE) return;
+            self->thread_.post([weak = Weak(self)] {
+              const auto held = weak.lock();
+              if (held && held->pipeline_) held->gathered();
             });
           })));
   using PadAdded = void (*)(GstElement*, GstPad*, gpointer);
@@ -146,13 +187,76 @@ void PeerConnection::start() {
       },
       new Weak(weak_from_this()), [](gpointer data) { delete static_cast<Weak*>(data); });
   gst_element_set_state(pipeline_.get(), GST_STATE_PLAYING);
+  findRelays();
+}
+
+void PeerConnection::findRelays() {
+  for (std::size_t i = 0; i < relays_.size(); ++i) {
+    lookups_[i] = lookUpHost(relays_[i].host, [this, i](const auto& addresses, const auto& why) {
+      takeAddresses(i, addresses, why);
+    });
+  }
+  if (lookups_.empty()) return;
+  longestLookup_ = thread_.after(kLongestLookup, [weak = weak_from_this()] {
+    const auto self = weak.lock();
+    if (!self) return;
+    for (const auto& [relay, lookup] : self->lookups_) {
+      self->note_("the relay " + self->relays_[relay].name() +
+                  " is not used: its address was not found in time");
+    }
+    self->stopFinding();
+  });
+}
+
+void PeerConnection::takeAddresses(std::size_t relay, const std::vector<std::string>& addresses,
+                                   const std::string& why) {
+  const auto& found = relays_[relay];
+  if (addresses.empty()) note_("the relay " + found.name() + " is not used: " + why);
+  for (const auto& address : addresses) {
+    gboolean isTaken = TRUE;
+    if (found.passesOn) {
+      g_signal_emit_by_name(webrtc_, "add-turn-server", found.at(address).c_str(), &isTaken);
+    } else {
+      g_object_set(webrtc_, "stun-server", found.at(address).c_str(), nullptr);
+    }
+    if (!isTaken) note_("the relay " + found.name() + " is not used: webrtcbin refuses it");
+    if (!found.passesOn) break;  // there is one alone, and over IPv6 nobody needs it
+  }
+  lookups_.erase(relay);
+  if (lookups_.empty()) stopFinding();
+}
+
+void PeerConnection::stopFinding() {
+  lookups_.clear();
+  longestLookup_.reset();
+  if (const auto then = std::exchange(waiting_, nullptr)) then();
+}
+
+void PeerConnection::withRelays(std::function<void()> then) {
+  if (lookups_.empty()) return then();
+  waiting_ = [then = std::move(then), busy = thread_.busy()] { then(); };
+}
+
+void PeerConnection::gathered() {
+  if (std::exchange(hasGathered_, true) || isPassedOn_) return;
+  std::string names;
+  for (const auto& relay : relays_) {
+    if (relay.passesOn) names += (names.empty() ? "" : ", ") + relay.name();
+  }
+  if (names.empty()) return;
+  note_("no TURN server passes media on (" + names +
+        "): each can't be reached, or refuses the user or the password");
 }
 
 void PeerConnection::close() {
   if (!pipeline_) return;
+  lookups_.clear();
+  longestLookup_.reset();
+  waiting_ = nullptr;
   // A copy, as its end may wait for streaming threads that look at this.
   const auto ending = std::move(pipeline_);
   endPipeline(ending.get());
+  if (std::ranges::any_of(relays_, &Relay::passesOn)) leaveRelays(webrtc_, thread_.busy());
   sendLines_.clear();
 }
 
@@ -250,7 +354,7 @@ void PeerConnection::describe(const char* signal, const char* field, Described d
 
 void PeerConnection::offer(Described done) {
   if (!webrtc_) return;
-  describe("create-offer", "offer", std::move(done));
+  withRelays([this, done = std::move(done)] { describe("create-offer", "offer", done); });
 }
 
 void PeerConnection::takeAnswer(const std::string& sdp, Done done) {
@@ -260,13 +364,15 @@ void PeerConnection::takeAnswer(const std::string& sdp, Done done) {
 }
 
 void PeerConnection::answer(const std::string& offer, Described done) {
-  auto* remote = parse(GST_WEBRTC_SDP_TYPE_OFFER, offer);
-  if (!webrtc_ || !remote) return done("the server's offer is no session description", "");
-  setDescription("set-remote-description", remote,
-                 [this, done = std::move(done)](const std::optional<std::string>& error) {
-                   if (error) return done(error, "");
-                   describe("create-answer", "answer", done);
-                 });
+  withRelays([this, offer, done = std::move(done)] {
+    auto* remote = webrtc_ ? parse(GST_WEBRTC_SDP_TYPE_OFFER, offer) : nullptr;
+    if (!remote) return done("the server's offer is no session description", "");
+    setDescription("set-remote-description", remote,
+                   [this, done](const std::optional<std::string>& error) {
+                     if (error) return done(error, "");
+                     describe("create-answer", "answer", done);
+                   });
+  });
 }
 
 void PeerConnection::addCandidate(unsigned line, const std::string& candidate) {

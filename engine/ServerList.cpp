@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <tuple>
 
+#include "engine/LineList.h"
+
 namespace vemo::janus {
 namespace {
 
@@ -26,18 +28,9 @@ std::uint64_t hashOf(std::string_view server, std::string_view room) {
 }  // namespace
 
 std::vector<std::string> serversIn(std::string_view text) {
-  constexpr std::string_view kBlanks = " \t\r";
   std::vector<std::string> servers;
-  while (!text.empty()) {
-    const auto end = std::min(text.find('\n'), text.size());
-    auto line = text.substr(0, end);
-    text.remove_prefix(std::min(end + 1, text.size()));
-    line.remove_prefix(std::min(line.find_first_not_of(kBlanks), line.size()));
-    line = line.substr(0, line.find_last_not_of(kBlanks) + 1);
-    if (line.empty() || line.front() == '#') continue;
-    if (std::find(servers.begin(), servers.end(), line) == servers.end()) {
-      servers.emplace_back(line);
-    }
+  for (const auto& line : listedLines(text)) {
+    if (std::ranges::find(servers, line.text) == servers.end()) servers.emplace_back(line.text);
   }
   return servers;
 }

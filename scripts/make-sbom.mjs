@@ -29,6 +29,7 @@ const libraries = [
   ['GLib', /^libglib2/, 'LGPL-2.1-or-later', lgpl],
   ['libsystemd', /^libsystemd-dev$/, 'LGPL-2.1-or-later', lgpl],
   ['GStreamer', /^libgstreamer/, 'LGPL-2.0-or-later', lgpl],
+  ['libnice', /^libnice-dev$/, 'LGPL-2.1-or-later OR MPL-1.1', lgpl],
   ['libsoup', /^libsoup-3/, 'LGPL-2.0-or-later', lgpl],
   ['GTK', /^libgtk-3-dev$/, 'LGPL-2.0-or-later', lgpl],
   ['Pango', /^libpango/, 'LGPL-2.0-or-later', lgpl],
@@ -218,8 +219,8 @@ ${table(['folder', 'libraries'], tests.map(row))}
 ${table(['library', 'licence', 'what it asks'], inUse.map(([name, , licence, asks]) => [name, licence, asks]))}
 
 Libraries that these use in their turn, such as the one that curl reaches servers with, are the system's
-choice. So are the plugins of GStreamer that \`engine\` uses, and Janus (GPL-3.0), the media server, a program of
-its own that it reaches over the network.
+choice. So are the plugins of GStreamer that \`engine\` uses, Janus (GPL-3.0), the media server, and coturn
+(BSD-3-Clause), a relay, programs of their own that it reaches over the network.
 
 ## The pages
 

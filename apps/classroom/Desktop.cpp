@@ -22,6 +22,7 @@
 #include "classroom/Permissions.h"
 #include "classroom/ShareNotice.h"
 #include "classroom/TestMedia.h"
+#include "engine/Relays.h"
 #include "platform/CurlDownloadService.h"
 #include "platform/DBusNotificationCenter.h"
 #include "platform/JsonLineLogger.h"
@@ -212,6 +213,7 @@ class Desktop {
     options.version = VEMO_VERSION;
     options.servers = options_.servers;
     options.serversFile = options_.serversFile;
+    options.relaysFile = options_.relaysFile;
     options.authorities = options_.authorities;
     options.musicFolder = ownPageFolder().parent_path();
     options.pixelsOf = [](const VEMOImage& image) -> std::shared_ptr<const RgbaPicture> {
@@ -324,6 +326,12 @@ class Desktop {
 }  // namespace
 
 int runClassroom(const ClassroomOptions& options, std::string& error) {
+  EngineOptions named;
+  named.relaysFile = options.relaysFile;
+  if (const auto relays = relaysOf(named); !relays.problems.empty()) {
+    error = relays.problems.front();
+    return kFailure;
+  }
   auto gate = options.pageUrl.empty()
                   ? PageGate::forFolder(options.pageFolder.empty()
                                             ? ownPageFolder()

@@ -9,6 +9,7 @@ namespace vemo {
 struct ClassroomOptions {
   std::vector<std::string> servers;  ///< addresses of media servers
   std::string serversFile;           ///< or a file with one a line
+  std::string relaysFile;            ///< a file with STUN and TURN servers, one a line
   std::string authorities;           ///< a file by which the servers' certificates are judged
   std::string pageFolder;            ///< of the classroom page; empty: that of the program
   std::string pageUrl;               ///< of another page, on an origin that is named so

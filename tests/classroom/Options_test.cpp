@@ -9,7 +9,8 @@ TEST(ClassroomOptionsTest, AreRead) {
   std::string error;
   const auto options =
       classroomOptionsFrom({"--server", "wss://one:8188", "--server", "WS://two:8188", "--windows",
-                            "3", "--test-media", "--query", "user=Ada", "--record", "sessions"},
+                            "3", "--test-media", "--query", "user=Ada", "--record", "sessions",
+                            "--relays-file", "relays"},
                            error);
   ASSERT_TRUE(options) << error;
   EXPECT_EQ(options->servers, (std::vector<std::string>{"wss://one:8188", "WS://two:8188"}));
@@ -18,6 +19,7 @@ TEST(ClassroomOptionsTest, AreRead) {
   EXPECT_FALSE(options->automation);
   EXPECT_EQ(options->query, "user=Ada");
   EXPECT_EQ(options->recordFolder, "sessions");
+  EXPECT_EQ(options->relaysFile, "relays");
 }
 
 TEST(ClassroomOptionsTest, WrongOnesAreNamed) {
@@ -38,9 +40,9 @@ TEST(ClassroomOptionsTest, WrongOnesAreNamed) {
 
 TEST(ClassroomOptionsTest, EachStandsInTheHelp) {
   const auto help = classroomUsage();
-  for (const char* name : {"--server ", "--servers-file ", "--page ", "--page-url ", "--query ",
-                           "--windows ", "--test-media", "--log ", "--record ", "--inspect",
-                           "--automation", "--help", "--version"}) {
+  for (const char* name : {"--server ", "--servers-file ", "--relays-file ", "--page ",
+                           "--page-url ", "--query ", "--windows ", "--test-media", "--log ",
+                           "--record ", "--inspect", "--automation", "--help", "--version"}) {
     EXPECT_NE(help.find(name), std::string::npos) << name;
   }
 }

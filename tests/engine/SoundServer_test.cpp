@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
-#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -17,6 +16,7 @@
 #include <thread>
 
 #include "Folder.h"
+#include "LogLines.h"
 #include "Tone.h"
 #include "bridge/EngineCodes.h"
 #include "engine/AudioMix.h"
@@ -132,36 +132,6 @@ class Listening {
   std::unique_ptr<Capture> capture_;
 };
 
-/// The lines of the engine's log as they are written, by a pipe in its place.
-class LogLines {
- public:
-  explicit LogLines(const std::string& folder) {
-    const auto path = folder + "/engine.log";
-    std::filesystem::create_directory(folder);
-    EXPECT_EQ(mkfifo(path.c_str(), 0600), 0);
-    both_.open(path);  // so that neither end waits for the other
-    reader_ = std::jthread([this, path] {
-      std::ifstream lines(path);
-      for (std::string line; std::getline(lines, line) && line != kEnd;) lines_.add(line);
-    });
-  }
-  ~LogLines() { both_ << kEnd << '\n' << std::flush; }
-  LogLines(const LogLines&) = delete;
-  LogLines& operator=(const LogLines&) = delete;
-
-  void waitFor(const std::string& text) {
-    auto line = lines_.next();
-    while (line && line->find(text) == std::string::npos) line = lines_.next();
-  }
-
- private:
-  static constexpr const char* kEnd = "end";
-
-  Arrivals<std::string> lines_;
-  std::fstream both_;
-  std::jthread reader_;
-};
-
 /// Plays a tone all the time.
 class Playing {
  public:
@@ -186,7 +156,7 @@ class Playing {
   const Folder folder_;
 
  public:
-  LogLines log{folder_.file("log")};
+  LogLines log{folder_.file("log/engine.log")};
 
  private:
   std::unique_ptr<JanusEngineClass> class_;
