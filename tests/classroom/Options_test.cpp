@@ -7,11 +7,10 @@ namespace {
 
 TEST(ClassroomOptionsTest, AreRead) {
   std::string error;
-  const auto options =
-      classroomOptionsFrom({"--server", "wss://one:8188", "--server", "WS://two:8188", "--windows",
-                            "3", "--test-media", "--query", "user=Ada", "--record", "sessions",
-                            "--relays-file", "relays"},
-                           error);
+  const auto options = classroomOptionsFrom(
+      {"--server", "wss://one:8188", "--server", "WS://two:8188", "--windows", "3", "--test-media",
+       "--query", "user=Ada", "--record", "sessions", "--relays-file", "relays"},
+      error);
   ASSERT_TRUE(options) << error;
   EXPECT_EQ(options->servers, (std::vector<std::string>{"wss://one:8188", "WS://two:8188"}));
   EXPECT_EQ(options->windows, 3);

@@ -131,6 +131,7 @@ TEST_F(MusicTest, APathBeginsInTheFolderForMusic) {
 
 /// Makes an MP3 of a tone that does not say how long it is.
 void writeMp3(const std::string& path, int pitch, int seconds) {
+  janus::initialiseGStreamer();
   std::string why;
   const auto pipeline = janus::parsePipeline(
       "audiotestsrc samplesperbuffer=48000 num-buffers=" + std::to_string(seconds) +

@@ -110,6 +110,10 @@ class ShortMemoryTest : public testing::Test {
       return "no answer";
     const auto rest = is.effectsAfter(failed);
     if (rest == whole_.effectsAfter(failed)) return "";
+    const auto told = only(is[failed].effects, "completion ");
+    if (!told.empty() && told == only(whole_[failed].effects, "completion "))
+      return "somebody was told, but the rest is not as if it were done: " +
+             difference(rest, whole_.effectsAfter(failed));
     auto& without = without_[failed];
     if (!without) without.emplace(session(failed));
     const auto asIfNot = without->effectsAfter(failed);
