@@ -141,6 +141,9 @@ TEST(CrashDump, OfASignalFromOutsideTheLastMinutesAreThere) {
 }
 
 TEST(CrashDump, OfTwoThreadsThatDieAtOnceTheDumpIsWhole) {
+#ifdef VEMO_SANITIZES_THREADS
+  GTEST_SKIP() << "its runtime starts no thread in a process that was forked beside others";
+#endif
   const DumpFile file;
   ASSERT_EQ(::mkfifo(file.name().c_str(), 0600), 0);  // who writes into it waits for who reads
   std::array<int, 2> dumping{};
