@@ -17,6 +17,7 @@ struct ScenarioResult {
   std::int64_t steps = 0;
   std::int64_t expectations = 0;
   std::vector<std::string> failures;  ///< expectations that failed
+  std::vector<std::string> remarks;   ///< what differs and is no failure
   std::string error;                  ///< why it did not come to its end, or what it left; one line
   std::chrono::duration<double> time{0};
 };

@@ -76,7 +76,7 @@ Checked checked(const Lines& lines, const std::filesystem::path& file) {
     json::array differences;
     const auto after = [&](const PlayedStep& played) {
       const auto failure = failureOf(played);
-      if (!failure) return;
+      if (!failure || mayDiffer(played)) return;
       const auto sentence = *failureOf(played, file);
       differences.emplace_back(json::array{
           played.line - 1, validUtf8(sentence.substr(0, sentence.find('\n'))), whatOf(*failure)});

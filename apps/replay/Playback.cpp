@@ -80,6 +80,8 @@ std::optional<std::string> failureOf(const PlayedStep& played, const std::filesy
          played.step->note + ": " + *std::move(difference);
 }
 
+bool mayDiffer(const PlayedStep& played) { return played.step && played.step->overlaps; }
+
 std::string counted(std::int64_t count, std::string_view noun) {
   return std::to_string(count) + " " + std::string(noun) + (count == 1 ? "" : "s");
 }

@@ -34,6 +34,10 @@ ExitStatus playBack(std::istream& scenario, const std::filesystem::path& file,
 std::optional<std::string> failureOf(const PlayedStep& played,
                                      const std::filesystem::path& file = {});
 
+/// Whether a difference of this step is told and is no failure: it overlapped another when it was
+/// recorded, and is played before or after that.
+bool mayDiffer(const PlayedStep& played);
+
 /// What is wrong with a line: `FILE: line 5: ...`, or `line 5: ...` where `file` is empty.
 std::string sentenceOf(const std::filesystem::path& file, std::int64_t line,
                        const std::exception& error);

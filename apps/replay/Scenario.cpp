@@ -173,9 +173,8 @@ Step stepOf(json::object keys) {
   step.hold = step.optional<bool>("hold").value_or(false);
   step.partial = step.optional<bool>("partial").value_or(false);
   step.expect = step.optional<json::array>("expect");
-  if (step.optional<bool>("overlaps").value_or(false)) {
-    step.note = ", which overlapped another when it was recorded";
-  }
+  step.overlaps = step.optional<bool>("overlaps").value_or(false);
+  if (step.overlaps) step.note = ", which overlapped another when it was recorded and may differ";
   if (step.expect) checkExpected(*step.expect);
   return step;
 }

@@ -45,6 +45,7 @@ struct Step {
   json::object keys;  ///< the whole step; no key but the verb's own and the common ones
   bool hold = false;
   bool partial = false;
+  bool overlaps = false;  ///< another step was going on when it was recorded
   std::optional<json::array> expect;
   std::string note;         ///< behind the step's number where it is told; may be empty
   std::vector<Step> setUp;  ///< of "use": the steps of the set-up

@@ -33,6 +33,7 @@ struct Part {
   const RecordedNote* note = nullptr;
   json::object device;  // what was answered in it, to be set before it
   json::array effects;
+  bool overlaps = false;  // another thread's part
 
   bool isTask() const { return note->kind == Note::Kind::task; }
 };
@@ -158,7 +159,15 @@ class Parts {
     // A task of a step that is not there any more has nothing that it could run.
     if (note.kind == Note::Kind::task && find(note.by) == parts_.size()) return;
     places_.emplace(note.step, parts_.size());
-    parts_.push_back({&note, std::exchange(pending_, {}), {}});
+    if (note.overlaps) markOverlapped(note.thread);
+    parts_.push_back({&note, std::exchange(pending_, {}), {}, note.overlaps});
+  }
+
+  /// What was going on when a part of `thread` began: most likely what another thread began last.
+  void markOverlapped(const std::string& thread) {
+    const auto found = std::find_if(parts_.rbegin(), parts_.rend(),
+                                    [&](const Part& part) { return part.note->thread != thread; });
+    if (found != parts_.rend()) found->overlaps = true;
   }
 
   void takeEffect(const RecordedNote& note) {
@@ -284,9 +293,9 @@ class Writer {
     writeDevice(part);
     auto step = part.note->what;
     askForValue(step, part.effects);
-    if (part.note->overlaps) step["overlaps"] = true;
     if (whole) {
       for (auto task = i + 1; task <= i + tasks; ++task) {
+        part.overlaps = part.overlaps || all[task].overlaps;
         part.effects.insert(part.effects.end(), all[task].effects.begin(), all[task].effects.end());
       }
       waiting_.clear();
@@ -317,9 +326,11 @@ class Writer {
     return isText(step.what, "event", "onUserVoiceVolume");
   }
 
-  /// Adds what is expected of a step that has all up to the part at `last`. Unless the router
+  /// Adds what is expected of a step that has all up to the part at `last`, and whether it
+  /// overlapped another. Unless the router
   /// ended, the last step may have gone on when the recording was made, or broke off.
   void expect(json::object& step, const Part& part, std::size_t last) {
+    if (part.overlaps) step["overlaps"] = true;
     if (part.note->before) return;
     const bool mayGoOn = parts_.end().empty() && last + 1 == parts_.all().size();
     if (isVolume(part) || mayGoOn) step["partial"] = true;

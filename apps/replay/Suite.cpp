@@ -60,21 +60,21 @@ json::object played(const fs::path& file) {
   }
   scenario.clear();
   json::array failures;
+  json::array remarks;
   std::int64_t steps = 0;
   std::int64_t expectations = 0;
   std::ostringstream err;
   const auto after = [&](const PlayedStep& step) {
     steps = step.number;
     if (step.step && step.step->expect) ++expectations;
-    if (const auto failure = failureOf(step, file)) failures.emplace_back(validUtf8(*failure));
+    if (const auto failure = failureOf(step, file))
+      (mayDiffer(step) ? remarks : failures).emplace_back(validUtf8(*failure));
   };
   auto status = playBack(scenario, file, after, err);
   if (!failures.empty()) status = std::max(status, kExpectationFailed);
-  return {{"status", int{status}},
-          {"steps", steps},
-          {"expectations", expectations},
-          {"failures", std::move(failures)},
-          {"error", validUtf8(err.str())}};
+  return {{"status", int{status}},         {"steps", steps},
+          {"expectations", expectations},  {"failures", std::move(failures)},
+          {"remarks", std::move(remarks)}, {"error", validUtf8(err.str())}};
 }
 
 ScenarioResult check(const fs::path& file) {
@@ -96,6 +96,8 @@ ScenarioResult check(const fs::path& file) {
     result.expectations = told.at("expectations").as_int64();
     for (const auto& failure : told.at("failures").as_array())
       result.failures.emplace_back(failure.as_string());
+    for (const auto& remark : told.at("remarks").as_array())
+      result.remarks.emplace_back(remark.as_string());
   }
   return result;
 }
@@ -127,7 +129,9 @@ ExitStatus checkSuite(const std::vector<std::string>& paths, const fs::path& jun
   std::int64_t failed = 0;
   for (const auto& file : files) {
     const auto& result = results.emplace_back(check(file));
-    for (const auto& failure : result.failures) out << inOneLine(failure) << '\n';
+    for (const auto* const lines : {&result.failures, &result.remarks}) {
+      for (const auto& one : *lines) out << inOneLine(one) << '\n';
+    }
     if (!result.error.empty()) out << result.error << '\n';
     out.flush();
     status = std::max(status, result.status);

@@ -162,21 +162,16 @@ describe('a class in windows', () => {
       const whole = (await Promise.all(texts)).filter((text) => text.endsWith('{"end":true}\n'));
       return whole.some((text) => text.includes('"event":"onEnterRoom"')) && whole;
     });
-    let played = 0;
     for (const text of ended) {
       assert.equal(text.includes(classroom.signature), false, 'a signature');
       const options = { input: text, encoding: 'utf8', maxBuffer: 1 << 28 };
       const scenario = spawnSync(`${programs}/replay/vemo-replay`, ['--from', '-'], options);
       assert.equal(scenario.status, 0, scenario.stderr);
-      // What came while another thread was in the router may come elsewhere when it is played.
-      if (scenario.stdout.includes('"overlaps":true')) continue;
-      ++played;
       const checked = spawnSync(`${programs}/replay/vemo-replay`, ['--check', '-'], {
         ...options, input: scenario.stdout,
       });
       assert.equal(checked.status, 0, checked.stdout + checked.stderr);
     }
-    assert.ok(played > 0, 'in all of them threads were in the router at once');
   });
 
   it('web processes are in a sandbox, where one can be had', async (t) => {

@@ -143,6 +143,9 @@ TEST(Minimise, NothingToKeepIsToldInASentence) {
   std::string err;
   EXPECT_EQ(least("{\"command\":\"initSDK\"}\n", out, err), replay::kUnreadable);
   EXPECT_EQ(err, "nothing differs that could be kept\n");
+  EXPECT_EQ(least("{\"get\":\"role\",\"overlaps\":true,\"expect\":[]}\n", out, err),
+            replay::kUnreadable);
+  EXPECT_EQ(err, "nothing differs that could be kept\n") << "it may differ";
   EXPECT_EQ(least("{\"nonsense\":1}\n", out, err), replay::kUnreadable);
   EXPECT_EQ(err, "line 1: unknown verb \"nonsense\"\n");
   EXPECT_EQ(out, "");

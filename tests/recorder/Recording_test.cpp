@@ -6,6 +6,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "recorder/ReadLine.h"
 #include "recorder/Recorded.h"
@@ -71,6 +72,24 @@ TEST(Recording, WhatTheProcessKnewOfItsSystemIsFoundAgain) {
   EXPECT_NE(old.find("{\"device\":{\"os\":\"17\"}}\n" + command, first), std::string::npos) << old;
   const auto usual = sessionOf(header + step("1", "3") + step("2", "0"));
   EXPECT_EQ(usual.find("device"), std::string::npos) << usual;
+}
+
+TEST(Recording, OfStepsThatOverlapBothAreMarked) {
+  const auto step = [](int number, const std::string& thread, const std::string& rest) {
+    const auto what = thread == "main" ? R"({"get":"role"})" : R"({"event":"onConnectionLost"})";
+    return R"({"step":)" + std::string(what) + R"(,"n":)" + std::to_string(number) +
+           R"(,"at":5,"thread":")" + thread + "\"" + rest + "}\n";
+  };
+  const auto session =
+      sessionOf(recordingHeader("1.0", true) + step(1, "engine", "") + step(2, "main", "") +
+                step(3, "engine", R"(,"overlaps":true)") + step(4, "main", ""));
+  std::vector<bool> marked;
+  std::istringstream lines(session);
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with('{'))
+      marked.push_back(line.find(R"("overlaps":true)") != std::string::npos);
+  }
+  EXPECT_EQ(marked, (std::vector{false, true, true, false})) << session;
 }
 
 TEST(Recording, ALineWithoutAnEndIsReadNoFurther) {

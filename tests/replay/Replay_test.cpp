@@ -87,6 +87,17 @@ TEST(Replay, CheckSaysWhatDiffersAndGoesOn) {
   EXPECT_EQ(played.err, "");
 }
 
+TEST(Replay, CheckTellsWhatDiffersWhereThreadsOverlappedAndDoesNotFail) {
+  const std::string differs = R"({"get":"hasEnterRoom","expect":[{"value":true}])";
+  const auto played = run(differs + ",\"overlaps\":true}\n", Mode::check);
+  EXPECT_EQ(played.status, kDone);
+  EXPECT_EQ(
+      linesOf(played.out).front(),
+      "line 1, step 1, which overlapped another when it was recorded and may differ: value of "
+      "hasEnterRoom has value false, was true (effect 1, /value)");
+  EXPECT_EQ(run(differs + ",\"overlaps\":false}\n", Mode::check).status, kExpectationFailed);
+}
+
 TEST(Replay, CheckOfAScenarioThatHoldsSaysHowMuchItHeld) {
   const auto played = run(
       "{\"device\":{}}\n{\"get\":\"hasEnterRoom\",\"expect\":[{\"value\":false}]}\n", Mode::check);

@@ -58,6 +58,16 @@ TEST_F(Suite, HasALineForEachFailureByName) {
                             "2 scenarios, 2 steps, 2 expectations, 2 failed\n");
 }
 
+TEST_F(Suite, WhatDiffersWhereThreadsOverlappedIsToldAndNoFailure) {
+  const auto a = folder_.write(
+      "a.jsonl", "{\"get\":\"role\",\"overlaps\":true,\"expect\":[{\"value\":20}]}\n");
+  EXPECT_EQ(check({a}), kDone);
+  EXPECT_EQ(out_.str(),
+            a + ": line 1, step 1, which overlapped another when it was recorded and may "
+                "differ: value of role has value null, was 20 (effect 1, /value)\n"
+                "1 scenario, 1 step, 1 expectation, 0 failed\n");
+}
+
 TEST_F(Suite, OfAPartThatDidNotComeItTellsTheNearest) {
   const auto a = folder_.write(
       "a.jsonl", "{\"get\":\"role\",\"partial\":true,\"expect\":[{\"of\":\"roll\"}]}\n");
