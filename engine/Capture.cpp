@@ -1,12 +1,42 @@
 #include "engine/Capture.h"
 
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <utility>
 
 #include "engine/DeviceRetry.h"
 
 namespace vemo::janus {
+namespace {
+
+/// Has the sources of a pipeline settle their format once. Asked again, which happens whenever
+/// something behind them is added, pipewiresrc would give up its stream and connect another, and
+/// PipeWire's library mixes up both.
+void keepFormats(GstElement* pipeline) {
+  const std::unique_ptr<GstIterator, void (*)(GstIterator*)> sources(
+      gst_bin_iterate_sources(GST_BIN(pipeline)), gst_iterator_free);
+  gst_iterator_foreach(
+      sources.get(),
+      [](const GValue* item, gpointer) {
+        const GstRef<GstPad> pad(
+            gst_element_get_static_pad(GST_ELEMENT(g_value_get_object(item)), "src"));
+        const GstRef<GstPad> behind(pad ? gst_pad_get_peer(pad.get()) : nullptr);
+        if (!behind) return;
+        // A source's own pad takes the wish before its probes are asked.
+        gst_pad_add_probe(
+            behind.get(), GST_PAD_PROBE_TYPE_EVENT_UPSTREAM,
+            [](GstPad*, GstPadProbeInfo* info, gpointer) {
+              return GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_RECONFIGURE
+                         ? GST_PAD_PROBE_DROP
+                         : GST_PAD_PROBE_OK;
+            },
+            nullptr, nullptr);
+      },
+      nullptr);
+}
+
+}  // namespace
 
 /// What another thread does with a pipeline: it is started there, and ended behind that, so that
 /// nobody waits for either.
@@ -138,6 +168,7 @@ void Capture::State::begin(const std::shared_ptr<Run>& run) {
                                     " ! appsink name=out sync=false max-buffers=4 drop=true",
                                 why);
   if (!run->pipeline) return failed(run, why);
+  keepFormats(run->pipeline.get());
 
   struct Both {
     std::weak_ptr<State> state;

@@ -2,10 +2,16 @@
 
 #include <gst/app/gstappsink.h>
 #include <gst/app/gstappsrc.h>
+#include <openssl/crypto.h>
 
 namespace vemo::janus {
 
-void initialiseGStreamer() { gst_init(nullptr, nullptr); }
+void initialiseGStreamer() {
+  // GStreamer does not wait until its threads have ended. One that still does when the process
+  // exits would find what OpenSSL keeps for it taken away.
+  OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT, nullptr);
+  gst_init(nullptr, nullptr);
+}
 
 GstRef<GstElement> parsePipeline(const std::string& description, std::string& why) {
   GError* error = nullptr;

@@ -53,7 +53,8 @@ class HandedOver {
   std::mutex mutex_;
 };
 
-/// Makes GStreamer ready; any thread, any number of times.
+/// Makes GStreamer ready; any thread, any number of times. The process can exit safely only if
+/// nothing else in it has used OpenSSL before.
 void initialiseGStreamer();
 
 /// A pipeline of this description; null, with `why` set, when there is none.

@@ -22,6 +22,7 @@
 #include "classroom/Permissions.h"
 #include "classroom/ShareNotice.h"
 #include "classroom/TestMedia.h"
+#include "engine/Gst.h"
 #include "engine/Relays.h"
 #include "platform/CurlDownloadService.h"
 #include "platform/DBusNotificationCenter.h"
@@ -357,6 +358,7 @@ int runClassroom(const ClassroomOptions& options, std::string& error) {
     error = "There is no display to open windows on.";
     return kFailure;
   }
+  janus::initialiseGStreamer();  // before a download uses OpenSSL
   Desktop desktop(options, std::move(*gate), std::move(logger), *sessions);
   return desktop.run();
 }

@@ -1,7 +1,10 @@
+#include <gst/gst.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "Classroom.h"
 #include "FakePortal.h"
@@ -60,6 +63,25 @@ TEST_F(SharedScreenTest, IsSeenByTheOthersAsOftenAsItIsShared) {
     stop();
     EXPECT_EQ(portal_.calls.next(5).back(), "close session");
   }
+}
+
+TEST_F(SharedScreenTest, IsConnectedToOnce) {
+  static std::atomic<int> connections = 0;
+  const GstLogFunction count = [](GstDebugCategory*, GstDebugLevel, const gchar*, const gchar*,
+                                  gint, GObject*, GstDebugMessage* message, gpointer) {
+    if (std::string_view(gst_debug_message_get(message)).starts_with("connect capture ")) {
+      ++connections;
+    }
+  };
+  // What pipewiresrc tells of its stream, to this alone.
+  gst_debug_set_threshold_for_name("pipewiresrc", GST_LEVEL_DEBUG);
+  (gst_debug_remove_log_function)(nullptr);
+  (gst_debug_add_log_function)(count, nullptr, nullptr);  // not the macro, at which clang warns
+  share();
+  EXPECT_TRUE(view_->waitForColour("green")) << view_->seen();
+  pipeWire_.show("blue");
+  EXPECT_TRUE(view_->waitForColour("blue")) << view_->seen();
+  EXPECT_EQ(connections, 1);
 }
 
 TEST_F(SharedScreenTest, IsStillSharedAfterAPause) {
