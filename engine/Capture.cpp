@@ -80,11 +80,13 @@ void Capture::Elsewhere::end(const std::shared_ptr<Elsewhere>& self, GstElement*
                              EngineThread::Busy ending) {
   using Ending = std::pair<std::shared_ptr<Elsewhere>, EngineThread::Busy>;
   using Held = HandedOver<Ending>;
-  self->wake();
   {
     const std::lock_guard lock(self->mutex);
     self->isOver = true;
-    if (self->isStarting) return;  // who starts it ends it, too
+    if (self->isStarting) {  // who starts it ends it, too
+      self->wake();
+      return;
+    }
   }
   gst_element_call_async(
       pipeline,

@@ -23,7 +23,7 @@ class FakePortal {
     std::string method{};  ///< in which something goes wrong
     Trouble trouble = Trouble::none;
     std::function<int()> openRemote{};  ///< makes the descriptor that is handed over
-    guint32 node = 1;
+    std::function<guint32()> node = [] { return guint32{1}; };  ///< the number of what is shared
   };
 
   FakePortal(const std::string& bus, Plan plan) : plan_(std::move(plan)) {
@@ -164,7 +164,7 @@ class FakePortal {
       g_variant_builder_add(&results, "{sv}", "streams",
                             trouble == Trouble::empty
                                 ? g_variant_new_parsed("@a(ua{sv}) []")
-                                : g_variant_new_parsed("[(%u, @a{sv} {})]", plan_.node));
+                                : g_variant_new_parsed("[(%u, @a{sv} {})]", plan_.node()));
     }
     const guint32 code = trouble == Trouble::cancelled ? 1 : trouble == Trouble::ended ? 2 : 0;
     emit(object, "org.freedesktop.portal.Request", "Response",

@@ -287,16 +287,16 @@ TEST_F(MediaTest, ItIsMeasured) {
   const auto sent = alice.told->statistics();
   ASSERT_EQ(sent->localStatistics.size(), 1U);
   EXPECT_EQ(sent->localStatistics[0].width, 640U);
-  EXPECT_GE(sent->localStatistics[0].frameRate, 10U);
+  EXPECT_GE(sent->localStatistics[0].frameRate, 5U);  // 15 are asked for, of a machine that may be busy
   EXPECT_LE(sent->localStatistics[0].frameRate, 16U);
-  EXPECT_GT(sent->localStatistics[0].videoBitrate, 10U);
+  EXPECT_GT(sent->localStatistics[0].videoBitrate, 2U);  // one colour takes little
   EXPECT_GT(sent->localStatistics[0].audioBitrate, 10U);
   EXPECT_GT(sent->sentBytes, 10'000U);
   const auto received = bob.told->statistics();
   ASSERT_EQ(received->remoteStatistics.size(), 1U);
   EXPECT_EQ(received->remoteStatistics[0].userId, "alice");
   EXPECT_EQ(received->remoteStatistics[0].width, 640U);
-  EXPECT_GE(received->remoteStatistics[0].frameRate, 10U);
+  EXPECT_GE(received->remoteStatistics[0].frameRate, 5U);
   EXPECT_LE(received->remoteStatistics[0].frameRate, 16U);
   EXPECT_GT(received->remoteStatistics[0].audioBitrate, 10U);
   EXPECT_GT(received->receivedBytes, 10'000U);

@@ -14,7 +14,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Folder.h"
@@ -22,8 +24,8 @@
 
 namespace vemo {
 
-/// A PipeWire of the test's own with a screen of one colour in it. A shell stands for a session
-/// manager: it links whatever wants to see a screen to this one.
+/// A PipeWire of the test's own, which makes screens of one colour. A shell stands for a session
+/// manager: it links whatever wants to see a screen to the last one.
 class PipeWire {
  public:
   PipeWire() {
@@ -40,32 +42,25 @@ class PipeWire {
     spawn("exec pipewire -c '" + folder_.file("pipewire.conf") + "'");
     spawn(std::string("while :; do timeout 5 pw-dump | grep -q \"\\\"node.target\\\": $(") +
           kScreenNumber +
-          "),\" && timeout 5 pw-link screen:out_0 \"$(timeout 5 pw-link -i | grep -m1 :in_0)\"; "
-          "sleep 0.1; done");
+          "),\" && timeout 5 pw-link \"$(cat screen):out_0\" "
+          "\"$(timeout 5 pw-link -i | grep -m1 :in_0)\"; sleep 0.1; done");
     janus::initialiseGStreamer();
-    sink_ = connect();
-    std::string why;
-    screen_ = janus::parsePipeline(
-        "videotestsrc name=screen is-live=true pattern=green ! "
-        "video/x-raw,format=BGRx,width=320,height=180,framerate=10/1 ! pipewiresink mode=provide "
-        "stream-properties=\"p,media.class=Video/Source,node.name=screen\" fd=" +
-            std::to_string(sink_),
-        why);
-    EXPECT_EQ(why, "");
-    gst_element_set_state(screen_.get(), GST_STATE_PLAYING);
   }
   ~PipeWire() {
-    if (screen_) gst_element_set_state(screen_.get(), GST_STATE_NULL);
-    ::close(sink_);
+    endScreen();
     stop();
   }
   PipeWire(const PipeWire&) = delete;
   PipeWire& operator=(const PipeWire&) = delete;
 
-  /// What the screen shows: "green" as long as nothing else is said.
+  /// What screens show: "green" as long as nothing else is said.
   void show(const char* colour) {
-    gst_util_set_object_arg(G_OBJECT(janus::elementOf(screen_.get(), "screen").get()), "pattern",
-                            colour);
+    const std::lock_guard lock(mutex_);
+    colour_ = colour;
+    if (screen_) {
+      gst_util_set_object_arg(G_OBJECT(janus::elementOf(screen_.get(), "screen").get()), "pattern",
+                              colour);
+    }
   }
   /// A connection to it, once it is there. The caller's.
   int connect() const {
@@ -82,22 +77,45 @@ class PipeWire {
     }
     return made;
   }
-  /// The number of the screen in it, once it is there.
-  unsigned screen() const {
-    const auto command = "exec 2>/dev/null; export PIPEWIRE_RUNTIME_DIR='" + folder_.file("") +
-                         "'; for i in $(seq 300); do " + kScreenNumber +
-                         " | grep . && break; sleep 0.1; done";
+  /// The number of a new screen, once it is there, as a portal makes one for each who asks: what
+  /// gives a screen's pictures can wait for ever for one that was taken and not given back. Of the
+  /// screen before while it stands still.
+  unsigned screen() {
+    const std::lock_guard lock(mutex_);
+    if (hangs_) return number_;
+    endScreen();
+    const auto name = "screen" + std::to_string(++screens_);
+    folder_.write("screen", name);
+    sink_ = connect();
+    std::string why;
+    screen_ = janus::parsePipeline(
+        "videotestsrc name=screen is-live=true pattern=" + colour_ +
+            " ! video/x-raw,format=BGRx,width=320,height=180,framerate=10/1 ! pipewiresink "
+            "mode=provide stream-properties=\"p,media.class=Video/Source,node.name=" +
+            name + "\" fd=" + std::to_string(sink_),
+        why);
+    EXPECT_EQ(why, "");
+    gst_element_set_state(screen_.get(), GST_STATE_PLAYING);
+
+    const auto command = "exec 2>/dev/null; cd '" + folder_.file("") +
+                         "'; export PIPEWIRE_RUNTIME_DIR=$PWD; for i in $(seq 300); do " +
+                         kScreenNumber + " | grep . && break; sleep 0.1; done";
     const std::unique_ptr<FILE, int (*)(FILE*)> out(::popen(command.c_str(), "r"), ::pclose);
-    unsigned number = 0;
-    EXPECT_EQ(std::fscanf(out.get(), "%u", &number), 1) << "there is no screen";
-    return number;
+    EXPECT_EQ(std::fscanf(out.get(), "%u", &number_), 1) << "there is no screen";
+    return number_;
   }
   /// Has it stand still, and go on; connections stay.
-  void hang() const {
+  void hang() {
+    const std::lock_guard lock(mutex_);
+    hangs_ = true;
     ::kill(processes_.front(), SIGSTOP);
     EXPECT_EQ(::waitpid(processes_.front(), nullptr, WUNTRACED), processes_.front());
   }
-  void goOn() const { ::kill(processes_.front(), SIGCONT); }
+  void goOn() {
+    const std::lock_guard lock(mutex_);
+    hangs_ = false;
+    ::kill(processes_.front(), SIGCONT);
+  }
   /// Ends it under whoever is connected.
   void stop() {
     for (const int process : processes_) {
@@ -109,11 +127,16 @@ class PipeWire {
 
  private:
   static constexpr std::chrono::seconds kPatience{30};
-  /// Says the screen's number, for a shell.
+  /// Says the last screen's number, for a shell.
   static constexpr const char* kScreenNumber =
-      "timeout 5 pw-dump | "
-      "awk '/^    \"id\":/ {id = $2 + 0} /\"node.name\": \"screen\"/ {print id}'";
+      "timeout 5 pw-dump | awk -v name=\"$(cat screen)\" "
+      "'/^    \"id\":/ {id = $2 + 0} $0 ~ \"\\\"node.name\\\": \\\"\" name \"\\\"\" {print id}'";
 
+  void endScreen() {
+    if (screen_) gst_element_set_state(screen_.get(), GST_STATE_NULL);
+    screen_.reset();
+    if (sink_ >= 0) ::close(std::exchange(sink_, -1));
+  }
   void spawn(const std::string& script) {
     // They go with the test, however that ends.
     std::vector<std::string> words{"setpriv",
@@ -123,7 +146,7 @@ class PipeWire {
                                    "PIPEWIRE_RUNTIME_DIR=" + folder_.file(""),
                                    "sh",
                                    "-c",
-                                   "exec 2>/dev/null; " + script};
+                                   "exec 2>/dev/null; cd '" + folder_.file("") + "'; " + script};
     std::vector<char*> arguments;
     for (auto& word : words) arguments.push_back(word.data());
     arguments.push_back(nullptr);
@@ -134,6 +157,12 @@ class PipeWire {
 
   const Folder folder_;
   std::vector<int> processes_;
+  std::mutex mutex_;
+  // Under mutex_.
+  bool hangs_ = false;
+  std::string colour_ = "green";
+  int screens_ = 0;
+  unsigned number_ = 0;
   int sink_ = -1;
   janus::GstRef<GstElement> screen_;
 };

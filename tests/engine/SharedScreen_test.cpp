@@ -47,9 +47,9 @@ class SharedScreenTest : public ::testing::Test {
   const MediaServer server_;
   const PrivateBus bus_;
   PipeWire pipeWire_;
-  FakePortal portal_{
-      bus_.address(),
-      {.openRemote = [this] { return pipeWire_.connect(); }, .node = pipeWire_.screen()}};
+  FakePortal portal_{bus_.address(),
+                     {.openRemote = [this] { return pipeWire_.connect(); },
+                      .node = [this] { return pipeWire_.screen(); }}};
   Person alice_{"alice", options()};
   Person bob_{"bob", options()};
   const std::shared_ptr<SeenView> view_ = std::make_shared<SeenView>();
