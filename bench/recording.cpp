@@ -93,6 +93,15 @@ int main(int argc, char** argv) {
     const auto has = [&](std::string_view what) {
       return std::ranges::find(arguments, what) != arguments.end();
     };
+    for (const auto& argument : arguments) {
+      const auto isNamed = [&](const auto& command) { return command.first == argument; };
+      if (argument == "recorded" || argument == "logged" ||
+          std::ranges::any_of(commands(), isNamed))
+        continue;
+      std::cerr << "vemo-bench-recording: \"" << argument
+                << "\" is no command that is measured, nor \"recorded\" or \"logged\"\n";
+      return 2;
+    }
     BenchPlatform platform({.recorded = has("recorded"), .logged = has("logged")});
     for (const auto& [name, message] : commands()) {
       if (!has(name)) continue;

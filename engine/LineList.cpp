@@ -1,8 +1,7 @@
 #include "engine/LineList.h"
 
 #include <algorithm>
-
-#include "engine/Gst.h"
+#include <fstream>
 
 namespace vemo::janus {
 
@@ -21,11 +20,13 @@ std::vector<ListedLine> listedLines(std::string_view text) {
 }
 
 std::optional<std::string> contentOf(const std::string& path) {
-  gchar* text = nullptr;
-  gsize size = 0;
-  if (!g_file_get_contents(path.c_str(), &text, &size, nullptr)) return std::nullopt;
-  const GText held(text);
-  return std::string(text, size);
+  constexpr std::size_t kMostBytes = std::size_t{1} << 20U;
+  std::ifstream file(path, std::ios::binary);
+  std::string text(kMostBytes + 1, '\0');
+  file.read(text.data(), static_cast<std::streamsize>(text.size()));
+  if (!file.eof()) return std::nullopt;  // also of a folder, which opens and can't be read
+  text.resize(static_cast<std::size_t>(file.gcount()));
+  return text;
 }
 
 }  // namespace vemo::janus

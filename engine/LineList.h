@@ -17,7 +17,8 @@ struct ListedLine {
 /// The lines of `text`, which they point into, but those that are empty or begin with #.
 std::vector<ListedLine> listedLines(std::string_view text);
 
-/// What is in the file `path`; nothing when it can't be read.
+/// What is in the file `path`; nothing when it can't be read, or is longer than 1 MiB, which no
+/// list is.
 std::optional<std::string> contentOf(const std::string& path);
 
 }  // namespace vemo::janus

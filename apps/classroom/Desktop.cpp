@@ -23,7 +23,6 @@
 #include "classroom/ShareNotice.h"
 #include "classroom/TestMedia.h"
 #include "engine/Gst.h"
-#include "engine/Relays.h"
 #include "platform/CurlDownloadService.h"
 #include "platform/DBusNotificationCenter.h"
 #include "platform/JsonLineLogger.h"
@@ -327,12 +326,8 @@ class Desktop {
 }  // namespace
 
 int runClassroom(const ClassroomOptions& options, std::string& error) {
-  EngineOptions named;
-  named.relaysFile = options.relaysFile;
-  if (const auto relays = relaysOf(named); !relays.problems.empty()) {
-    error = relays.problems.front();
-    return kFailure;
-  }
+  error = problemWithFiles(options);
+  if (!error.empty()) return kFailure;
   auto gate = options.pageUrl.empty()
                   ? PageGate::forFolder(options.pageFolder.empty()
                                             ? ownPageFolder()

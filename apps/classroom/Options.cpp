@@ -1,10 +1,15 @@
 #include "classroom/Options.h"
 
+#include <gio/gio.h>
+
 #include <charconv>
 #include <map>
+#include <memory>
 #include <string_view>
 #include <system_error>
 
+#include "engine/LineList.h"
+#include "engine/Relays.h"
 #include "platform/Url.h"
 
 namespace vemo {
@@ -12,12 +17,52 @@ namespace {
 
 constexpr int kMostWindows = 16;
 
-bool isServer(std::string_view address) {
+bool isServer(const std::string& address) {
   const auto scheme = schemeOf(address);
-  return scheme == "ws" || scheme == "wss";
+  if (scheme != "ws" && scheme != "wss") return false;
+  char* host = nullptr;
+  const bool isUrl = g_uri_split_network(address.c_str(), G_URI_FLAGS_NONE, nullptr, &host, nullptr,
+                                         nullptr) == TRUE;
+  const std::unique_ptr<char, decltype(&g_free)> held(host, g_free);
+  return isUrl && host && *host != '\0';
+}
+
+std::string noServer(std::string_view address) {
+  return "\"" + std::string(address) + "\" is no address such as wss://host:8188.";
+}
+
+std::string problemWithServers(const std::string& file) {
+  if (file.empty()) return {};
+  const auto content = janus::contentOf(file);
+  if (!content) return "--servers-file: " + file + " can't be read.";
+  for (const auto& line : janus::listedLines(*content)) {
+    if (isServer(std::string(line.text))) continue;
+    return file + ", line " + std::to_string(line.number) + ": " + noServer(line.text);
+  }
+  return {};
+}
+
+std::string problemWithAuthorities(const std::string& file) {
+  if (file.empty()) return {};
+  if (!janus::contentOf(file)) return "--authorities: " + file + " can't be read.";
+  GError* error = nullptr;
+  auto* certificates = g_tls_certificate_list_new_from_file(file.c_str(), &error);
+  g_clear_error(&error);
+  const bool isNone = certificates == nullptr;
+  g_list_free_full(certificates, g_object_unref);
+  return isNone ? "--authorities: there are no certificates in " + file + "." : "";
 }
 
 }  // namespace
+
+std::string problemWithFiles(const ClassroomOptions& options) {
+  if (auto problem = problemWithServers(options.serversFile); !problem.empty()) return problem;
+  if (auto problem = problemWithAuthorities(options.authorities); !problem.empty()) return problem;
+  EngineOptions named;
+  named.relaysFile = options.relaysFile;
+  const auto relays = relaysOf(named);
+  return relays.problems.empty() ? std::string() : relays.problems.front();
+}
 
 std::optional<ClassroomOptions> classroomOptionsFrom(const std::vector<std::string>& arguments,
                                                      std::string& error) {
@@ -51,11 +96,15 @@ std::optional<ClassroomOptions> classroomOptionsFrom(const std::vector<std::stri
       return std::nullopt;
     }
     const auto& value = arguments[++i];
+    if (value.empty() && name != "--query") {
+      error = name + " needs a value.";
+      return std::nullopt;
+    }
     if (text != texts.end()) {
       *text->second = value;
     } else if (name == "--server") {
       if (!isServer(value)) {
-        error = "--server: \"" + value + "\" is no address such as wss://host:8188.";
+        error = "--server: " + noServer(value);
         return std::nullopt;
       }
       options.servers.push_back(value);

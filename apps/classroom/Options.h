@@ -28,6 +28,10 @@ struct ClassroomOptions {
 std::optional<ClassroomOptions> classroomOptionsFrom(const std::vector<std::string>& arguments,
                                                      std::string& error);
 
+/// What is wrong with the files that `options` name to the engine, as one sentence, or nothing: one
+/// that can't be read, or holds what the engine could not use. They are read.
+std::string problemWithFiles(const ClassroomOptions& options);
+
 /// The text of --help.
 std::string classroomUsage();
 

@@ -1,12 +1,11 @@
-#include <cerrno>
 #include <cstddef>
-#include <cstring>
 #include <iostream>
 #include <span>
 #include <string>
 #include <string_view>
 
 #include "json/JsonText.h"
+#include "program/StandardStreams.h"
 #include "webview/protocol.h"
 
 // vemo-protocol: prints what pages can send and hear, as one JSON document.
@@ -23,7 +22,7 @@ Options:
   --help     show this text
   --version  show the version
 
-Exit status: 0 printed, 1 the document could not be written, 2 there was an argument.
+Exit status: 0 printed, 2 there was an argument, or what was asked for could not be written.
 )";
 
 /// What fits into a line stands in one; else each member or element has its own.
@@ -64,23 +63,22 @@ void print(std::string& out, const json::value& value, std::size_t indent) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  vemo::fillStandardStreams();
   for (const std::string_view argument :
        std::span(argv, static_cast<std::size_t>(argc)).subspan(1)) {
     if (argument == "--help") {
       std::cout << kUsage;
-      return 0;
+      return vemo::told("vemo-protocol: ");
     }
     if (argument == "--version") {
       std::cout << "vemo-protocol " VEMO_VERSION "\n";
-      return 0;
+      return vemo::told("vemo-protocol: ");
     }
     std::cerr << "vemo-protocol: unexpected argument " << argument << '\n' << kUsage;
     return 2;
   }
   std::string out;
   print(out, vemo::protocol(), 0);
-  std::cout << out << '\n' << std::flush;
-  if (std::cout) return 0;
-  std::cerr << "vemo-protocol: the document can't be written: " << std::strerror(errno) << '\n';
-  return 1;
+  std::cout << out << '\n';
+  return vemo::told("vemo-protocol: ");
 }

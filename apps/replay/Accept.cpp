@@ -1,14 +1,10 @@
 #include "replay/Accept.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
 #include <boost/json/value.hpp>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -25,6 +21,7 @@
 #include "replay/Matcher.h"
 #include "replay/OwnProcess.h"
 #include "replay/Playback.h"
+#include "replay/ReplaceFile.h"
 #include "replay/Replay.h"
 
 namespace vemo::replay {
@@ -197,30 +194,6 @@ std::string failureOfCheck(const std::string& scenario, const fs::path& file) {
     return status == kDone ? "" : err.str() + out.str();
   });
   return process.text.substr(0, process.text.find('\n'));
-}
-
-/// Puts `text` in the place of the file at `path`; why it can't be, or nothing.
-std::string replaceFile(const fs::path& path, std::string_view text) {
-  const auto why = [] { return std::string(std::strerror(errno)); };
-  struct stat before {};
-  if (::access(path.c_str(), W_OK) != 0 || ::stat(path.c_str(), &before) != 0) return why();
-  auto name = (path.parent_path() / ("." + path.filename().string() + ".XXXXXX")).string();
-  const int file = ::mkstemp(name.data());
-  if (file < 0) return why();
-  bool good = ::fchmod(file, before.st_mode & 07777U) == 0;
-  for (auto rest = text; good && !rest.empty();) {
-    const auto written = ::write(file, rest.data(), rest.size());
-    if (written < 0 && errno == EINTR) continue;
-    good = written >= 0;
-    if (good) rest.remove_prefix(static_cast<std::size_t>(written));
-  }
-  good = good && ::fsync(file) == 0;
-  auto problem = good ? std::string() : why();
-  ::close(file);
-  if (good && ::rename(name.c_str(), path.c_str()) == 0) return {};
-  if (good) problem = why();
-  ::unlink(name.c_str());
-  return problem;
 }
 
 }  // namespace

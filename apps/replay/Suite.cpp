@@ -16,6 +16,7 @@
 #include "replay/JUnit.h"
 #include "replay/OwnProcess.h"
 #include "replay/Playback.h"
+#include "replay/ReplaceFile.h"
 
 namespace vemo::replay {
 namespace {
@@ -102,6 +103,20 @@ ScenarioResult check(const fs::path& file) {
   return result;
 }
 
+/// Writes `text` to the file called `path`; why it can't be, or nothing.
+std::string writeReport(const fs::path& path, const std::string& text) {
+  std::error_code ignored;  // a new file, then
+  if (!fs::is_other(fs::status(path, ignored))) {
+    const auto file = fs::canonical(path, ignored);  // a link stays one
+    return replaceFile(ignored ? path : file, text);
+  }
+  errno = 0;
+  std::ofstream device(path);
+  device << text;
+  device.close();
+  return device ? std::string() : std::strerror(errno);
+}
+
 }  // namespace
 
 ExitStatus checkSuite(const std::vector<std::string>& paths, const fs::path& junit,
@@ -121,6 +136,15 @@ ExitStatus checkSuite(const std::vector<std::string>& paths, const fs::path& jun
       status = kUnreadable;
     }
     files.insert(files.end(), found.begin(), found.end());
+  }
+
+  const auto isReport = [&](const fs::path& file) {
+    std::error_code unknown;  // then the report is a new file
+    return fs::equivalent(file, junit, unknown);
+  };
+  if (const auto file = std::ranges::find_if(files, isReport); file != files.end()) {
+    err << "--junit would write over the scenario " << file->string() << '\n';
+    return kUnreadable;
   }
 
   std::vector<ScenarioResult> results;
@@ -143,12 +167,9 @@ ExitStatus checkSuite(const std::vector<std::string>& paths, const fs::path& jun
       << counted(expectations, "expectation") << ", " << failed << " failed\n";
   if (junit.empty()) return status;
 
-  errno = 0;
-  std::ofstream report(junit);
-  report << junitXml(results);
-  report.close();
-  if (report) return status;
-  err << junit.string() << " can't be written: " << std::strerror(errno) << '\n';
+  const auto why = writeReport(junit, junitXml(results));
+  if (why.empty()) return status;
+  err << junit.string() << " can't be written: " << why << '\n';
   return std::max(status, kUnreadable);
 }
 

@@ -12,6 +12,7 @@
 #include <system_error>
 #include <vector>
 
+#include "program/StandardStreams.h"
 #include "recorder/Recording.h"
 #include "replay/Accept.h"
 #include "replay/Minimise.h"
@@ -85,6 +86,7 @@ int fromRecording(std::istream& in, std::string_view name) {
 int main(int argc, char** argv) {
   using namespace vemo::replay;
   namespace fs = std::filesystem;
+  vemo::fillStandardStreams();
   std::string_view job;  // which of the options that do something other than play
   std::string junit;
   MinimiseOptions minimising;
@@ -94,11 +96,11 @@ int main(int argc, char** argv) {
   for (auto argument = arguments.begin(); argument != arguments.end(); ++argument) {
     if (*argument == "--help") {
       std::cout << kUsage;
-      return kDone;
+      return vemo::told("");
     }
     if (*argument == "--version") {
       std::cout << "vemo-replay " VEMO_VERSION "\n";
-      return kDone;
+      return vemo::told("");
     }
     if (std::ranges::find(kJobs, *argument) != kJobs.end()) {
       if (!job.empty() && job != *argument)
@@ -134,11 +136,11 @@ int main(int argc, char** argv) {
   if (job == "--check" && isSuite) {
     if (std::ranges::count(files, "-") > 0)
       return usageError("of several scenarios, none can be standard input");
-    return checkSuite(files, junit, std::cout, std::cerr);
+    return vemo::told("", checkSuite(files, junit, std::cout, std::cerr));
   }
   if (files.size() != 1) return usageError("of several files, only --check makes a sum");
   const auto& name = files.front();
-  if (job == "--accept") return acceptFile(name, std::cout, std::cerr);
+  if (job == "--accept") return vemo::told("", acceptFile(name, std::cout, std::cerr));
 
   std::ios::sync_with_stdio(false);
   const auto work = [&](std::istream& in, const fs::path& scenario) -> int {
@@ -148,10 +150,7 @@ int main(int argc, char** argv) {
     return replay(in, mode, std::cout, std::cerr, scenario);
   };
   const auto run = [&](std::istream& in, const fs::path& scenario) {
-    const int status = work(in, scenario);
-    if (std::cout.flush()) return status;
-    std::cerr << "what was made can't be written: " << std::strerror(errno) << '\n';
-    return static_cast<int>(kUnreadable);
+    return vemo::told("", work(in, scenario));
   };
   if (name == "-") return run(std::cin, fs::path());
   std::ifstream file(name);

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <charconv>
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -64,6 +65,11 @@ std::optional<SimulatorOptions> optionsFrom(int argc, char** argv, std::string& 
   int which = 0;
   for (int found = 0; (found = getopt_long(argc, argv, ":", kLong.data(), &which)) != -1;) {
     bool good = true;
+    if (found != ':' && found != '?' && optarg && *optarg == '\0') {
+      error =
+          std::string("--") + kLong.at(static_cast<std::size_t>(which)).name + " needs a value.";
+      return std::nullopt;
+    }
     switch (found) {
       case 'p': good = read(optarg, options.port); break;
       case 'd':

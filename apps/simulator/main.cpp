@@ -15,6 +15,7 @@
 #include "platform/MainThreadQueue.h"
 #include "platform/PixbufImageDecoder.h"
 #include "platform/StreamSystemLog.h"
+#include "program/StandardStreams.h"
 #include "simulation/ClassroomCloud.h"
 #include "simulator/AccessToken.h"
 #include "simulator/Descriptors.h"
@@ -28,9 +29,10 @@
 namespace {
 
 constexpr int kUsageError = 2;
+constexpr std::string_view kWho = "vemo-simulator: ";
 
 int fail(std::string_view sentence) {
-  std::cerr << "vemo-simulator: " << sentence << '\n';
+  std::cerr << kWho << sentence << '\n';
   return kUsageError;
 }
 
@@ -57,11 +59,11 @@ int run(int argc, char** argv) {
   if (!options) return fail(error);
   if (options->help) {
     std::cout << usage();
-    return 0;
+    return told(kWho);
   }
   if (options->version) {
     std::cout << "vemo-simulator " VEMO_VERSION "\n";
-    return 0;
+    return told(kWho);
   }
 
   JsonLineLoggerOptions logging;
@@ -125,8 +127,9 @@ int run(int argc, char** argv) {
     const bool isLocalhost =
         options->pageUrl && options->pageUrl->origin.find("://localhost") != std::string::npos;
     std::cout << "http://" << (isLocalhost ? "localhost" : "127.0.0.1") << ':' << server->port()
-              << "/?token=" << token << '\n'
-              << std::flush;
+              << "/?token=" << token << '\n';
+    // Nobody could open what nobody was told.
+    if (const int status = told(kWho); status != 0) return status;
     server->run([&](std::shared_ptr<PageSocket> page) {
       return std::make_unique<Phone>(environment, std::move(page));
     });
@@ -139,6 +142,7 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  vemo::fillStandardStreams();
   try {
     return run(argc, argv);
   } catch (const std::exception& problem) {

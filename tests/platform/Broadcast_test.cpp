@@ -101,6 +101,20 @@ TEST(Broadcast, StopsAtALineThatItDoesNotKnow) {
   EXPECT_EQ(listener.heard.next(2), (std::vector<std::string>{"Started", "Finished"}));
 }
 
+TEST(Broadcast, SaysWhyItsInputCannotBeRead) {
+  const PrivateBus bus;
+  const auto said = [&](const std::string& input) {
+    const auto ended = run(on(bus) + kProgram + input);
+    EXPECT_EQ(ended.status, 2) << input;
+    return ended.said;
+  };
+  const std::string cannot = "vemo-broadcast: standard input can't be read: ";
+  EXPECT_EQ(said(" </"), cannot + "Is a directory\n");
+  EXPECT_EQ(said(" <&-"), cannot + "Bad file descriptor\n");
+  EXPECT_EQ(said(" </dev/zero"), "vemo-broadcast: line 1 is longer than 1024 bytes\n");
+  EXPECT_EQ(run("printf 'started\\0\\n' | " + on(bus) + kProgram).status, 2);
+}
+
 TEST(Broadcast, SaysThatThereIsNoBus) {
   const auto ended =
       run("DBUS_SESSION_BUS_ADDRESS=unix:path=/nonexistent " + kProgram + " started");

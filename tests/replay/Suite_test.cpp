@@ -1,6 +1,7 @@
 #include "replay/Suite.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <csignal>
 #include <filesystem>
@@ -66,6 +67,33 @@ TEST_F(Suite, WhatDiffersWhereThreadsOverlappedIsToldAndNoFailure) {
             a + ": line 1, step 1, which overlapped another when it was recorded and may "
                 "differ: value of role has value null, was 20 (effect 1, /value)\n"
                 "1 scenario, 1 step, 1 expectation, 0 failed\n");
+}
+
+TEST_F(Suite, AReportWritesOverNoScenario) {
+  const auto good = folder_.write("suite/good.jsonl", kGood);
+  for (const auto& scenario : {good, folder_.file("suite")}) {
+    EXPECT_EQ(check({scenario}, folder_.file("suite/../suite/good.jsonl")), kUnreadable);
+    EXPECT_EQ(out_.str(), "");
+    EXPECT_EQ(err_.str(), "--junit would write over the scenario " + good + "\n");
+    EXPECT_EQ(textOf(good), kGood);
+  }
+}
+
+TEST_F(Suite, AReportThatCannotBeWrittenWholeLeavesTheOneBefore) {
+  const auto good = folder_.write("suite/good.jsonl", kGood);
+  const auto report = folder_.write("report.xml", "the one before");
+  const auto* const why = "File too large";
+  const auto process = inOwnProcess([&] {
+    const rlimit few{100, 100};
+    ::setrlimit(RLIMIT_FSIZE, &few);
+    ::signal(SIGXFSZ, SIG_IGN);
+    const auto status = check({good}, report);
+    return std::to_string(status) + ' ' + err_.str();
+  });
+  EXPECT_EQ(process.text, "2 " + report + " can't be written: " + why + '\n');
+  EXPECT_EQ(textOf(report), "the one before");
+  EXPECT_EQ(check({good}, report), kDone);
+  EXPECT_EQ(textOf(report).substr(0, 5), "<?xml");
 }
 
 TEST_F(Suite, OfAPartThatDidNotComeItTellsTheNearest) {

@@ -89,8 +89,9 @@ TEST(Options, MistakesAreNamed) {
       {{"--page", "/proc/self"}, "--page: there is no index.html in \"/proc/self\"."},
       {{"--page-url", "localhost:5173"},
        "--page-url: \"localhost:5173\" is no address of a page, such as http://localhost:5173/."},
-      {{"--page-url", ""},
-       "--page-url: \"\" is no address of a page, such as http://localhost:5173/."},
+      {{"--page-url", ""}, "--page-url needs a value."},
+      {{"--log", ""}, "--log needs a value."},
+      {{"--record="}, "--record needs a value."},
       {{"--page-url", "http://[::1]:5173/"},
        "--page-url: \"http://[::1]:5173/\" names its host by an IPv6 address, which is not "
        "possible; say localhost."},

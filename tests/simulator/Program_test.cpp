@@ -2,15 +2,19 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/wait.h>
 
 #include <boost/json/parse.hpp>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include "Folder.h"
 #include "SimulatorProgram.h"
 #include "json/JsonText.h"
 
@@ -36,6 +40,23 @@ TEST(SimulatorProgram, AStandardErrorThatNobodyReadsStopsNoPage) {
   other.next("settings");  // how the phone is set at first
   EXPECT_EQ(other.next("settings").at("settings").at("camera"), "denied");
   EXPECT_EQ(simulator.end(), 0) << "it did not end well";
+}
+
+TEST(SimulatorProgram, EndsWhenItsAddressReachesNobody) {
+  const Folder folder;
+  folder.write("index.html", "<p>page</p>");
+  const auto command = "XDG_STATE_HOME=" + folder.file("state") + " timeout 60 " VEMO_SIMULATOR +
+                       " --port 0 --log " + folder.file("log") + " --shell " + folder.file("");
+  for (const auto& [output, why] : {std::pair(" >/dev/full", "No space left on device"),
+                                    std::pair(" >&-", "Bad file descriptor")}) {
+    auto* const pipe = ::popen((command + " 2>&1" + output).c_str(), "r");
+    std::string said;
+    for (int c = std::fgetc(pipe); c != EOF; c = std::fgetc(pipe)) said += static_cast<char>(c);
+    const int status = ::pclose(pipe);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 2) << status;
+    EXPECT_EQ(said, "vemo-simulator: what was made can't be written: " + std::string(why) + "\n");
+    EXPECT_EQ(textOf(folder.file("log")).find("token="), std::string::npos);
+  }
 }
 
 TEST(SimulatorProgram, WhatAPageSendsReachesNoTerminalAndForgesNoRecord) {
