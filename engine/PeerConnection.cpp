@@ -256,6 +256,8 @@ void PeerConnection::close() {
   // A copy, as its end may wait for streaming threads that look at this.
   const auto ending = std::move(pipeline_);
   endPipeline(ending.get());
+  // webrtcbin forgets what it was asked right before its end.
+  for (const auto& promise : std::exchange(promises_, {})) gst_promise_expire(promise.get());
   if (std::ranges::any_of(relays_, &Relay::passesOn)) leaveRelays(webrtc_, thread_.busy());
   sendLines_.clear();
 }
@@ -294,12 +296,11 @@ GstPromise* PeerConnection::promise(Reply reply) {
     Reply reply;
     EngineThread::Busy busy;
   };
-  return gst_promise_new_with_change_func(
+  auto* made = gst_promise_new_with_change_func(
       [](GstPromise* promise, gpointer data) {
-        // The promise is ours to let go of, and what waits goes with it.
-        const std::unique_ptr<GstPromise, decltype(&gst_promise_unref)> ours(promise,
-                                                                             gst_promise_unref);
-        auto& waiting = HandedOver<Waiting>::in(data);
+        const PromiseRef ours(promise);  // the reference that it was made with
+        // webrtcbin may keep its own.
+        auto waiting = std::move(HandedOver<Waiting>::in(data));
         if (waiting.self.expired()) return;
         const bool replied = gst_promise_wait(promise) == GST_PROMISE_RESULT_REPLIED;
         const auto* given = replied ? gst_promise_get_reply(promise) : nullptr;
@@ -307,9 +308,11 @@ GstPromise* PeerConnection::promise(Reply reply) {
                                            [](GstStructure* held) {
                                              if (held) gst_structure_free(held);
                                            });
-        waiting.thread.post([weak = waiting.self, reply = std::move(waiting.reply), replied, kept] {
+        waiting.thread.post([weak = waiting.self, reply = std::move(waiting.reply), replied, kept,
+                             promise] {
           const auto held = weak.lock();
           if (!held || !held->pipeline_) return;
+          std::erase_if(held->promises_, [&](const auto& known) { return known.get() == promise; });
           if (!replied) return reply("the connection was given up", nullptr);
           GError* error = nullptr;
           if (kept && gst_structure_has_field(kept.get(), "error")) {
@@ -323,6 +326,8 @@ GstPromise* PeerConnection::promise(Reply reply) {
       },
       new HandedOver<Waiting>({weak_from_this(), thread_, std::move(reply), thread_.busy()}),
       HandedOver<Waiting>::drop);
+  promises_.emplace_back(gst_promise_ref(made));
+  return made;
 }
 
 void PeerConnection::setDescription(const char* signal, void* description, Done done) {

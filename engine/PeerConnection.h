@@ -77,7 +77,12 @@ class PeerConnection : public std::enable_shared_from_this<PeerConnection> {
 
  private:
   using Reply = std::function<void(std::optional<std::string> error, const GstStructure* reply)>;
-  /// A promise whose reply comes on the engine thread, unless this is closed by then.
+  struct PromiseUnref {
+    void operator()(GstPromise* promise) const { gst_promise_unref(promise); }
+  };
+  using PromiseRef = std::unique_ptr<GstPromise, PromiseUnref>;
+  /// A promise whose reply comes on the engine thread, unless this is closed by then. It lets go of
+  /// itself.
   GstPromise* promise(Reply reply);
   void setDescription(const char* signal, void* description, Done done);
   void describe(const char* signal, const char* field, Described done);
@@ -104,6 +109,7 @@ class PeerConnection : public std::enable_shared_from_this<PeerConnection> {
   GstRef<GstElement> pipeline_;
   GstElement* webrtc_ = nullptr;
   std::vector<GstRef<GstObject>> sendLines_;
+  std::vector<PromiseRef> promises_;  // that have no reply yet
 };
 
 }  // namespace vemo::janus
