@@ -1,5 +1,6 @@
 #include "engine/Capture.h"
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -9,6 +10,9 @@
 
 namespace vemo::janus {
 namespace {
+
+// A device that takes longer waits for somebody who does not answer.
+constexpr std::chrono::milliseconds kLongestEnding{500};
 
 /// Has the sources of a pipeline settle their format once. Asked again, which happens whenever
 /// something behind them is added, pipewiresrc would give up its stream and connect another, and
@@ -44,9 +48,10 @@ struct Capture::Elsewhere {
   explicit Elsewhere(std::function<void()> wakes) : wake(std::move(wakes)) {}
 
   static void start(const std::shared_ptr<Elsewhere>& self, GstElement* pipeline);
-  /// `ending` is held until it has ended; if it is still being started, nobody shall wait for that.
+  /// Something is under way until it has ended; if it is still being started, nobody shall wait for
+  /// that.
   static void end(const std::shared_ptr<Elsewhere>& self, GstElement* pipeline,
-                  EngineThread::Busy ending);
+                  EngineThread& thread);
 
   const std::function<void()> wake;
   std::mutex mutex;  // held by none who waits
@@ -77,8 +82,12 @@ void Capture::Elsewhere::start(const std::shared_ptr<Elsewhere>& self, GstElemen
 }
 
 void Capture::Elsewhere::end(const std::shared_ptr<Elsewhere>& self, GstElement* pipeline,
-                             EngineThread::Busy ending) {
-  using Ending = std::pair<std::shared_ptr<Elsewhere>, EngineThread::Busy>;
+                             EngineThread& thread) {
+  struct Ending {
+    std::shared_ptr<Elsewhere> self;
+    EngineThread::Busy busy;
+    EngineThread::Timer longest;
+  };
   using Held = HandedOver<Ending>;
   {
     const std::lock_guard lock(self->mutex);
@@ -91,7 +100,8 @@ void Capture::Elsewhere::end(const std::shared_ptr<Elsewhere>& self, GstElement*
   gst_element_call_async(
       pipeline,
       [](GstElement* element, gpointer) { gst_element_set_state(element, GST_STATE_NULL); },
-      new Held({self, std::move(ending)}), Held::drop);
+      new Held({self, thread.busy(), thread.after(kLongestEnding, [self] { self->wake(); })}),
+      Held::drop);
 }
 
 /// One source, from its start to its end.
@@ -224,7 +234,7 @@ void Capture::State::end(const std::shared_ptr<Run>& run) const {
   if (!ending) return;
   if (run->elsewhere) {
     endWatch(ending.get());
-    Elsewhere::end(run->elsewhere, ending.get(), thread.busy());
+    Elsewhere::end(run->elsewhere, ending.get(), thread);
   } else {
     endPipeline(ending.get());
   }

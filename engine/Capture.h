@@ -36,7 +36,8 @@ class Capture {
     std::string substitute;
     bool triesAgain = false;  ///< devices, while the substitute is used
     /// If set, to start and to end a device may wait for others, so both are done on another
-    /// thread; this ends such a wait. It is held until the device has been ended.
+    /// thread; this ends such a wait, at once that of a start that is no longer wanted, and that of
+    /// an end after a moment. It is held until the device has been ended.
     std::function<void()> wake{};
   };
 
