@@ -257,7 +257,9 @@ void PeerConnection::close() {
   const auto ending = std::move(pipeline_);
   endPipeline(ending.get());
   // webrtcbin forgets what it was asked right before its end.
-  for (const auto& promise : std::exchange(promises_, {})) gst_promise_expire(promise.get());
+  for (const auto& promise : std::exchange(promises_, {})) {
+    gst_promise_reply(promise.get(), nullptr);  // not expired: that leaves what waits to nobody
+  }
   if (std::ranges::any_of(relays_, &Relay::passesOn)) leaveRelays(webrtc_, thread_.busy());
   sendLines_.clear();
 }
