@@ -46,6 +46,12 @@ class HandedOver {
     const std::lock_guard taken(self.mutex_);
     return self.value_;
   }
+  /// The same, taken out.
+  static T take(gpointer data) {
+    auto& self = *static_cast<HandedOver*>(data);
+    const std::lock_guard taken(self.mutex_);
+    return std::move(self.value_);
+  }
   static void drop(gpointer data) { delete static_cast<HandedOver*>(data); }
 
  private:

@@ -302,7 +302,7 @@ GstPromise* PeerConnection::promise(Reply reply) {
       [](GstPromise* promise, gpointer data) {
         const PromiseRef ours(promise);  // the reference that it was made with
         // webrtcbin may keep its own.
-        auto waiting = std::move(HandedOver<Waiting>::in(data));
+        auto waiting = HandedOver<Waiting>::take(data);
         if (waiting.self.expired()) return;
         const bool replied = gst_promise_wait(promise) == GST_PROMISE_RESULT_REPLIED;
         const auto* given = replied ? gst_promise_get_reply(promise) : nullptr;
