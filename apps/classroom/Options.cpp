@@ -8,6 +8,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "engine/EngineOptions.h"
 #include "engine/LineList.h"
 #include "engine/Relays.h"
 #include "platform/Url.h"
