@@ -87,11 +87,11 @@ function(vemo_library name)
   set_property(GLOBAL APPEND PROPERTY VEMO_LIBRARIES vemo_${name})
 endfunction()
 
-# vemo_test(NAME SOURCES ... LINKS ... [LABELS ...] [TOGETHER]): a GoogleTest program; each of its
-# cases is a test of ctest. TOGETHER: of many small cases; with a sanitizer, whose programs take long
-# to begin, all are one test.
+# vemo_test(NAME SOURCES ... LINKS ... [LABELS ...] [ENVIRONMENT NAME=VALUE ...] [TOGETHER]): a
+# GoogleTest program; each of its cases is a test of ctest. TOGETHER: of many small cases; with a
+# sanitizer, whose programs take long to begin, all are one test.
 function(vemo_test name)
-  cmake_parse_arguments(ARG "TOGETHER" "" "SOURCES;LINKS;LABELS" ${ARGN})
+  cmake_parse_arguments(ARG "TOGETHER" "" "SOURCES;LINKS;LABELS;ENVIRONMENT" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
   target_link_libraries(${name} PRIVATE ${ARG_LINKS} GTest::gtest_main vemo_options)
@@ -101,9 +101,10 @@ function(vemo_test name)
   # Many times what the longest takes on a busy machine, so that one that hangs is told of soon.
   if(VEMO_SANITIZE AND ARG_TOGETHER)
     add_test(NAME ${name} COMMAND ${name})
-    set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 600)
+    set_tests_properties(${name} PROPERTIES
+      LABELS "${ARG_LABELS}" ENVIRONMENT "${ARG_ENVIRONMENT}" TIMEOUT 600)
   else()
     gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST
-      PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 600)
+      PROPERTIES LABELS "${ARG_LABELS}" ENVIRONMENT "${ARG_ENVIRONMENT}" TIMEOUT 600)
   endif()
 endfunction()

@@ -6,10 +6,10 @@
 
 namespace vemo::janus {
 
+void keepOpenSslAtExit() { OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT, nullptr); }
+
 void initialiseGStreamer() {
-  // GStreamer does not wait until its threads have ended. One that still does when the process
-  // exits would find what OpenSSL keeps for it taken away.
-  OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT, nullptr);
+  keepOpenSslAtExit();
   gst_init(nullptr, nullptr);
 }
 

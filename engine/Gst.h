@@ -46,11 +46,11 @@ class HandedOver {
     const std::lock_guard taken(self.mutex_);
     return self.value_;
   }
-  /// The same, taken out.
+  /// The same, taken out; nothing may use this data any longer.
   static T take(gpointer data) {
-    auto& self = *static_cast<HandedOver*>(data);
-    const std::lock_guard taken(self.mutex_);
-    return std::move(self.value_);
+    const std::unique_ptr<HandedOver> self(static_cast<HandedOver*>(data));
+    const std::lock_guard taken(self->mutex_);
+    return std::move(self->value_);
   }
   static void drop(gpointer data) { delete static_cast<HandedOver*>(data); }
 
@@ -59,8 +59,12 @@ class HandedOver {
   std::mutex mutex_;
 };
 
-/// Makes GStreamer ready; any thread, any number of times. The process can exit safely only if
-/// nothing else in it has used OpenSSL before.
+/// Has OpenSSL, which secures media, keep what it holds for threads when the process exits: those
+/// of GStreamer may still be ending then, and would find it taken away. Without effect once
+/// anything in the process has used OpenSSL. Any thread, any number of times, at once.
+void keepOpenSslAtExit();
+
+/// Makes GStreamer ready, after keepOpenSslAtExit(); any thread, any number of times.
 void initialiseGStreamer();
 
 /// A pipeline of this description; null, with `why` set, when there is none.

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "bridge/EngineCodes.h"
+#include "engine/Gst.h"
 
 namespace vemo {
 namespace {
@@ -254,7 +255,9 @@ std::int32_t JanusEngine::switchCamera(bool frontCamera) {
 }
 
 JanusEngineClass::JanusEngineClass(EngineOptions options)
-    : options_(std::make_shared<const EngineOptions>(std::move(options))) {}
+    : options_(std::make_shared<const EngineOptions>(std::move(options))) {
+  janus::keepOpenSslAtExit();
+}
 
 JanusEngineClass::~JanusEngineClass() {
   destroySharedIntance();

@@ -152,7 +152,9 @@ class JanusEngine final : public KOBUCloud, PWAudioEffectManager, KOBUDeviceMana
 };
 
 /// Makes the one engine of an application. Any thread; it may be destroyed by an event of its
-/// engine, too.
+/// engine, too. An application that uses OpenSSL itself makes one of these before, or calls
+/// OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT, nullptr) first: else it may fall when it exits while
+/// threads of GStreamer still end.
 class JanusEngineClass final : public KOBUCloudClass {
  public:
   explicit JanusEngineClass(EngineOptions options);

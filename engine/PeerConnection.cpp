@@ -257,9 +257,7 @@ void PeerConnection::close() {
   const auto ending = std::move(pipeline_);
   endPipeline(ending.get());
   // webrtcbin forgets what it was asked right before its end.
-  for (const auto& promise : std::exchange(promises_, {})) {
-    gst_promise_reply(promise.get(), nullptr);  // not expired: that leaves what waits to nobody
-  }
+  for (const auto& promise : std::exchange(promises_, {})) gst_promise_expire(promise.get());
   if (std::ranges::any_of(relays_, &Relay::passesOn)) leaveRelays(webrtc_, thread_.busy());
   sendLines_.clear();
 }
@@ -301,7 +299,7 @@ GstPromise* PeerConnection::promise(Reply reply) {
   auto* made = gst_promise_new_with_change_func(
       [](GstPromise* promise, gpointer data) {
         const PromiseRef ours(promise);  // the reference that it was made with
-        // webrtcbin may keep its own.
+        // Each promise changes once: close() sees to those that nobody answers.
         auto waiting = HandedOver<Waiting>::take(data);
         if (waiting.self.expired()) return;
         const bool replied = gst_promise_wait(promise) == GST_PROMISE_RESULT_REPLIED;
@@ -327,7 +325,7 @@ GstPromise* PeerConnection::promise(Reply reply) {
         });
       },
       new HandedOver<Waiting>({weak_from_this(), thread_, std::move(reply), thread_.busy()}),
-      HandedOver<Waiting>::drop);
+      nullptr);
   promises_.emplace_back(gst_promise_ref(made));
   return made;
 }

@@ -353,7 +353,7 @@ int runClassroom(const ClassroomOptions& options, std::string& error) {
     error = "There is no display to open windows on.";
     return kFailure;
   }
-  janus::initialiseGStreamer();  // before a download uses OpenSSL
+  janus::keepOpenSslAtExit();  // before a download uses it
   Desktop desktop(options, std::move(*gate), std::move(logger), *sessions);
   return desktop.run();
 }
