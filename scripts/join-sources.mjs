@@ -11,8 +11,9 @@ const root = resolve(fileURLToPath(new URL('..', import.meta.url)));
 const build = resolve(process.argv[2] ?? '.');
 const joined = resolve(build, 'joined');
 
-/** What a program has one of. */
-const entry = /^(extern "C" )?int (main|LLVMFuzzerTestOneInput)\(/m;
+/** What a program has one of: `main`, and what libFuzzer calls, which may be named otherwise here. */
+const main = /^int main\(/m;
+const fuzzed = 'LLVMFuzzerTestOneInput';
 /** Options that come with a word. */
 const pairs = new Set(['-isystem', '-include', '-Xclang']);
 
@@ -35,7 +36,7 @@ for (const { file, command } of JSON.parse(readFileSync(`${build}/compile_comman
   if (/ -D\w+_EXPORTS /.test(command)) continue;
   if (!unitOf.has(file)) {
     const folder = dirname(file);
-    const begins = entry.test(readFileSync(file, 'utf8'));
+    const begins = main.test(readFileSync(file, 'utf8'));
     const alone = begins && units.get(folder)?.begins;
     const name = alone ? file : folder;
     if (!units.has(name)) units.set(name, { begins, files: [], options: new Set() });
@@ -55,7 +56,11 @@ rmSync(joined, { recursive: true, force: true });
 mkdirSync(joined);
 const commands = [...units].map(([name, { files, options }]) => {
   const file = `${joined}/${name.slice(root.length + 1).replaceAll(sep, '-').replace(/\.cpp$/, '')}.cpp`;
-  writeFileSync(file, files.sort().map((source) => `#include "${source}"\n`).join(''));
+  const included = files.sort().map((source, at) => {
+    const renamed = source.endsWith('_fuzz.cpp') ? `#undef ${fuzzed}\n#define ${fuzzed} ${fuzzed}${at}\n` : '';
+    return `${renamed}#include "${source}"\n`;
+  });
+  writeFileSync(file, included.join(''));
   return { directory: build, file, command: `clang++-19 ${[...options].join(' ')} -c ${file}` };
 });
 writeFileSync(`${joined}/compile_commands.json`, JSON.stringify(commands, null, 1));
