@@ -31,6 +31,7 @@ constexpr std::uint64_t kMaxBodyBytes = 1024;  // nothing here reads a body
 constexpr auto kAnswerTimeout = std::chrono::seconds(30);
 constexpr auto kConnectTimeout = std::chrono::seconds(2);
 constexpr std::string_view kPhonePath = "/phone";
+constexpr std::string_view kOtherHost = "This server answers only to its own address.";
 constexpr std::string_view kTokenMissing =
     "The address has not the token that the simulator printed.";
 constexpr std::string_view kFull = "There are as many pages as this server takes; close one first.";
@@ -136,13 +137,17 @@ void HttpConnection::onRead(beast::error_code problem) {
 // A page of another origin may connect to any address of this machine and give its
 // own name the address 127.0.0.1; the Host and the Origin it then sends give it away.
 std::string_view HttpConnection::refusal(const Request& request) const {
-  if (!state_.knowsHost(view(request[http::field::host])))
-    return "This server answers only to its own address.";
+  if (!namesThisServer(request)) return kOtherHost;
   if (request.count(http::field::origin) != 1 ||
       !state_.knowsOrigin(view(request[http::field::origin])))
     return "Only pages of this server may connect.";
   if (!hasToken(view(request.target()))) return kTokenMissing;
   return {};
+}
+
+bool HttpConnection::namesThisServer(const Request& request) const {
+  return request.count(http::field::host) == 1 &&
+         state_.knowsHost(view(request[http::field::host]));
 }
 
 // Other users of the machine reach this port, with programs that send what they like.
@@ -154,10 +159,8 @@ bool HttpConnection::hasToken(std::string_view target) const {
 
 void HttpConnection::answer(const Request& request) {
   const bool keepAlive = request.keep_alive();
-  if (!state_.knowsHost(view(request[http::field::host])))
-    return respond(
-        text(http::status::misdirected_request, "This server answers only to its own address."),
-        keepAlive);
+  if (!namesThisServer(request))
+    return respond(text(http::status::misdirected_request, kOtherHost), keepAlive);
   if (request.method() != http::verb::get && request.method() != http::verb::head) {
     auto response = text(http::status::method_not_allowed, "Only GET and HEAD are served.");
     response.set(http::field::allow, "GET, HEAD");

@@ -31,6 +31,7 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
   void leave();
   void onRead(boost::beast::error_code problem);
   std::string_view refusal(const Request& request) const;
+  bool namesThisServer(const Request& request) const;
   bool hasToken(std::string_view target) const;
   bool isFull() const { return state_.pageCount >= state_.options.maxPages; }
   void answer(const Request& request);

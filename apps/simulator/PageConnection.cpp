@@ -15,6 +15,19 @@ namespace beast = boost::beast;
 namespace http = beast::http;
 namespace websocket = beast::websocket;
 
+namespace {
+
+/// More than a frame has beside its text. Of a message that comes in parts, which may be empty, so
+/// many bytes that are no text count as a frame.
+constexpr std::ptrdiff_t kHeaderBytes = 64;
+/// What may come beside the text of one message.
+constexpr std::size_t kMostBeside = std::size_t{64} << 10U;
+/// For a page to hear why it is cut off.
+constexpr std::chrono::seconds kLastWord{1};
+constexpr const char* kTooMuch = "it sent more than a page may";
+
+}  // namespace
+
 /// What is to be sent to one page. Handed out to any thread, so it knows when the
 /// connection, and with it the server's loop, is no longer there.
 class PageConnection::Outbox final : public PageSocket {
@@ -89,7 +102,8 @@ class PageConnection::Outbox final : public PageSocket {
 PageConnection::PageConnection(WebServerState& state, asio::ip::tcp::socket socket,
                                beast::flat_buffer received)
     : state_(state),
-      stream_(std::move(socket), std::move(received)),
+      stream_(ReadBytes([this](std::size_t bytes) { onBytes(bytes); }), std::move(socket),
+              std::move(received)),
       budget_(state.options.pageRate, std::chrono::steady_clock::now()),
       outbox_(std::make_shared<Outbox>(state.io, state.options.maxUnsentBytes)) {
   ++state_.pageCount;
@@ -104,6 +118,8 @@ void PageConnection::start(const http::request<http::string_body>& request) {
       std::chrono::seconds(10), std::chrono::seconds(60), /*keep_alive_pings=*/true});
   stream_.read_message_max(state_.options.maxFrameBytes);
   stream_.text(true);
+  stream_.control_callback(
+      [this](websocket::frame_type, beast::string_view text) { onControl(text.size()); });
   stream_.async_accept(request, [self = shared_from_this()](beast::error_code problem) {
     if (problem || self->finished_) return self->finish();
     self->listener_ = self->state_.makeListener(self->outbox_);
@@ -142,14 +158,41 @@ void PageConnection::read() {
   });
 }
 
+/// Of the parts of a message only this tells.
+void PageConnection::onBytes(std::size_t bytes) {
+  beside_ += static_cast<std::ptrdiff_t>(bytes);
+  if (beside_ > static_cast<std::ptrdiff_t>(state_.options.maxFrameBytes + kMostBeside))
+    cutOffSoon();
+}
+
+/// Of a ping, or of an answer to one of the server's.
+void PageConnection::onControl(std::size_t bytes) {
+  beside_ -= static_cast<std::ptrdiff_t>(bytes);
+  if (!budget_.take(bytes + WebServerOptions::kFrameBytes, std::chrono::steady_clock::now()))
+    cutOffSoon();
+}
+
+/// For what the stream tells in the middle of reading.
+void PageConnection::cutOffSoon() {
+  asio::post(state_.io, [self = weak_from_this()] {
+    const auto page = self.lock();
+    if (page && !page->finished_ && page->listener_) page->cutOff(kTooMuch);
+  });
+}
+
 void PageConnection::onRead(beast::error_code problem) {
   if (finished_) return;
   if (problem == websocket::error::message_too_big || problem == websocket::error::buffer_overflow)
     return drop("it sent a frame that is too long");
   if (problem) return finish();
-  if (!budget_.take(buffer_.size() + WebServerOptions::kFrameBytes,
+  if (!listener_) return;  // it is cut off
+  beside_ -= static_cast<std::ptrdiff_t>(buffer_.size());
+  const auto frames =
+      1 + static_cast<std::size_t>(std::max<std::ptrdiff_t>(beside_, 0) / kHeaderBytes);
+  beside_ = std::min<std::ptrdiff_t>(beside_, 0);
+  if (!budget_.take(buffer_.size() + frames * WebServerOptions::kFrameBytes,
                     std::chrono::steady_clock::now()))
-    return cutOff("it sent more than a page may");
+    return cutOff(kTooMuch);
   if (stream_.got_text()) {
     const auto bytes = buffer_.cdata();
     listener_->onText({static_cast<const char*>(bytes.data()), bytes.size()});
@@ -181,6 +224,9 @@ void PageConnection::cutOff(const char* why) {
   listener_.reset();
   outbox_->close();
   if (unsent_.size() > 1) unsent_.resize(1);  // which may be on its way
+  // It may go on sending.
+  stream_.set_option(
+      websocket::stream_base::timeout{kLastWord, websocket::stream_base::none(), false});
   stream_.async_close({websocket::close_code::policy_error, why},
                       [self = shared_from_this()](beast::error_code) { self->hangUp(); });
 }

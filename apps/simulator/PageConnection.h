@@ -4,7 +4,9 @@
 #include <boost/beast/core.hpp>
 #include <boost/beast/http.hpp>
 #include <boost/beast/websocket.hpp>
+#include <cstddef>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -16,12 +18,30 @@
 
 namespace vemo {
 
-/// A page's connection: what was read beyond its request comes first.
-class PageStream final : public boost::beast::buffered_read_stream<boost::beast::tcp_stream,
-                                                                   boost::beast::flat_buffer> {
+/// Tells how many bytes came, whatever they are, and limits nothing.
+class ReadBytes final : public boost::beast::unlimited_rate_policy {
  public:
-  PageStream(boost::asio::ip::tcp::socket socket, boost::beast::flat_buffer received)
-      : buffered_read_stream(std::move(socket)) {
+  explicit ReadBytes(std::function<void(std::size_t bytes)> tell) : tell_(std::move(tell)) {}
+
+ private:
+  friend class boost::beast::rate_policy_access;
+  void transfer_read_bytes(std::size_t bytes) const {  // as the library calls it
+    if (bytes > 0) tell_(bytes);
+  }
+
+  std::function<void(std::size_t bytes)> tell_;
+};
+
+using CountedStream =
+    boost::beast::basic_stream<boost::asio::ip::tcp, boost::asio::any_io_executor, ReadBytes>;
+
+/// A page's connection: what was read beyond its request comes first.
+class PageStream final
+    : public boost::beast::buffered_read_stream<CountedStream, boost::beast::flat_buffer> {
+ public:
+  PageStream(ReadBytes count, boost::asio::ip::tcp::socket socket,
+             boost::beast::flat_buffer received)
+      : buffered_read_stream(std::move(count), std::move(socket)) {
     buffer() = std::move(received);
   }
 };
@@ -59,6 +79,9 @@ class PageConnection final : public std::enable_shared_from_this<PageConnection>
   class Outbox;
 
   void read();
+  void onBytes(std::size_t bytes);
+  void onControl(std::size_t bytes);
+  void cutOffSoon();
   void onRead(boost::beast::error_code problem);
   void flush();
   void write();
@@ -70,6 +93,8 @@ class PageConnection final : public std::enable_shared_from_this<PageConnection>
   boost::beast::websocket::stream<PageStream, /*deflateSupported=*/false> stream_;
   boost::beast::flat_buffer buffer_;
   ByteBudget budget_;
+  std::ptrdiff_t beside_ =
+      0;  // bytes that came and are no text; less than none if some came before
   std::shared_ptr<Outbox> outbox_;
   std::unique_ptr<PageListener> listener_;
   std::deque<Frame> unsent_;

@@ -232,6 +232,54 @@ TEST_F(StrictWebServerTest, APageThatSendsTooMuchIsCutOffAndToldSo) {
   EXPECT_EQ(events_.wait(4).back(), "left");
 }
 
+/// A frame of a page: what it is, with bit 7 set when it ends a message, and its text.
+std::string frameOf(unsigned char what, const std::string& text = {}) {
+  const std::string mask(4, '\0');
+  return std::string{static_cast<char>(what), static_cast<char>(0x80U | text.size())} + mask + text;
+}
+constexpr unsigned char kPing = 0x89;
+constexpr unsigned char kPong = 0x8a;
+constexpr unsigned char kBegins = 0x01;
+constexpr unsigned char kGoesOn = 0x00;
+constexpr unsigned char kEnds = 0x80;
+
+// Nobody is told of such frames, but they cost as others do.
+TEST_F(StrictWebServerTest, FramesThatAreNoMessagesAreLimitedToo) {
+  const auto mine = ownPage();
+  std::size_t cutOff = 0;
+  for (const auto& [begin, frame] : {std::pair(std::string(), frameOf(kPing)),
+                                     {std::string(), frameOf(kPong, std::string(125, 'p'))},
+                                     {frameOf(kBegins, "h"), frameOf(kGoesOn)}}) {
+    const auto flooding = ownPage();
+    ASSERT_TRUE(mine && flooding);
+    beast::error_code gone;
+    asio::write(flooding->next_layer(), asio::buffer(begin), gone);
+    for (std::size_t sent = 0; sent < 1'000'000 && !gone; sent += frame.size())
+      asio::write(flooding->next_layer(), asio::buffer(frame), gone);
+    const auto troubles = troubles_.wait(++cutOff);
+    ASSERT_EQ(troubles.size(), cutOff);
+    EXPECT_EQ(troubles.back(), "was cut off: it sent more than a page may");
+    beast::flat_buffer buffer;
+    flooding->read(buffer, gone);
+    EXPECT_EQ(gone, websocket::error::closed);
+    EXPECT_EQ(flooding->reason().code, websocket::close_code::policy_error);
+    EXPECT_EQ(flooding->reason().reason, "it sent more than a page may");
+  }
+  mine->write(asio::buffer(std::string("still here")));
+  EXPECT_EQ(read(*mine), "still here");
+}
+
+TEST_F(StrictWebServerTest, AMessageOfManyPartsCountsAsManyFrames) {
+  const auto mine = ownPage();
+  ASSERT_TRUE(mine);
+  auto parts = frameOf(kBegins, "in ");
+  for (int i = 0; i < 300; ++i) parts += frameOf(kGoesOn);
+  asio::write(mine->next_layer(), asio::buffer(parts + frameOf(kEnds, "parts")));
+  EXPECT_EQ(read(*mine), "in parts");
+  mine->write(asio::buffer(std::string("one more")));
+  EXPECT_EQ(troubles_.wait(1).back(), "was cut off: it sent more than a page may");
+}
+
 TEST_F(StrictWebServerTest, APageThatFloodsAndDoesNotReadIsCutOffAndTheOthersGoOn) {
   const auto mine = ownPage();
   const auto flooding = ownPage();

@@ -29,6 +29,8 @@ TEST_F(WebServerTest, AnswersOnlyToItsOwnName) {
   EXPECT_EQ(get("/", http::verb::get, "127.0.0.1:1").result(), http::status::misdirected_request);
   const auto port = host_.substr(host_.find(':'));
   EXPECT_EQ(get("/", http::verb::get, "localhost" + port).result(), http::status::ok);
+  const auto two = "GET / HTTP/1.1\r\nHost: " + host_ + "\r\nHost: evil.example\r\n\r\n";
+  EXPECT_EQ(answerTo(two).result(), http::status::misdirected_request);
 }
 
 TEST_F(WebServerTest, HalfOpenConnectionsShutNobodyOut) {
