@@ -27,6 +27,9 @@ endif()
 if(VEMO_FUZZ)
   target_compile_options(vemo_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
+# A host may be a shared library; nobody replaces what is in ours from outside.
+target_compile_options(vemo_options INTERFACE
+  $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
 # Where the sources lay is in nothing that is installed, so that any two builds are the same.
 target_compile_options(vemo_options INTERFACE
   "$<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=;-ffile-prefix-map=${PROJECT_BINARY_DIR}/include/=>")
@@ -40,6 +43,7 @@ if(VEMO_PRECOMPILE)
   add_library(vemo_precompiled OBJECT "${PROJECT_BINARY_DIR}/precompiled.cpp")
   target_link_libraries(vemo_precompiled PRIVATE Boost::json vemo_options)
   target_precompile_headers(vemo_precompiled PRIVATE ${VEMO_COMMON_HEADERS})
+  set_target_properties(vemo_precompiled PROPERTIES POSITION_INDEPENDENT_CODE ON)
   if(VEMO_DEVELOPER)
     add_library(vemo_precompiled_tests OBJECT "${PROJECT_BINARY_DIR}/precompiled.cpp")
     target_link_libraries(vemo_precompiled_tests PRIVATE Boost::json GTest::gtest vemo_options)
@@ -70,6 +74,7 @@ function(vemo_library name)
   if(ARG_SOURCES)
     add_library(vemo_${name} STATIC ${ARG_SOURCES})
     target_compile_features(vemo_${name} PUBLIC cxx_std_20)
+    set_target_properties(vemo_${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
     target_include_directories(vemo_${name} PUBLIC "$<BUILD_INTERFACE:${include}>")
     target_link_libraries(vemo_${name} PUBLIC ${ARG_LINKS}
       PRIVATE $<BUILD_INTERFACE:vemo_options> ${ARG_PRIVATE_LINKS})
