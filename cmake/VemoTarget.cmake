@@ -27,9 +27,9 @@ endif()
 if(VEMO_FUZZ)
   target_compile_options(vemo_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
-# A host may be a shared library; nobody replaces what is in ours from outside.
+# A host may be a shared library; only tests replace what is in ours from outside.
 target_compile_options(vemo_options INTERFACE
-  $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
+  $<$<AND:$<CXX_COMPILER_ID:GNU>,$<NOT:$<CONFIG:Debug>>>:-fno-semantic-interposition>)
 # Where the sources lay is in nothing that is installed, so that any two builds are the same.
 target_compile_options(vemo_options INTERFACE
   "$<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=;-ffile-prefix-map=${PROJECT_BINARY_DIR}/include/=>")
@@ -104,12 +104,17 @@ function(vemo_test name)
     target_precompile_headers(${name} REUSE_FROM vemo_precompiled_tests)
   endif()
   # Many times what the longest takes on a busy machine, so that one that hangs is told of soon.
+  set(properties TIMEOUT 600)
+  foreach(property IN ITEMS LABELS ENVIRONMENT)
+    if(ARG_${property})
+      list(APPEND properties ${property} "${ARG_${property}}")
+    endif()
+  endforeach()
   if(VEMO_SANITIZE AND ARG_TOGETHER)
     add_test(NAME ${name} COMMAND ${name})
-    set_tests_properties(${name} PROPERTIES
-      LABELS "${ARG_LABELS}" ENVIRONMENT "${ARG_ENVIRONMENT}" TIMEOUT 600)
+    set_tests_properties(${name} PROPERTIES ${properties})
   else()
     gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST
-      PROPERTIES LABELS "${ARG_LABELS}" ENVIRONMENT "${ARG_ENVIRONMENT}" TIMEOUT 600)
+      PROPERTIES ${properties})
   endif()
 endfunction()
