@@ -93,8 +93,8 @@ class PageConnection final : public std::enable_shared_from_this<PageConnection>
   boost::beast::websocket::stream<PageStream, /*deflateSupported=*/false> stream_;
   boost::beast::flat_buffer buffer_;
   ByteBudget budget_;
-  std::ptrdiff_t beside_ =
-      0;  // bytes that came and are no text; less than none if some came before
+  /// Bytes that came and are no text of a message; less than none where they were counted before.
+  std::ptrdiff_t beside_ = 0;
   std::shared_ptr<Outbox> outbox_;
   std::unique_ptr<PageListener> listener_;
   std::deque<Frame> unsent_;
