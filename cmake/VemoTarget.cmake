@@ -17,6 +17,10 @@ if(VEMO_DEVELOPER)
     target_compile_options(vemo_options INTERFACE "$<$<CONFIG:Debug>:-Werror;-Wnull-dereference>")
   endif()
 endif()
+# Where several sources are read as one, g++ takes 2 GB, if it needs them, before it looks for what it no
+# longer does: a tenth less of time.
+target_compile_options(vemo_options INTERFACE
+  $<$<AND:$<CXX_COMPILER_ID:GNU>,$<BOOL:${CMAKE_UNITY_BUILD}>>:--param=ggc-min-heapsize=2000000>)
 if(VEMO_SANITIZE)
   target_compile_options(vemo_options INTERFACE
     -fsanitize=${VEMO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
