@@ -34,6 +34,9 @@ endif()
 # A host may be a shared library; only tests replace what is in ours from outside.
 target_compile_options(vemo_options INTERFACE
   $<$<AND:$<CXX_COMPILER_ID:GNU>,$<NOT:$<CONFIG:Debug>>>:-fno-semantic-interposition>)
+# Optimised, functions of shared libraries are called by their addresses rather than by way of a table of
+# jumps (and all found when the program starts): a small command is a tenth faster.
+target_compile_options(vemo_options INTERFACE "$<$<NOT:$<CONFIG:Debug>>:-fno-plt>")
 # Where the sources lay is in nothing that is installed, so that any two builds are the same.
 target_compile_options(vemo_options INTERFACE
   "$<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=;-ffile-prefix-map=${PROJECT_BINARY_DIR}/include/=>")
@@ -60,8 +63,8 @@ endif()
 # The room's headers are reached through a folder that holds a link to this room
 # alone, so that a target can include only what it links.
 # HEADERS ...: the library is a part of the room, and these headers are all of it.
-# SEPARATE: where it is optimised, its sources are never read as one: then less of it is inlined, and
-# texts of events take a third longer.
+# SEPARATE: where it is optimised, its sources are never read as one: then less of it is inlined, a small
+# command takes a tenth longer and texts of events a third.
 function(vemo_library name)
   cmake_parse_arguments(ARG "SEPARATE" "ROOM" "SOURCES;HEADERS;LINKS;PRIVATE_LINKS" ${ARGN})
   set(include "${PROJECT_BINARY_DIR}/include/${name}")
