@@ -92,7 +92,8 @@ function(vemo_library name)
       target_compile_options(vemo_${name} PRIVATE
         $<$<AND:$<CXX_COMPILER_ID:GNU>,$<NOT:$<CONFIG:Debug>>>:--param=inline-unit-growth=1000>)
     endif()
-    if(VEMO_PRECOMPILE)
+    # g++ reads such headers with the limit that they were compiled with.
+    if(VEMO_PRECOMPILE AND NOT ARG_INLINED)
       target_precompile_headers(vemo_${name} REUSE_FROM vemo_precompiled)
     endif()
   else()
