@@ -1,10 +1,13 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
+#include "bridge/ActionNames.h"
 #include "bridge/VEMOJSMsgItem.h"
 #include "bridge/VEMOWebView.h"
 
@@ -21,11 +24,29 @@ class VEMOJSMsgRouter {
   using Wrapper = std::function<void(const std::shared_ptr<VEMOJSMsgItem>& item,
                                      const std::shared_ptr<VEMOWebView>& webView)>;
 
+  /// The same for many commands: called with the place of the command's name in the names that
+  /// were registered, too.
+  using WrapperOfAll =
+      std::function<void(std::size_t place, const std::shared_ptr<VEMOJSMsgItem>& item,
+                         const std::shared_ptr<VEMOWebView>& webView)>;
+
   virtual ~VEMOJSMsgRouter() = default;
 
   /// Registers `wrapper` under the command name `action`; a name registered again
   /// replaces the earlier wrapper. Not to be called while commands are delivered.
   virtual void setMethod(const std::string& action, Wrapper wrapper) = 0;
+
+  /// Does what setMethod does, for each of `names` in their order. `names` outlives the router,
+  /// so that one which overrides this need not keep the names itself. `wrapper` is not empty.
+  virtual void setMethods(const ActionNames& names, WrapperOfAll wrapper) {
+    const auto shared = std::make_shared<const WrapperOfAll>(std::move(wrapper));
+    for (std::size_t place = 0; place < names.all().size(); ++place) {
+      setMethod(std::string(names.all()[place]),
+                [shared, place](const auto& item, const auto& webView) {
+                  (*shared)(place, item, webView);
+                });
+    }
+  }
 
   /// Decodes one page message, runs its command on this thread and delivers the reply,
   /// unless the command answers later. A message that can't be used is answered with an

@@ -1,7 +1,9 @@
 #include "platform/JSMsgRouter.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <new>
+#include <ranges>
 #include <string>
 #include <utility>
 
@@ -49,11 +51,39 @@ JSMsgRouter::JSMsgRouter(VEMOLogger& logger, std::shared_ptr<ReplyDelivery> deli
     : logger_(logger), delivery_(std::move(delivery)), webView_(std::move(webView)) {}
 
 void JSMsgRouter::setMethod(const std::string& action, Wrapper wrapper) {
-  if (wrapper) {
+  const auto isShared = std::ranges::any_of(sharedMethods_, [&](const Methods& methods) {
+    return methods.names->find(action).has_value();
+  });
+  if (wrapper || isShared) {
     methods_.insert_or_assign(action, std::move(wrapper));
   } else {
     methods_.erase(action);
   }
+}
+
+void JSMsgRouter::setMethods(const ActionNames& names, WrapperOfAll wrapper) {
+  sharedMethods_.reserve(sharedMethods_.size() + 1);  // what may fail, before anything is done
+  std::erase_if(methods_, [&](const auto& method) { return names.find(method.first).has_value(); });
+  std::erase_if(sharedMethods_, [&](const Methods& earlier) { return earlier.names == &names; });
+  sharedMethods_.push_back({&names, std::move(wrapper)});
+}
+
+bool JSMsgRouter::callMethod(const std::shared_ptr<VEMOJSMsgItem>& item,
+                             const std::shared_ptr<VEMOWebView>& webView) const {
+  const std::string_view action = item->head().action;
+  if (!methods_.empty()) {
+    if (const auto method = methods_.find(action); method != methods_.end()) {
+      if (method->second) method->second(item, webView);
+      return static_cast<bool>(method->second);
+    }
+  }
+  for (const auto& methods : std::views::reverse(sharedMethods_)) {
+    if (const auto place = methods.names->find(action)) {
+      methods.wrapper(*place, item, webView);
+      return true;
+    }
+  }
+  return false;
 }
 
 std::shared_ptr<VEMOWebView> JSMsgRouter::webView() const {
@@ -109,13 +139,8 @@ std::shared_ptr<VEMOJSMsgItem> JSMsgRouter::makeItem(VEMOJSMsgItemHead head,
 
 void JSMsgRouter::dispatch(const std::shared_ptr<VEMOJSMsgItem>& item,
                            const std::shared_ptr<VEMOWebView>& webView) {
-  if (!item->msgError()) {
-    const auto method = methods_.find(std::string_view(item->head().action));
-    if (method == methods_.end()) {
-      item->setMsgError(jsError("unknown action"));
-    } else {
-      method->second(item, webView);
-    }
+  if (!item->msgError() && !callMethod(item, webView)) {
+    item->setMsgError(jsError("unknown action"));
   }
   if (!item->isAsyncTask()) item->executeJSCallbackIn(webView);
 }

@@ -9,7 +9,9 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
+#include "bridge/ActionNames.h"
 #include "bridge/Text.h"
 #include "bridge/VEMOJSMsgItem.h"
 #include "bridge/VEMOJSMsgRouter.h"
@@ -41,6 +43,7 @@ class JSMsgRouter final : public VEMOJSMsgRouter {
 
   /// An empty wrapper takes the name away.
   void setMethod(const std::string& action, Wrapper wrapper) override;
+  void setMethods(const ActionNames& names, WrapperOfAll wrapper) override;
 
   std::shared_ptr<VEMOWebView> webView() const override;
   void setWebView(std::shared_ptr<VEMOWebView> webView) override;
@@ -74,8 +77,19 @@ class JSMsgRouter final : public VEMOJSMsgRouter {
     }
   };
 
+  struct Methods {
+    const ActionNames* names;
+    WrapperOfAll wrapper;
+  };
+
+  /// False when nothing is registered under the item's action name.
+  bool callMethod(const std::shared_ptr<VEMOJSMsgItem>& item,
+                  const std::shared_ptr<VEMOWebView>& webView) const;
+
   VEMOLogger& logger_;
   const std::shared_ptr<ReplyDelivery> delivery_;
+  std::vector<Methods> sharedMethods_;  // a later one's names come before an earlier one's
+  // These come before all of those; an empty wrapper hides one of them.
   std::unordered_map<std::string, Wrapper, NameHash, std::equal_to<>> methods_;
   mutable std::mutex webViewMutex_;  // held for the copy alone
   std::shared_ptr<VEMOWebView> webView_;

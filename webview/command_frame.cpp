@@ -10,20 +10,19 @@
 namespace vemo {
 
 void VEMOKOBUMsgRouter::registRouter() {
-  for (const auto& row : CommandTable::rows()) {
-    setMethod(std::string(row.name), weakly([&row](VEMOKOBUMsgRouter& router, const ItemPtr& item,
-                                                   const WebViewPtr& webView) {
-                try {
-                  CommandTable::run(router, row, item, webView);
-                } catch (const std::bad_alloc&) {
-                  // What handlers do they do at their end, with memory that they have got before.
-                  item->setIsAsyncTask(false);
-                  item->setMsgError(
-                      {std::string(moduleText(VEMOModule::JS)), -1, std::string(kOutOfMemory)});
-                  throw;  // to the record
-                }
-              }));
-  }
+  base_->setMethods(
+      CommandTable::names(), weakly([](VEMOKOBUMsgRouter& router, std::size_t place,
+                                       const ItemPtr& item, const WebViewPtr& webView) {
+        try {
+          CommandTable::run(router, CommandTable::rows()[place], item, webView);
+        } catch (const std::bad_alloc&) {
+          // What handlers do they do at their end, with memory that they have got before.
+          item->setIsAsyncTask(false);
+          item->setMsgError(
+              {std::string(moduleText(VEMOModule::JS)), -1, std::string(kOutOfMemory)});
+          throw;  // to the record
+        }
+      }));
 }
 
 void CommandTable::run(Router& router, const Row& row, const std::shared_ptr<VEMOJSMsgItem>& item,

@@ -316,4 +316,14 @@ std::span<const CommandTable::Row> CommandTable::rows() {
   return table;
 }
 
+const ActionNames& CommandTable::names() {
+  static const auto list = [] {
+    Few<std::string_view, ActionNames::kMost> texts;
+    for (const auto& row : rows()) texts.add(row.name);
+    return texts;
+  }();
+  static const ActionNames names(list.all());
+  return names;
+}
+
 }  // namespace vemo

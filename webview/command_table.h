@@ -12,6 +12,7 @@
 #include <tuple>
 #include <type_traits>
 
+#include "bridge/ActionNames.h"
 #include "webview/VEMOKOBUMsgRouter.h"
 #include "webview/telling.h"
 
@@ -203,6 +204,8 @@ struct CommandTable {
 
   /// All commands, in the order in which they are registered.
   static std::span<const Row> rows();
+  /// Their names, in the same order.
+  static const ActionNames& names();
 
   /// Runs a command within its frame.
   static void run(Router& router, const Row& row, const std::shared_ptr<VEMOJSMsgItem>& item,

@@ -2,15 +2,18 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <boost/json/object.hpp>
 #include <boost/json/value.hpp>
 #include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
+#include "bridge/ActionNames.h"
 #include "bridge/VEMOJSMsgRouter.h"
 
 namespace vemo {
@@ -27,6 +30,9 @@ class VEMOJSMsgRouterContract : public ::testing::Test {
  protected:
   using ItemPtr = std::shared_ptr<VEMOJSMsgItem>;
   using WebViewPtr = std::shared_ptr<VEMOWebView>;
+
+  static constexpr std::array<std::string_view, 2> kNames{"mute", "ask"};
+  static constexpr ActionNames kActions{kNames};
 
   VEMOJSMsgRouter& router() { return maker_.router(); }
 
@@ -117,11 +123,48 @@ TYPED_TEST_P(VEMOJSMsgRouterContract, LetsGoOfWrappersWhenItDies) {
   EXPECT_EQ(token.use_count(), 1);
 }
 
+TYPED_TEST_P(VEMOJSMsgRouterContract, CallsTheWrapperOfAllWithThePlaceOfTheName) {
+  std::vector<std::size_t> places;
+  this->router().setMethods(TestFixture::kActions,
+                            [&](std::size_t place, const auto& item, const auto& webView) {
+                              places.push_back(place);
+                              EXPECT_EQ(item->head().action, TestFixture::kActions.all()[place]);
+                              EXPECT_EQ(webView, this->maker_.webView());
+                            });
+  this->maker_.command("ask", std::nullopt, true);
+  this->maker_.command("mute", std::nullopt, true);
+  EXPECT_EQ(places, (std::vector<std::size_t>{1, 0}));
+  this->maker_.command("other", std::nullopt, true);
+  EXPECT_EQ(places.size(), 2U);
+  EXPECT_EQ(this->maker_.replies(), 3U);
+}
+
+TYPED_TEST_P(VEMOJSMsgRouterContract, ReplacesAWrapperByThatOfAllAndTheOtherWayRound) {
+  const auto token = std::make_shared<int>();
+  std::vector<std::string> calls;
+  const auto noting = [&](const char* who) {
+    return [&calls, who](std::size_t, const auto&, const auto&) { calls.emplace_back(who); };
+  };
+  this->router().setMethod("mute", [token](const auto&, const auto&) { ADD_FAILURE(); });
+  this->router().setMethods(TestFixture::kActions,
+                            [token](std::size_t, const auto&, const auto&) { ADD_FAILURE(); });
+  this->router().setMethods(TestFixture::kActions, noting("all"));
+  EXPECT_EQ(token.use_count(), 1) << "the earlier wrappers are kept";
+  this->maker_.command("mute", std::nullopt, true);
+  this->router().setMethod("mute", [&](const auto&, const auto&) { calls.emplace_back("one"); });
+  this->maker_.command("mute", std::nullopt, true);
+  this->maker_.command("ask", std::nullopt, true);
+  this->router().setMethods(TestFixture::kActions, noting("again"));
+  this->maker_.command("mute", std::nullopt, true);
+  EXPECT_EQ(calls, (std::vector<std::string>{"all", "one", "all", "again"}));
+}
+
 REGISTER_TYPED_TEST_SUITE_P(VEMOJSMsgRouterContract, CallsTheWrapperOfTheAction,
                             PassesAbsentParamsAndWebViewAsNull,
                             ReplacesTheWrapperOfANameRegisteredAgain,
                             RepliesWhenASynchronousHandlerReturns,
                             RepliesEachTimeAnAsynchronousItemIsAnswered, GivesItsWebViewToAnyThread,
-                            LetsGoOfWrappersWhenItDies);
+                            LetsGoOfWrappersWhenItDies, CallsTheWrapperOfAllWithThePlaceOfTheName,
+                            ReplacesAWrapperByThatOfAllAndTheOtherWayRound);
 
 }  // namespace vemo

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <boost/json/parse.hpp>
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -321,6 +323,46 @@ TEST_F(JSMsgRouterTest, AnEmptyWrapperTakesTheNameAway) {
   router.receive(R"({"head":{"action":"walk"},"cbid":"2"})");
   ASSERT_EQ(delivery->replies.size(), 1U);
   EXPECT_EQ(delivery->replies[0].error, (VEMOJSError{"JS", -1, "unknown action"}));
+}
+
+TEST_F(JSMsgRouterTest, AnEmptyWrapperTakesOneNameOfManyAway) {
+  static constexpr std::array<std::string_view, 2> names{"walk", "run"};
+  static constexpr ActionNames actions(names);
+  std::vector<std::size_t> places;
+  router.setMethods(actions,
+                    [&](std::size_t place, const auto&, const auto&) { places.push_back(place); });
+  router.setMethod("walk", nullptr);
+  router.receive(R"({"head":{"action":"walk"},"cbid":"1"})");
+  router.receive(R"({"head":{"action":"run"},"cbid":"2"})");
+  ASSERT_EQ(delivery->replies.size(), 2U);
+  EXPECT_EQ(delivery->replies[0].error, (VEMOJSError{"JS", -1, "unknown action"}));
+  EXPECT_EQ(delivery->replies[1].error, std::nullopt);
+  EXPECT_EQ(places, std::vector<std::size_t>{1});
+}
+
+TEST_F(JSMsgRouterTest, OfNamesThatSeveralShareTheLastRegisteredCount) {
+  static constexpr std::array<std::string_view, 2> first{"walk", "run"};
+  static constexpr std::array<std::string_view, 2> second{"fly", "walk"};
+  static constexpr ActionNames firstActions(first);
+  static constexpr ActionNames secondActions(second);
+  std::string called;
+  const auto noting = [&](char who) {
+    return [&called, who](std::size_t place, const auto&, const auto&) {
+      called += {who, static_cast<char>('0' + place)};
+    };
+  };
+  const auto all = [&] {
+    called.clear();
+    for (const auto* name : {"walk", "run", "fly"}) {
+      router.receive(R"({"head":{"action":")" + std::string(name) + R"("}})");
+    }
+    return called;
+  };
+  router.setMethods(firstActions, noting('a'));
+  router.setMethods(secondActions, noting('b'));
+  EXPECT_EQ(all(), "b1a1b0");
+  router.setMethods(firstActions, noting('c'));
+  EXPECT_EQ(all(), "c0c1b0");
 }
 
 TEST_F(JSMsgRouterTest, CommandsAndRepliesGoToTheWebViewOfTheirMoment) {
