@@ -44,8 +44,10 @@ class ActionNames {
   // Three letters and the length tell names apart well enough.
   static constexpr std::size_t firstCell(std::string_view name) {
     if (name.empty()) return 0;
-    const auto letter = [name](std::size_t at) { return static_cast<unsigned char>(name[at]); };
-    return (31 * name.size() + 7U * letter(0) + 13U * letter(name.size() / 2) +
+    const auto letter = [name](std::size_t at) -> std::size_t {
+      return static_cast<unsigned char>(name[at]);
+    };
+    return (31 * name.size() + 7 * letter(0) + 13 * letter(name.size() / 2) +
             letter(name.size() - 1)) %
            kCells;
   }

@@ -77,13 +77,11 @@ bool JSMsgRouter::callMethod(const std::shared_ptr<VEMOJSMsgItem>& item,
       return static_cast<bool>(method->second);
     }
   }
-  for (const auto& methods : std::views::reverse(sharedMethods_)) {
-    if (const auto place = methods.names->find(action)) {
-      methods.wrapper(*place, item, webView);
-      return true;
-    }
-  }
-  return false;
+  return std::ranges::any_of(std::views::reverse(sharedMethods_), [&](const Methods& methods) {
+    const auto place = methods.names->find(action);
+    if (place) methods.wrapper(*place, item, webView);
+    return place.has_value();
+  });
 }
 
 std::shared_ptr<VEMOWebView> JSMsgRouter::webView() const {
