@@ -4,7 +4,7 @@ import { test } from 'node:test';
 
 import { source } from './source.mjs';
 
-const { Session } = await source('shell/session/session.ts');
+const { Session, SessionError } = await source('shell/session/session.ts');
 const { rowAsJson } = await source('shell/timeline/exports.ts');
 
 test('each row of a recording has the time that was noted, of a command until its answer, too', () => {
@@ -47,4 +47,37 @@ test('an answer that names no command stands beneath the step that it comes of',
   ];
   const [init, , access] = Session.read('it.jsonl', steps.join('\n')).timeline.rows;
   assert.deepEqual([init.answers.length, access.answers?.length], [1, 1]);
+});
+
+test('a line whose step or effect is no object is named as damaged', () => {
+  const header = '{"vemorec":2,"whole":true}';
+  const step = '{"step":{"message":"x"},"n":1,"at":1,"thread":"main"}';
+  const command = '{"command":"initSDK"}';
+  const damaged = (text, line) =>
+    assert.throws(
+      () => Session.read('it', text),
+      (error) => error instanceof SessionError && error.message.startsWith(`it is damaged: line ${line} `),
+      text,
+    );
+  for (const value of ['"text"', '5', 'true', '[{"message":"x"}]', 'null', '""']) {
+    damaged(`${header}\n${step}\n{"step":${value},"n":2}\n${step}\n`, 3);
+    damaged(`${header}\n${step}\n{"effect":${value},"n":1}\n${step}\n`, 3);
+    damaged(`${header}\n{"step":{"device":${value}},"n":1}\n${step}\n`, 2);
+    damaged(`${command}\n{"command":"initSDK","expect":[${value}]}\n`, 2);
+    if (!value.startsWith('[')) damaged(`${command}\n{"command":"initSDK","expect":${value}}\n`, 2);
+  }
+});
+
+test('a time that no clock shows is none', () => {
+  for (const at of ['1e300', '-1e300', '1e999', '8.65e15', '"noon"', 'true']) {
+    const text = `{"vemorec":1,"whole":true}\n{"step":{"message":"x"},"n":1,"at":${at},"thread":"main"}\n`;
+    const [row] = Session.read('it', text).timeline.rows;
+    assert.equal(row.at, null, at);
+    assert.equal('at' in JSON.parse(rowAsJson(row, true)), false);
+  }
+});
+
+test('a scenario that makes steps of a command’s rows opens, too', () => {
+  const { steps } = Session.read('it', '{"command":"initSDK"}\n{"rows":"switchRole","then":{"drain":1}}\n');
+  assert.equal(steps[1].row.title, 'rows');
 });

@@ -31,7 +31,7 @@ export class SessionError extends Error {}
 const newestForm = 2;
 const verbs = new Set(
   ('command message event music speedTest access press downloaded decoded notify device host listener ' +
-    'release get drain free new use').split(' '),
+    'release get drain free new use rows').split(' '),
 );
 
 interface NewStep extends Omit<SessionStep, 'effects' | 'row'> {
@@ -90,16 +90,16 @@ export class Session {
       if (line === '') continue;
       const note = parsed(line);
       const number = Number(member(note, 'n') ?? 0);
-      const step = member(note, 'step') as JsonObject | undefined;
-      const effect = member(note, 'effect') as Effect | undefined;
+      const step = objectOf(member(note, 'step'));
+      const device = step && 'device' in step ? objectOf(step['device']) : {};
+      const effect = objectOf(member(note, 'effect')) as Effect | undefined;
       const queuedBy = member(note, 'by');
-      const time = member(note, 'at');
-      const at = typeof time === 'number' ? time : null;
+      const at = timeOf(member(note, 'at'));
       if (note === undefined && index === lines.length - 1) {
         missing = 'It breaks off in the middle of a line.';
-      } else if (step && 'device' in step && byNumber.has(number)) {
-        Object.assign(byNumber.get(number)!.device, step['device']);
-      } else if (step) {
+      } else if (step && device && 'device' in step && byNumber.has(number)) {
+        Object.assign(byNumber.get(number)!.device, device);
+      } else if (step && device) {
         const made = { step, effects: [], device: {}, at, thread: String(member(note, 'thread')) };
         steps.push(made);
         byNumber.set(number, made);
@@ -126,17 +126,18 @@ export class Session {
     const steps: NewStep[] = [];
     for (const [index, line] of lines.entries()) {
       if (line.trim() === '' || line.startsWith('#')) continue;
-      const step = parsed(line) as JsonObject | undefined;
+      const step = objectOf(parsed(line));
       const verb = step && Object.keys(step).find((key) => verbs.has(key));
-      if (!step || Array.isArray(step) || verb === undefined)
+      const { expect = [], partial: _partial, ...rest } = step ?? {};
+      const expected = Array.isArray(expect) ? expect.map(objectOf) : [undefined];
+      if (verb === undefined || expected.includes(undefined))
         throw new SessionError(
           steps.length === 0
             ? `${name} is neither a recording nor a scenario.`
             : `${name} is damaged: line ${index + 1} is no step of a scenario.`,
         );
-      const { expect = [], partial: _partial, ...rest } = step;
       const at = null; // the order is all that it tells
-      const effects = Array.isArray(expect) ? (expect as Effect[]).map((effect) => ({ effect, at })) : [];
+      const effects = (expected as Effect[]).map((effect) => ({ effect, at }));
       const last = steps[steps.length - 1];
       // The tasks of the main queue are worked off by themselves.
       if (verb === 'drain' && last) last.effects.push(...effects);
@@ -145,6 +146,15 @@ export class Session {
     if (steps.length === 0) throw new SessionError(`${name} is empty.`);
     return new Session(name, false, undefined, steps);
   }
+}
+
+function objectOf(value: unknown): JsonObject | undefined {
+  return typeof value === 'object' && value !== null && !Array.isArray(value) ? (value as JsonObject) : undefined;
+}
+
+/** A time that a clock can show; null for anything else. */
+function timeOf(value: unknown): number | null {
+  return typeof value === 'number' && !Number.isNaN(new Date(value).getTime()) ? value : null;
 }
 
 function threadOf(step: JsonObject): string {
