@@ -31,7 +31,7 @@ export class SessionError extends Error {}
 const newestForm = 2;
 const verbs = new Set(
   ('command message event music speedTest access press downloaded decoded notify device host listener ' +
-    'release get drain free new use rows').split(' '),
+    'release get drain free new use').split(' '),
 );
 
 interface NewStep extends Omit<SessionStep, 'effects' | 'row'> {
@@ -130,6 +130,8 @@ export class Session {
       const verb = step && Object.keys(step).find((key) => verbs.has(key));
       const { expect = [], partial: _partial, ...rest } = step ?? {};
       const expected = Array.isArray(expect) ? expect.map(objectOf) : [undefined];
+      if (step && 'rows' in step)
+        throw new SessionError(`${name} has a table of messages from line ${index + 1} on; only vemo-replay reads those.`);
       if (verb === undefined || expected.includes(undefined))
         throw new SessionError(
           steps.length === 0
