@@ -10,8 +10,8 @@
 
 namespace vemo {
 
-/// The names of a kind of router's commands, made when compiled and so kept once, however many
-/// routers there are. Changes never; any thread.
+/// The names of a kind of router's commands, kept once for all routers of that kind. Takes no
+/// memory beside its own; never changes. Any thread.
 class ActionNames {
  public:
   static constexpr std::size_t kMost = 128;
