@@ -52,6 +52,7 @@ const rows = [
   amount('making a router', nanoseconds('routers/make1000') / 1e6, 'µs', 1, 5),
   amount('memory of a router', best.get('routers/make1000')?.bytes / 1024, 'KiB', 1, 4),
   ratio('setAudioRoute at 10,000 routers, beside 1', 'routers/command10000', 'routers/command1', 1.5),
+  amount('a step of vemo-replay, its start included', nanoseconds('replay/step') / 1000, 'µs', 1, 8.3),
   beside('command/setAudioRoute', 'webchannel', 'Qt WebChannel', 0.1),
   beside('command/enterRoom', 'webchannel', 'Qt WebChannel'),
   beside('event/onRemoteUserEnterRoom', 'webchannel', 'Qt WebChannel', 0.2),
